@@ -1,0 +1,38 @@
+# Compiler and linker options of every target, the dependencies that are built here included.
+
+set(PIXELFORGE_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+
+option(PIXELFORGE_SANITIZERS "Address and undefined-behaviour sanitizers (native build)" OFF)
+option(PIXELFORGE_FUZZERS "Fuzz targets with libFuzzer (native build with sanitizers, by clang)" OFF)
+option(PIXELFORGE_TRAP_UNDEFINED "Trap on undefined behaviour (no run-time library needed)" OFF)
+
+# Numeric kernels are compared bit for bit with literal transcriptions: no fused multiply-add on our behalf.
+add_compile_options(-ffp-contract=off -fstack-protector-strong)
+add_compile_definitions(_GLIBCXX_ASSERTIONS)
+
+# No path of the building machine in the binaries.
+add_compile_options("-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+
+if(WIN32)
+  enable_language(RC)
+  add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX STRICT _WIN32_WINNT=0x0A00)
+  # The C++ runtime goes into each binary: the DLL depends on system DLLs only.
+  add_link_options(-static -static-libgcc -static-libstdc++ -fstack-protector-strong)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    # g++ adds these two by itself.
+    link_libraries(winpthread ssp)
+  endif()
+endif()
+
+if(PIXELFORGE_SANITIZERS)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
+
+if(PIXELFORGE_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored_checks")
+endif()
+
+if(PIXELFORGE_TRAP_UNDEFINED)
+  add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error)
+endif()

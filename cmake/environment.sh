@@ -1,0 +1,175 @@
+# What run, test and run_under_wine share: packages, the Wine prefix, the Wine session, building a preset.
+# Sourced by bash scripts that set -euo pipefail. What a step has to say goes to standard error.
+# shellcheck shell=bash disable=SC2034
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+wine_home="$root/build/wine"
+wine_loader=/usr/lib/wine/wine64
+wine_server=/usr/lib/wine/wineserver64
+
+run_packages=(
+    wine wine64 xvfb libgl1 libgl1-mesa-dri libgnutls30 fonts-liberation
+)
+build_packages=(
+    g++-mingw-w64-x86-64-posix cmake ninja-build googletest rapidjson-dev libcli11-dev dpkg-dev ca-certificates
+)
+test_packages=(
+    g++ clang lld clang-format-14 openssl python3
+)
+lint_packages=(
+    clang-tidy-14 cppcheck
+)
+
+say() {
+    printf '%s\n' "$*" >&2
+}
+
+# install_packages NAME...: installs those that are missing; quick when none is.
+install_packages() {
+    local name missing=()
+    for name in "$@"; do
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) == installed ]] || missing+=("$name")
+    done
+    ((${#missing[@]})) || return 0
+    say "Installing ${missing[*]}"
+    quietly as_root apt-get -qq update
+    quietly as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get -qq install --no-install-recommends -o Dpkg::Use-Pty=0 "${missing[@]}"
+}
+
+as_root() {
+    if ((EUID == 0)); then
+        "$@"
+    elif command -v sudo >/dev/null; then
+        sudo "$@"
+    else
+        say "This needs root, or sudo: $*"
+        return 1
+    fi
+}
+
+# quietly COMMAND...: shows what the command prints only when it fails.
+quietly() {
+    local output status=0
+    output=$("$@" 2>&1) || status=$?
+    ((status == 0)) || say "$output"
+    return "$status"
+}
+
+# configure_preset PRESET: once per build folder; later runs of the build tool follow changes.
+configure_preset() {
+    [[ -f $root/build/$1/build.ninja ]] || (cd "$root" && quietly cmake --preset "$1")
+}
+
+# build_preset PRESET [TARGET...]: prints nothing when there is nothing to do.
+build_preset() {
+    local folder="$root/build/$1"
+    ! ninja -n -C "$folder" "${@:2}" 2>&1 | grep 'no work to do' >/dev/null || return 0
+    say "Building $1"
+    ninja -C "$folder" "${@:2}" >&2
+}
+
+set_wine_environment() {
+    export WINEDEBUG=${WINEDEBUG--all}
+    # No installers, menus or debuggers: a crash ends in one line instead of a question.
+    export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d"
+    # Without a sound card ALSA would fill the terminal with complaints.
+    [[ -e /proc/asound/cards ]] || WINEDLLOVERRIDES+=";winealsa.drv=d"
+}
+
+# The folder of this recipe's prefixes: a change of the recipe or of Wine makes new ones.
+prefix_folder() {
+    local key
+    key=$({ declare -f make_prefix_template; "$wine_loader" --version; } | cksum)
+    printf '%s/%s' "$wine_home" "${key%% *}"
+}
+
+# make_prefix_template FOLDER: the prefix that sessions copy, with a drive D: for the host's playlists.
+make_prefix_template() {
+    local folder=$1 unfinished="$1/unfinished"
+    say "Making a Wine prefix"
+    rm -rf "$unfinished"
+    mkdir -p "$unfinished"
+    (
+        unset DISPLAY
+        export WINEPREFIX=$unfinished
+        timeout -k 5 180 "$wine_loader" wineboot -i </dev/null >/dev/null 2>&1 &&
+            timeout -k 5 60 "$wine_server" -w
+    ) || { say "Wine cannot make a prefix"; return 1; }
+    mkdir "$unfinished/drive_d"
+    ln -s ../drive_d "$unfinished/dosdevices/d:"
+    mv "$unfinished" "$folder/template"
+}
+
+# remove_old_prefixes FOLDER: those of other recipes that no session uses any more.
+remove_old_prefixes() {
+    local lock
+    for lock in "$wine_home"/*/session-*.lock; do
+        [[ -e $lock && ${lock%/*} != "$1" ]] || continue
+        flock -n "$lock" rm -rf "${lock%.lock}" "$lock" "${lock%/*}/template" || true
+    done
+}
+
+# Takes the first prefix that no other session uses, and keeps it locked while this shell lives.
+take_prefix() {
+    local folder number=0
+    folder=$(prefix_folder)
+    mkdir -p "$root/build"
+    exec {prefix_lock}>"$root/build/wine.lock"
+    flock "$prefix_lock"
+    if [[ ! -d $folder/template ]]; then
+        make_prefix_template "$folder"
+        remove_old_prefixes "$folder"
+    fi
+    while :; do
+        number=$((number + 1))
+        exec {session_lock}>"$folder/session-$number.lock"
+        flock -n "$session_lock" && break
+        exec {session_lock}>&-
+    done
+    export WINEPREFIX="$folder/session-$number"
+    if [[ ! -f $WINEPREFIX/complete ]]; then
+        rm -rf "$WINEPREFIX"
+        cp -a "$folder/template" "$WINEPREFIX"
+        touch "$WINEPREFIX/complete"
+    fi
+    exec {prefix_lock}>&-
+}
+
+# Starts an X server of our own where there is no display. It has no window manager.
+start_display() {
+    window_manager=Y
+    [[ -z ${DISPLAY-} ]] || return 0
+    window_manager=N
+    exec {display_pipe}<> <(:)
+    Xvfb -displayfd "$display_pipe" -screen 0 1920x1080x24 -nolisten tcp >/dev/null 2>&1 &
+    display_process=$!
+    local number
+    read -r -t 30 number <&"$display_pipe" || { say "Xvfb does not start"; return 1; }
+    exec {display_pipe}<&-
+    export DISPLAY=":$number"
+}
+
+# Starts a Wine session: a prefix, a display and a first process that holds the session open until it reads
+# a line or the end of its input. With it a program starts in some 40 ms instead of seconds, and the services,
+# which live on for a while, hang on to its output and not to ours.
+start_wine_session() {
+    set_wine_environment
+    take_prefix
+    trap stop_wine_session EXIT
+    start_display
+    coproc keeper { exec "$wine_loader" cmd /c "echo ready& set /p line=" 2>/dev/null; }
+    local ready
+    read -r -t 60 ready <&"${keeper[0]}" || { say "Wine does not start"; return 1; }
+    # Without a window manager each window would wait two seconds in vain for one to answer.
+    "$wine_loader" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d "$window_manager" /f >/dev/null
+    export PIXELFORGE_WINE_SESSION=1
+}
+
+stop_wine_session() {
+    timeout 20 "$wine_server" -k || true
+    if [[ -n ${display_process-} ]]; then
+        kill "$display_process" 2>/dev/null || true
+        wait "$display_process" 2>/dev/null || true
+    fi
+}
