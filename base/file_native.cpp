@@ -1,0 +1,63 @@
+// Whole-file reads of the native build; paths are handed to the system as UTF-8.
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <limits>
+#include <optional>
+#include <string>
+
+#include "base/file.h"
+#include "base/text.h"
+
+namespace pixelforge {
+namespace {
+
+constexpr std::size_t kSpareBytes = 4;
+
+std::optional<struct stat> StatusOf(const wchar_t* path) {
+    const auto narrow = path ? Narrow(path, TextEncoding::Utf8) : std::nullopt;
+    struct stat status = {};
+    if (!narrow || stat(narrow->c_str(), &status) != 0) {
+        return std::nullopt;
+    }
+    return status;
+}
+
+bool ReadExactly(const std::string& path, std::uint8_t* data, std::size_t size) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (!file) {
+        return false;
+    }
+    const bool whole = std::fread(data, 1, size, file) == size;
+    std::fclose(file);
+    return whole;
+}
+
+}  // namespace
+
+HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
+    const auto status = StatusOf(path);
+    if (!outSize || !status || !S_ISREG(status->st_mode) ||
+        status->st_size > std::numeric_limits<std::uint32_t>::max()) {
+        return nullptr;
+    }
+    const auto bytes = static_cast<std::uint32_t>(status->st_size);
+    HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(std::size_t{bytes} + kSpareBytes)));
+    if (!block || !ReadExactly(*Narrow(path, TextEncoding::Utf8), block.get(), bytes)) {
+        return nullptr;
+    }
+    *outSize = bytes;
+    return block;
+}
+
+bool IsExistingFile(const wchar_t* path) noexcept {
+    const auto status = StatusOf(path);
+    return status && !S_ISDIR(status->st_mode);
+}
+
+bool IsExistingFolder(const wchar_t* path) noexcept {
+    const auto status = StatusOf(path);
+    return status && S_ISDIR(status->st_mode);
+}
+
+}  // namespace pixelforge

@@ -1,0 +1,46 @@
+// Writes shader documents for tests: the whole JSON form, with only what matters given by the test.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pixelforge::test {
+
+/// One input of a pass. The ids of buffers are 257 to 260 for Buffer A to D, 41 for Cube A.
+struct Input {
+    int channel = 0;
+    std::string ctype = "buffer";
+    int id = 257;
+    std::string filter = "nearest";
+    std::string wrap = "clamp";
+    std::string src = "";
+    std::string vflip = "true";
+};
+
+class DocumentBuilder {
+public:
+    DocumentBuilder& Pass(std::string_view type, std::string_view name, std::string_view code,
+                          const std::vector<Input>& inputs = {});
+
+    DocumentBuilder& Image(std::string_view code, const std::vector<Input>& inputs = {}) {
+        return Pass("image", "Image", code, inputs);
+    }
+    DocumentBuilder& Buffer(char letter, std::string_view code, const std::vector<Input>& inputs = {}) {
+        return Pass("buffer", std::string("Buffer ") + letter, code, inputs);
+    }
+    DocumentBuilder& Common(std::string_view code) { return Pass("common", "Common", code); }
+
+    std::string Json() const;
+
+private:
+    std::vector<std::string> passes_;
+};
+
+/// The text as a JSON string, quotes included.
+std::string Quoted(std::string_view text);
+
+/// A `mainImage` whose body is `body`; the output variable is `c`, the coordinate `p`.
+std::string MainImage(std::string_view body);
+
+}  // namespace pixelforge::test

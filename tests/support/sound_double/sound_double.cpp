@@ -1,0 +1,262 @@
+// A sound device that plays what PIXELFORGE_SOUND says, and fails where it says so. docs/doubles.md has the
+// list.
+#include <windows.h>
+
+#include <audioclient.h>
+#include <mmdeviceapi.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/support/com_object.h"
+#include "tests/support/double_settings.h"
+#include "tests/support/sound_double/signal.h"
+
+namespace pixelforge::test {
+namespace {
+
+constexpr HRESULT kNoDevice = static_cast<HRESULT>(0x80070490);
+constexpr HRESULT kDeviceGone = static_cast<HRESULT>(0x88890004);
+constexpr double kPacketSeconds = 0.01;
+
+std::atomic<long> calls{0};  ///< of every method that a stream needs
+
+DoubleSettings Settings() {
+    return DoubleSettings("PIXELFORGE_SOUND");
+}
+
+/// The result of the call with that name: what "fail" or "gone" make of it.
+HRESULT Outcome(const char* call) {
+    ++calls;
+    const DoubleSettings settings = Settings();
+    if (settings.Is("fail", call))
+        return E_FAIL;
+    if (settings.Is("gone", "1"))
+        return std::string_view(call) == "endpoint" ? kNoDevice : kDeviceGone;
+    return S_OK;
+}
+
+/// Success without an object, where "null" names the call.
+bool GivesNull(const char* call) {
+    return Settings().Is("null", call);
+}
+
+struct Format {
+    Format() {
+        const DoubleSettings settings = Settings();
+        bits = static_cast<WORD>(settings.Number("bits", 32));
+        channels = static_cast<WORD>(settings.Number("channels", 2));
+        rate = static_cast<DWORD>(settings.Number("rate", 48000));
+        frameBytes = static_cast<WORD>(settings.Number("block", bits / 8 * channels));
+    }
+    WORD bits;
+    WORD channels;
+    DWORD rate;
+    WORD frameBytes;
+};
+
+/// Packets of 10 ms, as many as the clock has seen pass.
+class CaptureClient final : public ComObject<IAudioCaptureClient> {
+public:
+    CaptureClient() {
+        QueryPerformanceFrequency(&frequency_);
+        QueryPerformanceCounter(&start_);
+        loop_.resize(LoopPackets() * PacketFrames() * format_.frameBytes + 64);
+    }
+
+    HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
+        const HRESULT result = Outcome("nextpacket");
+        *frames = SUCCEEDED(result) && HasPacket() ? PacketFrames() : 0;
+        return result;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64*,
+                                        UINT64*) override {
+        *data = nullptr;
+        *frames = 0;
+        *flags = 0;
+        const HRESULT result = Outcome("getbuffer");
+        if (FAILED(result))
+            return result;
+        if (Settings().Is("packets", "empty"))
+            return AUDCLNT_S_BUFFER_EMPTY;
+        Refresh(Settings());
+        *data = GivesNull("getbuffer") ? nullptr : Packet();
+        *frames = PacketFrames();
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32) override {
+        ++delivered_;
+        return Outcome("releasebuffer");
+    }
+
+private:
+    UINT32 PacketFrames() const { return static_cast<UINT32>(format_.rate * kPacketSeconds); }
+
+    bool HasPacket() const {
+        const DoubleSettings settings = Settings();
+        if (settings.Is("packets", "endless") || settings.Is("packets", "empty"))
+            return true;
+        LARGE_INTEGER now;
+        QueryPerformanceCounter(&now);
+        const double seconds =
+            static_cast<double>(now.QuadPart - start_.QuadPart) / static_cast<double>(frequency_.QuadPart);
+        return !settings.Is("packets", "never") && PacketFrames() > 0 &&
+               static_cast<double>(delivered_) < seconds / kPacketSeconds;
+    }
+
+    /// Two seconds of sound, made anew when the settings change: every tune of the double repeats after them.
+    void Refresh(const DoubleSettings& settings) {
+        if (settings.All() == loopSettings_)
+            return;
+        loopSettings_ = settings.All();
+        const std::string signal = settings.Text("signal", "music");
+        const double hertz = settings.Number("hertz", 1000);
+        const double level = settings.Number("level", 0.5);
+        const std::size_t sampleBytes = format_.bits / 8;
+        for (std::size_t frame = 0; frame < LoopPackets() * PacketFrames(); ++frame) {
+            const double sample = level * SignalSample(signal, hertz, frame, format_.rate);
+            for (std::size_t channel = 0; channel < format_.channels; ++channel) {
+                const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
+                if (place + sampleBytes <= loop_.size())
+                    WriteSample(sample, format_.bits, &loop_[place]);
+            }
+        }
+    }
+
+    static constexpr std::size_t LoopPackets() { return 200; }
+
+    BYTE* Packet() { return &loop_[delivered_ % LoopPackets() * PacketFrames() * format_.frameBytes]; }
+
+    const Format format_;
+    LARGE_INTEGER frequency_;
+    LARGE_INTEGER start_;
+    std::vector<BYTE> loop_;
+    std::string loopSettings_;
+    std::uint64_t delivered_ = 0;
+};
+
+class AudioClient final : public ComObject<IAudioClient> {
+public:
+    HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
+        *format = nullptr;
+        const HRESULT result = Outcome("mixformat");
+        if (FAILED(result) || GivesNull("mixformat"))
+            return result;
+        const Format wanted;
+        auto* made = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(sizeof(WAVEFORMATEX)));
+        *made = {};
+        made->wFormatTag = wanted.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM;
+        made->nChannels = wanted.channels;
+        made->nSamplesPerSec = wanted.rate;
+        made->nAvgBytesPerSec = wanted.rate * wanted.frameBytes;
+        made->nBlockAlign = wanted.frameBytes;
+        made->wBitsPerSample = wanted.bits;
+        *format = made;
+        return S_OK;
+    }
+
+    /// Only what a loopback stream asks for is granted.
+    HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
+                                         REFERENCE_TIME period, const WAVEFORMATEX* format,
+                                         LPCGUID session) override {
+        const bool right = mode == AUDCLNT_SHAREMODE_SHARED && flags == AUDCLNT_STREAMFLAGS_LOOPBACK &&
+                           duration == 0 && period == 0 && format && !session;
+        return right ? Outcome("initialize") : E_INVALIDARG;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetService(REFIID id, void** service) override {
+        *service = nullptr;
+        const HRESULT result = Outcome("service");
+        if (FAILED(result) || GivesNull("service"))
+            return result;
+        auto* client = new CaptureClient;
+        const HRESULT found = client->QueryInterface(id, service);
+        client->Release();
+        return found;
+    }
+
+    HRESULT STDMETHODCALLTYPE Start() override { return Outcome("start"); }
+    HRESULT STDMETHODCALLTYPE Stop() override { return Outcome("stop"); }
+
+    HRESULT STDMETHODCALLTYPE GetBufferSize(UINT32*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetStreamLatency(REFERENCE_TIME*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetCurrentPadding(UINT32*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE IsFormatSupported(AUDCLNT_SHAREMODE, const WAVEFORMATEX*,
+                                                WAVEFORMATEX**) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetDevicePeriod(REFERENCE_TIME*, REFERENCE_TIME*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE) override { return E_NOTIMPL; }
+};
+
+class Device final : public ComObject<IMMDevice> {
+public:
+    HRESULT STDMETHODCALLTYPE Activate(REFIID id, DWORD, PROPVARIANT*, void** object) override {
+        *object = nullptr;
+        const HRESULT result = Outcome("activate");
+        if (FAILED(result) || GivesNull("activate"))
+            return result;
+        auto* client = new AudioClient;
+        const HRESULT found = client->QueryInterface(id, object);
+        client->Release();
+        return found;
+    }
+    HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD, IPropertyStore**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetId(LPWSTR*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetState(DWORD*) override { return E_NOTIMPL; }
+};
+
+class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator> {
+public:
+    /// What plays sound, for everything that plays sound; a microphone would be another.
+    HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
+                                                      IMMDevice** device) override {
+        *device = nullptr;
+        const HRESULT result = flow == eRender && role == eConsole ? Outcome("endpoint") : kNoDevice;
+        if (SUCCEEDED(result) && !GivesNull("endpoint"))
+            *device = new Device;
+        return result;
+    }
+    HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow, DWORD, IMMDeviceCollection**) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE GetDevice(LPCWSTR, IMMDevice**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE RegisterEndpointNotificationCallback(IMMNotificationClient*) override {
+        return E_NOTIMPL;
+    }
+    HRESULT STDMETHODCALLTYPE UnregisterEndpointNotificationCallback(IMMNotificationClient*) override {
+        return E_NOTIMPL;
+    }
+};
+
+IUnknown* MakeEnumerator() {
+    return SUCCEEDED(Outcome("create")) || Settings().Is("gone", "1") ? new DeviceEnumerator : nullptr;
+}
+
+}  // namespace
+}  // namespace pixelforge::test
+
+extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfaceId, void** object) {
+    using namespace pixelforge::test;
+    *object = nullptr;
+    return id == __uuidof(MMDeviceEnumerator) ? GetFactory<MakeEnumerator>(interfaceId, object)
+                                              : CLASS_E_CLASSNOTAVAILABLE;
+}
+
+extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
+    return S_FALSE;
+}
+
+/// COM objects alive, and method calls so far.
+extern "C" long SoundDoubleObjects() {
+    return pixelforge::test::liveObjects;
+}
+
+extern "C" long SoundDoubleCalls() {
+    return pixelforge::test::calls;
+}

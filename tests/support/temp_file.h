@@ -1,0 +1,44 @@
+// Files of tests in the system's temporary folder.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+#include "base/text.h"
+
+namespace pixelforge::test {
+
+/// A file with the given bytes for as long as the object lives.
+class TempFile {
+public:
+    explicit TempFile(std::string_view bytes, std::wstring_view suffix = L".tmp") {
+        static std::atomic<int> count = 0;
+        const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
+        const std::filesystem::path folder = std::filesystem::temp_directory_path();
+        const std::wstring name =
+            L"pixelforge-" + std::to_wstring(stamp) + L"-" + std::to_wstring(++count) + std::wstring(suffix);
+        const std::string utf8Name = Narrow(name, TextEncoding::Utf8).value();
+        path_ = folder / std::u8string(utf8Name.begin(), utf8Name.end());
+        widePath_ = folder.wstring() + L'/' + name;
+        std::ofstream(path_, std::ios::binary)
+            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+    ~TempFile() {
+        std::error_code ignored;
+        std::filesystem::remove(path_, ignored);
+    }
+
+    const std::wstring& Path() const { return widePath_; }
+
+private:
+    std::filesystem::path path_;
+    std::wstring widePath_;
+};
+
+}  // namespace pixelforge::test
