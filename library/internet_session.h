@@ -1,0 +1,19 @@
+// The module's WinINet session.
+#pragma once
+
+#include "base/heap.h"
+
+namespace pixelforge {
+
+/// Owns one WinINet handle (an HINTERNET); closed with the record.
+struct InternetSession {
+    void* handle = nullptr;
+    ~InternetSession();
+};
+
+/// Opens a session with the module's user agent and transparent decoding of compressed replies. The
+/// first call brings up a single-threaded COM apartment on the calling thread; if that fails, this and
+/// every later call returns null.
+HeapRecord<InternetSession> OpenInternetSession();
+
+}  // namespace pixelforge

@@ -1,0 +1,98 @@
+// A parsed JSON text, and typed look-ups in it that name the place of whatever is missing or wrong.
+#pragma once
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "base/text.h"
+
+namespace pixelforge {
+
+/// A text that is no JSON, or a tree without what was looked up; `what` is one line of UTF-8.
+class JsonError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// RapidJSON's own checks end in this exception; the escape of a lone low surrogate reaches one.
+struct JsonAssertion {};
+
+}  // namespace pixelforge
+
+#define RAPIDJSON_ASSERT(condition) ((condition) ? static_cast<void>(0) : throw ::pixelforge::JsonAssertion())
+
+#include <rapidjson/document.h>
+
+namespace pixelforge {
+
+/// Heap for RapidJSON, which uses what it is given without a look.
+class JsonAllocator {
+public:
+    static const bool kNeedFree = true;
+    void* Malloc(std::size_t size) { return size ? Checked(std::malloc(size)) : nullptr; }
+    void* Realloc(void* block, std::size_t, std::size_t newSize) {
+        if (newSize == 0) {
+            std::free(block);
+            return nullptr;
+        }
+        return Checked(std::realloc(block, newSize));
+    }
+    static void Free(void* block) { std::free(block); }
+
+private:
+    static void* Checked(void* block) { return block ? block : throw std::bad_alloc(); }
+};
+
+using JsonEncoding = rapidjson::UTF16<wchar_t>;
+using JsonPool = rapidjson::MemoryPoolAllocator<JsonAllocator>;
+using JsonValue = rapidjson::GenericValue<JsonEncoding, JsonPool>;
+
+/// One value and the way to it. Valid as long as its tree. Every look-up throws `JsonError`, such as
+/// "Shader.renderpass[2].inputs: must be an array, is a string"; of equal keys the first is found.
+class JsonNode {
+public:
+    JsonNode(const JsonValue& value, std::string path) : value_(&value), path_(std::move(path)) {}
+
+    bool IsArray() const { return value_->IsArray(); }
+    bool Has(const wchar_t* key) const;
+
+    JsonNode Object(const wchar_t* key) const;
+    JsonNode Array(const wchar_t* key) const;
+    std::wstring_view Text(const wchar_t* key) const;
+    double Number(const wchar_t* key) const;
+
+    std::size_t Length() const { return value_->Size(); }  ///< of an array
+    JsonNode ObjectAt(std::size_t index) const;
+    std::wstring_view TextAt(std::size_t index) const;
+
+    /// Throws for the member `key` of this object.
+    [[noreturn]] void Fail(const wchar_t* key, const char* complaint) const;
+
+private:
+    JsonNode Member(const wchar_t* key) const;
+    JsonNode Element(std::size_t index) const;
+    std::string PathOf(const wchar_t* key) const;
+    const JsonNode& Require(bool fits, const char* wanted) const;
+    std::wstring_view AsText() const;
+
+    const JsonValue* value_;
+    std::string path_;
+};
+
+class JsonTree {
+public:
+    /// Throws `JsonError` with line and column for a text that is no JSON.
+    JsonTree(std::string_view text, TextEncoding encoding);
+
+    JsonNode Root() const { return JsonNode(document_, ""); }
+
+private:
+    std::wstring units_;  ///< parsed in place: the tree's strings lie in here
+    rapidjson::GenericDocument<JsonEncoding, JsonPool, JsonAllocator> document_;
+};
+
+}  // namespace pixelforge

@@ -1,0 +1,179 @@
+#!/usr/bin/env python3
+"""Makes the small pictures that the decoder's tests read, beside this script.
+
+All but the JPEG files need the standard library only; those are made by ImageMagick's "convert" and are
+left alone where it is missing. The tests compute the same colours: see `ColourAt` and `GreyAt` there.
+"""
+
+import pathlib
+import shutil
+import struct
+import subprocess
+import zlib
+
+FOLDER = pathlib.Path(__file__).resolve().parent
+
+
+def colour(x, y):
+    return 20 + 40 * x, 30 + 50 * y, 200 - 30 * x - 20 * y
+
+
+def alpha(x, y):
+    return 255 - 40 * (x + y)
+
+
+def grey(x, y):
+    return 10 + 40 * x + 15 * y
+
+
+def index(x, y):
+    return x + 2 * y
+
+
+def wide(values):
+    """16-bit samples, high byte first, whose high byte is the 8-bit value."""
+    return b"".join(struct.pack(">H", value * 257) for value in values)
+
+
+# Name: PNG colour type, bits a sample, function of x and y that gives a pixel's bytes or small value.
+PNG_KINDS = {
+    "grey1": (0, 1, lambda x, y: index(x, y) & 1),
+    "grey2": (0, 2, lambda x, y: index(x, y) & 3),
+    "grey4": (0, 4, index),
+    "grey8": (0, 8, lambda x, y: bytes([grey(x, y)])),
+    "grey16": (0, 16, lambda x, y: wide([grey(x, y)])),
+    "rgb8": (2, 8, lambda x, y: bytes(colour(x, y))),
+    "rgb16": (2, 16, lambda x, y: wide(colour(x, y))),
+    "palette1": (3, 1, lambda x, y: index(x, y) & 1),
+    "palette8": (3, 8, lambda x, y: bytes([index(x, y)])),
+    "grey_alpha8": (4, 8, lambda x, y: bytes([grey(x, y), alpha(x, y)])),
+    "rgba8": (6, 8, lambda x, y: bytes([*colour(x, y), alpha(x, y)])),
+    "rgba16": (6, 16, lambda x, y: wide([*colour(x, y), alpha(x, y)])),
+}
+
+# First column and row, and the steps, of the seven passes of an interlaced picture.
+ADAM7 = [(0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2)]
+
+
+def png_chunk(name, data):
+    return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
+
+
+def png_row(pixels, bits):
+    if bits >= 8:
+        return b"\0" + b"".join(pixels)
+    text = "".join(format(value, f"0{bits}b") for value in pixels)
+    text += "0" * (-len(text) % 8)
+    return b"\0" + int(text, 2).to_bytes(len(text) // 8, "big")
+
+
+def png(kind, width, height, interlaced=False):
+    colour_type, bits, pixel = PNG_KINDS[kind]
+    rows = b""
+    for left, top, right_step, down_step in ADAM7 if interlaced else [(0, 0, 1, 1)]:
+        for y in range(top, height, down_step):
+            columns = range(left, width, right_step)
+            if columns:
+                rows += png_row([pixel(x, y) for x in columns], bits)
+    header = struct.pack(">IIBBBBB", width, height, bits, colour_type, 0, 0, int(interlaced))
+    data = b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", header)
+    if colour_type == 3:
+        data += png_chunk(b"PLTE", bytes(value for i in range(2 if bits == 1 else 16) for value in (i, 99, 5 * i)))
+    return data + png_chunk(b"IDAT", zlib.compress(rows, 9)) + png_chunk(b"IEND", b"")
+
+
+def bmp(bits, width, height):
+    """Rows from below, each padded to 4 bytes."""
+    rows = b""
+    for y in reversed(range(height)):
+        if bits >= 24:
+            row = b"".join(bytes([*colour(x, y)[::-1], 0][: bits // 8]) for x in range(width))
+        elif bits == 8:
+            row = bytes(index(x, y) for x in range(width))
+        else:
+            row = png_row([index(x, y) & (2**bits - 1) for x in range(width)], bits)[1:]
+        rows += row + b"\0" * (-len(row) % 4)
+    palette = b"".join(bytes([i, i, 77, 0]) for i in range(2**bits)) if bits <= 8 else b""
+    start = 54 + len(palette)
+    header = struct.pack("<IiiHHIIiiII", 40, width, height, 1, bits, 0, len(rows), 2835, 2835, 0, 0)
+    return b"BM" + struct.pack("<IHHI", start + len(rows), 0, 0, start) + header + palette + rows
+
+
+def gif(width, height):
+    """Codes of 5 bits with a clear code before each pixel, so that no table ever grows."""
+    bits = "".join(
+        format(code, "05b")[::-1]
+        for y in range(height)
+        for x in range(width)
+        for code in (16, index(x, y))
+    )
+    bits += format(17, "05b")[::-1]
+    bits += "0" * (-len(bits) % 8)
+    data = bytes(int(bits[i : i + 8][::-1], 2) for i in range(0, len(bits), 8))
+    palette = bytes(value for i in range(16) for value in (i, 88, 0))
+    screen = struct.pack("<HHBBB", width, height, 0x80 | 0x30 | 3, 0, 0)
+    picture = b"," + struct.pack("<HHHHB", 0, 0, width, height, 0)
+    return b"GIF89a" + screen + palette + picture + bytes([4, len(data)]) + data + b"\0;"
+
+
+def tiff(samples, width, height):
+    """One strip, uncompressed, little-endian; the samples' depths stand behind the directory."""
+    pixel = (lambda x, y: bytes([grey(x, y)])) if samples == 1 else (lambda x, y: bytes(colour(x, y)))
+    data = b"".join(pixel(x, y) for y in range(height) for x in range(width))
+    count = 10
+    depths = 8 + 2 + count * 12 + 4
+    start = depths + 2 * samples
+    entries = [
+        (256, 4, 1, width),
+        (257, 4, 1, height),
+        (258, 3, samples, 8 if samples == 1 else depths),
+        (259, 3, 1, 1),
+        (262, 3, 1, 1 if samples == 1 else 2),
+        (273, 4, 1, start),
+        (277, 3, 1, samples),
+        (278, 4, 1, height),
+        (279, 4, 1, len(data)),
+        (284, 3, 1, 1),
+    ]
+    directory = struct.pack("<H", count) + b"".join(struct.pack("<HHII", *entry) for entry in entries)
+    return b"II*\0" + struct.pack("<I", 8) + directory + b"\0\0\0\0" + b"\x08\x00" * samples + data
+
+
+def blocks(x, y):
+    """Two flat blocks, which survive the compression."""
+    return (200, 100, 40) if x < 8 else (30, 60, 220)
+
+
+def make_jpegs():
+    width, height = 16, 8
+    source = b"P6 %d %d 255\n" % (width, height)
+    source += bytes(value for y in range(height) for x in range(width) for value in blocks(x, y))
+    common = ["convert", "ppm:-", "-strip", "-quality", "100", "-sampling-factor", "4:4:4"]
+    for name, options in {
+        "colour.jpg": [],
+        "progressive.jpg": ["-interlace", "JPEG"],
+        "grey.jpg": ["-colorspace", "Gray"],
+        "cmyk.jpg": ["-colorspace", "CMYK"],
+        "odd.jpg": ["-crop", "7x5+0+0", "+repage"],
+    }.items():
+        subprocess.run([*common, *options, f"jpeg:{FOLDER / name}"], input=source, check=True)
+
+
+def main():
+    files = {f"{kind}.png": png(kind, 4, 3) for kind in PNG_KINDS}
+    files["interlaced.png"] = png("rgba8", 4, 3, interlaced=True)
+    files["sheared_rgb8.png"] = png("rgb8", 3, 3)
+    files["sheared_grey8.png"] = png("grey8", 5, 3)
+    files.update({f"colour{bits}.bmp": bmp(bits, 4, 3) for bits in (24, 32)})
+    files.update({f"palette{bits}.bmp": bmp(bits, 4, 3) for bits in (1, 4, 8)})
+    files["palette.gif"] = gif(4, 3)
+    files["grey.tif"] = tiff(1, 4, 3)
+    files["colour.tif"] = tiff(3, 4, 3)
+    for name, data in files.items():
+        (FOLDER / name).write_bytes(data)
+    if shutil.which("convert"):
+        make_jpegs()
+
+
+if __name__ == "__main__":
+    main()
