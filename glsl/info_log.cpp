@@ -1,0 +1,129 @@
+// Recognises the positions in a driver's log and rewrites them.
+#include "glsl/info_log.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <optional>
+
+#include "glsl/line_map.h"
+
+namespace pixelforge {
+
+namespace {
+
+/// A position at a log line's start, and what the line says behind it.
+struct Position {
+    std::string_view severity;  ///< "ERROR: " where it stands before the position, else empty
+    std::uint32_t line = 0;
+    std::optional<std::uint32_t> column;
+    std::string_view message;
+};
+
+/// Takes pieces off the front of a line; each taker leaves the line alone when it does not fit.
+class LineReader {
+public:
+    explicit LineReader(std::string_view line) : rest_(line) {}
+
+    bool Take(std::string_view expected) {
+        if (!rest_.starts_with(expected)) {
+            return false;
+        }
+        rest_.remove_prefix(expected.size());
+        return true;
+    }
+
+    std::optional<std::uint32_t> TakeNumber() {
+        std::uint32_t number = 0;
+        const char* const end = rest_.data() + rest_.size();
+        const auto [behind, error] = std::from_chars(rest_.data(), end, number);
+        if (error != std::errc()) {
+            return std::nullopt;
+        }
+        rest_.remove_prefix(static_cast<std::size_t>(behind - rest_.data()));
+        return number;
+    }
+
+    std::optional<std::uint32_t> TakeNumberInParentheses() {
+        LineReader ahead = *this;
+        const std::optional<std::uint32_t> number = ahead.Take("(") ? ahead.TakeNumber() : std::nullopt;
+        if (!number || !ahead.Take(")")) {
+            return std::nullopt;
+        }
+        *this = ahead;
+        return number;
+    }
+
+    void SkipBlanks() {
+        while (Take(" ") || Take("\t")) {
+        }
+    }
+
+    std::string_view Rest() const { return rest_; }
+
+private:
+    std::string_view rest_;
+};
+
+std::string_view TakeSeverity(LineReader& reader) {
+    for (const std::string_view word : {"ERROR: ", "WARNING: "}) {
+        if (reader.Take(word)) {
+            return word;
+        }
+    }
+    return {};
+}
+
+std::optional<Position> ParsePosition(std::string_view logLine) {
+    LineReader reader(logLine);
+    Position position;
+    position.severity = TakeSeverity(reader);
+    if (reader.TakeNumber() != 0U) {
+        return std::nullopt;
+    }
+    std::optional<std::uint32_t> line = reader.TakeNumberInParentheses();
+    if (!line && reader.Take(":")) {
+        line = reader.TakeNumber();
+        position.column = reader.TakeNumberInParentheses();
+    }
+    reader.SkipBlanks();
+    if (!line || !reader.Take(":")) {
+        return std::nullopt;
+    }
+    reader.SkipBlanks();
+    position.line = *line;
+    position.message = reader.Rest();
+    return position;
+}
+
+void AppendMapped(std::string& result, std::string_view logLine, const LineMap& lines) {
+    const std::optional<Position> position = ParsePosition(logLine);
+    const std::optional<SourceLine> origin = position ? lines.Find(position->line) : std::nullopt;
+    if (!origin) {
+        result.append(logLine).append("\n");
+        return;
+    }
+    result.append(origin->source).append(":").append(std::to_string(origin->line)).append(":");
+    if (position->column) {
+        result.append(std::to_string(*position->column)).append(":");
+    }
+    result.append(" ").append(position->severity).append(position->message).append("\n");
+}
+
+}  // namespace
+
+std::string MapInfoLog(std::string_view log, const LineMap& lines) {
+    std::string result;
+    while (!log.empty()) {
+        const std::size_t length = std::min(log.find('\n'), log.size());
+        std::string_view logLine = log.substr(0, length);
+        log.remove_prefix(std::min(length + 1, log.size()));
+        if (logLine.ends_with('\r')) {
+            logLine.remove_suffix(1);
+        }
+        AppendMapped(result, logLine, lines);
+    }
+    return result;
+}
+
+}  // namespace pixelforge
