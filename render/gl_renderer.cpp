@@ -1,0 +1,96 @@
+// Creation and end of the engine object.
+#include "render/gl_renderer.h"
+
+#include <windows.h>
+
+#include <GL/glew.h>
+
+#include "render/gl_context.h"
+#include "render/gl_diagnostics.h"
+#include "render/input_state.h"
+#include "render/live_textures.h"
+#include "render/window_input.h"
+
+namespace pixelforge {
+
+namespace {
+
+struct QuadVertex {
+    float position[2];
+    float texCoord[2];
+};
+
+constexpr QuadVertex kQuad[6] = {
+    {{-1, -1}, {0, 0}}, {{-1, 1}, {0, 1}}, {{1, -1}, {1, 0}},
+    {{1, -1}, {1, 0}},  {{-1, 1}, {0, 1}}, {{1, 1}, {1, 1}},
+};
+
+void EnableAttribute(GLuint index, std::size_t offset) noexcept {
+    glVertexAttribPointer(index, 2, GL_FLOAT, GL_FALSE, sizeof(QuadVertex),
+                          reinterpret_cast<const void*>(offset));
+    glEnableVertexAttribArray(index);
+}
+
+/// Two triangles that cover the whole target.
+void CreateQuad(GlRenderer& renderer) {
+    renderer.vertexArray = NewVertexArray();
+    glBindVertexArray(renderer.vertexArray.Get());
+    renderer.vertexBuffer = NewBuffer();
+    glBindBuffer(GL_ARRAY_BUFFER, renderer.vertexBuffer.Get());
+    glBufferData(GL_ARRAY_BUFFER, sizeof(kQuad), kQuad, GL_STATIC_DRAW);
+    EnableAttribute(0, offsetof(QuadVertex, position));
+    EnableAttribute(1, offsetof(QuadVertex, texCoord));
+    glBindVertexArray(0);
+    ReportGlError();
+}
+
+/// Filtering across cube edges, without which every edge of a sampled cube shows as a line.
+void SmoothCubeEdges() {
+    glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
+    ReportGlError();
+}
+
+}  // namespace
+
+HeapRecord<GlRenderer> CreateGlRenderer(HWND hostWindow, std::int32_t width, std::int32_t height) {
+    HeapRecord<GlRenderer> renderer = NewHeapRecord<GlRenderer>();
+    if (!renderer) {
+        return nullptr;
+    }
+    renderer->hostWindow = hostWindow;
+    renderer->hostClientRect = ClientRectOf(hostWindow);
+    renderer->renderRect = PixelRect{0, 0, width, height};
+    renderer->resolution[0] = static_cast<float>(width);
+    renderer->resolution[1] = static_cast<float>(height);
+    renderer->resolution[2] = 1.0F;
+    renderer->seenClicks = HostInput().ReadMouse().clicks;
+    if (CreateContext(*renderer, hostWindow)) {
+        CreateQuad(*renderer);
+        SmoothCubeEdges();
+    }
+    renderer->inputWindow = AttachWindowInput(hostWindow) ? hostWindow : nullptr;
+    return renderer;
+}
+
+GlRenderer::~GlRenderer() {
+    if (inputWindow) {
+        DetachWindowInput(inputWindow);
+    }
+    CurrentContextKeeper keeper;
+    keeper.Forget(context);
+    MakeCurrentForRelease(*this);
+    // Every name goes here, while no stranger's context is current.
+    for (PassSlot& slot : slots) {
+        slot = PassSlot{};
+    }
+    vertexArray.Reset();
+    vertexBuffer.Reset();
+    ReleaseLiveTextures(*this);
+    ReleaseContext(*this);
+}
+
+void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept {
+    renderer.reset();
+}
+
+}  // namespace pixelforge

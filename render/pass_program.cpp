@@ -1,0 +1,127 @@
+// A pass's GL program.
+#include "render/pass_program.h"
+
+#include <GL/glew.h>
+
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/debug_output.h"
+#include "glsl/info_log.h"
+#include "glsl/line_map.h"
+#include "glsl/pass_source.h"
+#include "render/gl_diagnostics.h"
+#include "render/pass_log.h"
+
+namespace pixelforge {
+
+namespace {
+
+void ForgetLog(PassSlot& slot) noexcept {
+    slot.infoLog.reset();
+    slot.infoLogLength = 0;
+}
+
+/// Writes the slot's log, if there is one; drivers also warn about programs that they accept.
+void WriteLog(const PassSlot& slot, const LineMap& lines) {
+    if (!slot.infoLog || slot.infoLogLength <= 0) {
+        return;
+    }
+    const std::string_view log(slot.infoLog.get(), static_cast<std::size_t>(slot.infoLogLength));
+    const std::vector<std::string> worded = WordPassLog(PassNarrowName(slot.number), MapInfoLog(log, lines));
+    for (const std::string& line : worded) {
+        WriteDebugLine(line);
+    }
+}
+
+GlShader CompileFragmentStage(PassSlot& slot, const LineMap& lines) {
+    GlShader shader(glCreateShader(GL_FRAGMENT_SHADER));
+    const bool compiled = CompileShaderSource(shader.Get(), slot.source.get());
+    CaptureInfoLog(shader.Get(), slot);
+    WriteLog(slot, lines);
+    ReportGlError();
+    return compiled ? std::move(shader) : GlShader();
+}
+
+/// The shaders are detached again, so that they go with their owners and not with the program.
+GlProgram LinkProgram(PassSlot& slot, GlName vertexShader, GlName fragmentShader, const LineMap& lines) {
+    GlProgram program(glCreateProgram());
+    glAttachShader(program.Get(), vertexShader);
+    glAttachShader(program.Get(), fragmentShader);
+    glLinkProgram(program.Get());
+    GLint status = 0;
+    glGetProgramiv(program.Get(), GL_LINK_STATUS, &status);
+    glDetachShader(program.Get(), vertexShader);
+    glDetachShader(program.Get(), fragmentShader);
+    if (status != 1) {
+        ForgetLog(slot);
+        CaptureProgramLog(program.Get(), slot);
+        WriteLog(slot, lines);
+    }
+    ReportGlError();
+    return status == 1 ? std::move(program) : GlProgram();
+}
+
+UniformLocations FindUniforms(GlName program) {
+    const auto find = [program](const char* name) { return glGetUniformLocation(program, name); };
+    UniformLocations found{};
+    found.resolution = find("resolution");
+    found.time = find("time");
+    found.mouse = find("mouse");
+    found.iResolution = find("iResolution");
+    found.iTime = find("iTime");
+    found.iTimeDelta = find("iTimeDelta");
+    found.iFrameRate = find("iFrameRate");
+    found.iFrame = find("iFrame");
+    found.iDate = find("iDate");
+    found.iMouse = find("iMouse");
+    found.iChannelTime = find("iChannelTime");
+    found.iChannelResolution = find("iChannelResolution");
+    found.cmCornerVertices = find("cmCornerVertices");
+    static constexpr const char* kChannelNames[kChannels] = {"iChannel0", "iChannel1", "iChannel2",
+                                                             "iChannel3"};
+    for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
+        found.iChannel[channel] = find(kChannelNames[channel]);
+    }
+    return found;
+}
+
+bool Fail(const PassSlot& slot, const char* what, std::string& reason) {
+    reason = std::string(PassNarrowName(slot.number)) + what;
+    return false;
+}
+
+}  // namespace
+
+GlShader CompileVertexStage(std::string& reason) {
+    GlShader shader(glCreateShader(GL_VERTEX_SHADER));
+    if (!CompileShaderSource(shader.Get(), kVertexShaderSource)) {
+        reason = "the vertex stage does not compile";
+        shader.Reset();
+    }
+    ReportGlError();
+    return shader;
+}
+
+bool BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
+                      const GlShader& vertexShader, std::string& reason) {
+    LineMap lines;
+    ForgetLog(slot);
+    slot.source = AssemblePassSource(&document, includes, &document.passes[slot.number], &lines);
+    if (!slot.source) {
+        return Fail(slot, ": malformed #include, or no memory for its text", reason);
+    }
+    const GlShader fragmentShader = CompileFragmentStage(slot, lines);
+    if (!fragmentShader) {
+        return Fail(slot, " does not compile", reason);
+    }
+    slot.program = LinkProgram(slot, vertexShader.Get(), fragmentShader.Get(), lines);
+    if (!slot.program) {
+        return Fail(slot, " does not link", reason);
+    }
+    slot.uniforms = FindUniforms(slot.program.Get());
+    return true;
+}
+
+}  // namespace pixelforge

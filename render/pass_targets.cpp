@@ -1,0 +1,152 @@
+// Creation and clearing of a pass's render targets.
+#include "render/pass_targets.h"
+
+#include <GL/glew.h>
+
+#include <cmath>
+#include <string>
+
+#include "base/debug_output.h"
+#include "glsl/pass_source.h"
+#include "render/cube_corners.h"
+#include "render/gl_diagnostics.h"
+
+namespace pixelforge {
+
+namespace {
+
+void ReportIncompleteFramebuffer(const PassSlot& slot) {
+    if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
+        WriteDebugLine(std::string(PassNarrowName(slot.number)) + ": the driver refuses the render target");
+    }
+    ReportGlError();
+}
+
+void ClearBoundFramebuffer() noexcept {
+    glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
+    glClear(GL_COLOR_BUFFER_BIT);
+}
+
+void SetLinearClamped(GLenum target) noexcept {
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(target, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(target, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    if (target == GL_TEXTURE_CUBE_MAP) {
+        glTexParameteri(target, GL_TEXTURE_WRAP_R, GL_CLAMP_TO_EDGE);
+    }
+}
+
+GlTexture CreateFlatTexture(GLenum format, std::int32_t width, std::int32_t height) {
+    GlTexture texture = NewTexture();
+    glBindTexture(GL_TEXTURE_2D, texture.Get());
+    glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(format), width, height, 0, GL_RGBA, GL_FLOAT, nullptr);
+    SetLinearClamped(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    return texture;
+}
+
+/// Binds a new framebuffer with the texture as its colour attachment, and leaves both cleared and bound.
+GlFramebuffer CreateFramebuffer(const PassSlot& slot, GLenum target, GlName texture) {
+    GlFramebuffer framebuffer = NewFramebuffer();
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer.Get());
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, target, texture, 0);
+    ReportIncompleteFramebuffer(slot);
+    ClearBoundFramebuffer();
+    return framebuffer;
+}
+
+void BuildFlatTarget(const GlRenderer& renderer, const PassSlot& slot, PassTarget& target, std::int32_t width,
+                     std::int32_t height) {
+    target.texture = CreateFlatTexture(renderer.bufferFormat, width, height);
+    target.framebuffer = CreateFramebuffer(slot, GL_TEXTURE_2D, target.texture.Get());
+}
+
+void BuildMultisampledTarget(const GlRenderer& renderer, const PassSlot& slot, PassTarget& target,
+                             std::int32_t width, std::int32_t height) {
+    target.texture = NewTexture();
+    glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, target.texture.Get());
+    glTexImage2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, 1 << renderer.sampleExponent, renderer.bufferFormat,
+                            width, height, GL_TRUE);
+    glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, 0);
+    target.framebuffer = CreateFramebuffer(slot, GL_TEXTURE_2D_MULTISAMPLE, target.texture.Get());
+    if (slot.isRead) {
+        target.resolvedTexture = CreateFlatTexture(renderer.bufferFormat, width, height);
+        target.resolvedFramebuffer = CreateFramebuffer(slot, GL_TEXTURE_2D, target.resolvedTexture.Get());
+    }
+}
+
+/// All faces are cleared; the first is attached at the end.
+void BuildCubeTarget(const PassSlot& slot, PassTarget& target) {
+    target.texture = NewTexture();
+    glBindTexture(GL_TEXTURE_CUBE_MAP, target.texture.Get());
+    for (GLenum face = 0; face < 6; ++face) {
+        glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, 0, GL_RGBA16F, kCubeSize, kCubeSize, 0, GL_RGBA,
+                     GL_FLOAT, nullptr);
+    }
+    SetLinearClamped(GL_TEXTURE_CUBE_MAP);
+    glBindTexture(GL_TEXTURE_CUBE_MAP, 0);
+    target.framebuffer = NewFramebuffer();
+    glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer.Get());
+    for (GLenum face = 6; face-- > 0;) {
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_CUBE_MAP_POSITIVE_X + face,
+                               target.texture.Get(), 0);
+        ClearBoundFramebuffer();
+    }
+    ReportIncompleteFramebuffer(slot);
+}
+
+std::int32_t RoundedSide(float side) noexcept {
+    return static_cast<std::int32_t>(std::lround(side));
+}
+
+}  // namespace
+
+void BuildPassTargets(const GlRenderer& renderer, PassSlot& slot, std::int32_t width, std::int32_t height) {
+    for (PassTarget& target : slot.targets) {
+        target = PassTarget{};
+        if (slot.number == static_cast<std::uint32_t>(PassKind::CubeA)) {
+            BuildCubeTarget(slot, target);
+        } else if (IsMultisampled(renderer, slot)) {
+            BuildMultisampledTarget(renderer, slot, target, width, height);
+        } else {
+            BuildFlatTarget(renderer, slot, target, width, height);
+        }
+        target.mipmapsStale = true;
+        ReportGlError();
+    }
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+}
+
+bool IsMultisampled(const GlRenderer& renderer, const PassSlot& slot) noexcept {
+    return renderer.sampleExponent != 0 && slot.number != static_cast<std::uint32_t>(PassKind::CubeA);
+}
+
+PassTarget& NewestTarget(PassSlot& slot) noexcept {
+    return slot.targets[(slot.current + 1) % 2];
+}
+
+void ResolveTarget(const GlRenderer& renderer, PassTarget& target) {
+    if (!target.resolvedStale || !target.resolvedFramebuffer) {
+        return;
+    }
+    const std::int32_t width = RenderWidth(renderer);
+    const std::int32_t height = RenderHeight(renderer);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, target.framebuffer.Get());
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, target.resolvedFramebuffer.Get());
+    glBlitFramebuffer(0, 0, width, height, 0, 0, width, height, GL_COLOR_BUFFER_BIT, GL_NEAREST);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    target.resolvedStale = false;
+    target.mipmapsStale = true;
+    ReportGlError();
+}
+
+std::int32_t RenderWidth(const GlRenderer& renderer) noexcept {
+    return RoundedSide(renderer.resolution[0]);
+}
+
+std::int32_t RenderHeight(const GlRenderer& renderer) noexcept {
+    return RoundedSide(renderer.resolution[1]);
+}
+
+}  // namespace pixelforge

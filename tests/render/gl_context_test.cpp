@@ -1,0 +1,105 @@
+// Contexts: a lost one's names are not deleted in a stranger's, an unusable one is never drawn with.
+#include "render/gl_context.h"
+
+#include <windows.h>
+
+#include <GL/glew.h>
+
+#include <tuple>
+#include <utility>
+
+#include "render/pass_graph.h"
+#include "render/readback.h"
+#include "tests/render/gl_stage.h"
+
+namespace pixelforge::test {
+namespace {
+
+void BuildAndDraw(Stage& stage) {
+    ASSERT_TRUE(stage.Body(PassKind::Image, "c = vec4(1.0);").Build());
+    stage.Draw();
+}
+
+TEST(GlContext, NoNameIsDeletedInAStrangersContext) {
+    const HiddenTestWindow strangersWindow(64, 48);
+    Stage stranger(strangersWindow.Get());
+    BuildAndDraw(stranger);
+    const HGLRC strangersContext = wglGetCurrentContext();
+    const HDC strangersDc = GetDC(strangersWindow.Get());
+    ASSERT_TRUE(wglMakeCurrent(strangersDc, strangersContext));
+    HiddenTestWindow window(64, 48);
+    HeapRecord<GlRenderer> withoutWindow;
+    HeapRecord<GlRenderer> onLostWindow;
+    {
+        const CurrentContextKeeper keeper;
+        withoutWindow = CreateGlRenderer(nullptr, 64, 48);
+        Stage stage(window.Get());
+        BuildAndDraw(stage);
+        onLostWindow = stage.Release();
+    }
+    window.Destroy();
+    DestroyGlRenderer(std::move(withoutWindow));
+    DestroyGlRenderer(std::move(onLostWindow));
+    ASSERT_EQ(wglGetCurrentContext(), strangersContext);
+    // Both had the same names as the stranger, whose objects came in the same order.
+    const GlRenderer& left = stranger.Renderer();
+    EXPECT_TRUE(glIsVertexArray(left.vertexArray.Get()));
+    EXPECT_TRUE(glIsBuffer(left.vertexBuffer.Get()));
+    EXPECT_TRUE(glIsProgram(left.slots[7].program.Get()));
+    for (const PassTarget& target : left.slots[7].targets) {
+        EXPECT_TRUE(glIsTexture(target.texture.Get()));
+        EXPECT_TRUE(glIsFramebuffer(target.framebuffer.Get()));
+    }
+}
+
+TEST(GlContext, WithoutAWindowThereIsAContextButNothingToDrawOn) {
+    HeapRecord<GlRenderer> renderer = CreateGlRenderer(nullptr, 64, 48);
+    ASSERT_NE(renderer, nullptr);
+    EXPECT_EQ(renderer->contextReady, 1);
+    WNDCLASSEXW description{};
+    description.cbSize = sizeof(description);
+    EXPECT_FALSE(GetClassInfoExW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &description));
+    EXPECT_FALSE(MakeRendererCurrent(*renderer, nullptr));
+    DestroyGlRenderer(std::move(renderer));
+}
+
+/// Takes GLEW's entry points away, as on a machine whose driver knows GL 1.1 only: a call of one of these
+/// now ends the process. A second call gives them back.
+void SwapEntryPoints() {
+    const auto swap = [](auto&... entries) {
+        static auto taken = std::make_tuple(std::decay_t<decltype(entries)>()...);
+        std::tie(entries...) = std::exchange(taken, std::make_tuple(entries...));
+    };
+    swap(__glewGenFramebuffers, __glewDeleteFramebuffers, __glewDeleteVertexArrays, __glewDeleteBuffers,
+         __glewDeleteProgram, __glewUseProgram, __glewCreateShader);
+}
+
+TEST(GlContext, AnUnusableContextIsLeftAlone) {
+    const HiddenTestWindow window(64, 48);
+    Stage stage(window.Get());
+    BuildAndDraw(stage);
+    Picture picture(64, 48);
+    GlRenderer& renderer = stage.Renderer();
+    const auto expectRefusals = [&] {
+        const FrameParameters parameters{1, 0.25F};
+        std::string reason;
+        EXPECT_FALSE(MakeRendererCurrent(renderer, window.Get()));
+        EXPECT_FALSE(BuildPassGraph(renderer, reason));
+        EXPECT_EQ(reason, "no usable OpenGL context");
+        EXPECT_EQ(RenderFrame(&renderer, &parameters, 1, 0, 0), 0);
+        EXPECT_EQ(ReadFrameIntoBitmap(&renderer, picture.Bitmap()), 0);
+    };
+    renderer.contextReady = 0;
+    expectRefusals();
+    renderer.contextReady = 1;
+    renderer.glewReady = 0;
+    expectRefusals();
+    renderer.glewReady = 1;
+    SwapEntryPoints();
+    expectRefusals();
+    DestroyGlRenderer(stage.Release());
+    SwapEntryPoints();
+}
+
+}  // namespace
+}  // namespace pixelforge::test

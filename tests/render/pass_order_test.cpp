@@ -1,0 +1,78 @@
+// Which frame's picture a pass reads from another, and the uniforms of a frame.
+#include <gtest/gtest.h>
+
+#include "tests/render/gl_stage.h"
+
+namespace pixelforge::test {
+namespace {
+
+using PassOrder = StageTest;
+
+TEST_F(PassOrder, ReadersGetThisFrameFromEarlierPassesAndTheLastFrameFromLaterOnes) {
+    const Channel a0 = Reads(0, PassKind::BufferA);
+    const Channel b1 = Reads(1, PassKind::BufferB);
+    const Channel d2 = Reads(2, PassKind::BufferD);
+    // Red counts the pass's own frames from what it left there; the others show what it read elsewhere.
+    stage_.Body(PassKind::BufferA, "c = vec4(T(0).r + 1.0, T(1).r, T(2).r, 0.0);", {a0, b1, d2});
+    stage_.Body(PassKind::BufferB, "c = vec4(T(1).r + 1.0, T(0).r, 0.0, 0.0);", {a0, b1});
+    stage_.Body(PassKind::BufferD, "c = vec4(T(2).r + 1.0, T(1).r, T(0).b, 0.0);", {a0, b1, d2});
+    stage_.Body(PassKind::Image,
+                "float v[8] = float[8](T(0).r, T(0).g, T(0).b, T(1).r, T(1).g, T(2).r, T(2).g, T(2).b);"
+                "c = vec4(v[int(p.x) & 7], floor(p.y), 0.0, 255.0) / 255.0;",
+                {a0, b1, d2});
+    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    for (int frame = 1; frame <= 4; ++frame) {
+        const Picture picture = stage_.Frame();
+        const int before = frame - 1;
+        const int expected[8] = {frame, before, before, frame, frame, frame, frame, before};
+        for (int column = 0; column < 64; ++column) {
+            ASSERT_EQ(picture.At(column, column % 48), (Color{expected[column & 7], column % 48, 0, 255}))
+                << "frame " << frame << ", column " << column;
+        }
+    }
+}
+
+TEST_F(PassOrder, ChannelsWithoutATextureReadBlackAndTellTheirSizes) {
+    // Buffer C is no pass of this document; the texture's and the volume's medium is missing.
+    stage_.Body(PassKind::Image,
+                "vec3 sum = texture(iChannel0, vec2(0.5)).rgb + texture(iChannel1, vec2(0.5)).rgb"
+                " + texture(iChannel2, vec3(0.5)).rgb;"
+                "vec3 size = iChannelResolution[int(p.x) & 3]; c = vec4(size / 255.0, sum);",
+                {Reads(0, PassKind::BufferC),
+                 {1, ChannelType::Texture},
+                 {2, ChannelType::Volume},
+                 {3, ChannelType::Keyboard}});
+    stage_.Renderer().document.passes[7].channelResolution[2] = ChannelSize{7, 8, 9};
+    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    const Color expected[] = {{64, 48, 1, 0}, {0, 0, 0, 0}, {7, 8, 9, 0}, {255, 3, 1, 0}};
+    const Picture picture = stage_.Frame();
+    for (int channel = 0; channel < 4; ++channel) {
+        EXPECT_EQ(picture.At(channel, 0), expected[channel]);
+    }
+}
+
+TEST_F(PassOrder, TheFramesUniforms) {
+    stage_.Pass(PassKind::Image,
+                "uniform vec3 resolution; uniform float time;\n"
+                "void mainImage(out vec4 c, in vec2 p) {\n"
+                "vec4 v[4] = vec4[4](vec4(iResolution, iTime * 4.0),\n"
+                "vec4(iTimeDelta * 4.0, iFrame, iSampleRate, iFrameRate < 0.0 ? 1.0 : 2.0),\n"
+                "vec4(iDate.x - 2000.0, iDate.yz, floor(iDate.w / 3600.0)),\n"
+                "vec4(resolution.y, time * 4.0, iChannelTime[2], 7.0));\n"
+                "c = v[int(p.x) & 3] / 255.0; }\n");
+    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    stage_.Renderer().startTick = GetTickCount64() - 50;
+    for (int frame = 1; frame <= 3; ++frame) {
+        SYSTEMTIME now{};
+        GetLocalTime(&now);
+        const Picture picture = stage_.Frame(0.5F);
+        EXPECT_EQ(picture.At(0, 5), (Color{64, 48, 1, 2 * frame}));
+        // The counter goes -1, 0, 1; the rate of the first frame is negative.
+        EXPECT_EQ(picture.At(1, 5), (Color{2, frame == 3 ? 1 : 0, 0, frame == 1 ? 1 : 2}));
+        EXPECT_EQ(picture.At(2, 5), (Color{now.wYear - 2000, now.wMonth, now.wDay, now.wHour}));
+        EXPECT_EQ(picture.At(3, 5), (Color{48, 2 * frame, 0, 7}));
+    }
+}
+
+}  // namespace
+}  // namespace pixelforge::test
