@@ -1,0 +1,44 @@
+// Turns `BITMAP` records into what the pixel kernels take.
+#include "post/bitmap_adapter.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "post/tile_remap.h"
+
+namespace pixelforge {
+namespace {
+
+/// Other pixel sizes would make the kernels run past the end of the bits. 0 stands for a record that was
+/// filled by hand with size and bits alone.
+bool HasWordPixels(const BITMAP* bitmap) noexcept {
+    return bitmap && (bitmap->bmBitsPixel == 32 || bitmap->bmBitsPixel == 0);
+}
+
+std::uint64_t PixelCount(const BITMAP* bitmap) noexcept {
+    if (!HasWordPixels(bitmap) || !bitmap->bmBits || bitmap->bmWidth < 1 || bitmap->bmHeight < 1) {
+        return 0;
+    }
+    return static_cast<std::uint64_t>(bitmap->bmWidth) * static_cast<std::uint64_t>(bitmap->bmHeight);
+}
+
+}  // namespace
+
+std::uint32_t SharedPixelCount(const BITMAP* first, const BITMAP* second) noexcept {
+    const std::uint64_t shared = std::min(PixelCount(first), PixelCount(second));
+    return static_cast<std::uint32_t>(
+        std::min<std::uint64_t>(shared, std::numeric_limits<std::uint32_t>::max()));
+}
+
+std::int32_t TileRemap(const BITMAP* destination, const BITMAP* source, std::uint64_t, std::uint64_t,
+                       std::int32_t frameWidth, std::int32_t frameHeight, std::int32_t tilesX,
+                       std::int32_t tilesY, std::int32_t flipOddTiles) noexcept {
+    if (!HasWordPixels(destination) || !HasWordPixels(source)) {
+        return 0;
+    }
+    return TileRemap(PixelView{destination->bmBits, destination->bmWidth, destination->bmHeight},
+                     ConstPixelView{source->bmBits, source->bmWidth, source->bmHeight},
+                     TileGrid{frameWidth, frameHeight, tilesX, tilesY, flipOddTiles});
+}
+
+}  // namespace pixelforge

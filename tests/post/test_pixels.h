@@ -1,0 +1,67 @@
+// Pixels for the kernel tests: random pictures, guarded buffers at any alignment, every code path.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "post/vector_path.h"
+
+namespace pixelforge {
+
+/// The same sequence on every run and in every build.
+using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
+
+/// A third of the pixels black with random alpha, a third with one dark channel, the rest anything.
+inline std::vector<std::uint32_t> RandomPixels(Random& random, std::size_t count) {
+    std::vector<std::uint32_t> pixels(count);
+    for (std::uint32_t& pixel : pixels) {
+        const std::uint32_t any = random();
+        const std::uint32_t masks[] = {0xFF000000, 0xFF000001U << (any >> 30) * 8, 0xFFFFFFFF};
+        pixel = any & masks[random() % 3];
+    }
+    return pixels;
+}
+
+inline std::vector<VectorPath> AvailablePaths() {
+    std::vector<VectorPath> paths = {VectorPath::Portable, VectorPath::Sse2, VectorPath::Avx2};
+    std::erase_if(paths, [](VectorPath path) { return path > BestVectorPath(); });
+    return paths;
+}
+
+/// A copy of some pixels at a chosen byte alignment between guard bytes.
+class GuardedPixels {
+public:
+    GuardedPixels(const std::vector<std::uint32_t>& pixels, std::size_t misalignment)
+        : size_(pixels.size() * 4), start_(64 + misalignment), bytes_(start_ + size_ + 64, kGuard) {
+        std::memcpy(bits(), pixels.data(), size_);
+    }
+
+    void* bits() { return bytes_.data() + start_; }
+
+    std::vector<std::uint32_t> Pixels() const {
+        std::vector<std::uint32_t> pixels(size_ / 4);
+        std::memcpy(pixels.data(), bytes_.data() + start_, size_);
+        return pixels;
+    }
+
+    bool GuardsIntact() const {
+        const auto first = bytes_.begin() + static_cast<std::ptrdiff_t>(start_);
+        const auto isGuard = [](std::uint8_t byte) { return byte == kGuard; };
+        return std::all_of(bytes_.begin(), first, isGuard) &&
+               std::all_of(first + static_cast<std::ptrdiff_t>(size_), bytes_.end(), isGuard);
+    }
+
+private:
+    static constexpr std::uint8_t kGuard = 0xA5;
+    std::size_t size_;
+    std::size_t start_;
+    std::vector<std::uint8_t> bytes_;
+};
+
+}  // namespace pixelforge
