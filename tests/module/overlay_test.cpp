@@ -1,0 +1,92 @@
+// The notice: written out in full, and at each of its edges.
+#include "module/overlay.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "library/service_host.h"
+
+namespace pixelforge {
+namespace {
+
+struct Notice {
+    std::wstring id = L"Xs3BR4";
+    std::wstring name = L"Name";
+    std::wstring author = L"Author";
+    std::wstring description = L"Text";
+    std::wstring editor;
+};
+
+std::wstring Compose(const Notice& notice) {
+    ShaderInfo info = {};
+    CopyCut(info.id, notice.id);
+    CopyCut(info.name, notice.name);
+    CopyCut(info.username, notice.author);
+    CopyCut(info.description, notice.description);
+    wchar_t text[4096];
+    std::fill(std::begin(text), std::end(text), L'#');
+    EXPECT_TRUE(ComposeInfoText(info, notice.editor.c_str(), text));
+    const std::size_t units = std::wstring_view(text).size();
+    EXPECT_FALSE(ComposeInfoText(info, notice.editor.c_str(), {text, units})) << "no room for the end";
+    return text;
+}
+
+/// What the notice is made of, with the edit link and the description as they are to appear.
+std::wstring Expected(const Notice& notice, const std::wstring& editLink, const std::wstring& description) {
+    const std::wstring host = kServiceHost;
+    return L"{\\rtf1\\ansi\\deff0{\\colortbl;\\red%lu\\green%lu\\blue%lu;\\red%lu\\green%lu\\blue%lu;"
+           L"\\red%lu\\green%lu\\blue%lu;}\\cf2\\highlight1 \\cf2 Shader: \\cf3{\\field{\\*\\fldinst "
+           L"HYPERLINK "
+           L"\"https://" +
+           host + L"/view/" + notice.id + L"\"}{\\fldrslt " + notice.name + L"}}" + editLink +
+           L"\\line \\cf2 Author: \\cf3{\\field{\\*\\fldinst HYPERLINK \"https://" + host + L"/user/" +
+           notice.author + L"\"}{\\fldrslt " + notice.author + L"}}\\line \\cf2 Description: " + description +
+           L"\\par}";
+}
+
+TEST(Overlay, CarriesEveryTextUnchanged) {
+    const std::wstring texts[] = {
+        L"",
+        L"a {brace}, a } alone",
+        L"C:\\dir \\par \\'41 100% %s %lu",
+        L"\"quoted\"",
+        L"first\r\nsecond\n\nthird",
+        L"\xD83C\xDF0A wave",
+        L"\x05E9\x05DC\x05D5\x05DD \x202E mixed",
+    };
+    for (const std::wstring& text : texts) {
+        const Notice notice = {L"id", text, text, text, L""};
+        EXPECT_EQ(Compose(notice), Expected(notice, L"", text));
+    }
+    const Notice longest = {std::wstring(19, L'i'), std::wstring(127, L'n'), std::wstring(63, L'u'),
+                            std::wstring(259, L'd'), L""};
+    EXPECT_EQ(Compose(longest), Expected(longest, L"", longest.description));
+}
+
+TEST(Overlay, RemovesLineEndsBehindTheDescriptionOnly) {
+    for (const auto& [given, kept] : {std::pair(L"Text\r\n\r\n\r\n", L"Text"),
+                                      {L"a\nb\n\r", L"a\nb"},
+                                      {L"\r\n\n", L""},
+                                      {L"Text\n\t", L"Text\n\t"}}) {
+        Notice notice;
+        notice.description = given;
+        EXPECT_EQ(Compose(notice), Expected(notice, L"", kept));
+    }
+}
+
+TEST(Overlay, CutsTheEditLinkAtItsField) {
+    const std::wstring begin = L"\\cf2 \t\t[ \\cf3{\\field{\\*\\fldinst{HYPERLINK \"file://";
+    const std::wstring end = L"\"}}{\\fldrslt Edit w/GlowBench} \\cf2 ] }";
+    const std::size_t room = kPathUnits - 1 - begin.size() - std::wstring(L"?Xs3BR4").size() - end.size();
+    for (const std::size_t length : {room - 1, room, room + 1, room + end.size(), kPathUnits - 1}) {
+        Notice notice;
+        notice.editor.assign(length, L'e');
+        const std::wstring link = (begin + notice.editor + L"?Xs3BR4" + end).substr(0, kPathUnits - 1);
+        EXPECT_EQ(Compose(notice), Expected(notice, link, L"Text")) << length;
+    }
+}
+
+}  // namespace
+}  // namespace pixelforge

@@ -1,0 +1,58 @@
+// The pick from playlists of every shape.
+#include "module/playlist.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/support/temp_file.h"
+
+namespace pixelforge {
+namespace {
+
+template <std::uint32_t number>
+std::uint32_t Always() {
+    return number;
+}
+
+/// The picked entry, or "-" when there is none.
+std::wstring Pick(std::string_view playlist, RandomSource random = Always<0>) {
+    const test::TempFile file(playlist, L".txt");
+    wchar_t id[20] = L"left over";
+    if (PickShaderId(file.Path().c_str(), id, random)) {
+        return id;
+    }
+    EXPECT_STREQ(id, L"");
+    return L"-";
+}
+
+TEST(PickShaderId, TakesOnlyLinesThatEnd) {
+    const std::pair<std::string, const wchar_t*> cases[] = {
+        {"", L"-"},
+        {"\n\r\n\r", L"-"},
+        {"MdX3Rr", L"-"},
+        {"MdX3Rr\n", L"MdX3Rr"},
+        {"\n\n\r\rone\rtwo", L"one"},
+        {"  one # two \n", L"  one # two "},
+        {"\xE4\x80\n", L"\u00E4\u20AC"},
+        {"\xC3\xA4\n", L"\u00C3\u00A4"},
+        {"1234567890123456789\n", L"1234567890123456789"},
+        {"12345678901234567890\n", L"-"},
+        {std::string(300000, 'x') + "\n", L"-"},
+        {std::string("a\0b\n", 4), L"-"},
+    };
+    for (const auto& [playlist, expected] : cases) {
+        EXPECT_EQ(Pick(playlist), expected) << testing::PrintToString(playlist.substr(0, 40));
+    }
+}
+
+TEST(PickShaderId, DrawsByTheRandomNumberModuloTheLines) {
+    constexpr std::string_view playlist = "\r\na\r\n\r\nb\n\rc\rd\nunfinished";
+    EXPECT_EQ(Pick(playlist, Always<0>), L"a");
+    EXPECT_EQ(Pick(playlist, Always<3>), L"d");
+    EXPECT_EQ(Pick(playlist, Always<6>), L"c");
+    EXPECT_EQ(Pick(playlist, Always<0xFFFFFFFD>), L"b");
+}
+
+}  // namespace
+}  // namespace pixelforge
