@@ -1,0 +1,90 @@
+// Checksum, percentiles and the summary of a run.
+#include "preview/frame_statistics.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+namespace pixelforge::preview {
+namespace {
+
+constexpr std::uint32_t kReversedPolynomial = 0xEDB88320u;
+
+constexpr std::array<std::uint32_t, 256> MakeCrcTable() {
+    std::array<std::uint32_t, 256> table{};
+    for (std::uint32_t i = 0; i < 256; ++i) {
+        std::uint32_t value = i;
+        for (int bit = 0; bit < 8; ++bit) {
+            value = (value >> 1) ^ ((value & 1u) ? kReversedPolynomial : 0u);
+        }
+        table[i] = value;
+    }
+    return table;
+}
+
+constexpr auto kCrcTable = MakeCrcTable();
+
+std::vector<double> SortedTimes(std::span<const FrameRecord> frames, bool withLoading) {
+    std::vector<double> times;
+    for (const FrameRecord& frame : frames) {
+        if (frame.result == FrameResult::Drawn && (withLoading || !frame.loading)) {
+            times.push_back(frame.milliseconds);
+        }
+    }
+    std::ranges::sort(times);
+    return times;
+}
+
+std::size_t CountResults(std::span<const FrameRecord> frames, FrameResult result) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(frames, [&](const FrameRecord& frame) { return frame.result == result; }));
+}
+
+}  // namespace
+
+std::uint32_t Crc32(std::span<const std::uint8_t> bytes) noexcept {
+    std::uint32_t crc = ~0u;
+    for (const std::uint8_t byte : bytes) {
+        crc = (crc >> 8) ^ kCrcTable[(crc ^ byte) & 0xFFu];
+    }
+    return ~crc;
+}
+
+double Percentile(std::span<const double> sorted, double percent) {
+    if (sorted.empty()) {
+        return 0.0;
+    }
+    const auto count = static_cast<double>(sorted.size());
+    const double rank = std::clamp(std::ceil(percent / 100.0 * count), 1.0, count);
+    return sorted[static_cast<std::size_t>(rank) - 1];
+}
+
+double Median(std::span<const double> sorted) {
+    if (sorted.empty()) {
+        return 0.0;
+    }
+    const std::size_t middle = sorted.size() / 2;
+    return sorted.size() % 2 != 0 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2.0;
+}
+
+FrameStatistics Summarize(std::span<const FrameRecord> frames) {
+    FrameStatistics statistics;
+    statistics.drawn = CountResults(frames, FrameResult::Drawn);
+    statistics.failed = CountResults(frames, FrameResult::Failed);
+    std::vector<double> times = SortedTimes(frames, false);
+    if (times.empty()) {
+        times = SortedTimes(frames, true);
+    }
+    statistics.measured = times.size();
+    statistics.medianMilliseconds = Median(times);
+    statistics.percentile95Milliseconds = Percentile(times, 95.0);
+    statistics.percentile99Milliseconds = Percentile(times, 99.0);
+    statistics.worstMilliseconds = Percentile(times, 100.0);
+    if (statistics.medianMilliseconds > 0.0) {
+        statistics.framesPerSecond = 1000.0 / statistics.medianMilliseconds;
+    }
+    return statistics;
+}
+
+}  // namespace pixelforge::preview

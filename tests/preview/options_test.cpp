@@ -1,0 +1,57 @@
+// The command line.
+#include "preview/options.h"
+
+#include <gmock/gmock.h>
+
+#include "preview/host_error.h"
+
+namespace pixelforge::preview {
+namespace {
+
+using testing::HasSubstr;
+
+TEST(Options, ChooseWhatOthersImply) {
+    EXPECT_EQ(ParseOptions({"a.json", "--check"}).frames, 1);
+    EXPECT_EQ(ParseOptions({"a.json", "--check", "--size", "8x8"}).width, 8);
+    EXPECT_EQ(ParseOptions({"a.json", "--info"}).frames, 1);
+    EXPECT_TRUE(ParseOptions({"a.json", "--watch"}).window);
+    EXPECT_EQ(ParseOptions({"a.json", "--window"}).frames, 0);
+    EXPECT_EQ(ParseOptions({"a.json", "--window", "--frames", "7"}).frames, 7);
+    const auto settings =
+        ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings;
+    std::string joined;
+    for (const ControlSetting& setting : settings) {
+        joined += setting.label + "=" + setting.value + ";";
+    }
+    EXPECT_EQ(joined, "X Tiling=3;Y Tiling=2;Mirroring=false;Foreground Only=true;X Tiling=4;");
+}
+
+TEST(Options, AreRefusedWithTheReason) {
+    const std::pair<std::vector<std::string>, const char*> cases[] = {
+        {{}, "name a shader document"},
+        {{"a.json", "--playlist", "p"}, "not several"},
+        {{"--playlist", "p", "--id", "i"}, "not several"},
+        {{"--id", "abcdefghijklmnopqrst"}, "--id"},
+        {{"a.json", "--size", "64"}, "\"64\""},
+        {{"a.json", "--size", "0x48"}, "\"0x48\""},
+        {{"a.json", "--size", "64x48x2"}, "\"64x48x2\""},
+        {{"a.json", "--size", "64x16385"}, "16384"},
+        {{"a.json", "--frames", "0"}, "--frames"},
+        {{"a.json", "--set", "Speed"}, "Label=value"},
+        {{"a.json", "--tiles", "33x1"}, "32"},
+        {{"a.json", "--levels", "0"}, "--levels"},
+        {{"a.json", "--window", "--bench"}, "--bench"},
+        {{"--playlist", "p", "--watch"}, "shader file"}};
+    for (const auto& [arguments, reason] : cases) {
+        try {
+            ParseOptions(arguments);
+            ADD_FAILURE() << testing::PrintToString(arguments);
+        } catch (const HostError& error) {
+            EXPECT_EQ(error.Status(), ExitStatus::WrongUsage);
+            EXPECT_THAT(error.what(), HasSubstr(reason));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pixelforge::preview
