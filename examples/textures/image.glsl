@@ -1,0 +1,29 @@
+//@ name Samplers
+//@ description One small picture with each filter and wrap: clamped above, repeated on a floor below.
+//@ tags texture sampler filter wrap
+//@ iChannel0 texture media/lantern.png filter=nearest wrap=repeat vflip=true
+//@ iChannel1 texture media/lantern.png filter=linear wrap=repeat vflip=true
+//@ iChannel2 texture media/lantern.png filter=mipmap wrap=repeat vflip=true
+//@ iChannel3 Buffer A filter=nearest
+// From left to right: nearest, linear, mipmap. Only mipmaps keep the far floor calm.
+
+void mainImage(out vec4 fragColor, in vec2 fragCoord)
+{
+    vec2 uv = fragCoord / iResolution.xy;
+    if (uv.y > 0.5) {
+        fragColor = texture(iChannel3, uv);
+        return;
+    }
+    float distance = 0.5 / (0.52 - uv.y);
+    vec2 floorAt = vec2((uv.x - 0.5) * iResolution.x / iResolution.y, 1.0) * distance * 2.0;
+    floorAt.y += iTime;
+    vec2 dx = dFdx(floorAt);
+    vec2 dy = dFdy(floorAt);
+    if (uv.x < 1.0 / 3.0)
+        fragColor = textureGrad(iChannel0, floorAt, dx, dy);
+    else if (uv.x < 2.0 / 3.0)
+        fragColor = textureGrad(iChannel1, floorAt, dx, dy);
+    else
+        fragColor = textureGrad(iChannel2, floorAt, dx, dy);
+    fragColor.rgb *= 1.0 - 0.8 * smoothstep(4.0, 25.0, distance);
+}
