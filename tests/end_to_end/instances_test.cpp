@@ -1,0 +1,111 @@
+// Several instances in one process, several threads, and windows that change or cannot be drawn on.
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "tests/end_to_end/module_run.h"
+
+namespace pixelforge::test {
+namespace {
+
+const Input kSelf = {.channel = 0, .id = 257};
+
+/// Red counts the frames, green tells whether buffers clamp at 1, blue is a multiple of the time.
+const std::string kCounter =
+    DocumentBuilder()
+        .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0 / 64.0, 3.0, 0, 1);"),
+                {kSelf})
+        .Image(MainImage("vec4 a = texelFetch(iChannel0, ivec2(p), 0);\n"
+                         "c = vec4(a.x / 255.0 * 64.0, a.y / 3.0, iTime * 4.0 / 255.0, 1);"),
+               {kSelf})
+        .Json();
+
+TEST(Instances, TwoWithDifferentSettingsDoNotDisturbEachOther) {
+    RunOptions sampled;
+    sampled.settings = {{"Multi-Sample", "1"}, {"Speed", "0.5"}};
+    RunOptions fast;
+    fast.width = 20;
+    fast.settings = {{"Fast Buffers", "1"}, {"Speed", "0.25"}};
+    ModuleRun first(kCounter, sampled);
+    ModuleRun second(kCounter, fast);
+    for (std::uint32_t frame = 1; frame <= 4; ++frame) {
+        ASSERT_EQ(first.Frame(), FrameResult::Drawn) << first.Words();
+        ASSERT_EQ(second.Frame(), FrameResult::Drawn) << second.Words();
+        EXPECT_EQ(first.Pixel(5, 5), frame << 16 | 0xFF00 | 2 * frame) << "floats, sampled";
+        EXPECT_EQ(second.Pixel(5, 5) & 0xFFFF, 85u << 8 | frame) << "bytes: 1 / 3";
+    }
+    second.Session().Close();
+    EXPECT_EQ(first.Frame(), FrameResult::Drawn);
+    EXPECT_EQ(first.Pixel(5, 5), 0x05FF0Au);
+}
+
+TEST(Instances, FramesMayBeDrawnFromOneThreadAndThenAnother) {
+    ModuleRun run(kCounter);
+    const preview::ModuleFunctions& module = Module().Functions();
+    for (std::uint32_t frame = 1; frame <= 5; frame += 2) {
+        ASSERT_EQ(run.Frame(), FrameResult::Drawn);
+        EXPECT_EQ(run.Pixel(5, 5) >> 16, frame);
+        std::int32_t result = -1;
+        std::thread([&] {
+            result = module.drawFrame(run.Session().Instance(), &run.Session().Context());
+        }).join();
+        EXPECT_EQ(result, 1);
+        EXPECT_EQ(run.Pixel(5, 5) >> 16, frame + 1);
+    }
+}
+
+TEST(Instances, TheCallersGlContextIsCurrentAgainAfterEveryExport) {
+    preview::HostWindow window(16, 16);
+    const HDC dc = GetDC(window.Handle());
+    PIXELFORMATDESCRIPTOR format{};
+    format.nSize = sizeof(format);
+    format.nVersion = 1;
+    format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
+    format.cColorBits = 32;
+    SetPixelFormat(dc, ChoosePixelFormat(dc, &format), &format);
+    const HGLRC context = wglCreateContext(dc);
+    ASSERT_TRUE(wglMakeCurrent(dc, context));
+    {
+        ModuleRun good(kCounter);
+        EXPECT_EQ(good.Frame(), FrameResult::Drawn);
+        EXPECT_EQ(wglGetCurrentContext(), context) << "after a load";
+        EXPECT_EQ(good.Frame(), FrameResult::Drawn);
+        EXPECT_EQ(wglGetCurrentContext(), context) << "after a frame";
+        ModuleRun bad(DocumentBuilder().Image("not GLSL").Json());
+        EXPECT_EQ(bad.Frame(), FrameResult::Failed);
+        EXPECT_EQ(wglGetCurrentContext(), context) << "after a failed load";
+    }
+    EXPECT_EQ(wglGetCurrentContext(), context) << "after destruction";
+    wglMakeCurrent(nullptr, nullptr);
+    wglDeleteContext(context);
+    ReleaseDC(window.Handle(), dc);
+}
+
+TEST(Instances, AWindowThatCannotCarryAContextGivesFailedFramesOnly) {
+    ModuleRun run(kCounter);
+    DrawContext& context = run.Session().Context();
+    HWND const window = context.window;
+    context.window = nullptr;
+    EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "the shader loads, but nothing carries its frames";
+    context.window = window;
+    EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
+}
+
+TEST(Instances, AResizedWindowIsNotDeliveredUntilTheHostPreparesAgain) {
+    preview::HostWindow window(32, 24);
+    RunOptions options;
+    options.window = &window;
+    ModuleRun run(kCounter, options);
+    EXPECT_EQ(run.Frames(3), FrameResult::Drawn);
+    window.SetClientSize(40, 30);
+    EXPECT_EQ(run.Frame(), FrameResult::Failed) << "the picture has grown, the bitmap has not";
+    preview::HostSurface larger(40, 30);
+    run.Session().Context().width = 40;
+    run.Session().Context().height = 30;
+    run.Session().Context().bitmap = larger.Bitmap();
+    EXPECT_EQ(run.Frame(), FrameResult::Drawn);
+    EXPECT_EQ(larger.Pixels().At(39, 0) & 0xFF00, 0xFF00u);
+}
+
+}  // namespace
+}  // namespace pixelforge::test

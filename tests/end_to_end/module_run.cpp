@@ -1,0 +1,67 @@
+// Opening and drawing a run.
+#include "tests/end_to_end/module_run.h"
+
+#include <span>
+
+#include "preview/debug_capture.h"
+
+namespace pixelforge::test {
+namespace {
+
+std::span<const std::uint8_t> Bytes(const std::string& text) {
+    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+preview::SessionOptions ToSession(const RunOptions& options, const preview::ShaderDrop& drop) {
+    preview::SessionOptions session;
+    session.width = options.width;
+    session.height = options.height;
+    session.playlistName = drop.PlaylistName();
+    session.settings = options.settings;
+    session.levelDivisor = options.levelDivisor;
+    session.levelOutput = options.levelOutput;
+    session.window = options.window;
+    return session;
+}
+
+/// One for the whole program: a process has one debugger.
+preview::DebugCapture& Capture() {
+    static preview::DebugCapture capture;
+    return capture;
+}
+
+}  // namespace
+
+const preview::ModuleLibrary& Module() {
+    static const preview::ModuleLibrary module;
+    return module;
+}
+
+ModuleRun::ModuleRun(const std::string& document, const RunOptions& options)
+    : firstLine_(Capture().Lines().size()),
+      drop_(preview::ShaderDrop::OfDocument(Bytes(document))),
+      session_(Module(), ToSession(options, drop_)) {
+    session_.Open();
+}
+
+FrameResult ModuleRun::Frames(int count) {
+    FrameResult result = FrameResult::Failed;
+    for (int i = 0; i < count; ++i)
+        result = Frame();
+    return result;
+}
+
+std::uint32_t ModuleRun::Pixel(std::int32_t x, std::int32_t y) const {
+    const preview::FramePixels pixels = session_.Pixels();
+    return pixels.At(x, pixels.height - 1 - y) & 0xFFFFFF;
+}
+
+std::string ModuleRun::Words() const {
+    std::string words;
+    const std::vector<std::string> lines = Capture().Lines();
+    for (std::size_t i = firstLine_; i < lines.size(); ++i)
+        words += lines[i] + "\n";
+    return words;
+}
+
+}  // namespace pixelforge::test
