@@ -1,0 +1,73 @@
+// `HttpGet` of a 10 MB body against a bare WinINet loop that reads into one block of the right size. Runs
+// where the tests' service answers: see README.md here.
+#include <windows.h>
+
+#include <wininet.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "bench/paired_runner.h"
+#include "library/http_get.h"
+#include "library/internet_handle.h"
+#include "library/internet_session.h"
+#include "library/service_host.h"
+
+namespace pixelforge::bench {
+namespace {
+
+constexpr std::size_t kBodyBytes = 10'000'000;
+constexpr double kLimit = 1.1;
+constexpr int kRounds = 25;
+
+[[noreturn]] void Fail(const char* side) {
+    std::printf("%s does not get the body\n", side);
+    std::exit(1);
+}
+
+void ReadBare(HINTERNET internet, const std::wstring& url) {
+    const UniqueInternetHandle request(
+        InternetOpenUrlW(internet, url.c_str(), nullptr, 0,
+                         INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_SECURE, 0));
+    std::vector<std::uint8_t> body(kBodyBytes + 1);
+    std::size_t count = 0;
+    DWORD got = 1;
+    while (got != 0) {
+        if (!InternetReadFile(request.Get(), body.data() + count, static_cast<DWORD>(body.size() - count),
+                              &got)) {
+            Fail("the bare loop");
+        }
+        count += got;
+    }
+    if (count != kBodyBytes) {
+        Fail("the bare loop");
+    }
+}
+
+void ReadOurs(InternetSession* session, const std::wstring& url) {
+    std::uint32_t length = 0;
+    if (!HttpGet(session, url.c_str(), &length, nullptr) || length != kBodyBytes) {
+        Fail("HttpGet");
+    }
+}
+
+Report Run() {
+    const auto session = OpenInternetSession();
+    const std::wstring url =
+        std::wstring(L"https://") + kServiceHost + L"/media/a/" + std::to_wstring(kBodyBytes) + L".bin";
+    Report report;
+    report.Add(Compare({"HttpGet 10 MB", [&] { ReadOurs(session.get(), url); }},
+                       {"bare WinINet loop", [&] { ReadBare(session->handle, url); }}, kRounds, kLimit));
+    return report;
+}
+
+}  // namespace
+}  // namespace pixelforge::bench
+
+/// Usage: http_bench [JSON file]. Ends with 1 when a limit is missed.
+int main(int argc, char** argv) {
+    return pixelforge::bench::Run().Finish(argc > 1 ? argv[1] : nullptr);
+}

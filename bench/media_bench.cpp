@@ -1,0 +1,200 @@
+// From picture files to textures: the media step and its uploads against bare decoding and one upload each.
+#include <windows.h>
+
+#include <GL/glew.h>
+#include <wincodec.h>
+#include <wrl/client.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "bench/paired_runner.h"
+#include "library/document_media.h"
+#include "library/internet_session.h"
+#include "render/channel_textures.h"
+#include "render/gl_renderer.h"
+
+namespace pixelforge::bench {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+
+constexpr UINT kSide = 2048;
+constexpr std::uint32_t kPictures = 4;
+constexpr double kLimit = 1.25;
+
+struct Kind {
+    const char* name;
+    const GUID* container;
+    const GUID* pixelFormat;
+    UINT bytesPerPixel;
+    bool limited;
+};
+
+void Check(HRESULT result, const char* step) {
+    if (FAILED(result)) {
+        throw std::runtime_error(std::string(step) + " failed");
+    }
+}
+
+ComPtr<IWICImagingFactory> NewFactory() {
+    ComPtr<IWICImagingFactory> factory;
+    Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
+          "the imaging factory");
+    return factory;
+}
+
+/// Soft shapes with a little grain, so that compression has something to do.
+std::vector<std::uint8_t> DrawPixels(UINT bytesPerPixel) {
+    std::vector<std::uint8_t> pixels(std::size_t{kSide} * kSide * bytesPerPixel);
+    std::uint32_t state = 1;
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        state = state * 1664525 + 1013904223;
+        const std::size_t at = i / bytesPerPixel;
+        pixels[i] = static_cast<std::uint8_t>((at % kSide >> 3) + (at / kSide >> 4) + (state >> 30));
+    }
+    return pixels;
+}
+
+void WritePicture(const std::wstring& path, const Kind& kind) {
+    const auto factory = NewFactory();
+    ComPtr<IWICStream> stream;
+    Check(factory->CreateStream(&stream), "a stream");
+    Check(stream->InitializeFromFilename(path.c_str(), GENERIC_WRITE), "writing a picture");
+    ComPtr<IWICBitmapEncoder> encoder;
+    Check(factory->CreateEncoder(*kind.container, nullptr, &encoder), "an encoder");
+    Check(encoder->Initialize(stream.Get(), WICBitmapEncoderNoCache), "the encoder");
+    ComPtr<IWICBitmapFrameEncode> frame;
+    Check(encoder->CreateNewFrame(&frame, nullptr), "a frame");
+    Check(frame->Initialize(nullptr), "the frame");
+    Check(frame->SetSize(kSide, kSide), "the frame's size");
+    WICPixelFormatGUID format = *kind.pixelFormat;
+    Check(frame->SetPixelFormat(&format), "the frame's format");
+    if (format != *kind.pixelFormat) {
+        throw std::runtime_error("the encoder takes another format");
+    }
+    std::vector<std::uint8_t> pixels = DrawPixels(kind.bytesPerPixel);
+    Check(frame->WritePixels(kSide, kSide * kind.bytesPerPixel, static_cast<UINT>(pixels.size()),
+                             pixels.data()),
+          "the pixels");
+    Check(frame->Commit(), "the frame's end");
+    Check(encoder->Commit(), "the picture's end");
+}
+
+/// Four files for as long as the object lives.
+class PictureFiles {
+public:
+    explicit PictureFiles(const Kind& kind) {
+        for (std::uint32_t i = 0; i < kPictures; ++i) {
+            const std::wstring name = L"pixelforge-media-bench-" + std::to_wstring(GetCurrentProcessId()) +
+                                      L"-" + std::to_wstring(i);
+            paths_.push_back((std::filesystem::temp_directory_path() / name).wstring());
+            WritePicture(paths_.back(), kind);
+        }
+    }
+    ~PictureFiles() {
+        for (const std::wstring& path : paths_) {
+            DeleteFileW(path.c_str());
+        }
+    }
+    PictureFiles(const PictureFiles&) = delete;
+    PictureFiles& operator=(const PictureFiles&) = delete;
+
+    const std::vector<std::wstring>& Paths() const { return paths_; }
+
+private:
+    std::vector<std::wstring> paths_;
+};
+
+/// What a load does between reading the document and building its programs.
+void RunMediaStep(GlRenderer& renderer, const PictureFiles& files) {
+    renderer.document.origin = DocumentOrigin::LocalFile;
+    RenderPass& pass = renderer.document.passes[static_cast<std::size_t>(PassKind::Image)];
+    pass = RenderPass{};
+    pass.kind = PassKind::Image;
+    for (std::uint32_t i = 0; i < kPictures; ++i) {
+        pass.inputs[i].ctype = ChannelType::Texture;
+        CopyCut(pass.inputs[i].src, files.Paths()[i]);
+    }
+    InternetSession offline;
+    LoadDocumentMedia(&offline, renderer.document);
+    for (std::uint32_t i = 0; i < kPictures; ++i) {
+        if (!CreateChannelTexture(renderer, static_cast<std::uint32_t>(PassKind::Image), i)) {
+            throw std::runtime_error("a channel stays empty");
+        }
+    }
+    glFinish();
+}
+
+void DecodeAndUpload(const std::wstring& path, const Kind& kind, GLuint texture) {
+    const auto factory = NewFactory();
+    ComPtr<IWICBitmapDecoder> decoder;
+    Check(factory->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
+                                             WICDecodeMetadataCacheOnLoad, &decoder),
+          "reading a picture");
+    ComPtr<IWICBitmapFrameDecode> frame;
+    Check(decoder->GetFrame(0, &frame), "the frame");
+    const UINT stride = kSide * kind.bytesPerPixel;
+    const auto pixels = std::make_unique_for_overwrite<std::uint8_t[]>(std::size_t{stride} * kSide);
+    Check(frame->CopyPixels(nullptr, stride, stride * kSide, pixels.get()), "the pixels");
+    const bool alpha = kind.bytesPerPixel == 4;
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexImage2D(GL_TEXTURE_2D, 0, alpha ? GL_RGBA8 : GL_RGB8, kSide, kSide, 0, alpha ? GL_BGRA : GL_BGR,
+                 GL_UNSIGNED_BYTE, pixels.get());
+}
+
+void RunPeer(const PictureFiles& files, const Kind& kind) {
+    GLuint textures[kPictures];
+    glGenTextures(kPictures, textures);
+    for (std::uint32_t i = 0; i < kPictures; ++i) {
+        DecodeAndUpload(files.Paths()[i], kind, textures[i]);
+    }
+    glFinish();
+    glDeleteTextures(kPictures, textures);
+}
+
+bool CompareAll(Report& report, int rounds) {
+    const auto renderer = CreateGlRenderer(nullptr, 64, 48);
+    if (!renderer || !renderer->glewReady) {
+        return false;
+    }
+    const Kind kinds[] = {
+        {"PNG, 32 bit", &GUID_ContainerFormatPng, &GUID_WICPixelFormat32bppBGRA, 4, true},
+        {"PNG, 24 bit", &GUID_ContainerFormatPng, &GUID_WICPixelFormat24bppBGR, 3, true},
+        {"BMP, 32 bit", &GUID_ContainerFormatBmp, &GUID_WICPixelFormat32bppBGR, 4, false},
+        {"BMP, 24 bit", &GUID_ContainerFormatBmp, &GUID_WICPixelFormat24bppBGR, 3, false},
+    };
+    for (const Kind& kind : kinds) {
+        const PictureFiles files(kind);
+        const Side subject = {std::string("media step, 4 x ") + kind.name,
+                              [&] { RunMediaStep(*renderer, files); }};
+        const Side peer = {"CopyPixels and glTexImage2D", [&] { RunPeer(files, kind); }};
+        report.Add(Compare(subject, peer, rounds, kind.limited ? std::optional(kLimit) : std::nullopt));
+    }
+    return true;
+}
+
+}  // namespace
+}  // namespace pixelforge::bench
+
+/// Usage: media_bench [JSON file [rounds]]. Ends with 1 when a limit is missed, with 2 when it cannot
+/// measure.
+int main(int argc, char** argv) try {
+    using namespace pixelforge::bench;
+    const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 15;
+    Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "the apartment");
+    Report report;
+    if (!CompareAll(report, rounds) || (argc > 1 && !report.WriteJson(argv[1]))) {
+        return 2;
+    }
+    return report.AllWithinLimits() ? 0 : 1;
+} catch (const std::exception& error) {
+    std::fprintf(stderr, "%s\n", error.what());
+    return 2;
+}

@@ -1,0 +1,73 @@
+// What a document's text costs until it can be compiled, against a tenth of the text.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "base/heap.h"
+#include "bench/paired_runner.h"
+#include "glsl/include_preprocessor.h"
+#include "glsl/line_map.h"
+#include "glsl/pass_source.h"
+#include "library/document_reader.h"
+#include "tests/support/document_builder.h"
+
+namespace pixelforge::bench {
+namespace {
+
+/// Ten times the text, and one for caches that the larger text leaves.
+constexpr double kGrowthLimit = 11;
+constexpr std::size_t kSizes[] = {30'000, 300'000, 3'000'000};  // bytes of code
+
+/// Code of that size in a document. As one line it is without any line end.
+std::string DocumentOf(std::size_t bytes, bool oneLine) {
+    const std::string line = "float f(float x) { return x / 3.0 * sin(x); /* a comment */ } // and one more";
+    std::string code;
+    while (code.size() < bytes) {
+        code += oneLine ? line.substr(0, 60) : line + "\n";
+    }
+    return test::DocumentBuilder().Image(code).Json();
+}
+
+/// Everything from the file's bytes to the text that the driver is given.
+void Prepare(const std::string& json) {
+    const HeapText text = AllocateHeapText(json.size() + 1);
+    json.copy(text.get(), json.size());
+    const auto document = std::make_unique<ShaderDocument>();
+    const HeapRecord<IncludeContext> includes = NewHeapRecord<IncludeContext>();
+    LineMap lines;
+    const auto image = static_cast<std::size_t>(PassKind::Image);
+    const bool read = IsUsableJsonText(text.get()) && ReadShaderDocument(text.get(), *document).complete;
+    if (!read || !AssemblePassSource(document.get(), includes.get(), &document->passes[image], &lines)) {
+        std::fprintf(stderr, "the document cannot be prepared\n");
+        std::exit(2);
+    }
+}
+
+Side SideOf(std::size_t bytes, bool oneLine) {
+    const auto json = std::make_shared<const std::string>(DocumentOf(bytes, oneLine));
+    const std::string name = std::to_string(bytes / 1000) + " KB";
+    return {oneLine ? name + ", one line" : name, [json] { Prepare(*json); }};
+}
+
+void CompareAll(int rounds, Report& report) {
+    for (const bool oneLine : {false, true}) {
+        for (std::size_t i = 1; i < std::size(kSizes); ++i) {
+            report.Add(
+                Compare(SideOf(kSizes[i], oneLine), SideOf(kSizes[i - 1], oneLine), rounds, kGrowthLimit));
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pixelforge::bench
+
+/// Usage: text_bench [JSON file [rounds]]. Ends with 1 when a limit is missed.
+int main(int argc, char** argv) {
+    using namespace pixelforge::bench;
+    Report report;
+    CompareAll(argc > 2 ? std::max(1, std::atoi(argv[2])) : 101, report);
+    return report.Finish(argc > 1 ? argv[1] : nullptr);
+}
