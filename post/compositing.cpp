@@ -11,6 +11,9 @@ namespace pixelforge {
 namespace {
 
 constexpr std::uint32_t kColourMask = 0xFFFFFF;
+constexpr std::size_t kPixelBytes = sizeof(std::uint32_t);
+constexpr std::size_t kLinePixels = 16;
+constexpr std::size_t kPrefetchBytes = 4096;
 
 struct OnePixel {
     static constexpr std::size_t kCount = 1;
@@ -77,42 +80,55 @@ struct LevelKernel {
     }
 };
 
-/// Treats whole groups from pixel `first` on and returns the first pixel that is left.
+/// Treats one group of pixels in place.
 template <class Lanes, class Kernel>
-PIXELFORGE_INLINE std::size_t ApplyToGroups(const Kernel& kernel, const std::byte* source,
-                                            std::byte* destination, std::size_t first,
-                                            std::size_t count) noexcept {
-    using Words = typename Lanes::Words;
-    for (; count - first >= Lanes::kCount; first += Lanes::kCount) {
-        const std::size_t offset = first * sizeof(std::uint32_t);
-        Words from;
-        Words to;
-        std::memcpy(&from, source + offset, sizeof from);
-        std::memcpy(&to, destination + offset, sizeof to);
-        kernel.template Apply<Lanes>(from, to);
-        std::memcpy(destination + offset, &to, sizeof to);
+PIXELFORGE_INLINE void ApplyToGroup(const Kernel& kernel, const std::byte* source,
+                                    std::byte* destination) noexcept {
+    typename Lanes::Words from;
+    typename Lanes::Words to;
+    std::memcpy(&from, source, sizeof from);
+    std::memcpy(&to, destination, sizeof to);
+    kernel.template Apply<Lanes>(from, to);
+    std::memcpy(destination, &to, sizeof to);
+}
+
+/// Goes through the pixels a cache line at a time; those behind the last whole line come singly. The lines
+/// of the next page are asked for early: by itself the processor falls behind on large pictures.
+template <class Lanes, class Kernel>
+PIXELFORGE_INLINE void ApplyToAll(const Kernel& kernel, const std::byte* source, std::byte* destination,
+                                  std::size_t count) noexcept {
+    for (; count >= kLinePixels; count -= kLinePixels) {
+        __builtin_prefetch(source + kPrefetchBytes);
+        __builtin_prefetch(destination + kPrefetchBytes, 1);
+        for (std::size_t group = 0; group < kLinePixels / Lanes::kCount; ++group) {
+            ApplyToGroup<Lanes>(kernel, source, destination);
+            source += Lanes::kCount * kPixelBytes;
+            destination += Lanes::kCount * kPixelBytes;
+        }
     }
-    return first;
+    for (; count > 0; --count) {
+        ApplyToGroup<OnePixel>(kernel, source, destination);
+        source += kPixelBytes;
+        destination += kPixelBytes;
+    }
 }
 
 template <class Kernel>
 void RunPortable(const Kernel& kernel, const std::byte* source, std::byte* destination,
                  std::size_t count) noexcept {
-    ApplyToGroups<OnePixel>(kernel, source, destination, 0, count);
+    ApplyToAll<OnePixel>(kernel, source, destination, count);
 }
 
 template <class Kernel>
 void RunSse2(const Kernel& kernel, const std::byte* source, std::byte* destination,
              std::size_t count) noexcept {
-    const std::size_t done = ApplyToGroups<FourPixels>(kernel, source, destination, 0, count);
-    ApplyToGroups<OnePixel>(kernel, source, destination, done, count);
+    ApplyToAll<FourPixels>(kernel, source, destination, count);
 }
 
 template <class Kernel>
 PIXELFORGE_TARGET_AVX2 void RunAvx2(const Kernel& kernel, const std::byte* source, std::byte* destination,
                                     std::size_t count) noexcept {
-    const std::size_t done = ApplyToGroups<EightPixels>(kernel, source, destination, 0, count);
-    ApplyToGroups<OnePixel>(kernel, source, destination, done, count);
+    ApplyToAll<EightPixels>(kernel, source, destination, count);
 }
 
 template <class Kernel>
