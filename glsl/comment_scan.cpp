@@ -3,12 +3,26 @@
 
 namespace pixelforge {
 
-void CommentScan::AdvanceTo(const char* position) noexcept {
+bool CommentScan::WalkTo(const char* position, bool inside) noexcept {
     while (position_ != position) {
-        const Answer answer = AnswerAtNextPosition();
-        recent_ = {answer, recent_[0], recent_[1]};
-        ++position_;
+        inside = Step(inside);
     }
+    return inside;
+}
+
+bool CommentScan::SkipTo(const char* position, bool inside) noexcept {
+    bool answer = inside;
+    while (position_ != position) {
+        answer = Step(inside);
+    }
+    return answer;
+}
+
+bool CommentScan::Step(bool inside) noexcept {
+    const Answer answer = AnswerAtNextPosition();
+    recent_ = {answer, recent_[0], recent_[1]};
+    ++position_;
+    return inside ? answer.ifInside : answer.ifOutside;
 }
 
 CommentScan::Answer CommentScan::AnswerAtNextPosition() const noexcept {

@@ -20,13 +20,12 @@ class CommentScan {
 public:
     explicit CommentScan(const char* text) noexcept : text_(text), position_(text) {}
 
-    /// Moves forward to `position`, which lies in the same text or on its NUL.
-    void AdvanceTo(const char* position) noexcept;
+    /// Moves forward to `position`, which lies in the same text or on its NUL, and answers the question at
+    /// every step: what becomes of the flag `inside`.
+    bool WalkTo(const char* position, bool inside) noexcept;
 
-    /// What the walk from the current position makes of a flag that was `inside` before.
-    bool InsideAfter(bool inside) const noexcept {
-        return inside ? recent_[0].ifInside : recent_[0].ifOutside;
-    }
+    /// The same with the question asked only at `position` itself.
+    bool SkipTo(const char* position, bool inside) noexcept;
 
 private:
     struct Answer {
@@ -34,6 +33,7 @@ private:
         bool ifInside = true;
     };
 
+    bool Step(bool inside) noexcept;
     Answer AnswerAtNextPosition() const noexcept;
 
     const char* text_;

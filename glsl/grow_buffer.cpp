@@ -32,12 +32,14 @@ bool Grow(GrowBuffer& buffer) noexcept {
 
 }  // namespace
 
-bool GrowBuffer::Append(const void* element) noexcept {
-    if (count == capacity && !Grow(*this)) {
-        return false;
+bool GrowBuffer::Append(const void* elements, std::size_t added) noexcept {
+    while (capacity - count < added) {
+        if (!Grow(*this)) {
+            return false;
+        }
     }
-    std::memcpy(data.get() + std::size_t{count} * elementSize, element, elementSize);
-    ++count;
+    std::memcpy(data.get() + std::size_t{count} * elementSize, elements, added * elementSize);
+    count += static_cast<std::uint32_t>(added);
     return true;
 }
 

@@ -1,6 +1,7 @@
 // The preprocessor's output: an array on the global heap that grows by doubling.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "base/heap.h"
@@ -13,10 +14,10 @@ struct GrowBuffer {
     std::uint32_t capacity = 0;  ///< elements that fit
     std::uint32_t elementSize = 1;
 
-    /// Appends one element of `elementSize` bytes. When count + 1 exceeds the capacity, the block is
-    /// replaced by one for max(2 * capacity, max(capacity + 1, 1024)) elements. False, with the array as
-    /// it was, when that cannot be allocated.
-    bool Append(const void* element) noexcept;
+    /// Appends `added` elements of `elementSize` bytes. While they exceed the capacity, the block is
+    /// replaced by one for max(2 * capacity, max(capacity + 1, 1024)) elements. False, with the elements
+    /// as they were, when that cannot be allocated.
+    bool Append(const void* elements, std::size_t added) noexcept;
 };
 
 }  // namespace pixelforge

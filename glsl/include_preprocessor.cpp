@@ -78,7 +78,8 @@ public:
 private:
     void EnterLine() noexcept { inDirectiveLine_ = IsDirectiveLine(cursor_); }
     void MapFollowingLines();
-    bool CopyCharacter();
+    bool CopyPlainLine();
+    bool Copy(std::size_t count);
     bool ExpandDirective();
     bool ExpandName(const wchar_t* name);
     void SkipLine();
@@ -96,14 +97,12 @@ private:
 bool TextExpansion::Expand() {
     MapFollowingLines();
     while (*cursor_ != '\0') {
-        // Asked at every position and not only at the line's start: when a comment ends within a line
-        // that begins with the keyword, the directive is met here and its name looked for from here.
-        const bool done = !inComment_ && inDirectiveLine_ ? ExpandDirective() : CopyCharacter();
+        // Asked at every position of such a line and not only at its start: when a comment ends within a
+        // line that begins with the keyword, the directive is met here and its name looked for from here.
+        const bool done = !inDirectiveLine_ ? CopyPlainLine() : inComment_ ? Copy(1) : ExpandDirective();
         if (!done) {
             return false;
         }
-        comments_.AdvanceTo(cursor_);
-        inComment_ = comments_.InsideAfter(inComment_);
     }
     return true;
 }
@@ -116,11 +115,19 @@ void TextExpansion::MapFollowingLines() {
     }
 }
 
-bool TextExpansion::CopyCharacter() {
-    if (run_.output && run_.output->elementSize == 1 && !run_.output->Append(cursor_)) {
+bool TextExpansion::CopyPlainLine() {
+    const std::size_t length = std::strcspn(cursor_, "\n");
+    return Copy(cursor_[length] == '\n' ? length + 1 : length);
+}
+
+/// Copies `count` characters, of which only the last may be a line end.
+bool TextExpansion::Copy(std::size_t count) {
+    if (run_.output && run_.output->elementSize == 1 && !run_.output->Append(cursor_, count)) {
         return false;
     }
-    if (*cursor_++ == '\n') {
+    cursor_ += count;
+    inComment_ = comments_.WalkTo(cursor_, inComment_);
+    if (cursor_[-1] == '\n') {
         ++run_.line;
         ++sourceLine_;
         EnterLine();
@@ -164,6 +171,7 @@ void TextExpansion::SkipLine() {
         ++sourceLine_;
         EnterLine();
     }
+    inComment_ = comments_.SkipTo(cursor_, inComment_);
 }
 
 }  // namespace
