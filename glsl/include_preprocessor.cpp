@@ -1,6 +1,7 @@
 // Copies a text and puts the named texts in place of its `#include` lines.
 #include "glsl/include_preprocessor.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -13,6 +14,9 @@ namespace pixelforge {
 namespace {
 
 constexpr std::string_view kKeyword = "#include";
+
+/// Characters that stay in the processor's cache between the steps of copying them.
+constexpr std::size_t kMostAtOnce = 4096;
 
 const char* SkipBlanks(const char* text) noexcept {
     while (*text == ' ' || *text == '\t') {
@@ -69,7 +73,12 @@ struct Run {
 class TextExpansion {
 public:
     TextExpansion(Run& run, const char* text, std::uint32_t depth, std::wstring_view name)
-        : run_(run), depth_(depth), source_(run.AddSource(name)), cursor_(text), comments_(text) {
+        : run_(run),
+          depth_(depth),
+          source_(run.AddSource(name)),
+          cursor_(text),
+          end_(text + std::strlen(text)),
+          comments_(text) {
         EnterLine();
     }
 
@@ -89,6 +98,7 @@ private:
     std::uint32_t source_;
     std::uint32_t sourceLine_ = 1;
     const char* cursor_;
+    const char* end_;
     CommentScan comments_;
     bool inComment_ = false;
     bool inDirectiveLine_ = false;
@@ -115,9 +125,11 @@ void TextExpansion::MapFollowingLines() {
     }
 }
 
+/// Up to the line's end, a long line piece by piece.
 bool TextExpansion::CopyPlainLine() {
-    const std::size_t length = std::strcspn(cursor_, "\n");
-    return Copy(cursor_[length] == '\n' ? length + 1 : length);
+    const auto length = std::min(kMostAtOnce, static_cast<std::size_t>(end_ - cursor_));
+    const void* const newline = std::memchr(cursor_, '\n', length);
+    return Copy(newline ? static_cast<std::size_t>(static_cast<const char*>(newline) - cursor_) + 1 : length);
 }
 
 /// Copies `count` characters, of which only the last may be a line end.

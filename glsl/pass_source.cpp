@@ -64,16 +64,16 @@ std::string SamplerLines(const RenderPass& pass) {
     return result;
 }
 
-std::string_view CodeOf(const RenderPass& pass) noexcept {
-    return pass.code ? std::string_view(pass.code.get()) : std::string_view();
+const char* CodeOf(const RenderPass& pass) noexcept {
+    return pass.code ? pass.code.get() : "";
 }
 
 /// A copy with plain line ends and exactly one at the end, or null when there is no memory for it.
-HeapText CopyTidied(std::string_view text) noexcept {
-    HeapText copy = AllocateHeapText(text.size() + 2);
+HeapText CopyTidied(const char* text) noexcept {
+    const std::size_t capacity = std::strlen(text) + 2;
+    HeapText copy = AllocateHeapText(capacity);
     if (copy) {
-        std::copy(text.begin(), text.end(), copy.get());
-        NormalizeLineEnds(copy.get(), copy.get(), text.size() + 2);
+        NormalizeLineEnds(text, copy.get(), capacity);
         EndWithOneNewline(copy.get());
     }
     return copy;
@@ -102,14 +102,10 @@ HeapText ExpandPieces(IncludeContext& includes, bool hasCommon, std::uint32_t sl
     }
     GrowBuffer output;
     std::uint32_t line = 1;
-    if (!PreprocessIncludes(includes, directives.c_str(), &output, line, 0, lines)) {
+    if (!PreprocessIncludes(includes, directives.c_str(), &output, line, 0, lines) || !output.Append("", 1)) {
         return nullptr;
     }
-    HeapText result = AllocateHeapText(std::size_t{output.count} + 1);
-    if (result) {
-        std::copy_n(output.data.get(), output.count, result.get());
-    }
-    return result;
+    return HeapText(reinterpret_cast<char*>(output.data.release()));
 }
 
 }  // namespace
@@ -138,8 +134,8 @@ HeapText AssemblePassSource(const ShaderDocument* document, IncludeContext* incl
     }
     const VirtualIncludeGuard guard(*includes);
     const auto slot = static_cast<std::uint32_t>(pass->kind);
-    const std::string head = std::string(versionLine) + "\n" + std::string(kPrefixText) + SamplerLines(*pass);
-    HeapText prefix = CopyTidied(head);
+    const std::string head = std::string(versionLine) + "\n" + kPrefixText + SamplerLines(*pass);
+    HeapText prefix = CopyTidied(head.c_str());
     HeapText suffix = CopyTidied(pass->kind == PassKind::CubeA ? kCubeWrapper : kImageWrapper);
     if (!prefix || !suffix) {
         return nullptr;

@@ -6,7 +6,7 @@
 namespace pixelforge {
 
 // Shaders of the service use `char` and `packed` as ordinary names; both are reserved in desktop GLSL.
-const std::string_view kPrefixText = R"glsl(#define HW_PERFORMANCE 1
+const char* const kPrefixText = R"glsl(#define HW_PERFORMANCE 1
 #define char char_sYjan77j
 #define packed packed_sYjan77j
 uniform vec3      iResolution;           // viewport resolution (in pixels)
@@ -40,7 +40,7 @@ void pf_assert(bool cond) {
 }
 )glsl";
 
-const std::string_view kImageWrapper = R"glsl(void main(void)
+const char* const kImageWrapper = R"glsl(void main(void)
 {
     vec4 color = vec4(0.0);
     mainImage(color, gl_FragCoord.xy);
@@ -52,7 +52,7 @@ const std::string_view kImageWrapper = R"glsl(void main(void)
 }
 )glsl";
 
-const std::string_view kCubeWrapper = R"glsl(uniform vec3 cmCornerVertices[5];
+const char* const kCubeWrapper = R"glsl(uniform vec3 cmCornerVertices[5];
 
 void main(void)
 {
