@@ -39,6 +39,9 @@ constexpr std::int32_t kFirstBufferId = 257;
 constexpr std::int32_t kLastBufferId = 260;
 constexpr std::int32_t kOwnCubeId = 41;
 
+/// Longer than any version: the runtime's conversion takes quadratic time over its digits.
+constexpr std::size_t kLongestVersion = 256;
+
 template <class Value, std::size_t N>
 Value FindNamed(const Named<Value> (&table)[N], std::wstring_view name, Value otherwise) {
     const auto found = std::ranges::find(table, name, &Named<Value>::name);
@@ -56,8 +59,9 @@ Integer ToInteger(double number) {
 }
 
 float ReadVersion(const JsonNode& shader) {
+    const std::wstring_view version = shader.Text(L"ver").substr(0, kLongestVersion);
     try {
-        return std::stof(Narrow(shader.Text(L"ver"), TextEncoding::Utf8).value_or(""));
+        return std::stof(Narrow(version, TextEncoding::Utf8).value_or(""));
     } catch (const std::invalid_argument&) {
         shader.Fail(L"ver", "invalid stof argument");
     } catch (const std::out_of_range&) {
