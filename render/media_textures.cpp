@@ -77,7 +77,8 @@ private:
     GlTexture texture_;
 };
 
-bool UploadPicture(GLenum target, const SectionPixels& pixels, bool flip, std::string& reason) {
+bool UploadPicture(GLenum target, HBITMAP bitmap, bool flip, std::string& reason) {
+    const SectionPixels pixels = PixelsOf(bitmap);
     GLint largest = 0;
     glGetIntegerv(target == GL_TEXTURE_2D ? GL_MAX_TEXTURE_SIZE : GL_MAX_CUBE_MAP_TEXTURE_SIZE, &largest);
     if (pixels.width > largest || pixels.height > largest) {
@@ -89,7 +90,7 @@ bool UploadPicture(GLenum target, const SectionPixels& pixels, bool flip, std::s
         reason = std::to_string(pixels.bitsPerPixel) + "-bit pictures cannot be shown";
         return false;
     }
-    const HeapBytes packed = PackRows(pixels, flip);
+    const HeapBytes packed = PackBitmapRows(bitmap, flip);
     if (!packed) {
         reason = "there is no memory for the picture";
         return false;
@@ -100,9 +101,8 @@ bool UploadPicture(GLenum target, const SectionPixels& pixels, bool flip, std::s
 }
 
 GlTexture CreatePictureTexture(const PassInput& input, std::string& reason) {
-    const SectionPixels pixels = PixelsOf(input.faces[0].Get());
     Upload upload(GL_TEXTURE_2D);
-    return UploadPicture(GL_TEXTURE_2D, pixels, input.sampler.vflip != 0, reason)
+    return UploadPicture(GL_TEXTURE_2D, input.faces[0].Get(), input.sampler.vflip != 0, reason)
                ? upload.Finish(input.sampler.filter == kFilterMipmap)
                : GlTexture();
 }
@@ -129,7 +129,7 @@ GlTexture CreateCubeTexture(const PassInput& input, std::string& reason) {
     }
     Upload upload(GL_TEXTURE_CUBE_MAP);
     for (GLenum face = 0; face < std::size(faces); ++face) {
-        if (!UploadPicture(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, faces[face], false, reason)) {
+        if (!UploadPicture(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, input.faces[face].Get(), false, reason)) {
             return {};
         }
     }

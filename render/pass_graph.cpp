@@ -68,17 +68,10 @@ void DecideSizeTracking(GlRenderer& renderer) noexcept {
 void CreateSlots(GlRenderer& renderer) {
     for (std::uint32_t number = 0; number < kPassSlots; ++number) {
         renderer.slots[number] = PassSlot{};
-    }
-    for (std::uint32_t number = 0; number < kPassSlots; ++number) {
-        if (!IsDrawableSlot(number) || renderer.document.passes[number].kind == PassKind::Other) {
-            continue;
-        }
-        renderer.slots[number].number = number;
-        for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
-            CreateChannelTexture(renderer, number, channel);
+        if (IsDrawableSlot(number) && renderer.document.passes[number].kind != PassKind::Other) {
+            renderer.slots[number].number = number;
         }
     }
-    SetChannelResolutions(renderer);
 }
 
 bool BuildPrograms(GlRenderer& renderer, std::string& reason) {
@@ -93,6 +86,16 @@ bool BuildPrograms(GlRenderer& renderer, std::string& reason) {
         }
     }
     return true;
+}
+
+/// Behind the programs: a shader that does not compile uploads no media and opens no camera.
+void CreateChannels(GlRenderer& renderer) {
+    for (const PassSlot& slot : renderer.slots) {
+        for (std::uint32_t channel = 0; IsDrawableSlot(slot.number) && channel < kChannels; ++channel) {
+            CreateChannelTexture(renderer, slot.number, channel);
+        }
+    }
+    SetChannelResolutions(renderer);
 }
 
 void BuildTargets(GlRenderer& renderer) {
@@ -142,6 +145,7 @@ bool BuildPassGraph(GlRenderer& renderer, std::string& reason) {
         ReleaseGlObjects(renderer);
         return false;
     }
+    CreateChannels(renderer);
     BuildTargets(renderer);
     DecideSizeTracking(renderer);
     MentionMissingImage(renderer);
