@@ -58,9 +58,13 @@ void TakeInput(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept
 
 LRESULT CALLBACK InputProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     TakeInput(window, message, wParam, lParam);
-    const auto original = reinterpret_cast<WNDPROC>(GetPropW(window, kProcedureProperty));
-    return original ? CallWindowProcW(original, window, message, wParam, lParam)
-                    : DefWindowProcW(window, message, wParam, lParam);
+    auto original = reinterpret_cast<WNDPROC>(GetPropW(window, kProcedureProperty));
+    if (!original) {
+        // The drawing thread has just taken the subclass away: the window's own procedure is back already.
+        original = reinterpret_cast<WNDPROC>(GetWindowLongPtrW(window, GWLP_WNDPROC));
+    }
+    return original && original != InputProcedure ? CallWindowProcW(original, window, message, wParam, lParam)
+                                                  : DefWindowProcW(window, message, wParam, lParam);
 }
 
 /// The property is there before the procedure can be called: the window may belong to another thread.
