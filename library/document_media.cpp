@@ -115,7 +115,7 @@ std::optional<ChannelSize> LoadChannel(InternetSession* session, const ShaderDoc
         return std::nullopt;
     }
     if (!FetchSource(session, document, input)) {
-        reason = "no such file is here, and the service has none";
+        reason = "no such file is here, and none could be had from the service";
         return std::nullopt;
     }
     return LoadMedium(input, reason);

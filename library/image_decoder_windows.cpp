@@ -74,11 +74,10 @@ HRESULT ReadFrame(const wchar_t* path, Frame& frame) {
 
 /// Empty for a frame that can become a section.
 std::string FaultOfFrame(const Frame& frame) {
-    if (frame.bitsPerPixel < 8) {
+    if (frame.bitsPerPixel < 8 || frame.bitsPerPixel > 64) {
         return std::to_string(frame.bitsPerPixel) + "-bit pictures cannot be shown";
     }
-    if (frame.bitsPerPixel > 64 ||
-        !FitsSection(frame.width, frame.height, static_cast<std::int32_t>(frame.bitsPerPixel))) {
+    if (!FitsSection(frame.width, frame.height, static_cast<std::int32_t>(frame.bitsPerPixel))) {
         return "the picture is larger than 16384 pixels a side or 1 GiB";
     }
     return {};

