@@ -199,7 +199,9 @@ bool StartThread() noexcept {
 void EndThread() noexcept {
     if (!audioBegun) {
         WaitForThreadpoolWorkCallbacks(audioWork, TRUE);
-    } else if (WaitForSingleObject(audioDoneEvent, kPatienceMilliseconds) != WAIT_OBJECT_0 && audioThread) {
+    }
+    if (audioBegun && WaitForSingleObject(audioDoneEvent, kPatienceMilliseconds) != WAIT_OBJECT_0 &&
+        audioThread) {
         TerminateThread(audioThread, 0);
         WaitForSingleObject(audioThread, kPatienceMilliseconds);
     }

@@ -2,6 +2,7 @@
 #include "inputs/webcam_capture.h"
 
 #include <mutex>
+#include <utility>
 
 #include "base/bitmap.h"
 #include "base/win_handles.h"
@@ -13,9 +14,10 @@ namespace {
 /// A snapshot is a full copy of a video frame.
 constexpr std::uint32_t kFramesPerSnapshot = 16;
 
-// Not an owner with a destructor: that would run in process detach.
+// No owners with destructors: those would run in process detach.
 CVMR_Capture* webcam = nullptr;
-UniqueBitmap webcamFrame;
+HBITMAP webcamFrame = nullptr;
+std::uint32_t webcamUsers = 0;  ///< loads that met a camera or started one; never counted down
 std::uint32_t webcamTick = 0;
 std::uint32_t webcamState = 0;
 
@@ -28,10 +30,12 @@ CriticalSection& WebcamLock() {
 /// An object whose graph failed to start stays and is not tried again.
 void OpenCamera() {
     const std::lock_guard lock(WebcamLock());
-    if (webcam)
-        return;
-    webcam = new CVMR_Capture;
-    webcam->StartGraph();
+    bool started = webcam != nullptr;
+    if (!started) {
+        webcam = new CVMR_Capture;
+        started = SUCCEEDED(webcam->StartGraph());
+    }
+    webcamUsers += started ? 1 : 0;
 }
 
 Snapshot TakeSnapshot() {
@@ -45,7 +49,7 @@ void StretchIntoFrame(const Snapshot& snapshot) {
     const UniqueMemoryDc dc(stretch ? CreateCompatibleDC(nullptr) : nullptr);
     if (!dc)
         return;
-    const GdiSelection selection(dc.Get(), webcamFrame.Get());
+    const GdiSelection selection(dc.Get(), webcamFrame);
     const int formerMode = SetStretchBltMode(dc.Get(), COLORONCOLOR);
     StretchDIBits(dc.Get(), 0, stretch->top, stretch->width, stretch->height, 0, 0, stretch->sourceWidth,
                   stretch->sourceHeight, snapshot.image.get() + kPackedHeaderBytes,
@@ -59,8 +63,8 @@ void StretchIntoFrame(const Snapshot& snapshot) {
 bool LoadWebcam() {
     OpenCamera();
     if (!webcamFrame)
-        webcamFrame = CreateHostBitmap(kWebcamWidth, kWebcamHeight);
-    return static_cast<bool>(webcamFrame);
+        webcamFrame = CreateHostBitmap(kWebcamWidth, kWebcamHeight).Release();
+    return webcamFrame != nullptr;
 }
 
 std::uint32_t GrabWebcamFrame() {
@@ -74,7 +78,7 @@ std::uint32_t GrabWebcamFrame() {
 
 const std::uint8_t* WebcamPixels() noexcept {
     DIBSECTION section = {};
-    if (!webcamFrame || GetObjectW(webcamFrame.Get(), sizeof(section), &section) != sizeof(section))
+    if (!webcamFrame || GetObjectW(webcamFrame, sizeof(section), &section) != sizeof(section))
         return nullptr;
     return static_cast<const std::uint8_t*>(section.dsBm.bmBits);
 }
@@ -84,7 +88,7 @@ void UnloadWebcam() {
     delete webcam;
     webcam = nullptr;
     webcamTick = 0;
-    webcamFrame.Reset();
+    UniqueBitmap(std::exchange(webcamFrame, nullptr)).Reset();
 }
 
 }  // namespace pixelforge
