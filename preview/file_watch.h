@@ -21,6 +21,9 @@ public:
     /// a file in several steps. Cheap to call at every frame.
     bool Changed();
 
+    /// For a change that could not be read yet: it is reported once more.
+    void LookAgain() { changing_ = true; }
+
 private:
     struct Stamp {
         std::uint64_t time = 0;

@@ -134,7 +134,7 @@ ExitStatus LiveView::Run() {
 
 bool LiveView::Ended() const {
     return view_.Closed() || (options_.stop != nullptr && options_.stop->load()) ||
-           (options_.frames > 0 && drawn_ >= options_.frames);
+           (options_.frames > 0 && (drawn_ >= options_.frames || (broken_ && !options_.sourceChanged)));
 }
 
 void LiveView::TakeCommands() {

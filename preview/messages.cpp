@@ -1,7 +1,8 @@
 // Takes repetitions and internal names out of the module's messages.
 #include "preview/messages.h"
 
-#include <algorithm>
+#include <unordered_set>
+#include <utility>
 
 namespace pixelforge::preview {
 namespace {
@@ -25,12 +26,13 @@ std::string WithName(std::string line, std::string_view alias, std::string_view 
 std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, std::string_view alias,
                                        std::string_view name) {
     std::vector<std::string> readable;
+    std::unordered_set<std::string> said;
     for (const std::string& line : lines) {
         std::string named = WithName(line, alias, name);
         if (named.starts_with(kModulePrefix)) {
             named.erase(0, kModulePrefix.size());
         }
-        if (std::ranges::find(readable, named) == readable.end()) {
+        if (said.insert(named).second) {
             readable.push_back(std::move(named));
         }
     }

@@ -6,6 +6,9 @@
 namespace pixelforge::preview {
 namespace {
 
+/// More than any shader has; each further one would be compared with all before it.
+constexpr std::size_t kMostNames = 512;
+
 /// In JSON the quotes of an include line are escaped, and so may be the slashes of a path.
 std::string WithoutEscapes(std::string_view text) {
     std::string plain;
@@ -22,7 +25,8 @@ std::string WithoutEscapes(std::string_view text) {
 
 /// Adds the quoted text behind each `mark`; only blanks and colons may stand between.
 void AddQuoted(std::string_view text, std::string_view mark, std::vector<std::string>& names) {
-    for (std::size_t at = text.find(mark); at != std::string_view::npos; at = text.find(mark, at + 1)) {
+    for (std::size_t at = text.find(mark); at != std::string_view::npos && names.size() < kMostNames;
+         at = text.find(mark, at + 1)) {
         const std::size_t open = text.find_first_not_of(" \t:", at + mark.size());
         if (open == std::string_view::npos || text[open] != '"') {
             continue;

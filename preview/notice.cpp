@@ -1,6 +1,7 @@
 // Reads the module's rich-text notice and writes it as safe rich text or as plain text.
 #include "preview/notice.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "base/text.h"
@@ -68,8 +69,12 @@ void AppendName(std::string& rtf, std::wstring_view name) {
     rtf += "}";
 }
 
-std::string Utf8(std::wstring_view text) {
-    return Narrow(text, TextEncoding::Utf8).value_or(std::string());
+/// A stranger's text steers no terminal and keeps to its line.
+std::string PrintableUtf8(std::wstring_view text) {
+    std::wstring printable(text);
+    const auto isControl = [](wchar_t unit) { return unit < L' ' || (unit >= 0x7F && unit < 0xA0); };
+    std::ranges::replace_if(printable, isControl, L' ');
+    return Narrow(printable, TextEncoding::Utf8).value_or(std::string());
 }
 
 }  // namespace
@@ -101,11 +106,12 @@ std::string NoticeAsRichText(const Notice& notice) {
 }
 
 std::string NoticeAsPlainText(const Notice& notice) {
-    std::string text = "Shader: " + Utf8(notice.shaderName) + " <" + Utf8(notice.shaderLink) + ">\n" +
-                       "Author: " + Utf8(notice.authorName) + " <" + Utf8(notice.authorLink) + ">\n" +
-                       "Description: " + Utf8(notice.description) + "\n";
+    std::string text =
+        "Shader: " + PrintableUtf8(notice.shaderName) + " <" + PrintableUtf8(notice.shaderLink) + ">\n" +
+        "Author: " + PrintableUtf8(notice.authorName) + " <" + PrintableUtf8(notice.authorLink) + ">\n" +
+        "Description: " + PrintableUtf8(notice.description) + "\n";
     if (!notice.editorLink.empty()) {
-        text += "Edit: " + Utf8(notice.editorLink) + "\n";
+        text += "Edit: " + PrintableUtf8(notice.editorLink) + "\n";
     }
     return text;
 }

@@ -6,6 +6,8 @@
 
 #include <string>
 
+#include "library/service_host.h"
+
 namespace pixelforge::preview {
 namespace {
 
@@ -28,8 +30,9 @@ UniqueWindow MakeControl(HWND parent, UniqueHandle<LoadedLibraryTraits>& library
     return {};
 }
 
-bool IsWebLink(const std::wstring& link) {
-    return link.starts_with(L"https://");
+/// A shader's name can imitate the words that a link follows; such a link leads nowhere.
+bool IsServiceLink(const std::wstring& link) {
+    return link.starts_with(std::wstring(L"https://") + kServiceHost + L"/");
 }
 
 }  // namespace
@@ -89,7 +92,7 @@ void NoticePanel::OpenLinkAt(LPARAM point) {
         return;
     }
     const std::wstring& link = line == 0 ? notice_->shaderLink : notice_->authorLink;
-    if (IsWebLink(link)) {
+    if (IsServiceLink(link)) {
         ShellExecuteW(parent_, L"open", link.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
     }
 }

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <cstdio>
+#include <exception>
 #include <functional>
 #include <optional>
 #include <string_view>
@@ -131,7 +132,17 @@ struct Outcome {
     std::wstring infoText;  ///< taken before the module's clean-up clears it
     std::int32_t width;     ///< of the last frame
     std::int32_t height;
+    std::exception_ptr pictureFault;  ///< why the last frame could not be written
 };
+
+std::exception_ptr WriteLastPicture(const std::wstring& path, const HostSession& session) {
+    try {
+        WritePicture(path, session);
+    } catch (const HostError&) {
+        return std::current_exception();
+    }
+    return nullptr;
+}
 
 Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
     MakeFramesFolder(run.paths.frames);
@@ -149,10 +160,9 @@ Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
                                 }
                                 progress.Advance(count);
                             }});
-    if (!run.paths.png.empty() && Summarize(frames).failed == 0) {
-        WritePicture(run.paths.png, session);
-    }
-    return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height};
+    const bool wanted = !run.paths.png.empty() && Summarize(frames).failed == 0;
+    return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
+            wanted ? WriteLastPicture(run.paths.png, session) : nullptr};
 }
 
 ExitStatus Judge(const FrameStatistics& statistics) {
@@ -223,11 +233,14 @@ using Messages = std::function<std::vector<std::string>()>;
 ExitStatus RunCounted(const Run& run, const ModuleLibrary& library, const DebugCapture& capture,
                       const Messages& readableLines) {
     const Outcome outcome = DrawFrames(run, library);
-    const std::vector<std::string> lines = readableLines();
-    PrintLines(lines);
     const FrameStatistics statistics = Summarize(outcome.frames);
     const ExitStatus status = Judge(statistics);
     WriteReport(run.options, run.paths, status, outcome.frames, capture.Lines());
+    if (outcome.pictureFault) {
+        std::rethrow_exception(outcome.pictureFault);
+    }
+    const std::vector<std::string> lines = readableLines();
+    PrintLines(lines);
     if (status == ExitStatus::Drawn) {
         PrintOutcome(run, outcome, statistics);
     } else {
@@ -244,20 +257,21 @@ std::wstring PictureStem(const Paths& paths) {
 
 ExitStatus RunShown(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
                     const Messages& readableLines) {
-    return RunLiveView(library, {.session = ForSession(run.options, run.shader.Drop()),
-                                 .name = SourceName(run.options),
-                                 .pictureStem = PictureStem(run.paths),
-                                 .lastPicture = run.paths.png,
-                                 .frames = run.options.frames,
-                                 .events = run.events,
-                                 .stop = run.stop,
-                                 .sourceChanged = [&] { return run.options.watch && run.shader.Refresh(); },
-                                 .takeMessages =
-                                     [&] {
-                                         auto lines = readableLines();
-                                         capture.Clear();
-                                         return lines;
-                                     }});
+    return RunLiveView(
+        library,
+        {.session = ForSession(run.options, run.shader.Drop()),
+         .name = SourceName(run.options),
+         .pictureStem = PictureStem(run.paths),
+         .lastPicture = run.paths.png,
+         .frames = run.options.frames,
+         .events = run.events,
+         .stop = run.stop,
+         .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
+         .takeMessages = [&] {
+             auto lines = readableLines();
+             capture.Clear();
+             return lines;
+         }});
 }
 
 /// A shader of the service has no folder.

@@ -10,7 +10,7 @@ namespace {
 
 using Value = rapidjson::Value;
 
-constexpr unsigned kParseFlags = rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag;
+constexpr unsigned kParseFlags = rapidjson::kParseIterativeFlag;
 constexpr std::string_view kBufferPreview = "/media/previz/buffer0";
 constexpr std::string_view kCubePreview = "/media/previz/cubemap00";
 constexpr int kBufferAId = 257;

@@ -39,6 +39,7 @@ bool ShaderHandover::Refresh() {
         watch_->Watch(std::move(source.files));
         return true;
     } catch (const HostError&) {
+        watch_->LookAgain();
         return false;
     }
 }

@@ -2,11 +2,15 @@
 #include "preview/shader_source.h"
 
 #include <algorithm>
+#include <cwchar>
+#include <span>
 #include <string_view>
 
 #include "base/file.h"
+#include "base/file_names.h"
 #include "base/text.h"
 #include "preview/file_paths.h"
+#include "preview/host_error.h"
 #include "preview/named_files.h"
 #include "preview/raw_shader.h"
 #include "preview/second_form.h"
@@ -33,9 +37,25 @@ std::string TextOfFile(const std::wstring& path) {
     return utf8.starts_with("\xEF\xBB\xBF") ? utf8.substr(3) : utf8;
 }
 
+/// Empty for a file that cannot be read now: whether that matters is the module's to say.
+std::string TextOfNamedFile(const std::wstring& path) {
+    try {
+        return TextOfFile(path);
+    } catch (const HostError&) {
+        return {};
+    }
+}
+
+bool HasExtensionOf(const std::wstring& path, std::span<const std::wstring_view> extensions) {
+    return std::ranges::any_of(extensions, [&](std::wstring_view end) {
+        return path.size() >= end.size() &&
+               _wcsicmp(path.c_str() + path.size() - end.size(), end.data()) == 0;
+    });
+}
+
 bool IsPlainShader(const std::wstring& path) {
     constexpr std::wstring_view kExtensions[] = {L".glsl", L".frag", L".fs"};
-    return std::ranges::any_of(kExtensions, [&](std::wstring_view end) { return path.ends_with(end); });
+    return HasExtensionOf(path, kExtensions);
 }
 
 /// "folder\plasma.a.glsl" for "folder\plasma.glsl" and "a".
@@ -71,6 +91,9 @@ void OpenDocument(const std::wstring& path, ShaderSource& source) {
 void AddNamedFiles(std::string_view text, const std::wstring& folder, const std::wstring& includeFolder,
                    std::vector<std::wstring>& files) {
     for (const std::string& name : NamedFiles(text)) {
+        if (!IsOpenableLocalName(FromUtf8(name))) {
+            continue;
+        }
         for (const std::wstring& base : {folder, includeFolder}) {
             const std::wstring path = base + L"\\" + FromUtf8(name);
             if (!base.empty() && files.size() < kMostFiles && std::ranges::find(files, path) == files.end()) {
@@ -82,8 +105,7 @@ void AddNamedFiles(std::string_view text, const std::wstring& folder, const std:
 
 bool MayNameOthers(const std::wstring& path) {
     constexpr std::wstring_view kMedia[] = {L".png", L".jpg", L".jpeg", L".bmp", L".gif", L".tif", L".bin"};
-    return IsExistingFile(path.c_str()) &&
-           std::ranges::none_of(kMedia, [&](std::wstring_view end) { return path.ends_with(end); });
+    return IsExistingFile(path.c_str()) && !HasExtensionOf(path, kMedia);
 }
 
 }  // namespace
@@ -101,7 +123,7 @@ ShaderSource OpenShader(const std::wstring& absolutePath, const std::wstring& in
     AddNamedFiles(AsText(source.document), folder, includeFolder, source.files);
     for (std::size_t i = own; i < source.files.size(); ++i) {
         if (MayNameOthers(source.files[i])) {
-            AddNamedFiles(TextOfFile(source.files[i]), folder, includeFolder, source.files);
+            AddNamedFiles(TextOfNamedFile(source.files[i]), folder, includeFolder, source.files);
         }
     }
     return source;
