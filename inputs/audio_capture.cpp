@@ -54,11 +54,6 @@ public:
     ~AudioLock() { LeaveCriticalSection(&audioLock); }
 };
 
-void PublishSpectrum(const SpectrumBytes& bytes) noexcept {
-    const AudioLock lock;
-    AudioSpectrum = bytes;
-}
-
 void TakeFrames(const SampleFormat& format, const std::byte* frames, std::uint32_t count) noexcept {
     if (!IsReadable(format))
         return;
@@ -235,6 +230,11 @@ void StopAudioCapture() noexcept {
     audioUsers = 0;
     DeleteCriticalSection(&audioLock);
     FreeAudioBuffers();
+}
+
+void PublishSpectrum(const SpectrumBytes& bytes) noexcept {
+    const AudioLock lock;
+    AudioSpectrum = bytes;
 }
 
 SpectrumBytes CopyAudioSpectrum() noexcept {

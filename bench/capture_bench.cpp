@@ -1,0 +1,127 @@
+// What listening costs all day long: the capture thread's processor time, and both sides of its lock.
+// The sound comes from the tests' stand-in for a device, whose own work on the thread is counted too.
+#include <windows.h>
+
+#include <tlhelp32.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <iterator>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/win_handles.h"
+#include "bench/paired_runner.h"
+#include "inputs/audio_capture.h"
+
+namespace pixelforge::bench {
+namespace {
+
+/// The thread's time over the time that passes: half a percent of a core.
+constexpr double kShareLimit = 0.005;
+constexpr DWORD kSettlingMilliseconds = 2000;
+/// A single turn is too short for the clock.
+constexpr int kTurnsPerRound = 20000;
+
+std::set<DWORD> ThreadIds() {
+    const UniqueKernelHandle snapshot = AdoptFileHandle(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+    THREADENTRY32 entry = {};
+    entry.dwSize = sizeof(entry);
+    std::set<DWORD> ids;
+    for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
+         more = Thread32Next(snapshot.Get(), &entry)) {
+        if (entry.th32OwnerProcessID == GetCurrentProcessId())
+            ids.insert(entry.th32ThreadID);
+    }
+    return ids;
+}
+
+/// In user and system mode together.
+double ProcessorMilliseconds(const std::set<DWORD>& threadIds) {
+    double sum = 0;
+    for (const DWORD id : threadIds) {
+        const UniqueKernelHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, id));
+        FILETIME times[4] = {};
+        if (!GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3]))
+            continue;
+        for (const FILETIME& time : {times[2], times[3]})
+            sum += static_cast<double>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime) / 1e4;
+    }
+    return sum;
+}
+
+/// The threads that the start of the capture adds.
+std::set<DWORD> NewThreads(const std::set<DWORD>& before) {
+    const std::set<DWORD> now = ThreadIds();
+    std::set<DWORD> added;
+    std::set_difference(now.begin(), now.end(), before.begin(), before.end(),
+                        std::inserter(added, added.end()));
+    return added;
+}
+
+void Start() {
+    if (StartAudioCapture() != 1) {
+        std::fprintf(stderr, "the capture does not start\n");
+        std::exit(2);
+    }
+}
+
+void MeasureThread(const char* name, const char* sound, int seconds, Report& report) {
+    SetEnvironmentVariableA("PIXELFORGE_SOUND", sound);
+    const std::set<DWORD> before = ThreadIds();
+    Start();
+    Sleep(kSettlingMilliseconds);
+    const std::set<DWORD> threads = NewThreads(before);
+    const double start = ProcessorMilliseconds(threads);
+    Sleep(static_cast<DWORD>(seconds) * 1000);
+    const double used = ProcessorMilliseconds(threads) - start;
+    StopAudioCapture();
+    const double passed = seconds * 1000.0;
+    const double share = used / passed;
+    report.Add({name, "time that passed", used, passed, share, share, share, kShareLimit});
+}
+
+/// The median of some rounds of 20,000 turns.
+void TimeTurns(const char* name, const std::function<void()>& turn, Report& report) {
+    std::vector<double> rounds(31);
+    for (double& round : rounds) {
+        const auto start = std::chrono::steady_clock::now();
+        for (int i = 0; i < kTurnsPerRound; ++i)
+            turn();
+        round = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    }
+    report.Add(Timing{name, Quantile(std::move(rounds), 0.5)});
+}
+
+/// Beside a running capture.
+void TimeBothSidesOfTheLock(Report& report) {
+    SetEnvironmentVariableA("PIXELFORGE_SOUND", "signal=square;hertz=440");
+    Start();
+    SpectrumBytes bytes = {};
+    TimeTurns(
+        "20,000 readings of the spectrum", [&] { bytes = CopyAudioSpectrum(); }, report);
+    TimeTurns(
+        "20,000 replacements of it", [&] { PublishSpectrum(bytes); }, report);
+    StopAudioCapture();
+}
+
+}  // namespace
+}  // namespace pixelforge::bench
+
+/// Usage: capture_bench [JSON file [seconds]]. Ends with 1 when a limit is missed.
+int main(int argc, char** argv) {
+    using namespace pixelforge::bench;
+    const int seconds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 60;
+    Report report;
+    MeasureThread("no packets", "packets=never", seconds, report);
+    MeasureThread("silence", "signal=silence", seconds, report);
+    MeasureThread("sound", "signal=square;hertz=440", seconds, report);
+    TimeBothSidesOfTheLock(report);
+    return report.Finish(argc > 1 ? argv[1] : nullptr);
+}
