@@ -27,6 +27,9 @@ TEST(GlContext, NoNameIsDeletedInAStrangersContext) {
         withoutWindow = CreateGlRenderer(nullptr, 64, 48);
         EXPECT_EQ(withoutWindow->contextReady, 1);
         EXPECT_FALSE(MakeRendererCurrent(*withoutWindow, nullptr)) << "there is nothing to draw on";
+        WNDCLASSEXW hidden{};
+        hidden.cbSize = sizeof(hidden);
+        EXPECT_FALSE(GetClassInfoExW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &hidden));
         Stage stage;
         stage.Body(PassKind::Image, "c = vec4(1.0);").Show();
         onLostWindow = stage.Release();
