@@ -18,7 +18,7 @@ namespace {
 
 TEST(GlContext, NoNameIsDeletedInAStrangersContext) {
     Stage stranger;
-    stranger.Body(PassKind::Image, "c = vec4(1.0);").Show();
+    stranger.LoadImage("c = vec4(1.0);").Show();
     const HGLRC strangersContext = wglGetCurrentContext();
     HeapRecord<GlRenderer> withoutWindow;
     HeapRecord<GlRenderer> onLostWindow;
@@ -31,7 +31,7 @@ TEST(GlContext, NoNameIsDeletedInAStrangersContext) {
         hidden.cbSize = sizeof(hidden);
         EXPECT_FALSE(GetClassInfoExW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &hidden));
         Stage stage;
-        stage.Body(PassKind::Image, "c = vec4(1.0);").Show();
+        stage.LoadImage("c = vec4(1.0);").Show();
         onLostWindow = stage.Release();
     }
     DestroyGlRenderer(std::move(withoutWindow));
@@ -61,7 +61,7 @@ void SwapEntryPoints() {
 
 TEST(GlContext, AnUnusableContextIsLeftAlone) {
     Stage stage;
-    const Picture picture = stage.Body(PassKind::Image, "c = vec4(1.0);").Show();
+    const Picture picture = stage.LoadImage("c = vec4(1.0);").Show();
     GlRenderer& renderer = stage.Renderer();
     const auto expectRefusals = [&] {
         const FrameParameters parameters{1, 0.25F};

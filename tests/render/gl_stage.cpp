@@ -1,9 +1,9 @@
 // Stage, picture and debugger output of the engine's tests.
 #include "tests/render/gl_stage.h"
 
-#include <cstring>
 #include <ostream>
 
+#include "library/document_reader.h"
 #include "render/gl_context.h"
 #include "render/pass_graph.h"
 #include "render/readback.h"
@@ -21,37 +21,22 @@ Color Picture::At(int x, int y) const {
     return Color{byte(16), byte(8), byte(0), byte(24)};
 }
 
+std::string Body(const std::string& body) {
+    return "#define T(n) texelFetch(iChannel##n, ivec2(p), 0)\n" + MainImage(body);
+}
+
 Stage::Stage() {
     renderer_->includes = includes_.get();
 }
 
-Stage& Stage::Clear() {
+Stage& Stage::Load(const DocumentBuilder& document) {
     renderer_->document = ShaderDocument{};
+    EXPECT_EQ(ReadShaderDocument(document.Json().c_str(), renderer_->document).error, "");
     return *this;
 }
 
-Stage& Stage::Pass(PassKind kind, const std::string& code, std::initializer_list<Channel> channels) {
-    RenderPass& pass = renderer_->document.passes[static_cast<std::size_t>(kind)];
-    pass.kind = kind;
-    pass.code = AllocateHeapText(code.size() + 1);
-    std::strcpy(pass.code.get(), code.c_str());
-    for (const Channel& channel : channels) {
-        PassInput& input = pass.inputs[channel.number];
-        input.ctype = channel.type;
-        input.sourcePass = static_cast<std::int32_t>(channel.source);
-        input.channel = channel.number;
-        input.sampler.filter = channel.filter;
-        input.sampler.wrap = channel.wrap;
-    }
-    return *this;
-}
-
-Stage& Stage::Body(PassKind kind, const std::string& body, std::initializer_list<Channel> channels) {
-    return Pass(kind,
-                "#define T(n) texelFetch(iChannel##n, ivec2(p), 0)\n"
-                "void mainImage(out vec4 c, in vec2 p) {\n" +
-                    body + "\n}\n",
-                channels);
+Stage& Stage::LoadImage(const std::string& body, const std::vector<Input>& inputs) {
+    return Load(DocumentBuilder().Image(Body(body), inputs));
 }
 
 bool Stage::Build() {

@@ -1,10 +1,9 @@
-// What the engine's tests draw on: a renderer on a hidden window, a document put together pass by pass, the
-// picture read back, and what reached the debugger output meanwhile.
+// What the engine's tests draw on: a renderer on a hidden window, documents, the picture read back, and what
+// reached the debugger output meanwhile.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -15,6 +14,7 @@
 #include "preview/host_window.h"
 #include "render/build_settings.h"
 #include "render/gl_renderer.h"
+#include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
 
@@ -36,19 +36,9 @@ private:
     preview::HostSurface surface_;
 };
 
-struct Channel {
-    std::uint32_t number;
-    ChannelType type = ChannelType::Buffer;
-    PassKind source = PassKind::Other;
-    std::uint32_t filter = kFilterNearest;
-    std::uint32_t wrap = kWrapClamp;
-};
-
-inline Channel Reads(std::uint32_t number, PassKind source, std::uint32_t filter = kFilterNearest,
-                     std::uint32_t wrap = kWrapClamp) {
-    const bool cube = source == PassKind::CubeA;
-    return {number, cube ? ChannelType::CubeBuffer : ChannelType::Buffer, source, filter, wrap};
-}
+/// A `mainImage` with this body; the colour is `c`, the coordinate `p`, and T(n) the texel of channel n
+/// there.
+std::string Body(const std::string& body);
 
 /// One renderer on a window of 64 x 48 pixels. Its context is current from the start; frames make it current
 /// anew.
@@ -56,12 +46,9 @@ class Stage {
 public:
     Stage();
 
-    /// Forgets the passes of the document so far.
-    Stage& Clear();
-    Stage& Pass(PassKind kind, const std::string& code, std::initializer_list<Channel> channels = {});
-    /// A pass whose `mainImage` has this body; the colour is `c`, the coordinate `p`. In it, T(n) is the
-    /// texel of channel n at this place.
-    Stage& Body(PassKind kind, const std::string& body, std::initializer_list<Channel> channels = {});
+    Stage& Load(const DocumentBuilder& document);
+    /// A document with nothing but an Image pass of this body.
+    Stage& LoadImage(const std::string& body, const std::vector<Input>& inputs = {});
 
     bool Build();
     const std::string& Reason() const { return reason_; }
@@ -70,7 +57,7 @@ public:
     void Draw(float speed = 0.25F);
     Picture Read();
     Picture Frame(float speed = 0.25F);
-    /// The first frame of the passes.
+    /// The document's first frame.
     Picture Show();
 
     preview::HostWindow& Window() { return window_; }

@@ -15,12 +15,12 @@ TEST_F(RenderTarget, SamplesAreAveragedForTheHostAndForASampler2D) {
     const std::string probe =
         "c = vec4(gl_SampleID == 0 ? 1.0 : 0.0, float(gl_NumSamples) / 255.0, p.x / 255.0, 1.0);";
     const SampleScope samples(2);
-    const Color averaged = stage_.Body(PassKind::Image, probe).Show().At(63, 7);
+    const Color averaged = stage_.LoadImage(probe).Show().At(63, 7);
     ASSERT_GE(averaged.g, 4);
     EXPECT_NEAR(averaged.r, 255.0 / averaged.g, 1.0);
-    stage_.Clear().Body(PassKind::BufferA, probe);
-    stage_.Body(PassKind::Image, "c = texture(iChannel0, p / iResolution.xy);",
-                {Reads(0, PassKind::BufferA)});
+    stage_.Load(DocumentBuilder()
+                    .Buffer('A', Body(probe))
+                    .Image(Body("c = texture(iChannel0, p / iResolution.xy);"), {{.channel = 0, .id = 257}}));
     EXPECT_EQ(stage_.Show().At(63, 7), averaged);
     EXPECT_EQ(stage_.Frame().At(63, 0), averaged);
 }
@@ -36,19 +36,20 @@ TEST_F(RenderTarget, SampleExponentsOutOfReachKeepTheOneBefore) {
 TEST_F(RenderTarget, EachChannelHasItsOwnSettingsForTheSameTextureAndFreshMipmaps) {
     for (const int exponent : {0, 2}) {
         const SampleScope samples(exponent);
-        stage_.Clear().Body(PassKind::BufferA, "c = vec4(floor(p), T(0).b + 2.0, 0.0);",
-                            {Reads(0, PassKind::BufferA)});
         // On the left: 2.25 columns beyond the right edge, then a quarter into the third column. On the right
         // the smallest level, which is the mean: 31.5 and 23.5, and the frame's number.
-        stage_.Body(PassKind::Image,
-                    "vec2 far = vec2(66.25, 5.5) / vec2(64, 48); vec2 near = vec2(10.0, 5.5) / vec2(64, 48);"
-                    "c = vec4(texture(iChannel0, far).r, texture(iChannel1, far).r,"
-                    "    texture(iChannel2, near).r * 10.0, texture(iChannel0, near).r) / 255.0;"
-                    "if (p.x > 32.0) c = textureLod(iChannel3, vec2(0.3), 16.0) * 2.0 / 255.0;",
-                    {Reads(0, PassKind::BufferA, kFilterNearest, kWrapRepeat),
-                     Reads(1, PassKind::BufferA, kFilterNearest, kWrapClamp),
-                     Reads(2, PassKind::BufferA, kFilterLinear, kWrapClamp),
-                     Reads(3, PassKind::BufferA, kFilterMipmap, kWrapRepeat)});
+        stage_.Load(
+            DocumentBuilder()
+                .Buffer('A', Body("c = vec4(floor(p), T(0).b + 2.0, 0.0);"), {{.channel = 0, .id = 257}})
+                .Image(
+                    Body("vec2 far = vec2(66.25, 5.5) / vec2(64, 48), near = vec2(10.0, 5.5) / vec2(64, 48);"
+                         "c = vec4(texture(iChannel0, far).r, texture(iChannel1, far).r,"
+                         "    texture(iChannel2, near).r * 10.0, texture(iChannel0, near).r) / 255.0;"
+                         "if (p.x > 32.0) c = textureLod(iChannel3, vec2(0.3), 16.0) * 2.0 / 255.0;"),
+                    {{.channel = 0, .wrap = "repeat"},
+                     {.channel = 1, .wrap = "clamp"},
+                     {.channel = 2, .filter = "linear"},
+                     {.channel = 3, .filter = "mipmap", .wrap = "repeat"}}));
         ASSERT_TRUE(stage_.Build()) << stage_.Reason();
         for (int frame = 1; frame <= 3; ++frame) {
             const Picture picture = stage_.Frame();
@@ -59,9 +60,10 @@ TEST_F(RenderTarget, EachChannelHasItsOwnSettingsForTheSameTextureAndFreshMipmap
 }
 
 TEST_F(RenderTarget, AWindowOfTheFramesSizeIsFollowed) {
-    stage_.Body(PassKind::BufferA, "c = T(0) + vec4(1.0);", {Reads(0, PassKind::BufferA)});
-    stage_.Body(PassKind::Image, "c = vec4(iFrame, iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;",
-                {Reads(0, PassKind::BufferA)});
+    stage_.Load(DocumentBuilder()
+                    .Buffer('A', Body("c = T(0) + vec4(1.0);"), {{.channel = 0, .id = 257}})
+                    .Image(Body("c = vec4(iFrame, iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;"),
+                           {{.channel = 0, .id = 257}}));
     EXPECT_EQ(stage_.Show().At(60, 40), (Color{0, 64, 1, 48}));
     EXPECT_EQ(stage_.Frame().At(60, 40), (Color{0, 64, 2, 48}));
     EXPECT_EQ(stage_.Frame().At(60, 40), (Color{1, 64, 3, 48}));
@@ -78,14 +80,14 @@ TEST_F(RenderTarget, AWindowOfTheFramesSizeIsFollowed) {
 
 TEST_F(RenderTarget, AFrameOfAnotherSizeThanTheWindowKeepsItsSize) {
     stage_.Window().SetClientSize(100, 48);
-    stage_.Body(PassKind::Image, "c = vec4(iResolution, iFrame) / 255.0;");
+    stage_.LoadImage("c = vec4(iResolution, iFrame) / 255.0;");
     EXPECT_EQ(stage_.Show().At(0, 0), (Color{64, 48, 1, 0}));
     stage_.Window().SetClientSize(80, 36);
     EXPECT_EQ(stage_.Frame().At(0, 0), (Color{64, 48, 1, 0}));
 }
 
 TEST_F(RenderTarget, OnlyAnExactlyFittingSectionTakesThePicture) {
-    stage_.Body(PassKind::Image, "c = vec4(1.0);").Show();
+    stage_.LoadImage("c = vec4(1.0);").Show();
     const struct {
         LONG width;
         LONG height;
@@ -109,7 +111,7 @@ TEST_F(RenderTarget, OnlyAnExactlyFittingSectionTakesThePicture) {
 
 TEST_F(RenderTarget, SizesThatGlCannotDrawAreRefused) {
     const int sizes[][2] = {{0, 48}, {64, 0}, {-64, 48}, {64, -2147483647}, {1 << 30, 48}};
-    stage_.Body(PassKind::Image, "c = vec4(1.0);");
+    stage_.LoadImage("c = vec4(1.0);");
     for (const auto& [width, height] : sizes) {
         stage_.Renderer().renderRect = PixelRect{0, 0, width, height};
         EXPECT_FALSE(stage_.Build());

@@ -19,19 +19,19 @@ LONG_PTR PropertyOf(const preview::HostWindow& window) {
 }
 
 /// Held, pressed and toggled of the keys A and B in the first two columns.
-void AddKeyboardImage(Stage& stage, std::uint32_t filter = kFilterNearest) {
-    stage.Body(PassKind::Image,
-               "ivec2 k = ivec2(65 + int(p.x), 0);"
-               "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
-               "texture(iChannel2, vec2(float(k.x) + 0.5, 2.5) / vec2(256.0, 3.0)).x, 1.0);",
-               {{2, ChannelType::Keyboard, PassKind::Other, filter}});
+void AddKeyboardImage(Stage& stage, const std::string& filter = "nearest") {
+    stage.LoadImage(
+        "ivec2 k = ivec2(65 + int(p.x), 0);"
+        "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
+        "texture(iChannel2, vec2(float(k.x) + 0.5, 2.5) / vec2(256.0, 3.0)).x, 1.0);",
+        {{.channel = 2, .ctype = "keyboard", .filter = filter}});
     ASSERT_TRUE(stage.Build()) << stage.Reason();
 }
 
 TEST_F(WindowInput, KeysReachEveryRenderer) {
     Stage other;
     AddKeyboardImage(stage_);
-    AddKeyboardImage(other, kFilterMipmap);
+    AddKeyboardImage(other, "mipmap");
     const struct {
         UINT message;
         WPARAM key;
@@ -60,10 +60,9 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
 }
 
 TEST_F(WindowInput, TheMouseReachesTheShader) {
-    stage_.Pass(PassKind::Image,
-                "uniform vec4 mouse;\n"
-                "void mainImage(out vec4 c, in vec2 p) {\n"
-                "    c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0); }\n");
+    stage_.Load(DocumentBuilder()
+                    .Common("uniform vec4 mouse;")
+                    .Image(Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);")));
     ASSERT_TRUE(stage_.Build()) << stage_.Reason();
     const auto send = [this](UINT message, int x, int y) {
         SendMessageW(stage_.Window().Handle(), message, 0, MAKELPARAM(x, y));
