@@ -79,11 +79,13 @@ TEST_F(RenderTarget, AWindowOfTheFramesSizeIsFollowed) {
 }
 
 TEST_F(RenderTarget, AFrameOfAnotherSizeThanTheWindowKeepsItsSize) {
-    stage_.Window().SetClientSize(100, 48);
-    stage_.LoadImage("c = vec4(iResolution, iFrame) / 255.0;");
-    EXPECT_EQ(stage_.Show().At(0, 0), (Color{64, 48, 1, 0}));
-    stage_.Window().SetClientSize(80, 36);
-    EXPECT_EQ(stage_.Frame().At(0, 0), (Color{64, 48, 1, 0}));
+    for (const auto& [width, height] : {std::pair(100, 48), {64, 40}}) {
+        stage_.Window().SetClientSize(width, height);
+        stage_.LoadImage("c = vec4(iResolution, iFrame) / 255.0;");
+        EXPECT_EQ(stage_.Show().At(0, 0), (Color{64, 48, 1, 0}));
+        stage_.Window().SetClientSize(80, 36);
+        EXPECT_EQ(stage_.Frame().At(0, 0), (Color{64, 48, 1, 0}));
+    }
 }
 
 TEST_F(RenderTarget, OnlyAnExactlyFittingSectionTakesThePicture) {
