@@ -1,28 +1,20 @@
 // Where a host program lies decides where the module finds its folders: seen from real processes.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <windows.h>
 
+#include <process.h>
 #include <shlobj.h>
 
-#include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
+#include <iterator>
 
-#include "base/win_handles.h"
 #include "preview/module_library.h"
+#include "tests/end_to_end/temp_folder.h"
 
 namespace pixelforge::test {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
-
-fs::path OwnFolder() {
-    return fs::path(preview::ModulePathBesideProgram()).parent_path();
-}
 
 fs::path SystemFolder(int folder) {
     wchar_t path[MAX_PATH] = {};
@@ -30,105 +22,67 @@ fs::path SystemFolder(int folder) {
     return path;
 }
 
-UniqueKernelHandle CreateInheritedFile(const fs::path& path) {
-    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
-    return AdoptFileHandle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherited,
-                                       CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+std::wstring Quoted(const fs::path& path) {
+    return L'"' + path.wstring() + L'"';
 }
 
-bool RunInto(std::wstring command, const fs::path& output) {
-    const UniqueKernelHandle file = CreateInheritedFile(output);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = file.Get();
-    PROCESS_INFORMATION process = {};
-    if (!file || !CreateProcessW(nullptr, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                 &startup, &process)) {
-        return false;
+/// The folders of program, libraries and data that a host in this folder sees, one a line.
+std::string FoldersSeenFrom(const fs::path& folder) {
+    const fs::path module = preview::ModulePathBesideProgram();
+    const fs::path host = folder / "host.exe";
+    const fs::path output = folder / "folders.txt";
+    fs::create_directories(folder);
+    fs::copy_file(module.parent_path() / "host_probe.exe", host, fs::copy_options::overwrite_existing);
+    _wspawnl(_P_WAIT, host.c_str(), Quoted(host).c_str(), Quoted(module).c_str(), Quoted(output).c_str(),
+             static_cast<wchar_t*>(nullptr));
+    std::ifstream file(output);
+    const std::string lines{std::istreambuf_iterator<char>(file), {}};
+    file.close();
+    fs::remove(output);
+    fs::remove(host);
+    return lines;
+}
+
+/// Removes a folder and those around it, as far as nothing is in them: other hosts may be using them. A
+/// drive's root stays.
+void RemoveEmptyFolders(fs::path folder) {
+    std::error_code notEmpty;
+    while (folder.has_relative_path() && fs::remove(folder, notEmpty)) {
+        folder = folder.parent_path();
     }
-    const UniqueKernelHandle thread(process.hThread);
-    const UniqueKernelHandle whole(process.hProcess);
-    return WaitForSingleObject(whole.Get(), 30000) == WAIT_OBJECT_0;
 }
 
-/// What a copy of the probe says from a folder, which is made for it and removed with what it made.
-class HostModes : public testing::Test {
-protected:
-    std::vector<std::string> FoldersSeenFrom(const fs::path& folder) {
-        Make(folder);
-        fs::copy_file(OwnFolder() / "host_probe.exe", folder / "host.exe",
-                      fs::copy_options::overwrite_existing);
-        const fs::path output = folder / "folders.txt";
-        const std::wstring command =
-            L"\"" + (folder / "host.exe").wstring() + L"\" \"" + preview::ModulePathBesideProgram() + L"\"";
-        EXPECT_TRUE(RunInto(command, output));
-        std::ifstream file(output);
-        std::vector<std::string> lines;
-        for (std::string line; std::getline(file, line);) {
-            lines.push_back(line);
+TEST(HostModes, EachKindOfHostFindsItsFoldersAndGetsItsCache) {
+    const TempFolder temp;
+    const fs::path portable = temp.Path();
+    const fs::path installed = SystemFolder(CSIDL_PROGRAM_FILES) / "Larkvane" / "Moonreel";
+    const fs::path ofTheUser = SystemFolder(CSIDL_APPDATA) / "Larkvane" / "Moonreel";
+    const fs::path developed = "D:\\C\\Projects\\pixelforge test";
+    const struct {
+        fs::path host, program, library, data;
+    } cases[] = {
+        {portable, portable, portable / "DLL", portable},
+        {installed / "test", installed, installed / "DLL", ofTheUser},
+        {developed, developed, developed, "D:\\Moonreel"},
+    };
+    for (const auto& [host, program, library, data] : cases) {
+        const fs::path tree = data / "Pixelforge";
+        const bool cacheWasThere = fs::exists(tree / "PixelforgeCache");
+        fs::create_directories(data);
+        EXPECT_EQ(FoldersSeenFrom(host),
+                  program.string() + "\n" + library.string() + "\n" + data.string() + "\n");
+        for (const char* made :
+             {"Shaders", "PixelforgeCache/Shaders", "PixelforgeCache/Assets", "PixelforgeCache/Searches"}) {
+            EXPECT_TRUE(fs::is_directory(tree / made)) << tree << ": " << made;
         }
-        return lines;
-    }
-
-    /// Makes a folder and remembers the outermost one that was missing.
-    void Make(const fs::path& folder) {
-        fs::path missing;
-        for (fs::path each = folder; !fs::exists(each); each = each.parent_path()) {
-            missing = each;
+        if (host == portable) {
+            continue;  // it removes itself
         }
-        if (!missing.empty()) {
-            made_.push_back(missing);
+        if (!cacheWasThere) {
+            fs::remove_all(tree / "PixelforgeCache");
         }
-        fs::create_directories(folder);
-    }
-
-    void TearDown() override {
-        for (const fs::path& folder : made_) {
-            std::error_code ignored;
-            fs::remove_all(folder, ignored);
-        }
-    }
-
-private:
-    std::vector<fs::path> made_;
-};
-
-bool IsCacheTree(const fs::path& data) {
-    const fs::path cache = data / "Pixelforge" / "PixelforgeCache";
-    return fs::is_directory(data / "Pixelforge" / "Shaders") && fs::is_directory(cache / "Shaders") &&
-           fs::is_directory(cache / "Assets") && fs::is_directory(cache / "Searches");
-}
-
-TEST_F(HostModes, PortableHostsKeepEverythingBesideThemselves) {
-    const fs::path folder =
-        fs::temp_directory_path() / ("pixelforge host " + std::to_string(GetTickCount64()));
-    const std::string own = folder.string();
-    EXPECT_THAT(FoldersSeenFrom(folder), ElementsAre(own, own + "\\DLL", own));
-    EXPECT_TRUE(IsCacheTree(folder));
-}
-
-TEST_F(HostModes, InstalledHostsKeepTheirDataWithTheUser) {
-    const fs::path data = SystemFolder(CSIDL_APPDATA) / "Larkvane" / "Moonreel";
-    const fs::path program = SystemFolder(CSIDL_PROGRAM_FILES) / "Larkvane" / "Moonreel";
-    Make(data);
-    EXPECT_THAT(FoldersSeenFrom(program / "test"),
-                ElementsAre(program.string(), program.string() + "\\DLL", data.string()));
-    EXPECT_TRUE(IsCacheTree(data));
-}
-
-TEST_F(HostModes, HostsUnderDevelopmentUseTheirFixedDataFolder) {
-    const fs::path folder = "D:\\C\\Projects\\pixelforge test";
-    // Other hosts may be using the data folder at this moment.
-    const fs::path data = "D:\\Moonreel\\Pixelforge";
-    fs::create_directories(data);
-    EXPECT_THAT(FoldersSeenFrom(folder), ElementsAre(folder.string(), folder.string(), "D:\\Moonreel"));
-    EXPECT_TRUE(IsCacheTree(data.parent_path()));
-    fs::remove_all(data / "PixelforgeCache");
-    fs::remove(data / "Shaders");
-    for (const fs::path& each : {data, data.parent_path()}) {
-        std::error_code notEmpty;
-        fs::remove(each, notEmpty);
+        RemoveEmptyFolders(tree / "Shaders");
+        RemoveEmptyFolders(host);
     }
 }
 

@@ -1,17 +1,19 @@
-// A host that only loads the module that it is told, and prints the folders that the module published.
+// A host that only loads the module that it is told, and writes the folders that the module published to a
+// file.
 #include <windows.h>
 
-#include <cstdio>
-#include <initializer_list>
+#include <cstdlib>
+#include <fstream>
 
 int main(int count, char** arguments) {
-    if (count != 2 || !LoadLibraryA(arguments[1])) {
+    if (count != 3 || !LoadLibraryA(arguments[1])) {
         return 1;
     }
+    std::ofstream file(arguments[2]);
     for (const char* name : {"EXE_BASEFOLDER", "DLL_BASEFOLDER", "DAT_BASEFOLDER"}) {
         char value[MAX_PATH] = {};
         GetEnvironmentVariableA(name, value, MAX_PATH);
-        std::printf("%s\n", value);
+        file << value << "\n";
     }
     return 0;
 }

@@ -12,16 +12,9 @@ std::span<const std::uint8_t> Bytes(const std::string& text) {
     return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
-preview::SessionOptions ToSession(const RunOptions& options, const preview::ShaderDrop& drop) {
-    preview::SessionOptions session;
-    session.width = options.width;
-    session.height = options.height;
-    session.playlistName = drop.PlaylistName();
-    session.settings = options.settings;
-    session.levelDivisor = options.levelDivisor;
-    session.levelOutput = options.levelOutput;
-    session.window = options.window;
-    return session;
+preview::SessionOptions Named(preview::SessionOptions options, const std::string& playlist) {
+    options.playlistName = playlist;
+    return options;
 }
 
 /// One for the whole program: a process has one debugger.
@@ -40,7 +33,7 @@ const preview::ModuleLibrary& Module() {
 ModuleRun::ModuleRun(const std::string& document, const RunOptions& options)
     : firstLine_(Capture().Lines().size()),
       drop_(preview::ShaderDrop::OfDocument(Bytes(document))),
-      session_(Module(), ToSession(options, drop_)) {
+      session_(Module(), Named(options, drop_.PlaylistName())) {
     session_.Open();
 }
 

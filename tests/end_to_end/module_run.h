@@ -1,11 +1,7 @@
 // One document drawn by the real module in this process, through the stand-in host's own classes.
 #pragma once
 
-#include <windows.h>
-
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "preview/host_session.h"
 #include "preview/module_library.h"
@@ -17,14 +13,12 @@ namespace pixelforge::test {
 /// The module, loaded once for the whole test program.
 const preview::ModuleLibrary& Module();
 
-/// What a test wants to differ from a 32 x 24 frame with default settings.
-struct RunOptions {
-    std::int32_t width = 32;
-    std::int32_t height = 24;
-    std::vector<preview::ControlSetting> settings;
-    std::int32_t levelDivisor = 256;
-    std::int32_t levelOutput = 0;
-    preview::HostWindow* window = nullptr;
+/// A 32 x 24 frame with default settings; the playlist's name comes with the run.
+struct RunOptions : preview::SessionOptions {
+    RunOptions() {
+        width = 32;
+        height = 24;
+    }
 };
 
 class ModuleRun {

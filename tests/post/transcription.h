@@ -1,9 +1,9 @@
 // The pixel formulas written down step by step, slowly and plainly: what the kernels must equal.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
 
 #include "post/tile_remap.h"
 
@@ -22,25 +22,16 @@ inline void LevelCopy(const std::uint32_t* source, std::uint32_t* destination, s
                       std::uint32_t levelDivisor, std::int32_t foregroundOnly) {
     for (std::uint32_t i = 0; i < count; ++i) {
         const std::uint32_t p = source[i];
-        const std::uint32_t blue = p & 0xFF;
-        const std::uint32_t green = (p >> 8) & 0xFF;
-        const std::uint32_t red = (p >> 16) & 0xFF;
-        const std::uint32_t level = (blue + green + red) / levelDivisor;
+        const std::uint32_t sum = (p & 0xFF) + (p >> 8 & 0xFF) + (p >> 16 & 0xFF);
         if (foregroundOnly == 0 || (p & 0xFFFFFF) != 0) {
-            destination[i] = level;
+            destination[i] = sum / levelDivisor;
         }
     }
 }
 
 inline std::int32_t Truncate(float value) {
-    const double whole = std::trunc(static_cast<double>(value));
-    if (whole > std::numeric_limits<std::int32_t>::max()) {
-        return std::numeric_limits<std::int32_t>::max();
-    }
-    if (whole < std::numeric_limits<std::int32_t>::min()) {
-        return std::numeric_limits<std::int32_t>::min();
-    }
-    return static_cast<std::int32_t>(whole);
+    return static_cast<std::int32_t>(
+        std::clamp(std::trunc(static_cast<double>(value)), -2147483648.0, 2147483647.0));
 }
 
 /// One axis: the source coordinate of output coordinate `x`. The multiply-add is rounded twice.

@@ -8,6 +8,7 @@
 #include <tuple>
 #include <utility>
 
+#include "render/gl_diagnostics.h"
 #include "render/pass_graph.h"
 #include "render/readback.h"
 #include "tests/render/gl_stage.h"
@@ -15,29 +16,24 @@
 namespace pixelforge::test {
 namespace {
 
-void BuildAndDraw(Stage& stage) {
-    ASSERT_TRUE(stage.Body(PassKind::Image, "c = vec4(1.0);").Build());
-    stage.Draw();
-}
-
 TEST(GlContext, NoNameIsDeletedInAStrangersContext) {
-    const HiddenTestWindow strangersWindow(64, 48);
-    Stage stranger(strangersWindow.Get());
-    BuildAndDraw(stranger);
+    Stage stranger;
+    stranger.LoadImage("c = vec4(1.0);").Show();
     const HGLRC strangersContext = wglGetCurrentContext();
-    const HDC strangersDc = GetDC(strangersWindow.Get());
-    ASSERT_TRUE(wglMakeCurrent(strangersDc, strangersContext));
-    HiddenTestWindow window(64, 48);
     HeapRecord<GlRenderer> withoutWindow;
     HeapRecord<GlRenderer> onLostWindow;
     {
         const CurrentContextKeeper keeper;
         withoutWindow = CreateGlRenderer(nullptr, 64, 48);
-        Stage stage(window.Get());
-        BuildAndDraw(stage);
+        EXPECT_EQ(withoutWindow->contextReady, 1);
+        EXPECT_FALSE(MakeRendererCurrent(*withoutWindow, nullptr)) << "there is nothing to draw on";
+        WNDCLASSEXW hidden{};
+        hidden.cbSize = sizeof(hidden);
+        EXPECT_FALSE(GetClassInfoExW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &hidden));
+        Stage stage;
+        stage.LoadImage("c = vec4(1.0);").Show();
         onLostWindow = stage.Release();
     }
-    window.Destroy();
     DestroyGlRenderer(std::move(withoutWindow));
     DestroyGlRenderer(std::move(onLostWindow));
     ASSERT_EQ(wglGetCurrentContext(), strangersContext);
@@ -52,17 +48,6 @@ TEST(GlContext, NoNameIsDeletedInAStrangersContext) {
     }
 }
 
-TEST(GlContext, WithoutAWindowThereIsAContextButNothingToDrawOn) {
-    HeapRecord<GlRenderer> renderer = CreateGlRenderer(nullptr, 64, 48);
-    ASSERT_NE(renderer, nullptr);
-    EXPECT_EQ(renderer->contextReady, 1);
-    WNDCLASSEXW description{};
-    description.cbSize = sizeof(description);
-    EXPECT_FALSE(GetClassInfoExW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &description));
-    EXPECT_FALSE(MakeRendererCurrent(*renderer, nullptr));
-    DestroyGlRenderer(std::move(renderer));
-}
-
 /// Takes GLEW's entry points away, as on a machine whose driver knows GL 1.1 only: a call of one of these
 /// now ends the process. A second call gives them back.
 void SwapEntryPoints() {
@@ -75,15 +60,13 @@ void SwapEntryPoints() {
 }
 
 TEST(GlContext, AnUnusableContextIsLeftAlone) {
-    const HiddenTestWindow window(64, 48);
-    Stage stage(window.Get());
-    BuildAndDraw(stage);
-    Picture picture(64, 48);
+    Stage stage;
+    const Picture picture = stage.LoadImage("c = vec4(1.0);").Show();
     GlRenderer& renderer = stage.Renderer();
     const auto expectRefusals = [&] {
         const FrameParameters parameters{1, 0.25F};
         std::string reason;
-        EXPECT_FALSE(MakeRendererCurrent(renderer, window.Get()));
+        EXPECT_FALSE(MakeRendererCurrent(renderer, stage.Window().Handle()));
         EXPECT_FALSE(BuildPassGraph(renderer, reason));
         EXPECT_EQ(reason, "no usable OpenGL context");
         EXPECT_EQ(RenderFrame(&renderer, &parameters, 1, 0, 0), 0);
@@ -99,6 +82,17 @@ TEST(GlContext, AnUnusableContextIsLeftAlone) {
     expectRefusals();
     DestroyGlRenderer(stage.Release());
     SwapEntryPoints();
+}
+
+using GlErrors = StageTest;
+
+TEST_F(GlErrors, OneReportTakesOneError) {
+    glEnable(0xFFFF);
+    EXPECT_EQ(ReportGlError(), 1280U);
+    const std::string line =
+        "GL_INVALID_ENUM: An unacceptable value is specified for an enumerated argument.";
+    EXPECT_EQ(Said(), std::vector{line});
+    EXPECT_EQ(ReportGlError(), 0U);
 }
 
 }  // namespace

@@ -1,47 +1,22 @@
-// What the engine's tests draw on: a hidden window, a renderer, a document put together pass by pass, the
-// picture read back, and what reached the debugger output meanwhile.
+// What the engine's tests draw on: a renderer on a hidden window, documents, the picture read back, and what
+// reached the debugger output meanwhile.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <windows.h>
-
-#include <initializer_list>
 #include <string>
 #include <vector>
 
 #include "base/heap.h"
-#include "base/win_handles.h"
 #include "glsl/include_preprocessor.h"
+#include "preview/debug_capture.h"
+#include "preview/host_surface.h"
+#include "preview/host_window.h"
+#include "render/build_settings.h"
 #include "render/gl_renderer.h"
+#include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
-
-class HiddenTestWindow {
-public:
-    HiddenTestWindow(int width, int height);
-    HWND Get() const { return window_.Get(); }
-    void Resize(int width, int height);
-    void Destroy() { window_.Reset(); }
-
-private:
-    UniqueWindow window_;
-};
-
-/// Collects the debugger output of this process while it lives.
-class DebugOutput {
-public:
-    DebugOutput();
-    ~DebugOutput();
-    DebugOutput(const DebugOutput&) = delete;
-    DebugOutput& operator=(const DebugOutput&) = delete;
-
-    /// The single writes so far, which are forgotten by this.
-    std::vector<std::string> Take();
-
-private:
-    void* handler_;
-};
 
 struct Color {
     int r, g, b, a;
@@ -53,72 +28,65 @@ void PrintTo(const Color& color, std::ostream* out);
 /// A 32-bit picture; y counts upward from the lowest row, as in a shader.
 class Picture {
 public:
-    Picture(int width, int height);
-    HBITMAP Bitmap() const { return bitmap_.Get(); }
+    Picture(int width, int height) : surface_(width, height) {}
+    HBITMAP Bitmap() const { return surface_.Bitmap(); }
     Color At(int x, int y) const;
 
 private:
-    UniqueBitmap bitmap_;
+    preview::HostSurface surface_;
 };
 
-struct Channel {
-    std::uint32_t number;
-    ChannelType type = ChannelType::Buffer;
-    PassKind source = PassKind::Other;
-    std::uint32_t filter = kFilterNearest;
-    std::uint32_t wrap = kWrapClamp;
-};
+/// A `mainImage` with this body; the colour is `c`, the coordinate `p`, and T(n) the texel of channel n
+/// there.
+std::string Body(const std::string& body);
 
-inline Channel Reads(std::uint32_t number, PassKind source, std::uint32_t filter = kFilterNearest,
-                     std::uint32_t wrap = kWrapClamp) {
-    const bool cube = source == PassKind::CubeA;
-    return {number, cube ? ChannelType::CubeBuffer : ChannelType::Buffer, source, filter, wrap};
-}
-
-/// One renderer on a window. Its context is current from the start; `Frame` makes it current anew.
+/// One renderer on a window of 64 x 48 pixels. Its context is current from the start; frames make it current
+/// anew.
 class Stage {
 public:
-    explicit Stage(HWND window, int width = 64, int height = 48);
+    Stage();
 
-    /// Forgets the passes of the document so far.
-    Stage& Clear();
-    Stage& Pass(PassKind kind, const std::string& code, std::initializer_list<Channel> channels = {});
-    /// A pass whose `mainImage` has this body; the colour is `c`, the coordinate `p`. In it, T(n) is the
-    /// texel of channel n at this place.
-    Stage& Body(PassKind kind, const std::string& body, std::initializer_list<Channel> channels = {});
+    Stage& Load(const DocumentBuilder& document);
+    /// A document with nothing but an Image pass of this body.
+    Stage& LoadImage(const std::string& body, const std::vector<Input>& inputs = {});
 
     bool Build();
     const std::string& Reason() const { return reason_; }
 
-    /// Draws one frame and reads it back; fails the test when either does not work.
-    Picture Frame(float speed = 0.25F);
+    /// Draws a frame and reads it back; each fails the test when it does not work.
     void Draw(float speed = 0.25F);
     Picture Read();
+    Picture Frame(float speed = 0.25F);
+    /// The document's first frame.
+    Picture Show();
 
+    preview::HostWindow& Window() { return window_; }
     GlRenderer& Renderer() { return *renderer_; }
     HeapRecord<GlRenderer> Release() { return std::move(renderer_); }
 
 private:
-    HWND window_;
-    HeapRecord<GlRenderer> renderer_;
+    preview::HostWindow window_{64, 48};
+    HeapRecord<GlRenderer> renderer_ = CreateGlRenderer(window_.Handle(), 64, 48);
     HeapRecord<IncludeContext> includes_ = NewHeapRecord<IncludeContext>();
     std::string reason_;
 };
 
-/// Gives tests a stage of 64 x 48 pixels. What a test leaves on the debugger output fails it.
+/// Gives tests a stage. What a test leaves on the debugger output fails it.
 class StageTest : public testing::Test {
 protected:
-    ~StageTest() override { EXPECT_EQ(output_.Take(), std::vector<std::string>()); }
+    ~StageTest() override { EXPECT_EQ(Said(), std::vector<std::string>()); }
 
-    HiddenTestWindow window_{64, 48};
-    Stage stage_{window_.Get()};
-    DebugOutput output_;
+    /// The lines on the debugger output so far, which are forgotten by this.
+    std::vector<std::string> Said();
+
+    preview::DebugCapture output_;
+    Stage stage_;
 };
 
-/// The process's sample exponent for one scope; single samples before and after.
+/// The process's sample exponent for one scope; single samples afterwards.
 struct SampleScope {
-    explicit SampleScope(int exponent);
-    ~SampleScope();
+    explicit SampleScope(int exponent) { SetSampleExponent(exponent); }
+    ~SampleScope() { SetSampleExponent(0); }
 };
 
 }  // namespace pixelforge::test

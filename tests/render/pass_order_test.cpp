@@ -1,4 +1,4 @@
-// Which frame's picture a pass reads from another, and the uniforms of a frame.
+// Which frame's picture a pass reads from another, Cube A, and the uniforms of a frame.
 #include <gtest/gtest.h>
 
 #include "tests/render/gl_stage.h"
@@ -9,57 +9,80 @@ namespace {
 using PassOrder = StageTest;
 
 TEST_F(PassOrder, ReadersGetThisFrameFromEarlierPassesAndTheLastFrameFromLaterOnes) {
-    const Channel a0 = Reads(0, PassKind::BufferA);
-    const Channel b1 = Reads(1, PassKind::BufferB);
-    const Channel d2 = Reads(2, PassKind::BufferD);
+    const Input a0 = {.channel = 0, .id = 257};
+    const Input b1 = {.channel = 1, .id = 258};
+    const Input d2 = {.channel = 2, .id = 260};
+    const Input cube3 = {.channel = 3, .ctype = "cubemap", .id = 41};
     // Red counts the pass's own frames from what it left there; the others show what it read elsewhere.
-    stage_.Body(PassKind::BufferA, "c = vec4(T(0).r + 1.0, T(1).r, T(2).r, 0.0);", {a0, b1, d2});
-    stage_.Body(PassKind::BufferB, "c = vec4(T(1).r + 1.0, T(0).r, 0.0, 0.0);", {a0, b1});
-    stage_.Body(PassKind::BufferD, "c = vec4(T(2).r + 1.0, T(1).r, T(0).b, 0.0);", {a0, b1, d2});
-    stage_.Body(PassKind::Image,
-                "float v[8] = float[8](T(0).r, T(0).g, T(0).b, T(1).r, T(1).g, T(2).r, T(2).g, T(2).b);"
-                "c = vec4(v[int(p.x) & 7], floor(p.y), 0.0, 255.0) / 255.0;",
-                {a0, b1, d2});
+    stage_.Load(
+        DocumentBuilder()
+            .Buffer('A', Body("c = vec4(T(0).r + 1.0, T(1).r, T(2).r, texture(iChannel3, vec3(0, 0, 1)).r);"),
+                    {a0, b1, d2, cube3})
+            .Buffer('B', Body("c = vec4(T(1).r + 1.0, T(0).r, 0.0, 0.0);"), {a0, b1})
+            .Buffer('D', Body("c = vec4(T(2).r + 1.0, T(1).r, T(0).b, 0.0);"), {a0, b1, d2})
+            .Pass("cubemap", "Cube A",
+                  "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
+                  "    c = texture(iChannel3, rd) + vec4(1.0); }\n",
+                  {cube3})
+            .Image(
+                Body("float v[8] = float[8](T(0).r, T(0).g, T(0).b, T(1).g, T(2).r, T(2).g, T(2).b, T(0).a);"
+                     "float cube = texture(iChannel3, vec3(-1, 0.5, 0)).r;"
+                     "c = vec4(v[int(p.x) & 7], floor(p.y), cube, 255.0) / 255.0;"),
+                {a0, b1, d2, cube3}));
     ASSERT_TRUE(stage_.Build()) << stage_.Reason();
     for (int frame = 1; frame <= 4; ++frame) {
         const Picture picture = stage_.Frame();
         const int before = frame - 1;
-        const int expected[8] = {frame, before, before, frame, frame, frame, frame, before};
+        const int expected[8] = {frame, before, before, frame, frame, frame, before, before};
         for (int column = 0; column < 64; ++column) {
-            ASSERT_EQ(picture.At(column, column % 48), (Color{expected[column & 7], column % 48, 0, 255}))
+            ASSERT_EQ(picture.At(column, column % 48), (Color{expected[column & 7], column % 48, frame, 255}))
                 << "frame " << frame << ", column " << column;
         }
     }
 }
 
+TEST_F(PassOrder, AllSixFacesOfCubeAStoreTheirRayDirection) {
+    // Directions all around; a colour that is wrong by one level shows as 64.
+    stage_.Load(DocumentBuilder()
+                    .Pass("cubemap", "Cube A",
+                          "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
+                          "    c = vec4(rd * 0.5 + 0.5, iResolution.x / 1024.0 - length(ro)); }\n")
+                    .Image(Body("float turn = 6.28318530718 * p.x / 64.0; float rise = 3.14159265359 * (p.y "
+                                "/ 48.0 - 0.5);\n"
+                                "vec3 d = vec3(cos(turn) * cos(rise), sin(rise), sin(turn) * cos(rise));\n"
+                                "vec4 seen = texture(iChannel0, d);\n"
+                                "c = vec4(abs(seen.rgb - (d * 0.5 + 0.5)) * 64.0, seen.a);"),
+                           {{.channel = 0, .ctype = "cubemap", .id = 41, .filter = "linear"}}));
+    const Picture picture = stage_.Show();
+    for (int i = 0; i < 64 * 48; ++i) {
+        const Color error = picture.At(i % 64, i / 64);
+        EXPECT_TRUE(error.r <= 64 && error.g <= 64 && error.b <= 64 && error.a == 255)
+            << testing::PrintToString(error) << " at " << i % 64 << ", " << i / 64;
+    }
+}
+
 TEST_F(PassOrder, ChannelsWithoutATextureReadBlackAndTellTheirSizes) {
-    // Buffer C is no pass of this document; the texture's and the volume's medium is missing.
-    stage_.Body(PassKind::Image,
-                "vec3 sum = texture(iChannel0, vec2(0.5)).rgb + texture(iChannel1, vec2(0.5)).rgb"
-                " + texture(iChannel2, vec3(0.5)).rgb;"
-                "vec3 size = iChannelResolution[int(p.x) & 3]; c = vec4(size / 255.0, sum);",
-                {Reads(0, PassKind::BufferC),
-                 {1, ChannelType::Texture},
-                 {2, ChannelType::Volume},
-                 {3, ChannelType::Keyboard}});
+    // Buffer C is no pass of this document; the volume's medium is missing.
+    stage_.LoadImage(
+        "float sum = texture(iChannel0, vec2(0.5)).g + texture(iChannel2, vec3(0.5)).g;"
+        "c = vec4(iChannelResolution[int(p.x) & 3] / 255.0, sum);",
+        {{.channel = 0, .id = 259}, {.channel = 2, .ctype = "volume"}, {.channel = 3, .ctype = "keyboard"}});
     stage_.Renderer().document.passes[7].channelResolution[2] = ChannelSize{7, 8, 9};
-    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
     const Color expected[] = {{64, 48, 1, 0}, {0, 0, 0, 0}, {7, 8, 9, 0}, {255, 3, 1, 0}};
-    const Picture picture = stage_.Frame();
+    const Picture picture = stage_.Show();
     for (int channel = 0; channel < 4; ++channel) {
         EXPECT_EQ(picture.At(channel, 0), expected[channel]);
     }
 }
 
 TEST_F(PassOrder, TheFramesUniforms) {
-    stage_.Pass(PassKind::Image,
-                "uniform vec3 resolution; uniform float time;\n"
-                "void mainImage(out vec4 c, in vec2 p) {\n"
-                "vec4 v[4] = vec4[4](vec4(iResolution, iTime * 4.0),\n"
-                "vec4(iTimeDelta * 4.0, iFrame, iSampleRate, iFrameRate < 0.0 ? 1.0 : 2.0),\n"
-                "vec4(iDate.x - 2000.0, iDate.yz, floor(iDate.w / 3600.0)),\n"
-                "vec4(resolution.y, time * 4.0, iChannelTime[2], 7.0));\n"
-                "c = v[int(p.x) & 3] / 255.0; }\n");
+    stage_.Load(DocumentBuilder()
+                    .Common("uniform vec3 resolution; uniform float time;")
+                    .Image(Body("vec4 v[4] = vec4[4](vec4(iResolution, iTime * 4.0),\n"
+                                "vec4(iTimeDelta * 4.0, iFrame, iSampleRate, iFrameRate < 0.0 ? 1.0 : 2.0),\n"
+                                "vec4(iDate.x - 2000.0, iDate.yz, floor(iDate.w / 3600.0)),\n"
+                                "vec4(resolution.y, time * 4.0, iChannelTime[2], 7.0));\n"
+                                "c = v[int(p.x) & 3] / 255.0;")));
     ASSERT_TRUE(stage_.Build()) << stage_.Reason();
     stage_.Renderer().startTick = GetTickCount64() - 50;
     for (int frame = 1; frame <= 3; ++frame) {

@@ -1,20 +1,13 @@
-// Samples, samplers and sizes of the render targets.
+// Samples, samplers and sizes of the render targets, and the bitmaps that take the picture.
 #include <gtest/gtest.h>
 
-#include "render/build_settings.h"
 #include "render/readback.h"
 #include "tests/render/gl_stage.h"
 
 namespace pixelforge::test {
 namespace {
 
-class RenderTarget : public StageTest {
-protected:
-    Color FirstPixel(int x, int y) {
-        EXPECT_TRUE(stage_.Build()) << stage_.Reason();
-        return stage_.Frame().At(x, y);
-    }
-};
+using RenderTarget = StageTest;
 
 TEST_F(RenderTarget, SamplesAreAveragedForTheHostAndForASampler2D) {
     // Each sample gets a value of its own. Green tells how many there are, so red is 255 / green after
@@ -22,14 +15,13 @@ TEST_F(RenderTarget, SamplesAreAveragedForTheHostAndForASampler2D) {
     const std::string probe =
         "c = vec4(gl_SampleID == 0 ? 1.0 : 0.0, float(gl_NumSamples) / 255.0, p.x / 255.0, 1.0);";
     const SampleScope samples(2);
-    stage_.Body(PassKind::Image, probe);
-    const Color averaged = FirstPixel(63, 7);
+    const Color averaged = stage_.LoadImage(probe).Show().At(63, 7);
     ASSERT_GE(averaged.g, 4);
     EXPECT_NEAR(averaged.r, 255.0 / averaged.g, 1.0);
-    stage_.Clear().Body(PassKind::BufferA, probe);
-    stage_.Body(PassKind::Image, "c = texture(iChannel0, p / iResolution.xy);",
-                {Reads(0, PassKind::BufferA)});
-    EXPECT_EQ(FirstPixel(63, 7), averaged);
+    stage_.Load(DocumentBuilder()
+                    .Buffer('A', Body(probe))
+                    .Image(Body("c = texture(iChannel0, p / iResolution.xy);"), {{.channel = 0, .id = 257}}));
+    EXPECT_EQ(stage_.Show().At(63, 7), averaged);
     EXPECT_EQ(stage_.Frame().At(63, 0), averaged);
 }
 
@@ -41,61 +33,92 @@ TEST_F(RenderTarget, SampleExponentsOutOfReachKeepTheOneBefore) {
     }
 }
 
-TEST_F(RenderTarget, EachChannelHasItsOwnSettingsForTheSameTexture) {
+TEST_F(RenderTarget, EachChannelHasItsOwnSettingsForTheSameTextureAndFreshMipmaps) {
     for (const int exponent : {0, 2}) {
         const SampleScope samples(exponent);
-        // 2.25 columns beyond the right edge, then a quarter into the third column.
-        stage_.Clear().Body(PassKind::BufferA, "c = vec4(floor(p), 0.0, 0.0);");
-        stage_.Body(PassKind::Image,
-                    "vec2 far = vec2(66.25, 5.5) / vec2(64, 48); vec2 near = vec2(10.0, 5.5) / vec2(64, 48);"
-                    "c = vec4(texture(iChannel0, far).r, texture(iChannel1, far).r,"
-                    "    texture(iChannel2, near).r * 10.0, texture(iChannel3, near).r) / 255.0;",
-                    {Reads(0, PassKind::BufferA, kFilterNearest, kWrapRepeat),
-                     Reads(1, PassKind::BufferA, kFilterNearest, kWrapClamp),
-                     Reads(2, PassKind::BufferA, kFilterLinear, kWrapClamp),
-                     Reads(3, PassKind::BufferA, kFilterNearest, kWrapRepeat)});
-        EXPECT_EQ(FirstPixel(30, 20), (Color{2, 63, 95, 10}));
-    }
-}
-
-TEST_F(RenderTarget, MipmapsFollowThePictureTheyBelongTo) {
-    for (const int exponent : {0, 2}) {
-        const SampleScope samples(exponent);
-        // The smallest level is the mean: 31.5 and 23.5 from the buffer, and the frame's number.
-        stage_.Clear().Body(PassKind::BufferA, "c = vec4(floor(p), T(0).b + 2.0, 0.0);",
-                            {Reads(0, PassKind::BufferA)});
-        stage_.Body(PassKind::Image, "c = textureLod(iChannel0, vec2(0.3), 16.0) * 2.0 / 255.0;",
-                    {Reads(0, PassKind::BufferA, kFilterMipmap, kWrapRepeat)});
-        EXPECT_EQ(FirstPixel(30, 20), (Color{63, 47, 4, 0}));
-        EXPECT_EQ(stage_.Frame().At(30, 20), (Color{63, 47, 8, 0}));
-        EXPECT_EQ(stage_.Frame().At(30, 20), (Color{63, 47, 12, 0}));
+        // On the left: 2.25 columns beyond the right edge, then a quarter into the third column. On the right
+        // the smallest level, which is the mean: 31.5 and 23.5, and the frame's number.
+        stage_.Load(
+            DocumentBuilder()
+                .Buffer('A', Body("c = vec4(floor(p), T(0).b + 2.0, 0.0);"), {{.channel = 0, .id = 257}})
+                .Image(
+                    Body("vec2 far = vec2(66.25, 5.5) / vec2(64, 48), near = vec2(10.0, 5.5) / vec2(64, 48);"
+                         "c = vec4(texture(iChannel0, far).r, texture(iChannel1, far).r,"
+                         "    texture(iChannel2, near).r * 10.0, texture(iChannel0, near).r) / 255.0;"
+                         "if (p.x > 32.0) c = textureLod(iChannel3, vec2(0.3), 16.0) * 2.0 / 255.0;"),
+                    {{.channel = 0, .wrap = "repeat"},
+                     {.channel = 1, .wrap = "clamp"},
+                     {.channel = 2, .filter = "linear"},
+                     {.channel = 3, .filter = "mipmap", .wrap = "repeat"}}));
+        ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+        for (int frame = 1; frame <= 3; ++frame) {
+            const Picture picture = stage_.Frame();
+            EXPECT_EQ(picture.At(20, 20), (Color{2, 63, 95, 10}));
+            EXPECT_EQ(picture.At(40, 20), (Color{63, 47, 4 * frame, 0}));
+        }
     }
 }
 
 TEST_F(RenderTarget, AWindowOfTheFramesSizeIsFollowed) {
-    stage_.Body(PassKind::BufferA, "c = T(0) + vec4(1.0);", {Reads(0, PassKind::BufferA)});
-    stage_.Body(PassKind::Image, "c = vec4(iFrame, iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;",
-                {Reads(0, PassKind::BufferA)});
-    EXPECT_EQ(FirstPixel(60, 40), (Color{0, 64, 1, 48}));
+    stage_.Load(DocumentBuilder()
+                    .Buffer('A', Body("c = T(0) + vec4(1.0);"), {{.channel = 0, .id = 257}})
+                    .Image(Body("c = vec4(iFrame, iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;"),
+                           {{.channel = 0, .id = 257}}));
+    EXPECT_EQ(stage_.Show().At(60, 40), (Color{0, 64, 1, 48}));
     EXPECT_EQ(stage_.Frame().At(60, 40), (Color{0, 64, 2, 48}));
     EXPECT_EQ(stage_.Frame().At(60, 40), (Color{1, 64, 3, 48}));
-    window_.Resize(80, 36);
-    Picture old(64, 48);
+    stage_.Window().SetClientSize(80, 36);
+    const Picture old(64, 48);
     stage_.Draw();
     EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), old.Bitmap()), 0);
     EXPECT_EQ(stage_.Read().At(79, 35), (Color{0, 80, 1, 36}));
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{0, 80, 2, 36}));
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{1, 80, 3, 36}));
-    window_.Resize(0, 0);
+    stage_.Window().SetClientSize(0, 0);
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{2, 80, 4, 36}));
 }
 
 TEST_F(RenderTarget, AFrameOfAnotherSizeThanTheWindowKeepsItsSize) {
-    window_.Resize(100, 48);
-    stage_.Body(PassKind::Image, "c = vec4(iResolution, iFrame) / 255.0;");
-    EXPECT_EQ(FirstPixel(0, 0), (Color{64, 48, 1, 0}));
-    window_.Resize(80, 36);
-    EXPECT_EQ(stage_.Frame().At(0, 0), (Color{64, 48, 1, 0}));
+    for (const auto& [width, height] : {std::pair(100, 48), {64, 40}}) {
+        stage_.Window().SetClientSize(width, height);
+        stage_.LoadImage("c = vec4(iResolution, iFrame) / 255.0;");
+        EXPECT_EQ(stage_.Show().At(0, 0), (Color{64, 48, 1, 0}));
+        stage_.Window().SetClientSize(80, 36);
+        EXPECT_EQ(stage_.Frame().At(0, 0), (Color{64, 48, 1, 0}));
+    }
+}
+
+TEST_F(RenderTarget, OnlyAnExactlyFittingSectionTakesThePicture) {
+    stage_.LoadImage("c = vec4(1.0);").Show();
+    const struct {
+        LONG width;
+        LONG height;
+        WORD bitsPerPixel;
+        int accepted;
+    } cases[] = {{63, 48, 32, 0},  {64, 49, 32, 0}, {48, 64, 32, 0}, {64, 48, 24, 0},
+                 {128, 48, 16, 0}, {64, 48, 32, 1}, {64, -48, 32, 1}};
+    for (const auto& [width, height, depth, accepted] : cases) {
+        BITMAPINFO info{};
+        info.bmiHeader = {sizeof(BITMAPINFOHEADER), width, height, 1, depth, BI_RGB, 0, 0, 0, 0, 0};
+        void* bits = nullptr;
+        const UniqueBitmap bitmap(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
+        EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), bitmap.Get()), accepted)
+            << width << " x " << height << ", " << depth;
+        EXPECT_EQ(*static_cast<const std::uint8_t*>(bits), accepted ? 255 : 0);
+    }
+    const UniqueBitmap noSection(CreateBitmap(64, 48, 1, 32, nullptr));
+    EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), noSection.Get()), 0);
+    EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), nullptr), 0);
+}
+
+TEST_F(RenderTarget, SizesThatGlCannotDrawAreRefused) {
+    const int sizes[][2] = {{0, 48}, {64, 0}, {-64, 48}, {64, -2147483647}, {1 << 30, 48}};
+    stage_.LoadImage("c = vec4(1.0);");
+    for (const auto& [width, height] : sizes) {
+        stage_.Renderer().renderRect = PixelRect{0, 0, width, height};
+        EXPECT_FALSE(stage_.Build());
+        EXPECT_EQ(stage_.Reason().find("cannot draw " + std::to_string(width) + " x "), 0U);
+    }
 }
 
 }  // namespace

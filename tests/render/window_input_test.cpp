@@ -10,29 +10,28 @@ namespace {
 
 using WindowInput = StageTest;
 
-LONG_PTR ProcedureOf(const HiddenTestWindow& window) {
-    return GetWindowLongPtrW(window.Get(), GWLP_WNDPROC);
+LONG_PTR ProcedureOf(const preview::HostWindow& window) {
+    return GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC);
 }
 
-HANDLE PropertyOf(const HiddenTestWindow& window) {
-    return GetPropW(window.Get(), L"OriginalWndProc");
+LONG_PTR PropertyOf(const preview::HostWindow& window) {
+    return reinterpret_cast<LONG_PTR>(GetPropW(window.Handle(), L"OriginalWndProc"));
 }
 
 /// Held, pressed and toggled of the keys A and B in the first two columns.
-void AddKeyboardImage(Stage& stage, std::uint32_t filter = kFilterNearest) {
-    stage.Body(PassKind::Image,
-               "ivec2 k = ivec2(65 + int(p.x), 0);"
-               "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
-               "texture(iChannel2, vec2(float(k.x) + 0.5, 2.5) / vec2(256.0, 3.0)).x, 1.0);",
-               {{2, ChannelType::Keyboard, PassKind::Other, filter}});
+void AddKeyboardImage(Stage& stage, const std::string& filter = "nearest") {
+    stage.LoadImage(
+        "ivec2 k = ivec2(65 + int(p.x), 0);"
+        "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
+        "texture(iChannel2, vec2(float(k.x) + 0.5, 2.5) / vec2(256.0, 3.0)).x, 1.0);",
+        {{.channel = 2, .ctype = "keyboard", .filter = filter}});
     ASSERT_TRUE(stage.Build()) << stage.Reason();
 }
 
 TEST_F(WindowInput, KeysReachEveryRenderer) {
-    const HiddenTestWindow otherWindow(64, 48);
-    Stage other(otherWindow.Get());
+    Stage other;
     AddKeyboardImage(stage_);
-    AddKeyboardImage(other, kFilterMipmap);
+    AddKeyboardImage(other, "mipmap");
     const struct {
         UINT message;
         WPARAM key;
@@ -47,80 +46,91 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
         {WM_KEYUP, 'B', {0, 0, 0, 255}, {0, 0, 255, 255}},
     };
     for (const auto& step : steps) {
-        SendMessageW(window_.Get(), step.message, step.key, 0);
+        SendMessageW(stage_.Window().Handle(), step.message, step.key, 0);
         for (Stage* each : {&stage_, &other}) {
             const Picture picture = each->Frame();
             EXPECT_EQ(picture.At(0, 5), step.a) << "step " << &step - steps;
             EXPECT_EQ(picture.At(1, 5), step.b) << "step " << &step - steps;
         }
     }
-    // A renderer that comes later sees the keys as they are.
-    const HiddenTestWindow lateWindow(64, 48);
-    Stage late(lateWindow.Get());
+    Stage late;
     AddKeyboardImage(late);
-    EXPECT_EQ(late.Frame().At(1, 5), (Color{0, 0, 255, 255}));
+    EXPECT_EQ(late.Frame().At(1, 5), (Color{0, 0, 255, 255}))
+        << "one that comes later sees the keys as they are";
 }
 
 TEST_F(WindowInput, TheMouseReachesTheShader) {
-    stage_.Pass(PassKind::Image,
-                "uniform vec4 mouse;\n"
-                "void mainImage(out vec4 c, in vec2 p) {\n"
-                "    c = mouse == iMouse ? vec4(iMouse.xy, iMouse.zw + 128.0) / 255.0 : vec4(1.0); }\n");
+    stage_.Load(DocumentBuilder()
+                    .Common("uniform vec4 mouse;")
+                    .Image(Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);")));
     ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    const auto send = [this](UINT message, int x, int y) {
+        SendMessageW(stage_.Window().Handle(), message, 0, MAKELPARAM(x, y));
+    };
+    // The places count from the lower left; z and w keep the click's, below 0 while the button is up, and w
+    // is above 0 for the click's first frame alone.
     const struct {
         UINT message;
         int x;
         int y;
-        Color seen;
+        int mouse[4];
     } steps[] = {
-        {WM_MOUSEMOVE, 7, 7, {0, 0, 128, 128}},    {WM_LBUTTONDOWN, 20, 0, {20, 48, 148, 176}},
-        {WM_NULL, 0, 0, {20, 48, 148, 80}},        {WM_MOUSEMOVE, 30, 18, {30, 30, 148, 80}},
-        {WM_LBUTTONUP, 31, 19, {30, 30, 108, 80}}, {WM_MOUSEMOVE, 1, 1, {30, 30, 108, 80}},
+        {WM_MOUSEMOVE, 7, 7, {0, 0, 0, 0}},         {WM_LBUTTONDOWN, 20, 0, {20, 48, 20, 48}},
+        {WM_NULL, 0, 0, {20, 48, 20, -48}},         {WM_MOUSEMOVE, 30, 18, {30, 30, 20, -48}},
+        {WM_MOUSEMOVE, -7, -20, {-7, 68, 20, -48}}, {WM_LBUTTONUP, 31, 19, {-7, 68, -20, -48}},
+        {WM_MOUSEMOVE, 1, 1, {-7, 68, -20, -48}},
     };
-    for (const auto& step : steps) {
-        SendMessageW(window_.Get(), step.message, 0, MAKELPARAM(step.x, step.y));
-        EXPECT_EQ(stage_.Frame().At(0, 0), step.seen) << "step " << &step - steps;
+    for (const auto& [message, x, y, mouse] : steps) {
+        send(message, x, y);
+        EXPECT_EQ(stage_.Frame().At(0, 0),
+                  (Color{mouse[0] + 128, mouse[1] + 128, mouse[2] + 128, mouse[3] + 128}))
+            << "message " << message << " at " << x << ", " << y;
     }
+    send(WM_LBUTTONDOWN, 10, 28);
+    send(WM_LBUTTONUP, 10, 28);
+    EXPECT_EQ(stage_.Frame().At(0, 0), (Color{138, 148, 118, 108})) << "let go between two frames";
 }
 
 TEST(WindowSubclass, TheLastUserOfAWindowPutsItsProcedureBack) {
-    const HiddenTestWindow first(64, 48);
-    const HiddenTestWindow second(64, 48);
+    const WNDPROC answering = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+        return message == WM_APP ? 77 : DefWindowProcW(window, message, w, l);
+    };
+    const preview::HostWindow first(64, 48, {.procedure = answering});
+    const preview::HostWindow second(64, 48);
     const LONG_PTR original = ProcedureOf(first);
-    HeapRecord<GlRenderer> renderer = CreateGlRenderer(first.Get(), 64, 48);
+    const LONG_PTR originalOfSecond = ProcedureOf(second);
+    HeapRecord<GlRenderer> renderer = CreateGlRenderer(first.Handle(), 64, 48);
     const LONG_PTR ours = ProcedureOf(first);
     EXPECT_NE(ours, original);
-    EXPECT_EQ(SendMessageW(first.Get(), WM_GETDLGCODE, 0, 0), DLGC_STATIC) << "the window still answers";
-    ASSERT_TRUE(AttachWindowInput(first.Get()));
-    ASSERT_TRUE(AttachWindowInput(second.Get()));
-    EXPECT_EQ(reinterpret_cast<LONG_PTR>(PropertyOf(first)), original);
+    EXPECT_EQ(SendMessageW(first.Handle(), WM_APP, 0, 0), 77) << "the window still answers";
+    ASSERT_TRUE(AttachWindowInput(first.Handle()));
+    ASSERT_TRUE(AttachWindowInput(second.Handle()));
+    EXPECT_EQ(PropertyOf(first), original);
 
     DestroyGlRenderer(std::move(renderer));
     EXPECT_EQ(ProcedureOf(first), ours);
-    DetachWindowInput(first.Get());
+    DetachWindowInput(first.Handle());
     EXPECT_EQ(ProcedureOf(first), original);
-    EXPECT_EQ(PropertyOf(first), nullptr);
+    EXPECT_EQ(PropertyOf(first), 0);
     EXPECT_EQ(ProcedureOf(second), ours);
-    DetachWindowInput(first.Get());
-    DetachWindowInput(second.Get());
-    EXPECT_EQ(ProcedureOf(second), original);
+    DetachWindowInput(first.Handle());
+    DetachWindowInput(second.Handle());
+    EXPECT_EQ(ProcedureOf(second), originalOfSecond);
 
-    HiddenTestWindow gone(8, 8);
-    const HWND handle = gone.Get();
-    gone.Destroy();
-    EXPECT_FALSE(AttachWindowInput(handle));
-    DetachWindowInput(handle);
+    const HWND gone = preview::HostWindow(8, 8).Handle();
+    EXPECT_FALSE(AttachWindowInput(gone));
+    DetachWindowInput(gone);
 }
 
 TEST(WindowSubclass, ThatOfAnotherCopyIsLeftInPlace) {
-    const HiddenTestWindow window(64, 48);
+    const preview::HostWindow window(64, 48);
     const LONG_PTR procedure = ProcedureOf(window);
-    SetPropW(window.Get(), L"OriginalWndProc", reinterpret_cast<HANDLE>(procedure));
-    ASSERT_TRUE(AttachWindowInput(window.Get()));
+    SetPropW(window.Handle(), L"OriginalWndProc", reinterpret_cast<HANDLE>(procedure));
+    ASSERT_TRUE(AttachWindowInput(window.Handle()));
     EXPECT_EQ(ProcedureOf(window), procedure);
-    DetachWindowInput(window.Get());
-    EXPECT_EQ(reinterpret_cast<LONG_PTR>(PropertyOf(window)), procedure);
-    RemovePropW(window.Get(), L"OriginalWndProc");
+    DetachWindowInput(window.Handle());
+    EXPECT_EQ(PropertyOf(window), procedure);
+    RemovePropW(window.Handle(), L"OriginalWndProc");
 }
 
 }  // namespace

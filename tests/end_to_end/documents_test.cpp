@@ -1,0 +1,144 @@
+// Whole documents: those that are drawn, and those that fail cleanly, say why and harm no other.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/end_to_end/module_run.h"
+#include "tests/end_to_end/temp_folder.h"
+
+namespace pixelforge::test {
+namespace {
+
+using testing::HasSubstr;
+
+constexpr std::uint32_t kRed = 0xFF0000;
+constexpr std::uint32_t kGreen = 0x00FF00;
+constexpr std::uint32_t kWhite = 0xFFFFFF;
+
+const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
+const std::string kBlack = MainImage("c = vec4(0);");
+
+TEST(Documents, WithAFaultFailOnEveryFrameSayWhyAndHarmNoLaterOne) {
+    const std::string good = DocumentBuilder().Image(MainImage("c = vec4(1);")).Json();
+    const auto image = [](const std::string& code) { return DocumentBuilder().Image(code).Json(); };
+    const struct {
+        const char* what;
+        std::string document;
+        const char* words;  ///< part of what the module says
+    } faults[] = {
+        {"nothing", "", "empty"},
+        {"no JSON", std::string(50 << 20, 'x'), "brace"},
+        {"the service's error document", "{\"Error\":\"Shader not found\"}", "error document"},
+        {"cut in the middle", good.substr(0, good.size() / 2), "do not match"},
+        {"the other form in which documents circulate", "[{\"info\":{},\"renderpass\":[]}]", "Shader"},
+        {"a million nested arrays", std::string(1000000, '[') + std::string(1000000, ']'), "Shader"},
+        {"an error in the image", image("\n" + MainImage("c = vec4(\n  missing);")), "Image:5:"},
+        {"an error in a buffer behind a dropped include",
+         DocumentBuilder().Buffer('B', "#include \"nowhere\"\nfloat x = y;\n" + kBlack).Image(kBlack).Json(),
+         "Buffer B:2:"},
+        {"an error in Common", DocumentBuilder().Common("float a;\r\n\r\nfloat b = c;").Image(kBlack).Json(),
+         "Common:3:"},
+        {"a channel without an input", image(MainImage("c = texture(iChannel2, p);")), "iChannel2"},
+        {"no code", image(""), "mainImage"},
+        {"an entry function without a body", image("void mainImage(out vec4 c, in vec2 p);"),
+         "Image does not link"},
+        {"a cube pass without its own entry function",
+         DocumentBuilder().Pass("cubemap", "Cube A", kBlack).Image(kBlack).Json(), "Cube A: SUFFIX:"},
+        {"a malformed include", image("#include <x>\n" + kBlack), "malformed #include"},
+    };
+    preview::HostWindow window(32, 24);
+    RunOptions options;
+    options.window = &window;
+    for (const auto& fault : faults) {
+        SCOPED_TRACE(fault.what);
+        ModuleRun run(fault.document, options);
+        EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "a failed load is tried again";
+        EXPECT_THAT(run.Words(), HasSubstr(fault.words));
+        EXPECT_THAT(run.Words(), HasSubstr("cannot load a shader"));
+        run.Session().Close();
+        ModuleRun next(good, options);
+        EXPECT_EQ(next.Frame(), FrameResult::Drawn) << next.Words();
+        EXPECT_EQ(next.Pixel(0, 0), kWhite);
+    }
+}
+
+TEST(Documents, WithoutAnImagePassLoadButDeliverNothing) {
+    ModuleRun run(DocumentBuilder().Buffer('A', kBlack).Json());
+    EXPECT_EQ(run.Frames(2), FrameResult::Failed);
+    EXPECT_THAT(run.Words(), HasSubstr("Image"));
+    EXPECT_THAT(run.Words(), testing::Not(HasSubstr("cannot load")));
+}
+
+TEST(Documents, InTheFormsThatCirculateAreDrawn) {
+    const std::string red = MainImage("c = vec4(1.0, 0.0, 0.0, 1.0);");
+    const std::string blue = MainImage("c = vec4(0, 0, 1, 1);");
+    const std::string readsA = MainImage("c = texelFetch(iChannel0, ivec2(p), 0);");
+    const std::string reads3 = MainImage("c = texelFetch(iChannel3, ivec2(p), 0);");
+    const std::string head = "void mainImage(out vec4 c, in vec2 p) {";
+    const auto image = [](const std::string& code) { return DocumentBuilder().Image(code); };
+    const struct {
+        const char* what;
+        DocumentBuilder document;
+        std::uint32_t pixel;
+    } cases[] = {
+        {"CR LF code", image(head + "\r\n// x\r\nc = vec4(1);\r\n}"), kWhite},
+        {"lone CR code", image(head + "\r// x\rc = vec4(1);\r}"), kWhite},
+        {"a back-slash joins lines", image("#define WHITE \\\n vec4(1)\n" + MainImage("c = WHITE;")), kWhite},
+        {"words that the prefix renames",
+         image(MainImage("float char = 1.0, packed = 0.0; c = vec4(char, packed, 0, 1);")), kRed},
+        {"non-ASCII comments", image("// \xC3\xA9t\xC3\xA9 \xE5\xA4\x8F\n" + red), kRed},
+        {"300 KB on one line", image(head + "/*" + std::string(300000, '*') + "*/ c = vec4(1); }"), kWhite},
+        {"a brace that Common opens", image("BEGIN c = vec4(0, 1, 0, 1); }").Common("#define BEGIN " + head),
+         kGreen},
+        {"a short name, twin passes of which the later counts, unknown names and a sound pass",
+         DocumentBuilder()
+             .Buffer('A', blue)
+             .Pass("buffer", "Buf A", red)
+             .Image(readsA, kReadsA)
+             .Pass("buffer", "Buffer @", "not GLSL")
+             .Pass("sound", "Sound", "nor this"),
+         kRed},
+        {"channels out of order and one out of range",
+         DocumentBuilder().Buffer('A', red).Image(reads3,
+                                                  {{.channel = 3, .id = 257}, {.channel = 9, .id = 258}}),
+         kRed},
+    };
+    for (const auto& item : cases) {
+        SCOPED_TRACE(item.what);
+        ModuleRun run(item.document.Json());
+        EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
+        EXPECT_EQ(run.Pixel(5, 5), item.pixel);
+    }
+}
+
+TEST(Documents, FailedAssertionsColourThePixelAndTheLastOneWins) {
+    ModuleRun run(DocumentBuilder()
+                      .Image(MainImage("c = vec4(1.0); int x = int(p.x);\n"
+                                       "if (x == 0) pf_assert(false);\n"
+                                       "if (x == 1) pf_assert(false, 1);\n"
+                                       "if (x == 2) pf_assert(false, 2);\n"
+                                       "if (x == 3) { pf_assert(false, 9); pf_assert(false, 0); }\n"
+                                       "if (x == 4) pf_assert(true);"))
+                      .Json());
+    ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
+    const std::uint32_t expected[] = {kRed, kGreen, 0x0000FF, 0xFFFF00, kWhite};
+    for (int x = 0; x < 5; ++x) {
+        EXPECT_EQ(run.Pixel(x, 3), expected[x]) << x;
+    }
+}
+
+TEST(Documents, TheIncludeFolderServesFilesAndErrorsNameThem) {
+    const TempFolder folder;
+    folder.Write("good.glsl", "vec4 Green() { return vec4(0, 1, 0, 1); }\r\n");
+    folder.Write("bad.glsl", "float fine;\n\nfloat broken = nothing;\n");
+    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", folder.Path().c_str());
+    ModuleRun good(DocumentBuilder().Image("#include \"good.glsl\"\n" + MainImage("c = Green();")).Json());
+    EXPECT_EQ(good.Frame(), FrameResult::Drawn) << good.Words();
+    EXPECT_EQ(good.Pixel(1, 1), kGreen);
+    ModuleRun bad(DocumentBuilder().Image("#include \"bad.glsl\"\n" + MainImage("c = vec4(0);")).Json());
+    EXPECT_EQ(bad.Frame(), FrameResult::Failed);
+    EXPECT_NE(bad.Words().find("bad.glsl:3:"), std::string::npos) << bad.Words();
+    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", nullptr);
+}
+
+}  // namespace
+}  // namespace pixelforge::test
