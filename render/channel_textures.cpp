@@ -112,6 +112,7 @@ bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uin
     slot.texture = CreateMediaTexture(input, reason);
     ReportGlError();
     if (!reason.empty()) {
+        renderer.document.passes[passSlot].channelResolution[channel] = ChannelSize{};
         ReportEmptyChannel(static_cast<PassKind>(passSlot), channel, input.src, reason);
     }
     return reason.empty();

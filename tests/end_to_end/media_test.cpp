@@ -205,6 +205,8 @@ TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
     const auto grey = [](int, int) { return 0x808080; };
     for (int face = 1; face < 6; ++face) {
         folder.Write("odd_" + std::to_string(face) + ".bmp", Bmp(face == 5 ? 8 : 4, face == 5 ? 8 : 4, grey));
+        folder.Write("bad_" + std::to_string(face) + ".bmp", face == 3 ? "" : Bmp(4, 4, grey));
+        folder.Write("gap_" + std::to_string(face == 3 ? 6 : face) + ".bmp", Bmp(4, 4, grey));
     }
     const struct {
         Input input;
@@ -217,13 +219,17 @@ TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
         {Medium(0, "texture", "NUL"), "it names no file that this document may use"},
         {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
         {Medium(0, "cubemap", folder.Write("odd.bmp", Bmp(4, 4, grey))), "odd.bmp: its six faces"},
+        {Medium(0, "cubemap", folder.Write("gap.bmp", Bmp(4, 4, grey))), "gap.bmp: its six faces"},
+        {Medium(0, "cubemap", folder.Write("bad.bmp", Bmp(4, 4, grey))), "bad.bmp: face 3: it is no picture"},
         {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: it is no volume"},
         {Medium(0, "volume", folder.Write("lie.bin", Volume(2, 23))), "lie.bin: "},
     };
     for (const auto& [input, words] : cases) {
         const std::string at = input.ctype == "texture" ? "vec2(0.5)" : "vec3(0.5)";
         ModuleRun run(DocumentBuilder()
-                          .Image(MainImage("c = vec4(texture(iChannel0, " + at + ").rgb, 1) + 0.2;"), {input})
+                          .Image(MainImage("c = vec4(texture(iChannel0, " + at +
+                                           ").rgb + iChannelResolution[0], 1) + 0.2;"),
+                                 {input})
                           .Json());
         EXPECT_EQ(run.Frames(3), FrameResult::Drawn);
         EXPECT_EQ(run.Pixel(5, 5), 0x333333u) << words;
