@@ -29,6 +29,9 @@ constexpr DWORD kRetryMilliseconds = 2000;
 /// This many passes in a row without a single good call, about a second, mean that the device is gone.
 constexpr int kFailingPassesOfLostDevice = 50;
 
+/// The user may choose another device while the former one lives on in silence: every two seconds.
+constexpr unsigned kPassesPerDeviceCheck = 100;
+
 constexpr DWORD kPatienceMilliseconds = 1000;
 
 SpectrumBytes AudioSpectrum{};
@@ -86,7 +89,8 @@ void RestBetweenPasses(HANDLE timer) noexcept {
     timeEndPeriod(1);
 }
 
-/// Ends with the stop, or with a failure when the stream cannot be had or its device is gone.
+/// Ends with the stop, when another device has become the default one, or with a failure when the stream
+/// cannot be had or its device is gone.
 HRESULT CaptureStream() {
     LoopbackStream stream;
     if (const HRESULT result = stream.Open(audioStop); FAILED(result))
@@ -98,11 +102,13 @@ HRESULT CaptureStream() {
     };
     const UniqueKernelHandle timer(CreateWaitableTimerW(nullptr, TRUE, nullptr));
     int failingPasses = 0;
-    while (!audioStop) {
+    for (unsigned pass = 1; !audioStop; ++pass) {
         const HRESULT result = stream.ReadWaiting(sink);
         failingPasses = FAILED(result) ? failingPasses + 1 : 0;
         if (failingPasses == kFailingPassesOfLostDevice)
             return result;
+        if (pass % kPassesPerDeviceCheck == 0 && stream.DefaultHasMoved())
+            return S_FALSE;
         RestBetweenPasses(timer.Get());
     }
     return S_OK;

@@ -1,12 +1,22 @@
 // The steps to a running loopback stream, and its packets.
 #include "inputs/audio_stream.h"
 
+#include <cwchar>
+
 namespace pixelforge {
 namespace {
 
 /// A device that always has one more packet must not keep the thread from its rest. Engines deliver a packet
 /// every 10 ms and are asked every 18, so that even a second's backlog is caught up within a few rounds.
 constexpr int kMostPacketsAtOnce = 64;
+
+/// Null when the device does not tell.
+std::unique_ptr<wchar_t, TaskMemoryDeleter> IdOf(IMMDevice* device) noexcept {
+    LPWSTR id = nullptr;
+    if (device && FAILED(device->GetId(&id)))
+        id = nullptr;
+    return std::unique_ptr<wchar_t, TaskMemoryDeleter>(id);
+}
 
 /// Success without an object counts as a failure.
 HRESULT Obtained(HRESULT result, const void* object) noexcept {
@@ -97,6 +107,15 @@ HRESULT LoopbackStream::ReadWaiting(const PacketSink& sink) {
             return read;
     }
     return S_OK;
+}
+
+bool LoopbackStream::DefaultHasMoved() const noexcept {
+    Microsoft::WRL::ComPtr<IMMDevice> device;
+    if (FAILED(enumerator_->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf())))
+        return false;
+    const auto id = IdOf(device.Get());
+    const auto own = IdOf(device_.Get());
+    return id && own && std::wcscmp(id.get(), own.get()) != 0;
 }
 
 /// The packet's flags, silence among them, are of no interest: silence is heard as zeros.

@@ -41,6 +41,9 @@ public:
     /// returned.
     HRESULT ReadWaiting(const PacketSink& sink);
 
+    /// Another device has become the default one. False whenever that cannot be told.
+    bool DefaultHasMoved() const noexcept;
+
 private:
     HRESULT CreateEnumerator();
     HRESULT FindDevice();
