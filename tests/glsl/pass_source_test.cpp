@@ -144,6 +144,10 @@ TEST_F(PassSource, IsNullWhenItCannotBeMade) {
 
 // Every line of these texts ends in its place, whatever directives are dropped or nested around it.
 TEST_F(PassSource, MapsEveryLineToItsAuthorsText) {
+    LineMap lines;
+    for (std::uint32_t line = 1000; line < 1100; ++line) {
+        lines.Begin(line, lines.AddSource("of an earlier run"), 1);
+    }
     RegisterVirtualInclude(*context_, L"deep",
                            CopyText("deep:1\n#include \"deeper\"\n#include \"deeper\"\ndeep:4\n"));
     RegisterVirtualInclude(*context_, L"deeper", CopyText("\ndeeper:2"));
@@ -152,8 +156,6 @@ TEST_F(PassSource, MapsEveryLineToItsAuthorsText) {
     const RenderPass& pass = Add(PassKind::BufferC,
                                  "#include \"Common\"\n#include \"deep\"\nBuffer C:3\n"
                                  "\n\nBuffer C:6\n#include \"gone\"");
-    LineMap lines;
-    lines.Begin(3, lines.AddSource("of an earlier run"), 1);
     std::istringstream text(AssemblePassSource(document_.get(), context_.get(), &pass, &lines).get());
     std::uint32_t number = 0;
     int found = 0;

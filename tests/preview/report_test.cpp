@@ -14,7 +14,7 @@ TEST(Report, HoldsEveryFrameAndLineAndTheFiguresOfFramesThatWereDrawnWithoutALoa
     std::vector<FrameRecord> frames = {{.result = FrameResult::Failed, .milliseconds = 900, .loading = true},
                                        {.result = FrameResult::Drawn, .milliseconds = 500, .loading = true},
                                        {.result = FrameResult::NothingDrawn, .milliseconds = 700}};
-    for (int i = 100; i > 0; --i) {
+    for (int i = 198; i > 0; --i) {
         frames.push_back({.result = FrameResult::Drawn, .milliseconds = i + 0.0, .crc32 = 0xABu});
     }
     const std::string json = ReportJson({.shader = "C:\\a \"b\".json",
@@ -26,20 +26,20 @@ TEST(Report, HoldsEveryFrameAndLineAndTheFiguresOfFramesThatWereDrawnWithoutALoa
     rapidjson::Document report;
     ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
     EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
-    ASSERT_EQ(report["frames"].Size(), 103u);
+    ASSERT_EQ(report["frames"].Size(), 201u);
     EXPECT_EQ(report["frames"][2]["result"].GetInt(), 3);
     EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
     EXPECT_STREQ(report["debugOutput"][0].GetString(), "Pass \"Image\": error");
     EXPECT_STREQ(report["debugOutput"][1].GetString(), "\xC3\xA4");
     const rapidjson::Value& figures = report["statistics"];
-    for (const auto& [name, expected] : {std::pair("drawn", 101.0),
+    for (const auto& [name, expected] : {std::pair("drawn", 199.0),
                                          {"failed", 1.0},
-                                         {"measured", 100.0},
-                                         {"medianMilliseconds", 50.5},
-                                         {"percentile95Milliseconds", 95.0},
-                                         {"percentile99Milliseconds", 99.0},
-                                         {"worstMilliseconds", 100.0},
-                                         {"framesPerSecond", 19.802}}) {
+                                         {"measured", 198.0},
+                                         {"medianMilliseconds", 99.5},
+                                         {"percentile95Milliseconds", 189.0},
+                                         {"percentile99Milliseconds", 197.0},
+                                         {"worstMilliseconds", 198.0},
+                                         {"framesPerSecond", 10.050}}) {
         EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
     }
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
