@@ -41,7 +41,7 @@ TEST(Notice, HasTheShadersTextsAsTheyWere) {
 }
 
 TEST(Notice, IsSafeRichTextAndPlainTextWithLinks) {
-    const Notice notice = *Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x{y");
+    const Notice notice = *Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x{y\x1B");
     const std::string rtf = NoticeAsRichText(notice);
     EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table has the host's numbers";
     EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"
@@ -49,7 +49,7 @@ TEST(Notice, IsSafeRichTextAndPlainTextWithLinks) {
     const std::string plain = NoticeAsPlainText(notice);
     EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c <https://"));
     EXPECT_THAT(plain, HasSubstr("/view/abc123>\nAuthor: \xF0\x9F\x8C\x8A <https://"));
-    EXPECT_THAT(plain, EndsWith(">\nDescription: x{y\n"));
+    EXPECT_THAT(plain, EndsWith(">\nDescription: x{y \n")) << "nothing steers the terminal";
 }
 
 }  // namespace
