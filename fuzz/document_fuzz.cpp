@@ -1,7 +1,5 @@
 // The usable-JSON check and the document reader.
-#include <algorithm>
-#include <cstring>
-#include <iterator>
+#include <cwchar>
 #include <memory>
 #include <string>
 
@@ -13,9 +11,9 @@
 namespace pixelforge::fuzz {
 namespace {
 
-template <std::size_t N>
-void RequireTerminated(const wchar_t (&field)[N]) {
-    Require(std::find(std::begin(field), std::end(field), L'\0') != std::end(field), "fields are terminated");
+template <std::size_t... N>
+void RequireTerminated(const wchar_t (&... fields)[N]) {
+    Require((std::wmemchr(fields, L'\0', N) && ...), "fields are terminated");
 }
 
 /// What was cut off must not matter to a second look.
@@ -31,52 +29,41 @@ void CheckUsable(const HeapText& text) {
     Require(IsUsableJsonText(text.get()), "a usable text stays usable");
 }
 
-void CheckInput(const PassInput& input) {
-    RequireTerminated(input.src);
-    Require(input.ctype <= ChannelType::Audio, "channel types are known");
-    Require(input.channel < kChannels, "channel numbers are in range");
-    Require(input.sourcePass >= -1 && input.sourcePass < static_cast<int>(kPassSlots),
-            "source passes are slots");
-}
-
 void CheckDocument(ShaderDocument& document) {
     const ShaderInfo& info = document.info;
-    RequireTerminated(info.id);
-    RequireTerminated(info.name);
-    RequireTerminated(info.username);
-    RequireTerminated(info.description);
-    RequireTerminated(info.date);
-    RequireTerminated(info.tags);
+    RequireTerminated(info.id, info.name, info.username, info.description, info.date, info.tags);
     RestrictSources(document);
     for (const RenderPass& pass : document.passes) {
         for (const PassInput& input : pass.inputs) {
-            CheckInput(input);
+            RequireTerminated(input.src);
+            Require(input.ctype <= ChannelType::Audio, "channel types are known");
+            Require(input.channel < kChannels, "channel numbers are in range");
+            Require(input.sourcePass >= -1 && input.sourcePass < static_cast<int>(kPassSlots),
+                    "source passes are slots");
             Require(document.origin == DocumentOrigin::LocalFile || !std::wcspbrk(input.src, L"\\/:"),
                     "a stranger's sources are plain names");
         }
     }
 }
 
-void CheckRead(const HeapText& text) {
-    for (const DocumentOrigin origin : {DocumentOrigin::Service, DocumentOrigin::LocalFile}) {
-        const auto document = std::make_unique<ShaderDocument>();
-        document->origin = origin;
-        const ReadOutcome outcome = ReadShaderDocument(text.get(), *document);
-        Require(outcome.complete == outcome.error.empty(), "there is an error or a document");
-        Require(IsValidUtf8(outcome.error) && outcome.error.find('\n') == std::string::npos,
-                "an error is one line of UTF-8");
-        CheckDocument(*document);
-    }
+void CheckRead(const HeapText& text, DocumentOrigin origin) {
+    const auto document = std::make_unique<ShaderDocument>();
+    document->origin = origin;
+    const ReadOutcome outcome = ReadShaderDocument(text.get(), *document);
+    Require(outcome.complete == outcome.error.empty(), "there is an error or a document");
+    Require(IsValidUtf8(outcome.error) && outcome.error.find('\n') == std::string::npos,
+            "an error is one line of UTF-8");
+    CheckDocument(*document);
 }
 
 }  // namespace
-}  // namespace pixelforge::fuzz
 
 // The reader also meets texts that the check would have refused.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace pixelforge::fuzz;
-    const pixelforge::HeapText text = ExactText({reinterpret_cast<const char*>(data), size});
+void TryInput(std::string_view input) {
+    const HeapText text = ExactText(input);
     CheckUsable(text);
-    CheckRead(text);
-    return 0;
+    CheckRead(text, DocumentOrigin::Service);
+    CheckRead(text, DocumentOrigin::LocalFile);
 }
+
+}  // namespace pixelforge::fuzz

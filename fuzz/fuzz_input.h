@@ -11,6 +11,9 @@
 
 namespace pixelforge::fuzz {
 
+/// What a target defines: it holds the code against its promises on one input.
+void TryInput(std::string_view input);
+
 /// A broken promise ends the program, which is how libFuzzer learns of it.
 inline void Require(bool kept, const char* promise) {
     if (!kept) {
@@ -26,32 +29,18 @@ inline HeapText ExactText(std::string_view bytes) {
     return text;
 }
 
-/// Takes an input apart from its front.
-class InputReader {
-public:
-    InputReader(const std::uint8_t* data, std::size_t size)
-        : rest_(reinterpret_cast<const char*>(data), size) {}
+/// Takes the first byte off the input; 0 when nothing is left.
+inline std::uint8_t TakeByte(std::string_view& input) {
+    const char byte = input.empty() ? '\0' : input.front();
+    input.remove_prefix(input.empty() ? 0 : 1);
+    return static_cast<std::uint8_t>(byte);
+}
 
-    /// 0 when nothing is left.
-    std::uint8_t Byte() {
-        const auto byte = rest_.empty() ? std::uint8_t{0} : static_cast<std::uint8_t>(rest_.front());
-        rest_.remove_prefix(std::min<std::size_t>(rest_.size(), 1));
-        return byte;
-    }
-
-    /// Everything up to the next NUL, which is taken as well.
-    std::string_view Text() {
-        const std::string_view text = rest_.substr(0, rest_.find('\0'));
-        rest_.remove_prefix(std::min(rest_.size(), text.size() + 1));
-        return text;
-    }
-
-    std::string_view Rest() const { return rest_; }
-
-private:
-    std::string_view rest_;
-};
+/// Takes everything up to the next NUL off the input, and the NUL as well.
+inline std::string_view TakeText(std::string_view& input) {
+    const std::string_view text = input.substr(0, input.find('\0'));
+    input.remove_prefix(std::min(input.size(), text.size() + 1));
+    return text;
+}
 
 }  // namespace pixelforge::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);

@@ -1,98 +1,91 @@
 // Assembly of a pass's text, and the line map made beside it.
-#include <algorithm>
+#include <map>
 #include <memory>
+#include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
+#include "base/line_ends.h"
 #include "fuzz/fuzz_input.h"
 #include "glsl/include_preprocessor.h"
 #include "glsl/line_map.h"
 #include "glsl/pass_source.h"
-#include "glsl/shader_texts.h"
 
 namespace pixelforge::fuzz {
 namespace {
 
-std::unique_ptr<ShaderDocument> ReadDocument(InputReader& input, PassKind& kind) {
-    auto document = std::make_unique<ShaderDocument>();
-    kind = static_cast<PassKind>(input.Byte() % kPassSlots);
-    RenderPass& pass = document->passes[static_cast<std::uint32_t>(kind)];
-    for (PassInput& channel : pass.inputs) {
-        channel.ctype = static_cast<ChannelType>(input.Byte() % 10);
-    }
-    RenderPass& common = document->passes[static_cast<std::uint32_t>(PassKind::Common)];
-    common.kind = PassKind::Common;
-    common.code = ExactText(input.Text());
-    pass.kind = kind;
-    pass.code = ExactText(input.Text());
-    return document;
+RenderPass& Pass(ShaderDocument& document, PassKind kind) {
+    return document.passes[static_cast<std::uint32_t>(kind)];
 }
 
-/// The lines of an author's text, whatever ended them; "\r\n" and "\n\r" are one end.
-std::vector<std::string> LinesOf(std::string_view text) {
-    std::vector<std::string> lines(1);
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        if (text[i] != '\n' && text[i] != '\r') {
-            lines.back() += text[i];
-            continue;
-        }
-        lines.emplace_back();
-        const char pair = text[i] == '\n' ? '\r' : '\n';
-        i += i + 1 < text.size() && text[i + 1] == pair ? 1 : 0;
+PassKind ReadDocument(std::string_view input, ShaderDocument& document) {
+    const auto kind = static_cast<PassKind>(TakeByte(input) % kPassSlots);
+    for (PassInput& channel : Pass(document, kind).inputs) {
+        channel.ctype = static_cast<ChannelType>(TakeByte(input) % 10);
+    }
+    for (const PassKind each : {PassKind::Common, kind}) {
+        Pass(document, each).kind = each;
+        Pass(document, each).code = ExactText(TakeText(input));
+    }
+    return kind;
+}
+
+std::vector<std::string> LinesOf(const RenderPass& pass) {
+    std::string text = std::string(pass.code.get()) + '\n';
+    NormalizeLineEnds(text.data(), text.data(), text.size() + 1);
+    std::istringstream stream(text.c_str());
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) {
+        lines.push_back(line);
     }
     return lines;
 }
 
 /// Without directives of the authors every line stands where the map says, word for word.
-void CheckLines(const ShaderDocument& document, PassKind kind, std::string_view source, const LineMap& map,
-                bool exact) {
-    const auto code = [&](PassKind slot) {
-        return LinesOf(document.passes[static_cast<std::uint32_t>(slot)].code.get());
-    };
-    const std::vector<std::string> common = code(PassKind::Common);
-    const std::vector<std::string> own = code(kind);
-    const std::string ownName = PassNarrowName(static_cast<std::uint32_t>(kind));
+void CheckLines(ShaderDocument& document, PassKind kind, const char* source, const LineMap& map, bool exact) {
+    std::map<std::string, std::vector<std::string>> texts;
+    for (const PassKind each : {PassKind::Common, kind}) {
+        texts[PassNarrowName(static_cast<std::uint32_t>(each))] = LinesOf(Pass(document, each));
+    }
+    std::istringstream lines(source);
     std::uint32_t number = 0;
-    for (std::size_t end = source.find('\n'); end != source.npos; end = source.find('\n')) {
+    for (std::string line; std::getline(lines, line);) {
         const auto origin = map.Find(++number);
         Require(origin.has_value(), "every line has an origin");
-        if (exact && (origin->source == "Common" || origin->source == ownName)) {
-            const auto& lines = origin->source == "Common" ? common : own;
-            Require(origin->line >= 1 && origin->line <= lines.size(), "origins exist");
-            Require(lines[origin->line - 1] == source.substr(0, end), "origins are true");
+        if (const auto text = texts.find(origin->source); exact && text != texts.end()) {
+            Require(origin->line >= 1 && origin->line <= text->second.size(), "origins exist");
+            Require(text->second[origin->line - 1] == line, "origins are true");
         }
-        source.remove_prefix(end + 1);
     }
-    Require(source.empty(), "the last line ends");
 }
 
-void Check(const ShaderDocument& document, PassKind kind) {
+bool HasDirective(const RenderPass& pass) {
+    return std::string_view(pass.code.get()).find("#include") != std::string_view::npos;
+}
+
+void Check(ShaderDocument& document, PassKind kind) {
     // Plain names only and no folder: no directive reaches this machine's files.
     const HeapRecord<IncludeContext> includes = NewHeapRecord<IncludeContext>();
     includes->plainNamesOnly = true;
-    const RenderPass& pass = document.passes[static_cast<std::uint32_t>(kind)];
     LineMap map;
-    const HeapText source = AssemblePassSource(&document, includes.get(), &pass, &map);
+    const HeapText text = AssemblePassSource(&document, includes.get(), &Pass(document, kind), &map);
     Require(includes->virtualCount == 0, "the table is left empty");
-    const std::string_view common = document.passes[static_cast<std::uint32_t>(PassKind::Common)].code.get();
-    const bool directives = std::string_view(pass.code.get()).find("#include") != std::string_view::npos ||
-                            common.find("#include") != std::string_view::npos;
-    Require(source || directives, "only a directive fails");
-    if (source) {
-        Require(std::string_view(source.get()).starts_with("#version "), "the version comes first");
-        CheckLines(document, kind, source.get(), map, !directives);
+    const bool directives =
+        HasDirective(Pass(document, PassKind::Common)) || HasDirective(Pass(document, kind));
+    Require(text || directives, "only a directive fails");
+    if (text) {
+        const std::string_view source = text.get();
+        Require(source.starts_with("#version ") && source.ends_with('\n'), "version first, last line ends");
+        CheckLines(document, kind, text.get(), map, !directives);
     }
 }
 
 }  // namespace
-}  // namespace pixelforge::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace pixelforge;
-    fuzz::InputReader input(data, size);
-    PassKind kind = PassKind::Other;
-    const auto document = fuzz::ReadDocument(input, kind);
-    fuzz::Check(*document, kind);
-    return 0;
+void TryInput(std::string_view input) {
+    const auto document = std::make_unique<ShaderDocument>();
+    const PassKind kind = ReadDocument(input, *document);
+    Check(*document, kind);
 }
+
+}  // namespace pixelforge::fuzz

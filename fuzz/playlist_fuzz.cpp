@@ -1,54 +1,34 @@
 // The pick from a playlist against a reading of its own.
-#include <sys/mman.h>
-#include <unistd.h>
-
+#include <algorithm>
+#include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "base/text.h"
 #include "fuzz/fuzz_input.h"
 #include "module/playlist.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::fuzz {
 namespace {
 
 std::uint32_t chosenNumber = 0;
 
-/// A file in memory with a path.
-class MemoryFile {
-public:
-    explicit MemoryFile(std::string_view bytes) : descriptor_(memfd_create("playlist", 0)) {
-        const auto size = static_cast<ssize_t>(bytes.size());
-        Require(write(descriptor_, bytes.data(), bytes.size()) == size, "the file can be written");
-    }
-    ~MemoryFile() { close(descriptor_); }
-    MemoryFile(const MemoryFile&) = delete;
-    MemoryFile& operator=(const MemoryFile&) = delete;
-
-    std::wstring Path() const { return L"/proc/self/fd/" + std::to_wstring(descriptor_); }
-
-private:
-    int descriptor_;
-};
-
 /// Runs of characters between line ends, which empty lines make no difference to.
-std::vector<std::string> Entries(std::string_view text) {
+std::vector<std::string> Entries(std::string text) {
+    text.resize(std::min(text.find('\0'), text.size()));
+    std::ranges::replace(text, '\r', '\n');
+    std::istringstream lines(text);
     std::vector<std::string> entries;
-    std::string entry;
-    for (const char c : text.substr(0, text.find('\0'))) {
-        if (c != '\n' && c != '\r') {
-            entry += c;
-        } else if (!entry.empty()) {
-            entries.push_back(entry);
-            entry.clear();
+    for (std::string line; std::getline(lines, line) && !lines.eof();) {
+        if (!line.empty()) {
+            entries.push_back(line);
         }
     }
     return entries;
 }
 
-std::wstring ExpectedPick(std::string_view text) {
-    const std::vector<std::string> entries = Entries(text);
+std::wstring ExpectedPick(const std::vector<std::string>& entries) {
     if (entries.empty()) {
         return L"";
     }
@@ -57,16 +37,14 @@ std::wstring ExpectedPick(std::string_view text) {
 }
 
 }  // namespace
-}  // namespace pixelforge::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace pixelforge;
-    fuzz::InputReader input(data, size);
-    fuzz::chosenNumber = input.Byte() * 0x01010101U;
-    const fuzz::MemoryFile file(input.Rest());
+void TryInput(std::string_view input) {
+    chosenNumber = TakeByte(input) * 0x01010101U;
+    const test::TempFile file(input);
     wchar_t id[kShaderIdUnits] = L"left over";
-    const bool picked = PickShaderId(file.Path().c_str(), id, [] { return fuzz::chosenNumber; });
-    fuzz::Require(id == fuzz::ExpectedPick(input.Rest()), "the chosen entry is picked");
-    fuzz::Require(picked == (id[0] != L'\0'), "success means an identifier");
-    return 0;
+    const bool picked = PickShaderId(file.Path().c_str(), id, [] { return chosenNumber; });
+    Require(id == ExpectedPick(Entries(std::string(input))), "the chosen entry is picked");
+    Require(picked == (id[0] != L'\0'), "success means an identifier");
 }
+
+}  // namespace pixelforge::fuzz

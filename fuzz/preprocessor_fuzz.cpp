@@ -3,30 +3,20 @@
 
 #include "fuzz/fuzz_input.h"
 #include "glsl/include_preprocessor.h"
-#include "tests/glsl/expansion_comparison.h"
+#include "tests/glsl/expansion.h"
 
 namespace pixelforge::fuzz {
-namespace {
 
-/// Plain names only and no folder: no directive reaches this machine's files.
-HeapRecord<IncludeContext> ReadContext(InputReader& input) {
-    HeapRecord<IncludeContext> context = NewHeapRecord<IncludeContext>();
+void TryInput(std::string_view input) {
+    const HeapRecord<IncludeContext> context = NewHeapRecord<IncludeContext>();
+    // Plain names only and no folder: no directive reaches this machine's files.
     context->plainNamesOnly = true;
     for (const wchar_t* name : {L"", L"a", L"b"}) {
-        RegisterVirtualInclude(*context, name, ExactText(input.Text()));
+        RegisterVirtualInclude(*context, name, ExactText(TakeText(input)));
     }
-    return context;
+    const std::string text(TakeText(input));
+    Require(ExpandedByProduct(*context, text) == ExpandedLiterally(*context, text),
+            "both expansions are equal");
 }
 
-}  // namespace
 }  // namespace pixelforge::fuzz
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    using namespace pixelforge;
-    fuzz::InputReader input(data, size);
-    const HeapRecord<IncludeContext> context = fuzz::ReadContext(input);
-    const std::string text(input.Text());
-    fuzz::Require(ExpandedByProduct(*context, text) == ExpandedLiterally(*context, text),
-                  "both expansions are equal");
-    return 0;
-}

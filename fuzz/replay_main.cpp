@@ -7,24 +7,16 @@
 
 #include "fuzz/fuzz_input.h"
 
-namespace {
-
-void Replay(const std::filesystem::path& file) {
-    std::ifstream stream(file, std::ios::binary);
-    const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
-    std::fprintf(stderr, "%s\n", file.c_str());
-    LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-}
-
-}  // namespace
-
 /// Usage: NAME_fuzz FOLDER... Folders that do not exist count as empty; no file at all is a failure.
 int main(int argc, char** argv) {
     int files = 0;
     for (int i = 1; i < argc; ++i) {
         std::error_code missing;
-        for (const auto& entry : std::filesystem::directory_iterator(argv[i], missing)) {
-            Replay(entry.path());
+        for (const auto& file : std::filesystem::directory_iterator(argv[i], missing)) {
+            std::ifstream stream(file.path(), std::ios::binary);
+            const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
+            std::fprintf(stderr, "%s\n", file.path().c_str());
+            pixelforge::fuzz::TryInput(bytes);
             ++files;
         }
     }

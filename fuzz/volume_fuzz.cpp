@@ -9,19 +9,16 @@
 namespace pixelforge::fuzz {
 namespace {
 
-constexpr std::uint32_t kLargestVolumeSide = 2048;
-
-/// Reads every voxel that the upload would read.
-void ReadVolume(std::span<const std::uint8_t> file) {
+/// Counts the bytes that the upload would read.
+void CheckVolume(std::span<const std::uint8_t> file) {
+    constexpr std::uint32_t kLargestSide = 2048;
     const auto header = ReadVolumeHeader(file);
-    if (!header || FaultOfVolume(*header, file.size(), kLargestVolumeSide)) {
+    if (!header || FaultOfVolume(*header, file.size(), kLargestSide)) {
         return;
     }
     const std::uint64_t voxels = std::uint64_t{header->width} * header->height * header->depth;
     const std::uint64_t bytes = header->channels == 2 ? 2 * voxels : voxels;
     Require(bytes >= 1 && bytes <= file.size() - kVolumeHeaderBytes, "an accepted volume holds its voxels");
-    std::vector<std::uint8_t> upload(bytes);
-    std::memcpy(upload.data(), file.data() + kVolumeHeaderBytes, bytes);
 }
 
 /// The input's first words are the sizes; the rest are the rows.
@@ -32,27 +29,19 @@ void PackHostileRows(std::span<std::uint8_t> input) {
     }
     std::memcpy(sizes, input.data(), sizeof(sizes));
     const SectionPixels pixels = {sizes[0], sizes[1], sizes[2], input.subspan(sizeof(sizes) + 1)};
-    const bool flip = input[sizeof(sizes)] & 1;
-    const HeapBytes packed = PackRows(pixels, flip);
-    if (!packed) {
-        return;
-    }
-    const std::size_t size = PackedBytes(pixels);
-    Require(size >= 1 && size <= pixels.bytes.size(), "packed rows are no longer than padded ones");
-    if (sizes[2] == 32) {
-        const std::size_t last = size - static_cast<std::size_t>(sizes[0]) * 4;
-        Require(packed[0] == pixels.bytes[flip ? last : 0], "the first row is the one asked for");
+    if (PackRows(pixels, input[sizeof(sizes)] & 1)) {
+        const std::size_t size = PackedBytes(pixels);
+        Require(size >= 1 && size <= pixels.bytes.size(), "packed rows are no longer than padded ones");
     }
 }
 
 }  // namespace
-}  // namespace pixelforge::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    // Copies of exactly the input's size, so that a read behind it is seen.
-    const std::vector<std::uint8_t> file(data, data + size);
-    std::vector<std::uint8_t> rows(data, data + size);
-    pixelforge::fuzz::ReadVolume(file);
-    pixelforge::fuzz::PackHostileRows(rows);
-    return 0;
+void TryInput(std::string_view input) {
+    // A copy of exactly the input's size, so that a read behind it is seen.
+    std::vector<std::uint8_t> bytes(input.begin(), input.end());
+    CheckVolume(bytes);
+    PackHostileRows(bytes);
 }
+
+}  // namespace pixelforge::fuzz

@@ -10,50 +10,41 @@
 namespace pixelforge {
 namespace {
 
-/// Lines 1 to 9 are the prefix, 10 to 19 Common, from 20 on Image, of which the first two lines were
-/// dropped; 30 and 31 are an include, 32 and more Image again.
+/// From line 10 on Common, from 20 on Image without its first two lines, 30 and 31 an include, then Image
+/// again; a text without a name begins at four thousand million, and behind its line a text of that length.
 LineMap SampleMap() {
+    constexpr std::uint32_t kFar = 4'000'000'000;
     LineMap lines;
-    const std::uint32_t top = lines.AddSource("");
-    lines.Begin(1, top, 1);
-    lines.Begin(1, lines.AddSource("PREFIX"), 1);
-    lines.Begin(10, lines.AddSource("Common"), 1);
+    const std::uint32_t nameless = lines.AddSource("");
     const std::uint32_t image = lines.AddSource("Image");
+    lines.Begin(10, nameless, 1);
+    lines.Begin(10, lines.AddSource("Common"), 1);
     lines.Begin(20, image, 3);
     lines.Begin(30, lines.AddSource("C:\\lib\\noise.glsl"), 1);
     lines.Begin(32, image, 14);
-    lines.Begin(4'000'000'000, top, 1);
-    lines.Begin(4'000'000'001, image, 4'000'000'000);
+    lines.Begin(kFar, nameless, 1);
+    lines.Begin(kFar + 1, image, kFar);
     return lines;
 }
 
 TEST(MapInfoLog, RewritesPositionsAndKeepsTheRest) {
-    const struct {
-        const char* log;
-        const char* expected;
-    } cases[] = {
+    const std::pair<const char*, const char*> cases[] = {
         {"0:25(21): error: `x' undeclared\n", "Image:8:21: error: `x' undeclared\n"},
         {"0(10) : error C1008: undefined\n", "Common:1: error C1008: undefined\n"},
         {"ERROR: 0:31: 'x' : syntax error\n", "C:\\lib\\noise.glsl:2: ERROR: 'x' : syntax error\n"},
         {"WARNING: 0:32: a\r\n", "Image:14: WARNING: a\n"},
-        {"0:9: L0001: a", "PREFIX:9: L0001: a\n"},
         {"0:19(1): error: a\n\n0:20(2): warning: b: 0:20(2): c",
          "Common:10:1: error: a\n\nImage:3:2: warning: b: 0:20(2): c\n"},
-        {"0:20(1):", "Image:3:1: \n"},
-        {"2 errors generated.", "2 errors generated.\n"},
-        {"0:0(1): error: no line", "0:0(1): error: no line\n"},
-        {"0:4000000000(1): a text without a name", "0:4000000000(1): a text without a name\n"},
         {"0:4294967295(4294967295): a", "Image:4294967294:4294967295: a\n"},
-        {"0:4294967296(1): a", "0:4294967296(1): a\n"},
-        {"0:-20(1): a", "0:-20(1): a\n"},
-        {"0:20(", "0:20(\n"},
-        {"0(20) error", "0(20) error\n"},
-        {"ERROR: 0:", "ERROR: 0:\n"},
-        {"ERROR: \xFF\x80", "ERROR: \xFF\x80\n"},
     };
     const LineMap lines = SampleMap();
-    for (const auto& c : cases) {
-        EXPECT_EQ(MapInfoLog(c.log, lines), c.expected) << c.log;
+    for (const auto& [log, expected] : cases) {
+        EXPECT_EQ(MapInfoLog(log, lines), expected) << log;
+    }
+    for (const std::string kept :
+         {"2 errors generated.", "0:9(1): before the first text", "0:4000000000(1): no name", "0:20(",
+          "0:-20(1): a", "0:4294967296(1): a", "1:20(1): a", "0(20) error", "ERROR: 0:", "ERROR: \xFF\x80"}) {
+        EXPECT_EQ(MapInfoLog(kept, lines), kept + "\n");
     }
     EXPECT_EQ(MapInfoLog("0:20(1): a", LineMap()), "0:20(1): a\n");
     EXPECT_EQ(MapInfoLog(std::string_view("a\0b", 3), lines), std::string("a\0b\n", 4));

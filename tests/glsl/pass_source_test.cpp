@@ -1,16 +1,15 @@
-// Assembled texts, byte for byte.
+// Assembled texts, byte for byte, and where their lines come from.
 #include "glsl/pass_source.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <string_view>
 
 #include "glsl/line_map.h"
-#include "tests/glsl/include_fixture.h"
+#include "tests/glsl/expansion.h"
 
 namespace pixelforge {
 namespace {
@@ -75,7 +74,7 @@ const std::string kCubeMain =
     "    gl_FragColor = color;\n"
     "}\n";
 
-class PassSource : public IncludeFixture {
+class PassSource : public testing::Test {
 protected:
     PassSource() { SetVersionLine(4, 6); }
 
@@ -90,29 +89,27 @@ protected:
         const HeapText text = AssemblePassSource(document_.get(), context_.get(), &pass);
         EXPECT_EQ(context_->virtualCount, 0);
         EXPECT_EQ(context_->virtualIncludes[0].text, nullptr);
-        EXPECT_STREQ(context_->virtualIncludes[0].name, L"");
-        const std::string start = "#version 460\n" + kPrefix;
         if (!text) {
             return "null";
         }
+        const std::string start = "#version 460\n" + kPrefix;
         EXPECT_EQ(std::string_view(text.get()).substr(0, start.size()), start);
         return std::string(text.get()).substr(start.size());
     }
 
     HeapRecord<ShaderDocument> document_ = NewHeapRecord<ShaderDocument>();
+    HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
 };
 
 TEST_F(PassSource, DeclaresEachChannelType) {
-    const char* const types[] = {"uniform sampler2D",   "uniform sampler2D", "uniform samplerCube",
-                                 "uniform samplerCube", "uniform sampler3D", "uniform sampler2D",
-                                 "uniform sampler2D",   "uniform sampler2D"};
+    const std::string types[] = {"2D", "2D", "Cube", "Cube", "3D", "2D", "2D", "2D"};
     RenderPass& pass = Add(PassKind::Image, "i");
     EXPECT_EQ(Assemble(pass), "\ni\n" + kImageMain);
-    for (std::uint32_t i = 0; i < std::size(types); ++i) {
-        const std::uint32_t channel = i % kChannels;
-        pass.inputs[channel].ctype = static_cast<ChannelType>(i + 1);
-        EXPECT_EQ(Assemble(pass),
-                  std::string(types[i]) + " iChannel" + std::to_string(channel) + ";\n\ni\n" + kImageMain);
+    for (std::uint32_t type = 1; type <= 8; ++type) {
+        const std::uint32_t channel = type % kChannels;
+        pass.inputs[channel].ctype = static_cast<ChannelType>(type);
+        EXPECT_EQ(Assemble(pass), "uniform sampler" + types[type - 1] + " iChannel" +
+                                      std::to_string(channel) + ";\n\ni\n" + kImageMain);
         pass.inputs[channel].ctype = ChannelType::None;
     }
     pass.inputs[0].ctype = ChannelType::Volume;
@@ -122,58 +119,59 @@ TEST_F(PassSource, DeclaresEachChannelType) {
 }
 
 TEST_F(PassSource, JoinsThePiecesOfEachPassKind) {
+    const std::string common = "#define BEGIN {\n#define END }\n";
     Add(PassKind::Common, "#define BEGIN {\r\n#define END }\n\r\r");
     for (std::uint32_t slot = 2; slot < kPassSlots; ++slot) {
         const auto kind = static_cast<PassKind>(slot);
-        const RenderPass& pass = Add(kind, "void f() BEGIN\rEND\n\n\n");
-        EXPECT_EQ(Assemble(pass), "#define BEGIN {\n#define END }\nvoid f() BEGIN\nEND\n" +
-                                      (kind == PassKind::CubeA ? kCubeMain : kImageMain))
-            << slot;
+        EXPECT_EQ(Assemble(Add(kind, "void f() BEGIN\rEND\n\n\n")),
+                  common + "void f() BEGIN\nEND\n" + (kind == PassKind::CubeA ? kCubeMain : kImageMain));
     }
-    const RenderPass& sound = document_->passes[0];
-    EXPECT_EQ(Assemble(sound), "#define BEGIN {\n#define END }\n\n" + kImageMain);
-    const RenderPass& common = document_->passes[1];
-    EXPECT_EQ(Assemble(common), "#define BEGIN {\n#define END }\n" + kImageMain);
-}
-
-TEST_F(PassSource, ExpandsIncludesOfTheAuthor) {
-    const RenderPass& pass =
-        Add(PassKind::Image, "#include \"Common\"\n#include \"buffer a\"\n/*\n#include \"x\"\n*/");
-    Add(PassKind::Common, "c\n#include \"IMAGE\"\n");
-    EXPECT_EQ(Assemble(pass), "c\n/*\n#include \"x\"\n*/\n/*\n#include \"x\"\n*/\n" + kImageMain);
+    EXPECT_EQ(Assemble(document_->passes[0]), common + "\n" + kImageMain);
+    EXPECT_EQ(Assemble(document_->passes[1]), common + kImageMain);
 }
 
 TEST_F(PassSource, IsNullWhenItCannotBeMade) {
     const RenderPass& pass = Add(PassKind::Image, " #include \"Common\"");
     EXPECT_EQ(Assemble(pass), "null");
     for (int i = 0; i < kIncludeEntries - 3; ++i) {
-        Register(L"taken", "x");
+        RegisterVirtualInclude(*context_, L"taken", nullptr);
     }
-    EXPECT_EQ(Assemble(Add(PassKind::Image, "i")), "null");
+    EXPECT_EQ(Assemble(Add(PassKind::Image, "i")), "null") << "no room for four pieces";
     EXPECT_EQ(AssemblePassSource(nullptr, context_.get(), &pass), nullptr);
     EXPECT_EQ(AssemblePassSource(document_.get(), nullptr, &pass), nullptr);
     EXPECT_EQ(AssemblePassSource(document_.get(), context_.get(), nullptr), nullptr);
 }
 
-TEST_F(PassSource, MapsItsLinesToTheAuthorsTexts) {
-    Add(PassKind::Common, "#include \"unknown\"\ncommon 2");
-    const RenderPass& pass = Add(PassKind::BufferC, "buffer 1\n\n#include \"unknown\"\nbuffer 4");
+// Every line of these texts ends in its place, whatever directives are dropped or nested around it.
+TEST_F(PassSource, MapsEveryLineToItsAuthorsText) {
     LineMap lines;
-    lines.Begin(3, lines.AddSource("of an earlier run"), 1);
-    const HeapText text = AssemblePassSource(document_.get(), context_.get(), &pass, &lines);
-    const std::string whole = text.get();
-    const auto originOf = [&](std::string_view piece) {
-        const auto before = whole.begin() + static_cast<std::ptrdiff_t>(whole.find(piece));
-        const auto line = static_cast<std::uint32_t>(1 + std::count(whole.begin(), before, '\n'));
-        const std::optional<SourceLine> origin = lines.Find(line);
-        return origin ? origin->source + ":" + std::to_string(origin->line) : "nothing";
-    };
-    EXPECT_EQ(originOf("#version"), "PREFIX:1");
-    EXPECT_EQ(originOf("uniform float     iTime;"), "PREFIX:6");
-    EXPECT_EQ(originOf("common 2"), "Common:2");
-    EXPECT_EQ(originOf("buffer 1"), "Buffer C:1");
-    EXPECT_EQ(originOf("buffer 4"), "Buffer C:4");
-    EXPECT_EQ(originOf("mainImage("), "SUFFIX:4");
+    for (std::uint32_t line = 1000; line < 1100; ++line) {
+        lines.Begin(line, lines.AddSource("of an earlier run"), 1);
+    }
+    RegisterVirtualInclude(*context_, L"deep",
+                           CopyText("deep:1\n#include \"deeper\"\n#include \"deeper\"\ndeep:4\n"));
+    RegisterVirtualInclude(*context_, L"deeper", CopyText("\ndeeper:2"));
+    Add(PassKind::Common,
+        "Common:1\n#include \"gone\"\nCommon:3\n/* Common:4\n#include \"gone\" Common:5\n*/ Common:6\n");
+    const RenderPass& pass = Add(PassKind::BufferC,
+                                 "#include \"Common\"\n#include \"deep\"\nBuffer C:3\n"
+                                 "\n\nBuffer C:6\n#include \"gone\"");
+    std::istringstream text(AssemblePassSource(document_.get(), context_.get(), &pass, &lines).get());
+    std::uint32_t number = 0;
+    int found = 0;
+    std::string place;
+    for (std::string said; std::getline(text, said);) {
+        const std::optional<SourceLine> origin = lines.Find(++number);
+        ASSERT_TRUE(origin) << said;
+        place = origin->source + ":" + std::to_string(origin->line);
+        if (!said.empty() && origin->source != "PREFIX" && origin->source != "SUFFIX") {
+            EXPECT_TRUE(said.ends_with(place)) << said << " is mapped to " << place;
+            ++found;
+        }
+    }
+    EXPECT_EQ(found, 10);
+    EXPECT_EQ(lines.Find(1)->source, "PREFIX");
+    EXPECT_EQ(place, "SUFFIX:10") << "the last line";
 }
 
 }  // namespace

@@ -1,34 +1,53 @@
-// The report, read back by a JSON parser.
+// The report, read back by a JSON parser, and the figures in it.
 #include "preview/report.h"
 
 #include <gtest/gtest.h>
 
 #include <rapidjson/document.h>
 
+#include <vector>
+
 namespace pixelforge::preview {
 namespace {
 
-TEST(Report, HoldsEveryFrameAndLine) {
-    const std::string json =
-        ReportJson({.shader = "C:\\a \"b\".json",
-                    .width = 640,
-                    .height = 360,
-                    .exitStatus = 1,
-                    .gl = {.version = "4.5", .renderer = "soft", .vendor = "none"},
-                    .frames = {{.result = FrameResult::Drawn, .milliseconds = 2.5, .crc32 = 0xAB},
-                               {.result = FrameResult::ResetWanted, .milliseconds = 1.0, .loading = true}},
-                    .debugLines = {"Pass \"Image\": error", "\xC3\xA4"}});
-    rapidjson::Document document;
-    ASSERT_FALSE(document.Parse(json.c_str()).HasParseError()) << json;
-    EXPECT_STREQ(document["shader"].GetString(), "C:\\a \"b\".json");
-    EXPECT_EQ(document["statistics"]["framesPerSecond"].GetDouble(), 400.0);
-    const auto frames = document["frames"].GetArray();
-    ASSERT_EQ(frames.Size(), 2u);
-    EXPECT_STREQ(frames[0]["crc32"].GetString(), "000000ab");
-    const auto lines = document["debugOutput"].GetArray();
-    ASSERT_EQ(lines.Size(), 2u);
-    EXPECT_STREQ(lines[0].GetString(), "Pass \"Image\": error");
-    EXPECT_STREQ(lines[1].GetString(), "\xC3\xA4");
+TEST(Report, HoldsEveryFrameAndLineAndTheFiguresOfFramesThatWereDrawnWithoutALoad) {
+    std::vector<FrameRecord> frames = {{.result = FrameResult::Failed, .milliseconds = 900, .loading = true},
+                                       {.result = FrameResult::Drawn, .milliseconds = 500, .loading = true},
+                                       {.result = FrameResult::NothingDrawn, .milliseconds = 700}};
+    for (int i = 198; i > 0; --i) {
+        frames.push_back({.result = FrameResult::Drawn, .milliseconds = i + 0.0, .crc32 = 0xABu});
+    }
+    const std::string json = ReportJson({.shader = "C:\\a \"b\".json",
+                                         .width = 640,
+                                         .height = 360,
+                                         .gl = {},
+                                         .frames = frames,
+                                         .debugLines = {"Pass \"Image\": error", "\xC3\xA4"}});
+    rapidjson::Document report;
+    ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
+    EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
+    ASSERT_EQ(report["frames"].Size(), 201u);
+    EXPECT_EQ(report["frames"][2]["result"].GetInt(), 3);
+    EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
+    EXPECT_STREQ(report["debugOutput"][0].GetString(), "Pass \"Image\": error");
+    EXPECT_STREQ(report["debugOutput"][1].GetString(), "\xC3\xA4");
+    const rapidjson::Value& figures = report["statistics"];
+    for (const auto& [name, expected] : {std::pair("drawn", 199.0),
+                                         {"failed", 1.0},
+                                         {"measured", 198.0},
+                                         {"medianMilliseconds", 99.5},
+                                         {"percentile95Milliseconds", 189.0},
+                                         {"percentile99Milliseconds", 197.0},
+                                         {"worstMilliseconds", 198.0},
+                                         {"framesPerSecond", 10.050}}) {
+        EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
+    }
+    EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
+}
+
+TEST(Crc32, IsThatOfPngAndZipFiles) {
+    const std::uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
+    EXPECT_EQ(Crc32(digits), 0xCBF43926u);
 }
 
 }  // namespace

@@ -1,0 +1,37 @@
+// Debugger output of this process: taken in both forms, joined to lines and made readable.
+#include <windows.h>
+
+#include <gmock/gmock.h>
+
+#include <thread>
+
+#include "preview/debug_capture.h"
+#include "preview/messages.h"
+
+namespace pixelforge::preview {
+namespace {
+
+using testing::ElementsAre;
+
+TEST(DebugCapture, TakesEachTextOnceAndJoinsPiecesToLines) {
+    DebugCapture capture;
+    OutputDebugStringA("narrow ");
+    OutputDebugStringW(L"wide \u00E4\r");
+    OutputDebugStringA("\n\nutf-8 \xC3\xA4\nunfin");
+    OutputDebugStringA("");
+    std::thread([] { OutputDebugStringW(L"ished"); }).join();
+    EXPECT_THAT(capture.Lines(), ElementsAre("narrow wide \xC3\xA4", "", "utf-8 \xC3\xA4", "unfinished"));
+    capture.Clear();
+    EXPECT_THAT(capture.Lines(), ElementsAre());
+}
+
+TEST(ReadableLines, SayEachThingOnceAndByItsOwnName) {
+    const std::vector<std::string> lines = {"D:\\p1: no Image", "bad D:\\p1", "D:\\p1: no Image",
+                                            "Pixelforge: Image:3: error"};
+    EXPECT_THAT(ReadableLines(lines, "D:\\p1", "my.json"),
+                ElementsAre("my.json: no Image", "bad my.json", "Image:3: error"));
+    EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "a name that holds the alias";
+}
+
+}  // namespace
+}  // namespace pixelforge::preview
