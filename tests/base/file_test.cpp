@@ -17,22 +17,18 @@ TEST(ReadWholeFile, ReturnsTheBytesAndZerosBehindThem) {
         std::uint32_t size = 77;
         const HeapBytes block = ReadWholeFile(file.Path().c_str(), &size);
         ASSERT_TRUE(block);
-        const std::string expected = bytes + std::string(4, '\0');
-        EXPECT_EQ(size, bytes.size());
-        EXPECT_TRUE(std::equal(expected.begin(), expected.end(), block.get()));
+        ASSERT_EQ(size, bytes.size());
+        EXPECT_EQ(std::string(block.get(), block.get() + size + 4), bytes + std::string(4, '\0'));
     }
 }
 
 TEST(ReadWholeFile, RefusesWhatIsNoFile) {
     const std::wstring folder = std::filesystem::temp_directory_path().wstring();
     std::uint32_t size = 0;
-    EXPECT_FALSE(ReadWholeFile(nullptr, &size));
-    EXPECT_FALSE(ReadWholeFile(L"", &size));
-    EXPECT_FALSE(ReadWholeFile(L"no such file", &size));
-    EXPECT_FALSE(ReadWholeFile(L"NUL", &size));
-    EXPECT_FALSE(ReadWholeFile(folder.c_str(), &size));
-    const test::TempFile file("x");
-    EXPECT_FALSE(ReadWholeFile(file.Path().c_str(), nullptr));
+    for (const wchar_t* path :
+         {static_cast<const wchar_t*>(nullptr), L"", L"no such file", L"NUL", folder.c_str()}) {
+        EXPECT_FALSE(ReadWholeFile(path, &size)) << testing::PrintToString(path);
+    }
 }
 
 }  // namespace

@@ -1,60 +1,92 @@
 // The module, loaded for one test, drawing what it hears and sees of the devices' stand-ins.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <windows.h>
 
 #include <cstdint>
 #include <functional>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "preview/host_session.h"
 #include "preview/module_library.h"
 #include "preview/shader_drop.h"
+#include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
 
-/// Sets PIXELFORGE_SOUND or PIXELFORGE_CAMERA, which the stand-ins read all the time.
-void SetSound(const std::string& settings);
-void SetCamera(const std::string& settings);
+/// Settings of the stand-ins, which read them all the time.
+inline void SetSound(const std::string& settings) {
+    SetEnvironmentVariableA("PIXELFORGE_SOUND", settings.c_str());
+}
 
-/// COM objects that the stand-ins keep alive; 0 while their DLL is not loaded.
-long SoundObjects();
-long CameraObjects();
+inline void SetCamera(const std::string& settings) {
+    SetEnvironmentVariableA("PIXELFORGE_CAMERA", settings.c_str());
+}
 
-/// Calls that the sound device has received.
-long SoundCalls();
+/// A number that a stand-in exports; 0 while it is not loaded.
+inline long AskDouble(const wchar_t* library, const char* function) {
+    const HMODULE module = GetModuleHandleW(library);
+    if (!module)
+        return 0;
+    return reinterpret_cast<long (*)()>(reinterpret_cast<void (*)()>(GetProcAddress(module, function)))();
+}
 
-/// Loads the module at its birth and unloads it at its end.
+/// COM objects that the stand-in for a sound device keeps alive.
+inline long SoundObjects() {
+    return AskDouble(L"sound_double.dll", "SoundDoubleObjects");
+}
+
+/// Loads the module at its birth and unloads it at its end. Its image has one channel, of the type `channel`.
 class LiveRun {
 public:
-    LiveRun(const std::string& document, std::int32_t width, std::int32_t height);
+    LiveRun(const char* channel, const char* body, std::int32_t width, std::int32_t height)
+        : LiveRun(DocumentBuilder().Image(MainImage(body), {{.channel = 0, .ctype = channel}}).Json(), width,
+                  height) {}
 
-    FrameResult Frame() { return session_->DrawFrame(); }
+    /// Draws frames, about 50 a second, until `seen` holds; false after `milliseconds` without that. A frame
+    /// that is not drawn fails the test.
+    bool DrawUntil(const std::function<bool()>& seen, DWORD milliseconds) {
+        const ULONGLONG end = GetTickCount64() + milliseconds;
+        do {
+            const FrameResult result = session_->DrawFrame();
+            EXPECT_EQ(result, FrameResult::Drawn);
+            if (result != FrameResult::Drawn || seen())
+                return result == FrameResult::Drawn;
+            Sleep(20);
+        } while (GetTickCount64() < end);
+        return false;
+    }
 
-    /// Draws frames, about 50 a second, until `seen` holds; false after `milliseconds` without that, or when
-    /// a frame fails.
-    bool DrawUntil(const std::function<bool()>& seen, DWORD milliseconds);
-
-    /// Draws frames for that long; false when one fails.
-    bool DrawFor(DWORD milliseconds);
+    void DrawFor(DWORD milliseconds) {
+        DrawUntil([] { return false; }, milliseconds);
+    }
 
     /// 0xRRGGBB; x from the left, y from the bottom.
-    std::uint32_t Pixel(std::int32_t x, std::int32_t y) const;
-
-    /// The red levels of a row.
-    std::vector<int> Row(std::int32_t y) const;
+    std::uint32_t Pixel(std::int32_t x, std::int32_t y) const {
+        const preview::FramePixels pixels = session_->Pixels();
+        return pixels.At(x, pixels.height - 1 - y) & 0xFFFFFF;
+    }
 
     void Close() { session_.reset(); }
 
 private:
+    LiveRun(const std::string& document, std::int32_t width, std::int32_t height)
+        : drop_(preview::ShaderDrop::OfDocument(
+              {reinterpret_cast<const std::uint8_t*>(document.data()), document.size()})) {
+        preview::SessionOptions options;
+        options.width = width;
+        options.height = height;
+        options.playlistName = drop_.PlaylistName();
+        session_.emplace(library_, options).Open();
+    }
+
     preview::ModuleLibrary library_;
     preview::ShaderDrop drop_;
-    std::unique_ptr<preview::HostSession> session_;
+    std::optional<preview::HostSession> session_;
 };
-
-/// A document whose image copies the sound texture pixel by pixel, for a frame of 512 x 2.
-std::string SoundDocument();
 
 }  // namespace pixelforge::test

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -11,85 +12,60 @@ namespace pixelforge::test {
 namespace {
 
 struct Claim {
+    std::uint32_t size = 40;
     std::int32_t width = 640;
     std::int32_t height = 480;
+    std::uint16_t planes = 1;
     std::uint16_t bits = 32;
     std::uint32_t compression = 0;
-    std::uint32_t size = 40;
 };
 
-std::vector<std::byte> Block(const Claim& claim, std::size_t bytes) {
-    std::vector<std::byte> block(bytes);
-    const std::uint16_t planes = 1;
-    const auto put = [&](std::size_t place, const auto& value) {
-        if (place + sizeof(value) <= bytes)
-            std::memcpy(&block[place], &value, sizeof(value));
-    };
-    put(0, claim.size);
-    put(4, claim.width);
-    put(8, claim.height);
-    put(12, planes);
-    put(14, claim.bits);
-    put(16, claim.compression);
-    return block;
+/// The plan for a block of that many bytes: width and height of the source; upper edge, width and height in
+/// the picture. Nothing when the block is refused.
+std::vector<std::int32_t> Plan(const Claim& claim, std::size_t bytes) {
+    std::vector<std::byte> block(std::max(bytes, sizeof(claim)));
+    std::memcpy(block.data(), &claim, sizeof(claim));
+    const auto plan = PlanWebcamStretch(std::span(block).first(bytes));
+    if (!plan)
+        return {};
+    return {plan->sourceWidth, plan->sourceHeight, plan->top, plan->width, plan->height};
 }
 
-TEST(PackedImage, OnlyWholePlainBitmapsAreTaken) {
+TEST(PackedImage, WholePlainBitmapsFillTheirPartOfThePictureAndOthersAreRefused) {
     constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
     constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
-    struct Case {
+    const std::vector<std::int32_t> kWhole = {640, 480, 0, 1280, 720};
+    const struct {
         Claim claim;
         std::size_t bytes;
-        bool taken;
+        std::vector<std::int32_t> plan;
+    } cases[] = {
+        {{}, 40 + 640 * 480 * 4, kWhole},
+        {{}, 40 + 640 * 480 * 4 - 1, {}},
+        {{.height = -480, .bits = 24}, 40 + 640 * 480 * 3, kWhole},
+        {{.bits = 16}, 40 + 640 * 480 * 2, kWhole},
+        {{.width = 1920, .height = 1080}, 40 + 1920 * 1080 * 4, kWhole},
+        {{.width = 320, .height = 240}, 40 + 320 * 240 * 4, {320, 240, 360, 640, 360}},
+        {{.width = 320, .height = -240}, 40 + 320 * 240 * 4, {320, 240, 0, 640, 360}},
+        {{.width = 800, .height = 240}, 40 + 800 * 240 * 4, {640, 240, 360, 1280, 360}},
+        {{.width = 3, .height = 2, .bits = 24}, 40 + 24, {3, 2, 717, 6, 3}},
+        {{.width = 3, .height = 2, .bits = 24}, 40 + 23, {}},
+        {{.bits = 8}, 2000000, {}},
+        {{.bits = 0}, 2000000, {}},
+        {{.compression = 3}, 2000000, {}},
+        {{.size = 124}, 2000000, {}},
+        {{.width = 0}, 2000000, {}},
+        {{.width = -1}, 2000000, {}},
+        {{.height = 0}, 2000000, {}},
+        {{.width = kMost, .height = kMost}, 2000000, {}},
+        {{.width = kMost, .height = kLeast}, 2000000, {}},
+        {{}, 39, {}},
+        {{}, 0, {}},
     };
-    const Case cases[] = {
-        {{}, 40 + 640 * 480 * 4, true},
-        {{}, 40 + 640 * 480 * 4 - 1, false},
-        {{.bits = 24}, 40 + 640 * 480 * 3, true},
-        {{.bits = 16}, 40 + 640 * 480 * 2, true},
-        {{.width = 3, .height = 2, .bits = 24}, 40 + 24, true},
-        {{.width = 3, .height = 2, .bits = 24}, 40 + 23, false},
-        {{.width = 3, .height = -2, .bits = 24}, 40 + 24, true},
-        {{.bits = 8}, 2000000, false},
-        {{.bits = 0}, 2000000, false},
-        {{.compression = 3}, 2000000, false},
-        {{.size = 124}, 2000000, false},
-        {{.size = 12}, 2000000, false},
-        {{.width = 0}, 2000000, false},
-        {{.width = -1}, 2000000, false},
-        {{.height = 0}, 2000000, false},
-        {{.width = kMost, .height = kMost}, 2000000, false},
-        {{.width = kMost, .height = kLeast}, 2000000, false},
-        {{}, 40, false},
-        {{}, 39, false},
-        {{}, 0, false},
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(PlanWebcamStretch(Block(c.claim, c.bytes)).has_value(), c.taken)
-            << c.claim.width << " x " << c.claim.height << ", " << c.claim.bits << " bits in " << c.bytes;
-    }
-}
-
-TEST(PackedImage, SmallerOnesFillTheirPartOfThePicture) {
-    struct Case {
-        std::int32_t width;
-        std::int32_t height;
-        WebcamStretch stretch;
-    };
-    const Case cases[] = {
-        {640, 480, {640, 480, 0, 1280, 720}},   {640, -480, {640, 480, 0, 1280, 720}},
-        {1920, 1080, {640, 480, 0, 1280, 720}}, {320, 240, {320, 240, 360, 640, 360}},
-        {320, -240, {320, 240, 0, 640, 360}},   {800, 240, {640, 240, 360, 1280, 360}},
-    };
-    for (const Case& c : cases) {
-        const std::size_t bytes = 40 + 4 * static_cast<std::size_t>(c.width * std::abs(c.height));
-        const auto plan = PlanWebcamStretch(Block({.width = c.width, .height = c.height}, bytes));
-        ASSERT_TRUE(plan) << c.width << " x " << c.height;
-        EXPECT_EQ(plan->sourceWidth, c.stretch.sourceWidth);
-        EXPECT_EQ(plan->sourceHeight, c.stretch.sourceHeight);
-        EXPECT_EQ(plan->top, c.stretch.top);
-        EXPECT_EQ(plan->width, c.stretch.width);
-        EXPECT_EQ(plan->height, c.stretch.height);
+    for (const auto& each : cases) {
+        EXPECT_EQ(Plan(each.claim, each.bytes), each.plan)
+            << each.claim.width << " x " << each.claim.height << ", " << each.claim.bits << " bits in "
+            << each.bytes;
     }
 }
 

@@ -8,67 +8,48 @@
 namespace pixelforge {
 namespace {
 
-/// An instance with the records that the progression reads.
-struct Animated {
-    ControlRecord colorIndex{}, progressionRate{}, alternateColors{};
-    ModuleInstance instance{};
-    DrawContext context{};
-
-    explicit Animated(std::int32_t levelDivisor = 256) {
+TEST(Animation, TheColourIndexFollowsItsControlsPlusOneStepAndStaysDefined) {
+    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const struct {
+        const char* what;
+        std::int32_t levelDivisor;
+        float colorIndex, rate;
+        bool alternate;
+        std::int32_t first, second;  ///< colour index after one frame and after two
+        float progress, rateAfter;
+    } cases[] = {
+        {"taken anew on every frame", 256, 0.5f, 25.5f, false, 153, 153, 0.6f, 0.1f},
+        {"stripes", 10, 0.5f, 0, true, 10 - 4, 4, 0.5f, 0},
+        {"on the way", 2, 0.25f, 0.5f, false, 0, 0, 0.75f, 0.5f},
+        {"turned at the end", 2, 1, 1, false, 1, 1, 1, -1},
+        {"turned at the start", 2, 0, -1, false, 0, 0, 0, 1},
+        {"no colours", 0, 1e30f, 0, true, 0, 0, 1, 0},
+        {"one colour", 1, 0.5f, 1, false, 0, 0, 1, -kInfinity},
+        {"most colours", kMost, 1e30f, 0, true, 0, kMost, 1, 0},
+        {"least colours", kLeast, 1e30f, 0, true, 0, kLeast, 1, 0},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        ControlRecord colorIndex = {}, progressionRate = {}, alternateColors = {};
+        colorIndex.decimal.value[0] = each.colorIndex;
+        progressionRate.decimal.value[0] = each.rate;
+        alternateColors.toggle.value[1] = each.alternate ? 1 : 0;
+        ModuleInstance instance = {};
         instance.animationFlags = animation::kDefault;
         instance.color.colorIndex = &colorIndex;
         instance.color.progressionRate = &progressionRate;
         instance.color.alternateColors = &alternateColors;
-        context.levelDivisor = levelDivisor;
-    }
-
-    std::int32_t IndexAfterFrame() {
+        DrawContext context = {};
+        context.levelDivisor = each.levelDivisor;
         AnimateFrame(instance, context);
-        return instance.color.index;
+        EXPECT_EQ(instance.color.index, each.first);
+        AnimateFrame(instance, context);
+        EXPECT_EQ(instance.color.index, each.second);
+        EXPECT_FLOAT_EQ(instance.color.progress, each.progress);
+        EXPECT_FLOAT_EQ(instance.color.rate, each.rateAfter);
     }
-};
-
-TEST(Animation, TheColourIndexFollowsItsControlPlusOneStep) {
-    Animated animated;
-    animated.colorIndex.decimal.value[0] = 0.5f;
-    animated.progressionRate.decimal.value[0] = 25.5f;
-    // rate = 25.5 / 255 = 0.1, so the frame shows progress 0.6 of 255
-    EXPECT_EQ(animated.IndexAfterFrame(), 153);
-    EXPECT_EQ(animated.IndexAfterFrame(), 153) << "the controls are taken anew on every frame";
-}
-
-TEST(Animation, ProgressIsClampedAndTurnsAround) {
-    const float cases[][4] = {
-        {1.0f, 1.0f, 1.0f, -1.0f}, {0.0f, -1.0f, 0.0f, 1.0f}, {0.25f, 0.5f, 0.75f, 0.5f}};
-    for (const auto& [index, rate, progress, rateAfter] : cases) {
-        Animated animated(2);
-        animated.colorIndex.decimal.value[0] = index;
-        animated.progressionRate.decimal.value[0] = rate;
-        AnimateFrame(animated.instance, animated.context);
-        EXPECT_EQ(animated.instance.color.progress, progress);
-        EXPECT_EQ(animated.instance.color.rate, rateAfter);
-    }
-}
-
-TEST(Animation, AnEmptyOrExtremePaletteGivesADefinedIndex) {
-    for (const std::int32_t divisor :
-         {0, -1, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()}) {
-        Animated animated(divisor);
-        animated.colorIndex.decimal.value[0] = 1e30f;
-        animated.alternateColors.toggle.value[1] = 1;
-        animated.IndexAfterFrame();
-        const std::int32_t index = animated.IndexAfterFrame();
-        EXPECT_TRUE(divisor != 0 || index == 0) << index;
-    }
-}
-
-TEST(Animation, StripesAlternateFromFrameToFrame) {
-    Animated animated(10);
-    animated.colorIndex.decimal.value[0] = 0.5f;
-    animated.alternateColors.toggle.value[1] = 1;
-    EXPECT_EQ(animated.IndexAfterFrame(), 10 - 4);
-    EXPECT_EQ(animated.IndexAfterFrame(), 4);
-    EXPECT_EQ(animated.IndexAfterFrame(), 10 - 4);
 }
 
 }  // namespace

@@ -12,9 +12,7 @@
 #include "base/heap.h"
 #include "module/frame_driver.h"
 #include "module/instance.h"
-#include "preview/host_controls.h"
-#include "preview/host_surface.h"
-#include "preview/host_window.h"
+#include "preview/host_session.h"
 #include "preview/shader_drop.h"
 #include "tests/support/document_builder.h"
 
@@ -68,63 +66,47 @@ std::string BusyDocument() {
 }
 
 /// The module as a host drives it, without the library around it.
-class LinkedModule {
-public:
-    LinkedModule(const std::vector<preview::ControlSetting>& settings, std::int32_t levelOutput)
-        : document_(BusyDocument()),
-          drop_(preview::ShaderDrop::OfDocument(
-              {reinterpret_cast<const std::uint8_t*>(document_.data()), document_.size()})) {
-        BuildInstance(&instance_, &preview::HostControls::Allocate, &controls_);
-        controls_.Apply({"Playlist File(s)", drop_.PlaylistName()});
-        for (const preview::ControlSetting& setting : settings) {
-            controls_.Apply(setting);
-        }
-        context_.levelDivisor = 256;
-        context_.levelOutput = levelOutput;
-        context_.width = 64;
-        context_.height = 48;
-        context_.bitmap = surface_.Bitmap();
-        context_.dc = surface_.DeviceContext();
-        context_.window = window_.Handle();
-        PrepareInstance(*instance_, context_);
-        ScheduleLoad(*instance_, context_);
-    }
-    ~LinkedModule() { DestroyInstance(instance_); }
-    LinkedModule(const LinkedModule&) = delete;
-    LinkedModule& operator=(const LinkedModule&) = delete;
-
-    FrameResult Frame() { return DrawFrame(*instance_, context_); }
-
-private:
-    std::string document_;
-    preview::ShaderDrop drop_;
-    preview::HostWindow window_{64, 48};
-    preview::HostSurface surface_{64, 48};
-    preview::HostControls controls_;
-    DrawContext context_{};
-    ModuleInstance* instance_ = nullptr;
+constexpr preview::ModuleFunctions kLinkedModule = {
+    .getDescription = [](auto* description) { return DescribeModule(*description); },
+    .buildControlStructure = [](auto** instance, void*, auto allocate,
+                                void* context) { return BuildInstance(instance, allocate, context); },
+    .preInitialize = [](auto* instance, auto* context) { return PrepareInstance(*instance, *context); },
+    .initialize = [](auto* instance, auto* context) { return ScheduleLoad(*instance, *context); },
+    .drawFrame = [](auto* instance,
+                    auto* context) { return static_cast<std::int32_t>(DrawFrame(*instance, *context)); },
+    .cleanUp = [](auto* instance) { return ClearOverlay(*instance); },
+    .destroyControlStructure = [](auto* instance) { return DestroyInstance(instance); },
 };
 
 TEST(FrameAllocation, ASteadyFrameAllocatesNothing) {
-    struct Case {
+    const struct {
         const char* name;
         std::vector<preview::ControlSetting> settings;
         std::int32_t levelOutput;
-    };
-    const Case cases[] = {{"plain", {}, 0},
-                          {"levels", {}, 1},
-                          {"foreground, tiled", {{"Foreground Only", "1"}, {"X Tiling", "3"}}, 1},
-                          {"multisampled", {{"Multi-Sample", "2"}}, 0}};
-    for (const Case& c : cases) {
+    } cases[] = {{"plain", {}, 0},
+                 {"levels", {}, 1},
+                 {"foreground, tiled", {{"Foreground Only", "1"}, {"X Tiling", "3"}}, 1},
+                 {"multisampled", {{"Multi-Sample", "2"}}, 0}};
+    const std::string document = BusyDocument();
+    const auto drop = preview::ShaderDrop::OfDocument(
+        {reinterpret_cast<const std::uint8_t*>(document.data()), document.size()});
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const int atStart = allocations;
-        LinkedModule module(c.settings, c.levelOutput);
-        ASSERT_EQ(module.Frame(), FrameResult::Drawn);
-        ASSERT_EQ(module.Frame(), FrameResult::Drawn);
+        preview::SessionOptions options;
+        options.width = 64;
+        options.height = 48;
+        options.playlistName = drop.PlaylistName();
+        options.settings = c.settings;
+        options.levelOutput = c.levelOutput;
+        preview::HostSession host(kLinkedModule, options);
+        host.Open();
+        ASSERT_EQ(host.DrawFrame(), FrameResult::Drawn);
+        ASSERT_EQ(host.DrawFrame(), FrameResult::Drawn);
         const int before = allocations;
         EXPECT_GT(before, atStart) << "the counting works";
         for (int frame = 0; frame < 3; ++frame) {
-            ASSERT_EQ(module.Frame(), FrameResult::Drawn);
+            ASSERT_EQ(DrawFrame(*host.Instance(), host.Context()), FrameResult::Drawn);
         }
         EXPECT_EQ(allocations, before);
     }

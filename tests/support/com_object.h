@@ -22,8 +22,6 @@ public:
     ComObject& operator=(const ComObject&) = delete;
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
-        if (!object)
-            return E_POINTER;
         *object = nullptr;
         if (id == __uuidof(IUnknown) || id == __uuidof(First))
             *object = static_cast<First*>(this);
@@ -60,31 +58,24 @@ private:
     std::atomic<ULONG> references_{1};
 };
 
+/// Hands an object's one reference over as the interface `id`; no object is a failure.
+inline HRESULT Give(IUnknown* made, REFIID id, void** object) {
+    *object = nullptr;
+    if (!made)
+        return E_FAIL;
+    const HRESULT result = made->QueryInterface(id, object);
+    made->Release();
+    return result;
+}
+
 /// Makes objects by calling `Make`, which answers an object with one reference or null for a failure.
 template <IUnknown* (*Make)()>
 class Factory final : public ComObject<IClassFactory> {
 public:
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID id, void** object) override {
-        *object = nullptr;
-        if (outer)
-            return CLASS_E_NOAGGREGATION;
-        IUnknown* made = Make();
-        if (!made)
-            return E_FAIL;
-        const HRESULT result = made->QueryInterface(id, object);
-        made->Release();
-        return result;
+        return outer ? CLASS_E_NOAGGREGATION : Give(Make(), id, object);
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 };
-
-/// What `DllGetClassObject` answers for a class that is made by `Make`.
-template <IUnknown* (*Make)()>
-HRESULT GetFactory(REFIID id, void** object) {
-    auto* factory = new Factory<Make>;
-    const HRESULT result = factory->QueryInterface(id, object);
-    factory->Release();
-    return result;
-}
 
 }  // namespace pixelforge::test

@@ -13,7 +13,6 @@ struct Input {
     std::string ctype = "buffer";
     int id = 257;
     std::string filter = "nearest";
-    std::string wrap = "clamp";
     std::string src = "";
     std::string vflip = "true";
 };
@@ -36,9 +35,6 @@ public:
 private:
     std::vector<std::string> passes_;
 };
-
-/// The text as a JSON string, quotes included.
-std::string Quoted(std::string_view text);
 
 /// A `mainImage` whose body is `body`; the output variable is `c`, the coordinate `p`.
 std::string MainImage(std::string_view body);

@@ -32,8 +32,6 @@ public:
         return text.empty() ? otherwise : std::atof(text.c_str());
     }
 
-    const std::string& All() const { return parts_; }
-
     bool Is(std::string_view key, std::string_view value) const { return Text(key) == value; }
 
 private:

@@ -6,6 +6,7 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -14,19 +15,13 @@
 namespace pixelforge::test {
 namespace {
 
-using QuerySystemInformation = LONG(WINAPI*)(ULONG, void*, ULONG, ULONG*);
-
 constexpr ULONG kExtendedHandleInformation = 64;
 
 struct HandleEntry {
     void* object;
     ULONG_PTR processId;
     ULONG_PTR handle;
-    ULONG access;
-    USHORT traceIndex;
-    USHORT objectType;
-    ULONG attributes;
-    ULONG reserved;
+    ULONG unread[4];
 };
 
 struct HandleList {
@@ -38,17 +33,17 @@ struct HandleList {
 }  // namespace
 
 std::size_t OpenHandles() {
-    const auto query = reinterpret_cast<QuerySystemInformation>(reinterpret_cast<void (*)()>(
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+    const auto query =
+        reinterpret_cast<LONG(WINAPI*)(ULONG, void*, ULONG, ULONG*)>(reinterpret_cast<void (*)()>(
+            GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
     std::vector<std::uint64_t> block(1U << 20);
     ULONG size = 0;
     if (query(kExtendedHandleInformation, block.data(), static_cast<ULONG>(block.size() * 8), &size) != 0)
         return 0;
     const auto* list = reinterpret_cast<const HandleList*>(block.data());
-    std::size_t own = 0;
-    for (ULONG_PTR i = 0; i < list->count; ++i)
-        own += list->entries[i].processId == GetCurrentProcessId();
-    return own;
+    return static_cast<std::size_t>(
+        std::count_if(list->entries, list->entries + list->count,
+                      [](const HandleEntry& entry) { return entry.processId == GetCurrentProcessId(); }));
 }
 
 std::size_t RunningThreads() {
@@ -63,9 +58,8 @@ std::size_t RunningThreads() {
 
 std::size_t WorkingSetBytes() {
     PROCESS_MEMORY_COUNTERS counters = {};
-    counters.cb = sizeof(counters);
-    return GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters)) ? counters.WorkingSetSize
-                                                                                  : 0;
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
+    return counters.WorkingSetSize;
 }
 
 }  // namespace pixelforge::test

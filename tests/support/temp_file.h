@@ -18,14 +18,12 @@ public:
     explicit TempFile(std::string_view bytes, std::wstring_view suffix = L".tmp") {
         static std::atomic<int> count = 0;
         const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
-        const std::filesystem::path folder = std::filesystem::temp_directory_path();
         const std::wstring name =
-            L"pixelforge-" + std::to_wstring(stamp) + L"-" + std::to_wstring(++count) + std::wstring(suffix);
-        const std::string utf8Name = Narrow(name, TextEncoding::Utf8).value();
-        path_ = folder / std::u8string(utf8Name.begin(), utf8Name.end());
-        widePath_ = folder.wstring() + L'/' + name;
-        std::ofstream(path_, std::ios::binary)
-            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+            L"/pixelforge-" + std::to_wstring(stamp) + L"-" + std::to_wstring(++count) + std::wstring(suffix);
+        widePath_ = std::filesystem::temp_directory_path().wstring() + name;
+        const std::string path = Narrow(widePath_, TextEncoding::Utf8).value();
+        path_ = std::u8string(path.begin(), path.end());
+        std::ofstream(path_, std::ios::binary) << bytes;
     }
     TempFile(const TempFile&) = delete;
     TempFile& operator=(const TempFile&) = delete;

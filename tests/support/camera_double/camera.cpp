@@ -1,6 +1,5 @@
-// The stand-in for a capture device: a source filter whose thread delivers 30 pictures a second.
-#include <mutex>
-#include <thread>
+// The stand-in for a capture device: a source filter that has a picture at any time while it runs.
+#include <sstream>
 
 #include "tests/support/camera_double/filter.h"
 
@@ -15,21 +14,16 @@ struct Size {
 /// The setting "formats", for example "640x480,320x240".
 std::vector<Size> OfferedSizes() {
     std::vector<Size> sizes;
-    const std::string text = CameraSettings().Text("formats", "320x240,640x480");
-    for (std::size_t place = 0; place < text.size();) {
-        Size size = {};
-        if (std::sscanf(text.c_str() + place, "%ldx%ld", &size.width, &size.height) == 2)
-            sizes.push_back(size);
-        const std::size_t comma = text.find(',', place);
-        place = comma == std::string::npos ? text.size() : comma + 1;
-    }
-    return sizes;
+    std::istringstream text(CameraSettings().Text("formats", "320x240,640x480"));
+    char between = 0;
+    for (Size size = {}; text >> size.width >> between >> size.height; text >> between)
+        sizes.push_back(size);
+    return sizes.empty() ? std::vector<Size>{{640, 480}} : sizes;
 }
 
 AM_MEDIA_TYPE* MakeType(const Size& size) {
     auto* format = static_cast<VIDEOINFOHEADER*>(CoTaskMemAlloc(sizeof(VIDEOINFOHEADER)));
     *format = {};
-    format->AvgTimePerFrame = 333333;
     format->bmiHeader.biSize = sizeof(BITMAPINFOHEADER);
     format->bmiHeader.biWidth = size.width;
     format->bmiHeader.biHeight = size.height;
@@ -39,16 +33,15 @@ AM_MEDIA_TYPE* MakeType(const Size& size) {
     *type = {};
     type->majortype = MEDIATYPE_Video;
     type->subtype = MEDIASUBTYPE_RGB24;
-    type->bFixedSizeSamples = TRUE;
     type->formattype = CameraSettings().Is("formattype", "other") ? FORMAT_None : FORMAT_VideoInfo;
     type->cbFormat = sizeof(VIDEOINFOHEADER);
     type->pbFormat = reinterpret_cast<BYTE*>(format);
     return type;
 }
 
-void FreeType(AM_MEDIA_TYPE* type) {
-    CoTaskMemFree(type->pbFormat);
-    CoTaskMemFree(type);
+void FreeFormat(AM_MEDIA_TYPE& type) {
+    CoTaskMemFree(std::exchange(type.pbFormat, nullptr));
+    type.cbFormat = 0;
 }
 
 class TypeList final : public ListOf<IEnumMediaTypes, AM_MEDIA_TYPE*> {
@@ -59,16 +52,15 @@ class TypeList final : public ListOf<IEnumMediaTypes, AM_MEDIA_TYPE*> {
     const std::vector<Size> sizes_ = OfferedSizes();
 };
 
-class CameraPin final : public Pin<IAMStreamConfig> {
+class CameraPin final : public Pin<IAMStreamConfig, IPictureSource> {
 public:
     explicit CameraPin(IBaseFilter* filter) : Pin(PINDIR_OUTPUT, filter) {}
 
-    Size CurrentSize() const { return size_; }
+    void Film(bool running) { startTick_ = running ? GetTickCount64() : 0; }
 
-    void Deliver(const CameraPicture& picture) const {
-        Microsoft::WRL::ComPtr<IPictureSink> sink;
-        if (Peer() && SUCCEEDED(Peer()->QueryInterface(IID_PPV_ARGS(sink.GetAddressOf()))))
-            sink->Take(picture);
+    bool Newest(CameraShot& shot) override {
+        shot = {size_.width, size_.height, static_cast<double>(GetTickCount64() - startTick_) / 1000};
+        return startTick_ != 0 && !CameraSettings().Is("frames", "never");
     }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
@@ -82,9 +74,10 @@ public:
             return E_FAIL;
         AM_MEDIA_TYPE* type = MakeType(size_);
         const HRESULT result = receiver->ReceiveConnection(this, type);
+        FreeFormat(*type);
+        CoTaskMemFree(type);
         if (SUCCEEDED(result))
-            ConnectTo(receiver, *type);
-        FreeType(type);
+            peer_ = receiver;
         return result;
     }
     HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
@@ -101,63 +94,26 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetFormat(AM_MEDIA_TYPE** type) override {
-        *type = nullptr;
-        if (CameraFails("getformat"))
-            return E_FAIL;
-        if (CameraSettings().Is("null", "type"))
-            return S_OK;
-        *type = MakeType(size_);
-        if (CameraSettings().Is("null", "format")) {
-            CoTaskMemFree((*type)->pbFormat);
-            (*type)->pbFormat = nullptr;
-            (*type)->cbFormat = 0;
-        }
-        return S_OK;
+        *type = CameraFails("getformat") || CameraSettings().Is("null", "type") ? nullptr : MakeType(size_);
+        if (*type && CameraSettings().Is("null", "format"))
+            FreeFormat(**type);
+        return CameraFails("getformat") ? E_FAIL : S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetNumberOfCapabilities(int*, int*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetStreamCaps(int, AM_MEDIA_TYPE**, BYTE*) override { return E_NOTIMPL; }
 
 private:
-    Size size_ = OfferedSizes().empty() ? Size{640, 480} : OfferedSizes().front();
+    Size size_ = OfferedSizes().front();
+    ULONGLONG startTick_ = 0;
 };
 
-class Camera final : public Filter<> {
-public:
-    Camera() { *pin_.GetAddressOf() = new CameraPin(this); }
-    ~Camera() override {
-        Enter(State_Stopped);
-        pin_->LoseFilter();
-    }
-
-private:
-    IPin* OnlyPin() override { return pin_.Get(); }
-
+class Camera final : public Filter<CameraPin> {
     HRESULT Enter(FILTER_STATE state) override {
         if (state == State_Running && CameraFails("run"))
             return E_FAIL;
-        Filter::Enter(state);
-        if (state == State_Running && !thread_.joinable())
-            thread_ = std::jthread([this](const std::stop_token& stop) { Film(stop); });
-        if (state == State_Stopped && thread_.joinable())
-            thread_ = std::jthread();
-        return S_OK;
+        pin_->Film(state == State_Running);
+        return Filter::Enter(state);
     }
-
-    void Film(const std::stop_token& stop) const {
-        const ULONGLONG start = GetTickCount64();
-        for (; !stop.stop_requested(); Sleep(33)) {
-            const DoubleSettings settings = CameraSettings();
-            if (settings.Is("frames", "never"))
-                continue;
-            const Size size = pin_->CurrentSize();
-            const double seconds = static_cast<double>(GetTickCount64() - start) / 1000;
-            pin_->Deliver(
-                MakeCameraPicture(settings.Text("pattern", "scene"), size.width, size.height, seconds));
-        }
-    }
-
-    Microsoft::WRL::ComPtr<CameraPin> pin_;
-    std::jthread thread_;
 };
 
 }  // namespace

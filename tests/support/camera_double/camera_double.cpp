@@ -36,11 +36,11 @@ extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfac
     using namespace pixelforge::test;
     *object = nullptr;
     if (id == kCameraClass)
-        return GetFactory<MakeCamera>(interfaceId, object);
+        return Give(new Factory<MakeCamera>, interfaceId, object);
     if (id != CLSID_VideoMixingRenderer)
         return CLASS_E_CLASSNOTAVAILABLE;
     ListCamera();
-    return GetFactory<MakeRenderer>(interfaceId, object);
+    return Give(new Factory<MakeRenderer>, interfaceId, object);
 }
 
 extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {

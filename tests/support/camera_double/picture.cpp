@@ -1,9 +1,10 @@
-// Test pictures and their packed form.
+// Test pictures in their packed form.
 #include "tests/support/camera_double/picture.h"
+
+#include <windows.h>
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
 #include <cstring>
 
 namespace pixelforge::test {
@@ -37,43 +38,25 @@ std::uint32_t Scene(double x, double y, double seconds) {
 
 }  // namespace
 
-CameraPicture MakeCameraPicture(const std::string& pattern, std::int32_t width, std::int32_t height,
-                                double seconds) {
-    CameraPicture picture = {width, height, {}};
-    for (std::int32_t row = 0; row < height; ++row) {
-        for (std::int32_t column = 0; column < width; ++column) {
-            const double x = (column + 0.5) / width;
-            const double y = (row + 0.5) / height;
-            picture.pixels.push_back(pattern == "quadrants" ? Quadrant(x, y) : Scene(x, y, seconds));
-        }
-    }
-    return picture;
-}
-
-std::vector<std::uint8_t> PackPicture(const CameraPicture& picture, unsigned bits, bool topDown) {
-    struct Header {
-        std::uint32_t size = 40;
-        std::int32_t width;
-        std::int32_t height;
-        std::uint16_t planes = 1;
-        std::uint16_t bitCount;
-        std::uint32_t rest[6];
-    };
-    static_assert(sizeof(Header) == 40);
-    const Header header = {.width = picture.width,
-                           .height = topDown ? -picture.height : picture.height,
-                           .bitCount = static_cast<std::uint16_t>(bits),
-                           .rest = {}};
-    const auto width = static_cast<std::size_t>(picture.width);
-    const auto height = static_cast<std::size_t>(picture.height);
-    const std::size_t rowBytes = (width * bits + 31) / 32 * 4;
-    std::vector<std::uint8_t> block(sizeof(header) + rowBytes * height);
+std::vector<std::uint8_t> PackPicture(const CameraShot& shot, const std::string& pattern, unsigned bits,
+                                      bool topDown) {
+    BITMAPINFOHEADER header = {};
+    header.biSize = sizeof(header);
+    header.biWidth = shot.width;
+    header.biHeight = topDown ? -shot.height : shot.height;
+    header.biPlanes = 1;
+    header.biBitCount = static_cast<WORD>(bits);
+    const std::size_t rowBytes = (static_cast<std::size_t>(shot.width) * bits + 31) / 32 * 4;
+    std::vector<std::uint8_t> block(sizeof(header) + rowBytes * static_cast<std::size_t>(shot.height));
     std::memcpy(block.data(), &header, sizeof(header));
-    for (std::size_t row = 0; row < height; ++row) {
-        const std::uint32_t* from = &picture.pixels[(topDown ? height - 1 - row : row) * width];
-        std::uint8_t* to = &block[sizeof(header) + row * rowBytes];
-        for (std::size_t x = 0; x < width; ++x)
-            std::memcpy(to + x * (bits / 8), &from[x], bits / 8);
+    for (std::int32_t row = 0; row < shot.height; ++row) {
+        const double y = ((topDown ? shot.height - 1 - row : row) + 0.5) / shot.height;
+        std::uint8_t* to = &block[sizeof(header) + rowBytes * static_cast<std::size_t>(row)];
+        for (std::int32_t column = 0; column < shot.width; ++column, to += bits / 8) {
+            const double x = (column + 0.5) / shot.width;
+            const std::uint32_t colour = pattern == "quadrants" ? Quadrant(x, y) : Scene(x, y, shot.seconds);
+            std::memcpy(to, &colour, bits / 8);
+        }
     }
     return block;
 }

@@ -1,55 +1,36 @@
-// The stand-in for the windowless video renderer: it keeps the last picture and gives it as a packed bitmap.
-#include <mutex>
+// The stand-in for the windowless video renderer: it gives the camera's picture as a packed bitmap.
+#include <algorithm>
+#include <cstring>
 
 #include "tests/support/camera_double/filter.h"
 
 namespace pixelforge::test {
 namespace {
 
-class RendererPin final : public Pin<IPictureSink> {
+class RendererPin final : public Pin<> {
 public:
     explicit RendererPin(IBaseFilter* filter) : Pin(PINDIR_INPUT, filter) {}
 
-    void Take(const CameraPicture& picture) override {
-        const std::lock_guard lock(mutex_);
-        last_ = picture;
-    }
-    CameraPicture Last() const {
-        const std::lock_guard lock(mutex_);
-        return last_;
+    bool Newest(CameraShot& shot) const {
+        Microsoft::WRL::ComPtr<IPictureSource> source;
+        return peer_ && SUCCEEDED(peer_.As(&source)) && source->Newest(shot);
     }
 
     HRESULT STDMETHODCALLTYPE Connect(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
-    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* source, const AM_MEDIA_TYPE* type) override {
-        if (Peer())
+    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override {
+        if (peer_)
             return VFW_E_ALREADY_CONNECTED;
-        ConnectTo(source, *type);
+        peer_ = source;
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** types) override {
         *types = nullptr;
         return E_NOTIMPL;
     }
-
-private:
-    mutable std::mutex mutex_;
-    CameraPicture last_;
 };
 
-/// Block for the caller to free; "block" of the settings cuts it short of what its header claims.
-BYTE* TaskBlock(const std::vector<std::uint8_t>& bytes) {
-    const DoubleSettings settings = CameraSettings();
-    const auto size = static_cast<std::size_t>(settings.Number("block", static_cast<double>(bytes.size())));
-    auto* block = static_cast<BYTE*>(CoTaskMemAlloc(size));
-    std::memcpy(block, bytes.data(), std::min(size, bytes.size()));
-    return block;
-}
-
-class Renderer final : public Filter<IVMRFilterConfig, IVMRWindowlessControl> {
+class Renderer final : public Filter<RendererPin, IVMRFilterConfig, IVMRWindowlessControl> {
 public:
-    Renderer() { *pin_.GetAddressOf() = new RendererPin(this); }
-    ~Renderer() override { pin_->LoseFilter(); }
-
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
         const bool refused = (id == __uuidof(IVMRWindowlessControl) && CameraFails("windowless")) ||
                              (id == __uuidof(IVMRFilterConfig) && CameraFails("config"));
@@ -63,16 +44,24 @@ public:
     HRESULT STDMETHODCALLTYPE SetVideoPosition(const LPRECT, const LPRECT) override {
         return CameraFails("position") ? E_FAIL : S_OK;
     }
+    HRESULT STDMETHODCALLTYPE SetVideoClippingWindow(HWND window) override { return window ? S_OK : E_FAIL; }
+
+    /// "block" of the settings cuts the picture's block short of what its header claims.
     HRESULT STDMETHODCALLTYPE GetCurrentImage(BYTE** image) override {
         *image = nullptr;
         const DoubleSettings settings = CameraSettings();
-        const CameraPicture picture = pin_->Last();
-        if (settings.Is("fail", "image") || picture.pixels.empty() || !windowless_)
+        CameraShot shot;
+        if (settings.Is("fail", "image") || !windowless_ || !pin_->Newest(shot))
             return E_FAIL;
         if (settings.Is("null", "image"))
             return S_OK;
         const auto bits = static_cast<unsigned>(settings.Number("image", 32));
-        *image = TaskBlock(PackPicture(picture, bits, settings.Is("topdown", "1")));
+        const auto bytes =
+            PackPicture(shot, settings.Text("pattern", "scene"), bits, settings.Is("topdown", "1"));
+        const auto size =
+            static_cast<std::size_t>(settings.Number("block", static_cast<double>(bytes.size())));
+        *image = static_cast<BYTE*>(CoTaskMemAlloc(size));
+        std::memcpy(*image, bytes.data(), std::min(size, bytes.size()));
         return S_OK;
     }
 
@@ -88,7 +77,6 @@ public:
     HRESULT STDMETHODCALLTYPE GetVideoPosition(LPRECT, LPRECT) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetAspectRatioMode(DWORD*) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetAspectRatioMode(DWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetVideoClippingWindow(HWND window) override { return window ? S_OK : E_FAIL; }
     HRESULT STDMETHODCALLTYPE RepaintVideo(HWND, HDC) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE DisplayModeChanged() override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE SetBorderColor(COLORREF) override { return E_NOTIMPL; }
@@ -97,9 +85,6 @@ public:
     HRESULT STDMETHODCALLTYPE GetColorKey(COLORREF*) override { return E_NOTIMPL; }
 
 private:
-    IPin* OnlyPin() override { return pin_.Get(); }
-
-    Microsoft::WRL::ComPtr<RendererPin> pin_;
     bool windowless_ = false;
 };
 

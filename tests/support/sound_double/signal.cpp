@@ -1,4 +1,4 @@
-// Tones, noise and a little tune.
+// A tone and a little tune.
 #include "tests/support/sound_double/signal.h"
 
 #include <algorithm>
@@ -9,6 +9,7 @@ namespace pixelforge::test {
 namespace {
 
 constexpr double kTwoPi = 6.28318530717958647692;
+constexpr double kLevel = 0.5;  ///< of full scale
 
 double Sine(double hertz, double seconds) {
     return std::sin(kTwoPi * std::fmod(hertz * seconds, 1.0));
@@ -27,8 +28,7 @@ double Music(double seconds, std::uint64_t frame) {
     constexpr int kSteps[] = {0, 7, 12, 3, 15, 10, 19, 7};
     const double beat = std::fmod(seconds, 0.5);
     const double note = std::fmod(seconds, 0.25);
-    const auto index = static_cast<std::size_t>(seconds * 4) % std::size(kSteps);
-    const double hertz = 220 * std::pow(2.0, kSteps[index] / 12.0);
+    const double hertz = 220 * std::pow(2.0, kSteps[static_cast<std::size_t>(seconds * 4) % 8] / 12.0);
     const double melody =
         (Sine(hertz, seconds) + 0.5 * Sine(2 * hertz, seconds) + 0.25 * Sine(4 * hertz, seconds)) *
         std::exp(-note * 8);
@@ -40,15 +40,9 @@ double Music(double seconds, std::uint64_t frame) {
 
 double SignalSample(const std::string& signal, double hertz, std::uint64_t frame, double rate) {
     const double seconds = static_cast<double>(frame) / rate;
-    if (signal == "sine")
-        return Sine(hertz, seconds);
-    if (signal == "square")
-        return Sine(hertz, seconds) < 0 ? -1 : 1;
-    if (signal == "noise")
-        return Noise(frame);
     if (signal == "music")
-        return Music(seconds, frame);
-    return signal == "constant" ? 1 : 0;
+        return Music(seconds, frame) * kLevel;
+    return signal == "sine" ? Sine(hertz, seconds) * kLevel : 0;
 }
 
 void WriteSample(double sample, unsigned bits, std::uint8_t* place) {

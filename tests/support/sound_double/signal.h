@@ -6,8 +6,8 @@
 
 namespace pixelforge::test {
 
-/// Sample at `frame`, full scale 1. Signals: "silence", "noise", "constant", "sine", "square" (both with
-/// `hertz`), "music" (a bass, a run of notes and a beat, for the eye).
+/// Sample at `frame`, full scale 1. Signals: "silence", "sine" of `hertz`, and "music" (a bass, a run of
+/// notes and a beat, for the eye).
 double SignalSample(const std::string& signal, double hertz, std::uint64_t frame, double rate);
 
 /// One sample as `bits` wide little-endian integer, or as float for 32 bits. Writes bits / 8 bytes.

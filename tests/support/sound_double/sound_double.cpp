@@ -1,11 +1,10 @@
-// A sound device that plays what PIXELFORGE_SOUND says, and fails where it says so. docs/doubles.md has the
-// list.
+// A sound device that plays what PIXELFORGE_SOUND says, and fails where it says so; see docs/doubles.md.
 #include <windows.h>
 
 #include <audioclient.h>
 #include <mmdeviceapi.h>
 
-#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -19,7 +18,6 @@ namespace {
 
 constexpr HRESULT kNoDevice = static_cast<HRESULT>(0x80070490);
 constexpr HRESULT kDeviceGone = static_cast<HRESULT>(0x88890004);
-constexpr double kPacketSeconds = 0.01;
 
 std::atomic<long> calls{0};  ///< of every method that a stream needs
 
@@ -38,37 +36,27 @@ HRESULT Outcome(const char* call) {
     return S_OK;
 }
 
-/// Success without an object, where "null" names the call.
-bool GivesNull(const char* call) {
-    return Settings().Is("null", call);
-}
-
 struct Format {
-    Format() {
-        const DoubleSettings settings = Settings();
-        bits = static_cast<WORD>(settings.Number("bits", 32));
-        channels = static_cast<WORD>(settings.Number("channels", 2));
-        rate = static_cast<DWORD>(settings.Number("rate", 48000));
-        frameBytes = static_cast<WORD>(settings.Number("block", bits / 8 * channels));
-    }
-    WORD bits;
-    WORD channels;
-    DWORD rate;
-    WORD frameBytes;
+    WORD bits = static_cast<WORD>(Settings().Number("bits", 32));
+    WORD channels = static_cast<WORD>(Settings().Number("channels", 2));
+    DWORD rate = static_cast<DWORD>(Settings().Number("rate", 48000));
+    WORD frameBytes = static_cast<WORD>(Settings().Number("block", bits / 8 * channels));
 };
+
+/// The result of the call with that name, which is to hand over a new object; "null" forgets the object.
+template <class Object>
+HRESULT GiveNew(const char* call, REFIID id, void** object) {
+    *object = nullptr;
+    const HRESULT result = Outcome(call);
+    return FAILED(result) || Settings().Is("null", call) ? result : Give(new Object, id, object);
+}
 
 /// Packets of 10 ms, as many as the clock has seen pass.
 class CaptureClient final : public ComObject<IAudioCaptureClient> {
 public:
-    CaptureClient() {
-        QueryPerformanceFrequency(&frequency_);
-        QueryPerformanceCounter(&start_);
-        loop_.resize(LoopPackets() * PacketFrames() * format_.frameBytes + 64);
-    }
-
     HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
         const HRESULT result = Outcome("nextpacket");
-        *frames = SUCCEEDED(result) && HasPacket() ? PacketFrames() : 0;
+        *frames = SUCCEEDED(result) && HasPacket() ? packetFrames_ : 0;
         return result;
     }
 
@@ -82,9 +70,10 @@ public:
             return result;
         if (Settings().Is("packets", "empty"))
             return AUDCLNT_S_BUFFER_EMPTY;
-        Refresh(Settings());
-        *data = GivesNull("getbuffer") ? nullptr : Packet();
-        *frames = PacketFrames();
+        *data = Settings().Is("null", "getbuffer")
+                    ? nullptr
+                    : &loop_[delivered_ % kLoopPackets * packetFrames_ * format_.frameBytes];
+        *frames = packetFrames_;
         return S_OK;
     }
 
@@ -94,48 +83,41 @@ public:
     }
 
 private:
-    UINT32 PacketFrames() const { return static_cast<UINT32>(format_.rate * kPacketSeconds); }
+    using Clock = std::chrono::steady_clock;
+
+    static constexpr double kPacketSeconds = 0.01;
+    static constexpr std::size_t kLoopPackets = 200;
 
     bool HasPacket() const {
         const DoubleSettings settings = Settings();
         if (settings.Is("packets", "endless") || settings.Is("packets", "empty"))
             return true;
-        LARGE_INTEGER now;
-        QueryPerformanceCounter(&now);
-        const double seconds =
-            static_cast<double>(now.QuadPart - start_.QuadPart) / static_cast<double>(frequency_.QuadPart);
-        return !settings.Is("packets", "never") && PacketFrames() > 0 &&
-               static_cast<double>(delivered_) < seconds / kPacketSeconds;
+        const std::chrono::duration<double> passed = Clock::now() - start_;
+        return !settings.Is("packets", "never") && packetFrames_ > 0 &&
+               static_cast<double>(delivered_) * kPacketSeconds < passed.count();
     }
 
-    /// Two seconds of sound, made anew when the settings change: every tune of the double repeats after them.
-    void Refresh(const DoubleSettings& settings) {
-        if (settings.All() == loopSettings_)
-            return;
-        loopSettings_ = settings.All();
-        const std::string signal = settings.Text("signal", "music");
-        const double hertz = settings.Number("hertz", 1000);
-        const double level = settings.Number("level", 0.5);
+    /// Two seconds of sound, after which every tune of the double repeats.
+    std::vector<BYTE> MakeLoop() const {
+        const std::string signal = Settings().Text("signal", "music");
+        const double hertz = Settings().Number("hertz", 1000);
         const std::size_t sampleBytes = format_.bits / 8;
-        for (std::size_t frame = 0; frame < LoopPackets() * PacketFrames(); ++frame) {
-            const double sample = level * SignalSample(signal, hertz, frame, format_.rate);
+        std::vector<BYTE> loop(kLoopPackets * packetFrames_ * format_.frameBytes + 64);
+        for (std::size_t frame = 0; frame < kLoopPackets * packetFrames_; ++frame) {
+            const double sample = SignalSample(signal, hertz, frame, format_.rate);
             for (std::size_t channel = 0; channel < format_.channels; ++channel) {
                 const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
-                if (place + sampleBytes <= loop_.size())
-                    WriteSample(sample, format_.bits, &loop_[place]);
+                if (place + sampleBytes <= loop.size())
+                    WriteSample(sample, format_.bits, &loop[place]);
             }
         }
+        return loop;
     }
 
-    static constexpr std::size_t LoopPackets() { return 200; }
-
-    BYTE* Packet() { return &loop_[delivered_ % LoopPackets() * PacketFrames() * format_.frameBytes]; }
-
     const Format format_;
-    LARGE_INTEGER frequency_;
-    LARGE_INTEGER start_;
-    std::vector<BYTE> loop_;
-    std::string loopSettings_;
+    const UINT32 packetFrames_ = static_cast<UINT32>(format_.rate * kPacketSeconds);
+    std::vector<BYTE> loop_ = MakeLoop();
+    const Clock::time_point start_ = Clock::now();
     std::uint64_t delivered_ = 0;
 };
 
@@ -144,7 +126,7 @@ public:
     HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
         *format = nullptr;
         const HRESULT result = Outcome("mixformat");
-        if (FAILED(result) || GivesNull("mixformat"))
+        if (FAILED(result) || Settings().Is("null", "mixformat"))
             return result;
         const Format wanted;
         auto* made = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(sizeof(WAVEFORMATEX)));
@@ -169,16 +151,8 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE GetService(REFIID id, void** service) override {
-        *service = nullptr;
-        const HRESULT result = Outcome("service");
-        if (FAILED(result) || GivesNull("service"))
-            return result;
-        auto* client = new CaptureClient;
-        const HRESULT found = client->QueryInterface(id, service);
-        client->Release();
-        return found;
+        return GiveNew<CaptureClient>("service", id, service);
     }
-
     HRESULT STDMETHODCALLTYPE Start() override { return Outcome("start"); }
     HRESULT STDMETHODCALLTYPE Stop() override { return Outcome("stop"); }
 
@@ -197,14 +171,7 @@ public:
 class Device final : public ComObject<IMMDevice> {
 public:
     HRESULT STDMETHODCALLTYPE Activate(REFIID id, DWORD, PROPVARIANT*, void** object) override {
-        *object = nullptr;
-        const HRESULT result = Outcome("activate");
-        if (FAILED(result) || GivesNull("activate"))
-            return result;
-        auto* client = new AudioClient;
-        const HRESULT found = client->QueryInterface(id, object);
-        client->Release();
-        return found;
+        return GiveNew<AudioClient>("activate", id, object);
     }
     HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD, IPropertyStore**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetId(LPWSTR*) override { return E_NOTIMPL; }
@@ -217,10 +184,9 @@ public:
     HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
                                                       IMMDevice** device) override {
         *device = nullptr;
-        const HRESULT result = flow == eRender && role == eConsole ? Outcome("endpoint") : kNoDevice;
-        if (SUCCEEDED(result) && !GivesNull("endpoint"))
-            *device = new Device;
-        return result;
+        return flow == eRender && role == eConsole
+                   ? GiveNew<Device>("endpoint", __uuidof(IMMDevice), reinterpret_cast<void**>(device))
+                   : kNoDevice;
     }
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow, DWORD, IMMDeviceCollection**) override {
         return E_NOTIMPL;
@@ -244,7 +210,7 @@ IUnknown* MakeEnumerator() {
 extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfaceId, void** object) {
     using namespace pixelforge::test;
     *object = nullptr;
-    return id == __uuidof(MMDeviceEnumerator) ? GetFactory<MakeEnumerator>(interfaceId, object)
+    return id == __uuidof(MMDeviceEnumerator) ? Give(new Factory<MakeEnumerator>, interfaceId, object)
                                               : CLASS_E_CLASSNOTAVAILABLE;
 }
 
