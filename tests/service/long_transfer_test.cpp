@@ -4,23 +4,21 @@
 #include <cstring>
 
 #include "library/http_get.h"
-#include "library/internet_session.h"
-#include "tests/service/service_text.h"
+#include "tests/service/service_support.h"
 
 namespace pixelforge::test {
 namespace {
 
-TEST(LongTransfer, ArrivesWholeWithAndWithoutALength) {
+TEST_F(ServiceTest, ALongTransferArrivesWholeWithAndWithoutALength) {
     constexpr std::size_t kBytes = 100'000'000;
-    const auto session = OpenInternetSession();
     const std::string pattern = Pattern(kBytes);
     for (const wchar_t* name : {L"100000000.bin", L"chunked-100000000.bin", L"nolength-100000000.bin"}) {
-        const HttpReply reply = HttpGetReply(session.get(), MediaUrl(name).c_str(), nullptr);
+        const HttpReply reply = HttpGetReply(session_.get(), MediaUrl(name).c_str(), nullptr);
         ASSERT_TRUE(reply.body) << testing::PrintToString(name);
         ASSERT_EQ(reply.length, kBytes);
         EXPECT_EQ(std::memcmp(reply.body.get(), pattern.data(), kBytes), 0);
     }
-    EXPECT_FALSE(HttpGetReply(session.get(), MediaUrl(L"cut-100000000.bin").c_str(), nullptr).body);
+    EXPECT_FALSE(HttpGetReply(session_.get(), MediaUrl(L"cut-100000000.bin").c_str(), nullptr).body);
 }
 
 }  // namespace
