@@ -24,11 +24,17 @@ void FetchAll(InternetSession* session, std::size_t rounds) {
     }
 }
 
-TEST_F(ServiceTest, ManyFetchesLeaveNoHandleOpen) {
+/// The number of rounds is part of the name: the short and the long program have both this test.
+class ManyFetches : public ServiceTest, public testing::WithParamInterface<std::size_t> {};
+
+INSTANTIATE_TEST_SUITE_P(Service, ManyFetches, testing::Values(PIXELFORGE_FETCHES),
+                         testing::PrintToStringParamName());
+
+TEST_P(ManyFetches, LeaveNoHandleOpen) {
     constexpr std::size_t kPlanted = 50;
     FetchAll(session_.get(), 20);
     const std::size_t before = OpenHandles();
-    FetchAll(session_.get(), PIXELFORGE_FETCHES);
+    FetchAll(session_.get(), GetParam());
     const std::size_t after = OpenHandles();
     // Connections that are kept for the next request come and go.
     EXPECT_LE(after, before + 10);
