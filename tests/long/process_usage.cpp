@@ -4,7 +4,6 @@
 #include <GL/gl.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <vector>
 
 #include "base/win_handles.h"
@@ -28,33 +27,26 @@ std::int64_t CountGdiObjects() {
 }
 
 /// Names are handed out from 1 on without gaps, and given back ones again.
-template <class IsName>
-std::int64_t CountNames(IsName isName) {
-    constexpr GLuint kHighestLookedAt = 20000;
-    std::int64_t count = 0;
-    for (GLuint name = 1; name <= kHighestLookedAt; ++name) {
-        count += isName(name) ? 1 : 0;
-    }
-    return count;
-}
-
 std::int64_t CountGlNames() {
-    using IsNameFunction = GLboolean(APIENTRY*)(GLuint);
-    std::int64_t count = CountNames(glIsTexture);
+    constexpr GLuint kHighestLookedAt = 20000;
+    using IsName = GLboolean(APIENTRY*)(GLuint);
+    std::vector<IsName> kinds = {glIsTexture};
     for (const char* entry :
          {"glIsFramebuffer", "glIsBuffer", "glIsVertexArray", "glIsProgram", "glIsShader", "glIsSampler"}) {
-        const auto address = reinterpret_cast<void (*)()>(wglGetProcAddress(entry));
-        count += CountNames(reinterpret_cast<IsNameFunction>(address));
+        kinds.push_back(reinterpret_cast<IsName>(reinterpret_cast<void (*)()>(wglGetProcAddress(entry))));
+    }
+    std::int64_t count = 0;
+    for (const IsName isName : kinds) {
+        for (GLuint name = 1; name <= kHighestLookedAt; ++name) {
+            count += isName(name) ? 1 : 0;
+        }
     }
     return count;
 }
 
 std::int64_t CountGlNamesOf(HWND window, HGLRC context) {
     const WindowDc dc(window);
-    std::int64_t count = -1;
-    if (wglMakeCurrent(dc.Get(), context)) {
-        count = CountGlNames();
-    }
+    const std::int64_t count = wglMakeCurrent(dc.Get(), context) ? CountGlNames() : -1;
     wglMakeCurrent(nullptr, nullptr);
     return count;
 }
@@ -65,14 +57,6 @@ ProcessUsage MeasureUsage(HWND window, HGLRC context) {
     GdiFlush();
     return {static_cast<std::int64_t>(WorkingSetBytes() / 1024), static_cast<std::int64_t>(OpenHandles()),
             CountGdiObjects(), context ? CountGlNamesOf(window, context) : 0};
-}
-
-std::string Describe(const ProcessUsage& usage) {
-    char text[128];
-    std::snprintf(text, sizeof(text), "%lld KB, %lld handles, %lld GDI objects, %lld GL names",
-                  static_cast<long long>(usage.kilobytes), static_cast<long long>(usage.handles),
-                  static_cast<long long>(usage.gdiObjects), static_cast<long long>(usage.glNames));
-    return text;
 }
 
 }  // namespace pixelforge::test

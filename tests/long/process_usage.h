@@ -3,21 +3,20 @@
 
 #include <windows.h>
 
+#include <array>
 #include <cstdint>
-#include <string>
 
 namespace pixelforge::test {
 
-struct ProcessUsage {
-    std::int64_t kilobytes = 0;  ///< resident memory
-    std::int64_t handles = 0;    ///< kernel objects
-    std::int64_t gdiObjects = 0;
-    std::int64_t glNames = 0;  ///< of all kinds, in a GL context; 0 without one
-};
+/// The memory is what is resident, the handles are those of kernel objects, the names are those of all kinds
+/// in one GL context, or 0 without one.
+enum Resource { kKilobytes, kHandles, kGdiObjects, kGlNames };
+inline constexpr const char* kResourceNames[] = {"KB", "handles", "GDI objects", "GL names"};
+
+/// Indexed by `Resource`.
+using ProcessUsage = std::array<std::int64_t, 4>;
 
 /// `context` may be null; it is current only during the call, on `window`.
 ProcessUsage MeasureUsage(HWND window = nullptr, HGLRC context = nullptr);
-
-std::string Describe(const ProcessUsage& usage);
 
 }  // namespace pixelforge::test
