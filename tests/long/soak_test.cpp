@@ -9,6 +9,8 @@
 #include <uuids.h>
 #include <wrl/client.h>
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -23,11 +25,65 @@
 #include "module/module_instance.h"
 #include "render/gl_renderer.h"
 #include "tests/end_to_end/module_run.h"
-#include "tests/long/process_usage.h"
 #include "tests/support/process_census.h"
 
 namespace pixelforge::test {
 namespace {
+
+/// The memory is what is resident, the handles are those of kernel objects, the names are those of all kinds
+/// in one GL context, or 0 without one.
+enum Resource { kKilobytes, kHandles, kGdiObjects, kGlNames };
+constexpr const char* kResourceNames[] = {"KB", "handles", "GDI objects", "GL names"};
+
+/// Indexed by `Resource`.
+using ProcessUsage = std::array<std::int64_t, 4>;
+
+/// A handle's low word is its slot. So many new objects fill every free slot, and the highest slot then tells
+/// how many others there are.
+std::int64_t CountGdiObjects() {
+    constexpr std::int64_t kMoreThanFree = 4000;
+    std::vector<UniqueBrush> brushes;
+    std::int64_t highest = 0;
+    for (std::int64_t i = 0; i < kMoreThanFree; ++i) {
+        brushes.emplace_back(CreateSolidBrush(RGB(1, 2, 3)));
+        const auto handle = reinterpret_cast<std::uintptr_t>(brushes.back().Get());
+        highest = std::max(highest, static_cast<std::int64_t>(handle & 0xFFFF));
+    }
+    return highest - kMoreThanFree;
+}
+
+/// Names are handed out from 1 on without gaps, and given back ones again.
+std::int64_t CountGlNames() {
+    constexpr GLuint kHighestLookedAt = 20000;
+    using IsName = GLboolean(APIENTRY*)(GLuint);
+    std::vector<IsName> kinds = {glIsTexture};
+    for (const char* entry :
+         {"glIsFramebuffer", "glIsBuffer", "glIsVertexArray", "glIsProgram", "glIsShader", "glIsSampler"}) {
+        kinds.push_back(reinterpret_cast<IsName>(reinterpret_cast<void (*)()>(wglGetProcAddress(entry))));
+    }
+    std::int64_t count = 0;
+    for (const IsName isName : kinds) {
+        for (GLuint name = 1; name <= kHighestLookedAt; ++name) {
+            count += isName(name) ? 1 : 0;
+        }
+    }
+    return count;
+}
+
+std::int64_t CountGlNamesOf(HWND window, HGLRC context) {
+    const WindowDc dc(window);
+    const std::int64_t count = wglMakeCurrent(dc.Get(), context) ? CountGlNames() : -1;
+    wglMakeCurrent(nullptr, nullptr);
+    return count;
+}
+
+/// Measured in ways that also work where the system's own counters always say 0. `context` may be null; it is
+/// current only during the call, on `window`.
+ProcessUsage MeasureUsage(HWND window = nullptr, HGLRC context = nullptr) {
+    GdiFlush();
+    return {static_cast<std::int64_t>(WorkingSetBytes() / 1024), static_cast<std::int64_t>(OpenHandles()),
+            CountGdiObjects(), context ? CountGlNamesOf(window, context) : 0};
+}
 
 /// Flat targets that are read, mipmaps and the keyboard.
 std::string Document() {

@@ -26,7 +26,7 @@ using DiskFaultTest = ServiceTest;
 
 TEST_F(DiskFaultTest, AFullDiskKeepsWhatFitsAndNothingHalf) {
     const char* limit = std::getenv("PIXELFORGE_FILE_LIMIT");
-    ASSERT_TRUE(limit) << "this test runs by way of with_service --full-disk";
+    ASSERT_TRUE(limit) << "this test runs by way of with_service";
     const std::size_t fits = std::stoul(limit);
     EXPECT_TRUE(Fetch(MediaUrl(std::to_wstring(fits) + L".bin")));
     EXPECT_FALSE(Fetch(MediaUrl(std::to_wstring(fits + 1) + L".bin")));
