@@ -28,61 +28,39 @@ std::wstring EncodedBitByBit(const std::wstring& text) {
     return symbols;
 }
 
-std::wstring RandomText(std::mt19937& random, std::size_t length, std::wstring_view alphabet) {
-    std::wstring text;
-    while (text.size() < length) {
-        text += alphabet[random() % alphabet.size()];
-    }
-    return text;
-}
-
 TEST(EncodeQueryName, EqualsTheBitByBitEncodingUpTo160Characters) {
+    constexpr std::wstring_view kUnits = L"ab?=&%\u00E9\u4E2D\uFFFF\u0101";
     std::mt19937 random(5);
     wchar_t name[kPathUnits];
-    for (std::size_t length = 0; length <= 160; ++length) {
-        const std::wstring text = RandomText(random, length, L"ab?=&%\u00E9\u4E2D\uFFFF\u0101");
+    for (std::wstring text; text.size() <= 160; text += kUnits[random() % kUnits.size()]) {
         ASSERT_TRUE(EncodeQueryName(text.c_str(), name));
         EXPECT_EQ(name, EncodedBitByBit(text));
     }
     EXPECT_FALSE(EncodeQueryName(std::wstring(161, L'a').c_str(), name));
 }
 
-TEST(CachedNameForShaderId, KeepsCapitalsAsAMask) {
-    wchar_t name[kPathUnits];
-    const std::pair<std::wstring, std::wstring> cases[] = {
-        {L"XyzABc", L"xyzabc_19"},
-        {L"09_-zZ", L"09_-zz_20"},
-        {std::wstring(20, L'Q'), std::wstring(20, L'q') + L"_FFFFF"},
-    };
-    for (const auto& [id, expected] : cases) {
-        ASSERT_TRUE(CachedNameForShaderId(id.c_str(), name));
-        EXPECT_EQ(name, expected);
-    }
-    EXPECT_FALSE(CachedNameForShaderId(L"", name));
-    EXPECT_FALSE(CachedNameForShaderId(std::wstring(21, L'a').c_str(), name));
-}
-
 TEST(ClassifyUrl, LooksForSearchesThenMediaThenDocuments) {
-    struct Case {
-        const wchar_t* url;
-        const wchar_t* name;  ///< null: refused
+    const std::wstring documents = L"https://x/api/v1/shaders/";
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {documents + L"XyzABc?key=k", L"Shaders\\xyzabc_19.json"},
+        {documents + L"09_-zz", L"Shaders\\09_-zz_0.json"},
+        {documents + std::wstring(20, L'Q'), L"Shaders\\" + std::wstring(20, L'q') + L"_FFFFF.json"},
+        {documents + std::wstring(21, L'a'), L""},
+        {documents + L"?key=k", L""},
+        {documents + L"..%2F?key=k", L"Shaders\\..%2f_10.json"},
+        {documents + L"query/f", L"Searches\\MYAAAAAA.json"},
+        {documents + L"query/media/a/", L"Searches\\NVSWI2LBF5QS6AAA.json"},
+        {documents + L"query/" + std::wstring(161, L'q'), L""},
+        {L"https://x/media/a/b.jpg", L"Assets\\b.jpg"},
+        {L"https://x/media/a/b?key=1", L""},
+        {L"https://x/media/a/api/v1/shaders/q", L""},
+        {L"https://x/", L""},
     };
-    for (const Case& each : {
-             Case{L"https://x/api/v1/shaders/AbC?key=k", L"Shaders\\abc_5.json"},
-             {L"https://x/api/v1/shaders/abc", L"Shaders\\abc_0.json"},
-             {L"https://x/media/a/b.jpg", L"Assets\\b.jpg"},
-             {L"https://x/media/a/b?key=1", nullptr},
-             {L"https://x/api/v1/shaders/query/f", L"Searches\\MYAAAAAA.json"},
-             {L"https://x/api/v1/shaders/query/media/a/", L"Searches\\NVSWI2LBF5QS6AAA.json"},
-             {L"https://x/media/a/api/v1/shaders/q", nullptr},
-             {L"https://x/api/v1/shaders/?key=k", nullptr},
-             {L"https://x/api/v1/shaders/..%2F?key=k", L"Shaders\\..%2f_10.json"},
-             {L"https://x/", nullptr},
-         }) {
+    for (const auto& [url, name] : cases) {
         CacheEntry entry;
-        EXPECT_EQ(ClassifyUrl(each.url, entry), each.name != nullptr) << testing::PrintToString(each.url);
-        if (each.name) {
-            EXPECT_EQ(std::wstring(entry.name), each.name);
+        EXPECT_EQ(ClassifyUrl(url.c_str(), entry), !name.empty()) << testing::PrintToString(url);
+        if (!name.empty()) {
+            EXPECT_EQ(entry.name, name);
         }
     }
 }

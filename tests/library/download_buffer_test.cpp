@@ -4,53 +4,37 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <string>
 
 namespace pixelforge {
 namespace {
 
-/// Writes `size` bytes in pieces of at most `piece` bytes.
-bool Fill(DownloadBuffer& buffer, std::size_t size, std::size_t piece) {
-    for (std::size_t done = 0; done < size;) {
-        const auto room = buffer.Room();
-        const std::size_t count = std::min({room.size(), piece, size - done});
-        for (std::size_t i = 0; i < count; ++i) {
-            room[i] = static_cast<std::uint8_t>((done + i) % 253 + 1);
-        }
-        done += count;
-        if (!buffer.Add(count)) {
-            return false;
-        }
-    }
-    return true;
-}
-
-struct Growth {
-    std::uint32_t announced;
-    std::size_t sent;
-    std::uint64_t capacity;
-};
-
 TEST(DownloadBuffer, StartsAtTheAnnouncedLengthAndDoublesWhenFull) {
-    for (const Growth& growth : {
-             Growth{0, 0, 4096},
-             {0, 4096, 8192},
-             {0, 100000, 131072},
-             {100, 100, 100},
-             {100, 200, 400},
-         }) {
+    const struct {
+        std::uint32_t announced;
+        std::size_t sent;
+        std::uint64_t capacity;
+    } cases[] = {{0, 0, 4096}, {0, 4096, 8192}, {0, 100000, 131072}, {100, 100, 100}, {100, 200, 400}};
+    for (const auto& [announced, sent, capacity] : cases) {
         for (const std::size_t piece : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
+            std::string bytes;
             DownloadBuffer buffer;
             EXPECT_FALSE(buffer.Start((1u << 30) + 1));
-            ASSERT_TRUE(buffer.Start(growth.announced));
-            ASSERT_TRUE(Fill(buffer, growth.sent, piece));
-            EXPECT_EQ(buffer.Capacity(), growth.capacity) << growth.announced << " " << growth.sent;
-            ASSERT_FALSE(buffer.Room().empty());
-            ASSERT_EQ(buffer.Count(), growth.sent);
-            const HeapBytes bytes = buffer.Take();
-            for (std::size_t i = 0; i < growth.sent; ++i) {
-                ASSERT_EQ(bytes[i], i % 253 + 1);
+            ASSERT_TRUE(buffer.Start(announced));
+            while (bytes.size() < sent) {
+                const auto part =
+                    buffer.Room().first(std::min({buffer.Room().size(), piece, sent - bytes.size()}));
+                std::ranges::generate(part, [&] {
+                    bytes += static_cast<char>(bytes.size() % 253 + 1);
+                    return static_cast<std::uint8_t>(bytes.back());
+                });
+                ASSERT_TRUE(buffer.Add(part.size()));
             }
-            EXPECT_EQ(bytes[growth.sent], 0);
+            EXPECT_EQ(buffer.Capacity(), capacity) << announced << " " << sent;
+            ASSERT_FALSE(buffer.Room().empty());
+            ASSERT_EQ(buffer.Count(), sent);
+            // The byte behind the last one ends it.
+            EXPECT_EQ(reinterpret_cast<const char*>(buffer.Take().get()), bytes);
         }
     }
 }

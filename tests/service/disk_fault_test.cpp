@@ -2,20 +2,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <process.h>
 #include <windows.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <thread>
 
 #include "base/win_handles.h"
-#include "library/internet_session.h"
 #include "library/service_client.h"
 #include "library/shader_cache.h"
-#include "tests/service/fill_cache.h"
-#include "tests/service/request_log.h"
-#include "tests/service/service_text.h"
-#include "tests/service/temp_cache.h"
+#include "tests/service/service_support.h"
 
 namespace pixelforge::test {
 namespace {
@@ -24,105 +22,102 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-class DiskFaultTest : public testing::Test {
-protected:
-    bool Fetch(const std::wstring& url) {
-        std::uint32_t length = 0;
-        std::string reason;
-        return FetchWithCache(session_.get(), url.c_str(), &length, reason) != nullptr;
-    }
-
-    TempCache cache_;
-    HeapRecord<InternetSession> session_ = OpenInternetSession();
-};
+using DiskFaultTest = ServiceTest;
 
 TEST_F(DiskFaultTest, AFullDiskKeepsWhatFitsAndNothingHalf) {
     const char* limit = std::getenv("PIXELFORGE_FILE_LIMIT");
-    ASSERT_TRUE(limit) << "this test runs by way of with_service --full-disk";
+    ASSERT_TRUE(limit) << "this test runs by way of with_service";
     const std::size_t fits = std::stoul(limit);
     EXPECT_TRUE(Fetch(MediaUrl(std::to_wstring(fits) + L".bin")));
     EXPECT_FALSE(Fetch(MediaUrl(std::to_wstring(fits + 1) + L".bin")));
     EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
-    EXPECT_THAT(cache_.Files(), ElementsAre("Assets/10.bin", "Assets/" + std::to_string(fits) + ".bin"));
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin", "Assets/" + std::to_string(fits) + ".bin"));
 }
 
-/// A file system in which nobody can make a file or a folder.
-constexpr wchar_t kFixedFolder[] = L"Z:\\sys\\kernel";
-
 TEST_F(DiskFaultTest, ADiskThatCannotBeWrittenFailsTheFetch) {
-    ASSERT_TRUE(std::filesystem::is_directory(kFixedFolder));
-    EXPECT_TRUE(CreateCacheFolders(kFixedFolder, (kFixedFolder + std::wstring(L"\\cache")).c_str()));
+    // A file system in which nobody can make a file or a folder.
+    const std::wstring fixed = L"Z:\\sys\\kernel";
+    ASSERT_TRUE(std::filesystem::is_directory(fixed));
+    EXPECT_TRUE(CreateCacheFolders(fixed.c_str(), (fixed + L"\\cache").c_str()));
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
     const std::uint8_t byte = 1;
-    EXPECT_FALSE(StoreResponse((kFixedFolder + std::wstring(L"\\x.bin")).c_str(), {&byte, 1}));
+    EXPECT_FALSE(StoreResponse((fixed + L"\\x.bin").c_str(), {&byte, 1}));
 }
 
 TEST_F(DiskFaultTest, AFolderThatVanishesIsMadeAgain) {
-    EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
-    std::filesystem::remove_all(cache_.Root() / "Assets");
-    EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
-    EXPECT_THAT(cache_.Files(), ElementsAre("Assets/10.bin"));
-    std::filesystem::remove_all(cache_.Root());
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
+        EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
+        std::filesystem::remove_all(root_ / "Assets");
+    }
+    std::filesystem::remove_all(root_);
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "only one level is made";
-    CreateCacheFolders(nullptr, cache_.Root().c_str());
-    EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
 }
 
-TEST_F(DiskFaultTest, AFileInTheFoldersPlaceFailsTheFetch) {
-    std::filesystem::remove_all(cache_.Root() / "Assets");
-    cache_.Write("Assets", "a file");
+TEST_F(DiskFaultTest, SomethingElseInTheFilesPlaceFailsTheFetch) {
+    std::filesystem::create_directory(root_ / "Assets" / "10.bin");
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
-    EXPECT_THAT(cache_.Files(), ElementsAre("Assets"));
+    EXPECT_THAT(CachedFiles(), IsEmpty());
+    std::filesystem::remove_all(root_ / "Assets");
+    WriteCached("Assets", "a file");
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets"));
     EXPECT_TRUE(Fetch(ShaderUrl(L"red1")));
 }
 
-TEST_F(DiskFaultTest, AFolderInTheFilesPlaceFailsTheFetch) {
-    std::filesystem::create_directory(cache_.Root() / "Assets" / "10.bin");
-    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
-    EXPECT_THAT(cache_.Files(), IsEmpty());
-}
-
 TEST_F(DiskFaultTest, ACachedFileThatCannotBeOpenedFailsWithoutARequest) {
-    cache_.Write("Assets/10.bin", "0123456789");
+    WriteCached("Assets/10.bin", "0123456789");
     const UniqueKernelHandle held =
-        AdoptFileHandle(CreateFileW((cache_.Root() / "Assets" / "10.bin").c_str(), GENERIC_READ, 0, nullptr,
+        AdoptFileHandle(CreateFileW((root_ / "Assets" / "10.bin").c_str(), GENERIC_READ, 0, nullptr,
                                     OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     ASSERT_TRUE(held);
-    const RequestLog log;
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
-    EXPECT_THAT(log.Requests(), IsEmpty());
+    EXPECT_THAT(Requests(), IsEmpty());
 }
 
-/// The program "cache_filler" beside this one.
-UniqueKernelHandle StartFiller() {
-    wchar_t own[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, own, MAX_PATH);
-    const std::filesystem::path program = std::filesystem::path(own).parent_path() / "cache_filler.exe";
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    if (!CreateProcessW(program.c_str(), nullptr, nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                        &process)) {
-        return {};
+constexpr int kSharedFiles = 40;
+
+/// Fetches the same files wherever it runs, so that several fill one cache at once.
+void FillCache() {
+    const auto session = OpenInternetSession();
+    for (int i = 0; i < kSharedFiles; ++i) {
+        const std::wstring url = MediaUrl(std::to_wstring(20000 + i) + L".bin");
+        std::uint32_t length = 0;
+        std::string reason;
+        const HeapBytes body = FetchWithCache(session.get(), url.c_str(), &length, reason);
+        ASSERT_TRUE(body) << reason;
+        ASSERT_EQ(std::string(reinterpret_cast<const char*>(body.get()), length), Pattern(length));
     }
-    CloseHandle(process.hThread);
-    return UniqueKernelHandle(process.hProcess);
+}
+
+/// This program once more, for this test alone.
+std::intptr_t StartSecondProcess() {
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+    const std::string name = std::string("--gtest_filter=") + test.test_suite_name() + "." + test.name();
+    return _wspawnl(_P_NOWAIT, program, L"test", std::wstring(name.begin(), name.end()).c_str(), nullptr);
 }
 
 TEST_F(DiskFaultTest, TwoProcessesAndThreadsFillOneCacheWithWholeFiles) {
-    SetEnvironmentVariableW(L"PIXELFORGE_SHARED_CACHE", cache_.Root().c_str());
-    const UniqueKernelHandle other = StartFiller();
-    ASSERT_TRUE(other);
-    std::thread second([] { EXPECT_TRUE(FillCache()); });
-    EXPECT_TRUE(FillCache());
+    if (const wchar_t* shared = _wgetenv(L"PIXELFORGE_SHARED_CACHE")) {
+        // The second process: its summary must not be taken for ours.
+        ASSERT_TRUE(std::freopen("NUL", "w", stdout));
+        CreateCacheFolders(nullptr, shared);
+        return FillCache();
+    }
+    SetEnvironmentVariableW(L"PIXELFORGE_SHARED_CACHE", root_.c_str());
+    const std::intptr_t other = StartSecondProcess();
+    ASSERT_NE(other, -1);
+    std::thread second(FillCache);
+    FillCache();
     second.join();
-    ASSERT_EQ(WaitForSingleObject(other.Get(), 60000), WAIT_OBJECT_0);
-    DWORD status = 1;
-    GetExitCodeProcess(other.Get(), &status);
-    EXPECT_EQ(status, 0u);
-    EXPECT_THAT(cache_.Files(), SizeIs(kSharedFiles));
-    for (const std::string& file : cache_.Files()) {
-        EXPECT_EQ(cache_.Read(file), Pattern(std::stoul(file.substr(file.find('/') + 1)))) << file;
+    int status = -1;
+    _cwait(&status, other, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_THAT(CachedFiles(), SizeIs(kSharedFiles));
+    for (const std::string& file : CachedFiles()) {
+        EXPECT_EQ(ReadCached(file), Pattern(std::stoul(file.substr(file.find('/') + 1)))) << file;
     }
 }
 

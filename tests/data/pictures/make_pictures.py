@@ -38,15 +38,11 @@ def wide(values):
 # Name: PNG colour type, bits a sample, function of x and y that gives a pixel's bytes or small value.
 PNG_KINDS = {
     "grey1": (0, 1, lambda x, y: index(x, y) & 1),
-    "grey2": (0, 2, lambda x, y: index(x, y) & 3),
-    "grey4": (0, 4, index),
     "grey8": (0, 8, lambda x, y: bytes([grey(x, y)])),
     "grey16": (0, 16, lambda x, y: wide([grey(x, y)])),
     "rgb8": (2, 8, lambda x, y: bytes(colour(x, y))),
     "rgb16": (2, 16, lambda x, y: wide(colour(x, y))),
-    "palette1": (3, 1, lambda x, y: index(x, y) & 1),
     "palette8": (3, 8, lambda x, y: bytes([index(x, y)])),
-    "grey_alpha8": (4, 8, lambda x, y: bytes([grey(x, y), alpha(x, y)])),
     "rgba8": (6, 8, lambda x, y: bytes([*colour(x, y), alpha(x, y)])),
     "rgba16": (6, 16, lambda x, y: wide([*colour(x, y), alpha(x, y)])),
 }
@@ -78,7 +74,7 @@ def png(kind, width, height, interlaced=False):
     header = struct.pack(">IIBBBBB", width, height, bits, colour_type, 0, 0, int(interlaced))
     data = b"\x89PNG\r\n\x1a\n" + png_chunk(b"IHDR", header)
     if colour_type == 3:
-        data += png_chunk(b"PLTE", bytes(value for i in range(2 if bits == 1 else 16) for value in (i, 99, 5 * i)))
+        data += png_chunk(b"PLTE", bytes(value for i in range(16) for value in (i, 99, 5 * i)))
     return data + png_chunk(b"IDAT", zlib.compress(rows, 9)) + png_chunk(b"IEND", b"")
 
 
@@ -86,12 +82,12 @@ def bmp(bits, width, height):
     """Rows from below, each padded to 4 bytes."""
     rows = b""
     for y in reversed(range(height)):
-        if bits >= 24:
-            row = b"".join(bytes([*colour(x, y)[::-1], 0][: bits // 8]) for x in range(width))
+        if bits == 24:
+            row = b"".join(bytes(colour(x, y)[::-1]) for x in range(width))
         elif bits == 8:
             row = bytes(index(x, y) for x in range(width))
         else:
-            row = png_row([index(x, y) & (2**bits - 1) for x in range(width)], bits)[1:]
+            row = png_row([index(x, y) for x in range(width)], bits)[1:]
         rows += row + b"\0" * (-len(row) % 4)
     palette = b"".join(bytes([i, i, 77, 0]) for i in range(2**bits)) if bits <= 8 else b""
     start = 54 + len(palette)
@@ -116,29 +112,6 @@ def gif(width, height):
     return b"GIF89a" + screen + palette + picture + bytes([4, len(data)]) + data + b"\0;"
 
 
-def tiff(samples, width, height):
-    """One strip, uncompressed, little-endian; the samples' depths stand behind the directory."""
-    pixel = (lambda x, y: bytes([grey(x, y)])) if samples == 1 else (lambda x, y: bytes(colour(x, y)))
-    data = b"".join(pixel(x, y) for y in range(height) for x in range(width))
-    count = 10
-    depths = 8 + 2 + count * 12 + 4
-    start = depths + 2 * samples
-    entries = [
-        (256, 4, 1, width),
-        (257, 4, 1, height),
-        (258, 3, samples, 8 if samples == 1 else depths),
-        (259, 3, 1, 1),
-        (262, 3, 1, 1 if samples == 1 else 2),
-        (273, 4, 1, start),
-        (277, 3, 1, samples),
-        (278, 4, 1, height),
-        (279, 4, 1, len(data)),
-        (284, 3, 1, 1),
-    ]
-    directory = struct.pack("<H", count) + b"".join(struct.pack("<HHII", *entry) for entry in entries)
-    return b"II*\0" + struct.pack("<I", 8) + directory + b"\0\0\0\0" + b"\x08\x00" * samples + data
-
-
 def blocks(x, y):
     """Two flat blocks, which survive the compression."""
     return (200, 100, 40) if x < 8 else (30, 60, 220)
@@ -149,13 +122,7 @@ def make_jpegs():
     source = b"P6 %d %d 255\n" % (width, height)
     source += bytes(value for y in range(height) for x in range(width) for value in blocks(x, y))
     common = ["convert", "ppm:-", "-strip", "-quality", "100", "-sampling-factor", "4:4:4"]
-    for name, options in {
-        "colour.jpg": [],
-        "progressive.jpg": ["-interlace", "JPEG"],
-        "grey.jpg": ["-colorspace", "Gray"],
-        "cmyk.jpg": ["-colorspace", "CMYK"],
-        "odd.jpg": ["-crop", "7x5+0+0", "+repage"],
-    }.items():
+    for name, options in (("progressive.jpg", ["-interlace", "JPEG"]), ("cmyk.jpg", ["-colorspace", "CMYK"])):
         subprocess.run([*common, *options, f"jpeg:{FOLDER / name}"], input=source, check=True)
 
 
@@ -164,11 +131,9 @@ def main():
     files["interlaced.png"] = png("rgba8", 4, 3, interlaced=True)
     files["sheared_rgb8.png"] = png("rgb8", 3, 3)
     files["sheared_grey8.png"] = png("grey8", 5, 3)
-    files.update({f"colour{bits}.bmp": bmp(bits, 4, 3) for bits in (24, 32)})
-    files.update({f"palette{bits}.bmp": bmp(bits, 4, 3) for bits in (1, 4, 8)})
+    files["colour24.bmp"] = bmp(24, 4, 3)
+    files.update({f"palette{bits}.bmp": bmp(bits, 4, 3) for bits in (4, 8)})
     files["palette.gif"] = gif(4, 3)
-    files["grey.tif"] = tiff(1, 4, 3)
-    files["colour.tif"] = tiff(3, 4, 3)
     for name, data in files.items():
         (FOLDER / name).write_bytes(data)
     if shutil.which("convert"):

@@ -1,14 +1,12 @@
-"""The web service for tests: documents, searches and media over HTTPS, and misbehaviour on request.
+"""service.py HOST ADDRESS CERTIFICATES LOG READY: documents, searches and media over HTTPS, and misbehaviour.
 
 A name or identifier tells what to serve and how. "red", "green" and "blue" begin identifiers of documents
 that show that colour; a media file "4096.bin" has so many bytes of a fixed pattern. A word in front tells the
-manner: "cut-red", "gzip-4096.bin" (see MANNERS); "once-" before it limits that to the first request for the
-name. The host name chooses the certificate: "untrusted." and "wrongname." in front of the service's own get a
-bad one. Every request is appended to the log before it is answered, one JSON object a line. The service ends with its
-standard input.
+manner: "cut-red", "gzip-4096.bin" (see MANNERS). The host name chooses the certificate: "untrusted." and "wrongname."
+in front of the service's own get a bad one. Every request is appended to the log before it is answered, one line of
+host, path and headers. The file READY is made once the service listens. It ends with its standard input.
 """
 
-import argparse
 import gzip
 import http.server
 import json
@@ -38,8 +36,9 @@ def document(identifier):
         "usePreview": 0, "tags": ["test"], "hasliked": 0,
     }
     image = {"inputs": [], "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
-    text = json.dumps({"Shader": {"ver": "0.1", "info": info, "renderpass": [image]}})
-    return text.encode()
+    shader = {"ver": "0.1", "info": info, "renderpass": [image]}
+    # The line end behind the last brace is no part of the document, but of what must be kept.
+    return json.dumps({"Shader": shader}).encode() + b"\n"
 
 
 def pattern(size):
@@ -63,7 +62,8 @@ class Reply(http.server.BaseHTTPRequestHandler):
         pass
 
     def do_GET(self):
-        self.server.record({"host": self.headers.get("Host"), "path": self.path, "headers": self.headers.items()})
+        headers = [f"{name}: {value}" for name, value in self.headers.items()]
+        self.server.record("\t".join([f"{self.headers['Host']} {self.path}", *headers]) + "\t\n")
         manner, name, body = self.find()
         if body is None:
             self.send_whole(404, b"<html>No such thing here</html>")
@@ -76,103 +76,68 @@ class Reply(http.server.BaseHTTPRequestHandler):
         for prefix, find_body in (("/api/v1/shaders/query/", lambda text: b'{"Shaders":0,"Results":[]}'),
                                   ("/api/v1/shaders/", document), ("/media/a/", media)):
             if parts.path.startswith(prefix):
-                manner, name = self.split(urllib.parse.unquote(parts.path[len(prefix):]))
+                text = urllib.parse.unquote(parts.path[len(prefix):])
+                manner, _, name = text.partition("-")
+                if manner not in MANNERS:
+                    manner, name = "good", text
                 allowed = prefix == "/media/a/" or urllib.parse.parse_qs(parts.query).get("key") == [KEY]
                 return manner, prefix + name, find_body(name) if allowed else None
         return "", parts.path, None
 
-    def split(self, text):
-        first = self.server.is_first(text)
-        once = text.startswith("once-")
-        manner, dash, name = text.removeprefix("once-").partition("-")
-        if not dash or manner not in MANNERS:
-            return "", text
-        return ("" if once and not first else manner), name
-
-    def begin(self, status, **headers):
+    def begin(self, status, headers):
         self.send_response(status)
         for key, value in headers.items():
-            self.send_header(key.replace("_", "-"), value)
+            self.send_header(key, value)
         self.end_headers()
 
-    def send_whole(self, status, body, **headers):
-        self.begin(status, Content_Length=str(len(body)), **headers)
+    def send_whole(self, status, body, headers={}):
+        self.begin(status, {"Content-Length": len(body), **headers})
         self.wfile.write(body)
 
-    def hang_up(self):
-        self.close_connection = True
+    def send_part(self, part, headers, pause=0, hang_up=True):
+        """Ends by hanging up, whatever the headers promised, unless told that all has been sent."""
+        self.begin(200, headers)
+        self.wfile.write(part)
+        self.wfile.flush()
+        time.sleep(pause)
+        self.close_connection = hang_up
 
-    def good(self, body, _):
-        self.send_whole(200, body)
-
-    def chunked(self, body, _, end=b"0\r\n\r\n"):
-        self.begin(200, Transfer_Encoding="chunked")
-        for start in range(0, len(body), 1000):
-            part = body[start:start + 1000]
-            self.wfile.write(f"{len(part):x}\r\n".encode() + part + b"\r\n")
-        self.wfile.write(end)
-
-    def chunkcut(self, body, name):
-        self.chunked(body[:len(body) // 2], name, b"400\r\nnot a whole chunk")
-        self.hang_up()
-
-    def nolength(self, body, _):
-        self.begin(200, Connection="close")
-        self.wfile.write(body)
-        self.hang_up()
-
-    def empty(self, _, __):
-        self.send_whole(200, b"")
-
-    def gzip(self, body, _):
-        self.send_whole(200, gzip.compress(body), Content_Encoding="gzip")
-
-    def gzipcut(self, body, _):
-        packed = gzip.compress(body)
-        self.begin(200, Content_Length=str(len(packed)), Content_Encoding="gzip")
-        self.wfile.write(packed[:len(packed) // 2])
-        self.hang_up()
-
-    def missing(self, body, _):
-        self.send_whole(404, body)
-
-    def broken(self, body, _):
-        self.send_whole(500, body)
+    def send_half(self, body, headers={}, pause=0):
+        self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, pause)
 
     def redirect(self, _, name):
-        self.send_whole(302, b"", Location=f"https://elsewhere.{self.server.host}{name}?key={KEY}")
-
-    def error(self, _, __):
-        self.send_whole(200, b'{"Error":"Shader not found"}')
-
-    def garbage(self, body, _):
-        self.send_whole(200, b"<html>" + body)
-
-    def cut(self, body, _):
-        self.begin(200, Content_Length=str(len(body)))
-        self.wfile.write(body[:len(body) // 2])
-        self.hang_up()
-
-    def liar(self, body, _):
-        self.begin(200, Content_Length="4294967295")
-        self.wfile.write(body)
-        self.hang_up()
+        self.send_whole(302, b"", {"Location": f"https://elsewhere.{self.server.host}{name}?key={KEY}"})
 
     def closed(self, _, __):
-        self.hang_up()
-
-    def stall(self, body, _):
-        self.begin(200, Content_Length=str(len(body)))
-        self.wfile.write(body[:len(body) // 2])
-        self.wfile.flush()
-        time.sleep(STALL_SECONDS)
-        self.hang_up()
+        self.close_connection = True
 
 
-MANNERS = {"": Reply.good} | {
-    name: getattr(Reply, name)
-    for name in ("chunked", "chunkcut", "nolength", "empty", "gzip", "gzipcut", "missing", "broken", "redirect",
-                 "error", "garbage", "cut", "liar", "closed", "stall")
+def chunks(body):
+    return b"".join(b"%x\r\n%s\r\n" % (len(part), part)
+                    for part in (body[start:start + 1000] for start in range(0, len(body), 1000)))
+
+
+GZIP = {"Content-Encoding": "gzip"}
+CHUNKED = {"Transfer-Encoding": "chunked"}
+
+# Each is called with the reply, the good body and the path without the manner.
+MANNERS = {
+    "good": lambda reply, body, _: reply.send_whole(200, body),
+    "empty": lambda reply, body, _: reply.send_whole(200, b""),
+    "missing": lambda reply, body, _: reply.send_whole(404, body),
+    "broken": lambda reply, body, _: reply.send_whole(500, body),
+    "error": lambda reply, body, _: reply.send_whole(200, b'{"Error":"Shader not found"}'),
+    "garbage": lambda reply, body, _: reply.send_whole(200, b"<html>" + body),
+    "gzip": lambda reply, body, _: reply.send_whole(200, gzip.compress(body), GZIP),
+    "nolength": lambda reply, body, _: reply.send_part(body, {"Connection": "close"}),
+    "chunked": lambda reply, body, _: reply.send_part(chunks(body) + b"0\r\n\r\n", CHUNKED, hang_up=False),
+    "chunkcut": lambda reply, body, _: reply.send_part(chunks(body[:len(body) // 2]) + b"400\r\ncut", CHUNKED),
+    "cut": lambda reply, body, _: reply.send_half(body),
+    "stall": lambda reply, body, _: reply.send_half(body, pause=STALL_SECONDS),
+    "gzipcut": lambda reply, body, _: reply.send_half(gzip.compress(body), GZIP),
+    "liar": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967295}),
+    "redirect": Reply.redirect,
+    "closed": Reply.closed,
 }
 
 
@@ -185,7 +150,6 @@ class Service(http.server.ThreadingHTTPServer):
         self.host = host
         self.log = log
         self.lock = threading.Lock()
-        self.seen = set()
         contexts = {name: self.make_context(certificates / name) for name in ("good", "untrusted", "wrongname")}
 
         def choose(connection, server_name, _):
@@ -210,28 +174,15 @@ class Service(http.server.ThreadingHTTPServer):
             # The client turned the certificate down, or hung up.
             pass
 
-    def record(self, entry):
+    def record(self, line):
         with self.lock, self.log.open("a") as log:
-            log.write(json.dumps(entry) + "\n")
-
-    def is_first(self, name):
-        with self.lock:
-            first = name not in self.seen
-            self.seen.add(name)
-            return first
+            log.write(line)
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__.partition("\n")[0])
-    parser.add_argument("--host", required=True, help="the service's own name")
-    parser.add_argument("--certificates", type=pathlib.Path, required=True, help="folder of make_certificates")
-    parser.add_argument("--log", type=pathlib.Path, required=True, help="file that requests are appended to")
-    parser.add_argument("--ready", type=pathlib.Path, required=True, help="file that is made once it listens")
-    parser.add_argument("--address", default="127.0.0.1")
-    parser.add_argument("--port", type=int, default=443)
-    options = parser.parse_args()
-    service = Service((options.address, options.port), options.host, options.certificates, options.log)
-    options.ready.touch()
+    host, address, certificates, log, ready = sys.argv[1:]
+    service = Service((address, 443), host, pathlib.Path(certificates), pathlib.Path(log))
+    pathlib.Path(ready).touch()
     threading.Thread(target=service.serve_forever, daemon=True).start()
     sys.stdin.read()
 
