@@ -13,6 +13,7 @@
 #include "library/cube_faces.h"
 #include "library/image_decoder.h"
 #include "library/service_client.h"
+#include "library/service_urls.h"
 #include "library/volume_file.h"
 
 namespace pixelforge {
@@ -28,13 +29,19 @@ bool ShowsFile(ChannelType type) noexcept {
 }
 
 /// Replaces the channel's source by the path of a file on this machine. A stranger's plain name is asked for
-/// as a medium of the service, so that it finds no file of that name in the host's current folder.
-bool FetchSource(InternetSession* session, const ShaderDocument& document, PassInput& input) {
+/// by its address at the service, so that it finds no other file of that name.
+bool FetchSource(InternetSession* session, const ShaderDocument& document, PassInput& input,
+                 std::string& reason) {
     const bool local = document.origin == DocumentOrigin::LocalFile;
-    const std::wstring src = (local ? L"" : L"/media/a/") + std::wstring(input.src);
+    wchar_t address[kPathUnits] = {};
     wchar_t path[kPathUnits];
-    if (DownloadToCacheFile(session, document.info.id, src.c_str(), path)) {
+    if (!local && !FormatMediaUrl(input.src, address)) {
+        reason = "its name is too long";
+        return false;
+    }
+    if (DownloadToCacheFile(session, document.info.id, local ? input.src : address, path, reason)) {
         CopyCut(input.src, path);
+        reason = "the service's answer cannot be written to the cache";
         return IsExistingFile(path);
     }
     return local && IsExistingFile(input.src);
@@ -114,8 +121,8 @@ std::optional<ChannelSize> LoadChannel(InternetSession* session, const ShaderDoc
         reason = "it names no file that this document may use";
         return std::nullopt;
     }
-    if (!FetchSource(session, document, input)) {
-        reason = "no such file is here, and none could be had from the service";
+    if (!FetchSource(session, document, input, reason)) {
+        reason.insert(0, "no such file is here; ");
         return std::nullopt;
     }
     return LoadMedium(input, reason);

@@ -106,8 +106,9 @@ HeapBytes FetchWithCache(InternetSession* session, const wchar_t* url, std::uint
 }
 
 bool DownloadToCacheFile(InternetSession* session, const wchar_t* shaderId, const wchar_t* src,
-                         wchar_t* outPath) {
+                         wchar_t* outPath, std::string& reason) {
     if (!session || !shaderId || !outPath || (src && !*src)) {
+        reason = "no session, identifier, path or name to download with";
         return false;
     }
     if (src && IsExistingFile(src)) {
@@ -118,6 +119,7 @@ bool DownloadToCacheFile(InternetSession* session, const wchar_t* shaderId, cons
     wchar_t path[kPathUnits];
     if (!(src ? NameMedia(src, download) : NameDocument(shaderId, download)) ||
         !FormatCachePath(download.name, path)) {
+        reason = "neither an existing file nor a name that the service could know";
         return false;
     }
     CopyCut(outPath, kPathUnits, path);
@@ -125,7 +127,8 @@ bool DownloadToCacheFile(InternetSession* session, const wchar_t* shaderId, cons
         return true;
     }
     const HttpReply reply = HttpGetReply(session, download.url, AlwaysContinue);
-    if (!FaultOf(reply, download.content).empty()) {
+    reason = FaultOf(reply, download.content);
+    if (!reason.empty()) {
         return false;
     }
     StoreResponse(path, BytesOf(reply));

@@ -21,8 +21,9 @@ HeapBytes FetchWithCache(InternetSession* session, const wchar_t* url, std::uint
 /// Makes sure that the file that a media path names, or the document of `shaderId` when `src` is null, is
 /// in the cache, and writes its path to `outPath` (`kPathUnits`); a path of an existing local file is
 /// taken over as it is. False for null arguments, an empty `src`, a name that is no plain file name, and a
-/// failed download. True does not say that the file could be written: test whether it exists.
+/// failed download; `reason` then receives one clause of UTF-8. True does not say that the file could be
+/// written: test whether it exists.
 bool DownloadToCacheFile(InternetSession* session, const wchar_t* shaderId, const wchar_t* src,
-                         wchar_t* outPath);
+                         wchar_t* outPath, std::string& reason);
 
 }  // namespace pixelforge

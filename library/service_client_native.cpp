@@ -9,7 +9,8 @@ HeapBytes FetchWithCache(InternetSession*, const wchar_t*, std::uint32_t* outLen
     return nullptr;
 }
 
-bool DownloadToCacheFile(InternetSession*, const wchar_t*, const wchar_t*, wchar_t*) {
+bool DownloadToCacheFile(InternetSession*, const wchar_t*, const wchar_t*, wchar_t*, std::string& reason) {
+    reason = "nothing can be fetched here";
     return false;
 }
 

@@ -125,5 +125,17 @@ TEST(LiveSound, ADeviceThatWentAwayIsHeardAgainWhenItComesBack) {
     }
 }
 
+TEST(LiveSound, TheDeviceThatBecomesTheDefaultOneIsHeard) {
+    SetSound("signal=sine;hertz=1000");
+    SoundRun run;
+    ASSERT_TRUE(run.DrawUntil([&] { return run.PeakNear(26) > 0; }, 5000));
+    for (const char* unnamed : {"fail=id", "null=id"}) {
+        SetSound(std::string("device=headphones;signal=sine;hertz=3000;") + unnamed);
+        EXPECT_FALSE(run.DrawUntil([&] { return run.PeakNear(77) > 0; }, 2500)) << "a device without a name";
+    }
+    SetSound("device=headphones;signal=sine;hertz=3000");
+    EXPECT_TRUE(run.DrawUntil([&] { return std::abs(run.PeakNear(77) - 76.8) <= 2; }, 10000));
+}
+
 }  // namespace
 }  // namespace pixelforge::test

@@ -57,5 +57,18 @@ TEST(LoadRounds, TwoHundredLeaveThreadsHandlesAndMemoryAsTheyWere) {
     std::printf("median %.1f ms, 90 %% %.1f ms, slowest %.1f ms\n", rounds[100], rounds[180], rounds.back());
 }
 
+TEST(LoadRounds, AThreadThatHangsIsEnded) {
+    for (const char* call : {"start", "nextpacket"}) {
+        SetSound(std::string("hang=") + call);
+        const std::size_t threads = RunningThreads();
+        Round(400);
+        for (int wait = 0; wait < 100 && RunningThreads() > threads; ++wait)
+            Sleep(20);
+        EXPECT_LE(RunningThreads(), threads) << call;
+        SetSound("signal=sine;hertz=1000");
+        Round(400);
+    }
+}
+
 }  // namespace
 }  // namespace pixelforge::test

@@ -22,7 +22,7 @@ using testing::StartsWith;
 class FetchWithCacheTest : public ServiceTest {
 protected:
     bool Download(const wchar_t* id, const wchar_t* src) {
-        return DownloadToCacheFile(session_.get(), id, src, path_);
+        return DownloadToCacheFile(session_.get(), id, src, path_, reason_);
     }
 
     wchar_t path_[kPathUnits] = {};

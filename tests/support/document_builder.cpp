@@ -21,8 +21,8 @@ std::string Quoted(std::string_view text) {
 std::string InputJson(const Input& input) {
     return R"({"id":)" + std::to_string(input.id) + R"(,"src":)" + Quoted(input.src) + R"(,"ctype":)" +
            Quoted(input.ctype) + R"(,"channel":)" + std::to_string(input.channel) +
-           R"(,"sampler":{"filter":)" + Quoted(input.filter) + R"(,"wrap":"clamp","vflip":)" +
-           Quoted(input.vflip) + R"(,"srgb":"false","internal":"byte"},"published":1})";
+           R"(,"sampler":{"filter":)" + Quoted(input.filter) + R"(,"wrap":)" + Quoted(input.wrap) +
+           R"(,"vflip":)" + Quoted(input.vflip) + R"(,"srgb":"false","internal":"byte"},"published":1})";
 }
 
 template <class Item, class ToJson>

@@ -13,6 +13,7 @@ struct Input {
     std::string ctype = "buffer";
     int id = 257;
     std::string filter = "nearest";
+    std::string wrap = "clamp";
     std::string src = "";
     std::string vflip = "true";
 };

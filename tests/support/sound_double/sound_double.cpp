@@ -4,6 +4,7 @@
 #include <audioclient.h>
 #include <mmdeviceapi.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <string>
@@ -29,6 +30,8 @@ DoubleSettings Settings() {
 HRESULT Outcome(const char* call) {
     ++calls;
     const DoubleSettings settings = Settings();
+    if (settings.Is("hang", call))
+        Sleep(INFINITE);
     if (settings.Is("fail", call))
         return E_FAIL;
     if (settings.Is("gone", "1"))
@@ -174,8 +177,19 @@ public:
         return GiveNew<AudioClient>("activate", id, object);
     }
     HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD, IPropertyStore**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetId(LPWSTR*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override {
+        const HRESULT result = Outcome("id");
+        *id = nullptr;
+        if (SUCCEEDED(result) && !Settings().Is("null", "id")) {
+            *id = static_cast<LPWSTR>(CoTaskMemAlloc((name_.size() + 1) * sizeof(wchar_t)));
+            std::ranges::copy_n(name_.c_str(), static_cast<std::ptrdiff_t>(name_.size() + 1), *id);
+        }
+        return result;
+    }
     HRESULT STDMETHODCALLTYPE GetState(DWORD*) override { return E_NOTIMPL; }
+
+private:
+    const std::string name_ = Settings().Text("device", "speakers");
 };
 
 class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator> {
