@@ -7,6 +7,7 @@
 #include <set>
 
 #include "base/random.h"
+#include "preview/cache_entry.h"
 #include "preview/debug_capture.h"
 #include "preview/host_session.h"
 #include "preview/module_library.h"
@@ -21,9 +22,9 @@ using testing::HasSubstr;
 
 /// The module caches beside this program, so each run of the test has identifiers of its own. They have no
 /// capitals, which the file's name would note.
-std::filesystem::path CachedFile(const std::string& id) {
+std::filesystem::path Cached(const std::string& file) {
     const std::filesystem::path program = preview::ModulePathBesideProgram();
-    return program.parent_path() / "Pixelforge" / "PixelforgeCache" / "Shaders" / (id + "_0.json");
+    return program.parent_path() / "Pixelforge" / "PixelforgeCache" / file;
 }
 
 struct Played {
@@ -31,7 +32,7 @@ struct Played {
     std::size_t failed = 0;
 };
 
-/// Resets after every drawn frame until three colours and a failure have been seen, or for a minute at most.
+/// Resets after every drawn frame until four colours and a failure have been seen, or for a minute at most.
 Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& playlist) {
     preview::HostSession session(module, {.width = 16,
                                           .height = 16,
@@ -40,7 +41,7 @@ Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& pla
     session.Open();
     Played played;
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(50);
-    while ((played.colours.size() < 3 || played.failed == 0) && std::chrono::steady_clock::now() < deadline) {
+    while ((played.colours.size() < 4 || played.failed == 0) && std::chrono::steady_clock::now() < deadline) {
         const FrameResult result = session.DrawFrame();
         played.failed += result == FrameResult::Failed ? 1 : 0;
         // On all the time it would leave a slow machine no time to draw.
@@ -54,7 +55,7 @@ Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& pla
 
 TEST_F(ServiceTest, APlaylistAsksForGoodShadersOnceAndForDeadOnesInEveryFrame) {
     const std::string stamp = std::to_string(SystemRandom() % 100'000'000);
-    const std::string good[] = {"red" + stamp, "green" + stamp, "blue" + stamp};
+    const std::string good[] = {"red" + stamp, "green" + stamp, "blue" + stamp, "tile" + stamp};
     std::string lines = "deadone\r\ncut-red\r\n";
     for (const std::string& id : good) {
         lines += id + "\r\n";
@@ -67,16 +68,20 @@ TEST_F(ServiceTest, APlaylistAsksForGoodShadersOnceAndForDeadOnesInEveryFrame) {
     // The second time they come from disk.
     for (int round = 0; round < 2; ++round) {
         const Played played = Play(module, playlist);
-        EXPECT_THAT(played.colours, testing::ElementsAre(0x0000FFu, 0x00FF00u, 0xFF0000u));
+        EXPECT_THAT(played.colours, testing::ElementsAre(0x0000FFu, 0x00FF00u, 0xFF0000u, 0xFFFF00u));
         EXPECT_GE(played.failed, 1u);
         failed += played.failed;
     }
-    EXPECT_THAT(Requests(), testing::SizeIs(std::size(good) + failed));
+    EXPECT_THAT(Requests(), testing::SizeIs(std::size(good) + 1 + failed)) << "and the tile's picture";
     EXPECT_THAT(Requests(), testing::Each(HasSubstr(kUserAgent)));
     for (const std::string& id : good) {
         EXPECT_THAT(Requests(), Contains(HasSubstr(" /api/v1/shaders/" + id + "?key=fz3kq9\t")));
-        EXPECT_TRUE(std::filesystem::remove(CachedFile(id)));
+        EXPECT_TRUE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
+        preview::ForgetCachedShader(id);
+        EXPECT_FALSE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
     }
+    EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/tile" + stamp + ".bmp\t")));
+    EXPECT_TRUE(std::filesystem::remove(Cached("Assets/tile" + stamp + ".bmp")));
     EXPECT_THAT(capture.Lines(),
                 Contains(testing::AnyOf(HasSubstr("deadone: the service answered with status 404"),
                                         HasSubstr("cut-red: the service's answer broke off"))));

@@ -1,8 +1,8 @@
 """service.py HOST ADDRESS CERTIFICATES LOG READY: documents, searches and media over HTTPS, and misbehaviour.
 
 A name or identifier tells what to serve and how. "red", "green" and "blue" begin identifiers of documents
-that show that colour; a media file "4096.bin" has so many bytes of a fixed pattern. A word in front tells the
-manner: "cut-red", "gzip-4096.bin" (see MANNERS). The host name chooses the certificate: "untrusted." and "wrongname."
+that show that colour, "tile" of one that shows its picture, yellow "IDENTIFIER.bmp"; a media file "4096.bin" has so
+many bytes of a fixed pattern. A word in front tells the manner: "cut-red", "gzip-4096.bin" (see MANNERS). The host name chooses the certificate: "untrusted." and "wrongname."
 in front of the service's own get a bad one. Every request is appended to the log before it is answered, one line of
 host, path and headers. The file READY is made once the service listens. It ends with its standard input.
 """
@@ -14,6 +14,7 @@ import pathlib
 import re
 import socket
 import ssl
+import struct
 import sys
 import threading
 import time
@@ -21,7 +22,10 @@ import urllib.parse
 
 KEY = "fz3kq9"
 STALL_SECONDS = 3
-COLOURS = {"red": "1,0,0", "green": "0,1,0", "blue": "0,0,1"}
+COLOURS = {"red": "vec3(1,0,0)", "green": "vec3(0,1,0)", "blue": "vec3(0,0,1)",
+           "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb"}
+# A pixel of 24 bits, its row padded to 4 bytes.
+TILE = struct.pack("<2sIIIIiiHHIIiiII", b"BM", 58, 0, 54, 40, 1, 1, 1, 24, 0, 4, 2835, 2835, 0, 0) + b"\0\xff\xff\0"
 
 
 def document(identifier):
@@ -29,13 +33,18 @@ def document(identifier):
     colour = next((value for name, value in COLOURS.items() if identifier.lower().startswith(name)), None)
     if colour is None:
         return None
-    code = f"void mainImage(out vec4 c, in vec2 p)\n{{\n    c = vec4({colour},1);\n}}\n"
+    code = f"void mainImage(out vec4 c, in vec2 p)\n{{\n    c = vec4({colour}, 1);\n}}\n"
     info = {
         "id": identifier, "date": "1700000000", "viewed": 1, "name": f"A {identifier} shader",
         "username": "tester", "description": "One colour", "likes": 0, "published": 3, "flags": 0,
         "usePreview": 0, "tags": ["test"], "hasliked": 0,
     }
-    image = {"inputs": [], "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
+    tile = {
+        "id": 1, "src": f"/media/a/{identifier}.bmp", "ctype": "texture", "channel": 0,
+        "sampler": {"filter": "nearest", "wrap": "clamp", "vflip": "true", "srgb": "false", "internal": "byte"},
+    }
+    inputs = [tile] if identifier.lower().startswith("tile") else []
+    image = {"inputs": inputs, "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
     shader = {"ver": "0.1", "info": info, "renderpass": [image]}
     # The line end behind the last brace is no part of the document, but of what must be kept.
     return json.dumps({"Shader": shader}).encode() + b"\n"
@@ -48,6 +57,8 @@ def pattern(size):
 
 def media(name):
     size = re.fullmatch(r"(\d+)\.bin", name)
+    if re.fullmatch(r"tile\d+\.bmp", name):
+        return TILE
     return pattern(int(size[1])) if size else None
 
 
