@@ -1,4 +1,5 @@
-// What listening costs all day long: the capture thread's processor time, and both sides of its lock.
+// What listening costs all day long: the capture thread's processor time, both sides of its lock, and the
+// module's coming and going with it.
 // The sound comes from the tests' stand-in for a device, whose own work on the thread is counted too.
 #include <windows.h>
 
@@ -111,6 +112,34 @@ void TimeBothSidesOfTheLock(Report& report) {
     StopAudioCapture();
 }
 
+double LoadRoundMilliseconds(DWORD stay) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point loading = Clock::now();
+    const HMODULE module = LoadLibraryW(L"Pixelforge.dll");
+    const Clock::duration load = Clock::now() - loading;
+    Sleep(stay);
+    const Clock::time_point unloading = Clock::now();
+    if (!module || !FreeLibrary(module)) {
+        std::fprintf(stderr, "the module does not load\n");
+        std::exit(2);
+    }
+    return std::chrono::duration<double, std::milli>(load + (Clock::now() - unloading)).count();
+}
+
+/// The whole module comes and goes, with the time in between not counted: unloading waits for the thread.
+void MeasureLoads(Report& report) {
+    // Milliseconds: before, during and after the thread's start.
+    constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
+    constexpr int kRounds = 200;
+    constexpr double kMostMilliseconds = 100;
+    std::vector<double> rounds;
+    for (int i = 0; i < kRounds; ++i)
+        rounds.push_back(LoadRoundMilliseconds(kStays[i % std::size(kStays)]));
+    const auto share = [&](double quantile) { return Quantile(rounds, quantile) / kMostMilliseconds; };
+    report.Add({"loading and unloading the module", "100 ms", Quantile(rounds, 0.5), kMostMilliseconds,
+                share(0.5), share(0.25), share(0.75), 1.0});
+}
+
 }  // namespace
 }  // namespace pixelforge::bench
 
@@ -123,5 +152,6 @@ int main(int argc, char** argv) {
     MeasureThread("silence", "signal=silence", seconds, report);
     MeasureThread("sound", "signal=square;hertz=440", seconds, report);
     TimeBothSidesOfTheLock(report);
+    MeasureLoads(report);
     return report.Finish(argc > 1 ? argv[1] : nullptr);
 }

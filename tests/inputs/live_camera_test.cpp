@@ -46,6 +46,13 @@ TEST(LiveCamera, ShowsTheFirst640x480PixelsOfEveryFormat) {
     ExpectPicture("formats=320x240", {0x00FF00, 0, 0, 0});
 }
 
+TEST(LiveCamera, StaysOffForAShaderThatDoesNotCompile) {
+    SetCamera("");
+    LiveRun run("webcam", "c = no_such_colour;", kWidth, kHeight);
+    EXPECT_EQ(run.Frame(), FrameResult::Failed);
+    EXPECT_EQ(AskDouble(L"camera_double.dll", "CameraDoubleObjects"), 0);
+}
+
 TEST(LiveCamera, NoFaultOfACameraStopsFramesOrLeaks) {
     // The last one is a byte short of 640 x 480 x 4 and the header.
     for (const char* fault :

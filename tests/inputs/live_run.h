@@ -52,7 +52,7 @@ public:
     bool DrawUntil(const std::function<bool()>& seen, DWORD milliseconds) {
         const ULONGLONG end = GetTickCount64() + milliseconds;
         do {
-            const FrameResult result = session_->DrawFrame();
+            const FrameResult result = Frame();
             EXPECT_EQ(result, FrameResult::Drawn);
             if (result != FrameResult::Drawn || seen())
                 return result == FrameResult::Drawn;
@@ -60,6 +60,8 @@ public:
         } while (GetTickCount64() < end);
         return false;
     }
+
+    FrameResult Frame() { return session_->DrawFrame(); }
 
     void DrawFor(DWORD milliseconds) {
         DrawUntil([] { return false; }, milliseconds);
