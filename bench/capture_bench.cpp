@@ -130,11 +130,11 @@ double LoadRoundMilliseconds(DWORD stay) {
 void MeasureLoads(Report& report) {
     // Milliseconds: before, during and after the thread's start.
     constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
-    constexpr int kRounds = 200;
+    constexpr std::size_t kRounds = 200;
     constexpr double kMostMilliseconds = 100;
-    std::vector<double> rounds;
-    for (int i = 0; i < kRounds; ++i)
-        rounds.push_back(LoadRoundMilliseconds(kStays[i % std::size(kStays)]));
+    std::vector<double> rounds(kRounds);
+    for (std::size_t i = 0; i < kRounds; ++i)
+        rounds[i] = LoadRoundMilliseconds(kStays[i % std::size(kStays)]);
     const auto share = [&](double quantile) { return Quantile(rounds, quantile) / kMostMilliseconds; };
     report.Add({"loading and unloading the module", "100 ms", Quantile(rounds, 0.5), kMostMilliseconds,
                 share(0.5), share(0.25), share(0.75), 1.0});
