@@ -49,8 +49,10 @@ double ProcessorMilliseconds(const std::set<DWORD>& threadIds) {
     for (const DWORD id : threadIds) {
         const UniqueKernelHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, id));
         FILETIME times[4] = {};
-        if (!GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3]))
-            continue;
+        if (!GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3])) {
+            std::fprintf(stderr, "a thread has no times\n");
+            std::exit(2);
+        }
         for (const FILETIME& time : {times[2], times[3]})
             sum += static_cast<double>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime) / 1e4;
     }
@@ -79,6 +81,10 @@ void MeasureThread(const char* name, const char* sound, int seconds, Report& rep
     Start();
     Sleep(kSettlingMilliseconds);
     const std::set<DWORD> threads = NewThreads(before);
+    if (threads.empty()) {
+        std::fprintf(stderr, "the capture's thread is not to be found\n");
+        std::exit(2);
+    }
     const double start = ProcessorMilliseconds(threads);
     Sleep(static_cast<DWORD>(seconds) * 1000);
     const double used = ProcessorMilliseconds(threads) - start;
@@ -102,7 +108,7 @@ void TimeTurns(const char* name, const std::function<void()>& turn, Report& repo
 
 /// Beside a running capture.
 void TimeBothSidesOfTheLock(Report& report) {
-    SetEnvironmentVariableA("PIXELFORGE_SOUND", "signal=square;hertz=440");
+    SetEnvironmentVariableA("PIXELFORGE_SOUND", "signal=sine;hertz=440");
     Start();
     SpectrumBytes bytes = {};
     TimeTurns(
@@ -150,7 +156,7 @@ int main(int argc, char** argv) {
     Report report;
     MeasureThread("no packets", "packets=never", seconds, report);
     MeasureThread("silence", "signal=silence", seconds, report);
-    MeasureThread("sound", "signal=square;hertz=440", seconds, report);
+    MeasureThread("sound", "signal=sine;hertz=440", seconds, report);
     TimeBothSidesOfTheLock(report);
     MeasureLoads(report);
     return report.Finish(argc > 1 ? argv[1] : nullptr);

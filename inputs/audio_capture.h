@@ -18,7 +18,7 @@ void StopAudioCapture() noexcept;
 /// A whole set from one spectrum step, zeros before the first one. Any thread, between start and stop.
 SpectrumBytes CopyAudioSpectrum() noexcept;
 
-/// Replaces the set that readers get. The capture thread does so behind every step.
+/// Replaces the set that readers get; between start and stop. The capture thread does so behind every step.
 void PublishSpectrum(const SpectrumBytes& bytes) noexcept;
 
 }  // namespace pixelforge

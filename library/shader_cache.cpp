@@ -69,8 +69,9 @@ bool WriteNewFile(const wchar_t* path, std::span<const std::uint8_t> bytes) noex
     if (!file || !WriteAll(file.Get(), bytes)) {
         return false;
     }
-    FlushFileBuffers(file.Get());  // some network drives cannot; the bytes are written all the same
-    return true;
+    // Some drives cannot flush at all; any other failure may have lost bytes.
+    return FlushFileBuffers(file.Get()) || GetLastError() == ERROR_INVALID_FUNCTION ||
+           GetLastError() == ERROR_NOT_SUPPORTED;
 }
 
 /// Writes under a name of its own in `folder` (which ends in a separator) and renames to `path` there.
@@ -110,7 +111,7 @@ bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot) {
 }
 
 bool FormatCachePath(const wchar_t* relativeName, wchar_t (&path)[kPathUnits]) noexcept {
-    return root[0] && FormatBounded(path, kPathUnits, L"%s\\%s", root, relativeName) == kFormatComplete;
+    return FormatBounded(path, kPathUnits, L"%s\\%s", root, relativeName) == kFormatComplete;
 }
 
 bool StoreResponse(const wchar_t* path, std::span<const std::uint8_t> body) {

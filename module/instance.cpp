@@ -81,13 +81,19 @@ std::int32_t DescribeModule(ModuleDescription& description) noexcept {
 
 std::int32_t BuildInstance(ModuleInstance** instance, AllocateControl allocate, void* hostContext) {
     HeapRecord<ModuleInstance> made = NewHeapRecord<ModuleInstance>();
+    *instance = made.get();  // the host may look through it while it allocates the controls
     if (!made)
         return 0;
     made->animationFlags = animation::kDefault;
     made->progressionMode = kInitialProgressionMode;
-    BuildControls(*made, allocate, hostContext);
+    try {
+        BuildControls(*made, allocate, hostContext);
+    } catch (...) {
+        *instance = nullptr;
+        throw;
+    }
     ++liveInstances;
-    *instance = made.release();
+    static_cast<void>(made.release());
     return 1;
 }
 

@@ -234,7 +234,7 @@ ExitStatus RunCounted(const Run& run, const ModuleLibrary& library, const DebugC
                       const Messages& readableLines) {
     const Outcome outcome = DrawFrames(run, library);
     const FrameStatistics statistics = Summarize(outcome.frames);
-    const ExitStatus status = Judge(statistics);
+    const ExitStatus status = outcome.pictureFault ? ExitStatus::Failed : Judge(statistics);
     WriteReport(run.options, run.paths, status, outcome.frames, capture.Lines());
     if (outcome.pictureFault) {
         std::rethrow_exception(outcome.pictureFault);
