@@ -327,11 +327,12 @@ void LiveView::UpdateWords() {
     if (now >= remarkEnd_) {
         remark_.clear();
     }
-    if (keysShown_) {
-        view_.ShowWords(KeyList());
-    } else {
-        view_.ShowWords(error_.empty() ? remark_ : error_);
+    // An error is never hidden, not even by the list of keys.
+    std::wstring words = keysShown_ ? KeyList() : error_.empty() ? remark_ : std::wstring();
+    if (!error_.empty()) {
+        words += (keysShown_ ? L"\n\n" : L"") + error_;
     }
+    view_.ShowWords(words);
 }
 
 void LiveView::UpdateTitle() {
