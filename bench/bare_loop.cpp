@@ -9,9 +9,9 @@
 #include <cstdlib>
 #include <utility>
 
+#include "document/document_reader.h"
 #include "glsl/include_preprocessor.h"
 #include "glsl/pass_source.h"
-#include "library/document_reader.h"
 
 namespace pixelforge::bench {
 namespace {

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "library/shader_document.h"
-#include "preview/host_surface.h"
-#include "preview/host_window.h"
+#include "document/shader_document.h"
+#include "preview/host/host_surface.h"
+#include "preview/host/host_window.h"
 
 namespace pixelforge::bench {
 

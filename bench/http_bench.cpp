@@ -11,10 +11,10 @@
 #include <vector>
 
 #include "bench/paired_runner.h"
-#include "library/http_get.h"
-#include "library/internet_handle.h"
-#include "library/internet_session.h"
-#include "library/service_host.h"
+#include "service/http_get.h"
+#include "service/internet_handle.h"
+#include "service/internet_session.h"
+#include "service/service_host.h"
 
 namespace pixelforge::bench {
 namespace {

@@ -15,10 +15,10 @@
 #include <vector>
 
 #include "bench/paired_runner.h"
-#include "library/document_media.h"
-#include "library/internet_session.h"
+#include "media/document_media.h"
 #include "render/channel_textures.h"
 #include "render/gl_renderer.h"
+#include "service/internet_session.h"
 
 namespace pixelforge::bench {
 namespace {

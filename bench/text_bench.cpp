@@ -8,10 +8,10 @@
 
 #include "base/heap.h"
 #include "bench/paired_runner.h"
+#include "document/document_reader.h"
 #include "glsl/include_preprocessor.h"
 #include "glsl/line_map.h"
 #include "glsl/pass_source.h"
-#include "library/document_reader.h"
 #include "tests/support/document_builder.h"
 
 namespace pixelforge::bench {

@@ -1,15 +1,19 @@
 # The two functions by which every folder declares what it builds.
 
-# Short names that LINK accepts for the targets pixelforge_<name>.
-set(PIXELFORGE_LIBRARY_NAMES base library glsl render post inputs module preview test_support glew rapidjson cli11)
-
-# pixelforge_library(<name> SOURCES ... [WINDOWS_SOURCES ...] [NATIVE_SOURCES ...] [LINK ...] [WINDOWS_LINK ...])
-# declares the static library pixelforge_<name>; where no source is left for a build it is an INTERFACE
-# library. LINK takes folder names (base, glsl) and library names alike.
+# pixelforge_library(<name> SOURCES ... [LINK ...] [WINDOWS_LINK ...])
+# declares the static library pixelforge::<name>. A source named *_windows.cpp or *_native.cpp belongs to that
+# build alone; where no source is left it is an INTERFACE library.
 function(pixelforge_library name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;WINDOWS_SOURCES;NATIVE_SOURCES;LINK;WINDOWS_LINK")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;WINDOWS_LINK")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
-  pixelforge_choose_by_build(sources links)
+  set(sources ${arg_SOURCES})
+  set(links ${arg_LINK})
+  if(WIN32)
+    list(FILTER sources EXCLUDE REGEX "_native\\.cpp$")
+    list(APPEND links ${arg_WINDOWS_LINK})
+  else()
+    list(FILTER sources EXCLUDE REGEX "_windows\\.cpp$")
+  endif()
   if(sources)
     add_library(pixelforge_${name} STATIC ${sources})
     set(scope PUBLIC)
@@ -17,24 +21,30 @@ function(pixelforge_library name)
     add_library(pixelforge_${name} INTERFACE)
     set(scope INTERFACE)
   endif()
-  target_include_directories(pixelforge_${name} ${scope} "${PROJECT_SOURCE_DIR}")
+  add_library(pixelforge::${name} ALIAS pixelforge_${name})
+  target_include_directories(pixelforge_${name} ${scope} "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}")
   target_link_libraries(pixelforge_${name} ${scope} ${links})
 endfunction()
 
-# pixelforge_test(<name> SOURCES ... [WINDOWS_SOURCES ...] [NATIVE_SOURCES ...] [LINK ...] [WINDOWS_LINK ...]
-#                 [WINDOWS_ONLY] [LONG] [TIMEOUT seconds])
+# pixelforge_test(<name> SOURCES ... [WINDOWS_SOURCES ...] [LINK ...] [WINDOWS_LINK ...] [WINDOWS_ONLY]
+#                 [LONG] [TIMEOUT seconds])
 # declares the GoogleTest program <name>_test and each of its cases as a ctest test. LONG labels the cases
 # "long": they run only when asked for.
 function(pixelforge_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY;LONG" "TIMEOUT"
-    "SOURCES;WINDOWS_SOURCES;NATIVE_SOURCES;LINK;WINDOWS_LINK")
+    "SOURCES;WINDOWS_SOURCES;LINK;WINDOWS_LINK")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
-  pixelforge_choose_by_build(sources links)
+  set(sources ${arg_SOURCES})
+  set(links ${arg_LINK})
+  if(WIN32)
+    list(APPEND sources ${arg_WINDOWS_SOURCES})
+    list(APPEND links ${arg_WINDOWS_LINK})
+  endif()
   if(NOT sources OR (arg_WINDOWS_ONLY AND NOT WIN32))
     return()
   endif()
   add_executable(${name}_test ${sources})
-  target_include_directories(${name}_test PRIVATE "${PROJECT_SOURCE_DIR}")
+  target_include_directories(${name}_test PRIVATE "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}")
   target_compile_definitions(${name}_test PRIVATE PIXELFORGE_SOURCE_DIR="${PIXELFORGE_SOURCE_DIR_AT_RUN}")
   target_link_libraries(${name}_test PRIVATE ${links} GTest::gmock_main)
 
@@ -61,25 +71,6 @@ if(WIN32 AND CMAKE_CROSSCOMPILING)
 else()
   set(PIXELFORGE_SOURCE_DIR_AT_RUN "${PROJECT_SOURCE_DIR}")
 endif()
-
-# Sets the two named variables in the caller to the sources and libraries that this build takes, from the
-# caller's parsed arguments. A folder's short name becomes its target's.
-macro(pixelforge_choose_by_build sourcesVariable linksVariable)
-  if(WIN32)
-    set(${sourcesVariable} ${arg_SOURCES} ${arg_WINDOWS_SOURCES})
-    set(wanted ${arg_LINK} ${arg_WINDOWS_LINK})
-  else()
-    set(${sourcesVariable} ${arg_SOURCES} ${arg_NATIVE_SOURCES})
-    set(wanted ${arg_LINK})
-  endif()
-  set(${linksVariable})
-  foreach(library IN LISTS wanted)
-    if(library IN_LIST PIXELFORGE_LIBRARY_NAMES)
-      set(library pixelforge_${library})
-    endif()
-    list(APPEND ${linksVariable} ${library})
-  endforeach()
-endmacro()
 
 function(pixelforge_reject_unknown name arguments)
   if(arguments)

@@ -4,9 +4,9 @@
 #include <string>
 
 #include "base/text.h"
+#include "document/document_reader.h"
 #include "fuzz/fuzz_input.h"
-#include "library/document_origin.h"
-#include "library/document_reader.h"
+#include "media/document_origin.h"
 
 namespace pixelforge::fuzz {
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "base/line_ends.h"
+#include "base/text.h"
 #include "fuzz/fuzz_input.h"
 #include "glsl/include_preprocessor.h"
 #include "glsl/line_map.h"

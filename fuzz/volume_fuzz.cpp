@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "fuzz/fuzz_input.h"
-#include "library/volume_file.h"
+#include "media/volume_file.h"
 #include "render/bitmap_packing.h"
 
 namespace pixelforge::fuzz {

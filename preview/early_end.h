@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "preview/shader_drop.h"
+#include "preview/host/shader_drop.h"
 
 namespace pixelforge::preview {
 

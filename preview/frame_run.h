@@ -5,9 +5,9 @@
 #include <functional>
 #include <vector>
 
-#include "preview/event_player.h"
 #include "preview/frame_statistics.h"
-#include "preview/host_session.h"
+#include "preview/host/event_player.h"
+#include "preview/host/host_session.h"
 
 namespace pixelforge::preview {
 

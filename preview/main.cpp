@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "preview/file_paths.h"
+#include "preview/host/file_paths.h"
 #include "preview/preview_run.h"
 
 namespace {
@@ -43,7 +43,7 @@ std::vector<std::string> Arguments() {
     wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;
     for (int i = 1; i < count; ++i) {
-        arguments.push_back(ToUtf8(wide[i]));
+        arguments.push_back(pixelforge::ToUtf8(wide[i]));
     }
     LocalFree(wide);
     return arguments;

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "preview/host_controls.h"
+#include "preview/host/host_controls.h"
 
 namespace pixelforge::preview {
 

@@ -1,7 +1,7 @@
 // The command's work from its options to its exit status.
 #pragma once
 
-#include "preview/host_error.h"
+#include "preview/host/host_error.h"
 #include "preview/options.h"
 
 namespace pixelforge::preview {

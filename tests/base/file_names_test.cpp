@@ -1,5 +1,5 @@
 // Names that strangers may and may not have opened.
-#include "base/file_names.h"
+#include "base/file.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Line ends of every origin.
-#include "base/line_ends.h"
+#include "base/text.h"
 
 #include <gtest/gtest.h>
 

@@ -8,7 +8,7 @@
 
 #include <iterator>
 
-#include "preview/module_library.h"
+#include "preview/host/module_library.h"
 #include "tests/end_to_end/temp_folder.h"
 
 namespace pixelforge::test {

@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "preview/debug_capture.h"
+#include "preview/host/debug_capture.h"
 
 namespace pixelforge::test {
 namespace {

@@ -3,9 +3,9 @@
 
 #include <string>
 
-#include "preview/host_session.h"
-#include "preview/module_library.h"
-#include "preview/shader_drop.h"
+#include "preview/host/host_session.h"
+#include "preview/host/module_library.h"
+#include "preview/host/shader_drop.h"
 #include "tests/support/document_builder.h"
 
 namespace pixelforge::test {

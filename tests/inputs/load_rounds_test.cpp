@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "base/win_handles.h"
-#include "preview/module_library.h"
+#include "preview/host/module_library.h"
 #include "tests/inputs/live_run.h"
 #include "tests/support/process_census.h"
 

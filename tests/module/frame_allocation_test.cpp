@@ -12,8 +12,8 @@
 #include "base/heap.h"
 #include "module/frame_driver.h"
 #include "module/instance.h"
-#include "preview/host_session.h"
-#include "preview/shader_drop.h"
+#include "preview/host/host_session.h"
+#include "preview/host/shader_drop.h"
 #include "tests/support/document_builder.h"
 
 namespace {

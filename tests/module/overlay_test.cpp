@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-#include "library/service_host.h"
+#include "service/service_host.h"
 
 namespace pixelforge {
 namespace {

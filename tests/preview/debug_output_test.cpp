@@ -5,7 +5,7 @@
 
 #include <thread>
 
-#include "preview/debug_capture.h"
+#include "preview/host/debug_capture.h"
 #include "preview/messages.h"
 
 namespace pixelforge::preview {

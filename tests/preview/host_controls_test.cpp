@@ -1,10 +1,10 @@
 // The module's own controls, set by the words of a user.
-#include "preview/host_controls.h"
+#include "preview/host/host_controls.h"
 
 #include <gtest/gtest.h>
 
 #include "module/controls.h"
-#include "preview/host_error.h"
+#include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
 namespace {

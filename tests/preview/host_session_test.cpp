@@ -1,5 +1,5 @@
 // The host's call order, against a module that writes down how it is called.
-#include "preview/host_session.h"
+#include "preview/host/host_session.h"
 
 #include <gmock/gmock.h>
 

@@ -1,9 +1,9 @@
 // Event files.
-#include "preview/input_events.h"
+#include "preview/host/input_events.h"
 
 #include <gmock/gmock.h>
 
-#include "preview/host_error.h"
+#include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
 namespace {

@@ -1,10 +1,10 @@
 // Documents made from plain shaders and from the second form, as the module's own reader takes them.
 #include <gmock/gmock.h>
 
-#include "library/document_reader.h"
-#include "preview/named_files.h"
-#include "preview/raw_shader.h"
-#include "preview/second_form.h"
+#include "document/document_reader.h"
+#include "preview/documents/named_files.h"
+#include "preview/documents/raw_shader.h"
+#include "preview/documents/second_form.h"
 
 namespace pixelforge::preview {
 namespace {

@@ -1,5 +1,5 @@
 // The notice, read from what the module composes out of friendly and hostile texts.
-#include "preview/notice.h"
+#include "preview/host/notice.h"
 
 #include <gmock/gmock.h>
 

@@ -3,7 +3,7 @@
 
 #include <gmock/gmock.h>
 
-#include "preview/host_error.h"
+#include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
 namespace {

@@ -7,10 +7,10 @@
 
 #include "base/bitmap.h"
 #include "base/file.h"
-#include "library/image_decoder.h"
-#include "preview/file_paths.h"
-#include "preview/png_file.h"
-#include "preview/shader_drop.h"
+#include "media/image_decoder.h"
+#include "preview/host/file_paths.h"
+#include "preview/host/png_file.h"
+#include "preview/host/shader_drop.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {

@@ -3,7 +3,7 @@
 
 #include <ostream>
 
-#include "library/document_reader.h"
+#include "document/document_reader.h"
 #include "render/gl_context.h"
 #include "render/pass_graph.h"
 #include "render/readback.h"

@@ -9,9 +9,9 @@
 
 #include "base/heap.h"
 #include "glsl/include_preprocessor.h"
-#include "preview/debug_capture.h"
-#include "preview/host_surface.h"
-#include "preview/host_window.h"
+#include "preview/host/debug_capture.h"
+#include "preview/host/host_surface.h"
+#include "preview/host/host_window.h"
 #include "render/build_settings.h"
 #include "render/gl_renderer.h"
 #include "tests/support/document_builder.h"

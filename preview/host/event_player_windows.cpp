@@ -1,0 +1,50 @@
+// Turns scripted events into window messages.
+#include "preview/host/event_player.h"
+
+namespace pixelforge::preview {
+namespace {
+
+LPARAM KeyFacts(std::int32_t virtualKey, bool up) {
+    const UINT scan = MapVirtualKeyW(static_cast<UINT>(virtualKey), MAPVK_VK_TO_VSC) & 0xFF;
+    // One repetition; an ending key was down before and is in transition.
+    return static_cast<LPARAM>(1u | scan << 16 | (up ? 0xC0000000u : 0u));
+}
+
+LPARAM Position(const InputEvent& event) {
+    return MAKELPARAM(static_cast<WORD>(event.a), static_cast<WORD>(event.b));
+}
+
+void Deliver(const InputEvent& event, HostWindow& window) {
+    const HWND handle = window.Handle();
+    const auto key = static_cast<WPARAM>(event.a);
+    switch (event.kind) {
+        case EventKind::KeyDown:
+            PostMessageW(handle, WM_KEYDOWN, key, KeyFacts(event.a, false));
+            break;
+        case EventKind::KeyUp:
+            PostMessageW(handle, WM_KEYUP, key, KeyFacts(event.a, true));
+            break;
+        case EventKind::MouseMove:
+            PostMessageW(handle, WM_MOUSEMOVE, 0, Position(event));
+            break;
+        case EventKind::ButtonDown:
+            PostMessageW(handle, WM_LBUTTONDOWN, MK_LBUTTON, Position(event));
+            break;
+        case EventKind::ButtonUp:
+            PostMessageW(handle, WM_LBUTTONUP, 0, Position(event));
+            break;
+        case EventKind::Resize:
+            window.SetClientSize(event.a, event.b);
+            break;
+    }
+}
+
+}  // namespace
+
+void EventPlayer::Play(std::int32_t frame, HostWindow& window) {
+    for (; next_ < events_.size() && events_[next_].frame <= frame; ++next_) {
+        Deliver(events_[next_], window);
+    }
+}
+
+}  // namespace pixelforge::preview

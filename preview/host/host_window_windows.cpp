@@ -1,0 +1,75 @@
+// Makes the host's window and delivers its messages.
+#include "preview/host/host_window.h"
+
+#include <atomic>
+#include <string>
+
+#include "preview/host/file_paths.h"
+#include "preview/host/host_error.h"
+
+namespace pixelforge::preview {
+namespace {
+
+WindowClass RegisterHostClass(WNDPROC procedure) {
+    static std::atomic<unsigned> count = 0;
+    // A name for each window: a class is registered once a process and goes with its window.
+    const std::wstring name = L"PixelforgePreviewHost" + std::to_wstring(++count);
+    WNDCLASSEXW description{};
+    description.cbSize = sizeof description;
+    description.style = CS_OWNDC | CS_HREDRAW | CS_VREDRAW;
+    description.lpfnWndProc = procedure;
+    description.hInstance = GetModuleHandleW(nullptr);
+    description.hCursor = LoadCursorW(nullptr, IDC_ARROW);
+    description.lpszClassName = name.c_str();
+    return WindowClass(description);
+}
+
+SIZE OuterSize(std::int32_t clientWidth, std::int32_t clientHeight, DWORD style) {
+    RECT area = {0, 0, clientWidth, clientHeight};
+    AdjustWindowRectEx(&area, style & ~static_cast<DWORD>(WS_VISIBLE), FALSE, 0);
+    return {area.right - area.left, area.bottom - area.top};
+}
+
+}  // namespace
+
+HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight, const HostWindowOptions& options)
+    : class_(RegisterHostClass(options.procedure)) {
+    // On a hidden window a frame or a caption would let the system bound the size by the screen's.
+    const DWORD style =
+        (options.visible ? WS_OVERLAPPEDWINDOW : WS_POPUP) | WS_CLIPSIBLINGS | WS_CLIPCHILDREN;
+    const SIZE size = OuterSize(clientWidth, clientHeight, style);
+    const int place = options.visible ? CW_USEDEFAULT : 0;
+    if (class_) {
+        window_.Reset(CreateWindowExW(0, class_.Name(), options.title, style, place, place, size.cx, size.cy,
+                                      nullptr, nullptr, class_.Module(), options.parameter));
+    }
+    if (!window_) {
+        throw HostError(ExitStatus::Failed, WithLastError("cannot make a window"));
+    }
+    if (options.visible) {
+        ShowWindow(window_.Get(), SW_SHOWNORMAL);
+        SetForegroundWindow(window_.Get());
+    }
+}
+
+void HostWindow::SetClientSize(std::int32_t width, std::int32_t height) {
+    const auto style = static_cast<DWORD>(GetWindowLongPtrW(window_.Get(), GWL_STYLE));
+    const SIZE size = OuterSize(width, height, style);
+    SetWindowPos(window_.Get(), nullptr, 0, 0, size.cx, size.cy, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+SIZE HostWindow::ClientSize() const {
+    RECT client{};
+    GetClientRect(window_.Get(), &client);
+    return {client.right, client.bottom};
+}
+
+void HostWindow::PumpMessages() {
+    MSG message;
+    while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+        TranslateMessage(&message);
+        DispatchMessageW(&message);
+    }
+}
+
+}  // namespace pixelforge::preview

@@ -1,0 +1,98 @@
+// The reader of event files.
+#include "preview/host/input_events.h"
+
+#include <algorithm>
+#include <charconv>
+#include <optional>
+#include <string>
+
+#include "preview/host/host_error.h"
+
+namespace pixelforge::preview {
+namespace {
+
+struct Action {
+    std::string_view name;
+    EventKind kind;
+    std::size_t numbers;
+    std::int32_t least;
+    std::int32_t most;
+};
+
+// Mouse positions travel as signed 16-bit halves; sides are those of --size.
+constexpr Action kActions[] = {
+    {"key-down", EventKind::KeyDown, 1, 0, 255},
+    {"key-up", EventKind::KeyUp, 1, 0, 255},
+    {"mouse-move", EventKind::MouseMove, 2, -32768, 32767},
+    {"button-down", EventKind::ButtonDown, 2, -32768, 32767},
+    {"button-up", EventKind::ButtonUp, 2, -32768, 32767},
+    {"resize", EventKind::Resize, 2, 1, 16384},
+};
+
+std::vector<std::string_view> Words(std::string_view line) {
+    constexpr std::string_view kBlanks = " \t\r";
+    std::vector<std::string_view> words;
+    line = line.substr(0, line.find('#'));
+    for (std::size_t at = line.find_first_not_of(kBlanks); at != std::string_view::npos;
+         at = line.find_first_not_of(kBlanks)) {
+        line.remove_prefix(at);
+        words.push_back(line.substr(0, line.find_first_of(kBlanks)));
+        line.remove_prefix(words.back().size());
+    }
+    return words;
+}
+
+std::optional<std::int32_t> Number(std::string_view word, std::int32_t least, std::int32_t most) {
+    const bool hex = word.starts_with("0x");
+    word.remove_prefix(hex ? 2 : 0);
+    std::int32_t number = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number, hex ? 16 : 10);
+    const bool whole = error == std::errc() && end == word.data() + word.size();
+    return whole && number >= least && number <= most ? std::optional(number) : std::nullopt;
+}
+
+/// Nothing for a line that is no event.
+std::optional<InputEvent> ParseEvent(const std::vector<std::string_view>& words) {
+    const auto frame = Number(words[0], 0, 10'000'000);
+    const std::string_view name = words.size() > 1 ? words[1] : std::string_view();
+    const auto action = std::ranges::find(kActions, name, &Action::name);
+    if (!frame || action == std::end(kActions) || words.size() != action->numbers + 2) {
+        return std::nullopt;
+    }
+    InputEvent event{.frame = *frame, .kind = action->kind};
+    std::int32_t* const fields[] = {&event.a, &event.b};
+    for (std::size_t i = 0; i < action->numbers; ++i) {
+        const auto number = Number(words[i + 2], action->least, action->most);
+        if (!number) {
+            return std::nullopt;
+        }
+        *fields[i] = *number;
+    }
+    return event;
+}
+
+}  // namespace
+
+std::vector<InputEvent> ParseInputEvents(std::string_view text, std::string_view fileName) {
+    std::vector<InputEvent> events;
+    for (int number = 1; !text.empty(); ++number) {
+        const std::string_view line = text.substr(0, text.find('\n'));
+        text.remove_prefix(std::min(line.size() + 1, text.size()));
+        const auto words = Words(line);
+        if (words.empty()) {
+            continue;
+        }
+        const auto event = ParseEvent(words);
+        if (!event) {
+            throw HostError(ExitStatus::WrongUsage,
+                            std::string(fileName) + ":" + std::to_string(number) +
+                                ": not an event; lines are FRAME key-down|key-up CODE, FRAME "
+                                "mouse-move|button-down|button-up X Y, FRAME resize WIDTH HEIGHT");
+        }
+        events.push_back(*event);
+    }
+    std::ranges::stable_sort(events, {}, &InputEvent::frame);
+    return events;
+}
+
+}  // namespace pixelforge::preview

@@ -1,0 +1,49 @@
+// Loads the display module and binds its exports.
+#include "preview/host/module_library.h"
+
+#include <windows.h>
+
+#include "preview/host/file_paths.h"
+#include "preview/host/host_error.h"
+
+namespace pixelforge::preview {
+namespace {
+
+template <class Function>
+void Bind(HMODULE library, const char* name, Function& function) {
+    const FARPROC address = GetProcAddress(library, name);
+    if (address == nullptr) {
+        throw HostError(ExitStatus::Failed, std::string("the module does not export ") + name);
+    }
+    // A cast by way of a plain function pointer: FARPROC's own type differs from every export's.
+    function = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(address));
+}
+
+}  // namespace
+
+std::wstring ModulePathBesideProgram() {
+    std::wstring path(32768, L'\0');
+    path.resize(GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size())));
+    return path.substr(0, path.find_last_of(L'\\') + 1) + L"Pixelforge.dll";
+}
+
+ModuleLibrary::ModuleLibrary(const std::wstring& path)
+    : library_(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
+    if (!library_) {
+        throw HostError(ExitStatus::Failed, WithLastError("cannot load the module " + ToUtf8(path)));
+    }
+    FindExports();
+}
+
+void ModuleLibrary::FindExports() {
+    const HMODULE library = library_.Get();
+    Bind(library, "ModuleGetDescription", functions_.getDescription);
+    Bind(library, "ModuleBuildControlStructure", functions_.buildControlStructure);
+    Bind(library, "ModulePreInitialize", functions_.preInitialize);
+    Bind(library, "ModuleInitialize", functions_.initialize);
+    Bind(library, "ModuleDrawFrame", functions_.drawFrame);
+    Bind(library, "ModuleCleanUp", functions_.cleanUp);
+    Bind(library, "ModuleDestroyControlStructure", functions_.destroyControlStructure);
+}
+
+}  // namespace pixelforge::preview

@@ -1,0 +1,143 @@
+// The steps to a running loopback stream, and its packets.
+#include "inputs/audio_stream.h"
+
+#include <cwchar>
+
+namespace pixelforge {
+namespace {
+
+/// A device that always has one more packet must not keep the thread from its rest. Engines deliver a packet
+/// every 10 ms and are asked every 18, so that even a second's backlog is caught up within a few rounds.
+constexpr int kMostPacketsAtOnce = 64;
+
+/// Null when the device does not tell.
+std::unique_ptr<wchar_t, TaskMemoryDeleter> IdOf(IMMDevice* device) noexcept {
+    LPWSTR id = nullptr;
+    if (device && FAILED(device->GetId(&id))) {
+        id = nullptr;
+    }
+    return std::unique_ptr<wchar_t, TaskMemoryDeleter>(id);
+}
+
+/// Success without an object counts as a failure.
+HRESULT Obtained(HRESULT result, const void* object) noexcept {
+    return SUCCEEDED(result) && !object ? E_POINTER : result;
+}
+
+}  // namespace
+
+LoopbackStream::~LoopbackStream() {
+    if (started_) {
+        client_->Stop();
+    }
+}
+
+HRESULT LoopbackStream::Open(const std::atomic<std::int32_t>& stop) {
+    using Step = HRESULT (LoopbackStream::*)();
+    constexpr Step kSteps[] = {
+        &LoopbackStream::CreateEnumerator,
+        &LoopbackStream::FindDevice,
+        &LoopbackStream::ActivateClient,
+        &LoopbackStream::ReadMixFormat,
+        &LoopbackStream::InitializeClient,
+        &LoopbackStream::GetCaptureService,
+        &LoopbackStream::Start,
+    };
+    for (const Step step : kSteps) {
+        if (stop) {
+            return E_ABORT;
+        }
+        if (const HRESULT result = (this->*step)(); FAILED(result)) {
+            return result;
+        }
+    }
+    return S_OK;
+}
+
+HRESULT LoopbackStream::CreateEnumerator() {
+    const HRESULT result = CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
+                                            IID_PPV_ARGS(enumerator_.ReleaseAndGetAddressOf()));
+    return Obtained(result, enumerator_.Get());
+}
+
+/// The device that plays sound, not a microphone.
+HRESULT LoopbackStream::FindDevice() {
+    const HRESULT result =
+        enumerator_->GetDefaultAudioEndpoint(eRender, eConsole, device_.ReleaseAndGetAddressOf());
+    return Obtained(result, device_.Get());
+}
+
+HRESULT LoopbackStream::ActivateClient() {
+    const HRESULT result = device_->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr,
+                                             reinterpret_cast<void**>(client_.ReleaseAndGetAddressOf()));
+    return Obtained(result, client_.Get());
+}
+
+HRESULT LoopbackStream::ReadMixFormat() {
+    WAVEFORMATEX* format = nullptr;
+    const HRESULT result = client_->GetMixFormat(&format);
+    mixFormat_.reset(format);
+    return Obtained(result, format);
+}
+
+HRESULT LoopbackStream::InitializeClient() {
+    return client_->Initialize(AUDCLNT_SHAREMODE_SHARED, AUDCLNT_STREAMFLAGS_LOOPBACK, 0, 0, mixFormat_.get(),
+                               nullptr);
+}
+
+HRESULT LoopbackStream::GetCaptureService() {
+    const HRESULT result = client_->GetService(IID_PPV_ARGS(capture_.ReleaseAndGetAddressOf()));
+    return Obtained(result, capture_.Get());
+}
+
+HRESULT LoopbackStream::Start() {
+    const HRESULT result = client_->Start();
+    started_ = SUCCEEDED(result);
+    return result;
+}
+
+SampleFormat LoopbackStream::Format() const noexcept {
+    return {static_cast<double>(mixFormat_->nSamplesPerSec), mixFormat_->wBitsPerSample,
+            mixFormat_->nChannels, mixFormat_->nBlockAlign};
+}
+
+HRESULT LoopbackStream::ReadWaiting(const PacketSink& sink) {
+    for (int packet = 0; packet < kMostPacketsAtOnce; ++packet) {
+        UINT32 frames = 0;
+        const HRESULT result = capture_->GetNextPacketSize(&frames);
+        if (FAILED(result) || frames == 0) {
+            return result;
+        }
+        if (const HRESULT read = ReadPacket(sink); read != S_OK) {
+            return read;
+        }
+    }
+    return S_OK;
+}
+
+bool LoopbackStream::DefaultHasMoved() const noexcept {
+    Microsoft::WRL::ComPtr<IMMDevice> device;
+    if (FAILED(enumerator_->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf()))) {
+        return false;
+    }
+    const auto id = IdOf(device.Get());
+    const auto own = IdOf(device_.Get());
+    return id && own && std::wcscmp(id.get(), own.get()) != 0;
+}
+
+/// The packet's flags, silence among them, are of no interest: silence is heard as zeros.
+HRESULT LoopbackStream::ReadPacket(const PacketSink& sink) {
+    BYTE* frames = nullptr;
+    UINT32 count = 0;
+    DWORD flags = 0;
+    const HRESULT result = capture_->GetBuffer(&frames, &count, &flags, nullptr, nullptr);
+    if (result != S_OK) {  // among the successes one says that there is no packet after all
+        return result;
+    }
+    if (frames && count > 0) {
+        sink(reinterpret_cast<const std::byte*>(frames), count);
+    }
+    return capture_->ReleaseBuffer(count);
+}
+
+}  // namespace pixelforge

@@ -1,0 +1,104 @@
+// Decoding with the Windows Imaging Component.
+#include <windows.h>
+
+#include <wincodec.h>
+#include <wrl/client.h>
+
+#include "base/bitmap.h"
+#include "base/win_handles.h"
+#include "media/image_decoder.h"
+
+namespace pixelforge {
+namespace {
+
+using Microsoft::WRL::ComPtr;
+
+struct Frame {
+    ComPtr<IWICBitmapFrameDecode> source;
+    UINT width = 0;
+    UINT height = 0;
+    UINT bitsPerPixel = 0;
+};
+
+HRESULT OpenFrame(IWICImagingFactory& factory, const wchar_t* path, ComPtr<IWICBitmapFrameDecode>& frame) {
+    ComPtr<IWICBitmapDecoder> decoder;
+    const HRESULT opened = factory.CreateDecoderFromFilename(path, nullptr, GENERIC_READ,
+                                                             WICDecodeMetadataCacheOnLoad, &decoder);
+    return FAILED(opened) ? opened : decoder->GetFrame(0, &frame);
+}
+
+HRESULT ReadDepth(IWICImagingFactory& factory, Frame& frame) {
+    WICPixelFormatGUID format = {};
+    HRESULT result = frame.source->GetPixelFormat(&format);
+    ComPtr<IWICComponentInfo> component;
+    if (SUCCEEDED(result)) {
+        result = factory.CreateComponentInfo(format, &component);
+    }
+    ComPtr<IWICPixelFormatInfo> info;
+    if (SUCCEEDED(result)) {
+        result = component.As(&info);
+    }
+    return SUCCEEDED(result) ? info->GetBitsPerPixel(&frame.bitsPerPixel) : result;
+}
+
+HRESULT ReadFrame(const wchar_t* path, Frame& frame) {
+    ComPtr<IWICImagingFactory> factory;
+    HRESULT result =
+        CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory));
+    if (SUCCEEDED(result)) {
+        result = OpenFrame(*factory.Get(), path, frame.source);
+    }
+    if (SUCCEEDED(result)) {
+        result = ReadDepth(*factory.Get(), frame);
+    }
+    return SUCCEEDED(result) ? frame.source->GetSize(&frame.width, &frame.height) : result;
+}
+
+/// Empty for a frame that can become a section.
+std::string FaultOfFrame(const Frame& frame) {
+    if (frame.bitsPerPixel < 8 || frame.bitsPerPixel > 64) {
+        return std::to_string(frame.bitsPerPixel) + "-bit pictures cannot be shown";
+    }
+    if (!FitsSection(frame.width, frame.height, static_cast<std::int32_t>(frame.bitsPerPixel))) {
+        return "the picture is larger than 16384 pixels a side or 1 GiB";
+    }
+    return {};
+}
+
+UniqueBitmap CopyFrame(const Frame& frame, std::string& reason) {
+    UniqueBitmap bitmap =
+        CreatePictureBitmap(static_cast<std::int32_t>(frame.width), static_cast<std::int32_t>(frame.height),
+                            static_cast<std::int32_t>(frame.bitsPerPixel));
+    const SectionPixels section = PixelsOf(bitmap.Get());
+    if (section.bytes.empty()) {
+        reason = "no bitmap can be made for a " + std::to_string(frame.bitsPerPixel) + "-bit picture";
+        return {};
+    }
+    // Not rounded up to 4 bytes, so never more than the section holds.
+    const UINT stride = frame.bitsPerPixel / 8 * frame.width;
+    if (FAILED(frame.source->CopyPixels(nullptr, stride, stride * frame.height, section.bytes.data()))) {
+        reason = "the picture is damaged";
+        return {};
+    }
+    return bitmap;
+}
+
+}  // namespace
+
+UniqueBitmap DecodeImageFile(const wchar_t* path, std::string& reason) {
+    // Outlives every interface below.
+    const ComApartment apartment;
+    if (!apartment) {
+        reason = "no COM apartment can be had to decode it";
+        return {};
+    }
+    Frame frame;
+    if (!path || FAILED(ReadFrame(path, frame))) {
+        reason = "it is no picture that the system can read";
+        return {};
+    }
+    reason = FaultOfFrame(frame);
+    return reason.empty() ? CopyFrame(frame, reason) : UniqueBitmap();
+}
+
+}  // namespace pixelforge

@@ -1,0 +1,142 @@
+// Channel textures: creation and binding.
+#include "render/channel_textures.h"
+
+#include <GL/glew.h>
+
+#include <string>
+
+#include "media/document_media.h"
+#include "render/channel_plan.h"
+#include "render/gl_diagnostics.h"
+#include "render/live_textures.h"
+#include "render/media_textures.h"
+#include "render/pass_targets.h"
+
+namespace pixelforge {
+
+namespace {
+
+/// A texture as a channel binds it. `mipmapsStale` belongs to it and is null for one without mipmaps to make.
+struct BoundTexture {
+    GLenum target;
+    GlName name;
+    bool* mipmapsStale;
+};
+
+/// Sampler settings live in a sampler object of the channel, not in the texture: two channels may read the
+/// same pass with different settings.
+GlSampler CreateSampler(const SamplerState& state) {
+    GlSampler sampler = NewSampler();
+    const auto set = [&sampler](GLenum name, std::uint32_t value) {
+        glSamplerParameteri(sampler.Get(), name, static_cast<GLint>(value));
+    };
+    const std::uint32_t filter = state.filter != 0 ? state.filter : kFilterLinear;
+    const std::uint32_t wrap = state.wrap != 0 ? state.wrap : kWrapClamp;
+    set(GL_TEXTURE_WRAP_S, wrap);
+    set(GL_TEXTURE_WRAP_T, wrap);
+    set(GL_TEXTURE_WRAP_R, wrap);
+    set(GL_TEXTURE_MIN_FILTER, filter);
+    set(GL_TEXTURE_MAG_FILTER, filter == kFilterMipmap ? kFilterLinear : filter);
+    return sampler;
+}
+
+GLenum TextureTarget(ChannelType type) noexcept {
+    switch (type) {
+        case ChannelType::CubeBuffer:
+        case ChannelType::CubeMap:
+            return GL_TEXTURE_CUBE_MAP;
+        case ChannelType::Volume:
+            return GL_TEXTURE_3D;
+        default:
+            return GL_TEXTURE_2D;
+    }
+}
+
+/// A multisampled source is bound as it is too, but what a sampler2D sees is its plain copy.
+BoundTexture PassOutput(GlRenderer& renderer, PassSlot& source, GLenum target) {
+    PassTarget& newest = NewestTarget(source);
+    if (!IsMultisampled(renderer, source)) {
+        return BoundTexture{target, newest.texture.Get(), &newest.mipmapsStale};
+    }
+    glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, newest.texture.Get());
+    ResolveTarget(renderer, newest);
+    return BoundTexture{target, newest.resolvedTexture.Get(), &newest.mipmapsStale};
+}
+
+/// Name 0 for a channel whose texture could not be had.
+BoundTexture TextureOf(GlRenderer& renderer, const ChannelSlot& channel) {
+    const GLenum target = TextureTarget(channel.type);
+    if (channel.sourceSlot != 0) {
+        return PassOutput(renderer, renderer.slots[channel.sourceSlot], target);
+    }
+    if (LiveTexture* live = LiveTextureOf(renderer, channel.type)) {
+        return BoundTexture{target, live->texture.Get(), &live->mipmapsStale};
+    }
+    return BoundTexture{target, channel.texture.Get(), nullptr};
+}
+
+void BindChannel(GlRenderer& renderer, const ChannelSlot& channel, std::uint32_t unit, GLint location) {
+    glActiveTexture(GL_TEXTURE0 + unit);
+    const BoundTexture bound = TextureOf(renderer, channel);
+    glBindTexture(bound.target, bound.name);
+    glBindSampler(unit, channel.sampler.Get());
+    if (channel.mipmapped && bound.name != 0 && bound.mipmapsStale && *bound.mipmapsStale) {
+        glGenerateMipmap(bound.target);
+        *bound.mipmapsStale = false;
+    }
+    glUniform1i(location, static_cast<GLint>(unit));
+    ReportGlError();
+}
+
+}  // namespace
+
+bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uint32_t channel) {
+    if (channel >= kChannels || passSlot >= kPassSlots) {
+        return false;
+    }
+    const PassInput& input = renderer.document.passes[passSlot].inputs[channel];
+    ChannelSlot& slot = renderer.slots[passSlot].channels[channel];
+    slot = ChannelSlot{};
+    slot.type = input.ctype;
+    if (slot.type == ChannelType::None || slot.type > ChannelType::Audio) {
+        return true;
+    }
+    slot.sourceSlot = SourceSlot(input);
+    slot.mipmapped = input.sampler.filter == kFilterMipmap;
+    slot.sampler = CreateSampler(input.sampler);
+    if (slot.sourceSlot != 0) {
+        renderer.slots[slot.sourceSlot].isRead = true;
+    }
+    CreateLiveTexture(renderer, slot.type);
+    std::string reason;
+    slot.texture = CreateMediaTexture(input, reason);
+    ReportGlError();
+    if (!reason.empty()) {
+        renderer.document.passes[passSlot].channelResolution[channel] = ChannelSize{};
+        ReportEmptyChannel(static_cast<PassKind>(passSlot), channel, input.src, reason);
+    }
+    return reason.empty();
+}
+
+void BindChannels(GlRenderer& renderer, const PassSlot& slot) {
+    for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
+        const ChannelSlot& input = slot.channels[channel];
+        if (input.type != ChannelType::None && input.type <= ChannelType::Audio) {
+            BindChannel(renderer, input, channel, slot.uniforms.iChannel[channel]);
+        }
+    }
+    glActiveTexture(GL_TEXTURE0);
+}
+
+void SetChannelResolutions(GlRenderer& renderer) noexcept {
+    for (std::uint32_t number = 0; number < kPassSlots; ++number) {
+        PassSlot& slot = renderer.slots[number];
+        for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
+            slot.channelResolution[channel] = ChannelResolution(
+                slot.channels[channel].type, renderer.document.passes[number].channelResolution[channel],
+                renderer.resolution[0], renderer.resolution[1]);
+        }
+    }
+}
+
+}  // namespace pixelforge

@@ -1,0 +1,110 @@
+// Sets up the cache tree and fills it.
+#include "service/shader_cache.h"
+
+#include <windows.h>
+
+#include <winioctl.h>
+
+#include <algorithm>
+
+#include "base/file.h"
+#include "base/random.h"
+#include "base/win_handles.h"
+#include "service/cache_names.h"
+
+namespace pixelforge {
+namespace {
+
+wchar_t root[kPathUnits] = L"E:\\PixelforgeCache";
+
+enum class Compression {
+    Off,
+    On,
+};
+
+/// Makes one folder unless it exists; its parent must exist. True when the folder is there, also when
+/// another process was faster.
+bool EnsureFolder(const wchar_t* path) {
+    return IsExistingFolder(path) || CreateDirectoryW(path, nullptr) || IsExistingFolder(path);
+}
+
+/// Has the system compress what is written to the folder from now on, where its file system can.
+void CompressFolder(const wchar_t* path) noexcept {
+    const UniqueKernelHandle folder =
+        AdoptFileHandle(CreateFileW(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                    nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    if (folder) {
+        USHORT format = COMPRESSION_FORMAT_DEFAULT;
+        DWORD returned = 0;
+        DeviceIoControl(folder.Get(), FSCTL_SET_COMPRESSION, &format, sizeof(format), nullptr, 0, &returned,
+                        nullptr);
+    }
+}
+
+void MakeSubfolder(const wchar_t* parent, const wchar_t* name, Compression compression) {
+    wchar_t path[kPathUnits];
+    if (FormatBounded(path, kPathUnits, L"%s\\%s", parent, name) == kFormatComplete && EnsureFolder(path) &&
+        compression == Compression::On) {
+        CompressFolder(path);
+    }
+}
+
+/// The name must not reach the disk before the bytes do, or a power cut leaves a file of zeros.
+bool WriteNewFile(const wchar_t* path, std::span<const std::uint8_t> bytes) noexcept {
+    const UniqueKernelHandle file = AdoptFileHandle(
+        CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file || !WriteAll(file.Get(), bytes)) {
+        return false;
+    }
+    // Some drives cannot flush at all; any other failure may have lost bytes.
+    return FlushFileBuffers(file.Get()) || GetLastError() == ERROR_INVALID_FUNCTION ||
+           GetLastError() == ERROR_NOT_SUPPORTED;
+}
+
+/// Writes under a name of its own in `folder` (which ends in a separator) and renames to `path` there.
+bool WriteFileWhole(const wchar_t* folder, const wchar_t* path, std::span<const std::uint8_t> bytes) {
+    wchar_t beside[kPathUnits];
+    if (FormatBounded(beside, kPathUnits, L"%s~%08X%08X.tmp", folder, SystemRandom(), SystemRandom()) !=
+        kFormatComplete) {
+        return false;
+    }
+    if (WriteNewFile(beside, bytes) && MoveFileExW(beside, path, MOVEFILE_REPLACE_EXISTING)) {
+        return true;
+    }
+    DeleteFileW(beside);
+    return false;
+}
+
+}  // namespace
+
+const wchar_t* CacheRoot() noexcept {
+    return root;
+}
+
+bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot) {
+    if (dataFolder && *dataFolder) {
+        EnsureFolder(dataFolder);
+        MakeSubfolder(dataFolder, L"Shaders", Compression::On);
+    }
+    if (cacheRoot && *cacheRoot) {
+        CopyCut(root, cacheRoot);
+        EnsureFolder(root);
+        MakeSubfolder(root, L"Shaders", Compression::On);
+        // Pictures are compressed already.
+        MakeSubfolder(root, L"Assets", Compression::Off);
+        MakeSubfolder(root, L"Searches", Compression::On);
+    }
+    return true;
+}
+
+bool FormatCachePath(const wchar_t* relativeName, wchar_t (&path)[kPathUnits]) noexcept {
+    return FormatBounded(path, kPathUnits, L"%s\\%s", root, relativeName) == kFormatComplete;
+}
+
+bool StoreResponse(const wchar_t* path, std::span<const std::uint8_t> body) {
+    wchar_t folder[kPathUnits];
+    return !body.empty() && FolderOfPath(path, folder) && EnsureFolder(folder) &&
+           WriteFileWhole(folder, path, body);
+}
+
+}  // namespace pixelforge

@@ -1,0 +1,311 @@
+// From a text to a document: the check before parsing, what the reader makes of each key, and what it says
+// about faults and about texts made to hurt.
+#include "document/document_reader.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <regex>
+#include <vector>
+
+#include "document/usable_json.h"
+#include "module/load_shader.h"
+#include "service/internet_session.h"
+#include "tests/support/temp_file.h"
+
+namespace pixelforge {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+/// A complete document of one pass.
+const std::string kSample =
+    R"({"Shader":{"ver":"0.1","info":{"id":"MdX3Rr","date":"1364860800","viewed":12,"name":"Title",)"
+    R"("username":"someone","description":"Words","likes":3,"published":1,"flags":8,"usePreview":2,)"
+    R"("tags":["a","b","c"],"hasliked":4},"renderpass":[{"inputs":[{"id":258,"ctype":"buffer",)"
+    R"("src":"/media/x.png","channel":1,"sampler":{"filter":"mipmap","wrap":"repeat","vflip":"true",)"
+    R"("srgb":"false","internal":"byte"},"published":1}],"outputs":[],"code":"void f(){}",)"
+    R"("description":"","type":"buffer","name":"Buffer A"}]}})";
+
+/// The sample with the first occurrence of `from`, which must exist, replaced.
+std::string SampleWith(std::string_view from, std::string_view to) {
+    std::string text = kSample;
+    return text.replace(text.find(from), from.size(), to);
+}
+
+struct ReadResult {
+    std::unique_ptr<ShaderDocument> document = std::make_unique<ShaderDocument>();
+    ReadOutcome outcome;
+
+    const RenderPass& Pass(PassKind kind) const { return document->passes[static_cast<std::uint32_t>(kind)]; }
+    const PassInput& Input() const { return Pass(PassKind::BufferA).inputs[1]; }
+};
+
+ReadResult Read(const std::string& text) {
+    ReadResult result;
+    result.outcome = ReadShaderDocument(text.c_str(), *result.document);
+    return result;
+}
+
+/// Of a text that must read to its end.
+ReadResult ReadWhole(const std::string& text) {
+    ReadResult result = Read(text);
+    EXPECT_TRUE(result.outcome.complete) << text;
+    EXPECT_EQ(result.outcome.error, "") << text;
+    return result;
+}
+
+TEST(UsableJson, JudgesAndCutsInPlace) {
+    using enum JsonTextFault;
+    const struct {
+        std::string text;
+        JsonTextFault fault;
+        std::string left;  ///< of a usable text
+    } cases[] = {
+        {"", Empty, ""},
+        {" \t\r\n\v\f", Empty, ""},
+        {" \n[1] trailing, words", None, " \n[1]"},
+        {"{}{} x", None, "{}{}"},
+        {R"({"a":"}]{["} x)", None, R"({"a":"}]{["})"},
+        {R"({"a":"\"}"} x)", None, R"({"a":"\"}"})"},
+        {R"({"a":"\\"} x)", None, R"({"a":"\\"})"},
+        {R"({} \} x)", None, "{}"},
+        {R"({"Error":"Shader not found"})", ServiceError, ""},
+        {R"( {"Error":"Shader not found"})", None, R"( {"Error":"Shader not found"})"},
+        {"\xEF\xBB\xBF{}", ByteOrderMark, ""},
+        {"\xFF\xFE{", ByteOrderMark, ""},
+        {"<html>{}</html>", NoBrace, ""},
+        {"[{]", Unbalanced, ""},
+        {"{}}", Unbalanced, ""},
+        {"[]{]", Unbalanced, ""},
+        {R"({} ")", Unbalanced, ""},
+        {R"({"a":"b\"})", Unbalanced, ""},
+    };
+    for (const auto& each : cases) {
+        std::string text = each.text;
+        EXPECT_EQ(CheckJsonText(text.data()), each.fault) << each.text;
+        EXPECT_STREQ(text.c_str(), each.fault == None ? each.left.c_str() : each.text.c_str());
+    }
+}
+
+TEST(DocumentReader, FillsEveryField) {
+    const ReadResult result = ReadWhole(kSample);
+    const ShaderInfo& info = result.document->info;
+    EXPECT_FLOAT_EQ(result.document->ver, 0.1f);
+    EXPECT_EQ((std::vector<std::wstring>{info.id, info.date, info.name, info.username, info.description,
+                                         info.tags, result.Input().src}),
+              (std::vector<std::wstring>{L"MdX3Rr", L"1364860800", L"Title", L"someone", L"Words", L"a, b, c",
+                                         L"/media/x.png"}));
+    EXPECT_EQ((std::vector{info.viewed, info.likes, info.published, info.flags, info.usePreview,
+                           info.hasliked, result.Input().channel}),
+              (std::vector{12u, 3u, 1u, 8u, 2u, 4u, 1u}));
+    EXPECT_EQ(result.Pass(PassKind::BufferA).inputs[0].ctype, ChannelType::None);
+    EXPECT_EQ(result.Pass(PassKind::Image).kind, PassKind::Other);
+}
+
+TEST(DocumentReader, PutsPassesIntoTheirSlots) {
+    const struct {
+        std::string type, name;
+        std::uint32_t slot;
+    } cases[] = {
+        {"common", "any", 1},        {"buffer", "Buffer A", 2},
+        {"buffer", "Buffer D", 5},   {"buffer", "Buf B", 3},
+        {"cubemap", "Cubemap A", 6}, {"image", "Buffer A", 7},
+        {"buffer", "buffer a", 0},   {"buffer", "Buf A\\u0000", 0},
+        {"buffer", "Cube A", 0},     {"", "", 0},
+    };
+    for (const auto& each : cases) {
+        const std::string keys = R"("type":")" + each.type + R"(","name":")" + each.name + '"';
+        const ReadResult result = ReadWhole(SampleWith(R"("type":"buffer","name":"Buffer A")", keys));
+        const RenderPass& pass = result.document->passes[each.slot];
+        EXPECT_EQ(static_cast<std::uint32_t>(pass.kind), each.slot) << keys;
+        EXPECT_STREQ(pass.code.get(), "void f(){}") << keys;
+        EXPECT_EQ(pass.inputs[1].ctype, ChannelType::Buffer) << keys;
+    }
+}
+
+TEST(DocumentReader, MapsChannelTypesAndIdentifiers) {
+    const struct {
+        std::string id, ctype;
+        std::uint32_t type;
+        std::int32_t source;
+    } cases[] = {
+        {"257", "texture", 1, 0},   {"257", "buffer", 2, 2}, {"260", "buffer", 2, 5},
+        {"256", "buffer", 2, 0},    {"261", "buffer", 2, 0}, {"41", "buffer", 2, 0},
+        {"41", "cubemap", 3, 6},    {"42", "cubemap", 4, 0}, {"41", "volume", 5, 0},
+        {"33", "keyboard", 6, 0},   {"31", "webcam", 7, 0},  {"1", "audio", 8, 0},
+        {"1", "musicstream", 8, 0}, {"1", "music", 8, 0},    {"34", "mic", 8, 0},
+        {"1", "video", 0, 0},       {"257", "Buffer", 0, 0}, {"259.9", "buffer", 2, 4},
+        {"1e300", "buffer", 2, 0},
+    };
+    for (const auto& each : cases) {
+        const std::string keys = R"("id":)" + each.id + R"(,"ctype":")" + each.ctype + '"';
+        const ReadResult result = ReadWhole(SampleWith(R"("id":258,"ctype":"buffer")", keys));
+        EXPECT_EQ(static_cast<std::uint32_t>(result.Input().ctype), each.type) << keys;
+        EXPECT_EQ(result.Input().sourcePass, each.source) << keys;
+    }
+}
+
+TEST(DocumentReader, MapsSamplerTexts) {
+    const struct {
+        const char* from;
+        const char* to;
+        SamplerState expected;
+    } cases[] = {
+        {"mipmap", "mipmap", {10497, 9987, 1, 0, 1}},  {"mipmap", "linear", {10497, 9729, 1, 0, 1}},
+        {"mipmap", "nearest", {10497, 9728, 1, 0, 1}}, {"mipmap", "none", {10497, 9729, 1, 0, 1}},
+        {"repeat", "clamp", {33071, 9987, 1, 0, 1}},   {"repeat", "mirror", {33071, 9987, 1, 0, 1}},
+        {"true", "True", {10497, 9987, 0, 0, 1}},      {"false", "true", {10497, 9987, 1, 1, 1}},
+        {"byte", "float", {10497, 9987, 1, 0, 0}},
+    };
+    for (const auto& each : cases) {
+        const ReadResult result = ReadWhole(SampleWith(each.from, each.to));
+        EXPECT_EQ(std::memcmp(&result.Input().sampler, &each.expected, sizeof(each.expected)), 0) << each.to;
+    }
+}
+
+TEST(DocumentReader, DropsChannelsThatDoNotExistAndSaturatesCounts) {
+    for (const std::string number : {"4", "-1", "1e9", "-1e300", "4294967297"}) {
+        const ReadResult result = ReadWhole(SampleWith(R"("channel":1)", R"("channel":)" + number));
+        for (const PassInput& input : result.Pass(PassKind::BufferA).inputs) {
+            EXPECT_EQ(input.ctype, ChannelType::None) << number;
+        }
+    }
+    for (const auto& [number, expected] :
+         {std::pair("2.9", 2u), {"-0.5", 0u}, {"-1e300", 0u}, {"18446744073709551616", 4294967295u}}) {
+        const ReadResult result = ReadWhole(SampleWith(R"("likes":3)", R"("likes":)" + std::string(number)));
+        EXPECT_EQ(result.document->info.likes, expected) << number;
+    }
+}
+
+TEST(DocumentReader, LetsTheLaterPassOfAKindWin) {
+    const ReadResult result = ReadWhole(
+        SampleWith("}]}}", R"(},{"type":"buffer","name":"Buf A","code":"late","inputs":[]},{"type":"sound"},)"
+                           R"({"type":"odd","code":"odd","inputs":[]}]}})"));
+    EXPECT_STREQ(result.Pass(PassKind::BufferA).code.get(), "late");
+    EXPECT_EQ(result.Input().ctype, ChannelType::None);
+    EXPECT_STREQ(result.Pass(PassKind::Other).code.get(), "odd");
+}
+
+TEST(DocumentReader, KeepsTheBytesOfCode) {
+    const std::pair<std::string_view, std::string_view> cases[] = {
+        {"// \xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80", "// \xC3\xA4 \xE2\x82\xAC \xF0\x9F\x98\x80"},
+        {"// \xE4 \x80 \x9F", "// \xE4 \x80 \x9F"},
+        {"\\u00e4\\ud83d\\ude00", "\xC3\xA4\xF0\x9F\x98\x80"},
+        {"\xE4\\u20ac\\u0416", "\xE4\x80?"},
+        {R"(a\tb\r\nc\\\n\/\"\b\f)", "a\tb\r\nc\\\n/\"\b\f"},
+        {"a\\u0000b", "a"},
+    };
+    for (const auto& [written, expected] : cases) {
+        const ReadResult result = ReadWhole(SampleWith("void f(){}", written));
+        EXPECT_EQ(std::string_view(result.Pass(PassKind::BufferA).code.get()), expected) << written;
+    }
+}
+
+/// Every key of the sample is renamed, and then given a value of the wrong type in front of its own.
+TEST(DocumentFaults, NameTheMissingOrWrongKey) {
+    const std::size_t unread[] = {kSample.rfind("\"published"), kSample.rfind("\"description"),
+                                  kSample.find("\"outputs")};
+    const std::regex keys(R"re("(\w+)":)re");
+    int read = 0;
+    for (std::sregex_iterator key(kSample.begin(), kSample.end(), keys), end; key != end; ++key) {
+        const auto at = static_cast<std::size_t>(key->position());
+        const ReadResult missing = Read(std::string(kSample).insert(at + 1, "no "));
+        const ReadResult wrong = Read(std::string(kSample).insert(at, key->str() + "true,"));
+        if (std::ranges::find(unread, at) != std::end(unread)) {
+            EXPECT_TRUE(missing.outcome.complete && wrong.outcome.complete) << key->str();
+            continue;
+        }
+        EXPECT_FALSE(missing.outcome.complete || wrong.outcome.complete) << key->str();
+        EXPECT_THAT(missing.outcome.error, EndsWith(key->str(1) + ": missing"));
+        EXPECT_THAT(wrong.outcome.error,
+                    testing::AllOf(HasSubstr(key->str(1) + ": must be "), EndsWith(", is true")));
+        ++read;
+    }
+    EXPECT_EQ(read, 30);
+}
+
+TEST(DocumentFaults, AreNamedInOneLine) {
+    const std::pair<std::string, const char*> cases[] = {
+        {"", "line 1, column 1: The document is empty."},
+        {"{\r\n\"a\": 1,\r \n  oops}", "line 4, column 3: Missing a name for object member."},
+        {"{\"\xC3\xA4\":?}", "line 1, column 6: Invalid value."},
+        {"{\"a\":1e999}", "line 1, column 6: Number too big to be stored in double."},
+        {R"({"a":"\udc00"})", "line 1, column 13: The surrogate pair in string is invalid."},
+        {R"({"ver":"0.1","renderpass":[]})",
+         "Shader: missing; only documents of the form {\"Shader\":{...}} are read"},
+        {SampleWith("0.1", "first"), "Shader.ver: invalid stof argument"},
+        {SampleWith("0.1", "1e99"), "Shader.ver: stof argument out of range"},
+        {SampleWith(R"("b")", "2"), "Shader.info.tags[1]: must be a string, is a number"},
+        {SampleWith("[{\"inputs", "[null,{\"inputs"), "Shader.renderpass[0]: must be an object, is null"},
+        {SampleWith("wrap", "w"), "Shader.renderpass[0].inputs[0].sampler.wrap: missing"},
+    };
+    for (const auto& [text, error] : cases) {
+        const ReadResult result = Read(text);
+        EXPECT_FALSE(result.outcome.complete) << text;
+        EXPECT_EQ(result.outcome.error, error) << text;
+    }
+}
+
+TEST(HostileText, CutOrDamagedAnywhereEndsInADocumentOrOneLine) {
+    for (std::size_t at = 0; at < kSample.size(); ++at) {
+        const ReadResult cut = Read(kSample.substr(0, at));
+        EXPECT_FALSE(cut.outcome.complete || cut.outcome.error.empty()) << at;
+        for (const char byte : {'"', '\\', '{', ']', '\x80', '\xED', '0', '\n'}) {
+            std::string text = kSample;
+            text[at] = byte;
+            const ReadResult result = Read(text);
+            EXPECT_EQ(result.outcome.complete, result.outcome.error.empty()) << text;
+            EXPECT_EQ(result.outcome.error.find('\n'), std::string::npos) << text;
+        }
+    }
+}
+
+/// Sizes that would overflow a recursive parser, or take quadratic work beyond the time that a test has.
+TEST(HostileText, OfGreatSizeIsReadInTime) {
+    constexpr std::size_t kMillion = 1'000'000;
+    const std::string deep = std::string(kMillion, '[') + std::string(kMillion, ']');
+    std::string wide = "1";
+    for (std::size_t i = 0; i < kMillion; ++i) {
+        wide += ",1";
+    }
+    EXPECT_FALSE(Read(deep).outcome.complete);
+    EXPECT_TRUE(Read(SampleWith(R"("outputs":[])", R"("outputs":)" + deep)).outcome.complete);
+    EXPECT_EQ(Read(SampleWith(R"("a","b","c")", wide)).outcome.error,
+              "Shader.info.tags[0]: must be a string, is a number");
+    const ReadResult large = Read(SampleWith("void f(){}", std::string(50 * kMillion, 'x')));
+    EXPECT_TRUE(large.outcome.complete) << large.outcome.error;
+    EXPECT_EQ(std::strlen(large.Pass(PassKind::BufferA).code.get()), 50 * kMillion);
+    const ReadResult exact = Read(SampleWith("0.1", "0." + std::string(50 * kMillion, '1')));
+    EXPECT_TRUE(exact.outcome.complete) << exact.outcome.error;
+    EXPECT_NEAR(exact.document->ver, 0.111, 0.001);
+}
+
+/// The last two names are no addresses either, so nothing is requested.
+TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrGivesTheReason) {
+    const test::TempFile good("\r\n" + kSample + "\ntrailing words", L"-\u732B.json");
+    const test::TempFile marked("\xEF\xBB\xBF{}");
+    const std::pair<std::wstring, const char*> cases[] = {
+        {good.Path(), ""},
+        {marked.Path(), "byte-order mark"},
+        {L"", "existing file"},
+        {std::filesystem::temp_directory_path().wstring(), "existing file"},
+    };
+    for (const auto& [name, expected] : cases) {
+        const auto document = std::make_unique<ShaderDocument>();
+        InternetSession session;
+        std::string reason;
+        const bool loaded = LoadShaderById(&session, name.c_str(), document.get(), reason);
+        EXPECT_EQ(loaded, reason.empty() && document->passes[2].code);
+        EXPECT_EQ(loaded, name == good.Path()) << reason;
+        EXPECT_THAT(reason, HasSubstr(expected));
+    }
+}
+
+}  // namespace
+}  // namespace pixelforge

@@ -1,0 +1,125 @@
+// Cache, network, cache: what is asked, what is kept, what is refused.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "base/text.h"
+#include "service/service_client.h"
+#include "service/service_host.h"
+#include "tests/https_service/service_support.h"
+
+namespace pixelforge::test {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+class FetchWithCacheTest : public ServiceTest {
+protected:
+    bool Download(const wchar_t* id, const wchar_t* src) {
+        return DownloadToCacheFile(session_.get(), id, src, path_, reason_);
+    }
+
+    wchar_t path_[kPathUnits] = {};
+};
+
+TEST_F(FetchWithCacheTest, AsksOnceAndReadsTheFileOfEachNameFromThenOn) {
+    const std::wstring search = Url(L"/api/v1/shaders/query/sea?key=fz3kq9");
+    for (const std::wstring& url : {ShaderUrl(L"redfox"), ShaderUrl(L"REDFOX"), ShaderUrl(L"gzip-RedFox"),
+                                    search, MediaUrl(L"300.bin")}) {
+        const auto fetched = Fetch(url);
+        ASSERT_TRUE(fetched) << reason_;
+        EXPECT_EQ(Fetch(url), fetched);
+    }
+    EXPECT_THAT(Requests(), SizeIs(5));
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets/300.bin", "Searches/ONSWCP3LMV4T2ZT2GNVXCOIA.json",
+                                           "Shaders/gzip-redfox_120.json", "Shaders/redfox_0.json",
+                                           "Shaders/redfox_3F.json"));
+    EXPECT_EQ(ReadCached("Assets/300.bin"), Pattern(300));
+    EXPECT_THAT(ReadCached("Shaders/redfox_3F.json"), HasSubstr("\"REDFOX\""));
+    EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\n")) << "kept as it was received";
+}
+
+TEST_F(FetchWithCacheTest, KeepsNothingOfABadAnswerAndTheNextGoodOneWorks) {
+    const std::pair<std::wstring, const char*> cases[] = {
+        {ShaderUrl(L"missing-red1"), "status 404"},
+        {ShaderUrl(L"broken-red1"), "status 500"},
+        {ShaderUrl(L"error-red1"), "error document"},
+        {ShaderUrl(L"garbage-red1"), "brace"},
+        {ShaderUrl(L"empty-red1"), "empty"},
+        {ShaderUrl(L"cut-red1"), "broke off"},
+        {ShaderUrl(L"stall-red1"), "broke off"},
+        {ShaderUrl(L"chunkcut-red1"), ""},
+        {ShaderUrl(L"gzipcut-red1"), ""},
+        {ShaderUrl(L"liar-red1"), ""},
+        {ShaderUrl(L"closed-red1"), ""},
+        {Url(L"/media/a/10.bin", L"untrusted."), "error 12057"},
+        {Url(L"/media/a/10.bin", L"wrongname."), "error 12038"},
+        {Url(L"/media/a/10.bin", L"nowhere."), "cannot be reached"},
+        {L"https://127.0.0.1:1/media/a/10.bin", "cannot be reached"},
+        {L"unknown://x/media/a/10.bin", "cannot be reached"},
+    };
+    for (const auto& [url, reason] : cases) {
+        SCOPED_TRACE(testing::PrintToString(url));
+        EXPECT_FALSE(Fetch(url));
+        EXPECT_THAT(reason_, HasSubstr(reason));
+        EXPECT_THAT(CachedFiles(), IsEmpty());
+        EXPECT_TRUE(Fetch(ShaderUrl(L"red1"))) << reason_;
+        EXPECT_TRUE(std::filesystem::remove(root_ / "Shaders" / "red1_0.json"));
+    }
+}
+
+TEST_F(FetchWithCacheTest, AsksAnotherHostOnlyByRedirection) {
+    ASSERT_TRUE(Fetch(MediaUrl(L"20.bin")));
+    ASSERT_TRUE(Fetch(MediaUrl(L"redirect-21.bin")));
+    const std::string host = Narrow(kServiceHost, TextEncoding::Utf8).value();
+    EXPECT_THAT(Requests(), ElementsAre(StartsWith(host + " /media/a/20.bin\t"),
+                                        StartsWith(host + " /media/a/redirect-21.bin\t"),
+                                        StartsWith("elsewhere." + host + " ")));
+}
+
+TEST_F(FetchWithCacheTest, RefusesBadNamesWithoutARequest) {
+    for (const std::wstring& url : {Url(L"/"), ShaderUrl(L""), ShaderUrl(L"..\\red"), MediaUrl(L"CON"),
+                                    MediaUrl(std::wstring(300, L'1'))}) {
+        EXPECT_FALSE(Fetch(url)) << testing::PrintToString(url);
+    }
+    for (const wchar_t* src : {L"", L"/media/a/", L"..\\..\\1.bin", L"x/..", L"/media/a/NUL"}) {
+        EXPECT_FALSE(Download(L"red1", src)) << testing::PrintToString(src);
+    }
+    EXPECT_FALSE(Download(L"..\\red1", nullptr));
+    EXPECT_FALSE(Download(nullptr, L"1.bin"));
+    EXPECT_THAT(Requests(), IsEmpty());
+    EXPECT_THAT(CachedFiles(), IsEmpty());
+}
+
+TEST_F(FetchWithCacheTest, ReturnsACachedFileAsItStands) {
+    for (const std::string bytes : {"{\"Error\":\"kept\"} and more", ""}) {
+        WriteCached("Shaders/red1_0.json", bytes);
+        EXPECT_EQ(Fetch(ShaderUrl(L"red1")), bytes);
+    }
+    EXPECT_THAT(Requests(), IsEmpty());
+}
+
+TEST_F(FetchWithCacheTest, ADownloadSucceedsAlsoWhenTheCacheTurnsItDown) {
+    EXPECT_TRUE(Download(L"red1", L"/media/a/30.bin"));
+    EXPECT_EQ(std::filesystem::path(path_), root_ / "Assets" / "30.bin");
+    EXPECT_TRUE(Download(L"red1", L"30.bin")) << "now from disk";
+    EXPECT_TRUE(Download(L"Red1", nullptr));
+    EXPECT_EQ(std::filesystem::path(path_), root_ / "Shaders" / "Red1.json");
+    EXPECT_THAT(Requests(), SizeIs(2));
+    EXPECT_FALSE(Download(L"red1", L"/media/a/missing-1.bin"));
+    EXPECT_FALSE(Download(L"red1", L"/media/a/cut-100.bin"));
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets/30.bin", "Shaders/Red1.json"));
+    std::filesystem::remove_all(root_ / "Assets");
+    WriteCached("Assets", "no folder");
+    EXPECT_TRUE(Download(L"red1", L"/media/a/31.bin"));
+    EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+}  // namespace
+}  // namespace pixelforge::test

@@ -1,0 +1,71 @@
+// Hundreds of failing and of good fetches leave no handle open, and bodies as large as media get arrive
+// whole. The numbers are part of the tests' names: the short and the long program have both with numbers of
+// their own.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <cstring>
+
+#include "base/win_handles.h"
+#include "service/http_get.h"
+#include "tests/https_service/service_support.h"
+#include "tests/support/process_census.h"
+
+namespace pixelforge::test {
+namespace {
+
+class ManyFetches : public ServiceTest, public testing::WithParamInterface<std::size_t> {
+protected:
+    void FetchAll(std::size_t rounds) {
+        const std::wstring failing[] = {MediaUrl(L"cut-5000.bin"), MediaUrl(L"closed-5000.bin"),
+                                        Url(L"/media/a/1.bin", L"untrusted."),
+                                        Url(L"/media/a/1.bin", L"wrongname."), L"https://127.0.0.1:1/"};
+        for (std::size_t i = 0; i < rounds; ++i) {
+            // Without a session every other time: the private one must go as well.
+            InternetSession* chosen = i % 2 != 0 ? session_.get() : nullptr;
+            ASSERT_TRUE(HttpGetReply(chosen, MediaUrl(L"5000.bin").c_str(), nullptr).body);
+            const HttpReply reply = HttpGetReply(chosen, failing[i % std::size(failing)].c_str(), nullptr);
+            ASSERT_TRUE(!reply.body || reply.status == 0);
+        }
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Load, ManyFetches, testing::Values(PIXELFORGE_FETCHES),
+                         testing::PrintToStringParamName());
+
+TEST_P(ManyFetches, LeaveNoHandleOpen) {
+    constexpr std::size_t kPlanted = 50;
+    FetchAll(20);
+    const std::size_t before = OpenHandles();
+    FetchAll(GetParam());
+    const std::size_t after = OpenHandles();
+    // Connections that are kept for the next request come and go.
+    EXPECT_LE(after, before + 10);
+
+    UniqueKernelHandle planted[kPlanted];
+    for (UniqueKernelHandle& handle : planted) {
+        handle.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
+    }
+    EXPECT_GE(OpenHandles(), after + kPlanted) << "a leak would be seen";
+}
+
+class LargeBody : public ServiceTest, public testing::WithParamInterface<std::size_t> {};
+
+INSTANTIATE_TEST_SUITE_P(Load, LargeBody, testing::Values(PIXELFORGE_BODY_BYTES),
+                         testing::PrintToStringParamName());
+
+TEST_P(LargeBody, ArrivesWholeWithAndWithoutALength) {
+    const std::string pattern = Pattern(GetParam());
+    const std::wstring name = std::to_wstring(GetParam()) + L".bin";
+    for (const wchar_t* manner : {L"", L"chunked-", L"nolength-"}) {
+        const HttpReply reply = HttpGetReply(session_.get(), MediaUrl(manner + name).c_str(), nullptr);
+        ASSERT_TRUE(reply.body) << testing::PrintToString(manner);
+        ASSERT_EQ(reply.length, pattern.size());
+        EXPECT_EQ(std::memcmp(reply.body.get(), pattern.data(), pattern.size()), 0);
+    }
+    EXPECT_FALSE(HttpGetReply(session_.get(), MediaUrl(L"cut-" + name).c_str(), nullptr).body);
+}
+
+}  // namespace
+}  // namespace pixelforge::test

@@ -1,0 +1,91 @@
+// The module itself, from a playlist of identifiers to pixels, against the service.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <set>
+
+#include "base/random.h"
+#include "preview/cache_entry.h"
+#include "preview/host/debug_capture.h"
+#include "preview/host/host_session.h"
+#include "preview/host/module_library.h"
+#include "preview/host/shader_drop.h"
+#include "tests/https_service/service_support.h"
+
+namespace pixelforge::test {
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+
+/// The module caches beside this program, so each run of the test has identifiers of its own. They have no
+/// capitals, which the file's name would note.
+std::filesystem::path Cached(const std::string& file) {
+    const std::filesystem::path program = preview::ModulePathBesideProgram();
+    return program.parent_path() / "Pixelforge" / "PixelforgeCache" / file;
+}
+
+struct Played {
+    std::set<std::uint32_t> colours;
+    std::size_t failed = 0;
+};
+
+/// Resets after every drawn frame until four colours and a failure have been seen, or for a minute at most.
+Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& playlist) {
+    preview::HostSession session(module, {.width = 16,
+                                          .height = 16,
+                                          .playlistName = playlist.PlaylistName(),
+                                          .settings = {{"Min Reset Time", "1"}}});
+    session.Open();
+    Played played;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(50);
+    while ((played.colours.size() < 4 || played.failed == 0) && std::chrono::steady_clock::now() < deadline) {
+        const FrameResult result = session.DrawFrame();
+        played.failed += result == FrameResult::Failed ? 1 : 0;
+        // On all the time it would leave a slow machine no time to draw.
+        session.Controls().Apply({"Reset Event", result == FrameResult::Drawn ? "1" : "0"});
+        if (result == FrameResult::Drawn) {
+            played.colours.insert(session.Pixels().At(0, 0) & 0xFFFFFF);
+        }
+    }
+    return played;
+}
+
+TEST_F(ServiceTest, APlaylistAsksForGoodShadersOnceAndForDeadOnesInEveryFrame) {
+    const std::string stamp = std::to_string(SystemRandom() % 100'000'000);
+    const std::string good[] = {"red" + stamp, "green" + stamp, "blue" + stamp, "tile" + stamp};
+    std::string lines = "deadone\r\ncut-red\r\n";
+    for (const std::string& id : good) {
+        lines += id + "\r\n";
+    }
+    const auto playlist =
+        preview::ShaderDrop::OfPlaylist({reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+    const preview::DebugCapture capture;
+    const preview::ModuleLibrary module;
+    std::size_t failed = 0;
+    // The second time they come from disk.
+    for (int round = 0; round < 2; ++round) {
+        const Played played = Play(module, playlist);
+        EXPECT_THAT(played.colours, testing::ElementsAre(0x0000FFu, 0x00FF00u, 0xFF0000u, 0xFFFF00u));
+        EXPECT_GE(played.failed, 1u);
+        failed += played.failed;
+    }
+    EXPECT_THAT(Requests(), testing::SizeIs(std::size(good) + 1 + failed)) << "and the tile's picture";
+    EXPECT_THAT(Requests(), testing::Each(HasSubstr(kUserAgent)));
+    for (const std::string& id : good) {
+        EXPECT_THAT(Requests(), Contains(HasSubstr(" /api/v1/shaders/" + id + "?key=fz3kq9\t")));
+        EXPECT_TRUE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
+        preview::ForgetCachedShader(id);
+        EXPECT_FALSE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
+    }
+    EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/tile" + stamp + ".bmp\t")));
+    EXPECT_TRUE(std::filesystem::remove(Cached("Assets/tile" + stamp + ".bmp")));
+    EXPECT_THAT(capture.Lines(),
+                Contains(testing::AnyOf(HasSubstr("deadone: the service answered with status 404"),
+                                        HasSubstr("cut-red: the service's answer broke off"))));
+}
+
+}  // namespace
+}  // namespace pixelforge::test

@@ -1,0 +1,99 @@
+// Reads the service's log; makes, reads and removes a test's cache.
+#include "tests/https_service/service_support.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+
+#include "base/random.h"
+#include "service/service_client.h"
+#include "service/service_host.h"
+#include "service/shader_cache.h"
+
+namespace pixelforge::test {
+namespace {
+
+std::vector<std::string> LinesOfLog() {
+    const char* path = std::getenv("PIXELFORGE_SERVICE_LOG");
+    std::ifstream file(path ? path : "");
+    EXPECT_TRUE(file) << "these tests run by way of with_service";
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::wstring Url(const std::wstring& path, const std::wstring& subdomain) {
+    return L"https://" + subdomain + kServiceHost + path;
+}
+
+std::wstring ShaderUrl(const std::wstring& id) {
+    return Url(L"/api/v1/shaders/" + id + L"?key=fz3kq9");
+}
+
+std::wstring MediaUrl(const std::wstring& name) {
+    return Url(L"/media/a/" + name);
+}
+
+std::string Pattern(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<char>(i * 31 % 251);
+    }
+    return bytes;
+}
+
+ServiceTest::ServiceTest()
+    : root_(std::filesystem::temp_directory_path() / ("pixelforge-cache-" + std::to_string(SystemRandom()))),
+      firstRequest_(LinesOfLog().size()) {
+    CreateCacheFolders(L"", root_.c_str());
+}
+
+ServiceTest::~ServiceTest() {
+    std::error_code ignored;
+    std::filesystem::remove_all(root_, ignored);
+}
+
+std::optional<std::string> ServiceTest::Fetch(const std::wstring& url) {
+    std::uint32_t length = 0;
+    reason_.clear();
+    const HeapBytes body = FetchWithCache(session_.get(), url.c_str(), &length, reason_);
+    EXPECT_EQ(body == nullptr, !reason_.empty()) << reason_;
+    if (!body) {
+        return std::nullopt;
+    }
+    EXPECT_EQ(body[length], 0);
+    return std::string(reinterpret_cast<const char*>(body.get()), length);
+}
+
+std::vector<std::string> ServiceTest::Requests() const {
+    std::vector<std::string> lines = LinesOfLog();
+    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(firstRequest_));
+    return lines;
+}
+
+std::vector<std::string> ServiceTest::CachedFiles() const {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(root_)) {
+        if (entry.is_regular_file()) {
+            files.push_back(entry.path().lexically_relative(root_).generic_string());
+        }
+    }
+    std::ranges::sort(files);
+    return files;
+}
+
+std::string ServiceTest::ReadCached(const std::string& file) const {
+    std::ifstream stream(root_ / file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+void ServiceTest::WriteCached(const std::string& file, const std::string& bytes) const {
+    std::ofstream(root_ / file, std::ios::binary) << bytes;
+}
+
+}  // namespace pixelforge::test

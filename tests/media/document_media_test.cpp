@@ -1,0 +1,100 @@
+// What documents may name as their media, and what a volume's header may claim.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "media/cube_faces.h"
+#include "media/document_origin.h"
+#include "media/volume_file.h"
+
+namespace pixelforge {
+namespace {
+
+std::wstring SourceAfter(DocumentOrigin origin, const std::wstring& src) {
+    const auto document = NewHeapRecord<ShaderDocument>();
+    document->origin = origin;
+    PassInput& input = document->passes[7].inputs[3];
+    CopyCut(input.src, src);
+    RestrictSources(*document);
+    return input.src;
+}
+
+TEST(RestrictSources, JudgesByOrigin) {
+    const struct {
+        std::wstring src, fromService, fromLocalFile;
+    } cases[] = {
+        {L"", L"", L""},
+        {L"/media/a/b.jpg", L"b.jpg", L"/media/a/b.jpg"},
+        {L"..\\b.jpg", L"b.jpg", L"..\\b.jpg"},
+        {L"/media/a/..", L"", L"/media/a/.."},
+        {L"C:\\b.jpg", L"b.jpg", L"C:\\b.jpg"},
+        {L"C:\\x:y.jpg", L"", L""},
+        {L"b.jpg:stream", L"", L""},
+        {L"https://x/b.jpg", L"b.jpg", L""},
+        {L"\\\\server\\share\\b.jpg", L"b.jpg", L""},
+        {L"\\\\?\\C:\\b.jpg", L"b.jpg", L""},
+        {L"\\\\.\\COM1", L"", L""},
+        {L"/media/a/con.jpg", L"", L""},
+        {L"CON", L"", L""},
+        {L"nul\\b.jpg", L"b.jpg", L""},
+        {L"b.jpg.", L"", L""},
+        {L"b.jpg ", L"", L""},
+        {L"b.jpg\\.", L"", L"b.jpg\\."},
+        {std::wstring(300, L'a'), L"", L""},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(testing::PrintToString(each.src));
+        EXPECT_EQ(SourceAfter(DocumentOrigin::Service, each.src), each.fromService);
+        EXPECT_EQ(SourceAfter(DocumentOrigin::LocalFile, each.src), each.fromLocalFile);
+    }
+}
+
+TEST(CubeFacePath, PutsTheNumberBeforeTheExtension) {
+    const struct {
+        std::wstring path;
+        std::uint32_t face;
+        std::wstring expected;
+    } cases[] = {
+        {L"C:\\cache\\sky.png", 0, L"C:\\cache\\sky.png"},
+        {L"media/sky.big.jpg", 5, L"media/sky.big_5.jpg"},
+        {L"a.folder\\sky", 2, L"a.folder\\sky_2"},
+        {L"sky", 6, L""},
+        {std::wstring(257, L'x'), 1, std::wstring(257, L'x') + L"_1"},
+        {std::wstring(258, L'x'), 1, L""},
+    };
+    for (const auto& each : cases) {
+        wchar_t path[kPathUnits];
+        EXPECT_EQ(CubeFacePath(each.path.c_str(), each.face, path), !each.expected.empty());
+        EXPECT_EQ(path, each.expected);
+    }
+}
+
+TEST(VolumeFile, JudgesSidesChannelsAndLength) {
+    constexpr std::uint32_t kMost = 0xFFFFFFFF;
+    const struct {
+        VolumeHeader header;
+        std::uint64_t voxelBytes;
+        bool fits;
+    } cases[] = {
+        {{2, 3, 4, 1}, 24, true},         {{2, 3, 4, 1}, 23, false},     {{2, 3, 4, 2}, 48, true},
+        {{2, 3, 4, 2}, 47, false},        {{2, 3, 4, 4}, 24, true},      {{2, 3, 4, 0}, 999, false},
+        {{2, 3, 4, 3}, 999, false},       {{0, 3, 4, 1}, 999, false},    {{2, 0, 4, 1}, 999, false},
+        {{2, 3, 0, 1}, 999, false},       {{2048, 1, 1, 1}, 2048, true}, {{2049, 1, 1, 1}, 9999, false},
+        {{1, 1, kMost, 1}, kMost, false},
+    };
+    for (const auto& [header, voxelBytes, fits] : cases) {
+        const char* fault = FaultOfVolume(header, kVolumeHeaderBytes + voxelBytes, 2048);
+        EXPECT_EQ(fault == nullptr, fits) << header.width << " " << header.height << " " << header.depth
+                                          << " " << int{header.channels} << " " << voxelBytes;
+    }
+    // Sides whose product does not fit 64 bits.
+    EXPECT_NE(FaultOfVolume({kMost, kMost, kMost, 1}, kMost, kMost), nullptr);
+    EXPECT_NE(FaultOfVolume({1u << 31, 1u << 31, 4, 1}, kMost, kMost), nullptr);
+    // One byte less than a header, in a block of just that size.
+    EXPECT_FALSE(ReadVolumeHeader(
+        std::vector<std::uint8_t>{'B', 'I', 'N', 1, 2, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0}));
+}
+
+}  // namespace
+}  // namespace pixelforge

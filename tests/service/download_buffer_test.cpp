@@ -1,0 +1,43 @@
+// How a download's block grows, whatever lengths are announced and sent.
+#include "service/download_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+namespace pixelforge {
+namespace {
+
+TEST(DownloadBuffer, StartsAtTheAnnouncedLengthAndDoublesWhenFull) {
+    const struct {
+        std::uint32_t announced;
+        std::size_t sent;
+        std::uint64_t capacity;
+    } cases[] = {{0, 0, 4096}, {0, 4096, 8192}, {0, 100000, 131072}, {100, 100, 100}, {100, 200, 400}};
+    for (const auto& [announced, sent, capacity] : cases) {
+        for (const std::size_t piece : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
+            std::string bytes;
+            DownloadBuffer buffer;
+            EXPECT_FALSE(buffer.Start((1u << 30) + 1));
+            ASSERT_TRUE(buffer.Start(announced));
+            while (bytes.size() < sent) {
+                const auto part =
+                    buffer.Room().first(std::min({buffer.Room().size(), piece, sent - bytes.size()}));
+                std::ranges::generate(part, [&] {
+                    bytes += static_cast<char>(bytes.size() % 253 + 1);
+                    return static_cast<std::uint8_t>(bytes.back());
+                });
+                ASSERT_TRUE(buffer.Add(part.size()));
+            }
+            EXPECT_EQ(buffer.Capacity(), capacity) << announced << " " << sent;
+            ASSERT_FALSE(buffer.Room().empty());
+            ASSERT_EQ(buffer.Count(), sent);
+            // The byte behind the last one ends it.
+            EXPECT_EQ(reinterpret_cast<const char*>(buffer.Take().get()), bytes);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace pixelforge
