@@ -18,12 +18,6 @@ namespace pixelforge {
 
 namespace {
 
-constexpr std::array<const wchar_t*, kPassSlots> kPassNames = {
-    L"+", L"Common", L"Buffer A", L"Buffer B", L"Buffer C", L"Buffer D", L"Cube A", L"Image"};
-
-constexpr std::array<const char*, kPassSlots> kPassNarrowNames = {
-    "+", "Common", "Buffer A", "Buffer B", "Buffer C", "Buffer D", "Cube A", "Image"};
-
 /// Indexed by `ChannelType`; the channel's digit follows.
 constexpr std::array<const char*, 9> kSamplerDeclarations = {
     "",
@@ -117,14 +111,6 @@ const char* VersionLine() noexcept {
 void SetVersionLine(int major, int minor) noexcept {
     const long long number = (10LL * major + minor) * 10;
     std::snprintf(versionLine, sizeof(versionLine), "#version %lld", number);
-}
-
-const wchar_t* PassName(std::uint32_t slot) noexcept {
-    return slot < kPassNames.size() ? kPassNames[slot] : L"";
-}
-
-const char* PassNarrowName(std::uint32_t slot) noexcept {
-    return slot < kPassNarrowNames.size() ? kPassNarrowNames[slot] : "";
 }
 
 HeapText AssemblePassSource(const ShaderDocument* document, IncludeContext* includes, const RenderPass* pass,

@@ -20,13 +20,6 @@ extern const char* const kVertexShaderSource;
 const char* VersionLine() noexcept;
 void SetVersionLine(int major, int minor) noexcept;
 
-/// Display name of a slot, which is also the name its code is included under; empty for any number
-/// above 7. Slot 0 is "+".
-const wchar_t* PassName(std::uint32_t slot) noexcept;
-
-/// The same name as narrow text.
-const char* PassNarrowName(std::uint32_t slot) noexcept;
-
 /// The complete text of `pass`, NUL-terminated, owned by the caller, or null when an argument is
 /// missing, a block cannot be allocated, or an `#include` is malformed. The table of virtual includes is
 /// left empty in every case; the list of included names tells of this run until the next one. `lines`,

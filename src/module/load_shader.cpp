@@ -2,6 +2,7 @@
 #include "module/load_shader.h"
 
 #include "base/file.h"
+#include "base/load_error.h"
 #include "document/document_reader.h"
 #include "document/usable_json.h"
 #include "media/document_media.h"
@@ -37,10 +38,9 @@ bool IsUsable(const HeapBytes& text, std::string& reason) {
 }
 
 bool ReadDocument(const HeapBytes& text, ShaderDocument& document, std::string& reason) {
-    const ReadOutcome outcome = ReadShaderDocument(reinterpret_cast<const char*>(text.get()), document);
-    reason = outcome.error;
+    reason = FailureOf([&] { ReadShaderDocument(reinterpret_cast<const char*>(text.get()), document); });
     RestrictSources(document);
-    return outcome.complete;
+    return reason.empty();
 }
 
 }  // namespace

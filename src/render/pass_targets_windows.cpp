@@ -7,7 +7,7 @@
 #include <string>
 
 #include "base/debug_output.h"
-#include "glsl/pass_source.h"
+#include "document/shader_document.h"
 #include "render/cube_corners.h"
 #include "render/gl_diagnostics.h"
 
