@@ -12,9 +12,7 @@
 
 #include "bench/paired_runner.h"
 #include "service/http_get.h"
-#include "service/internet_handle.h"
-#include "service/internet_session.h"
-#include "service/service_host.h"
+#include "service/service_urls.h"
 
 namespace pixelforge::bench {
 namespace {
@@ -60,7 +58,8 @@ Report Run() {
         std::wstring(L"https://") + kServiceHost + L"/media/a/" + std::to_wstring(kBodyBytes) + L".bin";
     Report report;
     report.Add(Compare({"HttpGet 10 MB", [&] { ReadOurs(session.get(), url); }},
-                       {"bare WinINet loop", [&] { ReadBare(session->handle, url); }}, kRounds, kLimit));
+                       {"bare WinINet loop", [&] { ReadBare(session->handle.Get(), url); }}, kRounds,
+                       kLimit));
     return report;
 }
 

@@ -17,7 +17,7 @@
 #include "module/controls.h"
 #include "module/module_instance.h"
 #include "render/gl_renderer.h"
-#include "service/internet_session.h"
+#include "service/http_get.h"
 
 #define PIXELFORGE_WIDE_(text) L##text
 #define PIXELFORGE_WIDE(text) PIXELFORGE_WIDE_(text)

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "base/text.h"
-#include "service/service_host.h"
+#include "service/service_urls.h"
 
 namespace pixelforge {
 namespace {

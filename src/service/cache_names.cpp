@@ -1,4 +1,4 @@
-// Makes the names of cached files.
+// Builds the names of cached files.
 #include "service/cache_names.h"
 
 #include <algorithm>

@@ -16,7 +16,7 @@
 #include "base/load_error.h"
 #include "document/usable_json.h"
 #include "module/load_shader.h"
-#include "service/internet_session.h"
+#include "service/http_get.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge {

@@ -1,4 +1,4 @@
-// Names of cached files against a literal transcription of their rules.
+// Names of cached files, compared with a literal transcription of the rules.
 #include "service/cache_names.h"
 
 #include <gtest/gtest.h>
@@ -12,7 +12,7 @@
 namespace pixelforge {
 namespace {
 
-/// Bit by bit, most significant first, padded with zero bytes to whole groups of 40 bits.
+/// Bit by bit, most significant first, padded with zeros to whole groups of 40 bits.
 std::wstring EncodedBitByBit(const std::wstring& text) {
     std::wstring bits;
     for (const wchar_t unit : text) {
@@ -28,7 +28,7 @@ std::wstring EncodedBitByBit(const std::wstring& text) {
     return symbols;
 }
 
-TEST(EncodeQueryName, EqualsTheBitByBitEncodingUpTo160Characters) {
+TEST(EncodeQueryName, MatchesTheBitByBitEncodingUpTo160Characters) {
     constexpr std::wstring_view kUnits = L"ab?=&%\u00E9\u4E2D\uFFFF\u0101";
     std::mt19937 random(5);
     wchar_t name[kPathUnits];
@@ -39,7 +39,7 @@ TEST(EncodeQueryName, EqualsTheBitByBitEncodingUpTo160Characters) {
     EXPECT_FALSE(EncodeQueryName(std::wstring(161, L'a').c_str(), name));
 }
 
-TEST(ClassifyUrl, LooksForSearchesThenMediaThenDocuments) {
+TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
     const std::wstring documents = L"https://x/api/v1/shaders/";
     const std::pair<std::wstring, std::wstring> cases[] = {
         {documents + L"XyzABc?key=k", L"Shaders\\xyzabc_19.json"},
