@@ -8,7 +8,7 @@
 #include "document/document_reader.h"
 #include "document/usable_json.h"
 #include "fuzz/fuzz_input.h"
-#include "media/document_origin.h"
+#include "media/document_media.h"
 
 namespace pixelforge::fuzz {
 namespace {

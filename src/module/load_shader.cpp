@@ -6,7 +6,6 @@
 #include "document/document_reader.h"
 #include "document/usable_json.h"
 #include "media/document_media.h"
-#include "media/document_origin.h"
 #include "service/service_client.h"
 #include "service/service_urls.h"
 

@@ -212,7 +212,7 @@ TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
         Input input;
         std::string words;
     } cases[] = {
-        {Medium(0, "texture", folder.Write("empty.png", "")), "empty.png: it is no picture"},
+        {Medium(0, "texture", folder.Write("empty.png", "")), "empty.png: not a picture"},
         {Medium(0, "texture", Picture("grey16.png")), "grey16.png: 16-bit pictures"},
         {Medium(0, "texture", Picture("grey1.png")), "grey1.png: 1-bit pictures"},
         {Medium(0, "texture", "no-such-file.png"), "no-such-file.png: no such file"},
@@ -220,8 +220,8 @@ TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
         {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
         {Medium(0, "cubemap", folder.Write("odd.bmp", Bmp(4, 4, grey))), "odd.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("gap.bmp", Bmp(4, 4, grey))), "gap.bmp: its six faces"},
-        {Medium(0, "cubemap", folder.Write("bad.bmp", Bmp(4, 4, grey))), "bad.bmp: face 3: it is no picture"},
-        {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: it is no volume"},
+        {Medium(0, "cubemap", folder.Write("bad.bmp", Bmp(4, 4, grey))), "bad.bmp: face 3: not a picture"},
+        {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: not a volume"},
         {Medium(0, "volume", folder.Write("lie.bin", Volume(2, 23))), "lie.bin: "},
     };
     for (const auto& [input, words] : cases) {

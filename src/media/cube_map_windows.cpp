@@ -1,16 +1,16 @@
-// Cutting the cross with GDI.
+// Cuts a cross into faces with GDI.
+#include "media/cube_map.h"
+
 #include <windows.h>
 
 #include <algorithm>
 
-#include "base/bitmap.h"
 #include "base/win_handles.h"
-#include "media/cube_cross.h"
 
 namespace pixelforge {
 namespace {
 
-/// A bitmap that is drawn from or into.
+/// A bitmap selected into a device context.
 class Canvas {
 public:
     explicit Canvas(HBITMAP bitmap) noexcept
@@ -24,7 +24,7 @@ private:
     GdiSelection selection_;
 };
 
-/// A box of a bitmap as a 32-bit top-down section of its own.
+/// A copy of part of a bitmap as a 32-bit top-down section.
 UniqueBitmap CopyBox(HBITMAP source, const PixelBox& box) {
     UniqueBitmap copy = CreatePictureBitmap(box.width, box.height, 32);
     const Canvas from(source);
@@ -48,7 +48,7 @@ UniqueBitmap StretchFace(HDC cross, const PixelBox& cell, std::int32_t size) {
         return {};
     }
     SetStretchBltMode(to.Dc(), HALFTONE);
-    SetBrushOrgEx(to.Dc(), 0, 0, nullptr);  // the halftone mode loses it
+    SetBrushOrgEx(to.Dc(), 0, 0, nullptr);  // required after HALFTONE
     const bool stretched =
         StretchBlt(to.Dc(), 0, 0, size, size, cross, cell.left, cell.top, cell.width, cell.height, SRCCOPY) &&
         GdiFlush();

@@ -1,12 +1,13 @@
-// Geometry of the cross.
-#include "media/cube_cross.h"
+// Names of face files, and the geometry of the cross.
+#include "media/cube_map.h"
 
 #include <algorithm>
+#include <string>
 
 namespace pixelforge {
 namespace {
 
-constexpr std::int32_t kTrim = 2;
+constexpr std::int32_t kTrim = 2;  ///< pixels, from each edge of a cell
 constexpr std::int32_t kSmallestCell = 5;
 
 struct Cell {
@@ -14,10 +15,29 @@ struct Cell {
     std::int32_t row;
 };
 
-/// Faces +X, -X, +Y, -Y, +Z, -Z: the sides stand in a row from -X to -Z, the poles above and below +Z.
+/// In the order +X, -X, +Y, -Y, +Z, -Z. The middle row is -X, +Z, +X, -Z; +Y and -Y are above and below +Z.
 constexpr Cell kFaceCells[6] = {{2, 1}, {0, 1}, {1, 0}, {1, 2}, {1, 1}, {3, 1}};
 
 }  // namespace
+
+bool CubeFacePath(const wchar_t* path, std::uint32_t face, wchar_t (&out)[kPathUnits]) {
+    out[0] = 0;
+    if (!path || face > 5) {
+        return false;
+    }
+    std::wstring name(path);
+    if (face != 0) {
+        const std::size_t file = name.find_last_of(L"\\/:") + 1;  // 0 without any
+        const std::size_t dot = name.rfind(L'.');
+        const bool hasExtension = dot != name.npos && dot >= file;
+        name.insert(hasExtension ? dot : name.size(), L"_" + std::to_wstring(face));
+    }
+    if (name.size() >= kPathUnits) {
+        return false;
+    }
+    CopyCut(out, name);
+    return true;
+}
 
 PixelBox FindCrossBox(std::span<const std::uint32_t> pixels, std::int32_t width) noexcept {
     if (width < 1 || pixels.empty()) {
