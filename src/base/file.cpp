@@ -1,4 +1,4 @@
-// Decides which file names from documents may be opened, on any file system.
+// The folder of a path, and which file names from documents may be opened.
 #include "base/file.h"
 
 #include <algorithm>
@@ -58,6 +58,21 @@ std::wstring_view WithoutDrive(std::wstring_view name) noexcept {
 }
 
 }  // namespace
+
+bool FolderOfPath(const wchar_t* path, wchar_t* out) noexcept {
+    const std::wstring_view full = path ? path : L"";
+    if (!out || full.empty()) {
+        return false;
+    }
+    const std::size_t drive = full.size() >= 2 && full[1] == L':' ? 2 : 0;
+    const std::size_t separator = full.find_last_of(L"\\/");
+    const std::size_t length = separator == full.npos ? drive : std::max(drive, separator + 1);
+    if (length >= kPathUnits) {
+        return false;
+    }
+    CopyCut(out, kPathUnits, full.substr(0, length));
+    return true;
+}
 
 bool IsOpenableLocalName(std::wstring_view name) noexcept {
     if (name.size() >= 2 && IsSeparator(name[0]) && IsSeparator(name[1])) {

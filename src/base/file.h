@@ -1,4 +1,4 @@
-// Whole-file reads and writes, file tests, and which names from documents may be opened.
+// Whole-file reads and writes, paths, and which names from documents may be opened.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +22,10 @@ bool IsExistingFile(const wchar_t* path) noexcept;
 
 /// True for an existing folder.
 bool IsExistingFolder(const wchar_t* path) noexcept;
+
+/// Drive and directory of a path, including the last separator. `out` holds `kPathUnits`. False for a null or
+/// empty path and for a folder that does not fit.
+bool FolderOfPath(const wchar_t* path, wchar_t* out) noexcept;
 
 /// Writes all bytes to an open file (a HANDLE). False if any write fails.
 bool WriteAll(void* file, std::span<const std::uint8_t> bytes) noexcept;

@@ -45,7 +45,7 @@ using JsonPool = rapidjson::MemoryPoolAllocator<JsonAllocator>;
 using JsonValue = rapidjson::GenericValue<JsonEncoding, JsonPool>;
 
 /// One value and its path, valid while its tree lives. A failed look-up throws a `LoadError` such as
-/// "Shader.renderpass[2].inputs: must be an array, is a string". Of duplicate keys the first counts.
+/// "Shader.renderpass[2].inputs: must be an array, is a string". Of duplicate keys the first wins.
 class JsonNode {
 public:
     JsonNode(const JsonValue& value, std::string path) : value_(&value), path_(std::move(path)) {}

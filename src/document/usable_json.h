@@ -16,7 +16,7 @@ enum class JsonTextFault {
 /// brace or bracket.
 JsonTextFault CheckJsonText(char* text) noexcept;
 
-/// A clause for whoever has to look at the file.
+/// The fault as one clause, for the user.
 const char* DescribeFault(JsonTextFault fault) noexcept;
 
 /// `CheckJsonText` without the fault.

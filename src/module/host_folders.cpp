@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string_view>
 
-#include "service/cache_names.h"
+#include "base/file.h"
 
 namespace pixelforge {
 namespace {

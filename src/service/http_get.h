@@ -38,7 +38,7 @@ struct HttpReply {
     std::uint32_t systemError = 0;  ///< why nothing was opened or read; 0 if unknown
 };
 
-/// Fetches a whole URL. A null session is replaced by a private one for this call. Fails without a connection
+/// Fetches a URL. A null session is replaced by a private one for this call. Fails without a connection
 /// or a trusted certificate, if the transfer ends before its announced length, if `progress` (may be null)
 /// cancels, and above 1 GiB.
 HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress);

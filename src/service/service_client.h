@@ -12,9 +12,9 @@ namespace pixelforge {
 struct InternetSession;
 
 /// The bytes of a service URL, followed by a zero byte. A cached file is returned unchecked, without a
-/// request. A response must be stored to count; one with a status outside 200 to 299, and a shader document
-/// that is not usable JSON, is neither stored nor returned. Null on failure, with one clause of UTF-8 in
-/// `reason`.
+/// request. A fetched body counts only once it is stored; one with a status outside 200 to 299, or a shader
+/// document that is not usable JSON, is neither stored nor returned. Null on failure, with one clause of
+/// UTF-8 in `reason`.
 HeapBytes FetchWithCache(InternetSession* session, const wchar_t* url, std::uint32_t* outLength,
                          std::string& reason);
 

@@ -28,8 +28,8 @@ std::span<const std::uint8_t> BodyOf(const HttpReply& reply) {
     return {reply.body.get(), reply.length};
 }
 
-/// Cached files never expire, so only sound replies may be stored.
-void RequireSoundReply(const HttpReply& reply, ServiceContent content) {
+/// Cached files never expire, so bad replies must not be stored.
+void RequireCacheableReply(const HttpReply& reply, ServiceContent content) {
     if (!reply.body && reply.systemError) {
         throw LoadError("the service cannot be reached (error " + std::to_string(reply.systemError) + ")");
     }
@@ -47,7 +47,7 @@ void RequireSoundReply(const HttpReply& reply, ServiceContent content) {
 HttpReply FetchAndStore(InternetSession* session, const wchar_t* url, ServiceContent content,
                         const wchar_t* path) {
     HttpReply reply = HttpGetReply(session, url, nullptr);
-    RequireSoundReply(reply, content);
+    RequireCacheableReply(reply, content);
     // The file did not exist a moment ago. If it does now, another process has stored it whole, and may hold
     // it open so that it cannot be replaced.
     if (!StoreResponse(path, BodyOf(reply)) && !(reply.length && IsExistingFile(path))) {
@@ -108,7 +108,7 @@ void FetchFile(InternetSession* session, const wchar_t* shaderId, const wchar_t*
     CopyCut(outPath, kPathUnits, path);
     if (!IsExistingFile(path)) {
         const HttpReply reply = HttpGetReply(session, download.url, AlwaysContinue);
-        RequireSoundReply(reply, download.content);
+        RequireCacheableReply(reply, download.content);
         StoreResponse(path, BodyOf(reply));
     }
 }

@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "base/file.h"
-#include "service/cache_names.h"
+#include "service/shader_cache.h"
 
 namespace pixelforge {
 namespace {

@@ -1,4 +1,4 @@
-// The folder tree on disk that keeps everything fetched.
+// The cache: the folder tree on disk that keeps everything fetched, and the names of its files.
 #pragma once
 
 #include <cstdint>
@@ -13,6 +13,16 @@ namespace pixelforge {
 /// "Searches". An empty or null path skips its steps; failures are ignored and the result is always true.
 /// Call it once at process start, before anything uses the cache.
 bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot);
+
+/// The identifier in lower case, "_", and a hexadecimal mask of its capitals (bit i for character i): the
+/// service's identifiers are case-sensitive, file names are not. `out` holds `kPathUnits`. False for null
+/// arguments and for an identifier that is empty or longer than 20 characters.
+bool CachedNameForShaderId(const wchar_t* id, wchar_t* out);
+
+/// Base 32 (A to Z, 2 to 7) of the low 8 bits of each character; the last group of 5 bytes is padded with
+/// zero bytes and written in full. `out` holds `kPathUnits`. False for null arguments and for more than 160
+/// characters, whose name would not fit.
+bool EncodeQueryName(const wchar_t* text, wchar_t* out);
 
 /// Joins the cache root and a relative name. False if the path does not fit.
 bool FormatCachePath(const wchar_t* relativeName, wchar_t (&path)[kPathUnits]) noexcept;

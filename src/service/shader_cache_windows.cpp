@@ -10,7 +10,6 @@
 #include "base/file.h"
 #include "base/random.h"
 #include "base/win_handles.h"
-#include "service/cache_names.h"
 
 namespace pixelforge {
 namespace {

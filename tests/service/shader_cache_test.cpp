@@ -1,5 +1,5 @@
 // Names of cached files, compared with a literal transcription of the rules.
-#include "service/cache_names.h"
+#include "service/shader_cache.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,6 @@
 // Builds the names of cached files.
-#include "service/cache_names.h"
+#include "service/shader_cache.h"
 
-#include <algorithm>
 #include <cwctype>
 
 namespace pixelforge {
@@ -55,21 +54,6 @@ bool EncodeQueryName(const wchar_t* text, wchar_t* out) {
         WriteGroup(bits, out);
     }
     *out = L'\0';
-    return true;
-}
-
-bool FolderOfPath(const wchar_t* path, wchar_t* out) noexcept {
-    const std::wstring_view whole = path ? path : L"";
-    if (!out || whole.empty()) {
-        return false;
-    }
-    const std::size_t drive = whole.size() >= 2 && whole[1] == L':' ? 2 : 0;
-    const std::size_t separator = whole.find_last_of(L"\\/");
-    const std::size_t length = separator == whole.npos ? drive : std::max(drive, separator + 1);
-    if (length >= kPathUnits) {
-        return false;
-    }
-    CopyCut(out, kPathUnits, whole.substr(0, length));
     return true;
 }
 
