@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "document/usable_json.h"
-#include "module/load_shader.h"
+#include "module/shader_loader.h"
 #include "service/internet_session.h"
 #include "tests/support/temp_file.h"
 
