@@ -26,7 +26,7 @@ struct GrowBuffer {
 
 /// Expands `text` (NUL-terminated) into `output`; a null `output` only counts lines and resolves names.
 /// `lineCounter` starts at 1 and counts the output's lines. The caller starts at depth 0 with an empty
-/// included list. `lines` may be null; the top-level text is nameless in it. Runs in linear time.
+/// included list. `lines` may be null; the top-level text has no name in it. Runs in linear time.
 /// Fails on a malformed directive, a name of more than 259 units, the 65th name and lack of memory; the
 /// output is then partial. Names that are unknown, refused or already expanded are no failure: their lines
 /// are dropped.

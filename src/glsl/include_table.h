@@ -1,5 +1,4 @@
-// The include context: texts registered under names, the include folder, and the names that a run has
-// expanded.
+// The include context: registered texts, the include folder, and the names that a run has expanded.
 #pragma once
 
 #include <cstdint>
@@ -35,7 +34,7 @@ struct IncludeContext {
     bool plainNamesOnly;  ///< for untrusted texts: files by plain name only, and only from the include folder
 };
 
-/// Registers a text under a name. The table owns the text from here on, even if it is full (false).
+/// Registers a text under a name and takes ownership. False, with the text freed, if the table is full.
 bool RegisterVirtualInclude(IncludeContext& context, std::wstring_view name, HeapText text);
 
 /// Frees the registered texts and empties the table.
@@ -44,8 +43,8 @@ void ClearVirtualIncludes(IncludeContext& context);
 /// Exact, case-sensitive search of the names that this run has expanded.
 bool AlreadyIncluded(const IncludeContext& context, std::wstring_view name);
 
-/// A new text for `name` with normalised line ends, or null; `outError` then separates a failure (1) from a
-/// silent skip (0). `outLength` receives the text's length, `outEntry` the entry made for it.
+/// A new text for `name` with normalised line ends, or null; `outError` then distinguishes a failure (1) from
+/// a silent skip (0). `outLength` receives the text's length, `outEntry` the entry made for it.
 HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint32_t* outLength,
                         IncludedName** outEntry, std::int32_t* outError);
 

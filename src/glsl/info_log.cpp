@@ -13,7 +13,7 @@ namespace {
 
 /// A position at the start of a log line, and the rest of the line.
 struct Position {
-    std::string_view severity;  ///< "ERROR: " where it stands before the position, else empty
+    std::string_view severity;  ///< "ERROR: " or "WARNING: " before the position, else empty
     std::uint32_t line = 0;
     std::optional<std::uint32_t> column;
     std::string_view message;

@@ -19,9 +19,8 @@ class LineMap;
 /// author's `#line` can cause. Each line of the result ends in "\n".
 std::string MapInfoLog(std::string_view log, const LineMap& lines);
 
-/// The non-empty lines of a mapped log. A line that does not begin with a position in the pass itself is
-/// prefixed with the pass's name: "Buffer A:12: ..." stays, "Common:3: ..." becomes "Buffer A: Common:3:
-/// ...".
+/// The non-empty lines of a mapped log. Lines without a position in the pass itself are prefixed with its
+/// name: "Buffer A:12: ..." stays, "Common:3: ..." becomes "Buffer A: Common:3: ...".
 std::vector<std::string> PrefixPassLog(std::string_view passName, std::string_view log);
 
 }  // namespace pixelforge

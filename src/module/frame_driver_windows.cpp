@@ -20,7 +20,8 @@ namespace {
 
 constexpr COLORREF kErrorTextColor = RGB(30, 255, 60);
 
-/// Clears the pending load while it runs, for a host that calls back; unless it succeeds, schedules it again.
+/// Clears `needsLoad` during the load, as the host may call back into the module, and sets it again unless
+/// the load succeeds.
 class PendingLoad {
 public:
     explicit PendingLoad(ModuleInstance& instance) noexcept : instance_(instance) { instance_.needsLoad = 0; }
@@ -80,7 +81,7 @@ struct FrameBitmaps {
     bool AreBothPresent() const noexcept { return !own.bytes.empty() && !host.bytes.empty(); }
 };
 
-/// The kernels work on the records that `GetObjectW` fills.
+/// The record that the kernels expect.
 BITMAP RecordOf(const SectionPixels& pixels) noexcept {
     BITMAP record = {};
     record.bmWidth = pixels.width;
@@ -106,9 +107,8 @@ void Composite(const FrameBitmaps& bitmaps, const DrawContext& context, bool for
     }
 }
 
-/// Reads the frame into the host's bitmap or, with an off-screen frame, into the module's own, and from there
-/// as levels or foreground into the host's. Otherwise an off-screen frame stays in the own bitmap, for
-/// tiling.
+/// Reads the frame straight into the host's bitmap or, off-screen, into the module's own. From there levels
+/// or foreground go to the host's; otherwise the frame stays in the own bitmap, for tiling.
 bool DeliverFrame(ModuleInstance& instance, const DrawContext& context, const FrameBitmaps& bitmaps) {
     if (!ReadFrameIntoBitmap(instance.renderer, instance.useOffscreen ? bitmaps.own : bitmaps.host)) {
         return false;

@@ -17,7 +17,7 @@ void __freeres();
 namespace {
 
 /// Guards the use count, although the system serialises these calls. Created by attach and destroyed by
-/// detach: a static object would add a destructor to every unload, process exit included.
+/// detach; a static object would also be destroyed at process exit.
 pixelforge::CriticalSection* loadLock = nullptr;
 int loadCount = 0;
 

@@ -28,13 +28,13 @@ void DestroyRenderer(ModuleInstance& instance) {
 void RequirePlaylist(const ModuleInstance& instance) {
     if (!instance.playlistFiles || !instance.playlistFiles->files.fileName[0]) {
         Sleep(kNoPlaylistPauseMilliseconds);
-        throw LoadError("no playlist is chosen");
+        throw LoadError("no playlist is selected");
     }
 }
 
 void CreateRenderer(ModuleInstance& instance, const DrawContext& context) {
     if (context.width < 1 || context.height < 1) {
-        throw LoadError("the host asks for a frame without pixels");
+        throw LoadError("the host's frame has no pixels");
     }
     SetBufferFormat(SwitchValue(instance, control::kFastBuffers));
     instance.renderer = CreateGlRenderer(instance.renderWindow, context.width, context.height).release();
@@ -49,7 +49,7 @@ void PickFromPlaylist(const ModuleInstance& instance, wchar_t (&id)[kShaderIdUni
     FormatBounded(path, kPathUnits, L"D:\\Moonreel\\Pixelforge\\Playlists\\%s",
                   instance.playlistFiles->files.fileName);
     if (!PickShaderId(path, id)) {
-        throw LoadError("no identifier can be picked from the playlist " + ToUtf8(path));
+        throw LoadError("cannot pick an identifier from the playlist " + ToUtf8(path));
     }
 }
 

@@ -12,8 +12,8 @@ namespace pixelforge {
 /// texture, and the debugger output says why.
 bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uint32_t channel);
 
-/// Binds the pass's channels to texture units 0 to 3 and sets its sampler uniforms. The pass's program is in
-/// use.
+/// Binds the pass's channels to texture units 0 to 3 and sets the sampler uniforms of its program, which is
+/// in use.
 void BindChannels(GlRenderer& renderer, const PassSlot& slot);
 
 /// Sets iChannelResolution of all passes; called again after each change of the render size.

@@ -51,7 +51,7 @@ GLenum TextureTarget(ChannelType type) noexcept {
     }
 }
 
-/// A multisampled source is bound itself, too, but a sampler2D reads its resolved copy.
+/// Also binds a multisampled source itself, although a sampler2D reads its resolved copy.
 BoundTexture PassOutput(GlRenderer& renderer, PassSlot& source, GLenum target) {
     PassTarget& newest = NewestTarget(source);
     if (!IsMultisampled(renderer, source)) {

@@ -21,8 +21,8 @@ inline constexpr int kCubeSize = 1024;
 /// every other type and for a source that does not fit the channel's sampler.
 std::uint32_t SourceSlot(const PassInput& input) noexcept;
 
-/// iChannelResolution of a channel: of fixed or render size for buffers and live inputs, `recorded` in the
-/// document for media.
+/// iChannelResolution of a channel: known here for buffers and live inputs, `recorded` by the document for
+/// media.
 ChannelSize ChannelResolution(ChannelType type, const ChannelSize& recorded, float renderWidth,
                               float renderHeight) noexcept;
 

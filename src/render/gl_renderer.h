@@ -19,7 +19,7 @@ struct IncludeContext;
 /// A texture fed by a live input; created by the first channel that reads it.
 struct LiveTexture {
     GlTexture texture;
-    bool mipmapsStale;  ///< the level 0 is newer than the mipmaps
+    bool mipmapsStale;  ///< level 0 is newer than the other levels
 };
 
 /// `CreateGlRenderer` makes it zero-filled. Its destructor releases the window's subclass, every GL object
@@ -59,7 +59,7 @@ struct GlRenderer {
     float mouse[4];
     float date[4];
     std::uint64_t startTick;            ///< system ticks (milliseconds) when the graph was built
-    std::uint32_t seenKeyboardChanges;  ///< counters of the inputs that were last uploaded or used
+    std::uint32_t seenKeyboardChanges;  ///< input counters as of the last upload or use
     std::uint32_t seenClicks;
     std::uint32_t seenWebcamPicture;
 

@@ -25,7 +25,7 @@ struct PixelFormat {
     GLenum format;
 };
 
-/// For components of one byte.
+/// The type is always GL_UNSIGNED_BYTE.
 std::optional<PixelFormat> FormatOfPicture(std::int32_t bitsPerPixel) noexcept {
     switch (bitsPerPixel) {
         case 32:
@@ -84,7 +84,7 @@ void UploadPicture(GLenum target, const SectionPixels& pixels, bool flip) {
     GLint largest = 0;
     glGetIntegerv(target == GL_TEXTURE_2D ? GL_MAX_TEXTURE_SIZE : GL_MAX_CUBE_MAP_TEXTURE_SIZE, &largest);
     if (pixels.width > largest || pixels.height > largest) {
-        throw LoadError("the picture is larger than the driver's limit of " + std::to_string(largest));
+        throw LoadError("the picture exceeds the driver's size limit of " + std::to_string(largest));
     }
     const auto format = FormatOfPicture(pixels.bitsPerPixel);
     if (!format) {
@@ -92,7 +92,7 @@ void UploadPicture(GLenum target, const SectionPixels& pixels, bool flip) {
     }
     const HeapBytes packed = PackBitmapRows(pixels, flip);
     if (!packed) {
-        throw LoadError("there is no memory for the picture");
+        throw LoadError("no memory for the picture");
     }
     glTexImage2D(target, 0, format->internalFormat, pixels.width, pixels.height, 0, format->format,
                  GL_UNSIGNED_BYTE, packed.get());
@@ -121,7 +121,7 @@ GlTexture CreateCubeTexture(const PassInput& input) {
         faces[face] = PixelsOf(input.faces[face].Get());
     }
     if (!IsCompleteCube(faces)) {
-        throw LoadError("its six faces are not all there, or no squares of one size and depth");
+        throw LoadError("its six faces are incomplete, or not squares of one size and depth");
     }
     Upload upload(GL_TEXTURE_CUBE_MAP);
     for (GLenum face = 0; face < std::size(faces); ++face) {
@@ -146,7 +146,7 @@ GlTexture CreateVolumeTexture(const PassInput& input) {
     glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &largest);
     const auto header = ReadVolumeHeader({input.volume.get(), input.volumeBytes});
     if (!header) {
-        throw LoadError("it is no volume");
+        throw LoadError("not a volume");
     }
     if (const char* fault =
             FaultOfVolume(*header, input.volumeBytes, static_cast<std::uint32_t>(std::max(largest, 0)))) {
@@ -154,7 +154,7 @@ GlTexture CreateVolumeTexture(const PassInput& input) {
     }
     Upload upload(GL_TEXTURE_3D);
     if (!UploadVolume(*header, input.volume.get() + kVolumeHeaderBytes)) {
-        throw LoadError("the driver refuses the volume");
+        throw LoadError("the driver rejects the volume");
     }
     return upload.Finish(input.sampler.filter == kFilterMipmap);
 }

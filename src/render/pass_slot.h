@@ -31,7 +31,7 @@ struct UniformLocations {
 struct ChannelSlot {
     ChannelType type;
     std::uint32_t sourceSlot;  ///< slot whose output is read; 0 for none
-    bool mipmapped;            ///< the sampler reads mipmaps, which are regenerated before a draw if stale
+    bool mipmapped;            ///< the sampler reads mipmaps; stale ones are regenerated before a draw
     GlSampler sampler;
     GlTexture texture;  ///< of this channel's own medium
 };
@@ -40,8 +40,7 @@ struct ChannelSlot {
 struct PassTarget {
     GlFramebuffer framebuffer;
     GlTexture texture;
-    GlFramebuffer
-        resolvedFramebuffer;  ///< this and its texture exist only if the target is multisampled and read
+    GlFramebuffer resolvedFramebuffer;  ///< with its texture, only for a multisampled target that is read
     GlTexture resolvedTexture;
     bool resolvedStale;  ///< drawn since the last resolve
     bool mipmapsStale;   ///< drawn since the mipmaps were generated

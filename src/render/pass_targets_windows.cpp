@@ -16,7 +16,7 @@ namespace {
 
 void ReportIncompleteFramebuffer(const PassSlot& slot) {
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
-        WriteDebugLine(std::string(PassNarrowName(slot.number)) + ": the driver refuses the render target");
+        WriteDebugLine(std::string(PassNarrowName(slot.number)) + ": the driver rejects the render target");
     }
     ReportGlError();
 }

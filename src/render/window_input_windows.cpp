@@ -18,8 +18,7 @@ constexpr wchar_t kProcedureProperty[] = L"OriginalWndProc";
 struct SubclassedWindow {
     HWND window;
     int users;
-    bool replacedByUs;  ///< false if another copy of this module had subclassed it already; its procedure
-                        ///< stays
+    bool replacedByUs;  ///< false if another copy of this module had already subclassed it
 };
 
 /// All windows with at least one user.

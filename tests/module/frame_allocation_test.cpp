@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/heap.h"
+#include "base/text.h"
 #include "module/frame_driver.h"
 #include "module/module_instance.h"
 #include "preview/host/host_session.h"
@@ -88,8 +89,7 @@ TEST(FrameAllocation, ASteadyFrameAllocatesNothing) {
                  {"foreground, tiled", {{"Foreground Only", "1"}, {"X Tiling", "3"}}, 1},
                  {"multisampled", {{"Multi-Sample", "2"}}, 0}};
     const std::string document = BusyDocument();
-    const auto drop = preview::ShaderDrop::OfDocument(
-        {reinterpret_cast<const std::uint8_t*>(document.data()), document.size()});
+    const auto drop = preview::ShaderDrop::OfDocument(BytesOf(document));
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const int atStart = allocations;
