@@ -24,7 +24,7 @@ class LineReader {
 public:
     explicit LineReader(std::string_view line) : rest_(line) {}
 
-    bool Take(std::string_view expected) {
+    bool Skip(std::string_view expected) {
         if (!rest_.starts_with(expected)) {
             return false;
         }
@@ -32,7 +32,7 @@ public:
         return true;
     }
 
-    std::optional<std::uint32_t> TakeNumber() {
+    std::optional<std::uint32_t> ReadNumber() {
         std::uint32_t number = 0;
         const char* const end = rest_.data() + rest_.size();
         const auto [next, error] = std::from_chars(rest_.data(), end, number);
@@ -43,10 +43,10 @@ public:
         return number;
     }
 
-    std::optional<std::uint32_t> TakeNumberInParentheses() {
+    std::optional<std::uint32_t> ReadNumberInParentheses() {
         LineReader ahead = *this;
-        const std::optional<std::uint32_t> number = ahead.Take("(") ? ahead.TakeNumber() : std::nullopt;
-        if (!number || !ahead.Take(")")) {
+        const std::optional<std::uint32_t> number = ahead.Skip("(") ? ahead.ReadNumber() : std::nullopt;
+        if (!number || !ahead.Skip(")")) {
             return std::nullopt;
         }
         *this = ahead;
@@ -54,7 +54,7 @@ public:
     }
 
     void SkipBlanks() {
-        while (Take(" ") || Take("\t")) {
+        while (Skip(" ") || Skip("\t")) {
         }
     }
 
@@ -64,9 +64,9 @@ private:
     std::string_view rest_;
 };
 
-std::string_view TakeSeverity(LineReader& reader) {
+std::string_view ReadSeverity(LineReader& reader) {
     for (const std::string_view word : {"ERROR: ", "WARNING: "}) {
-        if (reader.Take(word)) {
+        if (reader.Skip(word)) {
             return word;
         }
     }
@@ -76,17 +76,17 @@ std::string_view TakeSeverity(LineReader& reader) {
 std::optional<Position> ParsePosition(std::string_view logLine) {
     LineReader reader(logLine);
     Position position;
-    position.severity = TakeSeverity(reader);
-    if (reader.TakeNumber() != 0U) {
+    position.severity = ReadSeverity(reader);
+    if (reader.ReadNumber() != 0U) {
         return std::nullopt;
     }
-    std::optional<std::uint32_t> line = reader.TakeNumberInParentheses();
-    if (!line && reader.Take(":")) {
-        line = reader.TakeNumber();
-        position.column = reader.TakeNumberInParentheses();
+    std::optional<std::uint32_t> line = reader.ReadNumberInParentheses();
+    if (!line && reader.Skip(":")) {
+        line = reader.ReadNumber();
+        position.column = reader.ReadNumberInParentheses();
     }
     reader.SkipBlanks();
-    if (!line || !reader.Take(":")) {
+    if (!line || !reader.Skip(":")) {
         return std::nullopt;
     }
     reader.SkipBlanks();

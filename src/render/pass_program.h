@@ -13,7 +13,7 @@ struct IncludeContext;
 GlShader CompileVertexStage();
 
 /// Assembles the pass's text, compiles and links it. The slot then holds text, program, uniform locations and
-/// the driver's log, which also goes to the debugger output with positions in the author's lines. After a
+/// the driver's log, also written to the debugger output with positions in the author's lines. After a
 /// failure, a `LoadError` that names pass and stage, the slot keeps text and log but no GL object.
 void BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
                       const GlShader& vertexShader);

@@ -153,7 +153,7 @@ TEST(Driver, EveryOutputFormMatchesItsFormula) {
         Form form;
     } cases[] = {
         {"direct, where the control has no effect", 0, 0, {{"Foreground Only", "1"}}, plain},
-        {"kept in the own bitmap", 1, 0, {}, nothing},
+        {"left in the module's bitmap", 1, 0, {}, nothing},
         {"foreground", 1, 0, {{"Foreground Only", "1"}}, foreground},
         {"levels", 1, 1, {}, Levels(0)},
         {"levels of the foreground", 1, 1, {{"Foreground Only", "1"}}, Levels(1)},

@@ -12,7 +12,7 @@ preview::SessionOptions Named(preview::SessionOptions options, const std::string
     return options;
 }
 
-/// One for the whole program: a process has one debugger.
+/// One per process, which can have only one debugger.
 preview::DebugCapture& Capture() {
     static preview::DebugCapture capture;
     return capture;

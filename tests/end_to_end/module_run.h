@@ -10,7 +10,7 @@
 
 namespace pixelforge::test {
 
-/// The module, loaded once for the whole test program.
+/// The module, loaded once per test program.
 const preview::ModuleLibrary& Module();
 
 /// A 32 x 24 frame with default settings; the run sets the playlist's name.

@@ -22,7 +22,7 @@ TEST(Animation, ColourIndexFollowsItsControlsPlusOneStepForAnyPalette) {
     } cases[] = {
         {"read again on every frame", 256, 0.5F, 25.5F, false, 153, 153, 0.6F, 0.1F},
         {"stripes", 10, 0.5F, 0, true, 10 - 4, 4, 0.5F, 0},
-        {"midway", 2, 0.25F, 0.5F, false, 0, 0, 0.75f, 0.5F},
+        {"midway", 2, 0.25F, 0.5F, false, 0, 0, 0.75F, 0.5F},
         {"reversed at the end", 2, 1, 1, false, 1, 1, 1, -1},
         {"reversed at the start", 2, 0, -1, false, 0, 0, 0, 1},
         {"no colours", 0, 1e30F, 0, true, 0, 0, 1, 0},

@@ -52,8 +52,8 @@ TEST(GlContext, NamesAreNotDeletedInAForeignContext) {
 /// them.
 void SwapEntryPoints() {
     const auto swap = [](auto&... entries) {
-        static auto taken = std::make_tuple(std::decay_t<decltype(entries)>()...);
-        std::tie(entries...) = std::exchange(taken, std::make_tuple(entries...));
+        static auto saved = std::make_tuple(std::decay_t<decltype(entries)>()...);
+        std::tie(entries...) = std::exchange(saved, std::make_tuple(entries...));
     };
     swap(__glewGenFramebuffers, __glewDeleteFramebuffers, __glewDeleteVertexArrays, __glewDeleteBuffers,
          __glewDeleteProgram, __glewUseProgram, __glewCreateShader);
