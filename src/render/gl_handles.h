@@ -26,26 +26,25 @@ public:
     explicit GlHandle(GlName name) noexcept : name_(name) {}
     GlHandle(GlHandle&& other) noexcept : name_(std::exchange(other.name_, 0)) {}
     GlHandle& operator=(GlHandle&& other) noexcept {
-        GlHandle(std::move(other)).Swap(*this);
+        Reset(std::exchange(other.name_, 0));
         return *this;
     }
     GlHandle(const GlHandle&) = delete;
     GlHandle& operator=(const GlHandle&) = delete;
-    ~GlHandle() {
-        if (name_ != 0 && IsGlUsable()) {
-            DeleteGlName(kObject, name_);
-        }
-    }
+    ~GlHandle() { Reset(); }
 
     static GlHandle Create() noexcept { return GlHandle(CreateGlName(kObject)); }
 
     GlName Get() const noexcept { return name_; }
     explicit operator bool() const noexcept { return name_ != 0; }
-    void Reset() noexcept { GlHandle().Swap(*this); }
+    void Reset(GlName name = 0) noexcept {
+        const GlName old = std::exchange(name_, name);
+        if (old != 0 && IsGlUsable()) {
+            DeleteGlName(kObject, old);
+        }
+    }
 
 private:
-    void Swap(GlHandle& other) noexcept { std::swap(name_, other.name_); }
-
     GlName name_ = 0;
 };
 
