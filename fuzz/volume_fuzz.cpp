@@ -29,7 +29,7 @@ void PackHostileRows(std::span<std::uint8_t> input) {
     }
     std::memcpy(sizes, input.data(), sizeof(sizes));
     const SectionPixels pixels = {sizes[0], sizes[1], sizes[2], input.subspan(sizeof(sizes) + 1)};
-    if (PackRows(pixels, input[sizeof(sizes)] & 1)) {
+    if (PackBitmapRows(pixels, input[sizeof(sizes)] & 1)) {
         const std::size_t size = PackedBytes(pixels);
         Require(size >= 1 && size <= pixels.bytes.size(), "packed rows fit in the padded ones");
     }

@@ -15,7 +15,7 @@
 
 #include "base/load_error.h"
 #include "document/usable_json.h"
-#include "module/load_shader.h"
+#include "module/shader_loader.h"
 #include "service/http_get.h"
 #include "tests/support/temp_file.h"
 

@@ -1,5 +1,5 @@
-// Making, preparing and destroying a `ModuleInstance`.
-#include "module/instance.h"
+// Creation, preparation and destruction of a `ModuleInstance`.
+#include "module/module_instance.h"
 
 #include <windows.h>
 
@@ -15,7 +15,6 @@
 #include "inputs/webcam_capture.h"
 #include "module/animation.h"
 #include "module/controls.h"
-#include "module/module_instance.h"
 #include "render/gl_renderer.h"
 #include "service/http_get.h"
 
@@ -27,7 +26,7 @@ namespace {
 
 constexpr std::int32_t kInitialProgressionMode = 2;
 
-/// The camera is shared; with the last instance its light goes out.
+/// The camera is shared; it is closed with the last instance.
 std::atomic<int> liveInstances{0};
 
 void DeleteOffscreenBitmap(ModuleInstance& instance) {
@@ -42,7 +41,7 @@ void FreeIncludeContext(ModuleInstance& instance) {
     instance.includeState = nullptr;
 }
 
-/// The include folder that the user named, when it is one; every other value leaves the text empty.
+/// The user's include folder, or an empty text if the variable names none.
 void ReadIncludeFolder(wchar_t (&folder)[kPathUnits]) {
     const DWORD length = GetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", folder, kPathUnits);
     if (length == 0 || length >= kPathUnits || !IsExistingFolder(folder)) {
@@ -58,8 +57,8 @@ void CreateIncludeContext(ModuleInstance& instance) {
     instance.includeState = context.release();
 }
 
-/// The shader editor is offered only when it lies beside the host; the path goes into a link, hence the
-/// forward slashes.
+/// The shader editor is offered only if it is installed beside the host. The path becomes part of a link,
+/// hence the forward slashes.
 void FindEditor(wchar_t (&path)[kPathUnits]) {
     const DWORD length = ExpandEnvironmentStringsW(L"%EXE_BASEFOLDER%\\GlowBench.exe", path, kPathUnits);
     if (length == 0 || length > kPathUnits || !IsExistingFile(path)) {
@@ -68,6 +67,19 @@ void FindEditor(wchar_t (&path)[kPathUnits]) {
     }
     std::replace(path, path + kPathUnits, L'\\', L'/');
 }
+
+/// The host sees the instance while it allocates the controls; unless construction completes, it must not
+/// keep the pointer.
+struct UnfinishedInstance {
+    ModuleInstance** hostPointer;
+    HeapRecord<ModuleInstance> owner;
+
+    ~UnfinishedInstance() {
+        if (owner) {
+            *hostPointer = nullptr;
+        }
+    }
+};
 
 }  // namespace
 
@@ -83,21 +95,17 @@ std::int32_t DescribeModule(ModuleDescription& description) noexcept {
 }
 
 std::int32_t BuildInstance(ModuleInstance** instance, AllocateControl allocate, void* hostContext) {
-    HeapRecord<ModuleInstance> made = NewHeapRecord<ModuleInstance>();
-    *instance = made.get();  // the host may look through it while it allocates the controls
-    if (!made) {
+    UnfinishedInstance unfinished = {instance, NewHeapRecord<ModuleInstance>()};
+    ModuleInstance* const created = unfinished.owner.get();
+    *instance = created;
+    if (!created) {
         return 0;
     }
-    made->animationFlags = animation::kDefault;
-    made->progressionMode = kInitialProgressionMode;
-    try {
-        BuildControls(*made, allocate, hostContext);
-    } catch (...) {
-        *instance = nullptr;
-        throw;
-    }
+    created->animationFlags = animation::kDefault;
+    created->progressionMode = kInitialProgressionMode;
+    BuildControls(*created, allocate, hostContext);
     ++liveInstances;
-    static_cast<void>(made.release());
+    static_cast<void>(unfinished.owner.release());
     return 1;
 }
 
