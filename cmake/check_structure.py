@@ -28,8 +28,9 @@ USES = {
 # The records that module and host share, which need no linking.
 HOST_ABI = "module/host_abi.h"
 SYSTEM_HEADER = re.compile(
-    r"(GL|wrl)/|(windows|win(user|inet|codec|crypt|ioctl|ver)|objbase|unknwn|ole2?|mmdeviceapi|audioclient|mmsystem|"
-    r"dshow|strmif|uuids|shlobj|shellapi|psapi|tlhelp32|richedit|comm(ctrl|dlg)|bcrypt|process|io)\.h")
+    r"(GL|wrl)/|(windows|win(user|inet|codec|crypt|ioctl|ver)|objbase|unknwn|ole2?|mmdeviceapi|audioclient|"
+    r"mmsystem|dshow|strmif|uuids|shlobj|shellapi|psapi|tlhelp32|richedit|comm(ctrl|dlg)|bcrypt|process|io)"
+    r"\.h")
 INCLUDE = re.compile(r'^#include [<"]([^>"]+)[>"]', re.MULTILINE)
 
 

@@ -6,12 +6,13 @@ option(PIXELFORGE_SANITIZERS "Address and undefined-behaviour sanitizers (native
 option(PIXELFORGE_FUZZERS "Fuzz targets with libFuzzer (native build with sanitizers, clang)" OFF)
 option(PIXELFORGE_TRAP_UNDEFINED "Trap on undefined behaviour (no run-time library needed)" OFF)
 
-# Numeric kernels are compared bit for bit with literal transcriptions: the compiler must not fuse multiply-adds.
+# Kernels are compared bit for bit with literal transcriptions: the compiler must not fuse multiply-adds.
 add_compile_options(-ffp-contract=off -fstack-protector-strong)
 add_compile_definitions(_GLIBCXX_ASSERTIONS)
 
 # No path of the build machine in the binaries.
-add_compile_options("-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+add_compile_options(
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
 
 if(WIN32)
   enable_language(RC)
@@ -34,7 +35,8 @@ if(PIXELFORGE_SANITIZERS)
 endif()
 
 if(PIXELFORGE_FUZZERS)
-  add_compile_options(-fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored_checks")
+  add_compile_options(
+    -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored_checks")
 endif()
 
 if(PIXELFORGE_TRAP_UNDEFINED)

@@ -1,4 +1,4 @@
-# Third-party libraries: pixelforge::rapidjson and pixelforge::cli11 (headers only), pixelforge::glew, GoogleTest.
+# Third-party: pixelforge::rapidjson and pixelforge::cli11 (headers only), pixelforge::glew, GoogleTest.
 
 # Their warnings are not ours to fix. Our own folders get the cache value back at the end of this file.
 set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
@@ -7,8 +7,8 @@ set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
 function(pixelforge_header_library name folder)
   find_path(PIXELFORGE_${name}_INCLUDE ${folder} REQUIRED NO_CMAKE_FIND_ROOT_PATH)
   set(include "${PIXELFORGE_${name}_INCLUDE}")
-  # Header-only packages of the build machine serve the target too, but a cross compiler must not see the rest of
-  # /usr/include: it gets a folder that holds nothing but a link.
+  # The build system's header-only packages serve the target too, but a cross compiler must not see the rest
+  # of /usr/include: it gets a folder that holds nothing but a link.
   if(CMAKE_CROSSCOMPILING)
     set(include "${PROJECT_BINARY_DIR}/header_links/${name}")
     file(MAKE_DIRECTORY "${include}")

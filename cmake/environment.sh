@@ -11,7 +11,8 @@ run_packages=(
     wine wine64 xvfb libgl1 libgl1-mesa-dri libgnutls30 fonts-liberation
 )
 build_packages=(
-    g++-mingw-w64-x86-64-posix cmake ninja-build googletest rapidjson-dev libcli11-dev dpkg-dev ca-certificates
+    g++-mingw-w64-x86-64-posix cmake ninja-build googletest rapidjson-dev libcli11-dev dpkg-dev
+    ca-certificates git
 )
 test_packages=(
     g++ clang lld clang-format-14 openssl python3
@@ -150,9 +151,9 @@ start_display() {
     export DISPLAY=":$number"
 }
 
-# Starts a Wine session: a prefix, a display and a keeper process, which holds the session open until it reads a
-# line or the end of its input. Programs then start in about 40 ms instead of seconds, and Wine's services, which
-# outlive them, inherit the keeper's output and not ours.
+# Starts a Wine session: a prefix, a display and a keeper process, which holds the session open until it reads
+# a line or the end of its input. Programs then start in about 40 ms instead of seconds, and Wine's services,
+# which outlive them, inherit the keeper's output and not ours.
 start_wine_session() {
     set_wine_environment
     claim_prefix

@@ -15,8 +15,8 @@ install(CODE [[
   endforeach()
 ]])
 
-# Where Debian's packages keep them; both mingw files cover the run-time libraries (libstdc++, libgcc, winpthreads).
-# A missing one fails the packaging.
+# Where Debian's packages keep them; both mingw files cover the run-time libraries (libstdc++, libgcc,
+# winpthreads). A missing one fails the packaging.
 foreach(licence IN ITEMS
     "GLEW=${PIXELFORGE_GLEW_SOURCE}/LICENSE.txt"
     "RapidJSON=/usr/share/doc/rapidjson-dev/copyright"

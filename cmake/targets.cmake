@@ -1,9 +1,9 @@
 # The two functions with which every folder declares what it builds.
 
 # pixelforge_library(<name> SOURCES ... [LINK ...] [WINDOWS_LINK ...])
-# declares the static library pixelforge::<name>. Sources named *_windows.cpp or *_native.cpp are compiled in that
-# build only; a library left without sources becomes an INTERFACE library. LINK names every folder that the
-# sources include, which the test Structure checks.
+# declares the static library pixelforge::<name>. Sources named *_windows.cpp or *_native.cpp are compiled in
+# that build only; a library left without sources becomes an INTERFACE library. LINK names every folder that
+# the sources include; the test structure.folders checks it.
 function(pixelforge_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;WINDOWS_LINK")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
@@ -29,8 +29,8 @@ endfunction()
 
 # pixelforge_test(<name> SOURCES ... [WINDOWS_SOURCES ...] [LINK ...] [WINDOWS_LINK ...] [WINDOWS_ONLY]
 #                 [LABEL label] [WINDOWS_LABEL label] [TIMEOUT seconds])
-# declares the GoogleTest program <name>_test and each of its cases as a ctest test. The label is "unit" unless
-# given; CONTRIBUTING.md lists the labels.
+# declares the GoogleTest program <name>_test and each of its cases as a CTest test, labelled "unit" unless a
+# label is given; CONTRIBUTING.md lists them.
 function(pixelforge_test name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY" "LABEL;WINDOWS_LABEL;TIMEOUT"
     "SOURCES;WINDOWS_SOURCES;LINK;WINDOWS_LINK")
