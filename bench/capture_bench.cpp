@@ -37,8 +37,9 @@ std::set<DWORD> ThreadIds() {
     std::set<DWORD> ids;
     for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
          more = Thread32Next(snapshot.Get(), &entry)) {
-        if (entry.th32OwnerProcessID == GetCurrentProcessId())
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) {
             ids.insert(entry.th32ThreadID);
+        }
     }
     return ids;
 }
@@ -53,8 +54,9 @@ double ProcessorMilliseconds(const std::set<DWORD>& threadIds) {
             std::fprintf(stderr, "a thread has no times\n");
             std::exit(2);
         }
-        for (const FILETIME& time : {times[2], times[3]})
+        for (const FILETIME& time : {times[2], times[3]}) {
             sum += static_cast<double>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime) / 1e4;
+        }
     }
     return sum;
 }
@@ -99,8 +101,9 @@ void TimeTurns(const char* name, const std::function<void()>& turn, Report& repo
     std::vector<double> rounds(31);
     for (double& round : rounds) {
         const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < kTurnsPerRound; ++i)
+        for (int i = 0; i < kTurnsPerRound; ++i) {
             turn();
+        }
         round = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
     }
     report.Add(Timing{name, Quantile(std::move(rounds), 0.5)});
@@ -139,8 +142,9 @@ void MeasureLoads(Report& report) {
     constexpr std::size_t kRounds = 200;
     constexpr double kMostMilliseconds = 100;
     std::vector<double> rounds(kRounds);
-    for (std::size_t i = 0; i < kRounds; ++i)
+    for (std::size_t i = 0; i < kRounds; ++i) {
         rounds[i] = LoadRoundMilliseconds(kStays[i % std::size(kStays)]);
+    }
     const auto share = [&](double quantile) { return Quantile(rounds, quantile) / kMostMilliseconds; };
     report.Add({"loading and unloading the module", "100 ms", Quantile(rounds, 0.5), kMostMilliseconds,
                 share(0.5), share(0.25), share(0.75), 1.0});

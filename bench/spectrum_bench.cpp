@@ -20,8 +20,9 @@ constexpr double kTransformLimit = 6;
 
 Side Repeat(const char* name, std::function<void()> once) {
     return {name, [once = std::move(once)] {
-                for (int i = 0; i < kRunsPerRound; ++i)
+                for (int i = 0; i < kRunsPerRound; ++i) {
                     once();
+                }
             }};
 }
 

@@ -29,8 +29,9 @@ public:
             ring_[ringPos_] =
                 format.bitsPerSample == 16 ? Mono<std::int16_t>(format, frame) : Mono<float>(format, frame);
             ringPos_ = (ringPos_ + 1) % 1024;
-            if (ringPos_ == 0)
+            if (ringPos_ == 0) {
                 Step();
+            }
         }
     }
 
@@ -62,12 +63,14 @@ private:
 
     static std::vector<Complex> Transform(const std::vector<Complex>& x) {
         const std::size_t n = x.size();
-        if (n == 1)
+        if (n == 1) {
             return x;
+        }
         std::vector<Complex> even(n / 2);
         std::vector<Complex> odd(n / 2);
-        for (std::size_t j = 0; j < n; ++j)
+        for (std::size_t j = 0; j < n; ++j) {
             (j % 2 ? odd : even)[j / 2] = x[j];
+        }
         even = Transform(even);
         odd = Transform(odd);
         std::vector<Complex> result(n);
@@ -82,8 +85,9 @@ private:
     }
 
     void Smooth(double* a) {
-        for (int j = 0; j < 256; ++j)
+        for (int j = 0; j < 256; ++j) {
             scratch_[j] = (a[2 * j] + a[2 * j + 1]) / 2;
+        }
         for (int i = 0; i < 512; ++i) {
             const double x = i * 0.5;
             const int k = static_cast<int>(std::floor(x));
@@ -94,8 +98,9 @@ private:
 
     void Step() {
         std::vector<Complex> x;
-        for (int n = 0; n < 1024; ++n)
+        for (int n = 0; n < 1024; ++n) {
             x.push_back({(1 - std::cos(n * 0.00614192112138767)) * 0.5 * ring_[n], 0});
+        }
         x = Transform(x);
         for (int i = 0; i < 512; ++i) {
             const auto bin = static_cast<std::int64_t>(i * (binsTo20k / 512.0)) % 1024;
@@ -113,8 +118,9 @@ private:
         }
         Smooth(ring_);
         WriteBytes(steps.emplace_back());
-        for (double& peak : binPeak_)
+        for (double& peak : binPeak_) {
             peak *= 0.999;
+        }
         spectrumPeak *= 0.999;
         const double d = (waveMax_ - waveMin_) * (1 - 0.999);
         waveMin_ += d;

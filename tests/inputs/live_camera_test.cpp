@@ -39,8 +39,9 @@ void ExpectPicture(const std::string& settings, const Colours& quarters) {
 
 TEST(LiveCamera, ShowsTheFirst640x480PixelsOfEveryFormat) {
     for (const char* form :
-         {"image=32", "image=24", "topdown=1", "image=24;topdown=1", "formats=1280x480,640x960,640x480"})
+         {"image=32", "image=24", "topdown=1", "image=24;topdown=1", "formats=1280x480,640x960,640x480"}) {
         ExpectPicture(form, kWhole);
+    }
     // Twice as large: its lower left part fills the picture. Half as large: it fills a quarter.
     ExpectPicture("formats=1280x960", {0x0000FF, 0x0000FF, 0x0000FF, 0x0000FF});
     ExpectPicture("formats=320x240", {0x00FF00, 0, 0, 0});
@@ -55,15 +56,17 @@ TEST(LiveCamera, StaysOffForAShaderThatDoesNotCompile) {
 
 TEST(LiveCamera, NoFaultOfACameraStopsFramesOrLeaks) {
     // The last one is a byte short of 640 x 480 x 4 and the header.
-    for (const char* fault :
-         {"device=none", "device=nameless", "fail=renderer", "fail=windowless", "fail=config",
-          "fail=position", "fail=camera", "fail=enumpins", "fail=pin", "fail=connect", "fail=run",
-          "fail=image", "null=format", "null=image", "frames=never", "block=0", "block=39", "block=1228839"})
+    for (const char* fault : {"device=none", "device=nameless", "fail=renderer", "fail=windowless",
+                              "fail=config", "fail=position", "fail=camera", "fail=enumpins", "fail=pin",
+                              "fail=connect", "fail=run", "fail=image", "null=format", "null=image",
+                              "frames=never", "block=0", "block=39", "block=1228839"}) {
         ExpectPicture(fault, kBlack);
+    }
     for (const char* harmless : {"fail=enumtypes;formats=640x480", "fail=streamconfig;formats=640x480",
                                  "fail=setformat;formats=640x480,320x240", "fail=getformat", "null=type",
-                                 "formattype=other;formats=640x480", "block=1228840"})
+                                 "formattype=other;formats=640x480", "block=1228840"}) {
         ExpectPicture(harmless, kWhole);
+    }
 }
 
 TEST(LiveCamera, PictureChangesOnOneFrameInSixteen) {

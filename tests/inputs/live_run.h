@@ -30,8 +30,9 @@ inline void SetCamera(const std::string& settings) {
 /// A number that a stand-in exports; 0 while it is not loaded.
 inline long AskDouble(const wchar_t* library, const char* function) {
     const HMODULE module = GetModuleHandleW(library);
-    if (!module)
+    if (!module) {
         return 0;
+    }
     return reinterpret_cast<long (*)()>(reinterpret_cast<void (*)()>(GetProcAddress(module, function)))();
 }
 
@@ -54,8 +55,9 @@ public:
         do {
             const FrameResult result = Frame();
             EXPECT_EQ(result, FrameResult::Drawn);
-            if (result != FrameResult::Drawn || seen())
+            if (result != FrameResult::Drawn || seen()) {
                 return result == FrameResult::Drawn;
+            }
             Sleep(20);
         } while (GetTickCount64() < end);
         return false;

@@ -20,8 +20,9 @@ public:
 
     std::vector<int> Row(std::int32_t y) const {
         std::vector<int> levels;
-        for (std::int32_t x = 0; x < 512; ++x)
+        for (std::int32_t x = 0; x < 512; ++x) {
             levels.push_back(static_cast<int>(Pixel(x, y) >> 16));
+        }
         return levels;
     }
 

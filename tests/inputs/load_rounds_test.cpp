@@ -32,8 +32,9 @@ TEST(LoadRounds, TwoHundredLeaveThreadsHandlesAndMemoryAsTheyWere) {
     // Milliseconds: before, during and after start-up.
     constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
     SetSound("signal=sine;hertz=1000");
-    for (const DWORD stay : kStays)
+    for (const DWORD stay : kStays) {
         Round(stay);
+    }
     Sleep(500);
     const std::size_t handles = OpenHandles();
     const std::size_t threads = RunningThreads();
@@ -43,11 +44,13 @@ TEST(LoadRounds, TwoHundredLeaveThreadsHandlesAndMemoryAsTheyWere) {
         ASSERT_EQ(OpenHandles(), handles + 1) << "the counting works";
     }
     std::vector<double> rounds;
-    for (int i = 0; i < 25; ++i)
+    for (int i = 0; i < 25; ++i) {
         std::ranges::transform(kStays, std::back_inserter(rounds), Round);
+    }
     // The last round's thread ends on its own, outside the module.
-    for (int wait = 0; wait < 100 && RunningThreads() > threads; ++wait)
+    for (int wait = 0; wait < 100 && RunningThreads() > threads; ++wait) {
         Sleep(20);
+    }
     EXPECT_EQ(RunningThreads(), threads);
     EXPECT_LE(OpenHandles(), handles + 5);
     EXPECT_LE(WorkingSetBytes(), bytes + (4U << 20));
@@ -61,8 +64,9 @@ TEST(LoadRounds, AThreadThatHangsIsEnded) {
         SetSound(std::string("hang=") + call);
         const std::size_t threads = RunningThreads();
         Round(400);
-        for (int wait = 0; wait < 100 && RunningThreads() > threads; ++wait)
+        for (int wait = 0; wait < 100 && RunningThreads() > threads; ++wait) {
             Sleep(20);
+        }
         EXPECT_LE(RunningThreads(), threads) << call;
         SetSound("signal=sine;hertz=1000");
         Round(400);

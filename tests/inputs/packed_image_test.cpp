@@ -26,8 +26,9 @@ std::vector<std::int32_t> Plan(const Claim& claim, std::size_t bytes) {
     std::vector<std::byte> block(std::max(bytes, sizeof(claim)));
     std::memcpy(block.data(), &claim, sizeof(claim));
     const auto plan = PlanWebcamStretch(std::span(block).first(bytes));
-    if (!plan)
+    if (!plan) {
         return {};
+    }
     return {plan->sourceWidth, plan->sourceHeight, plan->top, plan->width, plan->height};
 }
 

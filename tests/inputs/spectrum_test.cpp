@@ -35,11 +35,11 @@ struct Signal {
 };
 
 const Signal kSignals[] = {
-    {"silence", [](auto) { return 0.F; }},
+    {"silence", [](auto) { return 0.0F; }},
     {"tone", Tone},
     {"two tones", [](auto n) { return Tone(n) + 0.2F * Tone(9 * n); }},
     {"noise", Noise},
-    {"clipping", [](auto n) { return std::clamp(8 * Tone(n), -1.F, 1.F); }},
+    {"clipping", [](auto n) { return std::clamp(8 * Tone(n), -1.0F, 1.0F); }},
     {"constant", [](auto) { return 0.25F; }},
     {"silence after sound", [](auto n) { return n < 6000 ? Tone(n) : 0; }},
     {"constant after sound", [](auto n) { return n < 6000 ? Tone(n) : 0.4F; }},
@@ -65,7 +65,7 @@ std::vector<std::byte> Frames(const SampleFormat& format, const Signal& signal, 
             if (format.bitsPerSample == 32) {
                 std::memcpy(frame + 4 * channel, &value, 4);
             } else {
-                const float scaled = std::isnan(value) ? 0 : std::clamp(value * 32767, -32768.F, 32767.F);
+                const float scaled = std::isnan(value) ? 0 : std::clamp(value * 32767, -32768.0F, 32767.0F);
                 const auto sample = static_cast<std::int16_t>(scaled);
                 std::memcpy(frame + 2 * channel, &sample, 2);
             }
@@ -84,8 +84,9 @@ std::vector<SpectrumBytes> Analyse(SpectrumState& state, const SampleFormat& for
         const std::size_t taken = std::min(room.size(), packetEnd - n);
         ConvertFrames(format, frames + n * format.frameBytes, room.first(taken));
         n += taken;
-        if (AdvanceRing(state, taken))
+        if (AdvanceRing(state, taken)) {
             steps.push_back(RunSpectrumStep(state));
+        }
     }
     return steps;
 }
@@ -132,8 +133,9 @@ TEST(Spectrum, EqualsItsTranscriptionOnEverySignalRateFormatAndPacketSize) {
         ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[1], 480, 1));
     }
     // No number of bins, none at all, and half a one.
-    for (const double rate : {0.0, 1e-9, 1e9, 2.048e7 * 2})
+    for (const double rate : {0.0, 1e-9, 1e9, 2.048e7 * 2}) {
         ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[1], 480, 0));
+    }
 }
 
 TEST(Spectrum, LongSilenceEndsAsTheTranscriptionDoes) {
@@ -144,8 +146,9 @@ TEST(Spectrum, LongSilenceEndsAsTheTranscriptionDoes) {
         SpectrumState state;
         SetCaptureRate(state, format.rate);
         LiteralSpectrum literal(format.rate);
-        for (std::size_t i = 0; i < 512; ++i)
+        for (std::size_t i = 0; i < 512; ++i) {
             state.binAverage[i] = literal.average[i] = 1e-316 / static_cast<double>(1 + i % 7);
+        }
         state.spectrumPeak = literal.spectrumPeak = peak;
         literal.Add(format, silence.data(), kFrames);
         ASSERT_EQ(Analyse(state, format, silence.data(), kFrames, 1024), literal.steps);
@@ -166,10 +169,12 @@ TEST(SampleFormat, UnreadableFormsAreRefused) {
     const SampleFormat readable[] = {{0, 16, 1, 2}, {0, 16, 6, 2}, {0, 16, 2, 5}, {0, 32, 6, 24}};
     const SampleFormat refused[] = {{0, 8, 2, 2},  {0, 24, 2, 6}, {0, 64, 2, 16}, {0, 0, 2, 4},
                                     {0, 16, 0, 4}, {0, 16, 1, 1}, {0, 32, 2, 4},  {0, 32, 1, 0}};
-    for (const SampleFormat& format : readable)
+    for (const SampleFormat& format : readable) {
         EXPECT_TRUE(IsReadable(format)) << format.bitsPerSample << " bits in " << format.frameBytes;
-    for (const SampleFormat& format : refused)
+    }
+    for (const SampleFormat& format : refused) {
         EXPECT_FALSE(IsReadable(format)) << format.bitsPerSample << " bits in " << format.frameBytes;
+    }
 }
 
 }  // namespace

@@ -23,12 +23,14 @@ public:
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
         *object = nullptr;
-        if (id == __uuidof(IUnknown) || id == __uuidof(First))
+        if (id == __uuidof(IUnknown) || id == __uuidof(First)) {
             *object = static_cast<First*>(this);
+        }
         (Offer<Others>(id, object), ...);
         OfferBase(id, object);
-        if (!*object)
+        if (!*object) {
             return E_NOINTERFACE;
+        }
         AddRef();
         return S_OK;
     }
@@ -37,8 +39,9 @@ public:
 
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG left = --references_;
-        if (left == 0)
+        if (left == 0) {
             delete this;
+        }
         return left;
     }
 
@@ -51,8 +54,9 @@ protected:
 private:
     template <class Interface>
     void Offer(REFIID id, void** object) {
-        if (id == __uuidof(Interface))
+        if (id == __uuidof(Interface)) {
             *object = static_cast<Interface*>(this);
+        }
     }
 
     std::atomic<ULONG> references_{1};
@@ -61,8 +65,9 @@ private:
 /// Hands an object's one reference over as the interface `id`; no object is a failure.
 inline HRESULT Give(IUnknown* made, REFIID id, void** object) {
     *object = nullptr;
-    if (!made)
+    if (!made) {
         return E_FAIL;
+    }
     const HRESULT result = made->QueryInterface(id, object);
     made->Release();
     return result;

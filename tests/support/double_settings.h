@@ -21,8 +21,9 @@ public:
     std::string Text(std::string_view key, const char* otherwise = "") const {
         const std::string start = ";" + std::string(key) + "=";
         const std::size_t found = parts_.find(start);
-        if (found == std::string::npos)
+        if (found == std::string::npos) {
             return otherwise;
+        }
         const std::size_t value = found + start.size();
         return parts_.substr(value, parts_.find(';', value) - value);
     }

@@ -16,8 +16,9 @@ std::vector<Size> OfferedSizes() {
     std::vector<Size> sizes;
     std::istringstream text(CameraSettings().Text("formats", "320x240,640x480"));
     char between = 0;
-    for (Size size = {}; text >> size.width >> between >> size.height; text >> between)
+    for (Size size = {}; text >> size.width >> between >> size.height; text >> between) {
         sizes.push_back(size);
+    }
     return sizes.empty() ? std::vector<Size>{{640, 480}} : sizes;
 }
 
@@ -64,20 +65,23 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
-        if (id == __uuidof(IAMStreamConfig) && CameraFails("streamconfig"))
+        if (id == __uuidof(IAMStreamConfig) && CameraFails("streamconfig")) {
             return E_NOINTERFACE;
+        }
         return Pin::QueryInterface(id, object);
     }
 
     HRESULT STDMETHODCALLTYPE Connect(IPin* receiver, const AM_MEDIA_TYPE*) override {
-        if (CameraFails("connect"))
+        if (CameraFails("connect")) {
             return E_FAIL;
+        }
         AM_MEDIA_TYPE* type = MakeType(size_);
         const HRESULT result = receiver->ReceiveConnection(this, type);
         FreeFormat(*type);
         CoTaskMemFree(type);
-        if (SUCCEEDED(result))
+        if (SUCCEEDED(result)) {
             peer_ = receiver;
+        }
         return result;
     }
     HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
@@ -87,16 +91,18 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE SetFormat(AM_MEDIA_TYPE* type) override {
-        if (CameraFails("setformat") || !type || !type->pbFormat)
+        if (CameraFails("setformat") || !type || !type->pbFormat) {
             return E_FAIL;
+        }
         const BITMAPINFOHEADER& header = reinterpret_cast<VIDEOINFOHEADER*>(type->pbFormat)->bmiHeader;
         size_ = {header.biWidth, header.biHeight};
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetFormat(AM_MEDIA_TYPE** type) override {
         *type = CameraFails("getformat") || CameraSettings().Is("null", "type") ? nullptr : MakeType(size_);
-        if (*type && CameraSettings().Is("null", "format"))
+        if (*type && CameraSettings().Is("null", "format")) {
             FreeFormat(**type);
+        }
         return CameraFails("getformat") ? E_FAIL : S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetNumberOfCapabilities(int*, int*) override { return E_NOTIMPL; }
@@ -109,8 +115,9 @@ private:
 
 class Camera final : public Filter<CameraPin> {
     HRESULT Enter(FILTER_STATE state) override {
-        if (state == State_Running && CameraFails("run"))
+        if (state == State_Running && CameraFails("run")) {
             return E_FAIL;
+        }
         pin_->Film(state == State_Running);
         return Filter::Enter(state);
     }

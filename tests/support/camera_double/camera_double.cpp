@@ -20,10 +20,12 @@ void ListCamera() {
     HKEY key = nullptr;
     if (CameraSettings().Is("device", "none") ||
         RegCreateKeyExW(HKEY_CLASSES_ROOT, kDeviceKey, 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE, nullptr,
-                        &key, nullptr) != ERROR_SUCCESS)
+                        &key, nullptr) != ERROR_SUCCESS) {
         return;
-    if (!CameraSettings().Is("device", "nameless"))
+    }
+    if (!CameraSettings().Is("device", "nameless")) {
         SetText(key, L"FriendlyName", L"Camera that is none");
+    }
     SetText(key, L"CLSID", kCameraText);
     RegCloseKey(key);
 }
@@ -35,10 +37,12 @@ void ListCamera() {
 extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfaceId, void** object) {
     using namespace pixelforge::test;
     *object = nullptr;
-    if (id == kCameraClass)
+    if (id == kCameraClass) {
         return Give(new Factory<MakeCamera>, interfaceId, object);
-    if (id != CLSID_VideoMixingRenderer)
+    }
+    if (id != CLSID_VideoMixingRenderer) {
         return CLASS_E_CLASSNOTAVAILABLE;
+    }
     ListCamera();
     return Give(new Factory<MakeRenderer>, interfaceId, object);
 }

@@ -39,10 +39,12 @@ class ListOf : public ComObject<List> {
 public:
     HRESULT STDMETHODCALLTYPE Next(ULONG wanted, Item* items, ULONG* fetched) override {
         ULONG count = 0;
-        for (; count < wanted && At(position_, items + count); ++count)
+        for (; count < wanted && At(position_, items + count); ++count) {
             ++position_;
-        if (fetched)
+        }
+        if (fetched) {
             *fetched = count;
+        }
         return count == wanted ? S_OK : S_FALSE;
     }
     HRESULT STDMETHODCALLTYPE Reset() override {
@@ -91,8 +93,9 @@ public:
     HRESULT STDMETHODCALLTYPE QueryPinInfo(PIN_INFO* info) override {
         *info = {};
         info->pFilter = filter_;
-        if (filter_)
+        if (filter_) {
             filter_->AddRef();
+        }
         info->dir = direction_;
         return S_OK;
     }
@@ -143,8 +146,9 @@ public:
     HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* info) override {
         *info = {};
         info->pGraph = graph_;
-        if (graph_)
+        if (graph_) {
             graph_->AddRef();
+        }
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* graph, LPCWSTR) override {
@@ -161,8 +165,9 @@ protected:
         return S_OK;
     }
     void OfferBase(REFIID id, void** object) override {
-        if (id == __uuidof(IMediaFilter) || id == __uuidof(IPersist))
+        if (id == __uuidof(IMediaFilter) || id == __uuidof(IPersist)) {
             *object = static_cast<IBaseFilter*>(this);
+        }
     }
 
     Microsoft::WRL::ComPtr<OnlyPin> pin_;

@@ -18,8 +18,9 @@ public:
 
     HRESULT STDMETHODCALLTYPE Connect(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
     HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override {
-        if (peer_)
+        if (peer_) {
             return VFW_E_ALREADY_CONNECTED;
+        }
         peer_ = source;
         return S_OK;
     }
@@ -51,10 +52,12 @@ public:
         *image = nullptr;
         const DoubleSettings settings = CameraSettings();
         CameraShot shot;
-        if (settings.Is("fail", "image") || !windowless_ || !pin_->Newest(shot))
+        if (settings.Is("fail", "image") || !windowless_ || !pin_->Newest(shot)) {
             return E_FAIL;
-        if (settings.Is("null", "image"))
+        }
+        if (settings.Is("null", "image")) {
             return S_OK;
+        }
         const auto bits = static_cast<unsigned>(settings.Number("image", 32));
         const auto bytes =
             PackPicture(shot, settings.Text("pattern", "scene"), bits, settings.Is("topdown", "1"));

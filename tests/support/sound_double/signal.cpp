@@ -40,8 +40,9 @@ double Music(double seconds, std::uint64_t frame) {
 
 double SignalSample(const std::string& signal, double hertz, std::uint64_t frame, double rate) {
     const double seconds = static_cast<double>(frame) / rate;
-    if (signal == "music")
+    if (signal == "music") {
         return Music(seconds, frame) * kLevel;
+    }
     return signal == "sine" ? Sine(hertz, seconds) * kLevel : 0;
 }
 
@@ -53,8 +54,9 @@ void WriteSample(double sample, unsigned bits, std::uint8_t* place) {
     }
     const double scale = std::ldexp(1.0, static_cast<int>(bits) - 1) - 1;
     const auto value = static_cast<std::int64_t>(std::lround(std::clamp(sample, -1.0, 1.0) * scale));
-    for (unsigned byte = 0; byte < bits / 8; ++byte)
+    for (unsigned byte = 0; byte < bits / 8; ++byte) {
         place[byte] = static_cast<std::uint8_t>(value >> (8 * byte));
+    }
 }
 
 }  // namespace pixelforge::test

@@ -30,12 +30,15 @@ DoubleSettings Settings() {
 HRESULT Outcome(const char* call) {
     ++calls;
     const DoubleSettings settings = Settings();
-    if (settings.Is("hang", call))
+    if (settings.Is("hang", call)) {
         Sleep(INFINITE);
-    if (settings.Is("fail", call))
+    }
+    if (settings.Is("fail", call)) {
         return E_FAIL;
-    if (settings.Is("gone", "1"))
+    }
+    if (settings.Is("gone", "1")) {
         return std::string_view(call) == "endpoint" ? kNoDevice : kDeviceGone;
+    }
     return S_OK;
 }
 
@@ -69,10 +72,12 @@ public:
         *frames = 0;
         *flags = 0;
         const HRESULT result = Outcome("getbuffer");
-        if (FAILED(result))
+        if (FAILED(result)) {
             return result;
-        if (Settings().Is("packets", "empty"))
+        }
+        if (Settings().Is("packets", "empty")) {
             return AUDCLNT_S_BUFFER_EMPTY;
+        }
         *data = Settings().Is("null", "getbuffer")
                     ? nullptr
                     : &loop_[delivered_ % kLoopPackets * packetFrames_ * format_.frameBytes];
@@ -93,8 +98,9 @@ private:
 
     bool HasPacket() const {
         const DoubleSettings settings = Settings();
-        if (settings.Is("packets", "endless") || settings.Is("packets", "empty"))
+        if (settings.Is("packets", "endless") || settings.Is("packets", "empty")) {
             return true;
+        }
         const std::chrono::duration<double> passed = Clock::now() - start_;
         return !settings.Is("packets", "never") && packetFrames_ > 0 &&
                static_cast<double>(delivered_) * kPacketSeconds < passed.count();
@@ -110,8 +116,9 @@ private:
             const double sample = SignalSample(signal, hertz, frame, format_.rate);
             for (std::size_t channel = 0; channel < format_.channels; ++channel) {
                 const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
-                if (place + sampleBytes <= loop.size())
+                if (place + sampleBytes <= loop.size()) {
                     WriteSample(sample, format_.bits, &loop[place]);
+                }
             }
         }
         return loop;
@@ -129,8 +136,9 @@ public:
     HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
         *format = nullptr;
         const HRESULT result = Outcome("mixformat");
-        if (FAILED(result) || Settings().Is("null", "mixformat"))
+        if (FAILED(result) || Settings().Is("null", "mixformat")) {
             return result;
+        }
         const Format wanted;
         auto* made = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(sizeof(WAVEFORMATEX)));
         *made = {};
