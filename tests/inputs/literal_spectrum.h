@@ -10,7 +10,7 @@
 #include <limits>
 #include <vector>
 
-#include "inputs/sample_format.h"
+#include "inputs/spectrum.h"
 
 namespace pixelforge::test {
 

@@ -10,7 +10,6 @@
 #include <random>
 #include <vector>
 
-#include "inputs/sample_format.h"
 #include "tests/inputs/literal_spectrum.h"
 
 namespace pixelforge::test {
