@@ -13,7 +13,7 @@
 #include "bench/paired_runner.h"
 #include "post/compositing.h"
 #include "post/tile_remap.h"
-#include "tests/post/transcription.h"
+#include "tests/post/reference_kernels.h"
 
 namespace pixelforge::bench {
 namespace {
@@ -94,7 +94,7 @@ void CompareTiling(Pictures& p, const PathName& path, int rounds, Report& report
             Compare(tiling, MemcpyMoving(p, 8), rounds, best ? std::optional(kTileLimit) : std::nullopt));
         if (best) {
             const Side plain = {"plain loop",
-                                [output, frame, grid] { transcription::TileRemap(output, frame, grid); }};
+                                [output, frame, grid] { reference::TileRemap(output, frame, grid); }};
             report.Add(Compare(tiling, plain, 3, kPlainLoopLimit));
         }
     }

@@ -1,5 +1,5 @@
-// The sound analysis written down step by step, slowly and plainly, one sample at a time: what the fast one
-// must equal byte for byte. Textbook recursion, library functions, no tables.
+// Reference implementation of the sound analysis, slow and literal: textbook recursion, library functions, no
+// tables. The product must match it byte for byte.
 #pragma once
 
 #include <algorithm>
@@ -14,15 +14,15 @@
 
 namespace pixelforge::test {
 
-class LiteralSpectrum {
+class ReferenceSpectrum {
 public:
-    explicit LiteralSpectrum(double rate) {
+    explicit ReferenceSpectrum(double rate) {
         const double bins = std::round(2.048e7 / rate);
         binsTo20k = bins >= 1 && bins < 2147483648.0 ? static_cast<std::int32_t>(bins) : 512;
         std::fill_n(binPeak_, 512, std::numeric_limits<double>::lowest());
     }
 
-    /// Adds `frames` frames of a readable format; the bytes of each spectrum step on the way go to `steps`.
+    /// Adds frames of a readable format; appends the bytes of each completed spectrum step to `steps`.
     void Add(const SampleFormat& format, const std::byte* data, std::size_t frames) {
         for (std::size_t i = 0; i < frames; ++i) {
             const std::byte* frame = data + i * format.frameBytes;
@@ -55,7 +55,7 @@ private:
         return format.channels == 2 ? (first + samples[1]) * 0.5 : first;
     }
 
-    /// What the processor does with a value that a 32-bit integer cannot hold: the lowest integer.
+    /// The processor converts values outside the 32-bit range to the lowest integer, whose low byte is 0.
     static std::uint8_t LowByte(double value) {
         const bool fits = value > -2147483649.0 && value < 2147483648.0;
         return fits ? static_cast<std::uint8_t>(static_cast<std::int32_t>(value) & 0xFF) : std::uint8_t{0};
