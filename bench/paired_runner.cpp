@@ -1,4 +1,4 @@
-// Paired timing and its table and JSON forms.
+// Paired timing, with table and JSON output.
 #include "bench/paired_runner.h"
 
 #include <algorithm>
@@ -71,7 +71,7 @@ void Report::Add(Comparison comparison) {
     std::printf("%-44s %-22s %10.3f %10.3f %8.3f %8.3f %8.3f", c.subject.c_str(), c.peer.c_str(),
                 c.subjectTime, c.peerTime, c.ratio, c.lowerQuartile, c.upperQuartile);
     if (c.limit) {
-        std::printf(" %8.3f %s", *c.limit, c.IsWithinLimit() ? "ok" : "MISSED");
+        std::printf(" %8.3f %s", *c.limit, c.IsWithinLimit() ? "ok" : "EXCEEDED");
     }
     std::printf("\n");
     std::fflush(stdout);

@@ -1,4 +1,4 @@
-// COM objects in few lines, for the classes that stand in for devices.
+// Base classes for the COM objects of the device doubles.
 #pragma once
 
 #include <windows.h>
@@ -10,10 +10,10 @@
 
 namespace pixelforge::test {
 
-/// Objects alive in this DLL, class factories included: what a test watches for leaks.
+/// Live objects of this DLL, including class factories; tests check it for leaks.
 inline std::atomic<long> liveObjects{0};
 
-/// An object with the given interfaces, the first of which is its identity. It is born with one reference.
+/// An object with the given interfaces; the first is its identity. Starts with one reference.
 template <class First, class... Others>
 class ComObject : public First, public Others... {
 public:
@@ -48,7 +48,7 @@ public:
 protected:
     virtual ~ComObject() { --liveObjects; }
 
-    /// For interfaces that `First` extends.
+    /// Override for the interfaces that `First` derives from.
     virtual void OfferBase(REFIID, void**) {}
 
 private:
@@ -62,8 +62,8 @@ private:
     std::atomic<ULONG> references_{1};
 };
 
-/// Hands an object's one reference over as the interface `id`; no object is a failure.
-inline HRESULT Give(IUnknown* made, REFIID id, void** object) {
+/// Transfers the object's only reference to the caller as interface `id`. Fails if `made` is null.
+inline HRESULT TransferReference(IUnknown* made, REFIID id, void** object) {
     *object = nullptr;
     if (!made) {
         return E_FAIL;
@@ -73,12 +73,12 @@ inline HRESULT Give(IUnknown* made, REFIID id, void** object) {
     return result;
 }
 
-/// Makes objects by calling `Make`, which answers an object with one reference or null for a failure.
+/// Creates objects by calling `Make`, which returns an object with one reference, or null on failure.
 template <IUnknown* (*Make)()>
 class Factory final : public ComObject<IClassFactory> {
 public:
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID id, void** object) override {
-        return outer ? CLASS_E_NOAGGREGATION : Give(Make(), id, object);
+        return outer ? CLASS_E_NOAGGREGATION : TransferReference(Make(), id, object);
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
 };

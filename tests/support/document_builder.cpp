@@ -1,4 +1,4 @@
-// Writing of test documents.
+// JSON output of test documents.
 #include "tests/support/document_builder.h"
 
 #include <cstdio>

@@ -1,4 +1,4 @@
-// Counting by the system's own lists: the usual calls answer 0 under Wine.
+// Counts from system-wide lists: the per-process calls return 0 under Wine.
 #include "tests/support/process_census.h"
 
 #include <windows.h>

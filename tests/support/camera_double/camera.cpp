@@ -1,4 +1,4 @@
-// The stand-in for a capture device: a source filter that has a picture at any time while it runs.
+// The double of a capture device: a source filter that always has a picture while it runs.
 #include <sstream>
 
 #include "tests/support/camera_double/filter.h"
@@ -11,7 +11,7 @@ struct Size {
     LONG height;
 };
 
-/// The setting "formats", for example "640x480,320x240".
+/// From the setting "formats", for example "640x480,320x240".
 std::vector<Size> OfferedSizes() {
     std::vector<Size> sizes;
     std::istringstream text(CameraSettings().Text("formats", "320x240,640x480"));
@@ -45,7 +45,7 @@ void FreeFormat(AM_MEDIA_TYPE& type) {
     type.cbFormat = 0;
 }
 
-class TypeList final : public ListOf<IEnumMediaTypes, AM_MEDIA_TYPE*> {
+class TypeEnumerator final : public Enumerator<IEnumMediaTypes, AM_MEDIA_TYPE*> {
     bool At(ULONG index, AM_MEDIA_TYPE** type) override {
         *type = index < sizes_.size() ? MakeType(sizes_[index]) : nullptr;
         return *type != nullptr;
@@ -57,7 +57,7 @@ class CameraPin final : public Pin<IAMStreamConfig, IPictureSource> {
 public:
     explicit CameraPin(IBaseFilter* filter) : Pin(PINDIR_OUTPUT, filter) {}
 
-    void Film(bool running) { startTick_ = running ? GetTickCount64() : 0; }
+    void SetRunning(bool running) { startTick_ = running ? GetTickCount64() : 0; }
 
     bool Newest(CameraShot& shot) override {
         shot = {size_.width, size_.height, static_cast<double>(GetTickCount64() - startTick_) / 1000};
@@ -86,7 +86,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
     HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** types) override {
-        *types = CameraFails("enumtypes") ? nullptr : new TypeList;
+        *types = CameraFails("enumtypes") ? nullptr : new TypeEnumerator;
         return *types ? S_OK : E_FAIL;
     }
 
@@ -118,7 +118,7 @@ class Camera final : public Filter<CameraPin> {
         if (state == State_Running && CameraFails("run")) {
             return E_FAIL;
         }
-        pin_->Film(state == State_Running);
+        pin_->SetRunning(state == State_Running);
         return Filter::Enter(state);
     }
 };

@@ -1,4 +1,4 @@
-// What both filters of the stand-in camera have in common: a filter with one pin.
+// What the camera double's filters share: a filter with one pin.
 #pragma once
 
 #include <windows.h>
@@ -11,10 +11,10 @@
 #include "tests/support/com_object.h"
 #include "tests/support/double_settings.h"
 
-/// How the renderer sees what the camera sees: both are ours, so no frames need to flow between them.
+/// How the renderer gets the camera's picture: no frames flow between the two doubles.
 MIDL_INTERFACE("C3B1A6D4-7A4E-4F7B-9C58-2E6D0B9F1A37")
 IPictureSource : public IUnknown {
-    /// False while there is no frame.
+    /// False if there is no frame yet.
     virtual bool Newest(pixelforge::test::CameraShot & shot) = 0;
 };
 __CRT_UUID_DECL(IPictureSource, 0xC3B1A6D4, 0x7A4E, 0x4F7B, 0x9C, 0x58, 0x2E, 0x6D, 0x0B, 0x9F, 0x1A, 0x37)
@@ -28,14 +28,14 @@ inline DoubleSettings CameraSettings() {
     return DoubleSettings("PIXELFORGE_CAMERA");
 }
 
-/// True where the setting "fail" names the call.
+/// True if the setting "fail" names this call.
 inline bool CameraFails(const char* call) {
     return CameraSettings().Is("fail", call);
 }
 
-/// A list of COM objects or of media types.
-template <class List, class Item>
-class ListOf : public ComObject<List> {
+/// An enumerator of COM objects or media types.
+template <class Interface, class Item>
+class Enumerator : public ComObject<Interface> {
 public:
     HRESULT STDMETHODCALLTYPE Next(ULONG wanted, Item* items, ULONG* fetched) override {
         ULONG count = 0;
@@ -52,19 +52,19 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(List**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(Interface**) override { return E_NOTIMPL; }
 
 protected:
-    /// False behind the end.
+    /// False past the end.
     virtual bool At(ULONG index, Item* item) = 0;
 
 private:
     ULONG position_ = 0;
 };
 
-class PinList final : public ListOf<IEnumPins, IPin*> {
+class PinEnumerator final : public Enumerator<IEnumPins, IPin*> {
 public:
-    explicit PinList(IPin* pin) : pin_(pin) {}
+    explicit PinEnumerator(IPin* pin) : pin_(pin) {}
 
 private:
     bool At(ULONG index, IPin** pin) override {
@@ -79,7 +79,7 @@ class Pin : public ComObject<IPin, Others...> {
 public:
     Pin(PIN_DIRECTION direction, IBaseFilter* filter) : direction_(direction), filter_(filter) {}
 
-    void LoseFilter() { filter_ = nullptr; }
+    void DetachFilter() { filter_ = nullptr; }
 
     HRESULT STDMETHODCALLTYPE Disconnect() override {
         const bool connected = peer_ != nullptr;
@@ -120,12 +120,12 @@ private:
     IBaseFilter* filter_;
 };
 
-/// A filter with one pin, which it makes at its birth.
+/// A filter that creates and owns its only pin.
 template <class OnlyPin, class... Others>
 class Filter : public ComObject<IBaseFilter, Others...> {
 public:
-    Filter() { *pin_.GetAddressOf() = new OnlyPin(this); }  // `Attach` of this header adds a reference
-    ~Filter() override { pin_->LoseFilter(); }
+    Filter() { *pin_.GetAddressOf() = new OnlyPin(this); }  // this header's `Attach` adds a reference
+    ~Filter() override { pin_->DetachFilter(); }
 
     HRESULT STDMETHODCALLTYPE Stop() override { return Enter(State_Stopped); }
     HRESULT STDMETHODCALLTYPE Pause() override { return Enter(State_Paused); }
@@ -140,7 +140,7 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** pins) override {
-        *pins = CameraFails("enumpins") ? nullptr : new PinList(pin_.Get());
+        *pins = CameraFails("enumpins") ? nullptr : new PinEnumerator(pin_.Get());
         return *pins ? S_OK : E_FAIL;
     }
     HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* info) override {
@@ -174,7 +174,7 @@ protected:
 
 private:
     FILTER_STATE state_ = State_Stopped;
-    IFilterGraph* graph_ = nullptr;  ///< the graph holds the filter, not the other way round
+    IFilterGraph* graph_ = nullptr;  ///< not owned: the graph owns the filter
 };
 
 IUnknown* MakeCamera();

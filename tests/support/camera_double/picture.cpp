@@ -1,4 +1,4 @@
-// Test pictures in their packed form.
+// Test pictures as packed DIBs.
 #include "tests/support/camera_double/picture.h"
 
 #include <windows.h>
@@ -24,7 +24,7 @@ std::uint32_t Quadrant(double x, double y) {
     return x < 0.5 ? 0xFF0000 : 0x00FF00;
 }
 
-/// Hills under an evening sky, and a sun that goes from left to right.
+/// Hills under an evening sky, with a sun moving from left to right.
 std::uint32_t Scene(double x, double y, double seconds) {
     const double hill = 0.3 + 0.1 * std::sin(x * 7) + 0.04 * std::sin(x * 17 + 1);
     if (y < hill) {

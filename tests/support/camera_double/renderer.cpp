@@ -1,4 +1,4 @@
-// The stand-in for the windowless video renderer: it gives the camera's picture as a packed bitmap.
+// The double of the windowless video renderer; its snapshots are the camera double's pictures.
 #include <algorithm>
 #include <cstring>
 
@@ -47,7 +47,7 @@ public:
     }
     HRESULT STDMETHODCALLTYPE SetVideoClippingWindow(HWND window) override { return window ? S_OK : E_FAIL; }
 
-    /// "block" of the settings cuts the picture's block short of what its header claims.
+    /// The setting "block" makes the block smaller than its header claims.
     HRESULT STDMETHODCALLTYPE GetCurrentImage(BYTE** image) override {
         *image = nullptr;
         const DoubleSettings settings = CameraSettings();

@@ -1,4 +1,4 @@
-// A tone and a little tune.
+// A sine wave and a short tune.
 #include "tests/support/sound_double/signal.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ double Sine(double hertz, double seconds) {
     return std::sin(kTwoPi * std::fmod(hertz * seconds, 1.0));
 }
 
-/// The same for each frame however often it is asked for.
+/// White noise as a pure function of the frame number.
 double Noise(std::uint64_t frame) {
     std::uint64_t mixed = (frame + 1) * 0x9E3779B97F4A7C15U;
     mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9U;
@@ -23,7 +23,7 @@ double Noise(std::uint64_t frame) {
     return static_cast<double>(mixed >> 11) / 4503599627370496.0 - 1;
 }
 
-/// Four notes a second over a bass, a drum at every half second.
+/// Four notes per second over a bass, with a drum every half second.
 double Music(double seconds, std::uint64_t frame) {
     constexpr int kSteps[] = {0, 7, 12, 3, 15, 10, 19, 7};
     const double beat = std::fmod(seconds, 0.5);
