@@ -1,4 +1,4 @@
-// The bare loop's GL calls.
+// The GL calls of the bare loop.
 #include "bench/bare_loop.h"
 
 #include <GL/glew.h>
@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "base/bitmap.h"
 #include "document/document_reader.h"
 #include "document/usable_json.h"
 #include "glsl/include_preprocessor.h"
@@ -26,6 +27,7 @@ void Require(bool done, const char* what) {
 
 class Stopwatch {
 public:
+    /// Milliseconds since construction or the last call.
     double Lap() {
         const auto now = std::chrono::steady_clock::now();
         return std::chrono::duration<double, std::milli>(now - std::exchange(begin_, now)).count();
@@ -63,7 +65,7 @@ GLuint Link(GLuint vertexShader, GLuint fragmentShader) {
 BareLoop::BareLoop(std::int32_t width, std::int32_t height)
     : width_(width), height_(height), window_(width, height), surface_(width, height) {
     dc_ = GetDC(window_.Handle());
-    PIXELFORMATDESCRIPTOR format{};
+    PIXELFORMATDESCRIPTOR format = {};
     format.nSize = sizeof(format);
     format.nVersion = 1;
     format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
@@ -73,7 +75,7 @@ BareLoop::BareLoop(std::int32_t width, std::int32_t height)
     context_ = wglCreateContext(dc_);
     MakeCurrent();
     glewExperimental = GL_TRUE;
-    Require(glewInit() == GLEW_OK, "load the entry points");
+    Require(glewInit() == GLEW_OK, "load the GL entry points");
     GLint major = 0;
     GLint minor = 0;
     glGetIntegerv(GL_MAJOR_VERSION, &major);
@@ -88,7 +90,7 @@ BareLoop::~BareLoop() {
     ReleaseDC(window_.Handle(), dc_);
 }
 
-/// Stays bound: nothing else is drawn in this context.
+/// Stays bound: this context draws nothing else.
 void BareLoop::CreateQuad() {
     static constexpr float kCorners[6][2] = {{-1, -1}, {-1, 1}, {1, -1}, {1, -1}, {-1, 1}, {1, 1}};
     GLuint vertexArray = 0;
@@ -116,33 +118,33 @@ void BareLoop::Release() {
     frame_ = 0;
 }
 
-std::vector<std::string> BareLoop::AssembleTexts(const std::string& json) {
+std::vector<std::string> BareLoop::AssembleSources(const std::string& json) {
     std::string text = json;
     document_ = std::make_unique<ShaderDocument>();
     Require(IsUsableJsonText(text.data()), "read the document");
     ReadShaderDocument(text.c_str(), *document_);
     const HeapRecord<IncludeContext> includes = NewHeapRecord<IncludeContext>();
-    std::vector<std::string> texts;
+    std::vector<std::string> sources;
     for (std::uint32_t number = 0; number < kPassSlots; ++number) {
         const RenderPass& pass = document_->passes[number];
         if (IsDrawableSlot(number) && pass.kind != PassKind::Other) {
             passes_.push_back({.number = number});
-            texts.emplace_back(AssemblePassSource(document_.get(), includes.get(), &pass).get());
+            sources.emplace_back(AssemblePassSource(document_.get(), includes.get(), &pass).get());
         }
     }
-    return texts;
+    return sources;
 }
 
 LoadTimes BareLoop::Load(const std::string& json) {
     Release();
     LoadTimes times;
     Stopwatch watch;
-    const std::vector<std::string> texts = AssembleTexts(json);
-    times.text = watch.Lap();
+    const std::vector<std::string> sources = AssembleSources(json);
+    times.source = watch.Lap();
     const GLuint vertexShader = Compile(GL_VERTEX_SHADER, kVertexShaderSource);
     times.compile = watch.Lap();
     for (std::size_t i = 0; i < passes_.size(); ++i) {
-        const GLuint fragmentShader = Compile(GL_FRAGMENT_SHADER, texts[i].c_str());
+        const GLuint fragmentShader = Compile(GL_FRAGMENT_SHADER, sources[i].c_str());
         times.compile += watch.Lap();
         passes_[i].program = Link(vertexShader, fragmentShader);
         glDeleteShader(fragmentShader);
@@ -207,7 +209,7 @@ void BareLoop::BindSources(const Pass& pass) {
 
 void BareLoop::DrawPass(Pass& pass) {
     glUseProgram(pass.program);
-    // The module counts from 0 and repeats that in its second frame.
+    // Like the module, which passes 0 in its first two frames.
     glUniform1i(pass.frame, std::max(frame_ - 1, 0));
     BindSources(pass);
     glBindFramebuffer(GL_FRAMEBUFFER, pass.framebuffers[pass.current]);
@@ -224,9 +226,7 @@ void BareLoop::DrawFrame() {
     Pass& image = passes_.back();
     glActiveTexture(GL_TEXTURE0);
     glBindTexture(GL_TEXTURE_2D, image.textures[(image.current + 1) % 2]);
-    DIBSECTION section{};
-    GetObjectW(surface_.Bitmap(), sizeof(section), &section);
-    glGetTexImage(GL_TEXTURE_2D, 0, GL_BGRA, GL_UNSIGNED_BYTE, section.dsBm.bmBits);
+    glGetTexImage(GL_TEXTURE_2D, 0, GL_BGRA, GL_UNSIGNED_BYTE, PixelsOf(surface_.Bitmap()).bytes.data());
     ++frame_;
 }
 

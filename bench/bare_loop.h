@@ -1,5 +1,5 @@
-// The least that drawing a shader takes: the module's texts, its draws, its waits and its read-back, and
-// nothing else. What the module does beyond that shows as the difference.
+// The minimum needed to draw a shader: the module's sources, draws, waits and readback, and nothing else. The
+// difference is the module's overhead.
 #pragma once
 
 #include <windows.h>
@@ -14,25 +14,24 @@
 
 namespace pixelforge::bench {
 
-/// Milliseconds.
+/// In milliseconds.
 struct LoadTimes {
-    double text = 0;  ///< reading the document and assembling its passes
+    double source = 0;  ///< reading the document and assembling its passes
     double compile = 0;
     double link = 0;
     double targets = 0;
 };
 
-/// Draws Image and flat buffers whose channels read buffers; nothing else that a document can hold. Ends the
-/// program when the driver refuses something.
+/// Supports only Image and Buffer passes whose channels read buffers. Exits the program if a GL call fails.
 class BareLoop {
 public:
-    /// Makes window, bitmap and context; the context is current behind it.
+    /// Creates window, bitmap and context, and makes the context current.
     BareLoop(std::int32_t width, std::int32_t height);
     ~BareLoop();
     BareLoop(const BareLoop&) = delete;
     BareLoop& operator=(const BareLoop&) = delete;
 
-    /// Replaces what was loaded before. Time stands still: only iResolution and iFrame are set.
+    /// Replaces the loaded shader. Only iResolution and iFrame are set, not iTime.
     LoadTimes Load(const std::string& json);
 
     void MakeCurrent();
@@ -52,7 +51,7 @@ private:
 
     void CreateQuad();
     void Release();
-    std::vector<std::string> AssembleTexts(const std::string& json);
+    std::vector<std::string> AssembleSources(const std::string& json);
     void CreateTargets();
     void SetConstants(Pass& pass);
     void BindSources(const Pass& pass);

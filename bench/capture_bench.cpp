@@ -1,6 +1,5 @@
-// What listening costs all day long: the capture thread's processor time, both sides of its lock, and the
-// module's coming and going with it.
-// The sound comes from the tests' stand-in for a device, whose own work on the thread is counted too.
+// The constant cost of audio capture: the thread's processor time, both sides of its lock, and loading and
+// unloading the module. The device is the tests' double, whose own work on the thread counts as well.
 #include <windows.h>
 
 #include <tlhelp32.h>
@@ -24,11 +23,11 @@
 namespace pixelforge::bench {
 namespace {
 
-/// The thread's time over the time that passes: half a percent of a core.
+/// Thread time / elapsed time: half a percent of a core.
 constexpr double kShareLimit = 0.005;
 constexpr DWORD kSettlingMilliseconds = 2000;
-/// A single turn is too short for the clock.
-constexpr int kTurnsPerRound = 20000;
+/// A single call is too short for the clock.
+constexpr int kCallsPerRound = 20000;
 
 std::set<DWORD> ThreadIds() {
     const UniqueKernelHandle snapshot = AdoptFileHandle(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
@@ -37,29 +36,31 @@ std::set<DWORD> ThreadIds() {
     std::set<DWORD> ids;
     for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
          more = Thread32Next(snapshot.Get(), &entry)) {
-        if (entry.th32OwnerProcessID == GetCurrentProcessId())
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) {
             ids.insert(entry.th32ThreadID);
+        }
     }
     return ids;
 }
 
-/// In user and system mode together.
+/// User and kernel time.
 double ProcessorMilliseconds(const std::set<DWORD>& threadIds) {
     double sum = 0;
     for (const DWORD id : threadIds) {
         const UniqueKernelHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, id));
         FILETIME times[4] = {};
         if (!GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3])) {
-            std::fprintf(stderr, "a thread has no times\n");
+            std::fprintf(stderr, "GetThreadTimes failed\n");
             std::exit(2);
         }
-        for (const FILETIME& time : {times[2], times[3]})
+        for (const FILETIME& time : {times[2], times[3]}) {
             sum += static_cast<double>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime) / 1e4;
+        }
     }
     return sum;
 }
 
-/// The threads that the start of the capture adds.
+/// The threads that did not exist before the capture started.
 std::set<DWORD> NewThreads(const std::set<DWORD>& before) {
     const std::set<DWORD> now = ThreadIds();
     std::set<DWORD> added;
@@ -70,7 +71,7 @@ std::set<DWORD> NewThreads(const std::set<DWORD>& before) {
 
 void Start() {
     if (StartAudioCapture() != 1) {
-        std::fprintf(stderr, "the capture does not start\n");
+        std::fprintf(stderr, "StartAudioCapture failed\n");
         std::exit(2);
     }
 }
@@ -82,39 +83,40 @@ void MeasureThread(const char* name, const char* sound, int seconds, Report& rep
     Sleep(kSettlingMilliseconds);
     const std::set<DWORD> threads = NewThreads(before);
     if (threads.empty()) {
-        std::fprintf(stderr, "the capture's thread is not to be found\n");
+        std::fprintf(stderr, "capture thread not found\n");
         std::exit(2);
     }
     const double start = ProcessorMilliseconds(threads);
     Sleep(static_cast<DWORD>(seconds) * 1000);
     const double used = ProcessorMilliseconds(threads) - start;
     StopAudioCapture();
-    const double passed = seconds * 1000.0;
-    const double share = used / passed;
-    report.Add({name, "time that passed", used, passed, share, share, share, kShareLimit});
+    const double elapsed = seconds * 1000.0;
+    const double share = used / elapsed;
+    report.Add({name, "elapsed time", used, elapsed, share, share, share, kShareLimit});
 }
 
-/// The median of some rounds of 20,000 turns.
-void TimeTurns(const char* name, const std::function<void()>& turn, Report& report) {
+/// Reports the median time of 20,000 calls.
+void TimeCalls(const char* name, const std::function<void()>& call, Report& report) {
     std::vector<double> rounds(31);
     for (double& round : rounds) {
         const auto start = std::chrono::steady_clock::now();
-        for (int i = 0; i < kTurnsPerRound; ++i)
-            turn();
+        for (int i = 0; i < kCallsPerRound; ++i) {
+            call();
+        }
         round = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
     }
     report.Add(Timing{name, Quantile(std::move(rounds), 0.5)});
 }
 
-/// Beside a running capture.
+/// While the capture thread runs.
 void TimeBothSidesOfTheLock(Report& report) {
     SetEnvironmentVariableA("PIXELFORGE_SOUND", "signal=sine;hertz=440");
     Start();
     SpectrumBytes bytes = {};
-    TimeTurns(
-        "20,000 readings of the spectrum", [&] { bytes = CopyAudioSpectrum(); }, report);
-    TimeTurns(
-        "20,000 replacements of it", [&] { PublishSpectrum(bytes); }, report);
+    TimeCalls(
+        "20,000 x CopyAudioSpectrum", [&] { bytes = CopyAudioSpectrum(); }, report);
+    TimeCalls(
+        "20,000 x PublishSpectrum", [&] { PublishSpectrum(bytes); }, report);
     StopAudioCapture();
 }
 
@@ -126,30 +128,31 @@ double LoadRoundMilliseconds(DWORD stay) {
     Sleep(stay);
     const Clock::time_point unloading = Clock::now();
     if (!module || !FreeLibrary(module)) {
-        std::fprintf(stderr, "the module does not load\n");
+        std::fprintf(stderr, "cannot load and unload the module\n");
         std::exit(2);
     }
     return std::chrono::duration<double, std::milli>(load + (Clock::now() - unloading)).count();
 }
 
-/// The whole module comes and goes, with the time in between not counted: unloading waits for the thread.
+/// Loads and unloads the module, which waits for the thread; the time in between is not counted.
 void MeasureLoads(Report& report) {
-    // Milliseconds: before, during and after the thread's start.
+    // Milliseconds: before, during and after the thread's start-up.
     constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
     constexpr std::size_t kRounds = 200;
-    constexpr double kMostMilliseconds = 100;
+    constexpr double kLimitMilliseconds = 100;
     std::vector<double> rounds(kRounds);
-    for (std::size_t i = 0; i < kRounds; ++i)
+    for (std::size_t i = 0; i < kRounds; ++i) {
         rounds[i] = LoadRoundMilliseconds(kStays[i % std::size(kStays)]);
-    const auto share = [&](double quantile) { return Quantile(rounds, quantile) / kMostMilliseconds; };
-    report.Add({"loading and unloading the module", "100 ms", Quantile(rounds, 0.5), kMostMilliseconds,
+    }
+    const auto share = [&](double quantile) { return Quantile(rounds, quantile) / kLimitMilliseconds; };
+    report.Add({"loading and unloading the module", "100 ms", Quantile(rounds, 0.5), kLimitMilliseconds,
                 share(0.5), share(0.25), share(0.75), 1.0});
 }
 
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: capture_bench [JSON file [seconds]]. Ends with 1 when a limit is missed.
+/// Usage: capture_bench [JSON file [seconds]]. Exits with 1 if a limit is exceeded.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
     const int seconds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 60;

@@ -1,4 +1,4 @@
-// Frames and loads of the module, as the host gets them, against a bare loop in the same process.
+// Frames and loads of the module, as the host sees them, against a bare loop in the same process.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -15,7 +15,7 @@ namespace {
 constexpr std::int32_t kWidth = 1280;
 constexpr std::int32_t kHeight = 720;
 constexpr double kFrameLimit = 1.05;
-constexpr int kFramesPerLoad = 30;  ///< a load takes as long as so many frames, and more
+constexpr int kFramesPerLoad = 30;  ///< a load takes longer than this many frames
 
 struct Shader {
     std::string name;
@@ -29,19 +29,19 @@ Shader OnePass() {
                 .Json()};
 }
 
-/// Every buffer reads itself and the one before, the image reads all of them.
+/// Every buffer reads itself and the previous one; the image reads all of them.
 Shader FourBuffers() {
     constexpr int kFirstId = 257;
     test::DocumentBuilder document;
     std::vector<test::Input> all;
     for (int i = 0; i < 4; ++i) {
         const test::Input self = {.channel = 0, .id = kFirstId + i};
-        const test::Input former = {.channel = 1, .id = kFirstId + (i + 3) % 4};
+        const test::Input previous = {.channel = 1, .id = kFirstId + (i + 3) % 4};
         const std::string body =
             "ivec2 q = ivec2(p); c = 0.75 * texelFetch(iChannel0, q, 0) + 0.25 *"
             " texelFetch(iChannel1, q, 0) + vec4(p / iResolution.xy, 0.5, 1) * " +
             std::to_string(i + 1) + ".0 / 64.0; c = fract(c);";
-        document.Buffer(static_cast<char>('A' + i), test::MainImage(body), {self, former});
+        document.Buffer(static_cast<char>('A' + i), test::MainImage(body), {self, previous});
         all.push_back({.channel = i, .id = kFirstId + i});
     }
     document.Image(test::MainImage("ivec2 q = ivec2(p); c = 0.25 * (texelFetch(iChannel0, q, 0) +"
@@ -53,18 +53,18 @@ Shader FourBuffers() {
 
 void RequireDrawn(FrameResult result) {
     if (result != FrameResult::Drawn) {
-        throw std::runtime_error("the module does not draw");
+        throw std::runtime_error("the module failed to draw");
     }
 }
 
-/// Both have drawn as often by now, so their pictures must be the same.
+/// Both have drawn the same number of frames.
 void RequireSamePicture(const preview::FramePixels& ours, const preview::FramePixels& bare) {
     if (!std::equal(ours.bytes.begin(), ours.bytes.end(), bare.bytes.begin(), bare.bytes.end())) {
-        throw std::runtime_error("the module and the bare loop draw different pictures");
+        throw std::runtime_error("module and bare loop drew different pictures");
     }
 }
 
-/// The host has no context current when it calls, so neither has the measured call.
+/// The host calls the module with no context current.
 void ReleaseCurrent() {
     wglMakeCurrent(nullptr, nullptr);
 }
@@ -103,9 +103,9 @@ void CompareLoads(const Shader& shader, test::ModuleRun& run, BareLoop& bare, in
         for (const LoadTimes& load : loads) {
             times.push_back(load.*time);
         }
-        report.Add(Timing{"  of the bare load: " + std::string(part), Quantile(times, 0.5)});
+        report.Add(Timing{"  bare load: " + std::string(part), Quantile(times, 0.5)});
     };
-    add("text", &LoadTimes::text);
+    add("source", &LoadTimes::source);
     add("compile", &LoadTimes::compile);
     add("link", &LoadTimes::link);
     add("targets", &LoadTimes::targets);
@@ -127,14 +127,14 @@ void CompareAll(int rounds, Report& report) {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: frame_bench [JSON file [rounds]]. Ends with 1 when a limit is missed.
+/// Usage: frame_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded, 2 if measuring fails.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
     Report report;
     try {
         CompareAll(argc > 2 ? std::max(1, std::atoi(argv[2])) : 300, report);
-    } catch (const std::exception& fault) {
-        std::fprintf(stderr, "%s\n", fault.what());
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
         return 2;
     }
     return report.Finish(argc > 1 ? argv[1] : nullptr);

@@ -1,5 +1,5 @@
-// `HttpGet` of a 10 MB body against a bare WinINet loop that reads into one block of the right size. Runs
-// where the tests' service answers: see README.md here.
+// `HttpGet` of a 10 MB body against a bare WinINet loop that reads into one block of the right size. Needs
+// the tests' HTTPS service: see README.md here.
 #include <windows.h>
 
 #include <wininet.h>
@@ -22,7 +22,7 @@ constexpr double kLimit = 1.1;
 constexpr int kRounds = 25;
 
 [[noreturn]] void Fail(const char* side) {
-    std::printf("%s does not get the body\n", side);
+    std::printf("%s failed to download the body\n", side);
     std::exit(1);
 }
 
@@ -32,13 +32,13 @@ void ReadBare(HINTERNET internet, const std::wstring& url) {
                          INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_SECURE, 0));
     std::vector<std::uint8_t> body(kBodyBytes + 1);
     std::size_t count = 0;
-    DWORD got = 1;
-    while (got != 0) {
+    DWORD bytesRead = 1;
+    while (bytesRead != 0) {
         if (!InternetReadFile(request.Get(), body.data() + count, static_cast<DWORD>(body.size() - count),
-                              &got)) {
+                              &bytesRead)) {
             Fail("the bare loop");
         }
-        count += got;
+        count += bytesRead;
     }
     if (count != kBodyBytes) {
         Fail("the bare loop");
@@ -66,7 +66,7 @@ Report Run() {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: http_bench [JSON file]. Ends with 1 when a limit is missed.
+/// Usage: http_bench [JSON file]. Exits with 1 if a limit is exceeded or a download fails.
 int main(int argc, char** argv) {
     return pixelforge::bench::Run().Finish(argc > 1 ? argv[1] : nullptr);
 }

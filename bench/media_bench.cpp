@@ -1,4 +1,4 @@
-// From picture files to textures: the media step and its uploads against bare decoding and one upload each.
+// From picture files to textures: the media step and its uploads against plain decoding and one upload each.
 #include <windows.h>
 
 #include <GL/glew.h>
@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "base/win_handles.h"
 #include "bench/paired_runner.h"
 #include "media/document_media.h"
 #include "render/channel_textures.h"
@@ -46,11 +47,11 @@ void Check(HRESULT result, const char* step) {
 ComPtr<IWICImagingFactory> NewFactory() {
     ComPtr<IWICImagingFactory> factory;
     Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
-          "the imaging factory");
+          "creating the imaging factory");
     return factory;
 }
 
-/// Soft shapes with a little grain, so that compression has something to do.
+/// Gradients with some noise, so that the pictures do not compress too well.
 std::vector<std::uint8_t> DrawPixels(UINT bytesPerPixel) {
     std::vector<std::uint8_t> pixels(std::size_t{kSide} * kSide * bytesPerPixel);
     std::uint32_t state = 1;
@@ -65,29 +66,29 @@ std::vector<std::uint8_t> DrawPixels(UINT bytesPerPixel) {
 void WritePicture(const std::wstring& path, const Kind& kind) {
     const auto factory = NewFactory();
     ComPtr<IWICStream> stream;
-    Check(factory->CreateStream(&stream), "a stream");
-    Check(stream->InitializeFromFilename(path.c_str(), GENERIC_WRITE), "writing a picture");
+    Check(factory->CreateStream(&stream), "creating a stream");
+    Check(stream->InitializeFromFilename(path.c_str(), GENERIC_WRITE), "creating a picture file");
     ComPtr<IWICBitmapEncoder> encoder;
-    Check(factory->CreateEncoder(*kind.container, nullptr, &encoder), "an encoder");
-    Check(encoder->Initialize(stream.Get(), WICBitmapEncoderNoCache), "the encoder");
+    Check(factory->CreateEncoder(*kind.container, nullptr, &encoder), "creating an encoder");
+    Check(encoder->Initialize(stream.Get(), WICBitmapEncoderNoCache), "initializing the encoder");
     ComPtr<IWICBitmapFrameEncode> frame;
-    Check(encoder->CreateNewFrame(&frame, nullptr), "a frame");
-    Check(frame->Initialize(nullptr), "the frame");
-    Check(frame->SetSize(kSide, kSide), "the frame's size");
+    Check(encoder->CreateNewFrame(&frame, nullptr), "creating a frame");
+    Check(frame->Initialize(nullptr), "initializing the frame");
+    Check(frame->SetSize(kSide, kSide), "setting the frame size");
     WICPixelFormatGUID format = *kind.pixelFormat;
-    Check(frame->SetPixelFormat(&format), "the frame's format");
+    Check(frame->SetPixelFormat(&format), "setting the pixel format");
     if (format != *kind.pixelFormat) {
-        throw std::runtime_error("the encoder takes another format");
+        throw std::runtime_error("the encoder does not support the pixel format");
     }
     std::vector<std::uint8_t> pixels = DrawPixels(kind.bytesPerPixel);
     Check(frame->WritePixels(kSide, kSide * kind.bytesPerPixel, static_cast<UINT>(pixels.size()),
                              pixels.data()),
-          "the pixels");
-    Check(frame->Commit(), "the frame's end");
-    Check(encoder->Commit(), "the picture's end");
+          "writing the pixels");
+    Check(frame->Commit(), "committing the frame");
+    Check(encoder->Commit(), "committing the picture");
 }
 
-/// Four files for as long as the object lives.
+/// Four picture files, deleted on destruction.
 class PictureFiles {
 public:
     explicit PictureFiles(const Kind& kind) {
@@ -112,7 +113,7 @@ private:
     std::vector<std::wstring> paths_;
 };
 
-/// What a load does between reading the document and building its programs.
+/// What a load does between reading the document and compiling its programs.
 void RunMediaStep(GlRenderer& renderer, const PictureFiles& files) {
     renderer.document.origin = DocumentOrigin::LocalFile;
     RenderPass& pass = renderer.document.passes[static_cast<std::size_t>(PassKind::Image)];
@@ -126,7 +127,7 @@ void RunMediaStep(GlRenderer& renderer, const PictureFiles& files) {
     LoadDocumentMedia(&offline, renderer.document);
     for (std::uint32_t i = 0; i < kPictures; ++i) {
         if (!CreateChannelTexture(renderer, static_cast<std::uint32_t>(PassKind::Image), i)) {
-            throw std::runtime_error("a channel stays empty");
+            throw std::runtime_error("a channel has no texture");
         }
     }
     glFinish();
@@ -137,12 +138,12 @@ void DecodeAndUpload(const std::wstring& path, const Kind& kind, GLuint texture)
     ComPtr<IWICBitmapDecoder> decoder;
     Check(factory->CreateDecoderFromFilename(path.c_str(), nullptr, GENERIC_READ,
                                              WICDecodeMetadataCacheOnLoad, &decoder),
-          "reading a picture");
+          "opening a picture");
     ComPtr<IWICBitmapFrameDecode> frame;
-    Check(decoder->GetFrame(0, &frame), "the frame");
+    Check(decoder->GetFrame(0, &frame), "reading the frame");
     const UINT stride = kSide * kind.bytesPerPixel;
     const auto pixels = std::make_unique_for_overwrite<std::uint8_t[]>(std::size_t{stride} * kSide);
-    Check(frame->CopyPixels(nullptr, stride, stride * kSide, pixels.get()), "the pixels");
+    Check(frame->CopyPixels(nullptr, stride, stride * kSide, pixels.get()), "decoding the pixels");
     const bool alpha = kind.bytesPerPixel == 4;
     glBindTexture(GL_TEXTURE_2D, texture);
     glTexImage2D(GL_TEXTURE_2D, 0, alpha ? GL_RGBA8 : GL_RGB8, kSide, kSide, 0, alpha ? GL_BGRA : GL_BGR,
@@ -183,17 +184,17 @@ bool CompareAll(Report& report, int rounds) {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: media_bench [JSON file [rounds]]. Ends with 1 when a limit is missed, with 2 when it cannot
-/// measure.
+/// Usage: media_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded, 2 if measuring fails.
 int main(int argc, char** argv) try {
     using namespace pixelforge::bench;
     const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 15;
-    Check(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), "the apartment");
+    const pixelforge::ComApartment apartment;
     Report report;
-    if (!CompareAll(report, rounds) || (argc > 1 && !report.WriteJson(argv[1]))) {
+    if (!CompareAll(report, rounds)) {
+        std::fprintf(stderr, "no GL context\n");
         return 2;
     }
-    return report.AllWithinLimits() ? 0 : 1;
+    return report.Finish(argc > 1 ? argv[1] : nullptr);
 } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     return 2;

@@ -1,4 +1,4 @@
-// Paired timing and its table and JSON forms.
+// Paired timing, with table and JSON output.
 #include "bench/paired_runner.h"
 
 #include <algorithm>
@@ -64,14 +64,14 @@ Comparison Compare(const Side& subject, const Side& peer, int rounds, std::optio
 
 void Report::Add(Comparison comparison) {
     if (comparisons_.empty()) {
-        std::printf("%-44s %-22s %10s %10s %8s %17s %8s\n", "subject", "peer", "subject ms", "peer ms",
+        std::printf("%-44s %-28s %10s %10s %8s %17s %8s\n", "subject", "peer", "subject ms", "peer ms",
                     "ratio", "quartiles", "limit");
     }
     const Comparison& c = comparisons_.emplace_back(std::move(comparison));
-    std::printf("%-44s %-22s %10.3f %10.3f %8.3f %8.3f %8.3f", c.subject.c_str(), c.peer.c_str(),
+    std::printf("%-44s %-28s %10.3f %10.3f %8.3f %8.3f %8.3f", c.subject.c_str(), c.peer.c_str(),
                 c.subjectTime, c.peerTime, c.ratio, c.lowerQuartile, c.upperQuartile);
     if (c.limit) {
-        std::printf(" %8.3f %s", *c.limit, c.IsWithinLimit() ? "ok" : "MISSED");
+        std::printf(" %8.3f %s", *c.limit, c.IsWithinLimit() ? "ok" : "EXCEEDED");
     }
     std::printf("\n");
     std::fflush(stdout);
@@ -79,7 +79,7 @@ void Report::Add(Comparison comparison) {
 
 void Report::Add(Timing timing) {
     const Timing& t = timings_.emplace_back(std::move(timing));
-    std::printf("%-67s %10.3f\n", t.subject.c_str(), t.median);
+    std::printf("%-73s %10.3f\n", t.subject.c_str(), t.median);
     std::fflush(stdout);
 }
 

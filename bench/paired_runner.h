@@ -1,4 +1,4 @@
-// Times a piece of code against a peer in the same run, and reports the ratios.
+// Times code against a peer in the same run and reports the ratios.
 #pragma once
 
 #include <functional>
@@ -8,8 +8,8 @@
 
 namespace pixelforge::bench {
 
-/// One comparison. Times are medians in milliseconds; the ratio is the median of the rounds' own ratios
-/// (subject / peer), so that a slow moment of the machine strikes both sides alike.
+/// One comparison. Times are medians in milliseconds; `ratio` is the median of each round's subject / peer,
+/// so that temporary load affects both sides alike.
 struct Comparison {
     std::string subject;
     std::string peer;
@@ -18,7 +18,7 @@ struct Comparison {
     double ratio;
     double lowerQuartile;  ///< of the ratios
     double upperQuartile;
-    std::optional<double> limit;  ///< highest ratio that is good enough
+    std::optional<double> limit;  ///< highest acceptable ratio
 
     bool IsWithinLimit() const { return !limit || ratio <= *limit; }
 };
@@ -26,15 +26,14 @@ struct Comparison {
 struct Side {
     std::string name;
     std::function<void()> run;
-    std::function<void()> prepare = {};  ///< unmeasured, before each run; may be empty
+    std::function<void()> prepare = {};  ///< not measured, before each run; may be empty
 };
 
-/// Runs both sides once unmeasured, then `rounds` times in turn, each round beginning with the other side.
-/// Natively by the processor's time, which does not count what other programs take; under Windows, where GL
-/// draws on threads of its own, by the wall's.
+/// Runs both sides once for warm-up, then `rounds` times, alternating which goes first. Measures processor
+/// time natively, which excludes other programs, and wall time on Windows, where GL uses its own threads.
 Comparison Compare(const Side& subject, const Side& peer, int rounds, std::optional<double> limit);
 
-/// The value below which a share of them lies, 0.5 for the median. At least one value is needed.
+/// The quantile `share` of the values, which must not be empty; 0.5 is the median.
 double Quantile(std::vector<double> values, double share);
 
 /// A time without a peer.
@@ -43,7 +42,7 @@ struct Timing {
     double median;  ///< milliseconds
 };
 
-/// Prints one line for each entry, comparisons under a heading at the first.
+/// Prints each entry as it is added, with a heading before the first comparison.
 class Report {
 public:
     void Add(Comparison comparison);
@@ -51,11 +50,11 @@ public:
 
     bool AllWithinLimits() const;
 
-    /// Writes everything as one JSON array, timings last; false when the file cannot be written.
+    /// Writes one JSON array, timings last; false if the file cannot be written.
     bool WriteJson(const std::string& path) const;
 
-    /// What a measuring program ends with: 0, 1 when a limit is missed, 2 when the file cannot be written.
-    /// A null path writes no file.
+    /// The exit code: 0, 1 if a limit is exceeded, 2 if the file cannot be written. A null path writes no
+    /// file.
     int Finish(const char* path) const;
 
 private:

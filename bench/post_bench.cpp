@@ -1,6 +1,6 @@
-// Pixel kernels against memcpy and against the plain loop of the tiling formula, on one thread.
-// Bytes are counted as memory sees them: a kernel moves what it reads of the source, what it reads of the
-// destination and what it writes; its memcpy peer moves as many (half of them read, half written).
+// Pixel kernels against memcpy, and tiling against its reference implementation, on one thread.
+// Bytes moved are memory traffic: what a kernel reads from source and destination and what it writes. Its
+// memcpy peer moves the same number, half of them read and half written.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -13,7 +13,7 @@
 #include "bench/paired_runner.h"
 #include "post/compositing.h"
 #include "post/tile_remap.h"
-#include "tests/post/transcription.h"
+#include "tests/post/reference_kernels.h"
 
 namespace pixelforge::bench {
 namespace {
@@ -30,8 +30,8 @@ struct PathName {
 constexpr PathName kPaths[] = {
     {VectorPath::Portable, "portable"}, {VectorPath::Sse2, "sse2"}, {VectorPath::Avx2, "avx2"}};
 
-/// A source and a destination, each half as large again as the picture so that memcpy can move as many
-/// bytes as a kernel that also reads its destination.
+/// Source and destination, each 1.5 times the picture's size, so that memcpy can move as many bytes as a
+/// kernel that also reads its destination.
 struct Pictures {
     Pictures(std::int32_t pictureWidth, std::int32_t pictureHeight)
         : width(pictureWidth),
@@ -42,11 +42,11 @@ struct Pictures {
         std::uint32_t state = 1;
         for (std::uint32_t& pixel : source) {
             state = state * 1664525 + 1013904223;
-            pixel = state >> 30 == 0 ? 0xFF000000 : state;  // a quarter is black
+            pixel = state >> 30 == 0 ? 0xFF000000 : state;  // one quarter black
         }
     }
 
-    std::string Named(const std::string& kernel, const char* path) const {
+    std::string Label(const std::string& kernel, const char* path) const {
         return kernel + " " + std::to_string(width) + "x" + std::to_string(height) + " " + path;
     }
 
@@ -66,14 +66,14 @@ Side MemcpyMoving(Pictures& pictures, std::size_t bytesMovedPerPixel) {
 void CompareCompositing(Pictures& p, const PathName& path, int rounds, Report& report) {
     const auto limit = path.path == BestVectorPath() ? std::optional(kCopyLimit) : std::nullopt;
     const auto count = static_cast<std::uint32_t>(p.pixels);
-    const Side foreground = {p.Named("ForegroundCopy", path.name), [&p, path, count] {
+    const Side foreground = {p.Label("ForegroundCopy", path.name), [&p, path, count] {
                                  ForegroundCopy(p.source.data(), p.destination.data(), count, path.path);
                              }};
     report.Add(Compare(foreground, MemcpyMoving(p, 12), rounds, limit));
     report.Add(Compare(foreground, MemcpyMoving(p, 8), rounds, std::nullopt));
     for (const std::int32_t only : {0, 1}) {
         const std::string kernel = only != 0 ? "LevelCopy foreground" : "LevelCopy";
-        const Side level = {p.Named(kernel, path.name), [&p, path, count, only] {
+        const Side level = {p.Label(kernel, path.name), [&p, path, count, only] {
                                 LevelCopy(p.source.data(), p.destination.data(), count, 7, only, path.path);
                             }};
         report.Add(Compare(level, MemcpyMoving(p, only != 0 ? 12 : 8), rounds, limit));
@@ -88,13 +88,13 @@ void CompareTiling(Pictures& p, const PathName& path, int rounds, Report& report
         const ConstPixelView frame = {p.source.data(), p.width, p.height};
         const TileGrid grid = {p.width, p.height, tilesX, tilesY, 1};
         const std::string kernel = "TileRemap " + std::to_string(tilesX) + "x" + std::to_string(tilesY);
-        const Side tiling = {p.Named(kernel, path.name),
+        const Side tiling = {p.Label(kernel, path.name),
                              [output, frame, grid, path] { TileRemap(output, frame, grid, path.path); }};
         report.Add(
             Compare(tiling, MemcpyMoving(p, 8), rounds, best ? std::optional(kTileLimit) : std::nullopt));
         if (best) {
             const Side plain = {"plain loop",
-                                [output, frame, grid] { transcription::TileRemap(output, frame, grid); }};
+                                [output, frame, grid] { reference::TileRemap(output, frame, grid); }};
             report.Add(Compare(tiling, plain, 3, kPlainLoopLimit));
         }
     }
@@ -103,7 +103,7 @@ void CompareTiling(Pictures& p, const PathName& path, int rounds, Report& report
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: post_bench [JSON file [rounds]]. Ends with 1 when a limit is missed.
+/// Usage: post_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
     const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 31;

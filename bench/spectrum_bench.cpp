@@ -1,4 +1,4 @@
-// The sound analysis on one thread: the transform against FFTW's of the same size, and the whole step.
+// The sound analysis on one thread: the transform against FFTW, and the whole step.
 #include <fftw3.h>
 
 #include <algorithm>
@@ -14,14 +14,15 @@
 namespace pixelforge::bench {
 namespace {
 
-/// A single one is too short for the clock.
+/// A single run is too short for the clock.
 constexpr int kRunsPerRound = 2000;
 constexpr double kTransformLimit = 6;
 
 Side Repeat(const char* name, std::function<void()> once) {
     return {name, [once = std::move(once)] {
-                for (int i = 0; i < kRunsPerRound; ++i)
+                for (int i = 0; i < kRunsPerRound; ++i) {
                     once();
+                }
             }};
 }
 
@@ -29,13 +30,13 @@ struct FftwPlanDeleter {
     void operator()(fftw_plan_s* plan) const { fftw_destroy_plan(plan); }
 };
 
-/// In place on complex values, planned by measuring: as fast as FFTW gets on one thread.
+/// In place on complex values, planned with FFTW_PATIENT: the fastest FFTW offers on one thread.
 class Fftw {
 public:
     Fftw()
         : values_(fftw_alloc_complex(kTransformSize)),
           plan_(fftw_plan_dft_1d(kTransformSize, values_, values_, FFTW_FORWARD, FFTW_PATIENT)) {
-        // Zeros stay zeros, however often they are transformed.
+        // Zeros stay zeros after any number of transforms.
         std::memset(values_, 0, kTransformSize * sizeof(fftw_complex));
     }
     ~Fftw() { fftw_free(values_); }
@@ -66,7 +67,7 @@ void CompareAll(int rounds, Report& report) {
         Repeat("FourierTransform 1024", [&] { state.transform.Run(state.sampleRing, state.fftBuffer); });
     report.Add(Compare(transform, peer, rounds, kTransformLimit));
     for (const double level : {8000.0, 0.0}) {
-        // Silence for so long that the averages have come to rest.
+        // Long enough for the averages to settle in silence.
         for (int i = 0; i < 10000; ++i) {
             FillWithSound(state, level);
             RunSpectrumStep(state);
@@ -83,7 +84,7 @@ void CompareAll(int rounds, Report& report) {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: spectrum_bench [JSON file [rounds]]. Times are of 2000 runs. Ends with 1 when a limit is missed.
+/// Usage: spectrum_bench [JSON file [rounds]]. Times are for 2000 runs. Exits with 1 if a limit is exceeded.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
     Report report;

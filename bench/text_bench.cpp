@@ -1,4 +1,4 @@
-// What a document's text costs until it can be compiled, against a tenth of the text.
+// Preparing a document's code for compilation, against preparing a tenth of it.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -18,11 +18,11 @@
 namespace pixelforge::bench {
 namespace {
 
-/// Ten times the text, and one for caches that the larger text leaves.
+/// 10 for ten times the code, 1 more because the larger text exceeds the caches.
 constexpr double kGrowthLimit = 11;
 constexpr std::size_t kSizes[] = {30'000, 300'000, 3'000'000};  // bytes of code
 
-/// Code of that size in a document. As one line it is without any line end.
+/// A document with that much code, in lines or without any line end.
 std::string DocumentOf(std::size_t bytes, bool oneLine) {
     const std::string line = "float f(float x) { return x / 3.0 * sin(x); /* a comment */ } // and one more";
     std::string code;
@@ -32,7 +32,7 @@ std::string DocumentOf(std::size_t bytes, bool oneLine) {
     return test::DocumentBuilder().Image(code).Json();
 }
 
-/// Everything from the file's bytes to the text that the driver is given.
+/// Everything from the file's bytes to the source that the driver compiles.
 void Prepare(const std::string& json) {
     const HeapText text = AllocateHeapText(json.size() + 1);
     json.copy(text.get(), json.size());
@@ -43,7 +43,7 @@ void Prepare(const std::string& json) {
     const bool usable = IsUsableJsonText(text.get());
     ReadShaderDocument(text.get(), *document);
     if (!usable || !AssemblePassSource(document.get(), includes.get(), &document->passes[image], &lines)) {
-        std::fprintf(stderr, "the document cannot be prepared\n");
+        std::fprintf(stderr, "cannot prepare the document\n");
         std::exit(2);
     }
 }
@@ -66,7 +66,7 @@ void CompareAll(int rounds, Report& report) {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: text_bench [JSON file [rounds]]. Ends with 1 when a limit is missed.
+/// Usage: text_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
     Report report;

@@ -1,4 +1,4 @@
-// What the fuzz targets share: taking an input apart, and stopping at a broken promise.
+// Helpers for fuzz targets: splitting the input, and aborting on a violated property.
 #pragma once
 
 #include <algorithm>
@@ -11,32 +11,32 @@
 
 namespace pixelforge::fuzz {
 
-/// What a target defines: it holds the code against its promises on one input.
+/// Each target defines this: checks the code's properties on one input.
 void TryInput(std::string_view input);
 
-/// A broken promise ends the program, which is how libFuzzer learns of it.
-inline void Require(bool kept, const char* promise) {
-    if (!kept) {
-        std::fprintf(stderr, "Broken: %s\n", promise);
+/// Aborts if the property does not hold; libFuzzer then reports the input.
+inline void Require(bool holds, const char* property) {
+    if (!holds) {
+        std::fprintf(stderr, "Violated: %s\n", property);
         std::abort();
     }
 }
 
-/// A block of exactly the bytes and a NUL, so that a read behind it is seen by the sanitizers.
+/// A block of exactly these bytes and a NUL, so that the sanitizers catch reads past its end.
 inline HeapText ExactText(std::string_view bytes) {
     HeapText text = AllocateHeapText(bytes.size() + 1);
     bytes.copy(text.get(), bytes.size());
     return text;
 }
 
-/// Takes the first byte off the input; 0 when nothing is left.
+/// Removes and returns the first byte; 0 at the end of the input.
 inline std::uint8_t TakeByte(std::string_view& input) {
     const char byte = input.empty() ? '\0' : input.front();
     input.remove_prefix(input.empty() ? 0 : 1);
     return static_cast<std::uint8_t>(byte);
 }
 
-/// Takes everything up to the next NUL off the input, and the NUL as well.
+/// Removes and returns the text up to the next NUL; the NUL is removed, too.
 inline std::string_view TakeText(std::string_view& input) {
     const std::string_view text = input.substr(0, input.find('\0'));
     input.remove_prefix(std::min(input.size(), text.size() + 1));

@@ -1,4 +1,4 @@
-// What libFuzzer calls.
+// The libFuzzer entry point.
 #include "fuzz/fuzz_input.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

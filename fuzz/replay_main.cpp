@@ -1,4 +1,4 @@
-// Runs a fuzz target once on every file of the given folders; a broken promise ends the program.
+// Runs a fuzz target once on every file of the given folders; aborts on a violated property.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -7,7 +7,7 @@
 
 #include "fuzz/fuzz_input.h"
 
-/// Usage: NAME_fuzz FOLDER... Folders that do not exist count as empty; no file at all is a failure.
+/// Usage: NAME_fuzz FOLDER... Missing folders count as empty; fails if there is no file at all.
 int main(int argc, char** argv) {
     int files = 0;
     for (int i = 1; i < argc; ++i) {

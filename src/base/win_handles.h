@@ -160,6 +160,9 @@ public:
 
     explicit operator bool() const noexcept { return SUCCEEDED(status_) || status_ == RPC_E_CHANGED_MODE; }
 
+    /// Never leaves the apartment: for the wrong thread, and where leaving could block.
+    void Abandon() noexcept { status_ = RPC_E_CHANGED_MODE; }
+
 private:
     HRESULT status_;
 };

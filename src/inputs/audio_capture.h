@@ -1,4 +1,4 @@
-// The process's sound: one thread that listens to what the computer plays and keeps its spectrum up to date.
+// Process-wide audio capture: one thread records the system's output and publishes its spectrum.
 #pragma once
 
 #include <cstdint>
@@ -7,18 +7,19 @@
 
 namespace pixelforge {
 
-/// Adds a user; the first one starts the capture thread. 1, or 0 when memory or the thread cannot be had.
-/// Made to be called while the library is being loaded.
+/// Adds a user; the first one starts the capture thread. Returns 1, or 0 if memory or the thread is
+/// unavailable. Safe to call during process attach.
 std::int32_t StartAudioCapture() noexcept;
 
-/// Takes a user away; with the last one the thread ends, after at most about a second. Made to be called
-/// while the library is being unloaded; no code of the library runs on the thread afterwards.
+/// Removes a user; the last one stops the thread, within about a second. Safe to call during process detach:
+/// afterwards the thread runs no code of this library.
 void StopAudioCapture() noexcept;
 
-/// A whole set from one spectrum step, zeros before the first one. Any thread, between start and stop.
+/// The bytes of one complete spectrum step; zeros before the first. Any thread, between start and stop.
 SpectrumBytes CopyAudioSpectrum() noexcept;
 
-/// Replaces the set that readers get; between start and stop. The capture thread does so behind every step.
+/// Replaces what `CopyAudioSpectrum` returns, as the capture thread does after each step; between start and
+/// stop.
 void PublishSpectrum(const SpectrumBytes& bytes) noexcept;
 
 }  // namespace pixelforge

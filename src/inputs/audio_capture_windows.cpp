@@ -1,4 +1,4 @@
-// Start, life and end of the capture thread.
+// The capture thread: start, loop and stop.
 #include "inputs/audio_capture.h"
 
 #include <windows.h>
@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <utility>
 
 #include "base/heap.h"
@@ -19,80 +20,72 @@ namespace {
 constexpr LONGLONG kPassDueTime100ns = -180'000;  ///< relative
 constexpr DWORD kPassMilliseconds = 18;
 
-/// A host that looks through its modules loads and unloads them at once. Until it is clear that this module
-/// stays, the thread keeps out of COM, whose calls need the loader's lock and would wait for the unloading.
-constexpr DWORD kSettlingMilliseconds = 100;
+/// Hosts enumerate modules by loading and unloading them; COM would then block on the loader lock. The thread
+/// makes no COM call before this delay.
+constexpr DWORD kStartDelayMilliseconds = 100;
 
-/// Without a device, and after one went away, a device is looked for this often.
+/// Between attempts to open a device, and after losing one.
 constexpr DWORD kRetryMilliseconds = 2000;
 
-/// This many passes in a row without a single good call, about a second, mean that the device is gone.
-constexpr int kFailingPassesOfLostDevice = 50;
+/// Consecutive failing passes, about one second, after which the device counts as lost.
+constexpr int kMaxFailingPasses = 50;
 
-/// The user may choose another device while the former one lives on in silence: every two seconds.
+/// About two seconds. When the user switches devices, the old one may keep delivering silence.
 constexpr unsigned kPassesPerDeviceCheck = 100;
 
-constexpr DWORD kPatienceMilliseconds = 1000;
+constexpr DWORD kStopTimeoutMilliseconds = 1000;
 
-SpectrumBytes AudioSpectrum{};
+SpectrumBytes AudioSpectrum = {};
 
-// Plain data, without destructors: when the process ends, the system has stopped the thread wherever it was,
-// perhaps inside the heap's lock, and nothing here may be touched any more.
-CRITICAL_SECTION audioLock;  ///< guards `AudioSpectrum`
+// No destructors: at process exit the system has killed the thread at any point, perhaps while it held the
+// heap lock, so nothing here may be touched.
+CriticalSection* audioLock = nullptr;  ///< guards `AudioSpectrum`
 std::atomic<std::int32_t> audioUsers{0};
 std::atomic<std::int32_t> audioStop{0};
-std::atomic<std::int32_t> audioBegun{0};  ///< the thread has reached its procedure
+std::atomic<std::int32_t> audioStarted{0};  ///< the thread has entered `CaptureProcedure`
 std::atomic<HANDLE> audioThread{nullptr};
 HANDLE audioStopEvent = nullptr;
-HANDLE audioDoneEvent = nullptr;  ///< set when the thread has left this library's code for good
+HANDLE audioDoneEvent = nullptr;  ///< set once the thread has left this library's code
 PTP_POOL audioPool = nullptr;
 PTP_WORK audioWork = nullptr;
 SpectrumState* audioState = nullptr;
 
-class AudioLock {
-public:
-    AudioLock() noexcept { EnterCriticalSection(&audioLock); }
-    AudioLock(const AudioLock&) = delete;
-    AudioLock& operator=(const AudioLock&) = delete;
-    ~AudioLock() { LeaveCriticalSection(&audioLock); }
-};
-
-void TakeFrames(const SampleFormat& format, const std::byte* frames, std::uint32_t count) noexcept {
+void AddFrames(const SampleFormat& format, const std::byte* frames, std::uint32_t count) noexcept {
     if (!IsReadable(format)) {
         return;
     }
     while (count > 0) {
         const std::span<double> room = FreeRing(*audioState);
-        const std::size_t taken = std::min<std::size_t>(room.size(), count);
-        ConvertFrames(format, frames, room.first(taken));
-        frames += taken * format.frameBytes;
-        count -= static_cast<std::uint32_t>(taken);
-        if (AdvanceRing(*audioState, taken)) {
+        const std::size_t converted = std::min<std::size_t>(room.size(), count);
+        ConvertFrames(format, frames, room.first(converted));
+        frames += converted * format.frameBytes;
+        count -= static_cast<std::uint32_t>(converted);
+        if (AdvanceRing(*audioState, converted)) {
             PublishSpectrum(RunSpectrumStep(*audioState));
         }
     }
 }
 
-void RestUntilStop(DWORD milliseconds) noexcept {
+void WaitForStop(DWORD milliseconds) noexcept {
     WaitForSingleObject(audioStopEvent, milliseconds);
 }
 
-/// About 18 ms, or less when the stop comes.
-void RestBetweenPasses(HANDLE timer) noexcept {
+/// Sleeps about 18 ms, or until the stop request.
+void SleepBetweenPasses(HANDLE timer) noexcept {
     timeBeginPeriod(1);
     LARGE_INTEGER dueTime;
     dueTime.QuadPart = kPassDueTime100ns;
     if (timer && SetWaitableTimer(timer, &dueTime, 0, nullptr, nullptr, FALSE)) {
-        const HANDLE ends[] = {audioStopEvent, timer};
-        WaitForMultipleObjects(2, ends, FALSE, INFINITE);
+        const HANDLE handles[] = {audioStopEvent, timer};
+        WaitForMultipleObjects(2, handles, FALSE, INFINITE);
     } else {
-        RestUntilStop(kPassMilliseconds);
+        WaitForStop(kPassMilliseconds);
     }
     timeEndPeriod(1);
 }
 
-/// Ends with the stop, when another device has become the default one, or with a failure when the stream
-/// cannot be had or its device is gone.
+/// Returns on the stop request, when the default device changes, and with a failure when the stream cannot be
+/// opened or its device is lost.
 HRESULT CaptureStream() {
     LoopbackStream stream;
     if (const HRESULT result = stream.Open(audioStop); FAILED(result)) {
@@ -101,52 +94,53 @@ HRESULT CaptureStream() {
     const SampleFormat format = stream.Format();
     SetCaptureRate(*audioState, format.rate);
     const auto sink = [&format](const std::byte* frames, std::uint32_t count) {
-        TakeFrames(format, frames, count);
+        AddFrames(format, frames, count);
     };
     const UniqueKernelHandle timer(CreateWaitableTimerW(nullptr, TRUE, nullptr));
     int failingPasses = 0;
     for (unsigned pass = 1; !audioStop; ++pass) {
-        const HRESULT result = stream.ReadWaiting(sink);
+        const HRESULT result = stream.ReadPackets(sink);
         failingPasses = FAILED(result) ? failingPasses + 1 : 0;
-        if (failingPasses == kFailingPassesOfLostDevice) {
+        if (failingPasses == kMaxFailingPasses) {
             return result;
         }
-        if (pass % kPassesPerDeviceCheck == 0 && stream.DefaultHasMoved()) {
+        if (pass % kPassesPerDeviceCheck == 0 && stream.DefaultDeviceChanged()) {
             return S_FALSE;
         }
-        RestBetweenPasses(timer.Get());
+        SleepBetweenPasses(timer.Get());
     }
     return S_OK;
 }
 
-/// After a stop request COM is not left: that can unload servers, which needs the loader's lock.
+/// After a stop request the apartment is abandoned: leaving it can unload servers, which needs the loader
+/// lock.
 void CaptureOnce() {
-    if (FAILED(CoInitialize(nullptr))) {
-        return;
+    ComApartment apartment;
+    if (apartment) {
+        CaptureStream();
     }
-    CaptureStream();
-    if (!audioStop) {
-        CoUninitialize();
+    if (audioStop) {
+        apartment.Abandon();
     }
 }
 
-/// The usual end of a thread needs the loader's lock, which the unloading that waits for it holds. So the
-/// thread belongs to a pool of its own: it goes back there, which sets the event outside this library, and
-/// ends when the lock is free.
+/// A thread cannot exit without the loader lock, which the unload waiting for it holds. Therefore it belongs
+/// to a private thread pool: returning there sets the event outside this library's code, and the thread exits
+/// once the lock is free.
 void CALLBACK CaptureProcedure(PTP_CALLBACK_INSTANCE instance, void*, PTP_WORK) {
-    audioBegun = 1;
+    audioStarted = 1;
     SetEventWhenCallbackReturns(instance, audioDoneEvent);
     HANDLE thread = nullptr;
-    // Without a handle nobody could end this thread when it hangs.
+    // Without a handle, this thread could not be terminated if it hung.
     if (!DuplicateHandle(GetCurrentProcess(), GetCurrentThread(), GetCurrentProcess(), &thread, 0, FALSE,
                          DUPLICATE_SAME_ACCESS)) {
         return;
     }
     audioThread = thread;
-    RestUntilStop(kSettlingMilliseconds);
+    WaitForStop(kStartDelayMilliseconds);
     while (!audioStop) {
         CaptureOnce();
-        RestUntilStop(kRetryMilliseconds);
+        WaitForStop(kRetryMilliseconds);
     }
 }
 
@@ -157,19 +151,20 @@ void CloseEvent(HANDLE& event) noexcept {
 void FreeAudioBuffers() noexcept {
     CloseEvent(audioStopEvent);
     CloseEvent(audioDoneEvent);
-    HeapRecord<SpectrumState>(audioState).reset();
-    audioState = nullptr;
+    HeapRecord<SpectrumState>(std::exchange(audioState, nullptr)).reset();
+    HeapRecord<CriticalSection>(std::exchange(audioLock, nullptr)).reset();
 }
 
 bool CreateAudioBuffers() noexcept {
+    audioLock = NewHeapRecord<CriticalSection>().release();
     audioStopEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     audioDoneEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     audioState = NewHeapRecord<SpectrumState>().release();
-    return audioStopEvent && audioDoneEvent && audioState;
+    return audioLock && audioStopEvent && audioDoneEvent && audioState;
 }
 
-/// Loading and unloading the sound library time and again costs handles under Wine; once is enough for good.
-void KeepTimerLibrary() noexcept {
+/// Under Wine each load of winmm leaks handles, so it is loaded permanently.
+void PinTimerLibrary() noexcept {
     HMODULE library = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN, L"winmm.dll", &library);
 }
@@ -186,7 +181,7 @@ void CloseThread() noexcept {
 
 bool StartThread() noexcept {
     audioStop = 0;
-    audioBegun = 0;
+    audioStarted = 0;
     audioPool = CreateThreadpool(nullptr);
     if (!audioPool) {
         return false;
@@ -197,7 +192,7 @@ bool StartThread() noexcept {
     SetThreadpoolCallbackPool(&environment, audioPool);
     SetThreadpoolCallbackRunsLong(&environment);
     audioWork = CreateThreadpoolWork(CaptureProcedure, nullptr, &environment);
-    // A thread in advance: the pool could not tell later that it cannot make one.
+    // Creates the thread now: the pool could not report the failure later.
     if (!audioWork || !SetThreadpoolThreadMinimum(audioPool, 1)) {
         CloseThread();
         return false;
@@ -206,16 +201,16 @@ bool StartThread() noexcept {
     return true;
 }
 
-/// A thread that has not reached its procedure waits for the lock that the caller holds: it is called off.
-/// Should it be on its way there all the same, it finds the stop request first.
+/// Work that has not started is cancelled: its thread is waiting for the loader lock, which the caller holds.
+/// If it starts after all, it sees the stop request first.
 void EndThread() noexcept {
-    if (!audioBegun) {
+    if (!audioStarted) {
         WaitForThreadpoolWorkCallbacks(audioWork, TRUE);
     }
-    if (audioBegun && WaitForSingleObject(audioDoneEvent, kPatienceMilliseconds) != WAIT_OBJECT_0 &&
+    if (audioStarted && WaitForSingleObject(audioDoneEvent, kStopTimeoutMilliseconds) != WAIT_OBJECT_0 &&
         audioThread) {
         TerminateThread(audioThread, 0);
-        WaitForSingleObject(audioThread, kPatienceMilliseconds);
+        WaitForSingleObject(audioThread, kStopTimeoutMilliseconds);
     }
 }
 
@@ -227,13 +222,11 @@ std::int32_t StartAudioCapture() noexcept {
         ++audioUsers;
         return 1;
     }
-    InitializeCriticalSection(&audioLock);
-    KeepTimerLibrary();
+    PinTimerLibrary();
     if (CreateAudioBuffers() && StartThread()) {
         return 1;
     }
     FreeAudioBuffers();
-    DeleteCriticalSection(&audioLock);
     --audioUsers;
     return 0;
 }
@@ -247,17 +240,16 @@ void StopAudioCapture() noexcept {
     EndThread();
     CloseThread();
     audioUsers = 0;
-    DeleteCriticalSection(&audioLock);
     FreeAudioBuffers();
 }
 
 void PublishSpectrum(const SpectrumBytes& bytes) noexcept {
-    const AudioLock lock;
+    const std::lock_guard lock(*audioLock);
     AudioSpectrum = bytes;
 }
 
 SpectrumBytes CopyAudioSpectrum() noexcept {
-    const AudioLock lock;
+    const std::lock_guard lock(*audioLock);
     return AudioSpectrum;
 }
 

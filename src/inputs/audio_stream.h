@@ -1,4 +1,4 @@
-// What the default output device plays, captured in loopback.
+// Loopback capture of the default output device.
 #pragma once
 
 #include <windows.h>
@@ -13,7 +13,7 @@
 #include <functional>
 #include <memory>
 
-#include "inputs/sample_format.h"
+#include "inputs/spectrum.h"
 
 namespace pixelforge {
 
@@ -21,28 +21,27 @@ struct TaskMemoryDeleter {
     void operator()(void* block) const noexcept { CoTaskMemFree(block); }
 };
 
-/// Used by one thread that has entered a COM apartment.
+/// For use by one thread, inside a COM apartment.
 class LoopbackStream {
 public:
-    /// Receives a packet; the pointer is valid during the call only.
+    /// Receives one packet; `frames` is valid only during the call.
     using PacketSink = std::function<void(const std::byte* frames, std::uint32_t count)>;
 
     LoopbackStream() = default;
     LoopbackStream(const LoopbackStream&) = delete;
     LoopbackStream& operator=(const LoopbackStream&) = delete;
-    ~LoopbackStream();  ///< stops what was started
+    ~LoopbackStream();  ///< stops the stream
 
-    /// Finds the device and starts the stream. Gives up before the next step once `stop` is set.
+    /// Finds the device and starts the stream. Aborts between steps once `stop` is set.
     HRESULT Open(const std::atomic<std::int32_t>& stop);
 
     SampleFormat Format() const noexcept;
 
-    /// Hands the waiting packets to `sink`. After a failed call nothing more is waiting; its result is
-    /// returned.
-    HRESULT ReadWaiting(const PacketSink& sink);
+    /// Passes the pending packets to `sink`. Stops at the first failing call and returns its result.
+    HRESULT ReadPackets(const PacketSink& sink);
 
-    /// Another device has become the default one. False whenever that cannot be told.
-    bool DefaultHasMoved() const noexcept;
+    /// True if another device has become the default; false if unknown.
+    bool DefaultDeviceChanged() const noexcept;
 
 private:
     HRESULT CreateEnumerator();
@@ -54,7 +53,7 @@ private:
     HRESULT Start();
     HRESULT ReadPacket(const PacketSink& sink);
 
-    // Released from the last to the first.
+    // Released in reverse order.
     Microsoft::WRL::ComPtr<IMMDeviceEnumerator> enumerator_;
     Microsoft::WRL::ComPtr<IMMDevice> device_;
     Microsoft::WRL::ComPtr<IAudioClient> client_;

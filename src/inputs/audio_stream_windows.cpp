@@ -1,4 +1,4 @@
-// The steps to a running loopback stream, and its packets.
+// Opening a loopback stream step by step, and reading its packets.
 #include "inputs/audio_stream.h"
 
 #include <cwchar>
@@ -6,11 +6,11 @@
 namespace pixelforge {
 namespace {
 
-/// A device that always has one more packet must not keep the thread from its rest. Engines deliver a packet
-/// every 10 ms and are asked every 18, so that even a second's backlog is caught up within a few rounds.
-constexpr int kMostPacketsAtOnce = 64;
+/// Keeps a device with an endless supply of packets from starving the loop. Engines deliver a packet every
+/// 10 ms and are polled every 18 ms, so even a backlog of one second clears within a few passes.
+constexpr int kMaxPacketsPerPass = 64;
 
-/// Null when the device does not tell.
+/// Null if unavailable.
 std::unique_ptr<wchar_t, TaskMemoryDeleter> IdOf(IMMDevice* device) noexcept {
     LPWSTR id = nullptr;
     if (device && FAILED(device->GetId(&id))) {
@@ -19,8 +19,8 @@ std::unique_ptr<wchar_t, TaskMemoryDeleter> IdOf(IMMDevice* device) noexcept {
     return std::unique_ptr<wchar_t, TaskMemoryDeleter>(id);
 }
 
-/// Success without an object counts as a failure.
-HRESULT Obtained(HRESULT result, const void* object) noexcept {
+/// Treats success without an object as a failure.
+HRESULT RequireObject(HRESULT result, const void* object) noexcept {
     return SUCCEEDED(result) && !object ? E_POINTER : result;
 }
 
@@ -57,27 +57,27 @@ HRESULT LoopbackStream::Open(const std::atomic<std::int32_t>& stop) {
 HRESULT LoopbackStream::CreateEnumerator() {
     const HRESULT result = CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
                                             IID_PPV_ARGS(enumerator_.ReleaseAndGetAddressOf()));
-    return Obtained(result, enumerator_.Get());
+    return RequireObject(result, enumerator_.Get());
 }
 
-/// The device that plays sound, not a microphone.
+/// The playback device, not a microphone.
 HRESULT LoopbackStream::FindDevice() {
     const HRESULT result =
         enumerator_->GetDefaultAudioEndpoint(eRender, eConsole, device_.ReleaseAndGetAddressOf());
-    return Obtained(result, device_.Get());
+    return RequireObject(result, device_.Get());
 }
 
 HRESULT LoopbackStream::ActivateClient() {
     const HRESULT result = device_->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr,
                                              reinterpret_cast<void**>(client_.ReleaseAndGetAddressOf()));
-    return Obtained(result, client_.Get());
+    return RequireObject(result, client_.Get());
 }
 
 HRESULT LoopbackStream::ReadMixFormat() {
     WAVEFORMATEX* format = nullptr;
     const HRESULT result = client_->GetMixFormat(&format);
     mixFormat_.reset(format);
-    return Obtained(result, format);
+    return RequireObject(result, format);
 }
 
 HRESULT LoopbackStream::InitializeClient() {
@@ -87,7 +87,7 @@ HRESULT LoopbackStream::InitializeClient() {
 
 HRESULT LoopbackStream::GetCaptureService() {
     const HRESULT result = client_->GetService(IID_PPV_ARGS(capture_.ReleaseAndGetAddressOf()));
-    return Obtained(result, capture_.Get());
+    return RequireObject(result, capture_.Get());
 }
 
 HRESULT LoopbackStream::Start() {
@@ -101,8 +101,8 @@ SampleFormat LoopbackStream::Format() const noexcept {
             mixFormat_->nChannels, mixFormat_->nBlockAlign};
 }
 
-HRESULT LoopbackStream::ReadWaiting(const PacketSink& sink) {
-    for (int packet = 0; packet < kMostPacketsAtOnce; ++packet) {
+HRESULT LoopbackStream::ReadPackets(const PacketSink& sink) {
+    for (int packet = 0; packet < kMaxPacketsPerPass; ++packet) {
         UINT32 frames = 0;
         const HRESULT result = capture_->GetNextPacketSize(&frames);
         if (FAILED(result) || frames == 0) {
@@ -115,7 +115,7 @@ HRESULT LoopbackStream::ReadWaiting(const PacketSink& sink) {
     return S_OK;
 }
 
-bool LoopbackStream::DefaultHasMoved() const noexcept {
+bool LoopbackStream::DefaultDeviceChanged() const noexcept {
     Microsoft::WRL::ComPtr<IMMDevice> device;
     if (FAILED(enumerator_->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf()))) {
         return false;
@@ -125,13 +125,13 @@ bool LoopbackStream::DefaultHasMoved() const noexcept {
     return id && own && std::wcscmp(id.get(), own.get()) != 0;
 }
 
-/// The packet's flags, silence among them, are of no interest: silence is heard as zeros.
+/// Ignores the packet's flags: silent packets hold zeros anyway.
 HRESULT LoopbackStream::ReadPacket(const PacketSink& sink) {
     BYTE* frames = nullptr;
     UINT32 count = 0;
     DWORD flags = 0;
     const HRESULT result = capture_->GetBuffer(&frames, &count, &flags, nullptr, nullptr);
-    if (result != S_OK) {  // among the successes one says that there is no packet after all
+    if (result != S_OK) {  // AUDCLNT_S_BUFFER_EMPTY is a success code, too
         return result;
     }
     if (frames && count > 0) {

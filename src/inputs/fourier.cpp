@@ -1,4 +1,4 @@
-// Radix-2 butterflies, two levels and two neighbours at a time.
+// Radix-2 butterflies, two levels and two neighbouring values at a time.
 #include "inputs/fourier.h"
 
 #include <cmath>
@@ -33,7 +33,7 @@ inline void Store(FourierBuffer& data, std::size_t index, const ComplexPair& val
     std::memcpy(&data.imaginary[index], &value.imaginary, sizeof(Pair));
 }
 
-/// Stores one lane of each of four neighbours.
+/// Stores one lane of four values to consecutive places.
 inline void StoreLane(FourierBuffer& data, std::size_t index, const ComplexPair (&values)[4],
                       int lane) noexcept {
     for (std::size_t i = 0; i < 4; ++i) {
@@ -42,11 +42,11 @@ inline void StoreLane(FourierBuffer& data, std::size_t index, const ComplexPair 
     }
 }
 
-inline ComplexPair Twice(double real, double imaginary) noexcept {
+inline ComplexPair Broadcast(double real, double imaginary) noexcept {
     return {Pair{real, real}, Pair{imaginary, imaginary}};
 }
 
-/// even, odd become even + odd * factor, even - odd * factor.
+/// even, odd = even + odd * factor, even - odd * factor
 inline void Butterfly(ComplexPair& even, ComplexPair& odd, const ComplexPair& factor) noexcept {
     const Pair real = odd.real * factor.real - odd.imaginary * factor.imaginary;
     const Pair imaginary = odd.real * factor.imaginary + odd.imaginary * factor.real;
@@ -97,13 +97,13 @@ void FourierTransform::Run(std::span<const double, kTransformSize> samples,
     }
 }
 
-/// The recursion takes even samples first on every level: samples i, i + 512, i + 256 and i + 768 meet first,
-/// and their four results lie at the place that is i with its bits in reverse. The factors 1 and -0 are
-/// multiplied as well: they make NaN out of infinities.
+/// The recursion splits off even samples at every level, so samples i, i + 512, i + 256 and i + 768 combine
+/// first, and their four results belong at i with its bits reversed. Multiplying by 1 and -0 is not skipped:
+/// it turns infinities into NaN.
 void FourierTransform::FirstTwoLevels(const double* samples, FourierBuffer& data) const noexcept {
     constexpr std::size_t kQuarter = kTransformSize / 4;
-    const ComplexPair unit = Twice(1, unitImaginary_);
-    const ComplexPair outer = Twice(outerReal_, outerImaginary_);
+    const ComplexPair unit = Broadcast(1, unitImaginary_);
+    const ComplexPair outer = Broadcast(outerReal_, outerImaginary_);
     for (std::size_t i = 0; i < kQuarter; i += 2) {
         ComplexPair values[4] = {{Load(samples + i), Pair{}},
                                  {Load(samples + i + 2 * kQuarter), Pair{}},

@@ -1,4 +1,4 @@
-// Judging a snapshot by its header.
+// Validation of a snapshot's header.
 #include "inputs/packed_image.h"
 
 #include <algorithm>
@@ -11,11 +11,11 @@ namespace {
 constexpr std::int32_t kSourceWidth = 640;
 constexpr std::int32_t kSourceHeight = 480;
 
-/// As in memory.
+/// The layout in memory.
 struct PackedHeader {
     std::uint32_t size;
     std::int32_t width;
-    std::int32_t height;  ///< negative: the first row is the upper one
+    std::int32_t height;  ///< negative: top-down
     std::uint16_t planes;
     std::uint16_t bitsPerPixel;
     std::uint32_t compression;  ///< 0: none
@@ -28,8 +28,8 @@ bool IsPlain(const PackedHeader& header) noexcept {
     return header.size == kPackedHeaderBytes && header.compression == 0 && depth;
 }
 
-/// Rows begin on 4-byte limits. Dividing instead of multiplying keeps huge claims from overflowing.
-bool Holds(std::size_t bytes, const PackedHeader& header) noexcept {
+/// Rows are padded to 4 bytes. Divides instead of multiplying so that huge sizes cannot overflow.
+bool FitsIn(std::size_t bytes, const PackedHeader& header) noexcept {
     const std::int64_t height = std::abs(std::int64_t{header.height});
     if (header.width < 1 || height < 1) {
         return false;
@@ -47,7 +47,7 @@ std::optional<WebcamStretch> PlanWebcamStretch(std::span<const std::byte> block)
         return std::nullopt;
     }
     std::memcpy(&header, block.data(), sizeof(header));
-    if (!IsPlain(header) || !Holds(block.size(), header)) {
+    if (!IsPlain(header) || !FitsIn(block.size(), header)) {
         return std::nullopt;
     }
     WebcamStretch stretch = {};

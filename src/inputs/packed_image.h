@@ -1,4 +1,4 @@
-// Snapshots of a video renderer: a bitmap header with the pixels right behind it.
+// Video renderer snapshots: packed DIBs, a bitmap header directly followed by the pixels.
 #pragma once
 
 #include <cstddef>
@@ -8,10 +8,11 @@
 
 namespace pixelforge {
 
-inline constexpr std::int32_t kWebcamWidth = 1280;  ///< pixels of the picture that shaders see
+inline constexpr std::int32_t kWebcamWidth = 1280;  ///< pixels of the picture that shaders sample
 inline constexpr std::int32_t kWebcamHeight = 720;
 
-/// Places in pixels, of the snapshot from its first row in memory, of the picture from its upper edge.
+/// Source and destination of a stretch, in pixels. The source starts at the snapshot's first row in memory;
+/// `top` counts from the picture's upper edge.
 struct WebcamStretch {
     std::int32_t sourceWidth;
     std::int32_t sourceHeight;
@@ -22,9 +23,9 @@ struct WebcamStretch {
 
 inline constexpr std::size_t kPackedHeaderBytes = 40;
 
-/// Where a snapshot goes in the picture. 640 x 480 pixels at its first row fill it; a smaller one fills its
-/// part, below for a bottom-up and above for a top-down one. Nothing for a block that does not hold what its
-/// header claims, and for pixels that are not plain colours of 16, 24 or 32 bits.
+/// Maps a snapshot to the picture. The snapshot's first 640 x 480 pixels in memory fill the picture; a
+/// smaller one fills its share, at the bottom if bottom-up and at the top if top-down. `std::nullopt` if the
+/// block is smaller than its header claims or its pixels are not uncompressed 16, 24 or 32 bits.
 std::optional<WebcamStretch> PlanWebcamStretch(std::span<const std::byte> block) noexcept;
 
 }  // namespace pixelforge

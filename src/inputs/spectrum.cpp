@@ -1,8 +1,10 @@
-// The spectrum step: window, transform, tilt, averages, smoothing, peaks, bytes, decay.
+// Sample conversion, and the spectrum step: window, transform, tilt, averages, smoothing, peaks, bytes,
+// decay.
 #include "inputs/spectrum.h"
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace pixelforge {
 namespace {
@@ -10,13 +12,32 @@ namespace {
 using Columns = std::span<double, kSpectrumColumns>;
 
 constexpr double kTwoPiBy1023 = 0.00614192112138767;
-constexpr double kBinHertz20k = 2.048e7;  ///< 20 kHz times the transform's size
-constexpr double kSmoothingWeight = 8;    ///< parts of the old average against one of the new value
-constexpr unsigned kBandShift = 1;        ///< the smoothing groups 2 to this power columns
+constexpr double kBinHertz20k = 2.048e7;  ///< 20 kHz x kTransformSize
+constexpr double kSmoothingWeight = 8;    ///< weight of the old average; the new value has weight 1
+constexpr unsigned kBandShift = 1;        ///< smoothing averages groups of 2^kBandShift columns
 constexpr double kTilt = 100.0 / 512;
 constexpr double kDecay = 0.999;
 
-/// Where one operand is NaN, these take the other. Written out: the library's forms are calls.
+template <class Sample>
+double ReadSample(const std::byte* address) noexcept {
+    Sample sample;
+    std::memcpy(&sample, address, sizeof(sample));
+    return sample;
+}
+
+template <class Sample>
+void Convert(const SampleFormat& format, const std::byte* frame, std::span<double> mono) noexcept {
+    const bool stereo = format.channels == 2;
+    for (double& value : mono) {
+        value = ReadSample<Sample>(frame);
+        if (stereo) {
+            value = (value + ReadSample<Sample>(frame + sizeof(Sample))) * 0.5;
+        }
+        frame += format.frameBytes;
+    }
+}
+
+/// Like fmin and fmax, these ignore a NaN operand, but compile inline.
 double Smaller(double a, double b) noexcept {
     return a < b || std::isnan(b) ? a : b;
 }
@@ -58,8 +79,8 @@ void AverageColumns(SpectrumState& state, bool silent) noexcept {
     }
 }
 
-/// Replaces each value by the line between the means of its group and the next one. Behind the last group
-/// lies a 0, which pulls the last column halfway down.
+/// Interpolates linearly between the means of neighbouring groups. The mean past the last group is 0, which
+/// pulls the last column halfway to 0.
 void SmoothBands(Columns values, SpectrumState::Columns& means) noexcept {
     constexpr std::size_t kGroup = std::size_t{1} << kBandShift;
     constexpr std::size_t kGroups = kSpectrumColumns / kGroup;
@@ -74,8 +95,7 @@ void SmoothBands(Columns values, SpectrumState::Columns& means) noexcept {
     }
 }
 
-/// In silence the averages fall until rounding holds them, for ever among the subnormal numbers, which cost
-/// the processor a hundred times as much. From there on a silent step would not change them.
+/// In silence the averages stall at subnormals, about 100 times slower; skip once stable.
 void UpdateAverages(SpectrumState& state) noexcept {
     const bool silent = IsSilent(state);
     if (silent && state.averagesSettled) {
@@ -90,7 +110,7 @@ void UpdateAverages(SpectrumState& state) noexcept {
     state.averagesSettled = silent && !state.linearSpectrum && state.binAverage == before;
 }
 
-/// Only the older half of the ring counts for the waveform.
+/// The part of the ring that the waveform shows.
 Columns OlderHalf(SpectrumState& state) noexcept {
     return std::span(state.sampleRing).first<kSpectrumColumns>();
 }
@@ -102,7 +122,7 @@ void FindWaveRange(SpectrumState& state) noexcept {
     }
 }
 
-/// Averages at rest are a few units of the smallest number; beside any normal peak they are nothing.
+/// Settled averages are a few times the smallest subnormal: 0 relative to any normal peak.
 bool IsBlack(const SpectrumState& state) noexcept {
     return state.averagesSettled && state.spectrumPeak >= std::numeric_limits<double>::min();
 }
@@ -116,14 +136,14 @@ void FindSpectrumPeak(SpectrumState& state) noexcept {
     }
 }
 
-/// A column without any power yet divides 0 by 0: NaN counts as 0.
+/// A column that never had any power yields 0 / 0; NaN counts as 0.
 std::uint8_t SpectrumByte(double value, double peak) noexcept {
     const double share = value / peak;
     return share > 0 ? static_cast<std::uint8_t>(std::min(share, 1.0) * 255) : std::uint8_t{0};
 }
 
-/// NaN (a signal without any range) gives 255. What lies below 0 wraps as the low byte of a 32-bit integer
-/// does; beyond that integer's range the low byte is 0.
+/// NaN (a constant signal) gives 255. Negative levels wrap to the low byte of a 32-bit integer, which is 0
+/// below that integer's range.
 std::uint8_t WaveformByte(double level) noexcept {
     if (!(level < 255)) {
         return 255;
@@ -163,6 +183,20 @@ void Decay(SpectrumState& state) noexcept {
 
 }  // namespace
 
+bool IsReadable(const SampleFormat& format) noexcept {
+    const std::uint32_t samplesRead = format.channels == 2 ? 2 : 1;
+    return (format.bitsPerSample == 16 || format.bitsPerSample == 32) && format.channels != 0 &&
+           format.frameBytes >= samplesRead * format.bitsPerSample / 8;
+}
+
+void ConvertFrames(const SampleFormat& format, const std::byte* frames, std::span<double> mono) noexcept {
+    if (format.bitsPerSample == 16) {
+        Convert<std::int16_t>(format, frames, mono);
+    } else {
+        Convert<float>(format, frames, mono);
+    }
+}
+
 SpectrumState::SpectrumState() noexcept {
     binPeak.fill(kLowest);
     for (std::size_t n = 0; n < kTransformSize; ++n) {
@@ -171,7 +205,7 @@ SpectrumState::SpectrumState() noexcept {
     SetCaptureRate(*this, 0);
 }
 
-/// Rates below 40 kHz reach into the mirrored half of the transform, those below 20 kHz around its end.
+/// Below 40 kHz columns reach the mirrored half of the transform; below 20 kHz they wrap past its end.
 void SetCaptureRate(SpectrumState& state, double rate) noexcept {
     state.captureRate = rate;
     state.binsTo20k = BinsTo20k(rate);

@@ -1,4 +1,4 @@
-// From mono samples to the 1024 bytes that shaders sample: a row of spectrum over a row of waveform.
+// Sound analysis: captured frames to mono samples, and every 1024 samples to the bytes that shaders sample.
 #pragma once
 
 #include <array>
@@ -11,13 +11,27 @@
 
 namespace pixelforge {
 
+/// The capture format as the sound system reports it; untrusted.
+struct SampleFormat {
+    double rate;  ///< frames per second
+    std::uint32_t bitsPerSample;
+    std::uint32_t channels;
+    std::uint32_t frameBytes;  ///< stride
+};
+
+/// True for signed 16-bit integers and 32-bit floats whose frames are large enough for their samples.
+bool IsReadable(const SampleFormat& format) noexcept;
+
+/// Converts `mono.size()` frames of a readable format to mono, keeping the samples' scale: the mean of a
+/// stereo frame, the first channel of any other.
+void ConvertFrames(const SampleFormat& format, const std::byte* frames, std::span<double> mono) noexcept;
+
 inline constexpr std::size_t kSpectrumColumns = 512;
 
-/// Bytes 0 to 511 are the spectrum, 512 to 1023 the waveform.
+/// Bytes 0 to 511 hold the spectrum, 512 to 1023 the waveform.
 using SpectrumBytes = std::array<std::uint8_t, 2 * kSpectrumColumns>;
 
-/// What the analysis carries from one full ring to the next; nothing in it is ever reset, so that the scale
-/// of what is heard adapts over time.
+/// What the analysis keeps from one full ring to the next. Never reset, so that the scale adapts over time.
 struct SpectrumState {
     using Columns = std::array<double, kSpectrumColumns>;
 
@@ -25,32 +39,32 @@ struct SpectrumState {
 
     SpectrumState() noexcept;
 
-    std::array<double, kTransformSize> sampleRing{};  ///< in the samples' own scale
+    std::array<double, kTransformSize> sampleRing{};  ///< mono, in the stream's own scale
     std::int32_t ringPos = 0;                         ///< next index to write
     Columns binAverage{};
-    bool averagesSettled = false;   ///< a further silent step would leave them as they are
-    Columns binPeak;                ///< decaying; read only by the linear mode
-    Columns bandScratch{};          ///< means of neighbouring columns; the upper half stays 0
-    double spectrumPeak = kLowest;  ///< decaying, of all columns
+    bool averagesSettled = false;   ///< another silent step would not change `binAverage`
+    Columns binPeak;                ///< decaying; used only in linear mode
+    Columns bandScratch{};          ///< group means; the upper half stays 0
+    double spectrumPeak = kLowest;  ///< decaying, over all columns
     double waveMin = std::numeric_limits<double>::max();
     double waveMax = kLowest;
     double captureRate = 0;  ///< frames per second
     std::int32_t binsTo20k = kSpectrumColumns;
-    std::int32_t linearSpectrum = 0;  ///< 1: power without logarithm and tilt, each column by its own peak
-    std::array<std::uint16_t, kSpectrumColumns> columnBin{};  ///< bin of the transform that a column shows
+    std::int32_t linearSpectrum = 0;  ///< 1: plain power, each column normalised by its own peak
+    std::array<std::uint16_t, kSpectrumColumns> columnBin{};  ///< transform bin of each column
     std::array<double, kTransformSize> window;
     FourierTransform transform;
-    FourierBuffer fftBuffer;  ///< between steps of no meaning
+    FourierBuffer fftBuffer;  ///< scratch
 };
 
-/// Takes up the rate of a stream that begins; averages and ring go on.
+/// Sets the rate of a new stream; averages and ring are kept.
 void SetCaptureRate(SpectrumState& state, double rate) noexcept;
 
-/// The place for the next samples up to the end of the ring.
+/// The unfilled rest of the ring.
 std::span<double> FreeRing(SpectrumState& state) noexcept;
 
-/// Tells that the first `samples` places of `FreeRing` were filled. True when the ring is full and its
-/// spectrum is due, before further samples are added.
+/// Records that the first `samples` entries of `FreeRing` were filled. True if the ring is now full:
+/// `RunSpectrumStep` is due before more samples are added.
 bool AdvanceRing(SpectrumState& state, std::size_t samples) noexcept;
 
 /// Analyses the full ring.

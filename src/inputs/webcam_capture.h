@@ -1,4 +1,4 @@
-// The process's camera, shared by all instances: its picture of 1280 x 720 pixels, refreshed now and then.
+// The camera that all instances share, and its 1280 x 720 picture.
 #pragma once
 
 #include <cstdint>
@@ -7,20 +7,20 @@
 
 namespace pixelforge {
 
-/// For a shader with a webcam channel: the first one opens the camera, later ones find it running. Whatever
-/// fails, the picture is there, black at first; false when not even that could be made.
+/// Called when a shader with a webcam channel loads; the first call opens the camera. The picture exists even
+/// if the camera fails, and starts black; false if it cannot be created.
 bool LoadWebcam();
 
-/// Once for each rendered frame of a shader with a webcam channel; every 16th call of all brings the camera's
-/// newest image into the picture. The number of the picture's state, which changes with it: a renderer whose
-/// texture shows another state has to upload.
+/// Called once per rendered frame of a shader with a webcam channel. Every 16th call, over all instances,
+/// updates the picture from the camera. Returns the picture's version: a renderer whose texture shows another
+/// version must upload.
 std::uint32_t GrabWebcamFrame();
 
-/// Rows of 1280 BGRA pixels, the bottom row first; null before `LoadWebcam` succeeded.
+/// Rows of 1280 BGRA pixels, bottom-up; null before `LoadWebcam` has succeeded.
 const std::uint8_t* WebcamPixels() noexcept;
 
-/// Releases camera and picture; a later load opens the camera again. Not for process detach, where waiting
-/// for the graph's threads would never end.
+/// Releases camera and picture; a later load reopens the camera. Must not be called during process detach:
+/// waiting for the graph's threads would deadlock.
 void UnloadWebcam();
 
 }  // namespace pixelforge

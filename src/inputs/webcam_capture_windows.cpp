@@ -1,4 +1,4 @@
-// One camera for the process, its lock and its pace.
+// The shared camera: its lock, its picture and when that is refreshed.
 #include "inputs/webcam_capture.h"
 
 #include <mutex>
@@ -11,23 +11,23 @@
 namespace pixelforge {
 namespace {
 
-/// A snapshot is a full copy of a video frame.
+/// Snapshots are expensive: each is a full copy of a video frame.
 constexpr std::uint32_t kFramesPerSnapshot = 16;
 
-// No owners with destructors: those would run in process detach.
+// Raw on purpose: destructors would run in process detach.
 CVMR_Capture* webcam = nullptr;
 HBITMAP webcamFrame = nullptr;
-std::uint32_t webcamUsers = 0;  ///< loads that met a camera or started one; never counted down
+std::uint32_t webcamUsers = 0;  ///< loads that found or started a camera; never decremented
 std::uint32_t webcamTick = 0;
-std::uint32_t webcamState = 0;
+std::uint32_t webcamVersion = 0;
 
-/// Guards the object and every snapshot.
+/// Guards `webcam` and every snapshot.
 CriticalSection& WebcamLock() {
     static CriticalSection webcamLock;
     return webcamLock;
 }
 
-/// An object whose graph failed to start stays and is not tried again.
+/// An object whose graph failed to start is kept and not retried.
 void OpenCamera() {
     const std::lock_guard lock(WebcamLock());
     bool started = webcam != nullptr;
@@ -43,7 +43,7 @@ Snapshot TakeSnapshot() {
     return webcam ? webcam->TakeSnapshot() : Snapshot{};
 }
 
-/// An image that does not hold what it claims changes nothing.
+/// Ignores an invalid snapshot.
 void StretchIntoFrame(const Snapshot& snapshot) {
     const std::optional<WebcamStretch> stretch = PlanWebcamStretch(snapshot.Block());
     const UniqueMemoryDc dc(stretch ? CreateCompatibleDC(nullptr) : nullptr);
@@ -56,7 +56,7 @@ void StretchIntoFrame(const Snapshot& snapshot) {
                   stretch->sourceHeight, snapshot.image.get() + kPackedHeaderBytes,
                   reinterpret_cast<const BITMAPINFO*>(snapshot.image.get()), DIB_RGB_COLORS, SRCCOPY);
     SetStretchBltMode(dc.Get(), formerMode);
-    GdiFlush();  // the pixels are read without GDI
+    GdiFlush();  // the pixels are read directly
 }
 
 }  // namespace
@@ -72,18 +72,14 @@ bool LoadWebcam() {
 std::uint32_t GrabWebcamFrame() {
     if (webcamFrame && webcamTick == 0) {
         StretchIntoFrame(TakeSnapshot());
-        ++webcamState;
+        ++webcamVersion;
     }
     webcamTick = (webcamTick + 1) % kFramesPerSnapshot;
-    return webcamState;
+    return webcamVersion;
 }
 
 const std::uint8_t* WebcamPixels() noexcept {
-    DIBSECTION section = {};
-    if (!webcamFrame || GetObjectW(webcamFrame, sizeof(section), &section) != sizeof(section)) {
-        return nullptr;
-    }
-    return static_cast<const std::uint8_t*>(section.dsBm.bmBits);
+    return PixelsOf(webcamFrame).bytes.data();
 }
 
 void UnloadWebcam() {

@@ -1,9 +1,9 @@
-// The graph that leads the first video input device to a renderer whose newest picture can be asked for.
+// The DirectShow graph from the first video input device to a renderer that delivers snapshots.
 #pragma once
 
 #include <windows.h>
 
-// The text functions that this header would drag in clash with the C library's.
+// Leaves out <strsafe.h>, which clashes with the C library.
 #define NO_DSHOW_STRSAFE
 #include <dshow.h>
 #include <wrl/client.h>
@@ -13,13 +13,15 @@
 #include <memory>
 #include <span>
 
+#include "base/win_handles.h"
+
 namespace pixelforge {
 
 struct SnapshotDeleter {
     void operator()(BYTE* image) const noexcept { CoTaskMemFree(image); }
 };
 
-/// A bitmap header and its pixels in one block; `bytes` is the block's real size.
+/// A packed DIB; `bytes` is the block's actual size.
 struct Snapshot {
     std::unique_ptr<BYTE, SnapshotDeleter> image;
     std::size_t bytes;
@@ -29,18 +31,18 @@ struct Snapshot {
     }
 };
 
-/// One a process. Made and used on the host's calling thread; the graph runs on threads of its own.
+/// One per process, used on the host's calling thread; the graph runs on its own threads.
 class CVMR_Capture {
 public:
-    CVMR_Capture() noexcept;
+    CVMR_Capture() noexcept = default;
     CVMR_Capture(const CVMR_Capture&) = delete;
     CVMR_Capture& operator=(const CVMR_Capture&) = delete;
     virtual ~CVMR_Capture();
 
-    /// Builds and runs the graph. `S_FALSE` also means that there is no camera.
+    /// Builds and runs the graph. `S_FALSE`: there is no camera, or the graph is still starting.
     HRESULT StartGraph();
 
-    /// The renderer's newest picture, empty when it has none.
+    /// The renderer's latest picture; empty if there is none.
     Snapshot TakeSnapshot() const;
 
 private:
@@ -58,13 +60,14 @@ private:
     Microsoft::WRL::ComPtr<IPin> capturePin;
     Microsoft::WRL::ComPtr<IBaseFilter> captureFilter;
     std::int32_t state = State_Stopped;
-    std::int32_t videoWidth = 0;  ///< pixels, of the format that the pin ends up with
+    std::int32_t videoWidth = 0;  ///< pixels, of the negotiated format
     std::int32_t videoHeight = 0;
-    DWORD apartmentThread = 0;  ///< that entered COM for this object, 0 for none
+    ComApartment apartment;
+    DWORD apartmentThread = GetCurrentThreadId();
 };
 
-/// The filter of the first video input device; only that one is ever considered. False when there is no list
-/// of such devices; true with a null filter when the device cannot be had.
+/// The filter of the first video input device; no other is considered. False if no such device is listed;
+/// true with a null filter if the device is unavailable.
 bool FindCaptureDevice(Microsoft::WRL::ComPtr<IBaseFilter>& filter);
 
 }  // namespace pixelforge

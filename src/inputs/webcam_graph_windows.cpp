@@ -1,9 +1,9 @@
-// Building, running and releasing the camera's graph.
+// Building, running and releasing the camera graph.
 #include "inputs/webcam_graph.h"
 
 #include <utility>
 
-// The headers of the cross compiler declare these interfaces without their ids.
+// mingw-w64 declares these interfaces without their ids.
 #ifdef __CRT_UUID_DECL
 __CRT_UUID_DECL(IVMRWindowlessControl, 0x0EB1088C, 0x4DCD, 0x46F0, 0x87, 0x8F, 0x39, 0xDA, 0xE8, 0x6A, 0x51,
                 0xB7)
@@ -36,7 +36,7 @@ struct MediaTypeDeleter {
 
 using UniqueMediaType = std::unique_ptr<AM_MEDIA_TYPE, MediaTypeDeleter>;
 
-/// Null when the format block is missing, too short or of another kind.
+/// Null if the format block is missing, too short or of another type.
 const BITMAPINFOHEADER* VideoHeaderOf(const AM_MEDIA_TYPE& type) noexcept {
     if (!type.pbFormat || type.cbFormat < sizeof(VIDEOINFOHEADER) || type.formattype != FORMAT_VideoInfo) {
         return nullptr;
@@ -49,7 +49,7 @@ bool IsWanted(const AM_MEDIA_TYPE& type) noexcept {
     return header && header->biWidth == kWantedWidth && header->biHeight == kWantedHeight;
 }
 
-/// The first 640 x 480 format among those that the pin offers, or null.
+/// The first 640 x 480 format that the pin offers, or null.
 UniqueMediaType FindWantedType(IPin& pin) {
     ComPtr<IEnumMediaTypes> types;
     if (FAILED(pin.EnumMediaTypes(types.GetAddressOf())) || !types) {
@@ -65,7 +65,7 @@ UniqueMediaType FindWantedType(IPin& pin) {
     return nullptr;
 }
 
-/// A device without a name is none to be opened.
+/// Skips devices without a FriendlyName.
 void BindNamedDevice(IMoniker& moniker, ComPtr<IBaseFilter>& filter) {
     ComPtr<IPropertyBag> properties;
     if (FAILED(moniker.BindToStorage(nullptr, nullptr, IID_PPV_ARGS(properties.GetAddressOf()))) ||
@@ -100,7 +100,7 @@ bool FindCaptureDevice(ComPtr<IBaseFilter>& filter) {
         !devices) {
         return false;
     }
-    // An empty category is a success, too, but not this one.
+    // S_FALSE: there is no camera.
     if (devices->CreateClassEnumerator(CLSID_VideoInputDeviceCategory, monikers.GetAddressOf(), 0) != S_OK ||
         !monikers) {
         return false;
@@ -111,12 +111,6 @@ bool FindCaptureDevice(ComPtr<IBaseFilter>& filter) {
         BindNamedDevice(*moniker.Get(), filter);
     }
     return true;
-}
-
-CVMR_Capture::CVMR_Capture() noexcept {
-    if (SUCCEEDED(CoInitialize(nullptr))) {
-        apartmentThread = GetCurrentThreadId();
-    }
 }
 
 CVMR_Capture::~CVMR_Capture() {
@@ -133,9 +127,9 @@ CVMR_Capture::~CVMR_Capture() {
     graph.Reset();
     vmrControl.Reset();
     captureFilter.Reset();
-    // Another thread's apartment is not ours to leave.
-    if (apartmentThread == GetCurrentThreadId()) {
-        CoUninitialize();
+    // An apartment can be left only by the thread that entered it.
+    if (apartmentThread != GetCurrentThreadId()) {
+        apartment.Abandon();
     }
 }
 
@@ -161,8 +155,8 @@ HRESULT CVMR_Capture::StartGraph() {
     return RunGraph();
 }
 
-/// Windowless: nothing of the renderer's ever appears on the screen. Failures are passed over; without the
-/// renderer's control no snapshot can be had.
+/// Windowless: the renderer never appears on the screen. Failures are ignored; without `vmrControl` there are
+/// no snapshots.
 void CVMR_Capture::AddRenderer() {
     ComPtr<IBaseFilter> renderer;
     if (FAILED(CoCreateInstance(CLSID_VideoMixingRenderer, nullptr, CLSCTX_INPROC,
@@ -179,7 +173,7 @@ void CVMR_Capture::AddRenderer() {
     }
 }
 
-/// With the filter's first pin, if it has one.
+/// Also fetches the filter's first pin, if any.
 HRESULT CVMR_Capture::AddCaptureFilter() {
     if (!captureFilter) {
         return E_POINTER;
@@ -196,7 +190,7 @@ HRESULT CVMR_Capture::AddCaptureFilter() {
     return S_OK;
 }
 
-/// Asks for 640 x 480 where that is offered; every other device stays in the format that it is in.
+/// Requests 640 x 480 if offered; otherwise the device keeps its format.
 HRESULT CVMR_Capture::NegotiateFormat() {
     const UniqueMediaType wanted = FindWantedType(*capturePin.Get());
     ComPtr<IAMStreamConfig> config;
@@ -227,10 +221,10 @@ HRESULT CVMR_Capture::ReadVideoSize(IAMStreamConfig& config) {
     return S_OK;
 }
 
-/// There is no window to show the video in, hence the empty rectangle.
+/// There is no window for the video, hence the empty rectangle.
 HRESULT CVMR_Capture::SetVideoPosition() {
-    RECT nowhere = {};
-    return vmrControl ? vmrControl->SetVideoPosition(nullptr, &nowhere) : E_POINTER;
+    RECT empty = {};
+    return vmrControl ? vmrControl->SetVideoPosition(nullptr, &empty) : E_POINTER;
 }
 
 HRESULT CVMR_Capture::RunGraph() {

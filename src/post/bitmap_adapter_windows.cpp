@@ -1,4 +1,4 @@
-// Turns `BITMAP` records into what the pixel kernels take.
+// Validates `BITMAP` records and passes their pixels to the kernels.
 #include "post/bitmap_adapter.h"
 
 #include <algorithm>
@@ -9,8 +9,8 @@
 namespace pixelforge {
 namespace {
 
-/// Other pixel sizes would make the kernels run past the end of the bits. 0 stands for a record that was
-/// filled by hand with size and bits alone.
+/// With another depth the kernels would run past the end of the bits. 0 allows records filled in by hand with
+/// only size and bits.
 bool HasWordPixels(const BITMAP* bitmap) noexcept {
     return bitmap && (bitmap->bmBitsPixel == 32 || bitmap->bmBitsPixel == 0);
 }

@@ -1,11 +1,11 @@
-// Foreground and level kernels: one body each, compiled for one, four and eight pixels at a time.
+// Foreground and level kernels, each written once and compiled for one, four and eight pixels at a time.
 #include "post/compositing.h"
 
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
 
-#include "post/target.h"
+#include "post/vector_path.h"
 
 namespace pixelforge {
 namespace {
@@ -36,7 +36,7 @@ struct EightPixels {
     using Floats [[gnu::vector_size(32)]] = float;
 };
 
-// Vectors travel by reference: by value they would need a calling convention that the baseline lacks.
+// Vectors are passed by reference: the baseline ABI cannot pass wide ones by value.
 template <class From, class To>
 PIXELFORGE_INLINE void Convert(const From& from, To& to) noexcept {
     if constexpr (std::is_arithmetic_v<From>) {
@@ -57,8 +57,8 @@ struct ForegroundKernel {
 
 template <bool ForegroundOnly>
 struct LevelKernel {
-    /// One part of the divisor. (sum + 0.5) / divisor is never nearer than 0.5 / divisor to a whole number;
-    /// for sums up to 765 that is far more than the rounding errors, so truncation gives the exact quotient.
+    /// 1 / divisor. (sum + 0.5) / divisor is at least 0.5 / divisor from any integer, for sums up to 765 far
+    /// more than the rounding error, so truncation yields the exact quotient.
     float reciprocal;
 
     template <class Lanes>
@@ -80,7 +80,6 @@ struct LevelKernel {
     }
 };
 
-/// Treats one group of pixels in place.
 template <class Lanes, class Kernel>
 PIXELFORGE_INLINE void ApplyToGroup(const Kernel& kernel, const std::byte* source,
                                     std::byte* destination) noexcept {
@@ -92,8 +91,8 @@ PIXELFORGE_INLINE void ApplyToGroup(const Kernel& kernel, const std::byte* sourc
     std::memcpy(destination, &to, sizeof to);
 }
 
-/// Goes through the pixels a cache line at a time; those behind the last whole line come singly. The lines
-/// of the next page are asked for early: by itself the processor falls behind on large pictures.
+/// Processes a cache line at a time, and the remainder pixel by pixel. Prefetches from the next page: on
+/// large pictures the hardware prefetcher alone is too slow.
 template <class Lanes, class Kernel>
 PIXELFORGE_INLINE void ApplyToAll(const Kernel& kernel, const std::byte* source, std::byte* destination,
                                   std::size_t count) noexcept {

@@ -1,4 +1,4 @@
-// Tiling: column coordinates once a strip, row coordinates once a row, then one gather a row.
+// Tiling: computes column coordinates once per strip and row coordinates once per row, then gathers each row.
 #include "post/tile_remap.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 #include <cstring>
 #include <limits>
 
-#include "post/target.h"
+#include "post/vector_path.h"
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -16,7 +16,7 @@
 namespace pixelforge {
 namespace {
 
-/// Columns that are treated at a time; their source columns lie on the stack.
+/// Columns processed at a time; their source columns fit on the stack.
 constexpr std::int32_t kStripColumns = 4096;
 
 constexpr std::size_t kPixelBytes = sizeof(std::uint32_t);
@@ -32,7 +32,7 @@ std::int32_t TruncateSaturated(float value) noexcept {
     return static_cast<std::int32_t>(value);
 }
 
-/// Repeats `size` pixels endlessly in both directions, every second copy mirrored.
+/// Maps a position to 0 .. size - 1 by mirrored repetition.
 std::int32_t FoldMirrored(std::int32_t position, std::int32_t size) noexcept {
     if (position >= 0 && position < size) {
         return position;
@@ -42,8 +42,8 @@ std::int32_t FoldMirrored(std::int32_t position, std::int32_t size) noexcept {
     return distance / size % 2 != 0 ? size - 1 - rest : rest;
 }
 
-/// One direction of the grid. Every step is a single-precision operation of its own, rounded by itself:
-/// their order and rounding decide which source pixel is the nearest.
+/// One direction of the grid. Every step is a separately rounded single-precision operation: order and
+/// rounding decide which source pixel is nearest.
 class TileAxis {
 public:
     TileAxis(std::int32_t outputSize, std::int32_t tiles, std::int32_t frameSize, std::int32_t sourceSize,
@@ -53,13 +53,13 @@ public:
           sourceSize_(sourceSize),
           flipOdd_(flipOdd) {}
 
-    /// The source column (or row) that is shown at an output column (or row).
+    /// The source column (or row) for an output column (or row).
     std::int32_t SourceIndex(std::int32_t position) const noexcept {
         const float inTiles = static_cast<float>(position) / tileSize_;
         const std::int32_t tile = TruncateSaturated(inTiles);
-        // Exact: from 2^24 on a float is a whole number itself, and no position lies beyond the last tile.
+        // Exact: floats of 2^24 and above are integers, and no position lies beyond the last tile.
         const float fraction = inTiles - static_cast<float>(tile);
-        // The multiply-add of the mirrored case is rounded twice, after the product and after the sum.
+        // The mirrored case rounds twice, after the product and after the sum; it must not be fused.
         const bool mirrored = flipOdd_ && tile % 2 != 0;
         const float inside = mirrored ? -fraction * tileSize_ + tileSize_ : fraction * tileSize_;
         return FoldMirrored(TruncateSaturated(inside * frameSize_ / tileSize_ + 0.5F), sourceSize_);

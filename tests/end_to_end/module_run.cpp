@@ -25,10 +25,11 @@ const preview::ModuleLibrary& Module() {
     return module;
 }
 
-ModuleRun::ModuleRun(const std::string& document, const RunOptions& options)
+ModuleRun::ModuleRun(const std::string& document, const RunOptions& options,
+                     const preview::ModuleLibrary& library)
     : firstLine_(Capture().Lines().size()),
       drop_(preview::ShaderDrop::OfDocument(BytesOf(document))),
-      session_(Module(), Named(options, drop_.PlaylistName())) {
+      session_(library, Named(options, drop_.PlaylistName())) {
     session_.Open();
 }
 

@@ -23,7 +23,9 @@ struct RunOptions : preview::SessionOptions {
 
 class ModuleRun {
 public:
-    explicit ModuleRun(const std::string& document, const RunOptions& options = {});
+    /// `library` must outlive the run.
+    explicit ModuleRun(const std::string& document, const RunOptions& options = {},
+                       const preview::ModuleLibrary& library = Module());
 
     preview::HostSession& Session() noexcept { return session_; }
 

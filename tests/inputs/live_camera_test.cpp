@@ -1,4 +1,4 @@
-// The camera's picture in the shader's, and everything that a camera can do wrong.
+// The camera picture in a webcam channel, and every way a camera can fail.
 #include <gtest/gtest.h>
 
 #include "tests/inputs/live_run.h"
@@ -9,17 +9,17 @@ namespace {
 constexpr std::int32_t kWidth = 64;
 constexpr std::int32_t kHeight = 48;
 
-/// The picture, but the first column tells its size.
+/// Draws the webcam channel, except for the first column, which shows the channel's resolution.
 const char* const kBody =
     "c = vec4(texture(iChannel0, p / iResolution.xy).rgb, 1.0);"
     "if (p.x < 1.0) c = vec4(iChannelResolution[0].xy / 2560.0, 0, 1);";
 
 using Colours = std::vector<std::uint32_t>;
 
-const Colours kWhole = {0x0000FF, 0xFFFFFF, 0xFF0000, 0x00FF00};
+const Colours kFullPicture = {0x0000FF, 0xFFFFFF, 0xFF0000, 0x00FF00};
 const Colours kBlack = {0, 0, 0, 0};
 
-/// The colours at the middles of the four quarters: lower left, lower right, upper left, upper right.
+/// The colours at the centres of the four quarters: lower left, lower right, upper left, upper right.
 Colours Quarters(const LiveRun& run) {
     return {run.Pixel(kWidth / 4, kHeight / 4), run.Pixel(kWidth * 3 / 4, kHeight / 4),
             run.Pixel(kWidth / 4, kHeight * 3 / 4), run.Pixel(kWidth * 3 / 4, kHeight * 3 / 4)};
@@ -32,44 +32,47 @@ void ExpectPicture(const std::string& settings, const Colours& quarters) {
     run.DrawUntil([&] { return quarters != kBlack && Quarters(run) == quarters; },
                   quarters == kBlack ? 400 : 6000);
     EXPECT_EQ(Quarters(run), quarters);
-    EXPECT_EQ(run.Pixel(0, 0), 0x804800U) << "1280 by 720";
+    EXPECT_EQ(run.Pixel(0, 0), 0x804800U) << "iChannelResolution is not 1280 x 720";
     run.Close();
-    EXPECT_EQ(AskDouble(L"camera_double.dll", "CameraDoubleObjects"), 0);
+    EXPECT_EQ(CameraObjects(), 0);
 }
 
-TEST(LiveCamera, ShowsTheFirst640x480PixelsOfEveryFormat) {
+TEST(LiveCamera, ShowsFirst640x480PixelsOfEveryFormat) {
     for (const char* form :
-         {"image=32", "image=24", "topdown=1", "image=24;topdown=1", "formats=1280x480,640x960,640x480"})
-        ExpectPicture(form, kWhole);
-    // Twice as large: its lower left part fills the picture. Half as large: it fills a quarter.
+         {"image=32", "image=24", "topdown=1", "image=24;topdown=1", "formats=1280x480,640x960,640x480"}) {
+        ExpectPicture(form, kFullPicture);
+    }
+    // Twice the size: its lower left quarter fills the picture. Half the size: it fills a quarter.
     ExpectPicture("formats=1280x960", {0x0000FF, 0x0000FF, 0x0000FF, 0x0000FF});
     ExpectPicture("formats=320x240", {0x00FF00, 0, 0, 0});
 }
 
-TEST(LiveCamera, StaysOffForAShaderThatDoesNotCompile) {
+TEST(LiveCamera, StaysOffIfTheShaderDoesNotCompile) {
     SetCamera("");
     LiveRun run("webcam", "c = no_such_colour;", kWidth, kHeight);
     EXPECT_EQ(run.Frame(), FrameResult::Failed);
-    EXPECT_EQ(AskDouble(L"camera_double.dll", "CameraDoubleObjects"), 0);
+    EXPECT_EQ(CameraObjects(), 0);
 }
 
-TEST(LiveCamera, NoFaultOfACameraStopsFramesOrLeaks) {
-    // The last one is a byte short of 640 x 480 x 4 and the header.
-    for (const char* fault :
-         {"device=none", "device=nameless", "fail=renderer", "fail=windowless", "fail=config",
-          "fail=position", "fail=camera", "fail=enumpins", "fail=pin", "fail=connect", "fail=run",
-          "fail=image", "null=format", "null=image", "frames=never", "block=0", "block=39", "block=1228839"})
+TEST(LiveCamera, FaultsNeitherStopFramesNorLeak) {
+    // The last block is one byte short of the header and 640 x 480 x 4.
+    for (const char* fault : {"device=none", "device=nameless", "fail=renderer", "fail=windowless",
+                              "fail=config", "fail=position", "fail=camera", "fail=enumpins", "fail=pin",
+                              "fail=connect", "fail=run", "fail=image", "null=format", "null=image",
+                              "frames=never", "block=0", "block=39", "block=1228839"}) {
         ExpectPicture(fault, kBlack);
+    }
     for (const char* harmless : {"fail=enumtypes;formats=640x480", "fail=streamconfig;formats=640x480",
                                  "fail=setformat;formats=640x480,320x240", "fail=getformat", "null=type",
-                                 "formattype=other;formats=640x480", "block=1228840"})
-        ExpectPicture(harmless, kWhole);
+                                 "formattype=other;formats=640x480", "block=1228840"}) {
+        ExpectPicture(harmless, kFullPicture);
+    }
 }
 
-TEST(LiveCamera, PictureChangesOnOneFrameInSixteen) {
+TEST(LiveCamera, PictureChangesOnEverySixteenthFrame) {
     SetCamera("pattern=quadrants");
     LiveRun run("webcam", kBody, kWidth, kHeight);
-    ASSERT_TRUE(run.DrawUntil([&] { return Quarters(run) == kWhole; }, 6000));
+    ASSERT_TRUE(run.DrawUntil([&] { return Quarters(run) == kFullPicture; }, 6000));
     SetCamera("pattern=scene");
     int frames = 0;
     int changes = 0;

@@ -1,4 +1,4 @@
-// What the computer plays, from the device to the picture, and everything that a device can do wrong.
+// Captured sound from the device to the picture, and every way a device can fail.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 namespace pixelforge::test {
 namespace {
 
-/// The sound texture pixel by pixel, for a frame of 512 x 2; black when it has another size.
+/// Draws the 512 x 2 sound texture pixel by pixel; black if it has another size.
 class SoundRun : public LiveRun {
 public:
     SoundRun()
@@ -20,19 +20,20 @@ public:
 
     std::vector<int> Row(std::int32_t y) const {
         std::vector<int> levels;
-        for (std::int32_t x = 0; x < 512; ++x)
+        for (std::int32_t x = 0; x < 512; ++x) {
             levels.push_back(static_cast<int>(Pixel(x, y) >> 16));
+        }
         return levels;
     }
 
-    /// The highest column within 10 of `column`, 0 when they are black. The tilt may lift noise far away.
+    /// The peak within 10 columns of `column`, 0 if they are black. The tilt can raise noise farther away.
     double PeakNear(int column) const {
         const std::vector<int> row = Row(0);
         const auto peak = std::max_element(row.begin() + column - 10, row.begin() + column + 11);
         return *peak > 0 ? static_cast<double>(peak - row.begin()) : 0;
     }
 
-    /// How often the waveform passes its middle.
+    /// How often the waveform crosses its middle.
     int Crossings() const {
         const std::vector<int> wave = Row(1);
         int crossings = 0;
@@ -46,10 +47,10 @@ public:
     }
 };
 
-TEST(LiveSound, ToneAndWaveformShowInThePictureForEveryReadableFormat) {
+TEST(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
     const struct {
         const char* format;
-        int crossings;  ///< of 1 kHz in 512 samples; 0 when nothing can be heard
+        int crossings;  ///< of 1 kHz in 512 samples; 0 if the format is unreadable
     } cases[] = {
         {"bits=32", 21},
         {"bits=16", 21},
@@ -64,7 +65,7 @@ TEST(LiveSound, ToneAndWaveformShowInThePictureForEveryReadableFormat) {
         SCOPED_TRACE(each.format);
         SetSound(std::string("signal=sine;hertz=1000;") + each.format);
         SoundRun run;
-        // 1 kHz of 20 over 512 columns.
+        // 512 columns span 20 kHz.
         const double column = each.crossings > 0 ? 25.6 : 0;
         const auto shows = [&] { return column > 0 && std::abs(run.PeakNear(26) - column) <= 2; };
         EXPECT_EQ(run.DrawUntil(shows, column > 0 ? 5000 : 600), column > 0);
@@ -74,26 +75,26 @@ TEST(LiveSound, ToneAndWaveformShowInThePictureForEveryReadableFormat) {
     }
 }
 
-TEST(LiveSound, NoFaultOfADeviceStopsFramesSpinsOrLeaks) {
+TEST(LiveSound, FaultsNeitherStopFramesNorSpinNorLeak) {
     const struct {
-        double mostCallsInASecond;  ///< that the device may receive; many more mean that the thread spins
+        double maxCallsPerSecond;  ///< to the device; far more mean that the thread spins
         std::vector<const char*> faults;
     } cases[] = {
-        // Tried again every two seconds.
+        // Retried every two seconds.
         {20,
          {"fail=create", "fail=endpoint", "fail=activate", "fail=mixformat", "fail=initialize",
           "fail=service", "fail=start", "null=endpoint", "null=activate", "null=mixformat", "null=service",
           "gone=1"}},
-        // A healthy stream of 100 packets a second takes some 400 calls.
+        // A healthy stream of 100 packets per second takes about 400 calls.
         {700,
          {"fail=stop", "fail=nextpacket", "fail=getbuffer", "fail=releasebuffer", "null=getbuffer",
           "packets=never", "packets=empty", "channels=0;block=4", "block=1", "block=0", "bits=0;block=8",
           "rate=0"}},
-        // A round takes 64 packets, as many as there are.
+        // Each pass reads at most 64 packets.
         {64 * 4 * 60, {"packets=endless"}},
     };
-    const auto calls = [] { return AskDouble(L"sound_double.dll", "SoundDoubleCalls"); };
-    for (const auto& [mostCallsInASecond, faults] : cases) {
+    const auto calls = [] { return DoubleCounter(L"sound_double.dll", "SoundDoubleCalls"); };
+    for (const auto& [maxCallsPerSecond, faults] : cases) {
         for (const char* fault : faults) {
             SCOPED_TRACE(fault);
             SetSound(fault);
@@ -104,14 +105,14 @@ TEST(LiveSound, NoFaultOfADeviceStopsFramesSpinsOrLeaks) {
                 const ULONGLONG start = GetTickCount64();
                 run.DrawFor(500);
                 const double seconds = static_cast<double>(GetTickCount64() - start) / 1000;
-                EXPECT_LT(static_cast<double>(calls() - before) / seconds, mostCallsInASecond);
+                EXPECT_LT(static_cast<double>(calls() - before) / seconds, maxCallsPerSecond);
             }
             EXPECT_EQ(SoundObjects(), 0);
         }
     }
 }
 
-TEST(LiveSound, ADeviceThatWentAwayIsHeardAgainWhenItComesBack) {
+TEST(LiveSound, CaptureResumesWhenALostDeviceReturns) {
     for (const char* fault : {"gone=1", "fail=nextpacket", "fail=getbuffer"}) {
         SCOPED_TRACE(fault);
         SetSound("signal=sine;hertz=1000");
@@ -119,19 +120,19 @@ TEST(LiveSound, ADeviceThatWentAwayIsHeardAgainWhenItComesBack) {
         ASSERT_TRUE(run.DrawUntil([&] { return run.PeakNear(26) > 0; }, 5000));
         SetSound(fault);
         run.DrawFor(1700);
-        EXPECT_EQ(SoundObjects(), 0) << "the lost device is still held";
+        EXPECT_EQ(SoundObjects(), 0) << "the lost device was not released";
         SetSound("signal=sine;hertz=3000");
         EXPECT_TRUE(run.DrawUntil([&] { return std::abs(run.PeakNear(77) - 76.8) <= 2; }, 8000));
     }
 }
 
-TEST(LiveSound, TheDeviceThatBecomesTheDefaultOneIsHeard) {
+TEST(LiveSound, CaptureFollowsTheDefaultDevice) {
     SetSound("signal=sine;hertz=1000");
     SoundRun run;
     ASSERT_TRUE(run.DrawUntil([&] { return run.PeakNear(26) > 0; }, 5000));
     for (const char* unnamed : {"fail=id", "null=id"}) {
         SetSound(std::string("device=headphones;signal=sine;hertz=3000;") + unnamed);
-        EXPECT_FALSE(run.DrawUntil([&] { return run.PeakNear(77) > 0; }, 2500)) << "a device without a name";
+        EXPECT_FALSE(run.DrawUntil([&] { return run.PeakNear(77) > 0; }, 2500)) << "device without an id";
     }
     SetSound("device=headphones;signal=sine;hertz=3000");
     EXPECT_TRUE(run.DrawUntil([&] { return std::abs(run.PeakNear(77) - 76.8) <= 2; }, 10000));

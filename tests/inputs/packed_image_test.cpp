@@ -1,4 +1,4 @@
-// Which snapshots are taken, and where they go.
+// Which snapshots are accepted, and where they are drawn.
 #include "inputs/packed_image.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +11,8 @@
 namespace pixelforge::test {
 namespace {
 
-struct Claim {
+/// A bitmap header, which may lie about the block.
+struct Header {
     std::uint32_t size = 40;
     std::int32_t width = 640;
     std::int32_t height = 480;
@@ -20,31 +21,32 @@ struct Claim {
     std::uint32_t compression = 0;
 };
 
-/// The plan for a block of that many bytes: width and height of the source; upper edge, width and height in
-/// the picture. Nothing when the block is refused.
-std::vector<std::int32_t> Plan(const Claim& claim, std::size_t bytes) {
-    std::vector<std::byte> block(std::max(bytes, sizeof(claim)));
-    std::memcpy(block.data(), &claim, sizeof(claim));
+/// Source width and height; top, width and height in the picture. Empty if a block of `bytes` bytes with this
+/// header is rejected.
+std::vector<std::int32_t> Plan(const Header& header, std::size_t bytes) {
+    std::vector<std::byte> block(std::max(bytes, sizeof(header)));
+    std::memcpy(block.data(), &header, sizeof(header));
     const auto plan = PlanWebcamStretch(std::span(block).first(bytes));
-    if (!plan)
+    if (!plan) {
         return {};
+    }
     return {plan->sourceWidth, plan->sourceHeight, plan->top, plan->width, plan->height};
 }
 
-TEST(PackedImage, WholePlainBitmapsFillTheirPartOfThePictureAndOthersAreRefused) {
-    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-    constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
-    const std::vector<std::int32_t> kWhole = {640, 480, 0, 1280, 720};
+TEST(PackedImage, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
+    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
+    const std::vector<std::int32_t> kFullPicture = {640, 480, 0, 1280, 720};
     const struct {
-        Claim claim;
+        Header header;
         std::size_t bytes;
         std::vector<std::int32_t> plan;
     } cases[] = {
-        {{}, 40 + 640 * 480 * 4, kWhole},
+        {{}, 40 + 640 * 480 * 4, kFullPicture},
         {{}, 40 + 640 * 480 * 4 - 1, {}},
-        {{.height = -480, .bits = 24}, 40 + 640 * 480 * 3, kWhole},
-        {{.bits = 16}, 40 + 640 * 480 * 2, kWhole},
-        {{.width = 1920, .height = 1080}, 40 + 1920 * 1080 * 4, kWhole},
+        {{.height = -480, .bits = 24}, 40 + 640 * 480 * 3, kFullPicture},
+        {{.bits = 16}, 40 + 640 * 480 * 2, kFullPicture},
+        {{.width = 1920, .height = 1080}, 40 + 1920 * 1080 * 4, kFullPicture},
         {{.width = 320, .height = 240}, 40 + 320 * 240 * 4, {320, 240, 360, 640, 360}},
         {{.width = 320, .height = -240}, 40 + 320 * 240 * 4, {320, 240, 0, 640, 360}},
         {{.width = 800, .height = 240}, 40 + 800 * 240 * 4, {640, 240, 360, 1280, 360}},
@@ -57,15 +59,15 @@ TEST(PackedImage, WholePlainBitmapsFillTheirPartOfThePictureAndOthersAreRefused)
         {{.width = 0}, 2000000, {}},
         {{.width = -1}, 2000000, {}},
         {{.height = 0}, 2000000, {}},
-        {{.width = kMost, .height = kMost}, 2000000, {}},
-        {{.width = kMost, .height = kLeast}, 2000000, {}},
+        {{.width = kMax, .height = kMax}, 2000000, {}},
+        {{.width = kMax, .height = kMin}, 2000000, {}},
         {{}, 39, {}},
         {{}, 0, {}},
     };
     for (const auto& each : cases) {
-        EXPECT_EQ(Plan(each.claim, each.bytes), each.plan)
-            << each.claim.width << " x " << each.claim.height << ", " << each.claim.bits << " bits in "
-            << each.bytes;
+        EXPECT_EQ(Plan(each.header, each.bytes), each.plan)
+            << each.header.width << " x " << each.header.height << ", " << each.header.bits << " bits in "
+            << each.bytes << " bytes";
     }
 }
 

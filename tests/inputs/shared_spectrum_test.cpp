@@ -1,4 +1,4 @@
-// One thread writes the spectrum, others read it.
+// One thread publishes the spectrum while another reads it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -11,7 +11,7 @@
 namespace pixelforge::test {
 namespace {
 
-TEST(SharedSpectrum, AReaderSeesWholeSetsOnly) {
+TEST(SharedSpectrum, ReadersNeverSeeTornData) {
     SetSound("packets=never");
     ASSERT_EQ(StartAudioCapture(), 1);
     std::atomic<bool> stop{false};

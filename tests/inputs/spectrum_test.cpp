@@ -1,4 +1,4 @@
-// The sound analysis against its plain transcription.
+// The sound analysis against its reference implementation.
 #include "inputs/spectrum.h"
 
 #include <gtest/gtest.h>
@@ -10,8 +10,7 @@
 #include <random>
 #include <vector>
 
-#include "inputs/sample_format.h"
-#include "tests/inputs/literal_spectrum.h"
+#include "tests/inputs/reference_spectrum.h"
 
 namespace pixelforge::test {
 namespace {
@@ -19,7 +18,7 @@ namespace {
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-/// Of full scale 1, at frame `n`.
+/// Full scale is 1.
 float Tone(std::size_t n) {
     return static_cast<float>(0.5 * std::sin(0.13 * static_cast<double>(n)));
 }
@@ -35,11 +34,11 @@ struct Signal {
 };
 
 const Signal kSignals[] = {
-    {"silence", [](auto) { return 0.F; }},
+    {"silence", [](auto) { return 0.0F; }},
     {"tone", Tone},
     {"two tones", [](auto n) { return Tone(n) + 0.2F * Tone(9 * n); }},
     {"noise", Noise},
-    {"clipping", [](auto n) { return std::clamp(8 * Tone(n), -1.F, 1.F); }},
+    {"clipping", [](auto n) { return std::clamp(8 * Tone(n), -1.0F, 1.0F); }},
     {"constant", [](auto) { return 0.25F; }},
     {"silence after sound", [](auto n) { return n < 6000 ? Tone(n) : 0; }},
     {"constant after sound", [](auto n) { return n < 6000 ? Tone(n) : 0.4F; }},
@@ -53,7 +52,7 @@ const Signal kSignals[] = {
                                                         : Tone(n); }},
 };
 
-/// The second channel is the first one at less than its half, others are silent.
+/// The second channel is the first at 30 %, further channels are silent.
 std::vector<std::byte> Frames(const SampleFormat& format, const Signal& signal, std::size_t count) {
     std::vector<std::byte> bytes(count * format.frameBytes + 8);
     for (std::size_t n = 0; n < count; ++n) {
@@ -65,7 +64,7 @@ std::vector<std::byte> Frames(const SampleFormat& format, const Signal& signal, 
             if (format.bitsPerSample == 32) {
                 std::memcpy(frame + 4 * channel, &value, 4);
             } else {
-                const float scaled = std::isnan(value) ? 0 : std::clamp(value * 32767, -32768.F, 32767.F);
+                const float scaled = std::isnan(value) ? 0 : std::clamp(value * 32767, -32768.0F, 32767.0F);
                 const auto sample = static_cast<std::int16_t>(scaled);
                 std::memcpy(frame + 2 * channel, &sample, 2);
             }
@@ -74,26 +73,28 @@ std::vector<std::byte> Frames(const SampleFormat& format, const Signal& signal, 
     return bytes;
 }
 
-/// Feeds the analysis as the capture does: whole packets, cut where the ring ends.
+/// Feeds the analysis as the capture thread does: packet by packet, split where the ring ends.
 std::vector<SpectrumBytes> Analyse(SpectrumState& state, const SampleFormat& format, const std::byte* frames,
                                    std::size_t count, std::size_t packetFrames) {
     std::vector<SpectrumBytes> steps;
     for (std::size_t n = 0; n < count;) {
         const std::size_t packetEnd = std::min(count, (n / packetFrames + 1) * packetFrames);
         const std::span<double> room = FreeRing(state);
-        const std::size_t taken = std::min(room.size(), packetEnd - n);
-        ConvertFrames(format, frames + n * format.frameBytes, room.first(taken));
-        n += taken;
-        if (AdvanceRing(state, taken))
+        const std::size_t converted = std::min(room.size(), packetEnd - n);
+        ConvertFrames(format, frames + n * format.frameBytes, room.first(converted));
+        n += converted;
+        if (AdvanceRing(state, converted)) {
             steps.push_back(RunSpectrumStep(state));
+        }
     }
     return steps;
 }
 
-void ExpectEqualAverages(const SpectrumState& state, const LiteralSpectrum& literal) {
+void ExpectEqualAverages(const SpectrumState& state, const ReferenceSpectrum& reference) {
     for (std::size_t i = 0; i < 512; ++i) {
-        const bool bothNan = std::isnan(state.binAverage[i]) && std::isnan(literal.average[i]);
-        ASSERT_TRUE(bothNan || state.binAverage[i] == literal.average[i]) << "to the last bit, column " << i;
+        const bool bothNan = std::isnan(state.binAverage[i]) && std::isnan(reference.average[i]);
+        ASSERT_TRUE(bothNan || state.binAverage[i] == reference.average[i])
+            << "column " << i << ": " << state.binAverage[i] << ", expected " << reference.average[i];
     }
 }
 
@@ -104,25 +105,25 @@ void ExpectEqualAnalyses(const SampleFormat& format, const Signal& signal, std::
                                     << " bits, " << format.channels << " channels, packets of "
                                     << packetFrames);
     const std::vector<std::byte> bytes = Frames(format, signal, kFrames);
-    LiteralSpectrum literal(format.rate);
-    literal.linearSpectrum = linear;
-    literal.Add(format, bytes.data(), kFrames);
+    ReferenceSpectrum reference(format.rate);
+    reference.linearSpectrum = linear;
+    reference.Add(format, bytes.data(), kFrames);
     SpectrumState state;
     SetCaptureRate(state, format.rate);
     state.linearSpectrum = linear;
-    ASSERT_EQ(Analyse(state, format, bytes.data(), kFrames, packetFrames), literal.steps);
-    ASSERT_EQ(state.binsTo20k, literal.binsTo20k);
-    ExpectEqualAverages(state, literal);
+    ASSERT_EQ(Analyse(state, format, bytes.data(), kFrames, packetFrames), reference.steps);
+    ASSERT_EQ(state.binsTo20k, reference.binsTo20k);
+    ExpectEqualAverages(state, reference);
 }
 
-TEST(Spectrum, EqualsItsTranscriptionOnEverySignalRateFormatAndPacketSize) {
+TEST(Spectrum, MatchesReferenceForEverySignalRateFormatAndPacketSize) {
     const SampleFormat forms[] = {{0, 16, 1, 2}, {0, 16, 2, 4}, {0, 32, 2, 8}, {0, 32, 6, 24}, {0, 16, 2, 7}};
     const std::size_t packets[] = {480, 1, 7, 441, 1024, 15000};
     std::size_t turn = 0;
-    // Below 20 kHz columns wrap around the transform's end.
+    // Below 20 kHz columns wrap past the end of the transform.
     for (const double rate : {22050.0, 44100.0, 48000.0, 96000.0, 8000.0}) {
         for (const Signal& signal : kSignals) {
-            // Every signal as stereo floats, the others in turn.
+            // Every signal as stereo floats and in one of the formats, in rotation.
             for (SampleFormat format : {forms[2], forms[turn % std::size(forms)]}) {
                 format.rate = rate;
                 const std::size_t packetFrames = packets[turn++ % std::size(packets)];
@@ -131,45 +132,49 @@ TEST(Spectrum, EqualsItsTranscriptionOnEverySignalRateFormatAndPacketSize) {
         }
         ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[1], 480, 1));
     }
-    // No number of bins, none at all, and half a one.
-    for (const double rate : {0.0, 1e-9, 1e9, 2.048e7 * 2})
+    // Bin counts that are infinite, too large, below 1 and exactly 0.5.
+    for (const double rate : {0.0, 1e-9, 1e9, 2.048e7 * 2}) {
         ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[1], 480, 0));
+    }
 }
 
-TEST(Spectrum, LongSilenceEndsAsTheTranscriptionDoes) {
+TEST(Spectrum, MatchesReferenceThroughLongSilence) {
     constexpr std::size_t kFrames = 1024 * 200;
     const SampleFormat format = {48000, 16, 1, 2};
     const std::vector<std::byte> silence(2 * kFrames);
     for (const double peak : {1e-300, 1e-321}) {
         SpectrumState state;
         SetCaptureRate(state, format.rate);
-        LiteralSpectrum literal(format.rate);
-        for (std::size_t i = 0; i < 512; ++i)
-            state.binAverage[i] = literal.average[i] = 1e-316 / static_cast<double>(1 + i % 7);
-        state.spectrumPeak = literal.spectrumPeak = peak;
-        literal.Add(format, silence.data(), kFrames);
-        ASSERT_EQ(Analyse(state, format, silence.data(), kFrames, 1024), literal.steps);
-        ExpectEqualAverages(state, literal);
+        ReferenceSpectrum reference(format.rate);
+        for (std::size_t i = 0; i < 512; ++i) {
+            state.binAverage[i] = reference.average[i] = 1e-316 / static_cast<double>(1 + i % 7);
+        }
+        state.spectrumPeak = reference.spectrumPeak = peak;
+        reference.Add(format, silence.data(), kFrames);
+        ASSERT_EQ(Analyse(state, format, silence.data(), kFrames, 1024), reference.steps);
+        ExpectEqualAverages(state, reference);
         EXPECT_TRUE(state.averagesSettled);
         EXPECT_GT(state.binAverage[7], 0);
     }
 }
 
-TEST(Spectrum, SilenceIsBlackAndAFlatWaveIsWhite) {
+TEST(Spectrum, SilenceGivesBlackSpectrumAndWhiteWaveform) {
     SpectrumState state;
     const SpectrumBytes bytes = RunSpectrumStep(state);
     EXPECT_TRUE(std::all_of(bytes.begin(), bytes.begin() + 512, [](int byte) { return byte == 0; }));
     EXPECT_TRUE(std::all_of(bytes.begin() + 512, bytes.end(), [](int byte) { return byte == 255; }));
 }
 
-TEST(SampleFormat, UnreadableFormsAreRefused) {
+TEST(SampleFormat, AcceptsOnlyReadableFormats) {
     const SampleFormat readable[] = {{0, 16, 1, 2}, {0, 16, 6, 2}, {0, 16, 2, 5}, {0, 32, 6, 24}};
-    const SampleFormat refused[] = {{0, 8, 2, 2},  {0, 24, 2, 6}, {0, 64, 2, 16}, {0, 0, 2, 4},
-                                    {0, 16, 0, 4}, {0, 16, 1, 1}, {0, 32, 2, 4},  {0, 32, 1, 0}};
-    for (const SampleFormat& format : readable)
+    const SampleFormat unreadable[] = {{0, 8, 2, 2},  {0, 24, 2, 6}, {0, 64, 2, 16}, {0, 0, 2, 4},
+                                       {0, 16, 0, 4}, {0, 16, 1, 1}, {0, 32, 2, 4},  {0, 32, 1, 0}};
+    for (const SampleFormat& format : readable) {
         EXPECT_TRUE(IsReadable(format)) << format.bitsPerSample << " bits in " << format.frameBytes;
-    for (const SampleFormat& format : refused)
+    }
+    for (const SampleFormat& format : unreadable) {
         EXPECT_FALSE(IsReadable(format)) << format.bitsPerSample << " bits in " << format.frameBytes;
+    }
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Hundreds of loads and thousands of frames in one process: nothing may pile up.
+// Hundreds of loads and thousands of frames in one process must not leak.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -30,31 +30,31 @@
 namespace pixelforge::test {
 namespace {
 
-/// The memory is what is resident, the handles are those of kernel objects, the names are those of all kinds
-/// in one GL context, or 0 without one.
+/// Working set; kernel handles; GDI objects; GL object names of all kinds in one context, 0 without a
+/// context.
 enum Resource { kKilobytes, kHandles, kGdiObjects, kGlNames };
 constexpr const char* kResourceNames[] = {"KB", "handles", "GDI objects", "GL names"};
 
 /// Indexed by `Resource`.
 using ProcessUsage = std::array<std::int64_t, 4>;
 
-/// A handle's low word is its slot. So many new objects fill every free slot, and the highest slot then tells
-/// how many others there are.
+/// A handle's low word is its slot. Enough new brushes leave no slot free, so that the highest slot is the
+/// total number of objects.
 std::int64_t CountGdiObjects() {
-    constexpr std::int64_t kMoreThanFree = 4000;
+    constexpr std::int64_t kBrushes = 4000;
     std::vector<UniqueBrush> brushes;
     std::int64_t highest = 0;
-    for (std::int64_t i = 0; i < kMoreThanFree; ++i) {
+    for (std::int64_t i = 0; i < kBrushes; ++i) {
         brushes.emplace_back(CreateSolidBrush(RGB(1, 2, 3)));
         const auto handle = reinterpret_cast<std::uintptr_t>(brushes.back().Get());
         highest = std::max(highest, static_cast<std::int64_t>(handle & 0xFFFF));
     }
-    return highest - kMoreThanFree;
+    return highest - kBrushes;
 }
 
-/// Names are handed out from 1 on without gaps, and given back ones again.
+/// The driver assigns names from 1 without gaps and reuses freed ones.
 std::int64_t CountGlNames() {
-    constexpr GLuint kHighestLookedAt = 20000;
+    constexpr GLuint kHighestName = 20000;
     using IsName = GLboolean(APIENTRY*)(GLuint);
     std::vector<IsName> kinds = {glIsTexture};
     for (const char* entry :
@@ -63,7 +63,7 @@ std::int64_t CountGlNames() {
     }
     std::int64_t count = 0;
     for (const IsName isName : kinds) {
-        for (GLuint name = 1; name <= kHighestLookedAt; ++name) {
+        for (GLuint name = 1; name <= kHighestName; ++name) {
             count += isName(name) ? 1 : 0;
         }
     }
@@ -77,15 +77,15 @@ std::int64_t CountGlNamesOf(HWND window, HGLRC context) {
     return count;
 }
 
-/// Measured in ways that also work where the system's own counters always say 0. `context` may be null; it is
-/// current only during the call, on `window`.
+/// Avoids the system's own counters, which are always 0 under Wine. `context` may be null; it is current on
+/// `window` only during the call.
 ProcessUsage MeasureUsage(HWND window = nullptr, HGLRC context = nullptr) {
     GdiFlush();
     return {static_cast<std::int64_t>(WorkingSetBytes() / 1024), static_cast<std::int64_t>(OpenHandles()),
             CountGdiObjects(), context ? CountGlNamesOf(window, context) : 0};
 }
 
-/// Flat targets that are read, mipmaps and the keyboard.
+/// A buffer with feedback and mipmaps, and the keyboard.
 std::string Document() {
     return DocumentBuilder()
         .Buffer(
@@ -95,62 +95,59 @@ std::string Document() {
         .Json();
 }
 
-/// What may come and go by itself between two measurements.
+/// Normal fluctuation between two measurements.
 constexpr ProcessUsage kTolerance = {8 * 1024, 4, 16, 0};
 
 template <class Object>
-Microsoft::WRL::ComPtr<Object> TryToMake(const CLSID& kind) {
+Microsoft::WRL::ComPtr<Object> TryCreate(const CLSID& id) {
     Microsoft::WRL::ComPtr<Object> object;
-    CoCreateInstance(kind, nullptr, CLSCTX_ALL, IID_PPV_ARGS(&object));
+    CoCreateInstance(id, nullptr, CLSCTX_ALL, IID_PPV_ARGS(&object));
     return object;
 }
 
-void SearchForSound() {
-    TryToMake<IUnknown>(__uuidof(MMDeviceEnumerator));
+void SearchForSoundDevice() {
+    TryCreate<IUnknown>(__uuidof(MMDeviceEnumerator));
 }
 
-void SearchForACamera() {
-    CoInitialize(nullptr);
-    {
-        const auto graph = TryToMake<IUnknown>(CLSID_FilterGraph);
-        const auto renderer = TryToMake<IUnknown>(CLSID_VideoMixingRenderer);
-        const auto devices = TryToMake<ICreateDevEnum>(CLSID_SystemDeviceEnum);
-        Microsoft::WRL::ComPtr<IEnumMoniker> cameras;
-        if (devices) {
-            devices->CreateClassEnumerator(CLSID_VideoInputDeviceCategory, &cameras, 0);
-        }
+void SearchForCamera() {
+    const ComApartment apartment;
+    const auto graph = TryCreate<IUnknown>(CLSID_FilterGraph);
+    const auto renderer = TryCreate<IUnknown>(CLSID_VideoMixingRenderer);
+    const auto devices = TryCreate<ICreateDevEnum>(CLSID_SystemDeviceEnum);
+    Microsoft::WRL::ComPtr<IEnumMoniker> cameras;
+    if (devices) {
+        devices->CreateClassEnumerator(CLSID_VideoInputDeviceCategory, &cameras, 0);
     }
-    CoUninitialize();
 }
 
-/// Some systems keep handles of every object of a kind, or of every try to make one: how many of each, when
-/// nothing of ours is in it.
-std::int64_t HandlesThatTheSystemKeepsOf(void (*search)()) {
+/// Some systems leak handles with every object they create or fail to create. Returns how many per search,
+/// without any code of ours.
+std::int64_t SystemHandlesLeakedPer(void (*search)()) {
     constexpr int kSearches = 50;
     std::int64_t before = 0;
     for (int i = 0; i <= kSearches; ++i) {
         search();
-        // The first one loads what later ones share.
+        // The first search loads what later ones share.
         before = i == 0 ? static_cast<std::int64_t>(OpenHandles()) : before;
     }
-    // Meanwhile others come and go.
+    // Rounded, because unrelated handles come and go meanwhile.
     return std::lround(static_cast<double>(static_cast<std::int64_t>(OpenHandles()) - before) / kSearches);
 }
 
-/// What the process holds, and since when.
+/// Resource usage at the start of a measurement.
 struct Start {
     ProcessUsage usage = {};
     std::chrono::steady_clock::time_point time = {};
 };
 
-/// `cameraSearches` is the number of times that the module looked for a camera.
+/// `cameraSearches` is how often the module searched for a camera.
 void ExpectFlat(const Start& start, const ProcessUsage& now, int cameraSearches = 0) {
     const auto time = std::chrono::steady_clock::now() - start.time;
-    // Without a sound device the module looks for one every two seconds.
+    // Without a sound device, the module searches for one every two seconds.
     const std::int64_t searches = time / std::chrono::seconds(2) + 1;
     ProcessUsage allowed = kTolerance;
-    allowed[kHandles] += searches * HandlesThatTheSystemKeepsOf(SearchForSound) +
-                         cameraSearches * HandlesThatTheSystemKeepsOf(SearchForACamera);
+    allowed[kHandles] += searches * SystemHandlesLeakedPer(SearchForSoundDevice) +
+                         cameraSearches * SystemHandlesLeakedPer(SearchForCamera);
     for (const Resource resource : {kKilobytes, kHandles, kGdiObjects, kGlNames}) {
         const std::int64_t grown = now[resource] - start.usage[resource];
         std::printf("%lld more %s, %lld allowed\n", static_cast<long long>(grown), kResourceNames[resource],
@@ -163,7 +160,7 @@ ProcessUsage UsageOf(ModuleRun& run) {
     return MeasureUsage(run.Session().Window().Handle(), run.Session().Instance()->renderer->context);
 }
 
-TEST(Soak, PlantedLeaksAreSeen) {
+TEST(Soak, DetectsPlantedLeaks) {
     ModuleRun run(Document());
     ASSERT_EQ(run.Frames(3), FrameResult::Drawn) << run.Words();
     static std::vector<char> memory;
@@ -191,7 +188,7 @@ TEST(Soak, PlantedLeaksAreSeen) {
     }
 }
 
-/// Measures around `loads` calls behind a few that warm up.
+/// Measures `loads` calls after a few for warm-up.
 template <class Load>
 void ExpectFlatOver(int loads, Load load, int cameraSearches = 0) {
     constexpr int kWarmUp = 20;
@@ -205,7 +202,7 @@ void ExpectFlatOver(int loads, Load load, int cameraSearches = 0) {
     ExpectFlat(start, MeasureUsage(), cameraSearches);
 }
 
-TEST(Soak, FiveHundredLoadsLeaveNothingBehind) {
+TEST(Soak, FiveHundredLoadsDoNotLeak) {
     const std::string document = Document();
     const std::string broken = DocumentBuilder().Image("no GLSL at all").Json();
     ExpectFlatOver(500, [&](int number) {
@@ -215,10 +212,10 @@ TEST(Soak, FiveHundredLoadsLeaveNothingBehind) {
     });
 }
 
-/// One load's pictures take 800 KB.
-TEST(Soak, TwoHundredLoadsOfEveryKindOfInputLeaveNothingBehind) {
+/// The pictures of one load occupy 800 KB.
+TEST(Soak, TwoHundredLoadsOfEveryInputKindDoNotLeak) {
     constexpr int kLoads = 200;
-    // The examples name their media from their own folder.
+    // Media paths in the examples are relative to their folder.
     std::filesystem::current_path(PIXELFORGE_SOURCE_DIR "/examples");
     std::ifstream file("kinds.json", std::ios::binary);
     const std::string document{std::istreambuf_iterator<char>(file), {}};
@@ -227,11 +224,11 @@ TEST(Soak, TwoHundredLoadsOfEveryKindOfInputLeaveNothingBehind) {
         ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
         ASSERT_EQ(run.Words().find("stays empty"), std::string::npos) << run.Words();
     };
-    // A webcam channel looks for the camera at each load.
+    // A webcam channel searches for the camera at each load.
     ExpectFlatOver(kLoads, load, kLoads);
 }
 
-/// Gives window, bitmap and draw record another size; the module follows the window.
+/// Resizes window, bitmap and draw record; the module follows the window.
 std::unique_ptr<preview::HostSurface> Resize(ModuleRun& run, std::int32_t width, std::int32_t height) {
     auto surface = std::make_unique<preview::HostSurface>(width, height);
     DrawContext& context = run.Session().Context();
@@ -242,7 +239,7 @@ std::unique_ptr<preview::HostSurface> Resize(ModuleRun& run, std::int32_t width,
     return surface;
 }
 
-TEST(Soak, TenThousandFramesWithResizesLeaveNothingBehind) {
+TEST(Soak, TenThousandFramesWithResizesDoNotLeak) {
     constexpr int kFrames = 10000;
     constexpr int kFramesPerSize = 100;
     constexpr int kWarmUp = 1000;

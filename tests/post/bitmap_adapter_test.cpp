@@ -1,4 +1,4 @@
-// Which `BITMAP` records the kernels may run over.
+// Which `BITMAP` records the kernels accept.
 #include "post/bitmap_adapter.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 namespace pixelforge {
 namespace {
 
-TEST(BitmapAdapter, RefusesWhatIsNoPictureOfWords) {
+TEST(BitmapAdapter, AcceptsOnly32BitPictures) {
     std::uint32_t pixels[30] = {};
     const BITMAP words = {0, 6, 5, 24, 1, 32, pixels};
     const BITMAP small = {0, 3, 7, 12, 1, 32, pixels};

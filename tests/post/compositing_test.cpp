@@ -1,10 +1,10 @@
-// Foreground and level kernels against their formulas, on every code path.
+// Foreground and level kernels against their reference implementations, on every code path.
 #include "post/compositing.h"
 
 #include <gtest/gtest.h>
 
+#include "tests/post/reference_kernels.h"
 #include "tests/post/test_pixels.h"
-#include "tests/post/transcription.h"
 
 namespace pixelforge {
 namespace {
@@ -13,7 +13,7 @@ using Pixels = std::vector<std::uint32_t>;
 
 constexpr std::uint32_t kDivisors[] = {1, 2, 3, 7, 16, 255, 256, 764, 765, 766, 0x7FFFFFFF, 0xFFFFFFFF};
 
-TEST(Compositing, EqualsItsFormulasOnEveryPathSizeAndAlignment) {
+TEST(Compositing, MatchesReferenceOnEveryPathSizeAndAlignment) {
     Random random(1);
     for (std::uint32_t round = 0; round < 600; ++round) {
         const std::uint32_t count = round < 70 ? round + 1 : 1 + random() % 5000;
@@ -21,9 +21,9 @@ TEST(Compositing, EqualsItsFormulasOnEveryPathSizeAndAlignment) {
         const Pixels host = RandomPixels(random, count);
         const std::uint32_t divisor = kDivisors[round % std::size(kDivisors)];
         std::vector<Pixels> expected(3, host);
-        transcription::ForegroundCopy(source.data(), expected[0].data(), count);
-        transcription::LevelCopy(source.data(), expected[1].data(), count, divisor, 0);
-        transcription::LevelCopy(source.data(), expected[2].data(), count, divisor, -5);
+        reference::ForegroundCopy(source.data(), expected[0].data(), count);
+        reference::LevelCopy(source.data(), expected[1].data(), count, divisor, 0);
+        reference::LevelCopy(source.data(), expected[2].data(), count, divisor, -5);
         for (const VectorPath path : AvailablePaths()) {
             GuardedPixels from(source, random() % 33);
             const std::size_t misalignment = random() % 33;
@@ -58,7 +58,7 @@ TEST(LevelCopy, DividesEverySumByEveryDivisorExactly) {
     }
 }
 
-TEST(Compositing, RefusesInvalidArgumentsUntouched) {
+TEST(Compositing, RejectsInvalidArgumentsWithoutWriting) {
     const std::uint32_t source[] = {0xFFFFFF};
     std::uint32_t out[] = {42};
     EXPECT_EQ(ForegroundCopy(nullptr, out, 1) | ForegroundCopy(source, nullptr, 1), 0);

@@ -1,4 +1,4 @@
-// Pixels for the kernel tests: random pictures, guarded buffers at any alignment, every code path.
+// Helpers for the kernel tests: random pictures, guarded buffers at any alignment, all code paths.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace pixelforge {
 /// The same sequence on every run and in every build.
 using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
 
-/// A third of the pixels black with random alpha, a third with one dark channel, the rest anything.
+/// One third black with random alpha, one third with a single dark channel, the rest arbitrary.
 inline std::vector<std::uint32_t> RandomPixels(Random& random, std::size_t count) {
     std::vector<std::uint32_t> pixels(count);
     for (std::uint32_t& pixel : pixels) {
@@ -32,8 +32,7 @@ inline std::vector<VectorPath> AvailablePaths() {
     return paths;
 }
 
-/// A copy of some pixels at a chosen byte alignment between guard bytes. Two are equal when the guards are
-/// too.
+/// A copy of pixels at a chosen byte alignment, between guard bytes. Equality includes the guards.
 class GuardedPixels {
 public:
     GuardedPixels(const std::vector<std::uint32_t>& pixels, std::size_t misalignment)

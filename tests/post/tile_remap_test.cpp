@@ -1,12 +1,12 @@
-// Tiling against its formula, on every code path.
+// Tiling against its reference implementation, on every code path.
 #include "post/tile_remap.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 
+#include "tests/post/reference_kernels.h"
 #include "tests/post/test_pixels.h"
-#include "tests/post/transcription.h"
 
 namespace pixelforge {
 namespace {
@@ -20,8 +20,8 @@ struct Size {
 void ExpectEqualsFormula(Random& random, Size output, Size input, const TileGrid& grid) {
     const std::vector<std::uint32_t> source = RandomPixels(random, input.Area());
     std::vector<std::uint32_t> expected(output.Area());
-    transcription::TileRemap({expected.data(), output.width, output.height},
-                             {source.data(), input.width, input.height}, grid);
+    reference::TileRemap({expected.data(), output.width, output.height},
+                         {source.data(), input.width, input.height}, grid);
     for (const VectorPath path : AvailablePaths()) {
         const std::size_t misalignment = random() % 33;
         GuardedPixels from(source, random() % 33);
@@ -40,8 +40,8 @@ std::int32_t Between(Random& random, std::int32_t low, std::int32_t high) {
     return low + static_cast<std::int32_t>(random() % static_cast<std::uint32_t>(high - low + 1));
 }
 
-// A third are single rows or columns as long as displays are: there the roundings decide, beside tile edges.
-TEST(TileRemap, EqualsItsFormulaOnRandomPictures) {
+// One third are single rows or columns of display length, where rounding matters next to tile edges.
+TEST(TileRemap, MatchesReferenceOnRandomPictures) {
     Random random(2);
     const auto anySize = [&random] {
         const Size sizes[] = {{Between(random, 1, 300), Between(random, 1, 300)},
@@ -60,7 +60,7 @@ TEST(TileRemap, EqualsItsFormulaOnRandomPictures) {
     }
 }
 
-TEST(TileRemap, EqualsItsFormulaOnExtremeNumbers) {
+TEST(TileRemap, MatchesReferenceOnExtremeSizes) {
     Random random(4);
     const std::int32_t extremes[] = {INT_MIN, INT_MIN + 1, -65537, -300,    -1,       0,           1,
                                      2,       299,         65536,  1000003, 16777217, INT_MAX - 1, INT_MAX};
@@ -74,7 +74,7 @@ TEST(TileRemap, EqualsItsFormulaOnExtremeNumbers) {
     }
 }
 
-TEST(TileRemap, RefusesInvalidArgumentsUntouched) {
+TEST(TileRemap, RejectsInvalidArgumentsWithoutWriting) {
     const std::uint32_t source = 7;
     std::uint32_t out = 42;
     for (const std::int32_t bad : {0, -1, INT_MIN}) {
@@ -82,7 +82,7 @@ TEST(TileRemap, RefusesInvalidArgumentsUntouched) {
             std::int32_t n[6] = {1, 1, 1, 1, 1, 1};
             n[place] = bad;
             EXPECT_EQ(TileRemap({&out, n[0], n[1]}, {&source, n[2], n[3]}, {1, 1, n[4], n[5], 0}), 0)
-                << bad << " in place " << place;
+                << bad << " as argument " << place;
         }
     }
     EXPECT_EQ(TileRemap({nullptr, 1, 1}, {&source, 1, 1}, {1, 1, 1, 1, 0}), 0);

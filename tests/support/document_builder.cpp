@@ -1,4 +1,4 @@
-// Writing of test documents.
+// JSON output of test documents.
 #include "tests/support/document_builder.h"
 
 #include <cstdio>
@@ -11,8 +11,9 @@ std::string Quoted(std::string_view text) {
     std::string quoted = "\"";
     for (const char c : text) {
         char escape[8] = {c};
-        if (c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20)
+        if (c == '"' || c == '\\' || static_cast<unsigned char>(c) < 0x20) {
             std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned>(c));
+        }
         quoted += escape;
     }
     return quoted + "\"";
@@ -28,8 +29,9 @@ std::string InputJson(const Input& input) {
 template <class Item, class ToJson>
 std::string List(const std::vector<Item>& items, ToJson toJson) {
     std::string text;
-    for (const Item& item : items)
+    for (const Item& item : items) {
         text += (text.empty() ? "" : ",") + toJson(item);
+    }
     return "[" + text + "]";
 }
 

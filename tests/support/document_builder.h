@@ -1,4 +1,4 @@
-// Writes shader documents for tests: the whole JSON form, with only what matters given by the test.
+// Builds the JSON of shader documents for tests, which specify only what matters to them.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace pixelforge::test {
 
-/// One input of a pass. The ids of buffers are 257 to 260 for Buffer A to D, 41 for Cube A.
+/// One input of a pass. Ids of passes: 257 to 260 for Buffer A to D, 41 for Cube A.
 struct Input {
     int channel = 0;
     std::string ctype = "buffer";
@@ -37,7 +37,7 @@ private:
     std::vector<std::string> passes_;
 };
 
-/// A `mainImage` whose body is `body`; the output variable is `c`, the coordinate `p`.
+/// A `mainImage` function with the given body; the output colour is `c`, the coordinate `p`.
 std::string MainImage(std::string_view body);
 
 }  // namespace pixelforge::test

@@ -1,4 +1,4 @@
-// What a person or a test wants of a device's stand-in: an environment variable of "key=value" parts.
+// Settings of a device double: an environment variable of "key=value" parts, separated by semicolons.
 #pragma once
 
 #include <windows.h>
@@ -8,7 +8,7 @@
 
 namespace pixelforge::test {
 
-/// Read anew whenever asked for, so that a test changes a device while it runs.
+/// Constructed anew for every call, so that a test can change a device while it runs.
 class DoubleSettings {
 public:
     explicit DoubleSettings(const char* variable) {
@@ -17,19 +17,20 @@ public:
         parts_ = ";" + std::string(text, length < sizeof(text) ? length : 0) + ";";
     }
 
-    /// The text behind "key=", `otherwise` without that key.
-    std::string Text(std::string_view key, const char* otherwise = "") const {
+    /// The value of `key`, or `fallback` if there is none.
+    std::string Text(std::string_view key, const char* fallback = "") const {
         const std::string start = ";" + std::string(key) + "=";
         const std::size_t found = parts_.find(start);
-        if (found == std::string::npos)
-            return otherwise;
+        if (found == std::string::npos) {
+            return fallback;
+        }
         const std::size_t value = found + start.size();
         return parts_.substr(value, parts_.find(';', value) - value);
     }
 
-    double Number(std::string_view key, double otherwise) const {
+    double Number(std::string_view key, double fallback) const {
         const std::string text = Text(key);
-        return text.empty() ? otherwise : std::atof(text.c_str());
+        return text.empty() ? fallback : std::atof(text.c_str());
     }
 
     bool Is(std::string_view key, std::string_view value) const { return Text(key) == value; }

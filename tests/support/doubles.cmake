@@ -1,4 +1,4 @@
-# Device doubles: DLLs with COM classes that a manifest beside a program puts in place of the system's.
+# Device doubles: DLLs whose COM classes replace the system's, by means of a manifest next to a program.
 
 # pixelforge_device_double(<name> SOURCES ... [LINK libraries])
 function(pixelforge_device_double name)
@@ -23,7 +23,7 @@ if(WIN32)
   add_subdirectory("${CMAKE_CURRENT_LIST_DIR}/sound_double" sound_double)
   add_subdirectory("${CMAKE_CURRENT_LIST_DIR}/camera_double" camera_double)
 
-  # A copy of `preview` that uses the doubles, for people: see docs/doubles.md.
+  # A copy of `preview` with the doubles, for manual use: see docs/doubles.md.
   set(doubles_folder "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/doubles")
   add_custom_target(preview_with_doubles
     COMMAND "${CMAKE_COMMAND}" -E make_directory "${doubles_folder}"

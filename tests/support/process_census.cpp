@@ -1,4 +1,4 @@
-// Counting by the system's own lists: the usual calls answer 0 under Wine.
+// Counts from system-wide lists: the per-process calls return 0 under Wine.
 #include "tests/support/process_census.h"
 
 #include <windows.h>
@@ -38,8 +38,9 @@ std::size_t OpenHandles() {
             GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
     std::vector<std::uint64_t> block(1U << 20);
     ULONG size = 0;
-    if (query(kExtendedHandleInformation, block.data(), static_cast<ULONG>(block.size() * 8), &size) != 0)
+    if (query(kExtendedHandleInformation, block.data(), static_cast<ULONG>(block.size() * 8), &size) != 0) {
         return 0;
+    }
     const auto* list = reinterpret_cast<const HandleList*>(block.data());
     return static_cast<std::size_t>(
         std::count_if(list->entries, list->entries + list->count,
@@ -51,8 +52,10 @@ std::size_t RunningThreads() {
     THREADENTRY32 entry = {};
     entry.dwSize = sizeof(entry);
     std::size_t own = 0;
-    for (BOOL more = Thread32First(snapshot.Get(), &entry); more; more = Thread32Next(snapshot.Get(), &entry))
+    for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
+         more = Thread32Next(snapshot.Get(), &entry)) {
         own += entry.th32OwnerProcessID == GetCurrentProcessId();
+    }
     return own;
 }
 

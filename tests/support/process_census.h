@@ -1,4 +1,4 @@
-// What this process holds, counted in ways that work under Wine as well.
+// Resource counts of this process that also work under Wine.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// Files of tests in the system's temporary folder.
+// Temporary files for tests.
 #pragma once
 
 #include <atomic>
@@ -12,7 +12,7 @@
 
 namespace pixelforge::test {
 
-/// A file with the given bytes for as long as the object lives.
+/// A file with the given bytes, deleted on destruction.
 class TempFile {
 public:
     explicit TempFile(std::string_view bytes, std::wstring_view suffix = L".tmp") {

@@ -1,4 +1,4 @@
-// A camera and a video renderer as PIXELFORGE_CAMERA describes them. docs/doubles.md has the list.
+// Exports of the camera and renderer doubles. docs/doubles.md lists the settings in PIXELFORGE_CAMERA.
 #include "tests/support/camera_double/filter.h"
 
 namespace pixelforge::test {
@@ -14,16 +14,18 @@ void SetText(HKEY key, const wchar_t* name, const wchar_t* text) {
                    static_cast<DWORD>((wcslen(text) + 1) * sizeof(wchar_t)));
 }
 
-/// The system's own device list names the camera from now on, or no longer. The key is gone with the session.
+/// Adds the camera to the system's device list, or removes it. The key is volatile: it lasts for the session.
 void ListCamera() {
     RegDeleteKeyW(HKEY_CLASSES_ROOT, kDeviceKey);
     HKEY key = nullptr;
     if (CameraSettings().Is("device", "none") ||
         RegCreateKeyExW(HKEY_CLASSES_ROOT, kDeviceKey, 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE, nullptr,
-                        &key, nullptr) != ERROR_SUCCESS)
+                        &key, nullptr) != ERROR_SUCCESS) {
         return;
-    if (!CameraSettings().Is("device", "nameless"))
-        SetText(key, L"FriendlyName", L"Camera that is none");
+    }
+    if (!CameraSettings().Is("device", "nameless")) {
+        SetText(key, L"FriendlyName", L"Camera double");
+    }
     SetText(key, L"CLSID", kCameraText);
     RegCloseKey(key);
 }
@@ -31,23 +33,25 @@ void ListCamera() {
 }  // namespace
 }  // namespace pixelforge::test
 
-/// The renderer is asked for first, so that the list is right when the camera is looked for.
+/// The module creates the renderer first, so the device list is up to date when it searches for a camera.
 extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfaceId, void** object) {
     using namespace pixelforge::test;
     *object = nullptr;
-    if (id == kCameraClass)
-        return Give(new Factory<MakeCamera>, interfaceId, object);
-    if (id != CLSID_VideoMixingRenderer)
+    if (id == kCameraClass) {
+        return TransferReference(new Factory<MakeCamera>, interfaceId, object);
+    }
+    if (id != CLSID_VideoMixingRenderer) {
         return CLASS_E_CLASSNOTAVAILABLE;
+    }
     ListCamera();
-    return Give(new Factory<MakeRenderer>, interfaceId, object);
+    return TransferReference(new Factory<MakeRenderer>, interfaceId, object);
 }
 
 extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
     return S_FALSE;
 }
 
-/// COM objects alive.
+/// Live COM objects.
 extern "C" long CameraDoubleObjects() {
     return pixelforge::test::liveObjects;
 }

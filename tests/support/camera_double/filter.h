@@ -1,4 +1,4 @@
-// What both filters of the stand-in camera have in common: a filter with one pin.
+// What the camera double's filters share: a filter with one pin.
 #pragma once
 
 #include <windows.h>
@@ -11,10 +11,10 @@
 #include "tests/support/com_object.h"
 #include "tests/support/double_settings.h"
 
-/// How the renderer sees what the camera sees: both are ours, so no frames need to flow between them.
+/// How the renderer gets the camera's picture: no frames flow between the two doubles.
 MIDL_INTERFACE("C3B1A6D4-7A4E-4F7B-9C58-2E6D0B9F1A37")
 IPictureSource : public IUnknown {
-    /// False while there is no frame.
+    /// False if there is no frame yet.
     virtual bool Newest(pixelforge::test::CameraShot & shot) = 0;
 };
 __CRT_UUID_DECL(IPictureSource, 0xC3B1A6D4, 0x7A4E, 0x4F7B, 0x9C, 0x58, 0x2E, 0x6D, 0x0B, 0x9F, 0x1A, 0x37)
@@ -28,21 +28,23 @@ inline DoubleSettings CameraSettings() {
     return DoubleSettings("PIXELFORGE_CAMERA");
 }
 
-/// True where the setting "fail" names the call.
+/// True if the setting "fail" names this call.
 inline bool CameraFails(const char* call) {
     return CameraSettings().Is("fail", call);
 }
 
-/// A list of COM objects or of media types.
-template <class List, class Item>
-class ListOf : public ComObject<List> {
+/// An enumerator of COM objects or media types.
+template <class Interface, class Item>
+class Enumerator : public ComObject<Interface> {
 public:
     HRESULT STDMETHODCALLTYPE Next(ULONG wanted, Item* items, ULONG* fetched) override {
         ULONG count = 0;
-        for (; count < wanted && At(position_, items + count); ++count)
+        for (; count < wanted && At(position_, items + count); ++count) {
             ++position_;
-        if (fetched)
+        }
+        if (fetched) {
             *fetched = count;
+        }
         return count == wanted ? S_OK : S_FALSE;
     }
     HRESULT STDMETHODCALLTYPE Reset() override {
@@ -50,19 +52,19 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(List**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Clone(Interface**) override { return E_NOTIMPL; }
 
 protected:
-    /// False behind the end.
+    /// False past the end.
     virtual bool At(ULONG index, Item* item) = 0;
 
 private:
     ULONG position_ = 0;
 };
 
-class PinList final : public ListOf<IEnumPins, IPin*> {
+class PinEnumerator final : public Enumerator<IEnumPins, IPin*> {
 public:
-    explicit PinList(IPin* pin) : pin_(pin) {}
+    explicit PinEnumerator(IPin* pin) : pin_(pin) {}
 
 private:
     bool At(ULONG index, IPin** pin) override {
@@ -77,7 +79,7 @@ class Pin : public ComObject<IPin, Others...> {
 public:
     Pin(PIN_DIRECTION direction, IBaseFilter* filter) : direction_(direction), filter_(filter) {}
 
-    void LoseFilter() { filter_ = nullptr; }
+    void DetachFilter() { filter_ = nullptr; }
 
     HRESULT STDMETHODCALLTYPE Disconnect() override {
         const bool connected = peer_ != nullptr;
@@ -91,8 +93,9 @@ public:
     HRESULT STDMETHODCALLTYPE QueryPinInfo(PIN_INFO* info) override {
         *info = {};
         info->pFilter = filter_;
-        if (filter_)
+        if (filter_) {
             filter_->AddRef();
+        }
         info->dir = direction_;
         return S_OK;
     }
@@ -117,12 +120,12 @@ private:
     IBaseFilter* filter_;
 };
 
-/// A filter with one pin, which it makes at its birth.
+/// A filter that creates and owns its only pin.
 template <class OnlyPin, class... Others>
 class Filter : public ComObject<IBaseFilter, Others...> {
 public:
-    Filter() { *pin_.GetAddressOf() = new OnlyPin(this); }  // `Attach` of this header adds a reference
-    ~Filter() override { pin_->LoseFilter(); }
+    Filter() { *pin_.GetAddressOf() = new OnlyPin(this); }  // this header's `Attach` adds a reference
+    ~Filter() override { pin_->DetachFilter(); }
 
     HRESULT STDMETHODCALLTYPE Stop() override { return Enter(State_Stopped); }
     HRESULT STDMETHODCALLTYPE Pause() override { return Enter(State_Paused); }
@@ -137,14 +140,15 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** pins) override {
-        *pins = CameraFails("enumpins") ? nullptr : new PinList(pin_.Get());
+        *pins = CameraFails("enumpins") ? nullptr : new PinEnumerator(pin_.Get());
         return *pins ? S_OK : E_FAIL;
     }
     HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* info) override {
         *info = {};
         info->pGraph = graph_;
-        if (graph_)
+        if (graph_) {
             graph_->AddRef();
+        }
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* graph, LPCWSTR) override {
@@ -161,15 +165,16 @@ protected:
         return S_OK;
     }
     void OfferBase(REFIID id, void** object) override {
-        if (id == __uuidof(IMediaFilter) || id == __uuidof(IPersist))
+        if (id == __uuidof(IMediaFilter) || id == __uuidof(IPersist)) {
             *object = static_cast<IBaseFilter*>(this);
+        }
     }
 
     Microsoft::WRL::ComPtr<OnlyPin> pin_;
 
 private:
     FILTER_STATE state_ = State_Stopped;
-    IFilterGraph* graph_ = nullptr;  ///< the graph holds the filter, not the other way round
+    IFilterGraph* graph_ = nullptr;  ///< not owned: the graph owns the filter
 };
 
 IUnknown* MakeCamera();

@@ -1,4 +1,4 @@
-// Test pictures in their packed form.
+// Test pictures as packed DIBs.
 #include "tests/support/camera_double/picture.h"
 
 #include <windows.h>
@@ -18,21 +18,24 @@ std::uint32_t Colour(double red, double green, double blue) {
 }
 
 std::uint32_t Quadrant(double x, double y) {
-    if (y < 0.5)
+    if (y < 0.5) {
         return x < 0.5 ? 0x0000FF : 0xFFFFFF;
+    }
     return x < 0.5 ? 0xFF0000 : 0x00FF00;
 }
 
-/// Hills under an evening sky, and a sun that goes from left to right.
+/// Hills under an evening sky, with a sun moving from left to right.
 std::uint32_t Scene(double x, double y, double seconds) {
     const double hill = 0.3 + 0.1 * std::sin(x * 7) + 0.04 * std::sin(x * 17 + 1);
-    if (y < hill)
+    if (y < hill) {
         return Colour(0.1, 0.35 * y / hill + 0.1, 0.15);
+    }
     const double sunX = std::fmod(0.2 + seconds * 0.05, 1.2) - 0.1;
     const double distance = std::hypot((x - sunX) * 4 / 3, y - 0.7);
     const double glow = std::exp(-distance * 5);
-    if (distance < 0.08)
+    if (distance < 0.08) {
         return Colour(1, 0.95, 0.7);
+    }
     return Colour(0.9 - 0.6 * y + glow, 0.5 - 0.2 * y + 0.6 * glow, 0.3 + 0.3 * y + 0.2 * glow);
 }
 

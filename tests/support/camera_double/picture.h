@@ -1,4 +1,4 @@
-// The pictures that the stand-in for a camera delivers.
+// The pictures that the camera double delivers.
 #pragma once
 
 #include <cstdint>
@@ -7,15 +7,15 @@
 
 namespace pixelforge::test {
 
-/// What the camera has before it.
+/// Size and time of a picture.
 struct CameraShot {
     std::int32_t width = 0;
     std::int32_t height = 0;
-    double seconds = 0;  ///< since the camera began to run
+    double seconds = 0;  ///< since the camera started
 };
 
-/// A bitmap header and the pixels behind it, with 24 or 32 bits a pixel, bottom-up or top-down. Patterns are
-/// "quadrants" (red, green above blue, white), for tests, and "scene", which moves, for the eye.
+/// A packed DIB with 24 or 32 bits per pixel. Patterns: "quadrants" (red and green above blue and white), for
+/// tests, and "scene", an animation for manual use.
 std::vector<std::uint8_t> PackPicture(const CameraShot& shot, const std::string& pattern, unsigned bits,
                                       bool topDown);
 

@@ -1,4 +1,4 @@
-// The stand-in for the windowless video renderer: it gives the camera's picture as a packed bitmap.
+// The double of the windowless video renderer; its snapshots are the camera double's pictures.
 #include <algorithm>
 #include <cstring>
 
@@ -18,8 +18,9 @@ public:
 
     HRESULT STDMETHODCALLTYPE Connect(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
     HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override {
-        if (peer_)
+        if (peer_) {
             return VFW_E_ALREADY_CONNECTED;
+        }
         peer_ = source;
         return S_OK;
     }
@@ -46,15 +47,17 @@ public:
     }
     HRESULT STDMETHODCALLTYPE SetVideoClippingWindow(HWND window) override { return window ? S_OK : E_FAIL; }
 
-    /// "block" of the settings cuts the picture's block short of what its header claims.
+    /// The setting "block" makes the block smaller than its header claims.
     HRESULT STDMETHODCALLTYPE GetCurrentImage(BYTE** image) override {
         *image = nullptr;
         const DoubleSettings settings = CameraSettings();
         CameraShot shot;
-        if (settings.Is("fail", "image") || !windowless_ || !pin_->Newest(shot))
+        if (settings.Is("fail", "image") || !windowless_ || !pin_->Newest(shot)) {
             return E_FAIL;
-        if (settings.Is("null", "image"))
+        }
+        if (settings.Is("null", "image")) {
             return S_OK;
+        }
         const auto bits = static_cast<unsigned>(settings.Number("image", 32));
         const auto bytes =
             PackPicture(shot, settings.Text("pattern", "scene"), bits, settings.Is("topdown", "1"));

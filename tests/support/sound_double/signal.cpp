@@ -1,4 +1,4 @@
-// A tone and a little tune.
+// A sine wave and a short tune.
 #include "tests/support/sound_double/signal.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ double Sine(double hertz, double seconds) {
     return std::sin(kTwoPi * std::fmod(hertz * seconds, 1.0));
 }
 
-/// The same for each frame however often it is asked for.
+/// White noise as a pure function of the frame number.
 double Noise(std::uint64_t frame) {
     std::uint64_t mixed = (frame + 1) * 0x9E3779B97F4A7C15U;
     mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9U;
@@ -23,7 +23,7 @@ double Noise(std::uint64_t frame) {
     return static_cast<double>(mixed >> 11) / 4503599627370496.0 - 1;
 }
 
-/// Four notes a second over a bass, a drum at every half second.
+/// Four notes per second over a bass, with a drum every half second.
 double Music(double seconds, std::uint64_t frame) {
     constexpr int kSteps[] = {0, 7, 12, 3, 15, 10, 19, 7};
     const double beat = std::fmod(seconds, 0.5);
@@ -40,8 +40,9 @@ double Music(double seconds, std::uint64_t frame) {
 
 double SignalSample(const std::string& signal, double hertz, std::uint64_t frame, double rate) {
     const double seconds = static_cast<double>(frame) / rate;
-    if (signal == "music")
+    if (signal == "music") {
         return Music(seconds, frame) * kLevel;
+    }
     return signal == "sine" ? Sine(hertz, seconds) * kLevel : 0;
 }
 
@@ -53,8 +54,9 @@ void WriteSample(double sample, unsigned bits, std::uint8_t* place) {
     }
     const double scale = std::ldexp(1.0, static_cast<int>(bits) - 1) - 1;
     const auto value = static_cast<std::int64_t>(std::lround(std::clamp(sample, -1.0, 1.0) * scale));
-    for (unsigned byte = 0; byte < bits / 8; ++byte)
+    for (unsigned byte = 0; byte < bits / 8; ++byte) {
         place[byte] = static_cast<std::uint8_t>(value >> (8 * byte));
+    }
 }
 
 }  // namespace pixelforge::test

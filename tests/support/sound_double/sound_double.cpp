@@ -1,4 +1,4 @@
-// A sound device that plays what PIXELFORGE_SOUND says, and fails where it says so; see docs/doubles.md.
+// A sound device that plays and fails as PIXELFORGE_SOUND specifies; see docs/doubles.md.
 #include <windows.h>
 
 #include <audioclient.h>
@@ -20,22 +20,25 @@ namespace {
 constexpr HRESULT kNoDevice = static_cast<HRESULT>(0x80070490);
 constexpr HRESULT kDeviceGone = static_cast<HRESULT>(0x88890004);
 
-std::atomic<long> calls{0};  ///< of every method that a stream needs
+std::atomic<long> calls{0};  ///< of all methods that a stream uses
 
 DoubleSettings Settings() {
     return DoubleSettings("PIXELFORGE_SOUND");
 }
 
-/// The result of the call with that name: what "fail" or "gone" make of it.
+/// The result of the call with that name, subject to the settings "hang", "fail" and "gone".
 HRESULT Outcome(const char* call) {
     ++calls;
     const DoubleSettings settings = Settings();
-    if (settings.Is("hang", call))
+    if (settings.Is("hang", call)) {
         Sleep(INFINITE);
-    if (settings.Is("fail", call))
+    }
+    if (settings.Is("fail", call)) {
         return E_FAIL;
-    if (settings.Is("gone", "1"))
+    }
+    if (settings.Is("gone", "1")) {
         return std::string_view(call) == "endpoint" ? kNoDevice : kDeviceGone;
+    }
     return S_OK;
 }
 
@@ -46,15 +49,15 @@ struct Format {
     WORD frameBytes = static_cast<WORD>(Settings().Number("block", bits / 8 * channels));
 };
 
-/// The result of the call with that name, which is to hand over a new object; "null" forgets the object.
+/// For calls that return a new object; the setting "null" makes them succeed without one.
 template <class Object>
-HRESULT GiveNew(const char* call, REFIID id, void** object) {
+HRESULT CreateObject(const char* call, REFIID id, void** object) {
     *object = nullptr;
     const HRESULT result = Outcome(call);
-    return FAILED(result) || Settings().Is("null", call) ? result : Give(new Object, id, object);
+    return FAILED(result) || Settings().Is("null", call) ? result : TransferReference(new Object, id, object);
 }
 
-/// Packets of 10 ms, as many as the clock has seen pass.
+/// Delivers packets of 10 ms in real time.
 class CaptureClient final : public ComObject<IAudioCaptureClient> {
 public:
     HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
@@ -69,10 +72,12 @@ public:
         *frames = 0;
         *flags = 0;
         const HRESULT result = Outcome("getbuffer");
-        if (FAILED(result))
+        if (FAILED(result)) {
             return result;
-        if (Settings().Is("packets", "empty"))
+        }
+        if (Settings().Is("packets", "empty")) {
             return AUDCLNT_S_BUFFER_EMPTY;
+        }
         *data = Settings().Is("null", "getbuffer")
                     ? nullptr
                     : &loop_[delivered_ % kLoopPackets * packetFrames_ * format_.frameBytes];
@@ -93,14 +98,15 @@ private:
 
     bool HasPacket() const {
         const DoubleSettings settings = Settings();
-        if (settings.Is("packets", "endless") || settings.Is("packets", "empty"))
+        if (settings.Is("packets", "endless") || settings.Is("packets", "empty")) {
             return true;
+        }
         const std::chrono::duration<double> passed = Clock::now() - start_;
         return !settings.Is("packets", "never") && packetFrames_ > 0 &&
                static_cast<double>(delivered_) * kPacketSeconds < passed.count();
     }
 
-    /// Two seconds of sound, after which every tune of the double repeats.
+    /// Two seconds of sound, the period of all signals.
     std::vector<BYTE> MakeLoop() const {
         const std::string signal = Settings().Text("signal", "music");
         const double hertz = Settings().Number("hertz", 1000);
@@ -110,8 +116,9 @@ private:
             const double sample = SignalSample(signal, hertz, frame, format_.rate);
             for (std::size_t channel = 0; channel < format_.channels; ++channel) {
                 const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
-                if (place + sampleBytes <= loop.size())
+                if (place + sampleBytes <= loop.size()) {
                     WriteSample(sample, format_.bits, &loop[place]);
+                }
             }
         }
         return loop;
@@ -129,8 +136,9 @@ public:
     HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
         *format = nullptr;
         const HRESULT result = Outcome("mixformat");
-        if (FAILED(result) || Settings().Is("null", "mixformat"))
+        if (FAILED(result) || Settings().Is("null", "mixformat")) {
             return result;
+        }
         const Format wanted;
         auto* made = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(sizeof(WAVEFORMATEX)));
         *made = {};
@@ -144,17 +152,17 @@ public:
         return S_OK;
     }
 
-    /// Only what a loopback stream asks for is granted.
+    /// Accepts only the arguments of a loopback stream.
     HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
                                          REFERENCE_TIME period, const WAVEFORMATEX* format,
                                          LPCGUID session) override {
-        const bool right = mode == AUDCLNT_SHAREMODE_SHARED && flags == AUDCLNT_STREAMFLAGS_LOOPBACK &&
+        const bool valid = mode == AUDCLNT_SHAREMODE_SHARED && flags == AUDCLNT_STREAMFLAGS_LOOPBACK &&
                            duration == 0 && period == 0 && format && !session;
-        return right ? Outcome("initialize") : E_INVALIDARG;
+        return valid ? Outcome("initialize") : E_INVALIDARG;
     }
 
     HRESULT STDMETHODCALLTYPE GetService(REFIID id, void** service) override {
-        return GiveNew<CaptureClient>("service", id, service);
+        return CreateObject<CaptureClient>("service", id, service);
     }
     HRESULT STDMETHODCALLTYPE Start() override { return Outcome("start"); }
     HRESULT STDMETHODCALLTYPE Stop() override { return Outcome("stop"); }
@@ -174,7 +182,7 @@ public:
 class Device final : public ComObject<IMMDevice> {
 public:
     HRESULT STDMETHODCALLTYPE Activate(REFIID id, DWORD, PROPVARIANT*, void** object) override {
-        return GiveNew<AudioClient>("activate", id, object);
+        return CreateObject<AudioClient>("activate", id, object);
     }
     HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD, IPropertyStore**) override { return E_NOTIMPL; }
     HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override {
@@ -194,12 +202,12 @@ private:
 
 class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator> {
 public:
-    /// What plays sound, for everything that plays sound; a microphone would be another.
+    /// Only the default playback device exists; there is no microphone.
     HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
                                                       IMMDevice** device) override {
         *device = nullptr;
         return flow == eRender && role == eConsole
-                   ? GiveNew<Device>("endpoint", __uuidof(IMMDevice), reinterpret_cast<void**>(device))
+                   ? CreateObject<Device>("endpoint", __uuidof(IMMDevice), reinterpret_cast<void**>(device))
                    : kNoDevice;
     }
     HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow, DWORD, IMMDeviceCollection**) override {
@@ -224,15 +232,16 @@ IUnknown* MakeEnumerator() {
 extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfaceId, void** object) {
     using namespace pixelforge::test;
     *object = nullptr;
-    return id == __uuidof(MMDeviceEnumerator) ? Give(new Factory<MakeEnumerator>, interfaceId, object)
-                                              : CLASS_E_CLASSNOTAVAILABLE;
+    return id == __uuidof(MMDeviceEnumerator)
+               ? TransferReference(new Factory<MakeEnumerator>, interfaceId, object)
+               : CLASS_E_CLASSNOTAVAILABLE;
 }
 
 extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
     return S_FALSE;
 }
 
-/// COM objects alive, and method calls so far.
+/// Live COM objects; method calls so far.
 extern "C" long SoundDoubleObjects() {
     return pixelforge::test::liveObjects;
 }

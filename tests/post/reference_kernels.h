@@ -1,4 +1,4 @@
-// The pixel formulas written down step by step, slowly and plainly: what the kernels must equal.
+// Reference implementations of the pixel kernels, slow and literal. The product must match them bit for bit.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 #include "post/tile_remap.h"
 
-namespace pixelforge::transcription {
+namespace pixelforge::reference {
 
 inline void ForegroundCopy(const std::uint32_t* source, std::uint32_t* destination, std::uint32_t count) {
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -34,7 +34,7 @@ inline std::int32_t Truncate(float value) {
         std::clamp(std::trunc(static_cast<double>(value)), -2147483648.0, 2147483647.0));
 }
 
-/// One axis: the source coordinate of output coordinate `x`. The multiply-add is rounded twice.
+/// One axis: the source coordinate for output coordinate `x`. The multiply-add rounds twice.
 inline std::int64_t SourceCoordinate(std::int32_t x, float tileWidth, std::int32_t flipOddTiles,
                                      std::int32_t frameWidth, std::int32_t sourceWidth) {
     const float qx = static_cast<float>(x) / tileWidth;
@@ -71,4 +71,4 @@ inline void TileRemap(const PixelView& destination, const ConstPixelView& source
     }
 }
 
-}  // namespace pixelforge::transcription
+}  // namespace pixelforge::reference

@@ -1,5 +1,5 @@
-// The sound analysis written down step by step, slowly and plainly, one sample at a time: what the fast one
-// must equal byte for byte. Textbook recursion, library functions, no tables.
+// Reference implementation of the sound analysis, slow and literal: textbook recursion, library functions, no
+// tables. The product must match it byte for byte.
 #pragma once
 
 #include <algorithm>
@@ -10,27 +10,28 @@
 #include <limits>
 #include <vector>
 
-#include "inputs/sample_format.h"
+#include "inputs/spectrum.h"
 
 namespace pixelforge::test {
 
-class LiteralSpectrum {
+class ReferenceSpectrum {
 public:
-    explicit LiteralSpectrum(double rate) {
+    explicit ReferenceSpectrum(double rate) {
         const double bins = std::round(2.048e7 / rate);
         binsTo20k = bins >= 1 && bins < 2147483648.0 ? static_cast<std::int32_t>(bins) : 512;
         std::fill_n(binPeak_, 512, std::numeric_limits<double>::lowest());
     }
 
-    /// Adds `frames` frames of a readable format; the bytes of each spectrum step on the way go to `steps`.
+    /// Adds frames of a readable format; appends the bytes of each completed spectrum step to `steps`.
     void Add(const SampleFormat& format, const std::byte* data, std::size_t frames) {
         for (std::size_t i = 0; i < frames; ++i) {
             const std::byte* frame = data + i * format.frameBytes;
             ring_[ringPos_] =
                 format.bitsPerSample == 16 ? Mono<std::int16_t>(format, frame) : Mono<float>(format, frame);
             ringPos_ = (ringPos_ + 1) % 1024;
-            if (ringPos_ == 0)
+            if (ringPos_ == 0) {
                 Step();
+            }
         }
     }
 
@@ -54,7 +55,7 @@ private:
         return format.channels == 2 ? (first + samples[1]) * 0.5 : first;
     }
 
-    /// What the processor does with a value that a 32-bit integer cannot hold: the lowest integer.
+    /// The processor converts values outside the 32-bit range to the lowest integer, whose low byte is 0.
     static std::uint8_t LowByte(double value) {
         const bool fits = value > -2147483649.0 && value < 2147483648.0;
         return fits ? static_cast<std::uint8_t>(static_cast<std::int32_t>(value) & 0xFF) : std::uint8_t{0};
@@ -62,12 +63,14 @@ private:
 
     static std::vector<Complex> Transform(const std::vector<Complex>& x) {
         const std::size_t n = x.size();
-        if (n == 1)
+        if (n == 1) {
             return x;
+        }
         std::vector<Complex> even(n / 2);
         std::vector<Complex> odd(n / 2);
-        for (std::size_t j = 0; j < n; ++j)
+        for (std::size_t j = 0; j < n; ++j) {
             (j % 2 ? odd : even)[j / 2] = x[j];
+        }
         even = Transform(even);
         odd = Transform(odd);
         std::vector<Complex> result(n);
@@ -82,8 +85,9 @@ private:
     }
 
     void Smooth(double* a) {
-        for (int j = 0; j < 256; ++j)
+        for (int j = 0; j < 256; ++j) {
             scratch_[j] = (a[2 * j] + a[2 * j + 1]) / 2;
+        }
         for (int i = 0; i < 512; ++i) {
             const double x = i * 0.5;
             const int k = static_cast<int>(std::floor(x));
@@ -94,8 +98,9 @@ private:
 
     void Step() {
         std::vector<Complex> x;
-        for (int n = 0; n < 1024; ++n)
+        for (int n = 0; n < 1024; ++n) {
             x.push_back({(1 - std::cos(n * 0.00614192112138767)) * 0.5 * ring_[n], 0});
+        }
         x = Transform(x);
         for (int i = 0; i < 512; ++i) {
             const auto bin = static_cast<std::int64_t>(i * (binsTo20k / 512.0)) % 1024;
@@ -113,8 +118,9 @@ private:
         }
         Smooth(ring_);
         WriteBytes(steps.emplace_back());
-        for (double& peak : binPeak_)
+        for (double& peak : binPeak_) {
             peak *= 0.999;
+        }
         spectrumPeak *= 0.999;
         const double d = (waveMax_ - waveMin_) * (1 - 0.999);
         waveMin_ += d;
