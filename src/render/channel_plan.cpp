@@ -1,7 +1,7 @@
 // What a document's inputs mean for the engine.
 #include "render/channel_plan.h"
 
-#include "inputs/packed_image.h"
+#include "inputs/webcam_capture.h"
 #include "render/cube_corners.h"
 
 namespace pixelforge {
