@@ -5,8 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
-#include <cstdlib>
+#include <stdexcept>
 #include <utility>
 
 #include "base/bitmap.h"
@@ -18,10 +17,9 @@
 namespace pixelforge::bench {
 namespace {
 
-void Require(bool done, const char* what) {
+void Require(bool done, const std::string& what) {
     if (!done) {
-        std::fprintf(stderr, "The bare loop cannot %s.\n", what);
-        std::exit(2);
+        throw std::runtime_error("the bare loop cannot " + what);
     }
 }
 

@@ -22,7 +22,8 @@ struct LoadTimes {
     double targets = 0;
 };
 
-/// Supports only Image and Buffer passes whose channels read buffers. Exits the program if a GL call fails.
+/// Supports only Image and Buffer passes whose channels read buffers. Throws std::runtime_error if a GL call
+/// fails.
 class BareLoop {
 public:
     /// Creates window, bitmap and context, and makes the context current.

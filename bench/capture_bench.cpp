@@ -2,23 +2,21 @@
 // unloading the module. The device is the tests' double, whose own work on the thread counts as well.
 #include <windows.h>
 
-#include <tlhelp32.h>
-
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <iterator>
 #include <set>
-#include <string>
+#include <stdexcept>
 #include <utility>
 #include <vector>
 
 #include "base/win_handles.h"
 #include "bench/paired_runner.h"
 #include "inputs/audio_capture.h"
+#include "tests/support/load_round.h"
+#include "tests/support/process_census.h"
 
 namespace pixelforge::bench {
 namespace {
@@ -29,29 +27,14 @@ constexpr DWORD kSettlingMilliseconds = 2000;
 /// A single call is too short for the clock.
 constexpr int kCallsPerRound = 20000;
 
-std::set<DWORD> ThreadIds() {
-    const UniqueKernelHandle snapshot = AdoptFileHandle(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
-    THREADENTRY32 entry = {};
-    entry.dwSize = sizeof(entry);
-    std::set<DWORD> ids;
-    for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
-         more = Thread32Next(snapshot.Get(), &entry)) {
-        if (entry.th32OwnerProcessID == GetCurrentProcessId()) {
-            ids.insert(entry.th32ThreadID);
-        }
-    }
-    return ids;
-}
-
 /// User and kernel time.
-double ProcessorMilliseconds(const std::set<DWORD>& threadIds) {
+double ProcessorMilliseconds(const std::set<std::uint32_t>& threadIds) {
     double sum = 0;
-    for (const DWORD id : threadIds) {
+    for (const std::uint32_t id : threadIds) {
         const UniqueKernelHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, id));
         FILETIME times[4] = {};
         if (!GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3])) {
-            std::fprintf(stderr, "GetThreadTimes failed\n");
-            std::exit(2);
+            throw std::runtime_error("GetThreadTimes failed");
         }
         for (const FILETIME& time : {times[2], times[3]}) {
             sum += static_cast<double>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime) / 1e4;
@@ -61,9 +44,9 @@ double ProcessorMilliseconds(const std::set<DWORD>& threadIds) {
 }
 
 /// The threads that did not exist before the capture started.
-std::set<DWORD> NewThreads(const std::set<DWORD>& before) {
-    const std::set<DWORD> now = ThreadIds();
-    std::set<DWORD> added;
+std::set<std::uint32_t> NewThreads(const std::set<std::uint32_t>& before) {
+    const std::set<std::uint32_t> now = test::ThreadIds();
+    std::set<std::uint32_t> added;
     std::set_difference(now.begin(), now.end(), before.begin(), before.end(),
                         std::inserter(added, added.end()));
     return added;
@@ -71,20 +54,18 @@ std::set<DWORD> NewThreads(const std::set<DWORD>& before) {
 
 void Start() {
     if (StartAudioCapture() != 1) {
-        std::fprintf(stderr, "StartAudioCapture failed\n");
-        std::exit(2);
+        throw std::runtime_error("StartAudioCapture failed");
     }
 }
 
 void MeasureThread(const char* name, const char* sound, int seconds, Report& report) {
     SetEnvironmentVariableA("PIXELFORGE_SOUND", sound);
-    const std::set<DWORD> before = ThreadIds();
+    const std::set<std::uint32_t> before = test::ThreadIds();
     Start();
     Sleep(kSettlingMilliseconds);
-    const std::set<DWORD> threads = NewThreads(before);
+    const std::set<std::uint32_t> threads = NewThreads(before);
     if (threads.empty()) {
-        std::fprintf(stderr, "capture thread not found\n");
-        std::exit(2);
+        throw std::runtime_error("capture thread not found");
     }
     const double start = ProcessorMilliseconds(threads);
     Sleep(static_cast<DWORD>(seconds) * 1000);
@@ -120,47 +101,36 @@ void TimeBothSidesOfTheLock(Report& report) {
     StopAudioCapture();
 }
 
-double LoadRoundMilliseconds(DWORD stay) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point loading = Clock::now();
-    const HMODULE module = LoadLibraryW(L"Pixelforge.dll");
-    const Clock::duration load = Clock::now() - loading;
-    Sleep(stay);
-    const Clock::time_point unloading = Clock::now();
-    if (!module || !FreeLibrary(module)) {
-        std::fprintf(stderr, "cannot load and unload the module\n");
-        std::exit(2);
-    }
-    return std::chrono::duration<double, std::milli>(load + (Clock::now() - unloading)).count();
-}
-
-/// Loads and unloads the module, which waits for the thread; the time in between is not counted.
+/// Unloading the module includes waiting for the thread.
 void MeasureLoads(Report& report) {
-    // Milliseconds: before, during and after the thread's start-up.
-    constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
     constexpr std::size_t kRounds = 200;
     constexpr double kLimitMilliseconds = 100;
     std::vector<double> rounds(kRounds);
     for (std::size_t i = 0; i < kRounds; ++i) {
-        rounds[i] = LoadRoundMilliseconds(kStays[i % std::size(kStays)]);
+        const auto milliseconds = test::LoadRoundMilliseconds(test::kStays[i % std::size(test::kStays)]);
+        if (!milliseconds) {
+            throw std::runtime_error("cannot load and unload the module");
+        }
+        rounds[i] = *milliseconds;
     }
     const auto share = [&](double quantile) { return Quantile(rounds, quantile) / kLimitMilliseconds; };
     report.Add({"loading and unloading the module", "100 ms", Quantile(rounds, 0.5), kLimitMilliseconds,
                 share(0.5), share(0.25), share(0.75), 1.0});
 }
 
-}  // namespace
-}  // namespace pixelforge::bench
-
-/// Usage: capture_bench [JSON file [seconds]]. Exits with 1 if a limit is exceeded.
-int main(int argc, char** argv) {
-    using namespace pixelforge::bench;
-    const int seconds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 60;
-    Report report;
+void MeasureAll(int seconds, Report& report) {
     MeasureThread("no packets", "packets=never", seconds, report);
     MeasureThread("silence", "signal=silence", seconds, report);
     MeasureThread("sound", "signal=sine;hertz=440", seconds, report);
     TimeBothSidesOfTheLock(report);
     MeasureLoads(report);
-    return report.Finish(argc > 1 ? argv[1] : nullptr);
+}
+
+}  // namespace
+}  // namespace pixelforge::bench
+
+/// The second argument is seconds per measurement.
+int main(int argc, char** argv) {
+    using namespace pixelforge::bench;
+    return RunBench(argc, argv, 60, MeasureAll);
 }

@@ -1,7 +1,5 @@
 // Frames and loads of the module, as the host sees them, against a bare loop in the same process.
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 
@@ -127,15 +125,7 @@ void CompareAll(int rounds, Report& report) {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: frame_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded, 2 if measuring fails.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
-    Report report;
-    try {
-        CompareAll(argc > 2 ? std::max(1, std::atoi(argv[2])) : 300, report);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s\n", error.what());
-        return 2;
-    }
-    return report.Finish(argc > 1 ? argv[1] : nullptr);
+    return RunBench(argc, argv, 300, CompareAll);
 }

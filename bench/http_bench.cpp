@@ -5,8 +5,7 @@
 #include <wininet.h>
 
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -19,12 +18,6 @@ namespace {
 
 constexpr std::size_t kBodyBytes = 10'000'000;
 constexpr double kLimit = 1.1;
-constexpr int kRounds = 25;
-
-[[noreturn]] void Fail(const char* side) {
-    std::printf("%s failed to download the body\n", side);
-    std::exit(1);
-}
 
 void ReadBare(HINTERNET internet, const std::wstring& url) {
     const UniqueInternetHandle request(
@@ -36,37 +29,34 @@ void ReadBare(HINTERNET internet, const std::wstring& url) {
     while (bytesRead != 0) {
         if (!InternetReadFile(request.Get(), body.data() + count, static_cast<DWORD>(body.size() - count),
                               &bytesRead)) {
-            Fail("the bare loop");
+            throw std::runtime_error("InternetReadFile failed");
         }
         count += bytesRead;
     }
     if (count != kBodyBytes) {
-        Fail("the bare loop");
+        throw std::runtime_error("the bare loop did not read the whole body");
     }
 }
 
 void ReadOurs(InternetSession* session, const std::wstring& url) {
     std::uint32_t length = 0;
     if (!HttpGet(session, url.c_str(), &length, nullptr) || length != kBodyBytes) {
-        Fail("HttpGet");
+        throw std::runtime_error("HttpGet failed");
     }
 }
 
-Report Run() {
+void CompareAll(int rounds, Report& report) {
     const auto session = OpenInternetSession();
     const std::wstring url =
         std::wstring(L"https://") + kServiceHost + L"/media/a/" + std::to_wstring(kBodyBytes) + L".bin";
-    Report report;
     report.Add(Compare({"HttpGet 10 MB", [&] { ReadOurs(session.get(), url); }},
-                       {"bare WinINet loop", [&] { ReadBare(session->handle.Get(), url); }}, kRounds,
-                       kLimit));
-    return report;
+                       {"bare WinINet loop", [&] { ReadBare(session->handle.Get(), url); }}, rounds, kLimit));
 }
 
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: http_bench [JSON file]. Exits with 1 if a limit is exceeded or a download fails.
 int main(int argc, char** argv) {
-    return pixelforge::bench::Run().Finish(argc > 1 ? argv[1] : nullptr);
+    using namespace pixelforge::bench;
+    return RunBench(argc, argv, 25, CompareAll);
 }

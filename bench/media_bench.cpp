@@ -5,9 +5,6 @@
 #include <wincodec.h>
 #include <wrl/client.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <memory>
 #include <stdexcept>
@@ -160,10 +157,11 @@ void RunPeer(const PictureFiles& files, const Kind& kind) {
     glDeleteTextures(kPictures, textures);
 }
 
-bool CompareAll(Report& report, int rounds) {
+void CompareAll(int rounds, Report& report) {
+    const ComApartment apartment;
     const auto renderer = CreateGlRenderer(nullptr, 64, 48);
     if (!renderer || !renderer->glewReady) {
-        return false;
+        throw std::runtime_error("no GL context");
     }
     const Kind kinds[] = {
         {"PNG, 32 bit", &GUID_ContainerFormatPng, &GUID_WICPixelFormat32bppBGRA, 4, true},
@@ -178,24 +176,12 @@ bool CompareAll(Report& report, int rounds) {
         const Side peer = {"CopyPixels and glTexImage2D", [&] { RunPeer(files, kind); }};
         report.Add(Compare(subject, peer, rounds, kind.limited ? std::optional(kLimit) : std::nullopt));
     }
-    return true;
 }
 
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: media_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded, 2 if measuring fails.
-int main(int argc, char** argv) try {
+int main(int argc, char** argv) {
     using namespace pixelforge::bench;
-    const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 15;
-    const pixelforge::ComApartment apartment;
-    Report report;
-    if (!CompareAll(report, rounds)) {
-        std::fprintf(stderr, "no GL context\n");
-        return 2;
-    }
-    return report.Finish(argc > 1 ? argv[1] : nullptr);
-} catch (const std::exception& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return 2;
+    return RunBench(argc, argv, 15, CompareAll);
 }

@@ -5,7 +5,9 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
+#include <exception>
 #include <fstream>
 #include <utility>
 
@@ -111,12 +113,20 @@ bool Report::WriteJson(const std::string& path) const {
     return static_cast<bool>(file.flush());
 }
 
-int Report::Finish(const char* path) const {
-    if (path && !WriteJson(path)) {
-        std::fprintf(stderr, "cannot write %s\n", path);
+int RunBench(int argc, char** argv, int defaultRounds,
+             const std::function<void(int rounds, Report& report)>& measure) {
+    Report report;
+    try {
+        measure(argc > 2 ? std::max(1, std::atoi(argv[2])) : defaultRounds, report);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s\n", error.what());
         return 2;
     }
-    return AllWithinLimits() ? 0 : 1;
+    if (argc > 1 && !report.WriteJson(argv[1])) {
+        std::fprintf(stderr, "cannot write %s\n", argv[1]);
+        return 2;
+    }
+    return report.AllWithinLimits() ? 0 : 1;
 }
 
 }  // namespace pixelforge::bench

@@ -53,13 +53,14 @@ public:
     /// Writes one JSON array, timings last; false if the file cannot be written.
     bool WriteJson(const std::string& path) const;
 
-    /// The exit code: 0, 1 if a limit is exceeded, 2 if the file cannot be written. A null path writes no
-    /// file.
-    int Finish(const char* path) const;
-
 private:
     std::vector<Comparison> comparisons_;
     std::vector<Timing> timings_;
 };
+
+/// The body of a measuring program, "NAME_bench [JSON file [rounds]]". Returns the exit code: 0, 1 if a limit
+/// is exceeded, 2 if `measure` throws or the file cannot be written.
+int RunBench(int argc, char** argv, int defaultRounds,
+             const std::function<void(int rounds, Report& report)>& measure);
 
 }  // namespace pixelforge::bench

@@ -1,9 +1,7 @@
 // Pixel kernels against memcpy, and tiling against its reference implementation, on one thread.
 // Bytes moved are memory traffic: what a kernel reads from source and destination and what it writes. Its
 // memcpy peer moves the same number, half of them read and half written.
-#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -100,22 +98,22 @@ void CompareTiling(Pictures& p, const PathName& path, int rounds, Report& report
     }
 }
 
-}  // namespace
-}  // namespace pixelforge::bench
-
-/// Usage: post_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded.
-int main(int argc, char** argv) {
-    using namespace pixelforge::bench;
-    const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 31;
-    Report report;
+void CompareAll(int rounds, Report& report) {
     for (const auto& [width, height] : {std::pair(1920, 1080), std::pair(3840, 2160)}) {
         Pictures pictures(width, height);
         for (const PathName& path : kPaths) {
-            if (path.path <= pixelforge::BestVectorPath()) {
+            if (path.path <= BestVectorPath()) {
                 CompareCompositing(pictures, path, rounds, report);
                 CompareTiling(pictures, path, rounds, report);
             }
         }
     }
-    return report.Finish(argc > 1 ? argv[1] : nullptr);
+}
+
+}  // namespace
+}  // namespace pixelforge::bench
+
+int main(int argc, char** argv) {
+    using namespace pixelforge::bench;
+    return RunBench(argc, argv, 31, CompareAll);
 }

@@ -1,9 +1,7 @@
-// The sound analysis on one thread: the transform against FFTW, and the whole step.
+// The sound analysis on one thread: the transform against FFTW, and a complete spectrum step.
 #include <fftw3.h>
 
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -14,7 +12,7 @@
 namespace pixelforge::bench {
 namespace {
 
-/// A single run is too short for the clock.
+/// A single run is too short for the clock; the reported times are for all of them.
 constexpr int kRunsPerRound = 2000;
 constexpr double kTransformLimit = 6;
 
@@ -72,10 +70,11 @@ void CompareAll(int rounds, Report& report) {
             FillWithSound(state, level);
             RunSpectrumStep(state);
         }
-        const Side step = Repeat(level > 0 ? "whole step, sound" : "whole step, silence", [&state, level] {
-            FillWithSound(state, level);
-            RunSpectrumStep(state);
-        });
+        const Side step =
+            Repeat(level > 0 ? "spectrum step, sound" : "spectrum step, silence", [&state, level] {
+                FillWithSound(state, level);
+                RunSpectrumStep(state);
+            });
         const Side filling = Repeat("filling the ring", [&state, level] { FillWithSound(state, level); });
         report.Add(Compare(step, filling, rounds, std::nullopt));
     }
@@ -84,10 +83,7 @@ void CompareAll(int rounds, Report& report) {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: spectrum_bench [JSON file [rounds]]. Times are for 2000 runs. Exits with 1 if a limit is exceeded.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
-    Report report;
-    CompareAll(argc > 2 ? std::max(1, std::atoi(argv[2])) : 15, report);
-    return report.Finish(argc > 1 ? argv[1] : nullptr);
+    return RunBench(argc, argv, 15, CompareAll);
 }

@@ -1,10 +1,7 @@
 // Preparing a document's code for compilation, against preparing a tenth of it.
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
+#include <stdexcept>
 #include <string>
-#include <utility>
 
 #include "base/heap.h"
 #include "bench/paired_runner.h"
@@ -43,8 +40,7 @@ void Prepare(const std::string& json) {
     const bool usable = IsUsableJsonText(text.get());
     ReadShaderDocument(text.get(), *document);
     if (!usable || !AssemblePassSource(document.get(), includes.get(), &document->passes[image], &lines)) {
-        std::fprintf(stderr, "cannot prepare the document\n");
-        std::exit(2);
+        throw std::runtime_error("cannot prepare the document");
     }
 }
 
@@ -66,10 +62,7 @@ void CompareAll(int rounds, Report& report) {
 }  // namespace
 }  // namespace pixelforge::bench
 
-/// Usage: text_bench [JSON file [rounds]]. Exits with 1 if a limit is exceeded.
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
-    Report report;
-    CompareAll(argc > 2 ? std::max(1, std::atoi(argv[2])) : 101, report);
-    return report.Finish(argc > 1 ? argv[1] : nullptr);
+    return RunBench(argc, argv, 101, CompareAll);
 }

@@ -37,7 +37,8 @@ public:
 
     SampleFormat Format() const noexcept;
 
-    /// Passes the pending packets to `sink`. Stops at the first failing call and returns its result.
+    /// Passes pending packets to `sink`, a bounded number per call. Stops at the first failure and returns
+    /// it.
     HRESULT ReadPackets(const PacketSink& sink);
 
     /// True if another device has become the default; false if unknown.

@@ -51,11 +51,11 @@ void StretchIntoFrame(const Snapshot& snapshot) {
         return;
     }
     const GdiSelection selection(dc.Get(), webcamFrame);
-    const int formerMode = SetStretchBltMode(dc.Get(), COLORONCOLOR);
+    const int previousMode = SetStretchBltMode(dc.Get(), COLORONCOLOR);
     StretchDIBits(dc.Get(), 0, stretch->top, stretch->width, stretch->height, 0, 0, stretch->sourceWidth,
                   stretch->sourceHeight, snapshot.image.get() + kPackedHeaderBytes,
                   reinterpret_cast<const BITMAPINFO*>(snapshot.image.get()), DIB_RGB_COLORS, SRCCOPY);
-    SetStretchBltMode(dc.Get(), formerMode);
+    SetStretchBltMode(dc.Get(), previousMode);
     GdiFlush();  // the pixels are read directly
 }
 

@@ -66,7 +66,7 @@ public:
     }
 
 private:
-    float tileSize_;  ///< output pixels, often not a whole number
+    float tileSize_;  ///< output pixels, often fractional
     float frameSize_;
     std::int32_t sourceSize_;
     bool flipOdd_;

@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-#include "inputs/packed_image.h"
+#include "inputs/webcam_capture.h"
 
 namespace pixelforge {
 

@@ -8,7 +8,7 @@
 #include "module/module_instance.h"
 #include "tests/end_to_end/module_run.h"
 #include "tests/end_to_end/temp_folder.h"
-#include "tests/post/transcription.h"
+#include "tests/post/reference_kernels.h"
 
 namespace pixelforge::test {
 namespace {
@@ -130,13 +130,13 @@ using Form = std::function<void(const Pixels& frame, Pixels& host)>;
 
 Form Tiles(std::int32_t x, std::int32_t y, std::int32_t mirrored) {
     return [=](const Pixels& frame, Pixels& host) {
-        transcription::TileRemap({host.data(), 32, 24}, {frame.data(), 32, 24}, {32, 24, x, y, mirrored});
+        reference::TileRemap({host.data(), 32, 24}, {frame.data(), 32, 24}, {32, 24, x, y, mirrored});
     };
 }
 
 Form Levels(std::int32_t foregroundOnly) {
     return [=](const Pixels& frame, Pixels& host) {
-        transcription::LevelCopy(frame.data(), host.data(), 32 * 24, 3, foregroundOnly);
+        reference::LevelCopy(frame.data(), host.data(), 32 * 24, 3, foregroundOnly);
     };
 }
 
@@ -144,7 +144,7 @@ TEST(Driver, EveryOutputFormMatchesItsFormula) {
     const Form plain = [](const Pixels& frame, Pixels& host) { host = frame; };
     const Form nothing = [](const Pixels&, Pixels&) {};
     const Form foreground = [](const Pixels& frame, Pixels& host) {
-        transcription::ForegroundCopy(frame.data(), host.data(), 32 * 24);
+        reference::ForegroundCopy(frame.data(), host.data(), 32 * 24);
     };
     const struct {
         const char* what;

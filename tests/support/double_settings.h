@@ -8,7 +8,7 @@
 
 namespace pixelforge::test {
 
-/// Constructed anew for every call, so that a test can change a device while it runs.
+/// Constructed for every call, so that a test can change a device while it runs.
 class DoubleSettings {
 public:
     explicit DoubleSettings(const char* variable) {

@@ -2,11 +2,13 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <set>
 
 namespace pixelforge::test {
 
 std::size_t OpenHandles();
-std::size_t RunningThreads();
+std::set<std::uint32_t> ThreadIds();
 std::size_t WorkingSetBytes();
 
 }  // namespace pixelforge::test

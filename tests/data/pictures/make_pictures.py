@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Makes the small pictures that the decoder's tests read, beside this script.
+"""Creates the small pictures for the image decoder tests, next to this script.
 
-All but the JPEG files need the standard library only; those are made by ImageMagick's "convert" and are
-left alone where it is missing. The tests compute the same colours: see `ColourAt` and `GreyAt` there.
+The JPEG files need ImageMagick's "convert" and are skipped without it; all others need only the standard
+library. The tests compute the same colours: see `ColourAt` and `GreyAt` there.
 """
 
 import pathlib
@@ -31,11 +31,11 @@ def index(x, y):
 
 
 def wide(values):
-    """16-bit samples, high byte first, whose high byte is the 8-bit value."""
+    """Big-endian 16-bit samples whose high byte is the 8-bit value."""
     return b"".join(struct.pack(">H", value * 257) for value in values)
 
 
-# Name: PNG colour type, bits a sample, function of x and y that gives a pixel's bytes or small value.
+# Name: PNG colour type, bits per sample, and a function from x and y to a pixel's bytes or small value.
 PNG_KINDS = {
     "grey1": (0, 1, lambda x, y: index(x, y) & 1),
     "grey8": (0, 8, lambda x, y: bytes([grey(x, y)])),
@@ -47,7 +47,7 @@ PNG_KINDS = {
     "rgba16": (6, 16, lambda x, y: wide([*colour(x, y), alpha(x, y)])),
 }
 
-# First column and row, and the steps, of the seven passes of an interlaced picture.
+# First column and row, and column and row steps, of the seven Adam7 passes.
 ADAM7 = [(0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4), (1, 0, 2, 2), (0, 1, 1, 2)]
 
 

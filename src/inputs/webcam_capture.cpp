@@ -1,5 +1,5 @@
-// Validation of a snapshot's header.
-#include "inputs/packed_image.h"
+// Validation and placement of snapshots.
+#include "inputs/webcam_capture.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,5 +1,5 @@
-// Which snapshots are accepted, and where they are drawn.
-#include "inputs/packed_image.h"
+// Which camera snapshots are accepted, and where they are drawn.
+#include "inputs/webcam_capture.h"
 
 #include <gtest/gtest.h>
 
@@ -33,7 +33,7 @@ std::vector<std::int32_t> Plan(const Header& header, std::size_t bytes) {
     return {plan->sourceWidth, plan->sourceHeight, plan->top, plan->width, plan->height};
 }
 
-TEST(PackedImage, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
+TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
     constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
     constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
     const std::vector<std::int32_t> kFullPicture = {640, 480, 0, 1280, 720};

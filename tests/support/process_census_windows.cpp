@@ -47,16 +47,18 @@ std::size_t OpenHandles() {
                       [](const HandleEntry& entry) { return entry.processId == GetCurrentProcessId(); }));
 }
 
-std::size_t RunningThreads() {
+std::set<std::uint32_t> ThreadIds() {
     const UniqueKernelHandle snapshot = AdoptFileHandle(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
     THREADENTRY32 entry = {};
     entry.dwSize = sizeof(entry);
-    std::size_t own = 0;
+    std::set<std::uint32_t> ids;
     for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
          more = Thread32Next(snapshot.Get(), &entry)) {
-        own += entry.th32OwnerProcessID == GetCurrentProcessId();
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) {
+            ids.insert(entry.th32ThreadID);
+        }
     }
-    return own;
+    return ids;
 }
 
 std::size_t WorkingSetBytes() {
