@@ -62,7 +62,7 @@ std::optional<std::string> ServiceTest::Fetch(const std::wstring& url) {
     std::uint32_t length = 0;
     reason_.clear();
     const HeapBytes body = FetchWithCache(session_.get(), url.c_str(), &length, reason_);
-    EXPECT_EQ(body == nullptr, !reason_.empty()) << reason_;
+    EXPECT_EQ(!body, !reason_.empty()) << reason_;
     if (!body) {
         return std::nullopt;
     }
