@@ -29,4 +29,7 @@ HostFolders FindHostFolders(const HostSurroundings& surroundings) noexcept;
 /// attach.
 void PrepareHostFolders() noexcept;
 
+/// The mode's display text; "Unknown" before `PrepareHostFolders`.
+const wchar_t* InstallationMode() noexcept;
+
 }  // namespace pixelforge

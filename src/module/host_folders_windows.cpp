@@ -48,6 +48,8 @@ PathField standardPaths[] = {
     L"%DAT_BASEFOLDER%\\Pixelforge\\Playlists\\*.playlist",
 };
 
+const wchar_t* installationMode = L"Unknown";
+
 /// Empty if the path does not fit: a truncated one would name something else.
 void ReadProgramPath(PathField& path) noexcept {
     const DWORD length = GetModuleFileNameW(nullptr, path, kPathUnits);
@@ -89,6 +91,7 @@ void ExpandInPlace(PathField& path) noexcept {
 
 void PrepareHostFolders() noexcept {
     const HostFolders folders = FindOwnHostFolders();
+    installationMode = folders.mode;
     Publish(folders);
     for (PathField& path : standardPaths) {
         ExpandInPlace(path);
@@ -96,6 +99,10 @@ void PrepareHostFolders() noexcept {
     if (folders.data[0]) {
         CreateCacheFolders(standardPaths[kModuleDataPath], standardPaths[kCacheRootPath]);
     }
+}
+
+const wchar_t* InstallationMode() noexcept {
+    return installationMode;
 }
 
 }  // namespace pixelforge

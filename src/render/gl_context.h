@@ -44,4 +44,7 @@ bool MakeRendererCurrent(GlRenderer& renderer, HWND__* window) noexcept;
 /// True if GL calls may be made for this renderer: its context is current and the entry points are loaded.
 bool IsRendererCurrent(const GlRenderer& renderer) noexcept;
 
+/// GL_VERSION of the newest context, truncated to 39 characters; "Unknown" until there is one.
+const char* GlVersionText() noexcept;
+
 }  // namespace pixelforge

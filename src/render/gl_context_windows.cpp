@@ -5,6 +5,8 @@
 
 #include <GL/glew.h>
 
+#include <cstring>
+
 #include "base/win_handles.h"
 #include "render/gl_renderer.h"
 
@@ -13,6 +15,8 @@ namespace {
 
 constexpr wchar_t kHiddenClassName[] = L"OGLHiddenWindowClass";
 constexpr wchar_t kHiddenWindowName[] = L"OGLHiddenWindow";
+
+char glVersionText[40] = "Unknown";
 
 LRESULT CALLBACK HiddenWindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_CLOSE) {
@@ -107,6 +111,9 @@ bool CreateOnWindow(GlRenderer& renderer, HWND window) noexcept {
 
 /// With experimental loading GLEW looks up every function by name, whatever extensions the driver lists.
 bool LoadEntryPoints() noexcept {
+    if (const GLubyte* version = glGetString(GL_VERSION)) {
+        std::strncpy(glVersionText, reinterpret_cast<const char*>(version), sizeof(glVersionText) - 1);
+    }
     glewExperimental = GL_TRUE;
     return glewInit() == GLEW_OK && GLEW_VERSION_3_3 && IsGlUsable();
 }
@@ -186,6 +193,10 @@ bool MakeRendererCurrent(GlRenderer& renderer, HWND window) noexcept {
 bool IsRendererCurrent(const GlRenderer& renderer) noexcept {
     return renderer.contextReady && renderer.glewReady && wglGetCurrentContext() == renderer.context &&
            IsGlUsable();
+}
+
+const char* GlVersionText() noexcept {
+    return glVersionText;
 }
 
 }  // namespace pixelforge
