@@ -1,19 +1,19 @@
-// Which OpenGL a context of this process gets.
+// The OpenGL implementation that contexts of this process get.
 #pragma once
 
 #include <string>
 
 namespace pixelforge::preview {
 
-/// Texts of the driver; empty when no context could be made.
+/// The driver's strings; empty if no context could be created.
 struct GlInfo {
     std::string version;
     std::string renderer;
     std::string vendor;
 };
 
-/// Asks a context of its own on a hidden window, in the same pixel format as the module's; takes some
-/// tenths of a second. The calling thread's current context is put back.
+/// Queries a temporary context on a hidden window, in the module's pixel format; takes some tenths of a
+/// second. Restores the thread's current context.
 GlInfo QueryGlInfo();
 
 }  // namespace pixelforge::preview

@@ -32,7 +32,7 @@ const preview::ModuleLibrary& Module() {
 
 ModuleRun::ModuleRun(const std::string& document, const RunOptions& options)
     : firstLine_(Capture().Lines().size()),
-      drop_(preview::ShaderDrop::OfDocument(Bytes(document))),
+      drop_(preview::StagedShader::OfDocument(Bytes(document))),
       session_(Module(), Named(options, drop_.PlaylistName())) {
     session_.Open();
 }

@@ -13,7 +13,7 @@
 
 #include "preview/host/host_session.h"
 #include "preview/host/module_library.h"
-#include "preview/host/shader_drop.h"
+#include "preview/host/staged_shader.h"
 #include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
@@ -77,7 +77,7 @@ public:
 
 private:
     LiveRun(const std::string& document, std::int32_t width, std::int32_t height)
-        : drop_(preview::ShaderDrop::OfDocument(
+        : drop_(preview::StagedShader::OfDocument(
               {reinterpret_cast<const std::uint8_t*>(document.data()), document.size()})) {
         preview::SessionOptions options;
         options.width = width;
@@ -87,7 +87,7 @@ private:
     }
 
     preview::ModuleLibrary library_;
-    preview::ShaderDrop drop_;
+    preview::StagedShader drop_;
     std::optional<preview::HostSession> session_;
 };
 

@@ -13,7 +13,7 @@
 #include "module/frame_driver.h"
 #include "module/instance.h"
 #include "preview/host/host_session.h"
-#include "preview/host/shader_drop.h"
+#include "preview/host/staged_shader.h"
 #include "tests/support/document_builder.h"
 
 namespace {
@@ -88,7 +88,7 @@ TEST(FrameAllocation, ASteadyFrameAllocatesNothing) {
                  {"foreground, tiled", {{"Foreground Only", "1"}, {"X Tiling", "3"}}, 1},
                  {"multisampled", {{"Multi-Sample", "2"}}, 0}};
     const std::string document = BusyDocument();
-    const auto drop = preview::ShaderDrop::OfDocument(
+    const auto drop = preview::StagedShader::OfDocument(
         {reinterpret_cast<const std::uint8_t*>(document.data()), document.size()});
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
