@@ -108,7 +108,7 @@ void CreateFramesFolder(const std::wstring& folder) {
     }
 }
 
-/// What the live view and a counted run have in common.
+/// What runs with and without a window have in common.
 struct Run {
     const Options& options;
     const Paths& paths;
@@ -117,7 +117,7 @@ struct Run {
     const std::atomic<bool>* stop = nullptr;
 };
 
-/// The result of a counted run, after its session.
+/// The result of a run without a window, after its session.
 struct Outcome {
     std::vector<FrameRecord> frames;
     std::wstring infoText;  ///< copied before the module's clean-up clears it
@@ -213,8 +213,8 @@ void PrintOutcome(const Run& run, const Outcome& outcome, const FrameStatistics&
 
 using Messages = std::function<std::vector<std::string>()>;
 
-ExitStatus RunCounted(const Run& run, const ModuleLibrary& library, const DebugCapture& capture,
-                      const Messages& readableLines) {
+ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const DebugCapture& capture,
+                            const Messages& readableLines) {
     const Outcome outcome = DrawFrames(run, library);
     const FrameStatistics statistics = Summarize(outcome.frames);
     const ExitStatus status = outcome.pictureError.empty() ? StatusOf(statistics) : ExitStatus::Failed;
@@ -238,8 +238,8 @@ std::wstring PictureStem(const Paths& paths) {
     return paths.start + L"\\" + name.substr(0, name.rfind(L'.'));
 }
 
-ExitStatus RunShown(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
-                    const Messages& readableLines) {
+ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
+                       const Messages& readableLines) {
     return RunLiveView(
         library,
         {.session = SessionOptionsOf(run.options, run.shader.Staged()),
@@ -297,9 +297,9 @@ std::wstring CachedFile(const std::string& identifier) {
 void ForgetCachedShader(const std::string& identifier) {
     const std::wstring file = CachedFile(identifier);
     if (DeleteFileW(file.c_str())) {
-        std::printf("forgot      %s\n", ToUtf8(file).c_str());
+        std::printf("removed     %s\n", ToUtf8(file).c_str());
     } else if (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND) {
-        std::printf("forgot      nothing: %s is not in the cache\n", identifier.c_str());
+        std::printf("removed     nothing: %s is not in the cache\n", identifier.c_str());
     } else {
         throw HostError(ExitStatus::Failed, WithLastError("cannot remove " + ToUtf8(file)));
     }
@@ -326,8 +326,8 @@ ExitStatus RunPreview(const Options& options) {
         const CleanupOnAbort cleanup(shader.Staged());
         const ModuleLibrary library;
         const Run run{options, paths, shader, events ? &*events : nullptr, &cleanup.StopRequested()};
-        return options.window ? RunShown(run, library, capture, readableLines)
-                              : RunCounted(run, library, capture, readableLines);
+        return options.window ? RunInWindow(run, library, capture, readableLines)
+                              : RunWithoutWindow(run, library, capture, readableLines);
     } catch (const HostError&) {
         PrintLines(readableLines());
         throw;

@@ -1,4 +1,4 @@
-// A run in figures: frame records, their statistics and checksum, and the JSON report.
+// A run in figures: frame records, checksum, statistics, OpenGL driver, and all of it as JSON.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "module/host_abi.h"
-#include "preview/gl_info.h"
 
 namespace pixelforge::preview {
 
@@ -36,6 +35,17 @@ struct FrameStatistics {
 
 /// Times are based on the drawn frames that did not load; if there are none, on all drawn frames.
 FrameStatistics Summarize(std::span<const FrameRecord> frames);
+
+/// The driver's strings; empty if no context could be created.
+struct GlInfo {
+    std::string version;
+    std::string renderer;
+    std::string vendor;
+};
+
+/// Queries a temporary context on a hidden window, in the module's pixel format; takes some tenths of a
+/// second. Restores the thread's current context.
+GlInfo QueryGlInfo();
 
 struct Report {
     std::string shader;  ///< document, playlist or identifier

@@ -78,7 +78,7 @@ void WriteOutputs(JsonWriter& json, int outputId) {
 
 // Plain shader files.
 
-struct PassFacts {
+struct PassRow {
     std::string_view stem;
     const char* type;
     const char* name;
@@ -86,7 +86,7 @@ struct PassFacts {
 };
 
 constexpr std::size_t kBufferARow = 2;
-constexpr PassFacts kPasses[] = {
+constexpr PassRow kPasses[] = {
     {"image", "image", "Image", kImageId},       {"common", "common", "Common", 0},
     {"a", "buffer", "Buffer A", kBufferAId},     {"b", "buffer", "Buffer B", kBufferAId + 1},
     {"c", "buffer", "Buffer C", kBufferAId + 2}, {"d", "buffer", "Buffer D", kBufferAId + 3},
@@ -114,7 +114,7 @@ void PutOnFreeChannel(Channels& channels, Input input) {
 Channels ChooseChannels(const std::vector<PassFile>& passes) {
     Channels channels = {};
     for (std::size_t i = 0; i < channels.size(); ++i) {
-        const PassFacts& buffer = kPasses[kBufferARow + i];
+        const PassRow& buffer = kPasses[kBufferARow + i];
         if (Has(passes, buffer.stem)) {
             channels[i] = {buffer.type, buffer.outputId};
         }
@@ -143,14 +143,13 @@ void WriteInputs(JsonWriter& json, const Channels& channels) {
     json.EndArray();
 }
 
-void WritePassFile(JsonWriter& json, const PassFacts& facts, const std::string& code,
-                   const Channels& channels) {
+void WritePassFile(JsonWriter& json, const PassRow& row, const std::string& code, const Channels& channels) {
     json.BeginObject();
-    json.Text("type", facts.type);
-    json.Text("name", facts.name);
+    json.Text("type", row.type);
+    json.Text("name", row.name);
     json.Text("code", code);
-    WriteInputs(json, facts.outputId != 0 ? channels : Channels{});
-    WriteOutputs(json, facts.outputId);
+    WriteInputs(json, row.outputId != 0 ? channels : Channels{});
+    WriteOutputs(json, row.outputId);
     json.EndObject();
 }
 
@@ -260,9 +259,9 @@ std::string DocumentOfPassFiles(std::string_view name, const std::vector<PassFil
     const DocumentInfo info = {.id = "local", .name = name, .username = "local file"};
     return MakeDocument(info, [&](JsonWriter& json) {
         for (const PassFile& pass : passes) {
-            const auto facts = std::ranges::find(kPasses, pass.stem, &PassFacts::stem);
-            if (facts != std::end(kPasses)) {
-                WritePassFile(json, *facts, pass.code, channels);
+            const auto row = std::ranges::find(kPasses, pass.stem, &PassRow::stem);
+            if (row != std::end(kPasses)) {
+                WritePassFile(json, *row, pass.code, channels);
             }
         }
     });

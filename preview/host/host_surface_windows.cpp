@@ -62,9 +62,9 @@ void EncodeFrame(IWICBitmapEncoder& encoder, const FramePixels& pixels) {
 }
 
 std::vector<std::uint8_t> StreamBytes(IStream* stream) {
-    STATSTG facts = {};
-    Check(stream->Stat(&facts, STATFLAG_NONAME), "length");
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(facts.cbSize.QuadPart));
+    STATSTG status = {};
+    Check(stream->Stat(&status, STATFLAG_NONAME), "length");
+    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.cbSize.QuadPart));
     Check(stream->Seek({}, STREAM_SEEK_SET, nullptr), "rewind");
     ULONG got = 0;
     Check(stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &got), "read-back");

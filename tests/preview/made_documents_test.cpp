@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 
 ShaderDocument Read(const std::string& json) {
-    ShaderDocument document{};
+    ShaderDocument document = {};
     EXPECT_EQ(ReadShaderDocument(json.c_str(), document).error, "") << json;
     return document;
 }

@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 std::optional<Notice> Compose(std::wstring_view name, std::wstring_view author, std::wstring_view description,
                               const wchar_t* editor = L"") {
-    ShaderInfo info{};
+    ShaderInfo info = {};
     CopyCut(info.id, L"abc123");
     CopyCut(info.name, name);
     CopyCut(info.username, author);

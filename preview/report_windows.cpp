@@ -1,5 +1,5 @@
-// Creates a temporary OpenGL context and reads the driver's strings.
-#include "preview/gl_info.h"
+// The report's OpenGL query, by a temporary context.
+#include "preview/report.h"
 
 #include <windows.h>
 
