@@ -84,7 +84,7 @@ void CompareLoads(const Shader& shader, test::ModuleRun& run, BareLoop& bare, in
     std::vector<LoadTimes> loads;
     const Side ours = {"load and first frame, " + shader.name,
                        [&] {
-                           run.Session().Reset();
+                           run.Session().Initialize();
                            RequireDrawn(run.Frame());
                        },
                        ReleaseCurrent};

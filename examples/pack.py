@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
 """Packs each example's GLSL files into the JSON document beside its folder.
 
-A folder holds one file for each pass: common.glsl, a.glsl to d.glsl, cube.glsl, image.glsl. Lines that begin
-with "//@" are for this script and stay out of the document:
+A folder holds one file per pass: common.glsl, a.glsl to d.glsl, cube.glsl, image.glsl. Lines that begin with
+"//@" are directives for this script and are left out of the document:
 
-    //@ name Demo                                the document's facts, in image.glsl:
+    //@ name Demo                                document properties, in image.glsl:
     //@ description One line of text             name, description, tags
     //@ iChannel0 Buffer A filter=nearest        an input: a pass's name, or a kind of input (texture,
     //@ iChannel1 texture wood.png wrap=repeat   cubemap, volume, keyboard, webcam, music) with its file
 
-Usage: pack.py          writes every document anew
-       pack.py --check  only says which documents differ from their sources; exit status 1 if any does
+Usage: pack.py          write all documents
+       pack.py --check  only list the documents that differ from their sources; exit status 1 if any does
 """
 
 import json
@@ -19,7 +19,7 @@ import sys
 
 FOLDER = pathlib.Path(__file__).resolve().parent
 
-# File stem: the pass's type, name and output number. The order is the documents' usual one.
+# File stem: the pass's type, name and output number, in the documents' usual order.
 PASSES = {
     "image": ("image", "Image", 37),
     "common": ("common", "Common", None),
@@ -34,7 +34,7 @@ SAMPLER = {"filter": "linear", "wrap": "clamp", "vflip": "false", "srgb": "false
 
 
 def parse_input(channel, words):
-    """One input record from the words behind "iChannelN"."""
+    """One input record from the words after "iChannelN"."""
     sampler = dict(SAMPLER)
     while "=" in words[-1]:
         key, value = words.pop().split("=")
@@ -51,9 +51,9 @@ def parse_input(channel, words):
 
 
 def read_pass(path):
-    """The pass record of one GLSL file, and the facts stated in it."""
+    """The pass record of one GLSL file, and the document properties given in it."""
     kind, name, number = PASSES[path.stem]
-    code, inputs, facts = [], [], {}
+    code, inputs, properties = [], [], {}
     for line in path.read_text(encoding="utf-8").splitlines():
         if not line.startswith("//@"):
             code.append(line)
@@ -62,32 +62,32 @@ def read_pass(path):
         if key.startswith("iChannel"):
             inputs.append(parse_input(int(key[-1]), text.split()))
         else:
-            facts[key] = text
+            properties[key] = text
     outputs = [] if number is None else [{"id": number, "channel": 0}]
     text = "\n".join(code).strip("\n") + "\n"
-    return {"type": kind, "name": name, "code": text, "inputs": inputs, "outputs": outputs}, facts
+    return {"type": kind, "name": name, "code": text, "inputs": inputs, "outputs": outputs}, properties
 
 
 def make_document(folder):
-    passes, facts = [], {}
+    passes, properties = [], {}
     for stem in PASSES:
         path = folder / f"{stem}.glsl"
         if path.exists():
-            record, stated = read_pass(path)
+            record, given = read_pass(path)
             passes.append(record)
-            facts.update(stated)
+            properties.update(given)
     info = {
         "id": folder.name,
         "date": "0",
         "viewed": 0,
-        "name": facts.get("name", folder.name),
+        "name": properties.get("name", folder.name),
         "username": "Pixelforge",
-        "description": facts.get("description", ""),
+        "description": properties.get("description", ""),
         "likes": 0,
         "published": 0,
         "flags": 0,
         "usePreview": 0,
-        "tags": facts.get("tags", "").split(),
+        "tags": properties.get("tags", "").split(),
         "hasliked": 0,
     }
     document = {"Shader": {"ver": "0.1", "info": info, "renderpass": passes}}

@@ -1,19 +1,18 @@
-// Draws a run's frames and decides when there is no point in going on.
+// Draws and times a run's frames.
 #pragma once
 
 #include <atomic>
 #include <functional>
 #include <vector>
 
-#include "preview/frame_statistics.h"
-#include "preview/host/event_player.h"
 #include "preview/host/host_session.h"
+#include "preview/host/input_events.h"
+#include "preview/report.h"
 
 namespace pixelforge::preview {
 
-/// A module that fails this often before it has drawn anything is not asked again: it would load the
-/// same shader with the same outcome.
-inline constexpr int kHopelessFailures = 3;
+/// A run ends when this many first frames have failed: further attempts would load the same shader again.
+inline constexpr int kMaxInitialFailures = 3;
 
 struct FrameRunOptions {
     int frames = 60;
@@ -21,10 +20,11 @@ struct FrameRunOptions {
     const std::atomic<bool>* stop = nullptr;  ///< set by another thread to end the run early
     EventPlayer* events = nullptr;
 
-    /// Called behind each frame that was drawn with the number of frames so far; may be empty.
+    /// Called after each drawn frame with the number of frames so far. May be empty.
     std::function<void(int)> frameDrawn = {};
 };
 
+/// Shows a progress bar on stderr if that is a console and the run takes longer than a second.
 std::vector<FrameRecord> RunFrames(HostSession& session, const FrameRunOptions& options);
 
 }  // namespace pixelforge::preview

@@ -1,4 +1,4 @@
-// The stand-in host as a command.
+// The command `preview`: standard streams, arguments, exit status.
 #include <windows.h>
 
 #include <fcntl.h>
@@ -17,11 +17,11 @@ namespace {
 
 using namespace pixelforge::preview;
 
-/// UTF-8 and plain line ends on both streams, on a console as in a pipe; a console gets its code page
-/// back, because it outlives the program.
+/// UTF-8 and plain "\n" on both streams, console or pipe. Restores the console's code page, because the
+/// console outlives the program.
 class Utf8Streams {
 public:
-    Utf8Streams() : formerCodePage_(GetConsoleOutputCP()) {
+    Utf8Streams() : previousCodePage_(GetConsoleOutputCP()) {
         SetConsoleOutputCP(CP_UTF8);
         _setmode(_fileno(stdout), _O_BINARY);
         _setmode(_fileno(stderr), _O_BINARY);
@@ -29,13 +29,13 @@ public:
     ~Utf8Streams() {
         std::fflush(stdout);
         std::fflush(stderr);
-        SetConsoleOutputCP(formerCodePage_);
+        SetConsoleOutputCP(previousCodePage_);
     }
     Utf8Streams(const Utf8Streams&) = delete;
     Utf8Streams& operator=(const Utf8Streams&) = delete;
 
 private:
-    UINT formerCodePage_;
+    UINT previousCodePage_;
 };
 
 std::vector<std::string> Arguments() {
@@ -64,11 +64,9 @@ int main() {
     const Utf8Streams streams;
     try {
         return static_cast<int>(RunCommand());
-    } catch (const HostError& error) {
-        std::fprintf(stderr, "preview: %s\n", error.what());
-        return static_cast<int>(error.Status());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "preview: %s\n", error.what());
-        return static_cast<int>(ExitStatus::Failed);
+        const auto* hostError = dynamic_cast<const HostError*>(&error);
+        return static_cast<int>(hostError ? hostError->Status() : ExitStatus::Failed);
     }
 }

@@ -1,10 +1,11 @@
-// Turns the command line into options, or into a word on what is wrong with it.
+// Parses and validates the command line.
 #include "preview/options.h"
 
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <optional>
 
+#include "base/bitmap.h"
 #include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
@@ -12,11 +13,11 @@ namespace {
 
 constexpr const char* kDescription =
     "Draws a shader with Pixelforge.dll the way its host application does.\n"
-    "Exit status: 0 a frame was drawn, 1 the load or a frame failed, 2 wrong usage.";
+    "Exit status: 0 a frame was drawn, 1 the load or a frame failed, 2 invalid usage.";
 
 constexpr std::int32_t kMaximumTiles = 32;
 
-/// A check is about the load; its one frame need not be large.
+/// --check only loads, so its single frame may be small.
 constexpr std::int32_t kCheckWidth = 64;
 constexpr std::int32_t kCheckHeight = 36;
 
@@ -43,8 +44,8 @@ Sides ReadSides(const std::string& text, const std::string& option, std::int32_t
     const auto across = ParseSide(std::string_view(text).substr(0, cross), most);
     const auto down = cross == std::string::npos ? std::nullopt : ParseSide(text.substr(cross + 1), most);
     if (!across || !down) {
-        RejectUsage(option + ": \"" + text + "\" is not two numbers from 1 to " + std::to_string(most) +
-                    " with an x between them");
+        RejectUsage(option + ": \"" + text + "\" is not of the form NxN with numbers from 1 to " +
+                    std::to_string(most));
     }
     return {*across, *down};
 }
@@ -52,30 +53,30 @@ Sides ReadSides(const std::string& text, const std::string& option, std::int32_t
 ControlSetting ReadSetting(const std::string& text) {
     const std::size_t equals = text.find('=');
     if (equals == std::string::npos || equals == 0) {
-        RejectUsage("--set: \"" + text + "\" is not \"Label=value\"");
+        RejectUsage("--set: \"" + text + "\" is not of the form Label=value");
     }
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
-/// What a line of a playlist takes.
-constexpr std::size_t kLongestIdentifier = 19;
+/// Capacity of a playlist line.
+constexpr std::size_t kMaximumIdentifier = 19;
 
 void RequireOneSource(const Options& options) {
     const int sources =
         !options.documentPath.empty() + !options.playlistPath.empty() + !options.shaderId.empty();
     if (sources == 0 && options.forgetId.empty()) {
-        RejectUsage("name a shader document, a playlist with --playlist or an identifier with --id");
+        RejectUsage("name a shader file, a playlist with --playlist or an identifier with --id");
     }
     if (sources > 1) {
-        RejectUsage("name a shader document, a playlist or an identifier, not several of them");
+        RejectUsage("name only one of shader file, --playlist and --id");
     }
-    if (options.shaderId.size() > kLongestIdentifier) {
-        RejectUsage("--id: \"" + options.shaderId + "\" is longer than any identifier");
+    if (options.shaderId.size() > kMaximumIdentifier) {
+        RejectUsage("--id: \"" + options.shaderId + "\" is too long for an identifier");
     }
 }
 
-/// What the command line says before it is judged.
-struct Given {
+/// The command line before validation.
+struct Arguments {
     Options options;
     std::string size;
     std::string tiles;
@@ -85,61 +86,66 @@ struct Given {
     CLI::Option* frames = nullptr;
 };
 
-void AddSource(CLI::App& app, Given& given) {
+void AddSource(CLI::App& app, Arguments& given) {
     Options& options = given.options;
     app.add_option("document", options.documentPath, "Shader document (JSON) or plain shader (GLSL)")
         ->type_name("SHADER");
-    app.add_option("--playlist", options.playlistPath, "Playlist to pick from instead")->type_name("FILE");
-    app.add_option("--id", options.shaderId, "Shader of the web service instead")->type_name("IDENTIFIER");
-    app.add_option("--forget", options.forgetId, "Remove a shader's cached document first")
+    app.add_option("--playlist", options.playlistPath, "Pick a shader from this playlist instead")
+        ->type_name("FILE");
+    app.add_option("--id", options.shaderId, "Load this shader from the web service instead")
         ->type_name("IDENTIFIER");
-    app.add_option("--include", options.includeFolder, "Folder of the shader's include files")
+    app.add_option("--forget", options.forgetId, "Remove this shader from the cache first")
+        ->type_name("IDENTIFIER");
+    app.add_option("--include", options.includeFolder, "Folder for the shader's #include files")
         ->type_name("DIR");
 }
 
-void AddFrame(CLI::App& app, Given& given) {
+void AddFrame(CLI::App& app, Arguments& given) {
     Options& options = given.options;
-    app.add_option("--size", given.size, "Frame size in pixels (1280x720)")->type_name("WxH");
-    given.frames = app.add_option("--frames", options.frames, "Number of frames (60; in a window no end)")
-                       ->type_name("N")
-                       ->check(CLI::Range(1, 10'000'000));
-    app.add_option("--set", given.settings, "Value for a control, by its label; may be repeated")
+    app.add_option("--size", given.size, "Frame size in pixels (default 1280x720)")->type_name("WxH");
+    given.frames =
+        app.add_option("--frames", options.frames, "Number of frames (default 60; in a window unlimited)")
+            ->type_name("N")
+            ->check(CLI::Range(1, 10'000'000));
+    app.add_option("--set", given.settings, "Set a control by its label; may be repeated")
         ->type_name("\"Label=value\"")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    app.add_option("--tiles", given.tiles, "Tiles across and down")->type_name("XxY");
+    app.add_option("--tiles", given.tiles, "Number of tiles across and down")->type_name("XxY");
     app.add_flag("--mirror", given.mirror, "Mirror every second tile");
-    app.add_flag("--foreground", given.foreground, "Leave the host's picture where the frame is black");
-    app.add_option("--levels", options.levels, "Levels of N to a colour in place of colours")
+    app.add_flag("--foreground", given.foreground, "Draw only non-black pixels over the host's picture");
+    app.add_option("--levels", options.levels, "Output brightness (R+G+B)/N instead of colours")
         ->type_name("N")
         ->check(CLI::Range(1, 765));
-    app.add_option("--events", options.eventsPath, "Scripted keys, mouse and resizing")->type_name("FILE");
+    app.add_option("--events", options.eventsPath, "Play scripted keys, mouse input and resizing")
+        ->type_name("FILE");
 }
 
 void AddOutcome(CLI::App& app, Options& options) {
-    app.add_flag("--window", options.window, "Show the frames in a window; F1 there lists its keys");
-    app.add_flag("--watch", options.watch, "Show them and load anew when a file of the shader changes");
-    app.add_option("--png", options.pngPath, "Write the last frame")->type_name("FILE");
-    app.add_option("--frames-dir", options.framesFolder, "Write every frame as a PNG")->type_name("DIR");
+    app.add_flag("--window", options.window, "Show the frames in a window; F1 lists its keys");
+    app.add_flag("--watch", options.watch, "Like --window, and reload when a file of the shader changes");
+    app.add_option("--png", options.pngPath, "Write the last frame as a PNG")->type_name("FILE");
+    app.add_option("--frames-dir", options.framesFolder, "Write every frame as a PNG to this folder")
+        ->type_name("DIR");
     app.add_option("--report", options.reportPath, "Write results, times and messages as JSON")
         ->type_name("FILE");
     app.add_flag("--bench", options.bench, "Print a table of frame times");
-    app.add_flag("--check", options.check, "Load only: exit status, and errors with their lines");
+    app.add_flag("--check", options.check, "Only load: print errors with their lines, set the exit status");
     app.add_flag("--info", options.info, "Print the notice about the shader");
 }
 
 void RequireOneOutcome(const Options& options) {
     const bool measured = options.bench || !options.reportPath.empty() || !options.framesFolder.empty();
     if (options.window && (measured || options.check || options.info)) {
-        RejectUsage("--window and --watch go with none of --bench, --check, --info, --report, --frames-dir");
+        RejectUsage("--window and --watch exclude --bench, --check, --info, --report and --frames-dir");
     }
     if (options.watch && options.documentPath.empty()) {
         RejectUsage("--watch needs a shader file");
     }
 }
 
-/// Without --mirror tiles are all alike, though the control's own default is to mirror.
-void AddFormSettings(const Given& given, std::vector<ControlSetting>& settings) {
+/// --tiles without --mirror switches mirroring off, although the control's default is on.
+void AddOutputSettings(const Arguments& given, std::vector<ControlSetting>& settings) {
     if (!given.tiles.empty()) {
         const Sides tiles = ReadSides(given.tiles, "--tiles", kMaximumTiles);
         settings.push_back({"X Tiling", std::to_string(tiles.across)});
@@ -153,13 +159,13 @@ void AddFormSettings(const Given& given, std::vector<ControlSetting>& settings) 
     }
 }
 
-Options Judge(Given& given) {
+Options Validate(Arguments& given) {
     Options& options = given.options;
     options.window = options.window || options.watch;
     RequireOneSource(options);
     RequireOneOutcome(options);
     if (!given.size.empty()) {
-        const Sides sides = ReadSides(given.size, "--size", kMaximumFrameSide);
+        const Sides sides = ReadSides(given.size, "--size", kLargestSide);
         options.width = sides.across;
         options.height = sides.down;
     } else if (options.check) {
@@ -169,7 +175,7 @@ Options Judge(Given& given) {
     if (given.frames->count() == 0) {
         options.frames = options.window ? 0 : options.check || options.info ? 1 : options.frames;
     }
-    AddFormSettings(given, options.settings);
+    AddOutputSettings(given, options.settings);
     for (const std::string& setting : given.settings) {
         options.settings.push_back(ReadSetting(setting));
     }
@@ -179,9 +185,9 @@ Options Judge(Given& given) {
 }  // namespace
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
-    Given given;
+    Arguments given;
     CLI::App app(kDescription, "preview");
-    // A path that begins with a slash is no option.
+    // Otherwise a path that begins with a slash would be an option.
     app.allow_windows_style_options(false);
     AddSource(app, given);
     AddFrame(app, given);
@@ -194,7 +200,7 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     } catch (const CLI::ParseError& error) {
         RejectUsage(error.what());
     }
-    return Judge(given);
+    return Validate(given);
 }
 
 }  // namespace pixelforge::preview

@@ -1,13 +1,20 @@
 // The command's work from its options to its exit status.
 #pragma once
 
+#include <string>
+
 #include "preview/host/host_error.h"
 #include "preview/options.h"
 
 namespace pixelforge::preview {
 
 /// Draws the shader, writes picture and report, prints the module's messages to stderr and a summary to
-/// stdout. Changes the current folder while it runs. Throws `HostError` for what ends the run early.
+/// stdout. Changes the current folder while it runs. Throws `HostError`.
 ExitStatus RunPreview(const Options& options);
+
+/// Removes a shader's cached document (identifier in UTF-8), so that its next load queries the service, and
+/// prints what it did. Throws `HostError`: `WrongUsage` for an invalid identifier, `Failed` if the file
+/// exists but cannot be removed.
+void ForgetCachedShader(const std::string& identifier);
 
 }  // namespace pixelforge::preview

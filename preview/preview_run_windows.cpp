@@ -1,40 +1,37 @@
-// Hands the shader over, draws its frames and reports.
+// Stages the shader, draws its frames and reports.
 #include "preview/preview_run.h"
 
 #include <windows.h>
 
 #include <cstdio>
-#include <exception>
 #include <functional>
 #include <optional>
 #include <string_view>
 
 #include "base/file.h"
+#include "base/load_error.h"
 #include "base/text.h"
-#include "preview/cache_entry.h"
-#include "preview/documents/shader_handover.h"
-#include "preview/early_end.h"
+#include "preview/cleanup_on_abort.h"
+#include "preview/documents/opened_shader.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
-#include "preview/host/png_file.h"
-#include "preview/messages.h"
-#include "preview/progress_bar.h"
 #include "preview/report.h"
 #include "preview/view/live_view.h"
+#include "service/shader_cache.h"
 
 namespace pixelforge::preview {
 namespace {
 
-/// Absolute, because the current folder changes to the shader's. Empty where nothing was asked for.
+/// Absolute, because the current folder changes to the shader's. Empty for missing options.
 struct Paths {
     std::wstring source;
     std::wstring png;
     std::wstring frames;
     std::wstring report;
     std::wstring include;
-    std::wstring start;  ///< the current folder at first
+    std::wstring start;  ///< the initial current folder
 };
 
 std::wstring AbsoluteOrEmpty(const std::string& path) {
@@ -65,7 +62,7 @@ void SetIncludeFolder(const Options& options, const Paths& paths) {
         throw HostError(ExitStatus::WrongUsage, "--include: " + options.includeFolder + " is not a folder");
     }
     if (paths.include.size() >= kPathUnits) {
-        throw HostError(ExitStatus::WrongUsage, "--include: the path is longer than the module reads");
+        throw HostError(ExitStatus::WrongUsage, "--include: the path is too long for the module");
     }
     SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", paths.include.c_str());
 }
@@ -84,71 +81,55 @@ std::optional<EventPlayer> ReadEvents(const Options& options) {
     if (options.eventsPath.empty()) {
         return std::nullopt;
     }
-    const auto bytes = ReadInputFile(AbsolutePath(options.eventsPath));
-    const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    const std::string text = ReadInputFile(AbsolutePath(options.eventsPath));
     return EventPlayer(ParseInputEvents(text, options.eventsPath));
 }
 
-SessionOptions ForSession(const Options& options, const ShaderDrop& drop) {
+SessionOptions SessionOptionsOf(const Options& options, const StagedShader& shader) {
     return {.width = options.width,
             .height = options.height,
-            .playlistName = drop.PlaylistName(),
+            .playlistName = shader.PlaylistName(),
             .settings = options.settings,
             .levelDivisor = options.levels != 0 ? options.levels : kPaletteColors,
             .levelOutput = options.levels != 0 ? 1 : 0,
-            .offscreenWhenNeeded = true};
-}
-
-void WritePicture(const std::wstring& path, const HostSession& session) {
-    std::vector<std::uint8_t> greys;
-    WritePng(path, session.Picture(greys));
+            .autoOffscreen = true};
 }
 
 /// "DIR\frame-00001.png" and so on.
-void WriteNumberedPicture(const std::wstring& folder, int number, const HostSession& session) {
+void WriteNumberedPicture(const std::wstring& folder, int number, HostSession& session) {
     wchar_t name[32];
     std::swprintf(name, 32, L"\\frame-%05d.png", number);
-    WritePicture(folder + name, session);
+    WritePng(folder + name, session.Picture());
 }
 
-void MakeFramesFolder(const std::wstring& folder) {
+void CreateFramesFolder(const std::wstring& folder) {
     if (!folder.empty() && !CreateDirectoryW(folder.c_str(), nullptr) && !IsExistingFolder(folder.c_str())) {
-        throw HostError(ExitStatus::WrongUsage, WithLastError("cannot make the folder " + ToUtf8(folder)));
+        throw HostError(ExitStatus::WrongUsage, WithLastError("cannot create the folder " + ToUtf8(folder)));
     }
 }
 
-/// What stays the same whether frames are shown or counted.
+/// What runs with and without a window have in common.
 struct Run {
     const Options& options;
     const Paths& paths;
-    ShaderHandover& shader;
+    OpenedShader& shader;
     EventPlayer* events;
     const std::atomic<bool>* stop = nullptr;
 };
 
-/// What is left of a run when its session has ended.
+/// The result of a run without a window, after its session.
 struct Outcome {
     std::vector<FrameRecord> frames;
-    std::wstring infoText;  ///< taken before the module's clean-up clears it
+    std::wstring infoText;  ///< copied before the module's clean-up clears it
     std::int32_t width;     ///< of the last frame
     std::int32_t height;
-    std::exception_ptr pictureFault;  ///< why the last frame could not be written
+    std::string pictureError;  ///< why the last frame could not be written; empty if it was
 };
 
-std::exception_ptr WriteLastPicture(const std::wstring& path, const HostSession& session) {
-    try {
-        WritePicture(path, session);
-    } catch (const HostError&) {
-        return std::current_exception();
-    }
-    return nullptr;
-}
-
 Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
-    MakeFramesFolder(run.paths.frames);
-    HostSession session(library, ForSession(run.options, run.shader.Drop()));
+    CreateFramesFolder(run.paths.frames);
+    HostSession session(library, SessionOptionsOf(run.options, run.shader.Staged()));
     session.Open();
-    ProgressBar progress(run.options.frames);
     std::vector<FrameRecord> frames =
         RunFrames(session, {.frames = run.options.frames,
                             .checksums = !run.paths.report.empty(),
@@ -158,32 +139,34 @@ Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
                                 if (!run.paths.frames.empty()) {
                                     WriteNumberedPicture(run.paths.frames, count, session);
                                 }
-                                progress.Advance(count);
                             }});
-    const bool wanted = !run.paths.png.empty() && Summarize(frames).failed == 0;
+    std::string pictureError;
+    if (!run.paths.png.empty() && Summarize(frames).failed == 0) {
+        pictureError = FailureOf([&] { WritePng(run.paths.png, session.Picture()); });
+    }
     return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
-            wanted ? WriteLastPicture(run.paths.png, session) : nullptr};
+            pictureError};
 }
 
-ExitStatus Judge(const FrameStatistics& statistics) {
+ExitStatus StatusOf(const FrameStatistics& statistics) {
     return statistics.drawn > 0 && statistics.failed == 0 ? ExitStatus::Drawn : ExitStatus::Failed;
 }
 
 void ExplainFailure(const FrameStatistics& statistics, bool anyLine) {
     if (statistics.failed == 0) {
-        PrintError("preview: no frame was drawn: the module drew nothing new on any call");
+        PrintError("preview: no frame was drawn: every call reported that nothing was drawn");
     } else if (statistics.drawn == 0) {
         PrintError(std::string("preview: the shader could not be drawn") +
-                   (anyLine ? "" : "; the module gave no reason"));
+                   (anyLine ? "" : "; the module reported no reason"));
     } else {
         PrintError("preview: " + std::to_string(statistics.failed) + " frames failed");
     }
 }
 
-/// The picture's path is shown as the user wrote it, which a user of Wine can go on working with.
+/// Shows the picture's path as the user wrote it: under Wine an absolute path would be of no use.
 void PrintSummary(const Options& options, const Outcome& outcome, const FrameStatistics& statistics) {
     const char* const picture =
-        options.pngPath.empty() ? "none (write it with --png FILE)" : options.pngPath.c_str();
+        options.pngPath.empty() ? "none (use --png FILE to write one)" : options.pngPath.c_str();
     std::printf("picture     %s\n", picture);
     std::printf("frame size  %d x %d\n", static_cast<int>(outcome.width), static_cast<int>(outcome.height));
     std::printf("frame rate  %.1f frames per second (median of %zu)\n", statistics.framesPerSecond,
@@ -202,7 +185,7 @@ void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                                          .gl = QueryGlInfo(),
                                          .frames = frames,
                                          .debugLines = lines});
-    WriteOutputFile(paths.report, {reinterpret_cast<const std::uint8_t*>(json.data()), json.size()});
+    WriteOutputFile(paths.report, BytesOf(json));
 }
 
 void PrintBench(const FrameStatistics& statistics) {
@@ -230,14 +213,14 @@ void PrintOutcome(const Run& run, const Outcome& outcome, const FrameStatistics&
 
 using Messages = std::function<std::vector<std::string>()>;
 
-ExitStatus RunCounted(const Run& run, const ModuleLibrary& library, const DebugCapture& capture,
-                      const Messages& readableLines) {
+ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const DebugCapture& capture,
+                            const Messages& readableLines) {
     const Outcome outcome = DrawFrames(run, library);
     const FrameStatistics statistics = Summarize(outcome.frames);
-    const ExitStatus status = outcome.pictureFault ? ExitStatus::Failed : Judge(statistics);
+    const ExitStatus status = outcome.pictureError.empty() ? StatusOf(statistics) : ExitStatus::Failed;
     WriteReport(run.options, run.paths, status, outcome.frames, capture.Lines());
-    if (outcome.pictureFault) {
-        std::rethrow_exception(outcome.pictureFault);
+    if (!outcome.pictureError.empty()) {
+        throw HostError(ExitStatus::Failed, outcome.pictureError);
     }
     const std::vector<std::string> lines = readableLines();
     PrintLines(lines);
@@ -249,17 +232,17 @@ ExitStatus RunCounted(const Run& run, const ModuleLibrary& library, const DebugC
     return status;
 }
 
-/// The file's name, without folders and extension, in the folder where the program was started.
+/// The shader's file name without extension, in the initial folder.
 std::wstring PictureStem(const Paths& paths) {
-    const std::wstring name = paths.source.substr(paths.source.find_last_of(L"\\/") + 1);
+    const std::wstring name = FileNameOf(paths.source);
     return paths.start + L"\\" + name.substr(0, name.rfind(L'.'));
 }
 
-ExitStatus RunShown(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
-                    const Messages& readableLines) {
+ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
+                       const Messages& readableLines) {
     return RunLiveView(
         library,
-        {.session = ForSession(run.options, run.shader.Drop()),
+        {.session = SessionOptionsOf(run.options, run.shader.Staged()),
          .name = SourceName(run.options),
          .pictureStem = PictureStem(run.paths),
          .lastPicture = run.paths.png,
@@ -274,28 +257,53 @@ ExitStatus RunShown(const Run& run, const ModuleLibrary& library, DebugCapture& 
          }});
 }
 
-/// A shader of the service has no folder.
+/// A shader from the service has no folder.
 void EnterFolder(const Options& options, const Paths& paths, std::optional<WorkingFolder>& folder) {
     if (options.shaderId.empty() && !folder.emplace(paths.source).Entered()) {
-        PrintError("preview: the shader's folder has too long a path; files beside it will not be found");
+        PrintError("preview: the path of the shader's folder is too long; files beside it will not be found");
     }
 }
 
-ShaderHandover HandOver(const Options& options, const Paths& paths) {
+OpenedShader OpenShader(const Options& options, const Paths& paths) {
     if (!options.shaderId.empty()) {
-        return ShaderHandover::OfIdentifier(options.shaderId);
+        return OpenedShader::OfIdentifier(options.shaderId);
     }
     if (options.documentPath.empty()) {
-        return ShaderHandover::OfPlaylist(paths.source);
+        return OpenedShader::OfPlaylist(paths.source);
     }
-    ShaderHandover shader = ShaderHandover::OfFile(paths.source, paths.include);
-    if (!shader.Remark().empty()) {
-        PrintError("preview: " + options.documentPath + ": " + shader.Remark());
+    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include);
+    if (!shader.Conversion().empty()) {
+        PrintError("preview: " + options.documentPath + ": " + shader.Conversion());
     }
     return shader;
 }
 
+/// In the data folder that the module publishes when it is loaded.
+std::wstring CachedFile(const std::string& identifier) {
+    wchar_t name[kPathUnits] = {};
+    wchar_t folder[kPathUnits] = {};
+    if (!CachedNameForShaderId(FromUtf8(identifier).c_str(), name) || !IsPlainFileName(name)) {
+        throw HostError(ExitStatus::WrongUsage,
+                        "--forget: \"" + identifier + "\" is not a shader identifier");
+    }
+    const ModuleLibrary library;
+    ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\Shaders\\", folder,
+                              kPathUnits);
+    return std::wstring(folder) + name + L".json";
+}
+
 }  // namespace
+
+void ForgetCachedShader(const std::string& identifier) {
+    const std::wstring file = CachedFile(identifier);
+    if (DeleteFileW(file.c_str())) {
+        std::printf("removed     %s\n", ToUtf8(file).c_str());
+    } else if (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND) {
+        std::printf("removed     nothing: %s is not in the cache\n", identifier.c_str());
+    } else {
+        throw HostError(ExitStatus::Failed, WithLastError("cannot remove " + ToUtf8(file)));
+    }
+}
 
 ExitStatus RunPreview(const Options& options) {
     if (!options.forgetId.empty()) {
@@ -307,19 +315,19 @@ ExitStatus RunPreview(const Options& options) {
     const Paths paths = ResolvePaths(options);
     SetIncludeFolder(options, paths);
     std::optional<EventPlayer> events = ReadEvents(options);
-    ShaderHandover shader = HandOver(options, paths);
+    OpenedShader shader = OpenShader(options, paths);
     DebugCapture capture;
     const Messages readableLines = [&] {
-        return ReadableLines(capture.Lines(), ToUtf8(shader.Drop().AliasPath()), SourceName(options));
+        return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
     };
     try {
         std::optional<WorkingFolder> folder;
         EnterFolder(options, paths, folder);
-        const EarlyEndGuard guard(shader.Drop());
+        const CleanupOnAbort cleanup(shader.Staged());
         const ModuleLibrary library;
-        const Run run{options, paths, shader, events ? &*events : nullptr, &guard.StopWanted()};
-        return options.window ? RunShown(run, library, capture, readableLines)
-                              : RunCounted(run, library, capture, readableLines);
+        const Run run{options, paths, shader, events ? &*events : nullptr, &cleanup.StopRequested()};
+        return options.window ? RunInWindow(run, library, capture, readableLines)
+                              : RunWithoutWindow(run, library, capture, readableLines);
     } catch (const HostError&) {
         PrintLines(readableLines());
         throw;

@@ -1,99 +1,152 @@
-// Writes a run's report.
+// Checksum, statistics and JSON of a run.
 #include "preview/report.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdio>
 
-#include <rapidjson/prettywriter.h>
-#include <rapidjson/stringbuffer.h>
+#include "preview/documents/json_writer.h"
 
 namespace pixelforge::preview {
 namespace {
 
-using Writer = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+constexpr std::uint32_t kReversedPolynomial = 0xEDB88320u;
 
-void WriteText(Writer& writer, const char* key, const std::string& text) {
-    writer.Key(key);
-    writer.String(text.c_str(), static_cast<rapidjson::SizeType>(text.size()));
+constexpr std::array<std::uint32_t, 256> MakeCrcTable() {
+    std::array<std::uint32_t, 256> table = {};
+    for (std::uint32_t i = 0; i < 256; ++i) {
+        std::uint32_t value = i;
+        for (int bit = 0; bit < 8; ++bit) {
+            value = (value >> 1) ^ ((value & 1u) ? kReversedPolynomial : 0u);
+        }
+        table[i] = value;
+    }
+    return table;
 }
 
-void WriteNumber(Writer& writer, const char* key, double number) {
-    writer.Key(key);
-    writer.Double(number);
+constexpr auto kCrcTable = MakeCrcTable();
+
+std::vector<double> SortedTimes(std::span<const FrameRecord> frames, bool withLoading) {
+    std::vector<double> times;
+    for (const FrameRecord& frame : frames) {
+        if (frame.result == FrameResult::Drawn && (withLoading || !frame.loading)) {
+            times.push_back(frame.milliseconds);
+        }
+    }
+    std::ranges::sort(times);
+    return times;
 }
 
-void WriteCount(Writer& writer, const char* key, std::size_t count) {
-    writer.Key(key);
-    writer.Uint64(count);
+std::size_t CountResults(std::span<const FrameRecord> frames, FrameResult result) {
+    return static_cast<std::size_t>(
+        std::ranges::count_if(frames, [&](const FrameRecord& frame) { return frame.result == result; }));
 }
 
-void WriteGl(Writer& writer, const GlInfo& gl) {
-    writer.Key("gl");
-    writer.StartObject();
-    WriteText(writer, "version", gl.version);
-    WriteText(writer, "renderer", gl.renderer);
-    WriteText(writer, "vendor", gl.vendor);
-    writer.EndObject();
+/// Nearest rank; 0 without values.
+double Percentile(std::span<const double> sorted, double percent) {
+    if (sorted.empty()) {
+        return 0.0;
+    }
+    const auto count = static_cast<double>(sorted.size());
+    const double rank = std::clamp(std::ceil(percent / 100.0 * count), 1.0, count);
+    return sorted[static_cast<std::size_t>(rank) - 1];
 }
 
-void WriteStatistics(Writer& writer, const FrameStatistics& statistics) {
-    writer.Key("statistics");
-    writer.StartObject();
-    WriteCount(writer, "drawn", statistics.drawn);
-    WriteCount(writer, "failed", statistics.failed);
-    WriteCount(writer, "measured", statistics.measured);
-    WriteNumber(writer, "medianMilliseconds", statistics.medianMilliseconds);
-    WriteNumber(writer, "percentile95Milliseconds", statistics.percentile95Milliseconds);
-    WriteNumber(writer, "percentile99Milliseconds", statistics.percentile99Milliseconds);
-    WriteNumber(writer, "worstMilliseconds", statistics.worstMilliseconds);
-    WriteNumber(writer, "framesPerSecond", statistics.framesPerSecond);
-    writer.EndObject();
+double Median(std::span<const double> sorted) {
+    if (sorted.empty()) {
+        return 0.0;
+    }
+    const std::size_t middle = sorted.size() / 2;
+    return sorted.size() % 2 != 0 ? sorted[middle] : (sorted[middle - 1] + sorted[middle]) / 2.0;
 }
 
-void WriteFrames(Writer& writer, const std::vector<FrameRecord>& frames) {
-    writer.Key("frames");
-    writer.StartArray();
+void WriteGl(JsonWriter& json, const GlInfo& gl) {
+    json.BeginObject("gl");
+    json.Text("version", gl.version);
+    json.Text("renderer", gl.renderer);
+    json.Text("vendor", gl.vendor);
+    json.EndObject();
+}
+
+void WriteCount(JsonWriter& json, std::string_view key, std::size_t count) {
+    json.Integer(key, static_cast<std::int64_t>(count));
+}
+
+void WriteStatistics(JsonWriter& json, const FrameStatistics& statistics) {
+    json.BeginObject("statistics");
+    WriteCount(json, "drawn", statistics.drawn);
+    WriteCount(json, "failed", statistics.failed);
+    WriteCount(json, "measured", statistics.measured);
+    json.Decimal("medianMilliseconds", statistics.medianMilliseconds);
+    json.Decimal("percentile95Milliseconds", statistics.percentile95Milliseconds);
+    json.Decimal("percentile99Milliseconds", statistics.percentile99Milliseconds);
+    json.Decimal("worstMilliseconds", statistics.worstMilliseconds);
+    json.Decimal("framesPerSecond", statistics.framesPerSecond);
+    json.EndObject();
+}
+
+void WriteFrames(JsonWriter& json, const std::vector<FrameRecord>& frames) {
+    json.BeginArray("frames");
     for (const FrameRecord& frame : frames) {
         char crc[9];
         std::snprintf(crc, sizeof crc, "%08x", static_cast<unsigned>(frame.crc32));
-        writer.StartObject();
-        writer.Key("result");
-        writer.Int(static_cast<std::int32_t>(frame.result));
-        WriteNumber(writer, "milliseconds", frame.milliseconds);
-        writer.Key("loading");
-        writer.Bool(frame.loading);
-        WriteText(writer, "crc32", crc);
-        writer.EndObject();
+        json.BeginObject();
+        json.Integer("result", static_cast<std::int32_t>(frame.result));
+        json.Decimal("milliseconds", frame.milliseconds);
+        json.Flag("loading", frame.loading);
+        json.Text("crc32", crc);
+        json.EndObject();
     }
-    writer.EndArray();
-}
-
-void WriteLines(Writer& writer, const std::vector<std::string>& lines) {
-    writer.Key("debugOutput");
-    writer.StartArray();
-    for (const std::string& line : lines) {
-        writer.String(line.c_str(), static_cast<rapidjson::SizeType>(line.size()));
-    }
-    writer.EndArray();
+    json.EndArray();
 }
 
 }  // namespace
 
+std::uint32_t Crc32(std::span<const std::uint8_t> bytes) noexcept {
+    std::uint32_t crc = ~0u;
+    for (const std::uint8_t byte : bytes) {
+        crc = (crc >> 8) ^ kCrcTable[(crc ^ byte) & 0xFFu];
+    }
+    return ~crc;
+}
+
+FrameStatistics Summarize(std::span<const FrameRecord> frames) {
+    FrameStatistics statistics;
+    statistics.drawn = CountResults(frames, FrameResult::Drawn);
+    statistics.failed = CountResults(frames, FrameResult::Failed);
+    std::vector<double> times = SortedTimes(frames, false);
+    if (times.empty()) {
+        times = SortedTimes(frames, true);
+    }
+    statistics.measured = times.size();
+    statistics.medianMilliseconds = Median(times);
+    statistics.percentile95Milliseconds = Percentile(times, 95.0);
+    statistics.percentile99Milliseconds = Percentile(times, 99.0);
+    statistics.worstMilliseconds = Percentile(times, 100.0);
+    if (statistics.medianMilliseconds > 0.0) {
+        statistics.framesPerSecond = 1000.0 / statistics.medianMilliseconds;
+    }
+    return statistics;
+}
+
 std::string ReportJson(const Report& report) {
-    rapidjson::StringBuffer buffer;
-    Writer writer(buffer);
-    writer.SetMaxDecimalPlaces(4);
-    writer.StartObject();
-    WriteText(writer, "shader", report.shader);
-    WriteCount(writer, "width", static_cast<std::size_t>(report.width));
-    WriteCount(writer, "height", static_cast<std::size_t>(report.height));
-    writer.Key("exitStatus");
-    writer.Int(report.exitStatus);
-    WriteGl(writer, report.gl);
-    WriteStatistics(writer, Summarize(report.frames));
-    WriteFrames(writer, report.frames);
-    WriteLines(writer, report.debugLines);
-    writer.EndObject();
-    return std::string(buffer.GetString(), buffer.GetSize()) + "\n";
+    JsonWriter json;
+    json.BeginObject();
+    json.Text("shader", report.shader);
+    json.Integer("width", report.width);
+    json.Integer("height", report.height);
+    json.Integer("exitStatus", report.exitStatus);
+    WriteGl(json, report.gl);
+    WriteStatistics(json, Summarize(report.frames));
+    WriteFrames(json, report.frames);
+    json.BeginArray("debugOutput");
+    for (const std::string& line : report.debugLines) {
+        json.Text({}, line);
+    }
+    json.EndArray();
+    json.EndObject();
+    return json.Result() + "\n";
 }
 
 }  // namespace pixelforge::preview

@@ -1,16 +1,54 @@
-// The run in figures, as JSON.
+// A run in figures: frame records, checksum, statistics, OpenGL driver, and all of it as JSON.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
-#include "preview/frame_statistics.h"
-#include "preview/gl_info.h"
+#include "module/host_abi.h"
 
 namespace pixelforge::preview {
 
+/// CRC-32 as in PNG and zip files.
+std::uint32_t Crc32(std::span<const std::uint8_t> bytes) noexcept;
+
+/// One call of `ModuleDrawFrame`.
+struct FrameRecord {
+    FrameResult result = FrameResult::Failed;
+    double milliseconds = 0.0;  ///< the call, including the dispatch of messages before it
+    bool loading = false;       ///< this call had to load the shader
+    std::uint32_t crc32 = 0;    ///< of the bitmap's bytes, lowest row first; 0 without checksums
+};
+
+struct FrameStatistics {
+    std::size_t drawn = 0;
+    std::size_t failed = 0;
+    std::size_t measured = 0;  ///< frames on which the figures below are based
+    double medianMilliseconds = 0.0;
+    double percentile95Milliseconds = 0.0;  ///< nearest rank, like the next one
+    double percentile99Milliseconds = 0.0;
+    double worstMilliseconds = 0.0;
+    double framesPerSecond = 0.0;  ///< from the median
+};
+
+/// Times are based on the drawn frames that did not load; if there are none, on all drawn frames.
+FrameStatistics Summarize(std::span<const FrameRecord> frames);
+
+/// The driver's strings; empty if no context could be created.
+struct GlInfo {
+    std::string version;
+    std::string renderer;
+    std::string vendor;
+};
+
+/// Queries a temporary context on a hidden window, in the module's pixel format; takes some tenths of a
+/// second. Restores the thread's current context.
+GlInfo QueryGlInfo();
+
 struct Report {
-    std::string shader;  ///< document or playlist
+    std::string shader;  ///< document, playlist or identifier
     std::int32_t width = 0;
     std::int32_t height = 0;
     int exitStatus = 0;
@@ -19,7 +57,7 @@ struct Report {
     std::vector<std::string> debugLines;
 };
 
-/// UTF-8, indented, with a line end.
+/// UTF-8, indented, ending in a newline.
 std::string ReportJson(const Report& report);
 
 }  // namespace pixelforge::preview

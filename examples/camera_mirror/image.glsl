@@ -1,5 +1,5 @@
 //@ name Camera mirror
-//@ description The camera as a mirror: left is left. Around it the picture folds into a kaleidoscope.
+//@ description The camera as a mirror, surrounded by a kaleidoscope of its picture.
 //@ tags camera, mirror
 //@ iChannel0 webcam filter=linear
 const float SECTORS = 8.0;
@@ -22,7 +22,7 @@ vec3 kaleidoscope(vec2 p)
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {
     vec2 p = (2.0 * fragCoord - iResolution.xy) / iResolution.y;
-    vec2 frame = vec2(1.0667, 0.6);    // half the mirror's sides, 16 to 9
+    vec2 frame = vec2(1.0667, 0.6);    // half the mirror's width and height, 16:9
     vec2 outside = abs(p) - frame;
     float edge = max(outside.x, outside.y);
     vec3 color = kaleidoscope(p) * 0.35;

@@ -1,6 +1,6 @@
 //@ iChannel0 Buffer A
-// Where the ink in each pixel came from: the way back to its starting point, carried along by the flow.
-// Carrying the way instead of the colour keeps every filament sharp.
+// The offset from each pixel to the origin of its ink, advected by the flow. Advecting offsets instead of
+// colours keeps every filament sharp.
 
 void mainImage(out vec4 way, in vec2 pixel)
 {
@@ -11,7 +11,7 @@ void mainImage(out vec4 way, in vec2 pixel)
     }
     vec2 velocity = flow(p, iTime);
 
-    // A held mouse button stirs: ink turns around the pointer.
+    // While a mouse button is held, ink swirls around the pointer.
     if (iMouse.z > 0.0) {
         vec2 arm = p - toPlane(iMouse.xy, iResolution.xy);
         velocity += 4.0 * vec2(-arm.y, arm.x) * exp(-12.0 * dot(arm, arm));
@@ -19,6 +19,6 @@ void mainImage(out vec4 way, in vec2 pixel)
 
     vec2 stride = -velocity * iTimeDelta;
     vec2 rest = texture(iChannel0, toTexture(p + stride, iResolution.xy)).xy;
-    // The ink slowly finds its way home, so the picture never dissolves into threads too fine to see.
+    // The ink drifts back to its origin, so the picture never dissolves into invisibly fine threads.
     way = vec4((stride + rest) * 0.990, velocity);
 }

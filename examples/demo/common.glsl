@@ -1,12 +1,12 @@
-// Shared by all passes: coordinates, the flow and the place of the sun.
+// Shared by all passes: coordinates, the flow and the sun's position.
 
 const vec3 kSunDirection = vec3(0.3887, 0.8583, -0.3348);
 
-// Pixels to coordinates with the origin in the middle of a picture two units high, and on to texture ones.
+// From pixels to coordinates centred in a picture two units high, and from those to texture coordinates.
 vec2 toPlane(vec2 pixel, vec2 size) { return (2.0 * pixel - size) / size.y; }
 vec2 toTexture(vec2 p, vec2 size) { return 0.5 + 0.5 * p * vec2(size.y / size.x, 1.0); }
 
-// Velocity without sources or sinks: the curl of a few layers of waves, each finer and turned further.
+// Divergence-free velocity: the curl of several layers of waves, each finer and rotated further.
 vec2 flow(vec2 p, float time)
 {
     mat2 turn = mat2(0.8, 0.6, -0.6, 0.8);

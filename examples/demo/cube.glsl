@@ -1,4 +1,4 @@
-// The evening sky that the wet ink mirrors. It has seven times the picture's pixels: nothing costly here.
+// The evening sky reflected by the wet ink. Kept cheap, because it has seven times the picture's pixels.
 
 void mainCubemap(out vec4 color, in vec2 pixel, in vec3 origin, in vec3 direction)
 {
@@ -6,7 +6,7 @@ void mainCubemap(out vec4 color, in vec2 pixel, in vec3 origin, in vec3 directio
     vec3 sky = mix(vec3(0.96, 0.52, 0.30), vec3(0.16, 0.25, 0.50), smoothstep(0.0, 0.75, height));
     sky *= smoothstep(-0.15, 0.10, height);
 
-    // Long clouds high in the sky.
+    // Long high clouds.
     float cloud = sin(5.0 * direction.z + 3.0 * sin(3.0 * direction.x + 0.3 * iTime));
     sky += vec3(0.95, 0.80, 0.70) * smoothstep(0.0, 1.0, cloud * height);
 

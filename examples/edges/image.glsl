@@ -1,7 +1,7 @@
 //@ name Edges
-//@ description With multisampling this shader runs once a sample and its edges get smooth.
+//@ description With multisampling this shader runs once per sample, which smooths its edges.
 //@ tags multisample antialiasing
-// Without "Multi-Sample" the one sample lies in the pixel's middle and nothing changes.
+// Without "Multi-Sample" the only sample is at the pixel's centre.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

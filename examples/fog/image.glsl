@@ -1,5 +1,5 @@
 //@ name Cloud bank
-//@ description Clouds marched through a volume of one channel that repeats without a seam.
+//@ description Clouds ray-marched through a seamlessly repeating volume with one channel.
 //@ tags volume clouds
 //@ iChannel0 volume media/clouds.bin filter=linear wrap=repeat
 

@@ -1,5 +1,5 @@
 //@ name Gradient
-//@ description The smallest document: one pass, no input.
+//@ description The smallest document: one pass, no inputs.
 //@ tags gradient minimal
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)

@@ -1,4 +1,4 @@
-// Sums of noise. Takes in noise.glsl, once, whoever else does so too.
+// Ridged noise. Includes noise.glsl, which is inserted only once however often it is included.
 #include "noise.glsl"
 
 float ridges(vec2 p)

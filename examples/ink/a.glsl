@@ -1,6 +1,6 @@
 //@ iChannel0 Buffer A
-// The ink of the last frame, carried on and fading, and a fresh stroke where the mouse is dragged. The
-// lowest left pixel keeps where the mouse was, so that quick strokes have no gaps.
+// Advects and fades the last frame's ink and adds a stroke where the mouse is dragged. The lower left pixel
+// holds the previous mouse position, so that quick strokes have no gaps.
 
 float toSegment(vec2 p, vec2 from, vec2 to)
 {

@@ -1,4 +1,4 @@
-// Where the ink is carried from: the mouse stirs it, a slow swirl does the rest.
+// The point from which ink flows here: a slow swirl, plus stirring by the mouse.
 
 vec2 flow(vec2 position, vec2 size, float time)
 {

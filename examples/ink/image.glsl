@@ -2,7 +2,7 @@
 //@ description Hold the left button and draw: the ink is carried along and fades.
 //@ tags feedback mouse
 //@ iChannel0 Buffer A
-// Ink on paper: what a colour leaves of the paper's white.
+// Subtractive colours: ink absorbs part of the paper's white.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

@@ -2,7 +2,7 @@
 //@ iChannel1 music filter=linear
 //@ iChannel2 webcam filter=linear
 //@ iChannel3 texture media/lantern.png filter=nearest wrap=repeat vflip=true
-// Four inputs of the machine and of a file, one in each quarter.
+// Keyboard, sound, camera and a picture, one in each quarter.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

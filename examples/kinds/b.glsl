@@ -1,6 +1,6 @@
 //@ iChannel0 volume media/clouds.bin filter=linear wrap=repeat
 //@ iChannel1 Buffer B filter=linear
-// Slices of a volume that leave a trail in this buffer's own last picture.
+// Slices of a volume, blended with this buffer's previous frame.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

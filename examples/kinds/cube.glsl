@@ -1,5 +1,5 @@
 //@ iChannel0 cubemap media/evening.png filter=linear wrap=clamp
-// The evening with a grid laid over its directions.
+// The evening sky under a grid of directions.
 
 void mainCubemap(out vec4 fragColor, in vec2 fragCoord, in vec3 rayOri, in vec3 rayDir)
 {

@@ -4,7 +4,7 @@
 //@ iChannel0 Buffer A filter=linear
 //@ iChannel1 Buffer B filter=linear
 //@ iChannel2 Cube A filter=linear
-// A screen with the four plain inputs stands before the cube's view; the volume's buffer frames it.
+// A screen with the four plain inputs in front of the cube map, framed by the volume's buffer.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

@@ -1,5 +1,5 @@
 //@ name Marble
-//@ description A ball carved out of a volume of four channels, of which the first value of each voxel shows.
+//@ description A ball carved from a volume with four channels, of which it shows the first.
 //@ tags volume marble
 //@ iChannel0 volume media/marble.bin filter=linear wrap=repeat
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Makes the pictures and volumes of the examples, beside this script. Needs the standard library only."""
+"""Generates the pictures and volumes of the examples beside this script. Uses only the standard library."""
 
 import math
 import pathlib
@@ -8,7 +8,7 @@ import zlib
 
 FOLDER = pathlib.Path(__file__).resolve().parent
 
-# Faces +X, -X, +Y, -Y, +Z, -Z as seen from the cube's centre: ahead, to the right, up.
+# Faces +X, -X, +Y, -Y, +Z, -Z seen from the cube's centre: the directions ahead, right and up.
 VIEWS = [
     ((1, 0, 0), (0, 0, -1), (0, 1, 0)),
     ((-1, 0, 0), (0, 0, 1), (0, 1, 0)),
@@ -23,7 +23,7 @@ CROSS = [(2, 1), (0, 1), (1, 0), (1, 2), (1, 1), (3, 1)]
 
 
 def png(rows):
-    """A picture of 8 bits for each of red, green and blue; rows of (red, green, blue) from 0 to 1."""
+    """A PNG with 8 bits per component from rows of (red, green, blue) between 0 and 1."""
 
     def chunk(name, data):
         return struct.pack(">I", len(data)) + name + data + struct.pack(">I", zlib.crc32(name + data))
@@ -41,7 +41,7 @@ def png(rows):
 
 
 def volume(side, channels, voxel):
-    """A cube of voxels; `voxel` gives bytes as a function of three whole numbers."""
+    """A cube of voxels; `voxel` returns the bytes at integer coordinates x, y, z."""
     data = b"".join(voxel(x, y, z) for z in range(side) for y in range(side) for x in range(side))
     return b"BIN\0" + struct.pack("<IIIBBBB", side, side, side, channels, 0, 0, 0) + data
 
@@ -62,7 +62,7 @@ def hashed(x, y, z):
 
 
 def noise(x, y, z, period):
-    """Between 0 and 1, and the same again after `period`."""
+    """Between 0 and 1, periodic in `period`."""
     cell = [math.floor(value) for value in (x, y, z)]
     part = [smooth(0, 1, value - base) for value, base in zip((x, y, z), cell)]
     total = 0.0
@@ -78,7 +78,7 @@ def layered(x, y, z, period):
 
 
 def face_direction(face, a, b):
-    """The unit direction of a place on a face; a and b run from -1 to 1, to the right and up."""
+    """The unit direction of a point on a face; a and b run from -1 to 1, right and up."""
     ahead, right, up = VIEWS[face]
     direction = [ahead[i] + a * right[i] + b * up[i] for i in range(3)]
     length = math.sqrt(sum(value * value for value in direction))
@@ -93,7 +93,7 @@ def face_rows(face, size, paint, border=0):
 
 
 def tile(x, y):
-    """A lantern on a dark field, 16 pixels a side, with hard edges for the filters to show."""
+    """A lantern on a dark background, 16 x 16 pixels, whose hard edges show the filters."""
     lantern = ["................", "......rrrr......", ".....rooor......", "...rrrooorrr....",
                "..roooyyyyooor..", ".rooyyyyyyyyoor.", ".royyywwwwyyyor.", ".royywwwwwwyyor.",
                ".royywwwwwwyyor.", ".royyywwwwyyyor.", ".rooyyyyyyyyoor.", "..roooyyyyooor..",
@@ -104,7 +104,7 @@ def tile(x, y):
 
 
 def sky(direction):
-    """An evening over the sea."""
+    """An evening sky over the sea."""
     x, y, z = direction
     sun = max(0.0, x * 0.62 + y * 0.16 + z * 0.77)
     if y < 0:
@@ -138,7 +138,7 @@ def room(direction):
 
 
 def cross(paint, size):
-    """Four by three cells on grey; 2 pixels at each cell's edge repeat what is next to them."""
+    """Four by three cells on grey; each cell has a border of 2 pixels that continues the face."""
     rows = [[(0.5, 0.5, 0.5)] * (4 * size + 8) for _ in range(3 * size + 8)]
     for face, (column, row) in enumerate(CROSS):
         for y, pixels in enumerate(face_rows(face, size, paint, border=2)):
@@ -157,7 +157,7 @@ def main():
         files[f"evening{suffix}.png"] = png(face_rows(face, 96, sky))
     files["room.png"] = png(cross(room, 68))
     files["clouds.bin"] = volume(32, 1, lambda x, y, z: byte(layered(x / 8, y / 8, z / 8, 4)))
-    # Of four channels one value a voxel is shown: the file begins with those values.
+    # The module shows one value per voxel of a four-channel volume: the values at the start of the file.
     veins = b"".join(
         byte(0.5 + 0.5 * math.sin(6.2832 * (x / 24 + 1.5 * layered(x / 6, y / 6, z / 6, 4))))
         for z in range(24)

@@ -1,13 +1,13 @@
 //@ name Oscilloscope
-//@ description The waveform of what the computer plays, on the green screen of an old instrument.
+//@ description The waveform of the computer's sound output on an old green screen.
 //@ tags sound, waveform
 //@ iChannel0 music filter=linear
 const vec3 GREEN = vec3(0.25, 1.0, 0.45);
 
-const float SAMPLES = 256.0;    // points of the line across the screen
+const float SAMPLES = 256.0;    // points across the screen
 const float HEIGHT = 0.35;
 
-// The texture has 7 bits: neighbours are averaged, or the line would have steps.
+// Averages neighbours, because the texture's 7 bits would show as steps.
 float wave(float x)
 {
     float sum = 0.0;

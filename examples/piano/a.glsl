@@ -1,6 +1,6 @@
 //@ iChannel0 keyboard
 //@ iChannel1 Buffer A filter=nearest
-// One pixel for each key of the octave: how brightly it still glows.
+// One pixel per key of the octave: the brightness of its fading glow.
 
 const int kCodes[13] = int[](65, 87, 83, 69, 68, 70, 84, 71, 89, 72, 85, 74, 75);
 

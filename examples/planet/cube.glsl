@@ -1,4 +1,4 @@
-// The land, the sea and the clouds of a planet, by direction from its centre.
+// Land and sea of a planet by direction from its centre; alpha is land.
 
 float hash(vec3 p)
 {

@@ -1,5 +1,5 @@
 //@ name Planet
-//@ description A planet's surface, painted into Cube A by direction and looked up on a turning ball.
+//@ description A planet's surface, drawn by direction in Cube A and mapped onto a rotating ball.
 //@ tags cubemap sphere
 //@ iChannel0 Cube A
 

@@ -1,5 +1,5 @@
 //@ name Mirror ball
-//@ description A ball that mirrors a room; the room is one picture, a cross of six faces.
+//@ description A ball reflecting a room; the room is a single picture, a cross of six faces.
 //@ tags cubemap cross reflection
 //@ iChannel0 cubemap media/room.png filter=mipmap wrap=clamp
 

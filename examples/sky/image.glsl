@@ -1,5 +1,5 @@
 //@ name Evening
-//@ description The sea at sunset all around, a cube map of six files. Drag the mouse to look about.
+//@ description A panorama of the sea at sunset, a cube map from six files. Drag the mouse to look around.
 //@ tags cubemap sky
 //@ iChannel0 cubemap media/evening.png filter=linear wrap=clamp
 

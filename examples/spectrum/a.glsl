@@ -1,8 +1,8 @@
 //@ iChannel0 music filter=linear
 //@ iChannel1 Buffer A filter=nearest
-// One pixel a bar: its level now, and the peak that falls with time. Bars widen towards the treble.
+// One pixel per bar: its level and its falling peak. Bars widen towards the treble.
 const float BARS = 64.0;
-const float FALL = 0.006;    // of the full height, a frame
+const float FALL = 0.006;    // of the full height, per frame
 
 float band(float x)
 {

@@ -1,11 +1,11 @@
 //@ name Spectrum
-//@ description What the computer plays: a bar for each band, and its last peak falling slowly.
+//@ description The computer's sound output: a bar per frequency band with a slowly falling peak.
 //@ tags sound, spectrum, analyser
 //@ iChannel0 music filter=linear
 //@ iChannel1 Buffer A filter=nearest
 // The lower row of the sound texture (512 x 2) is the spectrum up to 20 kHz, the upper one the waveform.
 const float BARS = 64.0;
-const float FLOOR = 0.28;    // height of the line that the bars stand on
+const float FLOOR = 0.28;    // height of the bars' base line
 const vec3 LOW = vec3(0.05, 0.35, 0.95);
 const vec3 HIGH = vec3(1.0, 0.25, 0.35);
 
@@ -14,7 +14,7 @@ vec3 barColor(float height)
     return mix(LOW, HIGH, smoothstep(0.1, 0.95, height));
 }
 
-// Light of the bars at a height above the floor; below it they are mirrored.
+// Brightness of the bars at a height above the floor; mirrored below it.
 vec3 barLight(float x, float height)
 {
     float bar = floor(x * BARS);

@@ -1,7 +1,7 @@
 //@ iChannel0 texture media/lantern.png filter=nearest wrap=clamp
 //@ iChannel1 texture media/lantern.png filter=linear wrap=clamp vflip=true
 //@ iChannel2 texture media/lantern.png filter=mipmap wrap=clamp vflip=true
-// The three filters side by side; beyond the picture its edge goes on. The first one is not flipped.
+// The three filters side by side; clamping extends the picture's edge. The first one is not flipped.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

@@ -1,11 +1,11 @@
 //@ name Samplers
-//@ description One small picture with each filter and wrap: clamped above, repeated on a floor below.
+//@ description One small picture with every filter and wrap mode: clamped above, repeated on a floor below.
 //@ tags texture sampler filter wrap
 //@ iChannel0 texture media/lantern.png filter=nearest wrap=repeat vflip=true
 //@ iChannel1 texture media/lantern.png filter=linear wrap=repeat vflip=true
 //@ iChannel2 texture media/lantern.png filter=mipmap wrap=repeat vflip=true
 //@ iChannel3 Buffer A filter=nearest
-// From left to right: nearest, linear, mipmap. Only mipmaps keep the far floor calm.
+// From left to right: nearest, linear, mipmap. Only mipmaps prevent aliasing on the far floor.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

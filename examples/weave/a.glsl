@@ -1,4 +1,4 @@
-// Distance to the nearest ribbon, in cells, and how far along its arc it is met.
+// Distance to the nearest ribbon, in cells, and the position along its arc.
 
 void mainImage(out vec4 fragColor, in vec2 fragCoord)
 {

@@ -1,4 +1,4 @@
-// What both passes need: the pattern's grid, its turns and its colours.
+// Shared by both passes: the pattern's grid, its turns and its colours.
 
 const float kCells = 9.0;
 

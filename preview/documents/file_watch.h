@@ -1,4 +1,4 @@
-// Notices changes of files.
+// Detects changes of files.
 #pragma once
 
 #include <chrono>
@@ -8,21 +8,21 @@
 
 namespace pixelforge::preview {
 
-/// Compares sizes and times a few times a second: editors replace files in too many ways for anything
-/// cleverer, and the files are few.
+/// Polls sizes and times a few times a second. Polling copes with every way in which editors replace files,
+/// and there are few files.
 class FileWatch {
 public:
     explicit FileWatch(std::vector<std::wstring> files) { Watch(std::move(files)); }
 
-    /// Files need not exist. What they are now counts as known.
+    /// Replaces the list; files need not exist. Their present state is the baseline.
     void Watch(std::vector<std::wstring> files);
 
-    /// True once behind a change, when nothing has changed any more for a moment: an editor may write
-    /// a file in several steps. Cheap to call at every frame.
+    /// True once per change, one interval after the last modification, because editors may write a file in
+    /// several steps. Cheap enough to call every frame.
     bool Changed();
 
-    /// For a change that could not be read yet: it is reported once more.
-    void LookAgain() { changing_ = true; }
+    /// Reports the last change once more, for a file that could not be read yet.
+    void ReportAgain() { changing_ = true; }
 
 private:
     struct Stamp {
@@ -35,7 +35,7 @@ private:
     std::vector<std::wstring> files_;
     std::vector<Stamp> stamps_;
     bool changing_ = false;
-    std::chrono::steady_clock::time_point lastLook_;
+    std::chrono::steady_clock::time_point lastPoll_;
 };
 
 }  // namespace pixelforge::preview

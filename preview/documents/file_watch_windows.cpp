@@ -1,4 +1,4 @@
-// Looks at file times at intervals.
+// Polls file times and sizes.
 #include "preview/documents/file_watch.h"
 
 #include <windows.h>
@@ -12,7 +12,7 @@ namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(150);
 
-std::uint64_t Joined(DWORD high, DWORD low) {
+std::uint64_t Combine(DWORD high, DWORD low) {
     return static_cast<std::uint64_t>(high) << 32 | low;
 }
 
@@ -22,15 +22,15 @@ void FileWatch::Watch(std::vector<std::wstring> files) {
     files_ = std::move(files);
     stamps_ = ReadStamps();
     changing_ = false;
-    lastLook_ = std::chrono::steady_clock::now();
+    lastPoll_ = std::chrono::steady_clock::now();
 }
 
 bool FileWatch::Changed() {
     const auto now = std::chrono::steady_clock::now();
-    if (now - lastLook_ < kInterval) {
+    if (now - lastPoll_ < kInterval) {
         return false;
     }
-    lastLook_ = now;
+    lastPoll_ = now;
     std::vector<Stamp> stamps = ReadStamps();
     if (stamps != stamps_) {
         stamps_ = std::move(stamps);
@@ -43,11 +43,11 @@ bool FileWatch::Changed() {
 std::vector<FileWatch::Stamp> FileWatch::ReadStamps() const {
     std::vector<Stamp> stamps;
     for (const std::wstring& file : files_) {
-        WIN32_FILE_ATTRIBUTE_DATA facts{};
-        if (GetFileAttributesExW(LongPath(file).c_str(), GetFileExInfoStandard, &facts)) {
+        WIN32_FILE_ATTRIBUTE_DATA attributes = {};
+        if (GetFileAttributesExW(LongPath(file).c_str(), GetFileExInfoStandard, &attributes)) {
             stamps.push_back(
-                {Joined(facts.ftLastWriteTime.dwHighDateTime, facts.ftLastWriteTime.dwLowDateTime),
-                 Joined(facts.nFileSizeHigh, facts.nFileSizeLow)});
+                {Combine(attributes.ftLastWriteTime.dwHighDateTime, attributes.ftLastWriteTime.dwLowDateTime),
+                 Combine(attributes.nFileSizeHigh, attributes.nFileSizeLow)});
         } else {
             stamps.push_back({});
         }

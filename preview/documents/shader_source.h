@@ -1,22 +1,26 @@
-// Opens what the user named: a document in either form, or a plain shader file.
+// Reads the file that the user named and finds the files that belong to it.
 #pragma once
 
-#include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace pixelforge::preview {
 
 struct ShaderSource {
-    std::vector<std::uint8_t> document;  ///< in the form that the module reads
-    std::string remark;                  ///< what was done to get there, for the user; empty for nothing
+    std::string document;    ///< in the module's format
+    std::string conversion;  ///< how the document was made of the file, for the user; empty if unchanged
 
-    /// Absolute paths of every file that the shader is or may be made of, also of those that are not
-    /// there: the named file, its passes, its include and media files.
+    /// Absolute paths of every file that may belong to the shader, existing or not: the named file, its
+    /// passes, include files and media.
     std::vector<std::wstring> files;
 };
 
-/// `includeFolder` is absolute or empty. Throws `HostError` with `WrongUsage` when the file cannot be read.
-ShaderSource OpenShader(const std::wstring& absolutePath, const std::wstring& includeFolder);
+/// `includeFolder` is absolute or empty. Throws `HostError` with `WrongUsage` if the file cannot be read.
+ShaderSource ReadShaderSource(const std::wstring& absolutePath, const std::wstring& includeFolder);
+
+/// The distinct names in "#include" lines and the values of "src" and "filepath", in GLSL or in GLSL inside
+/// JSON. Not all of them need be files.
+std::vector<std::string> NamedFiles(std::string_view text);
 
 }  // namespace pixelforge::preview

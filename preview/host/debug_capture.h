@@ -1,15 +1,15 @@
-// Collects what this process writes to the debugger output, which is the only place where the module
-// explains itself.
+// Captures this process's debugger output, the only place where the module reports anything, and makes it
+// readable.
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace pixelforge::preview {
 
-/// From its making to the end of its life it takes every text that a thread of this process writes
-/// with either form of `OutputDebugString`. It acts as the debugger: no other viewer gets the text.
-/// One at a time.
+/// While alive, captures all `OutputDebugString` output of this process, both forms and every thread. It
+/// acts as the debugger: no other viewer receives the text. One at a time.
 class DebugCapture {
 public:
     DebugCapture();
@@ -17,7 +17,7 @@ public:
     DebugCapture(const DebugCapture&) = delete;
     DebugCapture& operator=(const DebugCapture&) = delete;
 
-    /// The lines so far, in UTF-8.
+    /// The lines so far in UTF-8, an unfinished last one included. Lines end at "\n"; "\r" is dropped.
     std::vector<std::string> Lines() const;
 
     void Clear();
@@ -25,5 +25,10 @@ public:
 private:
     void* handler_ = nullptr;
 };
+
+/// The distinct lines in order of first appearance, for the user: `alias` (a path that the user never
+/// typed) replaced by `name`, and the "Pixelforge: " prefix removed. An empty alias replaces nothing.
+std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, std::string_view alias,
+                                       std::string_view name);
 
 }  // namespace pixelforge::preview

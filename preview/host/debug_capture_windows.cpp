@@ -1,37 +1,68 @@
-// Takes debugger output where the system raises it as an exception.
+// A vectored exception handler for debugger output, and the clean-up of its lines.
 #include "preview/host/debug_capture.h"
 
 #include <windows.h>
 
 #include <mutex>
 #include <new>
+#include <unordered_set>
+#include <utility>
 
 #include "base/text.h"
-#include "preview/host/file_paths.h"
-#include "preview/host/line_collector.h"
 
 namespace pixelforge::preview {
 namespace {
 
-// The codes under which `OutputDebugStringA` and `OutputDebugStringW` raise their text: its length with
-// the terminator, then its address.
+// Exception codes of `OutputDebugStringA` and `OutputDebugStringW`. Parameters: length with the
+// terminator, then address.
 constexpr DWORD kNarrowDebugText = 0x40010006;
 constexpr DWORD kWideDebugText = 0x4001000A;
 
-/// A handler gets no context of its own, so what it fills is one for the process.
-struct Collected {
-    std::mutex mutex;
-    LineCollector lines;
+/// Prefix of every module line; it would hide "Buffer A:12: error" from editors.
+constexpr std::string_view kModulePrefix = "Pixelforge: ";
+
+/// Joins pieces of output into lines. One for the process: the exception handler receives no context.
+class LineCollector {
+public:
+    void Add(std::string_view piece) {
+        const std::lock_guard lock(mutex_);
+        for (const char c : piece) {
+            if (c == '\n') {
+                lines_.push_back(std::exchange(unfinished_, {}));
+            } else if (c != '\r') {
+                unfinished_ += c;
+            }
+        }
+    }
+
+    std::vector<std::string> Lines() {
+        const std::lock_guard lock(mutex_);
+        std::vector<std::string> lines = lines_;
+        if (!unfinished_.empty()) {
+            lines.push_back(unfinished_);
+        }
+        return lines;
+    }
+
+    void Clear() {
+        const std::lock_guard lock(mutex_);
+        lines_.clear();
+        unfinished_.clear();
+    }
+
+private:
+    std::mutex mutex_;
+    std::vector<std::string> lines_;
+    std::string unfinished_;
 };
 
-Collected& Shared() {
-    static Collected collected;
-    return collected;
+LineCollector& Collector() {
+    static LineCollector collector;
+    return collector;
 }
 
 template <class Unit>
 std::basic_string_view<Unit> RaisedText(const EXCEPTION_RECORD& record) {
-    // The system passes the address as a number. NOLINTNEXTLINE(performance-no-int-to-ptr)
     const auto* text = reinterpret_cast<const Unit*>(record.ExceptionInformation[1]);
     const std::basic_string_view<Unit> all(text, record.ExceptionInformation[0]);
     return all.substr(0, all.find(Unit{}));
@@ -41,30 +72,38 @@ std::string NarrowTextAsUtf8(std::string_view text) {
     return ToUtf8(Widen(text, DetectEncoding(text)).value_or(std::wstring()));
 }
 
-LONG CALLBACK TakeDebugText(EXCEPTION_POINTERS* pointers) {
+LONG CALLBACK CaptureDebugText(EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
     const bool wide = record.ExceptionCode == kWideDebugText;
     if ((!wide && record.ExceptionCode != kNarrowDebugText) || record.NumberParameters < 2) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     try {
-        const std::string piece =
-            wide ? ToUtf8(RaisedText<wchar_t>(record)) : NarrowTextAsUtf8(RaisedText<char>(record));
-        Collected& collected = Shared();
-        const std::lock_guard lock(collected.mutex);
-        collected.lines.Add(piece);
+        Collector().Add(wide ? ToUtf8(RaisedText<wchar_t>(record))
+                             : NarrowTextAsUtf8(RaisedText<char>(record)));
     } catch (const std::bad_alloc&) {
-        // A lost line is better than a lost host.
+        // Better to lose a line than the host.
     }
-    // Left unhandled, the wide form would be raised a second time in narrow letters.
+    // If it stayed unhandled, the wide form would be raised again as narrow text.
     return EXCEPTION_CONTINUE_EXECUTION;
+}
+
+std::string ReplaceAll(std::string line, std::string_view alias, std::string_view name) {
+    if (alias.empty()) {
+        return line;
+    }
+    for (std::size_t at = line.find(alias); at != std::string::npos;
+         at = line.find(alias, at + name.size())) {
+        line.replace(at, alias.size(), name);
+    }
+    return line;
 }
 
 }  // namespace
 
 DebugCapture::DebugCapture() {
     Clear();
-    handler_ = AddVectoredExceptionHandler(1, TakeDebugText);
+    handler_ = AddVectoredExceptionHandler(1, CaptureDebugText);
 }
 
 DebugCapture::~DebugCapture() {
@@ -72,15 +111,27 @@ DebugCapture::~DebugCapture() {
 }
 
 std::vector<std::string> DebugCapture::Lines() const {
-    Collected& collected = Shared();
-    const std::lock_guard lock(collected.mutex);
-    return collected.lines.Lines();
+    return Collector().Lines();
 }
 
 void DebugCapture::Clear() {
-    Collected& collected = Shared();
-    const std::lock_guard lock(collected.mutex);
-    collected.lines.Clear();
+    Collector().Clear();
+}
+
+std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, std::string_view alias,
+                                       std::string_view name) {
+    std::vector<std::string> readable;
+    std::unordered_set<std::string> seen;
+    for (const std::string& line : lines) {
+        std::string named = ReplaceAll(line, alias, name);
+        if (named.starts_with(kModulePrefix)) {
+            named.erase(0, kModulePrefix.size());
+        }
+        if (seen.insert(named).second) {
+            readable.push_back(std::move(named));
+        }
+    }
+    return readable;
 }
 
 }  // namespace pixelforge::preview

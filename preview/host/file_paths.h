@@ -1,4 +1,4 @@
-// Paths and whole files on the host's side, of any length.
+// Paths of any length, whole-file reads and writes, and the working folder.
 #pragma once
 
 #include <windows.h>
@@ -7,30 +7,33 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/text.h"
 
 namespace pixelforge::preview {
 
-/// Full path of a UTF-8 path, from the current folder; never shortened or resolved further.
+/// Full path of a UTF-8 path relative to the current folder.
 std::wstring AbsolutePath(std::string_view path);
 
-/// The same path in the form that the system accepts beyond 260 units.
+/// The path with the "\\?\" prefix if it has 260 units or more.
 std::wstring LongPath(const std::wstring& absolutePath);
 
-/// "text (system's message)" for the calling thread's last error.
+/// The last component of a path, and everything before it with the trailing separator.
+std::wstring FileNameOf(const std::wstring& path);
+std::wstring FolderOf(const std::wstring& path);
+
+/// "text (system message)" for the calling thread's last error.
 std::string WithLastError(const std::string& text);
 
-/// Throws `HostError` with `WrongUsage` when the file cannot be read.
-std::vector<std::uint8_t> ReadInputFile(const std::wstring& absolutePath);
+/// The file's bytes. Throws `HostError` with `WrongUsage` if it cannot be read.
+std::string ReadInputFile(const std::wstring& absolutePath);
 
-/// Writes or replaces a file. Throws `HostError` with `Failed`; a half-written file is removed.
+/// Creates or replaces a file. Throws `HostError` with `Failed` and leaves no half-written file.
 void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes);
 
-/// Makes a file's folder the current one, so that names relative to it can be opened, and goes back at
-/// the end of its life. A folder too long for that is entered by its short name where it has one; else
-/// `Entered` is false and the current folder stays.
+/// Makes a file's folder the current one, for names relative to it, and restores the previous one at the
+/// end. A folder whose path is too long is entered by its 8.3 name; if it has none, `Entered` is false and
+/// the current folder stays.
 class WorkingFolder {
 public:
     explicit WorkingFolder(const std::wstring& filePath);

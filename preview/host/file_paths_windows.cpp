@@ -14,7 +14,7 @@ namespace {
 constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
 constexpr std::wstring_view kShareStart = L"\\\\";
 
-/// Bytes of one read or write call; the calls count in 32 bits.
+/// Bytes per read call, whose count has 32 bits.
 constexpr std::size_t kTransferBytes = std::size_t{1} << 24;
 
 constexpr std::int64_t kLargestInput = std::int64_t{1} << 31;
@@ -30,7 +30,7 @@ std::string SystemMessage(DWORD error) {
     return text.empty() ? "error " + std::to_string(error) : text;
 }
 
-bool ReadAll(HANDLE file, std::span<std::uint8_t> bytes) {
+bool ReadAll(HANDLE file, std::span<char> bytes) {
     while (!bytes.empty()) {
         const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kTransferBytes));
         DWORD got = 0;
@@ -48,7 +48,7 @@ std::wstring CurrentFolder() {
     return folder;
 }
 
-/// The 8.3 form of an existing folder, or empty.
+/// The 8.3 form of an existing folder, or empty if it has none.
 std::wstring ShortFolder(const std::wstring& folder) {
     std::wstring name(32768, L'\0');
     name.resize(GetShortPathNameW(LongPath(folder).c_str(), name.data(), static_cast<DWORD>(name.size())));
@@ -79,16 +79,24 @@ std::wstring LongPath(const std::wstring& absolutePath) {
     return std::wstring(kLongPrefix) + absolutePath;
 }
 
-std::vector<std::uint8_t> ReadInputFile(const std::wstring& absolutePath) {
+std::wstring FileNameOf(const std::wstring& path) {
+    return path.substr(path.find_last_of(L"\\/") + 1);
+}
+
+std::wstring FolderOf(const std::wstring& path) {
+    return path.substr(0, path.find_last_of(L"\\/") + 1);
+}
+
+std::string ReadInputFile(const std::wstring& absolutePath) {
     const auto file = AdoptFileHandle(CreateFileW(
         LongPath(absolutePath).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
         nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-    LARGE_INTEGER size{};
+    LARGE_INTEGER size = {};
     if (file && GetFileSizeEx(file.Get(), &size)) {
         if (size.QuadPart > kLargestInput) {
             throw HostError(ExitStatus::WrongUsage, ToUtf8(absolutePath) + " is larger than 2 GiB");
         }
-        std::vector<std::uint8_t> bytes(static_cast<std::size_t>(size.QuadPart));
+        std::string bytes(static_cast<std::size_t>(size.QuadPart), '\0');
         if (ReadAll(file.Get(), bytes)) {
             return bytes;
         }
@@ -112,7 +120,7 @@ void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint
 }
 
 WorkingFolder::WorkingFolder(const std::wstring& filePath) : previous_(CurrentFolder()) {
-    const std::wstring folder = filePath.substr(0, filePath.find_last_of(L"\\/") + 1);
+    const std::wstring folder = FolderOf(filePath);
     entered_ = SetCurrentDirectoryW(folder.c_str()) || SetCurrentDirectoryW(ShortFolder(folder).c_str());
 }
 

@@ -1,4 +1,4 @@
-// Reads, lists and writes the values in control records.
+// Reads, lists and sets the values in control records.
 #include "preview/host/host_controls.h"
 
 #include <algorithm>
@@ -15,11 +15,8 @@
 namespace pixelforge::preview {
 namespace {
 
-constexpr int kUnsetByte = 0xCD;
-
-std::string Utf8(std::wstring_view text) {
-    return ToUtf8(text);
-}
+constexpr int kFillByte = 0xCD;
+constexpr std::int32_t kMaximumGridSide = 32;
 
 std::wstring_view TextUpToNul(std::wstring_view field) {
     return field.substr(0, field.find(L'\0'));
@@ -27,7 +24,7 @@ std::wstring_view TextUpToNul(std::wstring_view field) {
 
 template <class Number>
 std::optional<Number> ParseNumber(std::string_view text) {
-    Number number{};
+    Number number = {};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
     if (error != std::errc() || end != text.data() + text.size()) {
         return std::nullopt;
@@ -94,7 +91,8 @@ bool WriteGrid(BitMaskArea& area, std::string_view text) {
     }
     const auto columns = ParseNumber<std::int32_t>(text.substr(0, cross));
     const auto rows = ParseNumber<std::int32_t>(text.substr(cross + 1));
-    if (!columns || !rows || *columns < 1 || *rows < 1 || *columns > 32 || *rows > 32) {
+    if (!columns || !rows || *columns < 1 || *rows < 1 || *columns > kMaximumGridSide ||
+        *rows > kMaximumGridSide) {
         return false;
     }
     area.gridSize[0] = *columns;
@@ -102,36 +100,14 @@ bool WriteGrid(BitMaskArea& area, std::string_view text) {
     return true;
 }
 
-}  // namespace
-
-ControlNames ReadControlNames(const ControlRecord& control) {
+/// The names field holds the group's name and the label; a group header has no label.
+std::string LabelOf(const ControlRecord& control) {
     const std::wstring_view field(control.names, kHostTextUnits);
-    const std::wstring_view group = TextUpToNul(field);
-    if (group.size() + 1 >= field.size()) {
-        return {Utf8(group), {}};
-    }
-    return {Utf8(group), Utf8(TextUpToNul(field.substr(group.size() + 1)))};
+    const std::size_t groupUnits = TextUpToNul(field).size();
+    return groupUnits + 1 < field.size() ? ToUtf8(TextUpToNul(field.substr(groupUnits + 1))) : std::string();
 }
 
-std::string ControlValueText(const ControlRecord& control) {
-    switch (control.kind) {
-        case ControlKind::GroupHeader:
-            return {};
-        case ControlKind::WholeNumber:
-            return NumberText(control.whole.value[0]);
-        case ControlKind::DecimalNumber:
-            return NumberText(control.decimal.value[0]);
-        case ControlKind::Switch:
-            return control.toggle.value[1] != 0 ? "true" : "false";
-        case ControlKind::FileList:
-            return Utf8(TextUpToNul(std::wstring_view(control.files.fileName, kHostTextUnits)));
-        case ControlKind::BitMask:
-            return NumberText(control.mask.gridSize[0]) + "x" + NumberText(control.mask.gridSize[1]);
-    }
-    return {};
-}
-
-std::string ControlRangeText(const ControlRecord& control) {
+std::string RangeText(const ControlRecord& control) {
     switch (control.kind) {
         case ControlKind::GroupHeader:
             return {};
@@ -142,14 +118,14 @@ std::string ControlRangeText(const ControlRecord& control) {
         case ControlKind::Switch:
             return "true or false";
         case ControlKind::FileList:
-            return "name of a file in the playlist folder";
+            return "file name in the playlist folder";
         case ControlKind::BitMask:
             return "columns x rows, 1x1 to 32x32";
     }
     return {};
 }
 
-bool WriteControlValue(ControlRecord& control, std::string_view value) {
+bool WriteValue(ControlRecord& control, std::string_view value) {
     switch (control.kind) {
         case ControlKind::GroupHeader:
             return false;
@@ -167,11 +143,31 @@ bool WriteControlValue(ControlRecord& control, std::string_view value) {
     return false;
 }
 
+}  // namespace
+
+std::string ControlValueText(const ControlRecord& control) {
+    switch (control.kind) {
+        case ControlKind::GroupHeader:
+            return {};
+        case ControlKind::WholeNumber:
+            return NumberText(control.whole.value[0]);
+        case ControlKind::DecimalNumber:
+            return NumberText(control.decimal.value[0]);
+        case ControlKind::Switch:
+            return control.toggle.value[1] != 0 ? "true" : "false";
+        case ControlKind::FileList:
+            return ToUtf8(TextUpToNul(std::wstring_view(control.files.fileName, kHostTextUnits)));
+        case ControlKind::BitMask:
+            return NumberText(control.mask.gridSize[0]) + "x" + NumberText(control.mask.gridSize[1]);
+    }
+    return {};
+}
+
 ControlRecord* HostControls::Allocate(void* hostContext) noexcept {
     try {
         auto& records = static_cast<HostControls*>(hostContext)->records_;
         records.push_back(std::make_unique_for_overwrite<ControlRecord>());
-        std::memset(static_cast<void*>(records.back().get()), kUnsetByte, sizeof(ControlRecord));
+        std::memset(static_cast<void*>(records.back().get()), kFillByte, sizeof(ControlRecord));
         return records.back().get();
     } catch (const std::bad_alloc&) {
         return nullptr;
@@ -182,34 +178,34 @@ ControlRecord* HostControls::Find(std::string_view label) const {
     if (label.empty()) {
         return nullptr;
     }
-    const auto found = std::ranges::find_if(
-        records_, [&](const auto& record) { return ReadControlNames(*record).label == label; });
+    const auto found =
+        std::ranges::find_if(records_, [&](const auto& record) { return LabelOf(*record) == label; });
     return found != records_.end() ? found->get() : nullptr;
 }
 
 void HostControls::Apply(const ControlSetting& setting) {
     ControlRecord* control = Find(setting.label);
-    if (control == nullptr) {
+    if (!control) {
         throw HostError(ExitStatus::WrongUsage,
-                        "there is no control \"" + setting.label + "\"; there are:\n" + Listing());
+                        "unknown control \"" + setting.label + "\"; the controls are:\n" + Listing());
     }
-    if (!WriteControlValue(*control, setting.value)) {
+    if (!WriteValue(*control, setting.value)) {
         throw HostError(ExitStatus::WrongUsage, "\"" + setting.label + "\" cannot be \"" + setting.value +
-                                                    "\": " + ControlRangeText(*control));
+                                                    "\": " + RangeText(*control));
     }
 }
 
 std::string HostControls::Listing() const {
     std::string listing;
     for (const auto& record : records_) {
-        const std::string label = ReadControlNames(*record).label;
+        const std::string label = LabelOf(*record);
         if (label.empty()) {
             continue;
         }
         if (!listing.empty()) {
             listing += '\n';
         }
-        listing += "  " + label + " = " + ControlValueText(*record) + "  (" + ControlRangeText(*record) + ")";
+        listing += "  " + label + " = " + ControlValueText(*record) + "  (" + RangeText(*record) + ")";
     }
     return listing;
 }

@@ -1,4 +1,4 @@
-// The host's side of the settings: it hands out control records, lists them and changes their values.
+// The host's control records: allocates them for the module, lists them and sets their values.
 #pragma once
 
 #include <memory>
@@ -10,49 +10,32 @@
 
 namespace pixelforge::preview {
 
-/// One "Label=value" of the user, in UTF-8.
+/// One "Label=value" from the user, in UTF-8.
 struct ControlSetting {
     std::string label;
     std::string value;
 };
 
-/// The two texts in a control's names field, in UTF-8. A group header has no label.
-struct ControlNames {
-    std::string group;
-    std::string label;
-};
-
-ControlNames ReadControlNames(const ControlRecord& control);
-
-/// The value that the module reads, as the user would write it.
+/// The control's value as the user would write it.
 std::string ControlValueText(const ControlRecord& control);
 
-/// The values that the user may give.
-std::string ControlRangeText(const ControlRecord& control);
-
-/// Writes the value that the module reads. False, with the record unchanged, when the text does not fit
-/// the control's kind or lies outside its first pair of bounds.
-bool WriteControlValue(ControlRecord& control, std::string_view value);
-
-/// Owner of the records that the module fills. They stay at their addresses as long as this lives.
+/// Owns the records that the module fills in. Their addresses are stable while this lives.
 class HostControls {
 public:
-    /// The host's allocating function; `hostContext` is the `HostControls`. The record is filled with
-    /// a byte pattern: a host promises no zeroed memory.
+    /// The host's allocation function; `hostContext` is the `HostControls`. The record holds a byte
+    /// pattern, because a host need not provide zeroed memory.
     static ControlRecord* Allocate(void* hostContext) noexcept;
 
     /// Null for an unknown label.
     ControlRecord* Find(std::string_view label) const;
 
-    /// Throws `HostError` with `WrongUsage` for an unknown label or a value that does not fit.
+    /// Throws `HostError` with `WrongUsage` for an unknown label, and for a value of the wrong type or
+    /// outside the control's first pair of bounds, which leaves the record unchanged.
     void Apply(const ControlSetting& setting);
 
-    /// One line for each label: its value and what it may be set to.
+private:
     std::string Listing() const;
 
-    const std::vector<std::unique_ptr<ControlRecord>>& Records() const noexcept { return records_; }
-
-private:
     std::vector<std::unique_ptr<ControlRecord>> records_;
 };
 

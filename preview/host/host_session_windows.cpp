@@ -1,8 +1,10 @@
 // Calls the module's exports in the host's order.
 #include "preview/host/host_session.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "preview/host/host_error.h"
-#include "preview/host/level_colors.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -13,32 +15,50 @@ std::wstring& StoredInfoText() {
 }
 
 void StoreInfoText(const wchar_t* text) {
-    StoredInfoText() = text != nullptr ? text : L"";
+    StoredInfoText() = text ? text : L"";
 }
 
-void RequireSuccess(std::int32_t result, const char* step) {
+void RequireSuccess(std::int32_t result, const char* function) {
     if (result == 0) {
-        throw HostError(ExitStatus::Failed, std::string("the module refused ") + step);
+        throw HostError(ExitStatus::Failed, std::string(function) + " failed");
     }
+}
+
+/// Level output as grey pixels: 0 is black, the highest level is white. (A real host looks levels up in its
+/// palette.)
+std::vector<std::uint8_t> GreysOfLevels(const FramePixels& pixels, std::int32_t levelDivisor) {
+    constexpr std::uint32_t kWhiteSum = 3 * 255;
+    const std::uint32_t highest = std::max(kWhiteSum / static_cast<std::uint32_t>(levelDivisor), 1u);
+    std::vector<std::uint8_t> greys(pixels.bytes.size());
+    for (std::size_t at = 0; at + 4 <= greys.size(); at += 4) {
+        std::uint32_t level = 0;
+        std::memcpy(&level, pixels.bytes.data() + at, 4);
+        const auto grey = static_cast<std::uint8_t>(std::min(level, highest) * 255u / highest);
+        greys[at] = greys[at + 1] = greys[at + 2] = grey;
+    }
+    return greys;
 }
 
 }  // namespace
 
 HostSession::HostSession(const ModuleFunctions& module, const SessionOptions& options)
-    : module_(module),
-      playlistName_(options.playlistName),
-      settings_(options.settings),
-      window_(options.window),
-      offscreenWhenNeeded_(options.offscreenWhenNeeded),
-      surface_(options.width, options.height) {
-    if (window_ == nullptr) {
+    : module_(module), options_(options), window_(options.window), surface_(options.width, options.height) {
+    if (!window_) {
         window_ = &ownWindow_.emplace(options.width, options.height);
     }
-    FillContext(options);
+    FillContext();
 }
 
 HostSession::~HostSession() {
     Close();
+}
+
+void HostSession::FillContext() {
+    context_.levelDivisor = options_.levelDivisor;
+    context_.levelOutput = options_.levelOutput;
+    UseSurface(options_.width, options_.height);
+    context_.window = window_->Handle();
+    context_.infoTextCallback = StoreInfoText;
 }
 
 void HostSession::UseSurface(std::int32_t width, std::int32_t height) {
@@ -48,16 +68,9 @@ void HostSession::UseSurface(std::int32_t width, std::int32_t height) {
     context_.dc = surface_.DeviceContext();
 }
 
-void HostSession::FillContext(const SessionOptions& options) {
-    context_.levelDivisor = options.levelDivisor;
-    context_.levelOutput = options.levelOutput;
-    UseSurface(options.width, options.height);
-    context_.window = window_->Handle();
-    context_.infoTextCallback = StoreInfoText;
-}
-
 void HostSession::Open() {
-    RequireSuccess(module_.getDescription(&description_), "its description");
+    ModuleDescription description = {};
+    RequireSuccess(module_.getDescription(&description), "ModuleGetDescription");
     BuildControls();
     PreInitialize();
     Initialize();
@@ -65,59 +78,76 @@ void HostSession::Open() {
 
 void HostSession::BuildControls() {
     RequireSuccess(module_.buildControlStructure(&instance_, nullptr, &HostControls::Allocate, &controls_),
-                   "to build its controls");
-    if (!playlistName_.empty()) {
-        controls_.Apply({"Playlist File(s)", playlistName_});
+                   "ModuleBuildControlStructure");
+    if (!options_.playlistName.empty()) {
+        controls_.Apply({"Playlist File(s)", options_.playlistName});
     }
-    for (const ControlSetting& setting : settings_) {
+    for (const ControlSetting& setting : options_.settings) {
         controls_.Apply(setting);
     }
+    foregroundOnly_ = Control("Foreground Only");
+    columns_ = Control("X Tiling");
+    rows_ = Control("Y Tiling");
 }
 
 void HostSession::PreInitialize() {
     const std::int32_t levelOutput = context_.levelOutput;
-    preparedOffscreen_ = WantsOffscreen();
-    if (preparedOffscreen_ && levelOutput == 0) {
+    offscreen_ = NeedsOffscreen();
+    if (offscreen_ && levelOutput == 0) {
         context_.levelOutput = 1;
     }
     const std::int32_t result = module_.preInitialize(instance_, &context_);
     context_.levelOutput = levelOutput;
-    RequireSuccess(result, "pre-initialisation");
+    RequireSuccess(result, "ModulePreInitialize");
 }
 
 void HostSession::Initialize() {
-    RequireSuccess(module_.initialize(instance_, &context_), "initialisation");
+    RequireSuccess(module_.initialize(instance_, &context_), "ModuleInitialize");
 }
 
-void HostSession::Restart(std::int32_t width, std::int32_t height) {
-    if (width != context_.width || height != context_.height) {
+bool HostSession::Refit(std::int32_t width, std::int32_t height) {
+    const bool resized = width != context_.width || height != context_.height;
+    if (!resized && offscreen_ == NeedsOffscreen()) {
+        return false;
+    }
+    if (resized) {
         surface_ = HostSurface(width, height);
         UseSurface(width, height);
     }
     PreInitialize();
     Initialize();
+    return true;
 }
 
-bool HostSession::WantsOffscreen() const {
-    return context_.levelOutput != 0 || (offscreenWhenNeeded_ && NeedsOffscreen());
+bool HostSession::IsForegroundOnly() const {
+    return foregroundOnly_ && foregroundOnly_->toggle.value[1] != 0;
 }
 
 bool HostSession::NeedsOffscreen() const {
-    const ControlRecord* foreground = Control("Foreground Only");
-    const ControlRecord* columns = Control("X Tiling");
-    const ControlRecord* rows = Control("Y Tiling");
-    return (foreground != nullptr && foreground->toggle.value[1] != 0) ||
-           (columns != nullptr && columns->whole.value[0] > 1) ||
-           (rows != nullptr && rows->whole.value[0] > 1);
+    const auto isTiled = [](const ControlRecord* count) { return count && count->whole.value[0] > 1; };
+    return context_.levelOutput != 0 ||
+           (options_.autoOffscreen && (IsForegroundOnly() || isTiled(columns_) || isTiled(rows_)));
 }
 
-FramePixels HostSession::Picture(std::vector<std::uint8_t>& greys) const {
-    FramePixels pixels = Pixels();
-    if (context_.levelOutput != 0) {
-        greys = GreysOfLevels(pixels, context_.levelDivisor);
-        pixels.bytes = greys;
+FrameResult HostSession::DrawFrame() {
+    window_->PumpMessages();
+    // Words of level output are no colours, so there is no host picture under it.
+    if (options_.autoOffscreen && context_.levelOutput == 0 && IsForegroundOnly()) {
+        surface_.FillWithCheckers();
     }
-    return pixels;
+    const auto result = static_cast<FrameResult>(module_.drawFrame(instance_, &context_));
+    if (result == FrameResult::ResetWanted) {
+        Initialize();
+    }
+    return result;
+}
+
+void HostSession::Close() noexcept {
+    if (instance_) {
+        module_.cleanUp(instance_);
+        module_.destroyControlStructure(instance_);
+        instance_ = nullptr;
+    }
 }
 
 void HostSession::SetLevels(std::int32_t levelDivisor) {
@@ -125,31 +155,13 @@ void HostSession::SetLevels(std::int32_t levelDivisor) {
     context_.levelDivisor = levelDivisor != 0 ? levelDivisor : kPaletteColors;
 }
 
-FrameResult HostSession::DrawFrame() {
-    window_->PumpMessages();
-    if (ShowsHostPicture()) {
-        surface_.FillWithCheckers();
+FramePixels HostSession::Picture() {
+    FramePixels pixels = Pixels();
+    if (context_.levelOutput != 0) {
+        greys_ = GreysOfLevels(pixels, context_.levelDivisor);
+        pixels.bytes = greys_;
     }
-    const auto result = static_cast<FrameResult>(module_.drawFrame(instance_, &context_));
-    if (result == FrameResult::ResetWanted) {
-        Reset();
-    }
-    return result;
-}
-
-/// Levels share the bitmap's words with nothing else.
-bool HostSession::ShowsHostPicture() const {
-    const ControlRecord* foreground = Control("Foreground Only");
-    return offscreenWhenNeeded_ && context_.levelOutput == 0 && foreground != nullptr &&
-           foreground->toggle.value[1] != 0;
-}
-
-void HostSession::Close() noexcept {
-    if (instance_ != nullptr) {
-        module_.cleanUp(instance_);
-        module_.destroyControlStructure(instance_);
-        instance_ = nullptr;
-    }
+    return pixels;
 }
 
 const std::wstring& HostSession::InfoText() noexcept {

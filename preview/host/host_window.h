@@ -1,4 +1,4 @@
-// The window that the host owns: the module puts its GL context on it and listens to its input.
+// The host's window, on which the module creates its GL context and whose input it receives.
 #pragma once
 
 #include <cstdint>
@@ -7,19 +7,19 @@
 
 namespace pixelforge::preview {
 
-/// What a window is beside a hidden surface of some size.
+/// The defaults make a hidden window.
 struct HostWindowOptions {
-    bool visible = false;                ///< with a frame that the user can drag, shown at once
+    bool visible = false;                ///< shown immediately, with a resizable frame
     WNDPROC procedure = DefWindowProcW;  ///< receives `parameter` in WM_NCCREATE
     void* parameter = nullptr;
     const wchar_t* title = L"Pixelforge preview";
 };
 
-/// A real top-level window whose client area has the frame's size, as far as the system grants it to a
-/// visible one. Everything about it belongs to the thread that made it.
+/// A top-level window with a client area of the frame's size; the system may limit a visible one. Use it on
+/// the thread that created it only.
 class HostWindow {
 public:
-    /// Throws `HostError` with `Failed` when the window cannot be made.
+    /// Throws `HostError` with `Failed` if the window cannot be created.
     HostWindow(std::int32_t clientWidth, std::int32_t clientHeight, const HostWindowOptions& options = {});
 
     HWND Handle() const noexcept { return window_.Get(); }
@@ -27,7 +27,7 @@ public:
     void SetClientSize(std::int32_t width, std::int32_t height);
     SIZE ClientSize() const;  ///< empty while the window is minimised
 
-    /// Delivers every message that waits for this thread.
+    /// Dispatches all pending messages of this thread.
     void PumpMessages();
 
 private:

@@ -1,4 +1,4 @@
-// Makes the host's window and delivers its messages.
+// Creates the host's window and dispatches its messages.
 #include "preview/host/host_window.h"
 
 #include <atomic>
@@ -12,9 +12,9 @@ namespace {
 
 WindowClass RegisterHostClass(WNDPROC procedure) {
     static std::atomic<unsigned> count = 0;
-    // A name for each window: a class is registered once a process and goes with its window.
+    // One class per window, unregistered with it; class names are unique within a process.
     const std::wstring name = L"PixelforgePreviewHost" + std::to_wstring(++count);
-    WNDCLASSEXW description{};
+    WNDCLASSEXW description = {};
     description.cbSize = sizeof description;
     description.style = CS_OWNDC | CS_HREDRAW | CS_VREDRAW;
     description.lpfnWndProc = procedure;
@@ -34,17 +34,17 @@ SIZE OuterSize(std::int32_t clientWidth, std::int32_t clientHeight, DWORD style)
 
 HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight, const HostWindowOptions& options)
     : class_(RegisterHostClass(options.procedure)) {
-    // On a hidden window a frame or a caption would let the system bound the size by the screen's.
+    // The system limits windows with a frame or caption to the screen's size.
     const DWORD style =
         (options.visible ? WS_OVERLAPPEDWINDOW : WS_POPUP) | WS_CLIPSIBLINGS | WS_CLIPCHILDREN;
     const SIZE size = OuterSize(clientWidth, clientHeight, style);
-    const int place = options.visible ? CW_USEDEFAULT : 0;
+    const int position = options.visible ? CW_USEDEFAULT : 0;
     if (class_) {
-        window_.Reset(CreateWindowExW(0, class_.Name(), options.title, style, place, place, size.cx, size.cy,
-                                      nullptr, nullptr, class_.Module(), options.parameter));
+        window_.Reset(CreateWindowExW(0, class_.Name(), options.title, style, position, position, size.cx,
+                                      size.cy, nullptr, nullptr, class_.Module(), options.parameter));
     }
     if (!window_) {
-        throw HostError(ExitStatus::Failed, WithLastError("cannot make a window"));
+        throw HostError(ExitStatus::Failed, WithLastError("cannot create a window"));
     }
     if (options.visible) {
         ShowWindow(window_.Get(), SW_SHOWNORMAL);
@@ -59,7 +59,7 @@ void HostWindow::SetClientSize(std::int32_t width, std::int32_t height) {
 }
 
 SIZE HostWindow::ClientSize() const {
-    RECT client{};
+    RECT client = {};
     GetClientRect(window_.Get(), &client);
     return {client.right, client.bottom};
 }

@@ -1,4 +1,4 @@
-// The reader of event files.
+// Parses event files.
 #include "preview/host/input_events.h"
 
 #include <algorithm>
@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "base/bitmap.h"
 #include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
@@ -19,14 +20,14 @@ struct Action {
     std::int32_t most;
 };
 
-// Mouse positions travel as signed 16-bit halves; sides are those of --size.
+// Mouse messages carry positions as signed 16-bit halves.
 constexpr Action kActions[] = {
     {"key-down", EventKind::KeyDown, 1, 0, 255},
     {"key-up", EventKind::KeyUp, 1, 0, 255},
     {"mouse-move", EventKind::MouseMove, 2, -32768, 32767},
     {"button-down", EventKind::ButtonDown, 2, -32768, 32767},
     {"button-up", EventKind::ButtonUp, 2, -32768, 32767},
-    {"resize", EventKind::Resize, 2, 1, 16384},
+    {"resize", EventKind::Resize, 2, 1, kLargestSide},
 };
 
 std::vector<std::string_view> Words(std::string_view line) {
@@ -51,7 +52,6 @@ std::optional<std::int32_t> Number(std::string_view word, std::int32_t least, st
     return whole && number >= least && number <= most ? std::optional(number) : std::nullopt;
 }
 
-/// Nothing for a line that is no event.
 std::optional<InputEvent> ParseEvent(const std::vector<std::string_view>& words) {
     const auto frame = Number(words[0], 0, 10'000'000);
     const std::string_view name = words.size() > 1 ? words[1] : std::string_view();
@@ -86,8 +86,8 @@ std::vector<InputEvent> ParseInputEvents(std::string_view text, std::string_view
         if (!event) {
             throw HostError(ExitStatus::WrongUsage,
                             std::string(fileName) + ":" + std::to_string(number) +
-                                ": not an event; lines are FRAME key-down|key-up CODE, FRAME "
-                                "mouse-move|button-down|button-up X Y, FRAME resize WIDTH HEIGHT");
+                                ": not an event; expected FRAME key-down|key-up CODE, FRAME "
+                                "mouse-move|button-down|button-up X Y or FRAME resize WIDTH HEIGHT");
         }
         events.push_back(*event);
     }

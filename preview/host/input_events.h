@@ -1,24 +1,40 @@
-// Scripted input: what a file says happens at which frame.
+// Scripted keys, mouse and resizing: the event file and its delivery to the host's window.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace pixelforge::preview {
 
+class HostWindow;
+
 enum class EventKind { KeyDown, KeyUp, MouseMove, ButtonDown, ButtonUp, Resize };
 
 struct InputEvent {
-    std::int32_t frame = 0;  ///< delivered before this frame is drawn; the first one is 0
+    std::int32_t frame = 0;  ///< delivered before this frame is drawn; frames count from 0
     EventKind kind = EventKind::KeyDown;
     std::int32_t a = 0;  ///< virtual-key code, x, or width
     std::int32_t b = 0;  ///< y from the top, or height
 };
 
-/// Reads one event a line, "FRAME ACTION NUMBERS"; blank lines and what follows "#" do not count. In order
-/// of frames, events of one frame in the file's order. Throws `HostError` with `WrongUsage` that names
-/// `fileName` and the line.
+/// Reads one event per line, "FRAME ACTION NUMBERS"; ignores blank lines and comments from "#". Sorted by
+/// frame, events of one frame in file order. Throws `HostError` with `WrongUsage` naming `fileName` and
+/// the line.
 std::vector<InputEvent> ParseInputEvents(std::string_view text, std::string_view fileName);
+
+class EventPlayer {
+public:
+    explicit EventPlayer(std::vector<InputEvent> events) : events_(std::move(events)) {}
+
+    /// Posts the messages of all events up to this frame that are still pending, as the system would for a
+    /// user. A resize takes effect immediately.
+    void Play(std::int32_t frame, HostWindow& window);
+
+private:
+    std::vector<InputEvent> events_;
+    std::size_t next_ = 0;
+};
 
 }  // namespace pixelforge::preview

@@ -1,4 +1,4 @@
-// The loaded display module and its exported functions.
+// Loads the display module and looks up its exports.
 #pragma once
 
 #include <string>
@@ -23,11 +23,11 @@ struct LoadedLibraryTraits {
     static void Close(HMODULE library) noexcept { FreeLibrary(library); }
 };
 
-/// "Pixelforge.dll" in the running program's folder.
+/// "Pixelforge.dll" in the program's folder.
 std::wstring ModulePathBesideProgram();
 
-/// Loads the module and finds its seven exports; unloads it at the end of its life, so that it must
-/// outlive every session. Throws `HostError` with `Failed`.
+/// The loaded module; must outlive every session. The constructor throws `HostError` with `Failed` if the
+/// module or one of its seven exports is missing.
 class ModuleLibrary {
 public:
     explicit ModuleLibrary(const std::wstring& path = ModulePathBesideProgram());

@@ -1,4 +1,4 @@
-// Loads the display module and binds its exports.
+// Loads the display module and looks up its exports.
 #include "preview/host/module_library.h"
 
 #include <windows.h>
@@ -12,10 +12,10 @@ namespace {
 template <class Function>
 void Bind(HMODULE library, const char* name, Function& function) {
     const FARPROC address = GetProcAddress(library, name);
-    if (address == nullptr) {
+    if (!address) {
         throw HostError(ExitStatus::Failed, std::string("the module does not export ") + name);
     }
-    // A cast by way of a plain function pointer: FARPROC's own type differs from every export's.
+    // By way of a plain function pointer, because no export has FARPROC's signature.
     function = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(address));
 }
 

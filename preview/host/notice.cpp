@@ -1,4 +1,4 @@
-// Reads the module's rich-text notice and writes it as safe rich text or as plain text.
+// Parses the module's rich-text notice and writes it as safe rich text or as plain text.
 #include "preview/host/notice.h"
 
 #include <algorithm>
@@ -18,13 +18,13 @@ constexpr std::wstring_view kEditorEnd = LR"("}}{\fldrslt )";
 constexpr std::wstring_view kDescription = LR"(}}\line \cf2 Description: )";
 constexpr std::wstring_view kEnd = LR"(\par})";
 
-// Background, labels, links: what the nine numbers of the module's colour table are for.
+// The colour table holds the colours of background, labels and links.
 constexpr std::string_view kHeader =
     R"({\rtf1\ansi\deff0{\colortbl;\red16\green20\blue28;\red200\green206\blue216;\red120\green190\blue255;})"
     R"(\cf2\highlight1 )";
 
-/// Takes the text up to `end` off the front of `rest`, and `end` with it. False when there is no `end`.
-bool Take(std::wstring_view& rest, std::wstring_view end, std::wstring& text) {
+/// Moves the text before `end` from `rest` to `text` and drops `end`. False if there is no `end`.
+bool TakeUntil(std::wstring_view& rest, std::wstring_view end, std::wstring& text) {
     const std::size_t at = rest.find(end);
     if (at == std::wstring_view::npos) {
         return false;
@@ -34,13 +34,13 @@ bool Take(std::wstring_view& rest, std::wstring_view end, std::wstring& text) {
     return true;
 }
 
-/// The shader's name, and the editor's link where one follows it.
+/// The shader's name, optionally followed by the editor's link.
 void SplitNamePart(std::wstring_view part, Notice& notice) {
     const std::size_t editor = part.find(kEditor);
     std::wstring_view name = part.substr(0, editor);
     if (editor != std::wstring_view::npos) {
         std::wstring_view rest = part.substr(editor + kEditor.size());
-        Take(rest, kEditorEnd, notice.editorLink);
+        TakeUntil(rest, kEditorEnd, notice.editorLink);
     }
     const std::size_t end = name.rfind(kLinkEnd);
     notice.shaderName = name.substr(0, end);
@@ -62,14 +62,14 @@ void AppendEscaped(std::string& rtf, std::wstring_view text) {
     }
 }
 
-/// As a link looks. Links themselves are the window's affair: not every rich edit control has them.
+/// Looks like a link. The window implements the click, because not every rich edit control supports links.
 void AppendName(std::string& rtf, std::wstring_view name) {
     rtf += "{\\cf3\\ul ";
     AppendEscaped(rtf, name);
     rtf += "}";
 }
 
-/// A stranger's text steers no terminal and keeps to its line.
+/// Blanks control characters: untrusted text must not control the terminal or start a new line.
 std::string PrintableUtf8(std::wstring_view text) {
     std::wstring printable(text);
     const auto isControl = [](wchar_t unit) { return unit < L' ' || (unit >= 0x7F && unit < 0xA0); };
@@ -84,9 +84,9 @@ std::optional<Notice> ReadNotice(std::wstring_view richText) {
     std::wstring namePart;
     std::wstring skipped;
     std::wstring_view rest = richText;
-    if (!Take(rest, kShader, skipped) || !Take(rest, kLinkText, notice.shaderLink) ||
-        !Take(rest, kAuthor, namePart) || !Take(rest, kLinkText, notice.authorLink) ||
-        !Take(rest, kDescription, notice.authorName)) {
+    if (!TakeUntil(rest, kShader, skipped) || !TakeUntil(rest, kLinkText, notice.shaderLink) ||
+        !TakeUntil(rest, kAuthor, namePart) || !TakeUntil(rest, kLinkText, notice.authorLink) ||
+        !TakeUntil(rest, kDescription, notice.authorName)) {
         return std::nullopt;
     }
     SplitNamePart(namePart, notice);

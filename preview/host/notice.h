@@ -1,4 +1,4 @@
-// The notice about a shader, taken out of the rich text that the module hands over.
+// The notice about a shader, extracted from the module's rich text.
 #pragma once
 
 #include <optional>
@@ -13,18 +13,18 @@ struct Notice {
     std::wstring authorLink;
     std::wstring authorName;
     std::wstring description;
-    std::wstring editorLink;  ///< empty without a shader editor beside the host
+    std::wstring editorLink;  ///< empty if no shader editor is installed
 };
 
-/// The module puts the shader's texts into its rich text as they are, so braces and back-slashes in them
-/// would act as rich text and could close the whole notice. Here they are found by the fixed pieces
-/// around them. Nothing for an empty text and for one of another form.
+/// The module inserts the shader's texts unescaped, so braces and backslashes in them would act as rich text
+/// and could end the notice. They are located by the fixed text around them. std::nullopt for an empty text
+/// and for any other format.
 std::optional<Notice> ReadNotice(std::wstring_view richText);
 
-/// As narrow rich text: the host's colours in the colour table, the texts as plain characters.
+/// As 8-bit rich text with the host's colours; the shader's texts are escaped.
 std::string NoticeAsRichText(const Notice& notice);
 
-/// In UTF-8, one line for each fact, links behind the names.
+/// In UTF-8, one line per field, each link after its name.
 std::string NoticeAsPlainText(const Notice& notice);
 
 }  // namespace pixelforge::preview

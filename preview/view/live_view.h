@@ -1,4 +1,4 @@
-// The live view: frames in a window, one after the other, until the user closes it.
+// The live view: runs the shader in a window until the user closes it.
 #pragma once
 
 #include <atomic>
@@ -6,29 +6,29 @@
 #include <string>
 #include <vector>
 
-#include "preview/host/event_player.h"
 #include "preview/host/host_error.h"
 #include "preview/host/host_session.h"
+#include "preview/host/input_events.h"
 
 namespace pixelforge::preview {
 
 struct LiveViewOptions {
-    SessionOptions session;    ///< its window is replaced by the view's
-    std::string name;          ///< of the shader, for the title; folders are left out there
-    std::wstring pictureStem;  ///< absolute; pictures are named STEM-FRAME.png
-    std::wstring lastPicture;  ///< absolute path for the last frame's picture, or empty
+    SessionOptions session;    ///< the view replaces its window
+    std::string name;          ///< path or identifier of the shader, for the title
+    std::wstring pictureStem;  ///< absolute; pictures are saved as STEM-FRAME.png
+    std::wstring lastPicture;  ///< absolute path for a PNG of the last frame, or empty
     int frames = 0;            ///< 0: until the window is closed
     EventPlayer* events = nullptr;
-    const std::atomic<bool>* stop = nullptr;
+    const std::atomic<bool>* stop = nullptr;  ///< set by another thread to end the view
 
-    /// Asked between frames; true means that the shader is to be loaded anew. Empty: never.
+    /// Polled between frames; true requests a reload. May be empty.
     std::function<bool()> sourceChanged = {};
 
-    /// The module's messages since the last call. They go to stderr; those of a failed load are shown.
+    /// The module's messages since the last call, for stderr and, after a failed load, for the window.
     std::function<std::vector<std::string>()> takeMessages = {};
 };
 
-/// `Drawn` when a frame was drawn and the last load did not fail.
+/// `Drawn` if a frame was drawn and the last load succeeded.
 ExitStatus RunLiveView(const ModuleLibrary& library, const LiveViewOptions& options);
 
 }  // namespace pixelforge::preview

@@ -1,4 +1,4 @@
-// The loop of the live view and the commands that it obeys.
+// The live view's loop and commands.
 #include "preview/view/live_view.h"
 
 #include <algorithm>
@@ -6,9 +6,9 @@
 #include <cstdio>
 #include <optional>
 
+#include "base/load_error.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
-#include "preview/host/png_file.h"
 #include "preview/view/view_window.h"
 
 namespace pixelforge::preview {
@@ -16,15 +16,14 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Shaders count frames rather than seconds, so the view keeps to a screen's usual rate.
+/// Shader time advances by frames, so the view runs at 60 frames per second.
 constexpr auto kFrameTime = std::chrono::microseconds(16'667);
 constexpr auto kTitlePeriod = std::chrono::milliseconds(500);
-constexpr auto kRemarkTime = std::chrono::seconds(3);
+constexpr auto kStatusTime = std::chrono::seconds(3);
 constexpr DWORD kIdleMilliseconds = 50;
-constexpr std::int32_t kMostTiles = 32;
 
-/// Levels that the key switches to when the command line named none.
-constexpr std::int32_t kUsualLevelDivisor = 64;
+/// For the key, unless the command line gives another one.
+constexpr std::int32_t kDefaultLevelDivisor = 64;
 
 void PrintLine(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
@@ -41,22 +40,22 @@ public:
 
 private:
     bool Ended() const;
-    void TakeCommands();
-    void Obey(ViewCommand command);
+    void ExecuteCommands();
+    void Execute(ViewCommand command);
     void ChangeTiles(std::string_view label, std::int32_t change);
-    void Switch(std::string_view label);
-    void SwitchLevels();
-    void FollowWindowSize();
-    void FollowSource();
-    void Load();
-    void PrepareAnew();
-    void DrawOne();
-    void TakeFrame(FrameResult result);
-    void TakeFailedLoad();
+    void ToggleSwitch(std::string_view label);
+    void ToggleLevels();
+    void Refit();
+    void Reload();
+    void ExpectLoad();
+    void DrawFrame();
+    void HandleResult(FrameResult result);
+    void HandleDrawn();
+    void HandleFailure();
     void ShowLoadedNotice();
     void SavePicture(const std::wstring& path);
-    void Remark(const std::wstring& words);
-    void UpdateWords();
+    void ShowStatus(const std::wstring& text);
+    void UpdateText();
     void UpdateTitle();
     void WaitUntil(Clock::time_point time);
 
@@ -66,23 +65,23 @@ private:
     HostSession session_;
     std::int32_t levels_;
     bool loading_ = true;  ///< the next frame loads the shader
-    bool broken_ = false;  ///< the last load failed: nothing is drawn before something changes
+    bool failed_ = false;  ///< the last load failed: draws nothing until something changes
     bool paused_ = false;
     bool stepping_ = false;
-    bool keysShown_ = false;
-    int frame_ = 0;  ///< drawn since the load
+    bool helpShown_ = false;
+    int frame_ = 0;  ///< drawn since the last load
     int drawn_ = 0;
     std::wstring error_;
-    std::wstring remark_;
-    Clock::time_point remarkEnd_;
+    std::wstring status_;
+    Clock::time_point statusEnd_;
     std::optional<Clock::time_point> noticeEnd_;
     Clock::time_point titleTime_ = Clock::now();
     int framesAtTitle_ = 0;
     double rate_ = 0.0;
 };
 
-/// The system may have granted less than was asked for.
-SIZE GrantedSize(ViewWindow& view) {
+/// The system may have limited the window's size.
+SIZE ClientSizeOf(ViewWindow& view) {
     const SIZE size = view.Frame().ClientSize();
     return {std::max<LONG>(size.cx, 1), std::max<LONG>(size.cy, 1)};
 }
@@ -98,55 +97,57 @@ SessionOptions InWindow(SessionOptions session, HostWindow& window) {
 LiveView::LiveView(const ModuleLibrary& library, const LiveViewOptions& options)
     : options_(options),
       view_(options.session.width, options.session.height),
-      moduleWindow_(GrantedSize(view_).cx, GrantedSize(view_).cy),
+      moduleWindow_(ClientSizeOf(view_).cx, ClientSizeOf(view_).cy),
       session_(library, InWindow(options.session, moduleWindow_)),
-      levels_(options.session.levelOutput != 0 ? options.session.levelDivisor : kUsualLevelDivisor) {
-    view_.PassInputTo(moduleWindow_.Handle());
+      levels_(options.session.levelOutput != 0 ? options.session.levelDivisor : kDefaultLevelDivisor) {
+    view_.ForwardInputTo(moduleWindow_.Handle());
     session_.Open();
 }
 
 LiveView::~LiveView() {
-    view_.PassInputTo(nullptr);
+    view_.ForwardInputTo(nullptr);
 }
 
 ExitStatus LiveView::Run() {
     auto next = Clock::now();
     while (!Ended()) {
         view_.Frame().PumpMessages();
-        TakeCommands();
-        FollowWindowSize();
-        FollowSource();
-        UpdateWords();
+        ExecuteCommands();
+        Refit();
+        if (options_.sourceChanged && options_.sourceChanged()) {
+            Reload();
+        }
+        UpdateText();
         UpdateTitle();
-        if (broken_ || (paused_ && !stepping_)) {
+        if (failed_ || (paused_ && !stepping_)) {
             MsgWaitForMultipleObjects(0, nullptr, FALSE, kIdleMilliseconds, QS_ALLINPUT);
             continue;
         }
-        DrawOne();
+        DrawFrame();
         next = std::max(next + kFrameTime, Clock::now());
         WaitUntil(next);
     }
     if (!options_.lastPicture.empty() && drawn_ > 0) {
         SavePicture(options_.lastPicture);
     }
-    return drawn_ > 0 && !broken_ ? ExitStatus::Drawn : ExitStatus::Failed;
+    return drawn_ > 0 && !failed_ ? ExitStatus::Drawn : ExitStatus::Failed;
 }
 
 bool LiveView::Ended() const {
-    return view_.Closed() || (options_.stop != nullptr && options_.stop->load()) ||
-           (options_.frames > 0 && (drawn_ >= options_.frames || (broken_ && !options_.sourceChanged)));
+    return view_.Closed() || (options_.stop && options_.stop->load()) ||
+           (options_.frames > 0 && (drawn_ >= options_.frames || (failed_ && !options_.sourceChanged)));
 }
 
-void LiveView::TakeCommands() {
-    while (const auto command = view_.TakeCommand()) {
-        Obey(*command);
+void LiveView::ExecuteCommands() {
+    while (const auto command = view_.NextCommand()) {
+        Execute(*command);
     }
 }
 
-void LiveView::Obey(ViewCommand command) {
+void LiveView::Execute(ViewCommand command) {
     switch (command) {
         case ViewCommand::Help:
-            keysShown_ = !keysShown_;
+            helpShown_ = !helpShown_;
             break;
         case ViewCommand::Pause:
             paused_ = !paused_;
@@ -156,7 +157,7 @@ void LiveView::Obey(ViewCommand command) {
             paused_ = true;
             break;
         case ViewCommand::Reload:
-            Load();
+            Reload();
             break;
         case ViewCommand::MoreColumns:
             ChangeTiles("X Tiling", 1);
@@ -171,13 +172,13 @@ void LiveView::Obey(ViewCommand command) {
             ChangeTiles("Y Tiling", -1);
             break;
         case ViewCommand::Mirror:
-            Switch("Mirroring");
+            ToggleSwitch("Mirroring");
             break;
         case ViewCommand::Foreground:
-            Switch("Foreground Only");
+            ToggleSwitch("Foreground Only");
             break;
         case ViewCommand::Levels:
-            SwitchLevels();
+            ToggleLevels();
             break;
         case ViewCommand::SavePicture:
             SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
@@ -188,82 +189,76 @@ void LiveView::Obey(ViewCommand command) {
 void LiveView::ChangeTiles(std::string_view label, std::int32_t change) {
     if (ControlRecord* control = session_.Control(label)) {
         std::int32_t& count = control->whole.value[0];
-        count = std::clamp(count + change, 1, kMostTiles);
-        Remark(FromUtf8(label) + L" " + std::to_wstring(count));
-        PrepareAnew();
+        const auto [least, most] = control->whole.bounds[0];
+        count = std::clamp(count + change, least, most);
+        ShowStatus(FromUtf8(label) + L" " + std::to_wstring(count));
     }
 }
 
-void LiveView::Switch(std::string_view label) {
+void LiveView::ToggleSwitch(std::string_view label) {
     if (ControlRecord* control = session_.Control(label)) {
         std::int32_t& on = control->toggle.value[1];
         on = on != 0 ? 0 : 1;
-        Remark(FromUtf8(label) + (on != 0 ? L" on" : L" off"));
-        PrepareAnew();
+        ShowStatus(FromUtf8(label) + (on != 0 ? L" on" : L" off"));
     }
 }
 
-void LiveView::SwitchLevels() {
+void LiveView::ToggleLevels() {
     const bool on = session_.Context().levelOutput == 0;
     session_.SetLevels(on ? levels_ : 0);
-    Remark(on ? L"Levels of " + std::to_wstring(levels_) : L"Colours");
-    PrepareAnew();
+    ShowStatus(on ? L"Level output, divisor " + std::to_wstring(levels_) : L"Colours");
 }
 
-/// Most changes need nothing: only one that turns the module's own bitmap on or off goes through
-/// pre-initialisation, and with it through a new load.
-void LiveView::PrepareAnew() {
-    if (!session_.PreparedAsNeeded()) {
-        const DrawContext& context = session_.Context();
-        session_.Restart(context.width, context.height);
-        loading_ = true;
-        broken_ = false;
-    }
-}
-
-void LiveView::FollowWindowSize() {
+/// Applies a new window size, and tiles, foreground or levels that need another preparation of the module.
+void LiveView::Refit() {
     const SIZE size = view_.Frame().ClientSize();
-    const DrawContext& context = session_.Context();
-    if (size.cx < 1 || size.cy < 1 || (size.cx == context.width && size.cy == context.height)) {
+    if (size.cx < 1 || size.cy < 1) {
         return;
     }
-    moduleWindow_.SetClientSize(size.cx, size.cy);
-    session_.Restart(size.cx, size.cy);
-    loading_ = true;
-    broken_ = false;
-}
-
-void LiveView::FollowSource() {
-    if (options_.sourceChanged && options_.sourceChanged()) {
-        Load();
+    const DrawContext& context = session_.Context();
+    if (size.cx != context.width || size.cy != context.height) {
+        moduleWindow_.SetClientSize(size.cx, size.cy);
+    }
+    if (session_.Refit(size.cx, size.cy)) {
+        ExpectLoad();
     }
 }
 
-void LiveView::Load() {
-    session_.Reset();
-    loading_ = true;
-    broken_ = false;
+void LiveView::Reload() {
+    session_.Initialize();
+    ExpectLoad();
 }
 
-void LiveView::DrawOne() {
-    if (options_.events != nullptr) {
+void LiveView::ExpectLoad() {
+    loading_ = true;
+    failed_ = false;
+}
+
+void LiveView::DrawFrame() {
+    if (options_.events) {
         options_.events->Play(drawn_, view_.Frame());
     }
     stepping_ = false;
-    TakeFrame(session_.DrawFrame());
+    HandleResult(session_.DrawFrame());
 }
 
-void LiveView::TakeFrame(FrameResult result) {
-    if (result == FrameResult::Failed) {
-        TakeFailedLoad();
-        return;
+void LiveView::HandleResult(FrameResult result) {
+    switch (result) {
+        case FrameResult::Failed:
+            HandleFailure();
+            break;
+        case FrameResult::Drawn:
+            HandleDrawn();
+            break;
+        case FrameResult::ResetWanted:
+            loading_ = true;
+            break;
+        case FrameResult::NothingDrawn:
+            break;
     }
-    if (result == FrameResult::ResetWanted) {
-        loading_ = true;
-    }
-    if (result != FrameResult::Drawn) {
-        return;
-    }
+}
+
+void LiveView::HandleDrawn() {
     for (const std::string& line : options_.takeMessages()) {
         PrintLine(line);
     }
@@ -275,88 +270,83 @@ void LiveView::TakeFrame(FrameResult result) {
     }
     ++frame_;
     ++drawn_;
-    std::vector<std::uint8_t> greys;
-    view_.ShowPicture(session_.Picture(greys));
+    view_.ShowPicture(session_.Picture());
 }
 
-/// The module destroys the old shader before it tries the new one, so the picture that stays is the
-/// window's own.
-void LiveView::TakeFailedLoad() {
-    broken_ = true;
+/// The module destroys the old shader before it loads the new one; the window keeps showing the last picture.
+void LiveView::HandleFailure() {
+    failed_ = true;
     error_.clear();
     for (const std::string& line : options_.takeMessages()) {
         PrintLine(line);
         error_ += FromUtf8(line) + L"\n";
     }
     if (error_.empty()) {
-        error_ = L"The module draws nothing and gives no reason.";
+        error_ = L"The shader failed to load; the module reported no reason.";
     }
 }
 
 void LiveView::ShowLoadedNotice() {
     const auto notice = ReadNotice(HostSession::InfoText());
     const ControlRecord* seconds = session_.Control("Info Time");
-    if (notice && seconds != nullptr && seconds->whole.value[0] > 0) {
+    if (notice && seconds && seconds->whole.value[0] > 0) {
         view_.ShowNotice(notice);
         noticeEnd_ = Clock::now() + std::chrono::seconds(seconds->whole.value[0]);
     }
 }
 
 void LiveView::SavePicture(const std::wstring& path) {
-    std::vector<std::uint8_t> greys;
-    try {
-        WritePng(path, session_.Picture(greys));
-        Remark(L"Saved " + path);
-    } catch (const HostError& error) {
-        PrintLine(error.what());
-        Remark(FromUtf8(error.what()));
+    const std::string failure = FailureOf([&] { WritePng(path, session_.Picture()); });
+    if (failure.empty()) {
+        ShowStatus(L"Saved " + path);
+    } else {
+        PrintLine(failure);
+        ShowStatus(FromUtf8(failure));
     }
 }
 
-void LiveView::Remark(const std::wstring& words) {
-    remark_ = words;
-    remarkEnd_ = Clock::now() + kRemarkTime;
+void LiveView::ShowStatus(const std::wstring& text) {
+    status_ = text;
+    statusEnd_ = Clock::now() + kStatusTime;
 }
 
-void LiveView::UpdateWords() {
+void LiveView::UpdateText() {
     const auto now = Clock::now();
     if (noticeEnd_ && now >= *noticeEnd_) {
         noticeEnd_.reset();
         view_.ShowNotice(std::nullopt);
     }
-    if (now >= remarkEnd_) {
-        remark_.clear();
+    if (now >= statusEnd_) {
+        status_.clear();
     }
-    // An error is never hidden, not even by the list of keys.
-    std::wstring words = keysShown_ ? KeyList() : error_.empty() ? remark_ : std::wstring();
+    std::wstring text = helpShown_ ? KeyList() : error_.empty() ? status_ : std::wstring();
     if (!error_.empty()) {
-        words += (keysShown_ ? L"\n\n" : L"") + error_;
+        text += (helpShown_ ? L"\n\n" : L"") + error_;
     }
-    view_.ShowWords(words);
+    view_.ShowText(text);
 }
 
 void LiveView::UpdateTitle() {
     const auto now = Clock::now();
     const std::chrono::duration<double> passed = now - titleTime_;
-    const bool still = broken_ || paused_;
+    const bool idle = failed_ || paused_;
     if (passed >= kTitlePeriod) {
         rate_ = (drawn_ - framesAtTitle_) / passed.count();
         titleTime_ = now;
         framesAtTitle_ = drawn_;
-    } else if (!still) {
+    } else if (!idle) {
         return;
     }
     wchar_t rate[32];
     std::swprintf(rate, 32, L"%.1f frames/s", rate_);
-    view_.SetTitle(FromUtf8(options_.name.substr(options_.name.find_last_of("\\/") + 1)) + L" - frame " +
-                   std::to_wstring(frame_) + L" - " +
-                   (broken_   ? L"does not load"
-                    : paused_ ? L"stopped"
+    view_.SetTitle(FileNameOf(FromUtf8(options_.name)) + L" - frame " + std::to_wstring(frame_) + L" - " +
+                   (failed_   ? L"failed to load"
+                    : paused_ ? L"paused"
                               : rate) +
                    L" - Pixelforge preview (F1: keys)");
 }
 
-/// Messages are taken at once, so that a key is felt before the next frame.
+/// Dispatches messages meanwhile, so that a key takes effect before the next frame.
 void LiveView::WaitUntil(Clock::time_point time) {
     for (auto now = Clock::now(); now < time && !Ended(); now = Clock::now()) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(time - now).count();

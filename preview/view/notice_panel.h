@@ -1,4 +1,4 @@
-// The strip at the lower edge of the live view that shows the notice.
+// The notice strip along the lower edge of the live view.
 #pragma once
 
 #include <windows.h>
@@ -11,18 +11,18 @@
 
 namespace pixelforge::preview {
 
-/// A rich edit control in the given window. On systems without one nothing is ever shown.
+/// A rich edit control in the given window; shows nothing on systems without one.
 class NoticePanel {
 public:
     explicit NoticePanel(HWND parent);
 
-    /// Empty: hides it.
+    /// std::nullopt hides it.
     void Show(const std::optional<Notice>& notice);
 
-    /// Fits it to the parent's client area.
+    /// Positions it in the parent's client area.
     void Place();
 
-    /// The parent's WM_NOTIFY: a click on a name opens its page, and nothing else ever opens one.
+    /// Handles the parent's WM_NOTIFY. A page opens only by a click on its name.
     LRESULT OnNotify(const NMHDR& header);
 
 private:

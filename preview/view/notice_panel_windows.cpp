@@ -1,4 +1,4 @@
-// The rich edit control of the notice.
+// The notice's rich edit control.
 #include "preview/view/notice_panel.h"
 
 #include <richedit.h>
@@ -12,10 +12,10 @@ namespace pixelforge::preview {
 namespace {
 
 constexpr int kHeight = 84;
-constexpr COLORREF kBackground = RGB(16, 20, 28);  // the first colour of the notice's table
+constexpr COLORREF kBackground = RGB(16, 20, 28);  // first in the colour table of `NoticeAsRichText`
 constexpr DWORD kStyle = WS_CHILD | WS_CLIPSIBLINGS | ES_MULTILINE | ES_READONLY;
 
-/// Both libraries are parts of the system; the newer one draws emoji and both directions of writing.
+/// Both libraries are part of the system; the newer one supports emoji and right-to-left text.
 UniqueWindow MakeControl(HWND parent, UniqueHandle<LoadedLibraryTraits>& library) {
     constexpr const wchar_t* kChoices[][2] = {{L"Msftedit.dll", L"RICHEDIT50W"},
                                               {L"Riched20.dll", L"RichEdit20W"}};
@@ -30,7 +30,7 @@ UniqueWindow MakeControl(HWND parent, UniqueHandle<LoadedLibraryTraits>& library
     return {};
 }
 
-/// A shader's name can imitate the words that a link follows; such a link leads nowhere.
+/// Rejects forged links: a shader's name may contain the text that precedes a link.
 bool IsServiceLink(const std::wstring& link) {
     return link.starts_with(std::wstring(L"https://") + kServiceHost + L"/");
 }
@@ -51,19 +51,19 @@ void NoticePanel::Show(const std::optional<Notice>& notice) {
         return;
     }
     if (notice) {
-        SETTEXTEX how{};
-        how.codepage = CP_ACP;
+        SETTEXTEX settings = {};
+        settings.codepage = CP_ACP;
         const std::string text = NoticeAsRichText(*notice);
-        SendMessageW(control_.Get(), EM_SETTEXTEX, reinterpret_cast<WPARAM>(&how),
+        SendMessageW(control_.Get(), EM_SETTEXTEX, reinterpret_cast<WPARAM>(&settings),
                      reinterpret_cast<LPARAM>(text.c_str()));
     }
-    // Without the focus, which stays with the shader's window.
+    // The focus stays with the shader's window.
     ShowWindow(control_.Get(), notice ? SW_SHOWNOACTIVATE : SW_HIDE);
 }
 
 void NoticePanel::Place() {
     if (control_) {
-        RECT client{};
+        RECT client = {};
         GetClientRect(parent_, &client);
         SetWindowPos(control_.Get(), HWND_TOP, 0, client.bottom - kHeight, client.right, kHeight,
                      SWP_NOACTIVATE);
@@ -77,12 +77,12 @@ LRESULT NoticePanel::OnNotify(const NMHDR& header) {
     const auto& filter = reinterpret_cast<const MSGFILTER&>(header);
     if (filter.msg == WM_LBUTTONDOWN) {
         OpenLinkAt(filter.lParam);
-        return 1;  // not handled by the control, which would take the focus
+        return 1;  // otherwise the control would take the focus
     }
     return 0;
 }
 
-/// The names stand in the first two lines.
+/// The first line names the shader, the second its author.
 void NoticePanel::OpenLinkAt(LPARAM point) {
     POINTL position = {static_cast<short>(LOWORD(point)), static_cast<short>(HIWORD(point))};
     const LRESULT character =

@@ -1,4 +1,4 @@
-// The window of the live view: shows pictures with words over them and collects the user's commands.
+// The live view's window: shows frames with text over them and turns key presses into commands.
 #pragma once
 
 #include <cstdint>
@@ -7,60 +7,77 @@
 #include <string>
 
 #include "base/win_handles.h"
-#include "preview/host/frame_pixels.h"
+#include "preview/host/host_surface.h"
 #include "preview/host/host_window.h"
 #include "preview/host/notice.h"
 #include "preview/view/notice_panel.h"
-#include "preview/view/view_keys.h"
 
 namespace pixelforge::preview {
 
-/// Belongs to the thread that makes it. Everything arrives while that thread delivers its messages. The
-/// module works on a hidden window, because on some systems what is painted on a window with an OpenGL
-/// context stays invisible behind that; keys and mouse are passed on to it as they come.
+enum class ViewCommand {
+    Help,
+    Pause,
+    Step,
+    Reload,
+    MoreColumns,
+    FewerColumns,
+    MoreRows,
+    FewerRows,
+    Mirror,
+    Foreground,
+    Levels,
+    SavePicture,
+};
+
+/// The live view's keys for the user, one line each.
+std::wstring KeyList();
+
+/// Use it on the thread that creates it only; input arrives while that thread dispatches messages. The
+/// module gets a hidden window of its own, because on some systems GDI output on a window with an OpenGL
+/// context stays invisible. Keys and mouse are forwarded to it.
 class ViewWindow {
 public:
-    /// Throws `HostError` with `Failed` when the window cannot be made.
+    /// Throws `HostError` with `Failed` if the window cannot be created.
     ViewWindow(std::int32_t clientWidth, std::int32_t clientHeight);
-
-    /// The module's window; it takes no input any more once this is told null.
-    void PassInputTo(HWND window) noexcept { inputTarget_ = window; }
     ~ViewWindow() { ready_ = false; }
     ViewWindow(const ViewWindow&) = delete;
     ViewWindow& operator=(const ViewWindow&) = delete;
 
+    /// Forwards keys and mouse to this window; null ends that.
+    void ForwardInputTo(HWND window) noexcept { inputTarget_ = window; }
+
     HostWindow& Frame() noexcept { return frame_; }
     bool Closed() const noexcept { return closed_; }
-    std::optional<ViewCommand> TakeCommand();
 
-    /// Copies the picture and shows it; it stays until the next one.
+    /// The oldest pending command.
+    std::optional<ViewCommand> NextCommand();
+
+    /// Copies the picture and shows it until the next one.
     void ShowPicture(const FramePixels& pixels);
 
-    /// Words in the upper left corner, over every picture; tabs separate two columns.
-    void ShowWords(const std::wstring& words);
+    /// Text over the picture in the upper left corner; tabs separate two columns.
+    void ShowText(const std::wstring& text);
     void SetTitle(const std::wstring& title);
 
-    /// Empty: hides it.
+    /// std::nullopt hides it.
     void ShowNotice(const std::optional<Notice>& notice);
 
 private:
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    void PassInput(UINT message, WPARAM wParam, LPARAM lParam) const;
+    void ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const;
     void Paint(HDC dc);
-    void DrawWords(SIZE size);
+    void DrawOverlay(SIZE size);
     void Redraw();
 
-    bool ready_ = false;  ///< messages before that, and while the end destroys the window, are not for us
+    bool ready_ = false;  ///< false during construction and destruction: messages get default handling
     bool closed_ = false;
     HWND inputTarget_ = nullptr;
     std::deque<ViewCommand> commands_;
-    std::wstring words_;
+    std::wstring text_;
     std::wstring title_;
     UniqueBitmap picture_;
-    SIZE pictureSize_{};
-    UniqueBitmap canvas_;  ///< picture and words together, so that nothing flickers
-    SIZE canvasSize_{};
+    UniqueBitmap canvas_;  ///< picture and text are composed here to avoid flicker
     UniqueMemoryDc canvasDc_;
     UniqueMemoryDc pictureDc_;
     UniqueFont font_;

@@ -1,18 +1,55 @@
-// Window procedure and painting of the live view.
+// The live view's key table, window procedure and painting.
 #include "preview/view/view_window.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "base/bitmap.h"
 
 namespace pixelforge::preview {
 namespace {
 
-constexpr COLORREF kWordsColor = RGB(255, 255, 255);
+constexpr unsigned F(unsigned number) {
+    return VK_F1 + number - 1;
+}
+
+struct KeyBinding {
+    unsigned virtualKey;
+    bool shift;
+    ViewCommand command;
+    const wchar_t* help;  ///< null: listed with another key
+};
+
+// Function keys and Pause only: letters, digits and arrows are the shader's, which also receives these keys.
+// F10 is missing because the system uses it for the window's menu.
+constexpr KeyBinding kKeys[] = {
+    {F(1), false, ViewCommand::Help, L"F1 or ?\tshow this list"},
+    {F(2), false, ViewCommand::Pause, L"F2 or Pause\tpause / resume"},
+    {VK_PAUSE, false, ViewCommand::Pause, nullptr},
+    {F(3), false, ViewCommand::Step, L"F3\tpause, then step one frame"},
+    {F(5), false, ViewCommand::Reload, L"F5\treload the shader"},
+    {F(6), false, ViewCommand::MoreColumns, L"F6, Shift+F6\tmore / fewer tiles across"},
+    {F(6), true, ViewCommand::FewerColumns, nullptr},
+    {F(7), false, ViewCommand::MoreRows, L"F7, Shift+F7\tmore / fewer tiles down"},
+    {F(7), true, ViewCommand::FewerRows, nullptr},
+    {F(8), false, ViewCommand::Mirror, L"F8\tmirror every second tile on / off"},
+    {F(9), false, ViewCommand::Foreground, L"F9\tforeground only on / off"},
+    {F(11), false, ViewCommand::Levels, L"F11\tlevel output / colours"},
+    {F(12), false, ViewCommand::SavePicture, L"F12\tsave a PNG"},
+};
+
+std::optional<ViewCommand> CommandOfKey(unsigned virtualKey, bool shift) {
+    for (const KeyBinding& key : kKeys) {
+        if (key.virtualKey == virtualKey && key.shift == shift) {
+            return key.command;
+        }
+    }
+    return std::nullopt;
+}
+
+constexpr COLORREF kTextColor = RGB(255, 255, 255);
 constexpr int kMargin = 12;
 constexpr int kFontPixels = 16;
-constexpr UINT kWordsLayout = DT_EXPANDTABS | DT_NOPREFIX | DT_WORDBREAK | DT_TABSTOP;
+constexpr UINT kTextLayout = DT_EXPANDTABS | DT_NOPREFIX | DT_WORDBREAK | DT_TABSTOP;
 constexpr int kTabCharacters = 16;
 
 UniqueFont MakeFont() {
@@ -23,20 +60,30 @@ UniqueFont MakeFont() {
 
 template <class Object>
 Object* AddressIn(LPARAM number) {
-    // The system passes addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
     return reinterpret_cast<Object*>(number);
 }
 
-/// True when the bitmap has the size now.
-bool FitBitmap(UniqueBitmap& bitmap, SIZE& current, SIZE wanted) {
-    if (!bitmap || current.cx != wanted.cx || current.cy != wanted.cy) {
-        bitmap = CreateHostBitmap(wanted.cx, wanted.cy);
-        current = wanted;
+/// Replaces a bitmap of another size. False if there is no memory for it.
+bool FitBitmap(UniqueBitmap& bitmap, std::int32_t width, std::int32_t height) {
+    const SectionPixels current = PixelsOf(bitmap.Get());
+    if (current.width != width || current.height != height) {
+        bitmap = CreateHostBitmap(width, height);
     }
     return static_cast<bool>(bitmap);
 }
 
 }  // namespace
+
+std::wstring KeyList() {
+    std::wstring list;
+    for (const KeyBinding& key : kKeys) {
+        if (key.help) {
+            list += key.help;
+            list += L'\n';
+        }
+    }
+    return list + L"All other keys and the mouse go to the shader.";
+}
 
 ViewWindow::ViewWindow(std::int32_t clientWidth, std::int32_t clientHeight)
     : canvasDc_(CreateCompatibleDC(nullptr)),
@@ -47,7 +94,7 @@ ViewWindow::ViewWindow(std::int32_t clientWidth, std::int32_t clientHeight)
     ready_ = true;
 }
 
-std::optional<ViewCommand> ViewWindow::TakeCommand() {
+std::optional<ViewCommand> ViewWindow::NextCommand() {
     if (commands_.empty()) {
         return std::nullopt;
     }
@@ -57,19 +104,16 @@ std::optional<ViewCommand> ViewWindow::TakeCommand() {
 }
 
 void ViewWindow::ShowPicture(const FramePixels& pixels) {
-    if (!FitBitmap(picture_, pictureSize_, {pixels.width, pixels.height})) {
-        return;
+    if (FitBitmap(picture_, pixels.width, pixels.height)) {
+        GdiFlush();
+        std::ranges::copy(pixels.bytes, PixelsOf(picture_.Get()).bytes.begin());
+        Redraw();
     }
-    GdiFlush();
-    BITMAP bitmap{};
-    GetObjectW(picture_.Get(), sizeof bitmap, &bitmap);
-    std::memcpy(bitmap.bmBits, pixels.bytes.data(), pixels.bytes.size());
-    Redraw();
 }
 
-void ViewWindow::ShowWords(const std::wstring& words) {
-    if (words != words_) {
-        words_ = words;
+void ViewWindow::ShowText(const std::wstring& text) {
+    if (text != text_) {
+        text_ = text;
         Redraw();
     }
 }
@@ -90,36 +134,37 @@ void ViewWindow::Redraw() {
     Paint(dc.Get());
 }
 
-void ViewWindow::DrawWords(SIZE size) {
-    if (words_.empty()) {
+void ViewWindow::DrawOverlay(SIZE size) {
+    if (text_.empty()) {
         return;
     }
     const HDC dc = canvasDc_.Get();
     const GdiSelection font(dc, font_.Get());
     RECT area = {2 * kMargin, 2 * kMargin, size.cx - 2 * kMargin, size.cy - 2 * kMargin};
     DRAWTEXTPARAMS tabs{sizeof tabs, kTabCharacters, 0, 0, 0};
-    DrawTextExW(dc, words_.data(), -1, &area, kWordsLayout | DT_CALCRECT, &tabs);
+    DrawTextExW(dc, text_.data(), -1, &area, kTextLayout | DT_CALCRECT, &tabs);
     RECT box = area;
     InflateRect(&box, kMargin, kMargin);
     FillRect(dc, &box, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
     SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, kWordsColor);
-    DrawTextExW(dc, words_.data(), -1, &area, kWordsLayout, &tabs);
+    SetTextColor(dc, kTextColor);
+    DrawTextExW(dc, text_.data(), -1, &area, kTextLayout, &tabs);
 }
 
 void ViewWindow::Paint(HDC dc) {
     const SIZE size = frame_.ClientSize();
-    if (size.cx < 1 || size.cy < 1 || !FitBitmap(canvas_, canvasSize_, size)) {
+    if (size.cx < 1 || size.cy < 1 || !FitBitmap(canvas_, size.cx, size.cy)) {
         return;
     }
     const GdiSelection canvas(canvasDc_.Get(), canvas_.Get());
     if (picture_) {
         const GdiSelection picture(pictureDc_.Get(), picture_.Get());
-        // Sizes differ while the user drags the frame.
-        StretchBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, pictureDc_.Get(), 0, 0, pictureSize_.cx,
-                   pictureSize_.cy, SRCCOPY);
+        const SectionPixels pixels = PixelsOf(picture_.Get());
+        // The sizes differ while the user resizes the window.
+        StretchBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, pictureDc_.Get(), 0, 0, pixels.width,
+                   pixels.height, SRCCOPY);
     }
-    DrawWords(size);
+    DrawOverlay(size);
     BitBlt(dc, 0, 0, size.cx, size.cy, canvasDc_.Get(), 0, 0, SRCCOPY);
 }
 
@@ -129,16 +174,16 @@ LRESULT CALLBACK ViewWindow::Procedure(HWND window, UINT message, WPARAM wParam,
         SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
     }
     auto* view = AddressIn<ViewWindow>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (view == nullptr || !view->ready_) {
+    if (!view || !view->ready_) {
         return DefWindowProcW(window, message, wParam, lParam);
     }
-    view->PassInput(message, wParam, lParam);
+    view->ForwardInput(message, wParam, lParam);
     return view->Handle(window, message, wParam, lParam);
 }
 
-void ViewWindow::PassInput(UINT message, WPARAM wParam, LPARAM lParam) const {
-    constexpr UINT kPassed[] = {WM_KEYDOWN, WM_KEYUP, WM_MOUSEMOVE, WM_LBUTTONDOWN, WM_LBUTTONUP};
-    if (inputTarget_ != nullptr && std::ranges::find(kPassed, message) != std::end(kPassed)) {
+void ViewWindow::ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const {
+    constexpr UINT kForwarded[] = {WM_KEYDOWN, WM_KEYUP, WM_MOUSEMOVE, WM_LBUTTONDOWN, WM_LBUTTONUP};
+    if (inputTarget_ && std::ranges::find(kForwarded, message) != std::end(kForwarded)) {
         SendMessageW(inputTarget_, message, wParam, lParam);
     }
 }
@@ -176,7 +221,7 @@ LRESULT ViewWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lPar
             return 0;
         }
         case WM_CLOSE:
-            closed_ = true;  // the module still uses the window; it goes with this object
+            closed_ = true;  // destroyed with this object
             return 0;
         default:
             return DefWindowProcW(window, message, wParam, lParam);

@@ -100,7 +100,7 @@ TEST(Driver, TheErrorScreenIsWrittenInGreenOnBlack) {
         }
     }
     EXPECT_GT(green, 50);
-    run.Session().Reset();
+    run.Session().Initialize();
     EXPECT_EQ(run.Frame(), FrameResult::Drawn) << "initialisation clears the error state";
 }
 

@@ -28,7 +28,7 @@ const preview::ModuleLibrary& Module() {
 ModuleRun::ModuleRun(const std::string& document, const RunOptions& options,
                      const preview::ModuleLibrary& library)
     : firstLine_(Capture().Lines().size()),
-      drop_(preview::ShaderDrop::OfDocument(BytesOf(document))),
+      drop_(preview::StagedShader::OfDocument(BytesOf(document))),
       session_(library, Named(options, drop_.PlaylistName())) {
     session_.Open();
 }

@@ -5,7 +5,7 @@
 
 #include "preview/host/host_session.h"
 #include "preview/host/module_library.h"
-#include "preview/host/shader_drop.h"
+#include "preview/host/staged_shader.h"
 #include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
@@ -42,7 +42,7 @@ public:
 
 private:
     std::size_t firstLine_;
-    preview::ShaderDrop drop_;
+    preview::StagedShader drop_;
     preview::HostSession session_;
 };
 

@@ -7,11 +7,11 @@
 #include <set>
 
 #include "base/random.h"
-#include "preview/cache_entry.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/host_session.h"
 #include "preview/host/module_library.h"
-#include "preview/host/shader_drop.h"
+#include "preview/host/staged_shader.h"
+#include "preview/preview_run.h"
 #include "tests/https_service/service_support.h"
 
 namespace pixelforge::test {
@@ -33,7 +33,7 @@ struct Played {
 };
 
 /// Resets after every drawn frame until it has seen four colours and a failure, or for 50 seconds.
-Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& playlist) {
+Played Play(const preview::ModuleLibrary& module, const preview::StagedShader& playlist) {
     preview::HostSession session(module, {.width = 16,
                                           .height = 16,
                                           .playlistName = playlist.PlaylistName(),
@@ -60,8 +60,8 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
     for (const std::string& id : good) {
         lines += id + "\r\n";
     }
-    const auto playlist =
-        preview::ShaderDrop::OfPlaylist({reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+    const auto playlist = preview::StagedShader::OfPlaylist(
+        {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
     const preview::DebugCapture capture;
     const preview::ModuleLibrary module;
     std::size_t failed = 0;

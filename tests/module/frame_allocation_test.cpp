@@ -14,7 +14,7 @@
 #include "module/frame_driver.h"
 #include "module/module_instance.h"
 #include "preview/host/host_session.h"
-#include "preview/host/shader_drop.h"
+#include "preview/host/staged_shader.h"
 #include "tests/support/document_builder.h"
 
 namespace {
@@ -89,7 +89,7 @@ TEST(FrameAllocation, ASteadyFrameAllocatesNothing) {
                  {"foreground, tiled", {{"Foreground Only", "1"}, {"X Tiling", "3"}}, 1},
                  {"multisampled", {{"Multi-Sample", "2"}}, 0}};
     const std::string document = BusyDocument();
-    const auto drop = preview::ShaderDrop::OfDocument(BytesOf(document));
+    const auto drop = preview::StagedShader::OfDocument(BytesOf(document));
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const int atStart = allocations;

@@ -1,4 +1,4 @@
-// Debugger output of this process: taken in both forms, joined to lines and made readable.
+// Captured debugger output: both forms, joined to lines and made readable.
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -6,14 +6,13 @@
 #include <thread>
 
 #include "preview/host/debug_capture.h"
-#include "preview/messages.h"
 
 namespace pixelforge::preview {
 namespace {
 
 using testing::ElementsAre;
 
-TEST(DebugCapture, TakesEachTextOnceAndJoinsPiecesToLines) {
+TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesToLines) {
     DebugCapture capture;
     OutputDebugStringA("narrow ");
     OutputDebugStringW(L"wide \u00E4\r");
@@ -25,12 +24,12 @@ TEST(DebugCapture, TakesEachTextOnceAndJoinsPiecesToLines) {
     EXPECT_THAT(capture.Lines(), ElementsAre());
 }
 
-TEST(ReadableLines, SayEachThingOnceAndByItsOwnName) {
+TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
     const std::vector<std::string> lines = {"D:\\p1: no Image", "bad D:\\p1", "D:\\p1: no Image",
                                             "Pixelforge: Image:3: error"};
     EXPECT_THAT(ReadableLines(lines, "D:\\p1", "my.json"),
                 ElementsAre("my.json: no Image", "bad my.json", "Image:3: error"));
-    EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "a name that holds the alias";
+    EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "the name contains the alias";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The module's own controls, set by the words of a user.
+// The module's own controls, set from text.
 #include "preview/host/host_controls.h"
 
 #include <gtest/gtest.h>
@@ -19,7 +19,7 @@ protected:
     HostControls controls_;
 };
 
-TEST_F(HostControlsTest, TakeValuesOfTheirKindForTheModuleToRead) {
+TEST_F(HostControlsTest, AcceptValuesOfTheirTypeForTheModuleToRead) {
     for (const auto& [label, value] : {std::pair("Speed", "-0.5"),
                                        {"Multi-Sample", "5"},
                                        {"Draw Event", "false"},
@@ -28,14 +28,14 @@ TEST_F(HostControlsTest, TakeValuesOfTheirKindForTheModuleToRead) {
         controls_.Apply({label, value});
         EXPECT_EQ(ValueOf(label), value);
     }
-    EXPECT_EQ(DecimalValue(module_, control::kSpeed), -0.5f);
+    EXPECT_EQ(DecimalValue(module_, control::kSpeed), -0.5F);
     EXPECT_EQ(WholeValue(module_, control::kMultiSample), 5);
     EXPECT_FALSE(SwitchValue(module_, control::kDrawEvent));
     EXPECT_STREQ(module_.playlistFiles->files.fileName, L"l\u00E4uft.playlist");
     EXPECT_EQ(module_.tiling.tileMask->mask.gridSize[1], 4);
 }
 
-TEST_F(HostControlsTest, KeepTheirValueWhenTheNewOneDoesNotFit) {
+TEST_F(HostControlsTest, KeepTheirValueIfTheNewOneIsInvalid) {
     const std::pair<std::string, std::vector<std::string>> cases[] = {
         {"Speed", {"", "x", "1.01", "-2", "0.5s", " 0.5", "nan", "inf", "1e99"}},
         {"Multi-Sample", {"", "6", "-1", "2.0", "99999999999", "0x1"}},
@@ -49,7 +49,7 @@ TEST_F(HostControlsTest, KeepTheirValueWhenTheNewOneDoesNotFit) {
             EXPECT_EQ(ValueOf(label), before) << value;
         }
     }
-    EXPECT_THROW(controls_.Apply({"General", "1"}), HostError) << "a group is no control";
+    EXPECT_THROW(controls_.Apply({"General", "1"}), HostError) << "a group header is not a control";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The host's call order, against a module that writes down how it is called.
+// The host's call order, against a module that records its calls.
 #include "preview/host/host_session.h"
 
 #include <gmock/gmock.h>
@@ -16,9 +16,9 @@ using enum FrameResult;
 using testing::ElementsAre;
 
 std::vector<std::string> calls;
-std::vector<FrameResult> results;  ///< one for each call of "draw"; `Drawn` behind the last
+std::vector<FrameResult> results;  ///< one per call of "draw"; `Drawn` after the last
 
-std::int32_t Note(const char* call) {
+std::int32_t Record(const char* call) {
     calls.emplace_back(call);
     return 1;
 }
@@ -27,28 +27,28 @@ std::int32_t Build(ModuleInstance** instance, void*, AllocateControl allocate, v
     static ModuleInstance controlled;
     *instance = &controlled;
     BuildControls(controlled, allocate, hostContext);
-    return Note("build");
+    return Record("build");
 }
 
 std::int32_t Draw(ModuleInstance*, DrawContext* context) {
-    RECT client{};
+    RECT client = {};
     GetClientRect(context->window, &client);
     const bool fits = client.right == context->width && client.bottom == context->height;
     const auto frame = static_cast<std::size_t>(std::ranges::count(calls, "draw"));
-    Note(fits ? "draw" : "draw in a window of another size");
+    Record(fits ? "draw" : "draw in a window of another size");
     return static_cast<std::int32_t>(frame < results.size() ? results[frame] : Drawn);
 }
 
 const ModuleFunctions kModule = {
-    .getDescription = [](ModuleDescription*) { return Note("describe"); },
+    .getDescription = [](ModuleDescription*) { return Record("describe"); },
     .buildControlStructure = Build,
-    .preInitialize = [](ModuleInstance*, DrawContext*) { return Note("pre-initialize"); },
-    .initialize = [](ModuleInstance*, DrawContext*) { return Note("initialize"); },
+    .preInitialize = [](ModuleInstance*, DrawContext*) { return Record("pre-initialize"); },
+    .initialize = [](ModuleInstance*, DrawContext*) { return Record("initialize"); },
     .drawFrame = Draw,
-    .cleanUp = [](ModuleInstance*) { return Note("clean up"); },
-    .destroyControlStructure = [](ModuleInstance*) { return Note("destroy"); }};
+    .cleanUp = [](ModuleInstance*) { return Record("clean up"); },
+    .destroyControlStructure = [](ModuleInstance*) { return Record("destroy"); }};
 
-/// A whole session in which the frames have the given results.
+/// Runs a session whose frames have the given results.
 std::vector<FrameRecord> RunScript(std::vector<FrameResult> script, const FrameRunOptions& frames) {
     calls.clear();
     results = std::move(script);
@@ -57,13 +57,13 @@ std::vector<FrameRecord> RunScript(std::vector<FrameResult> script, const FrameR
     return RunFrames(session, frames);
 }
 
-TEST(HostSessionTest, InitializesAgainWhenTheModuleAsksForIt) {
+TEST(HostSessionTest, InitializesAgainWhenTheModuleRequestsAReset) {
     RunScript({ResetWanted}, {.frames = 2});
     EXPECT_THAT(calls, ElementsAre("describe", "build", "pre-initialize", "initialize", "draw", "initialize",
                                    "draw", "clean up", "destroy"));
 }
 
-TEST(HostSessionTest, PreparesTheModuleAnewForAWindowOfAnotherSize) {
+TEST(HostSessionTest, PreInitializesAgainWhenTheWindowIsResized) {
     EventPlayer events({{1, EventKind::Resize, 30, 15}});
     const auto frames = RunScript({}, {.frames = 3, .checksums = true, .events = &events});
     EXPECT_THAT(calls, ElementsAre("describe", "build", "pre-initialize", "initialize", "draw",
@@ -71,8 +71,8 @@ TEST(HostSessionTest, PreparesTheModuleAnewForAWindowOfAnotherSize) {
     EXPECT_EQ(frames[2].crc32, Crc32(std::vector<std::uint8_t>(30 * 15 * 4)));
 }
 
-TEST(HostSessionTest, GivesUpOnlyOnAModuleThatNeverDrewAndKnowsWhichFramesLoad) {
-    EXPECT_EQ(RunScript({Failed, Failed, Failed}, {.frames = 10}).size(), kHopelessFailures);
+TEST(HostSessionTest, EndsARunOnlyIfAllFirstFramesFailAndKnowsWhichFramesLoad) {
+    EXPECT_EQ(RunScript({Failed, Failed, Failed}, {.frames = 10}).size(), kMaxInitialFailures);
     const std::vector<FrameResult> script = {Failed, Failed, Drawn,       Failed, Failed,
                                              Failed, Failed, ResetWanted, Drawn,  Drawn};
     const auto frames = RunScript(script, {.frames = 10});

@@ -11,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 using testing::FieldsAre;
 
-TEST(InputEvents, AreReadInOrderOfFrames) {
+TEST(InputEvents, AreSortedByFrame) {
     using enum EventKind;
     const auto events = ParseInputEvents(
         "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
@@ -22,7 +22,7 @@ TEST(InputEvents, AreReadInOrderOfFrames) {
                                     FieldsAre(7, Resize, 640, 360), FieldsAre(20, KeyUp, 65, 0)));
 }
 
-TEST(InputEvents, NameABadLine) {
+TEST(InputEvents, ReportAnInvalidLineByNumber) {
     for (const char* line : {"x", "5", "5 jump 1", "-1 key-up 1", "1 key-up 256", "1 key-up", "1 key-up 1 2",
                              "1 mouse-move 1 40000", "1 resize 0 4", "99999999999 key-up 1", "1 key-up 1x"}) {
         EXPECT_THAT([&] { ParseInputEvents("\n0 key-down 1\n" + std::string(line), "in.txt"); },

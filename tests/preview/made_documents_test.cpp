@@ -1,10 +1,9 @@
-// Documents made from plain shaders and from the second form, as the module's own reader takes them.
+// Documents made from plain shaders and from documents without "Shader", read by the module's own reader.
 #include <gmock/gmock.h>
 
 #include "document/document_reader.h"
-#include "preview/documents/named_files.h"
-#include "preview/documents/raw_shader.h"
-#include "preview/documents/second_form.h"
+#include "preview/documents/document_conversion.h"
+#include "preview/documents/shader_source.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -12,7 +11,7 @@ namespace {
 using testing::ElementsAre;
 
 ShaderDocument Read(const std::string& json) {
-    ShaderDocument document{};
+    ShaderDocument document = {};
     EXPECT_NO_THROW(ReadShaderDocument(json.c_str(), document)) << json;
     return document;
 }
@@ -23,7 +22,7 @@ const RenderPass& PassOf(const ShaderDocument& document, PassKind kind) {
 
 constexpr int kKeyboard = 99;
 
-/// The slot that each channel reads, 0 for none.
+/// The slot that each channel reads; 0 for none.
 std::vector<int> Sources(const RenderPass& pass) {
     std::vector<int> sources;
     for (const PassInput& input : pass.inputs) {
@@ -32,18 +31,18 @@ std::vector<int> Sources(const RenderPass& pass) {
     return sources;
 }
 
-TEST(RawShader, PutsItsPassesOnTheChannelsOfEach) {
+TEST(PassFiles, AreInputsOfEachOther) {
     const std::pair<std::vector<std::string>, std::vector<int>> cases[] = {
         {{"image"}, {kKeyboard, 0, 0, 0}},
         {{"image", "a"}, {2, kKeyboard, 0, 0}},
         {{"image", "common", "b", "cube"}, {6, 3, kKeyboard, 0}},
         {{"image", "a", "b", "c", "d", "cube"}, {2, 3, 4, 5}}};
     for (const auto& [stems, sources] : cases) {
-        std::vector<RawPass> passes;
+        std::vector<PassFile> passes;
         for (const std::string& stem : stems) {
             passes.push_back({stem, "// \"" + stem + "\"\n\\"});
         }
-        const ShaderDocument document = Read(DocumentOfRawPasses("n\"\xC3\xA9", passes));
+        const ShaderDocument document = Read(DocumentOfPassFiles("n\"\xC3\xA9", passes));
         EXPECT_STREQ(document.info.name, L"n\"\x00E9");
         EXPECT_STREQ(PassOf(document, PassKind::Image).code.get(), "// \"image\"\n\\");
         EXPECT_EQ(Sources(PassOf(document, PassKind::Image)), sources) << stems.back();
@@ -53,7 +52,7 @@ TEST(RawShader, PutsItsPassesOnTheChannelsOfEach) {
     }
 }
 
-TEST(SecondForm, BecomesTheSameShader) {
+TEST(BareDocument, BecomesTheSameShader) {
     const std::string shader = R"({"ver":"0.1","info":{"id":"x","name":"N","username":"U"},"renderpass":[
         {"outputs":[{"channel":0,"id":"4dfGRr"}],"inputs":[
             {"channel":0,"type":"buffer","id":"4dXGR8","filepath":"/media/previz/buffer01.png","sampler":
@@ -63,7 +62,7 @@ TEST(SecondForm, BecomesTheSameShader) {
          "code":"image","name":"Image","type":"image"},
         {"outputs":[],"inputs":[],"code":"b","name":"Buffer B","type":"buffer"}]})";
     for (const std::string& text : {shader, "[" + shader + "]"}) {
-        const ShaderDocument document = Read(TranslateSecondForm(text).value());
+        const ShaderDocument document = Read(ConvertBareDocument(text).value());
         const RenderPass& image = PassOf(document, PassKind::Image);
         EXPECT_THAT(Sources(image), ElementsAre(3, 0, 6, 0));
         EXPECT_EQ(image.inputs[0].sampler.filter, kFilterNearest);
@@ -74,15 +73,15 @@ TEST(SecondForm, BecomesTheSameShader) {
     }
 }
 
-TEST(SecondForm, IsNotSeenInOtherTextsAndMayBeIncomplete) {
+TEST(BareDocument, MayBeIncompleteAndIsNotMistakenForOtherTexts) {
     for (const char* text : {"", "[", "[]", "[1]", "3", "{\"Shader\":{\"renderpass\":[]}}",
                              "{\"renderpass\":1}", "[[]]", "{\"Shader\":1,\"renderpass\":[]}"}) {
-        EXPECT_FALSE(TranslateSecondForm(text)) << text;
+        EXPECT_FALSE(ConvertBareDocument(text)) << text;
     }
-    EXPECT_TRUE(TranslateSecondForm(R"({"renderpass":[1,{"inputs":[7,{"channel":"x"}]}],"info":3})"));
+    EXPECT_TRUE(ConvertBareDocument(R"({"renderpass":[1,{"inputs":[7,{"channel":"x"}]}],"info":3})"));
 }
 
-TEST(NamedFiles, AreThoseOfIncludesAndMedia) {
+TEST(NamedFiles, AreIncludesAndMedia) {
     EXPECT_THAT(NamedFiles("#include \"a.glsl\"\n#include<b>\n#include \"a.glsl\"\n\"#include \\\"c\\\"\\n\" "
                            "{\"src\" : \"m\\/t.png\", \"src\":\"\", \"filepath\":\"f\"} #include \"open"),
                 ElementsAre("a.glsl", "c", "m/t.png", "f"));

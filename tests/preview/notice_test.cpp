@@ -1,4 +1,4 @@
-// The notice, read from what the module composes out of friendly and hostile texts.
+// The notice, parsed from what the module composes of harmless and hostile texts.
 #include "preview/host/notice.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 std::optional<Notice> Compose(std::wstring_view name, std::wstring_view author, std::wstring_view description,
                               const wchar_t* editor = L"") {
-    ShaderInfo info{};
+    ShaderInfo info = {};
     CopyCut(info.id, L"abc123");
     CopyCut(info.name, name);
     CopyCut(info.username, author);
@@ -23,7 +23,7 @@ std::optional<Notice> Compose(std::wstring_view name, std::wstring_view author, 
     return ReadNotice(text);
 }
 
-TEST(Notice, HasTheShadersTextsAsTheyWere) {
+TEST(Notice, HoldsTheShadersTextsUnchanged) {
     for (const std::wstring& text :
          {std::wstring(L"plain"), std::wstring(), std::wstring(L"}}{ } \\par}"), std::wstring(L"}}"),
           std::wstring(L"\\b \"quoted\" \\"), std::wstring(L"\xD83C\xDF0A %lu"), std::wstring(63, L'{')}) {
@@ -40,16 +40,16 @@ TEST(Notice, HasTheShadersTextsAsTheyWere) {
     EXPECT_FALSE(ReadNotice(L"{\\rtf1 something else}"));
 }
 
-TEST(Notice, IsSafeRichTextAndPlainTextWithLinks) {
+TEST(Notice, BecomesSafeRichTextAndPlainTextWithLinks) {
     const Notice notice = *Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x{y\x1B");
     const std::string rtf = NoticeAsRichText(notice);
-    EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table has the host's numbers";
+    EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table holds the host's colours";
     EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"
                               R"(\line \cf2 Description: x\{y\par})"));
     const std::string plain = NoticeAsPlainText(notice);
     EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c <https://"));
     EXPECT_THAT(plain, HasSubstr("/view/abc123>\nAuthor: \xF0\x9F\x8C\x8A <https://"));
-    EXPECT_THAT(plain, EndsWith(">\nDescription: x{y \n")) << "nothing steers the terminal";
+    EXPECT_THAT(plain, EndsWith(">\nDescription: x{y \n")) << "no control characters";
 }
 
 }  // namespace

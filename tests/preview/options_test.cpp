@@ -8,7 +8,7 @@
 namespace pixelforge::preview {
 namespace {
 
-TEST(Options, ChooseWhatOthersImply) {
+TEST(Options, ImplyOtherOptions) {
     EXPECT_EQ(ParseOptions({"a.json", "--check"}).frames, 1);
     EXPECT_EQ(ParseOptions({"a.json", "--check", "--size", "8x8"}).width, 8);
     EXPECT_TRUE(ParseOptions({"a.json", "--watch"}).window);
@@ -22,11 +22,11 @@ TEST(Options, ChooseWhatOthersImply) {
     EXPECT_EQ(joined, "X Tiling=3;Y Tiling=2;Mirroring=false;Foreground Only=true;X Tiling=4;");
 }
 
-TEST(Options, AreRefusedWithTheReason) {
+TEST(Options, RejectInvalidUsageWithAReason) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{}, "name a shader document"},
-        {{"a.json", "--playlist", "p"}, "not several"},
-        {{"--playlist", "p", "--id", "i"}, "not several"},
+        {{}, "name a shader file"},
+        {{"a.json", "--playlist", "p"}, "name only one of"},
+        {{"--playlist", "p", "--id", "i"}, "name only one of"},
         {{"--id", "abcdefghijklmnopqrst"}, "--id"},
         {{"a.json", "--size", "64"}, "\"64\""},
         {{"a.json", "--size", "0x48"}, "\"0x48\""},

@@ -1,4 +1,4 @@
-// The report, read back by a JSON parser, and the figures in it.
+// The report, read back by a JSON parser.
 #include "preview/report.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,7 @@
 namespace pixelforge::preview {
 namespace {
 
-TEST(Report, HoldsEveryFrameAndLineAndTheFiguresOfFramesThatWereDrawnWithoutALoad) {
+TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     std::vector<FrameRecord> frames = {{.result = FrameResult::Failed, .milliseconds = 900, .loading = true},
                                        {.result = FrameResult::Drawn, .milliseconds = 500, .loading = true},
                                        {.result = FrameResult::NothingDrawn, .milliseconds = 700}};
@@ -45,7 +45,7 @@ TEST(Report, HoldsEveryFrameAndLineAndTheFiguresOfFramesThatWereDrawnWithoutALoa
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
 }
 
-TEST(Crc32, IsThatOfPngAndZipFiles) {
+TEST(Crc32, MatchesPngAndZipFiles) {
     const std::uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
     EXPECT_EQ(Crc32(digits), 0xCBF43926u);
 }

@@ -1,4 +1,4 @@
-// What `preview` writes: pictures, and on drive D: what the module reads and nothing of which stays.
+// What `preview` writes: PNG files, and the temporary files on drive D:.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -9,15 +9,15 @@
 #include "base/file.h"
 #include "media/image_decoder.h"
 #include "preview/host/file_paths.h"
-#include "preview/host/png_file.h"
-#include "preview/host/shader_drop.h"
+#include "preview/host/host_surface.h"
+#include "preview/host/staged_shader.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
 namespace {
 
-// Every byte differs: a flip, a swap of channels or a wrong pitch shows.
-TEST(PngFile, ShowsTheFrameTheRightWayUpWithoutItsAlpha) {
+// All bytes differ, so that a flip, swapped channels or a wrong pitch fail.
+TEST(PngFile, HoldsTheFrameTheRightWayUpWithoutItsAlpha) {
     std::vector<std::uint8_t> frame(4 * 2 * 4);
     std::iota(frame.begin(), frame.end(), std::uint8_t{1});
     for (const bool bottomUp : {false, true}) {
@@ -35,25 +35,20 @@ TEST(PngFile, ShowsTheFrameTheRightWayUpWithoutItsAlpha) {
     }
 }
 
-std::string Content(const std::wstring& path) {
-    const auto bytes = ReadInputFile(path);
-    return {bytes.begin(), bytes.end()};
-}
-
-TEST(ShaderDrop, LiesWhereTheModuleReadsAndTakesAwayItsOwnFilesOnly) {
-    std::optional first = ShaderDrop::OfDocument(std::vector<std::uint8_t>{'1'});
-    const ShaderDrop second = ShaderDrop::OfDocument(std::vector<std::uint8_t>{'2'});
+TEST(StagedShader, IsWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
+    std::optional first = StagedShader::OfDocument(BytesOf("1"));
+    const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->AliasPath();
     const std::wstring playlist = L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(first->PlaylistName());
-    EXPECT_EQ(Content(playlist), ToUtf8(alias) + "\r\n");
-    EXPECT_EQ(Content(alias), "1");
+    EXPECT_EQ(ReadInputFile(playlist), ToUtf8(alias) + "\r\n");
+    EXPECT_EQ(ReadInputFile(alias), "1");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()));
     EXPECT_FALSE(IsExistingFile(alias.c_str()));
-    EXPECT_EQ(Content(second.AliasPath()), "2");
+    EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
 }
 
-TEST(WorkingFolder, MakesFilesBesideReachableByTheirNamesUntilItEnds) {
+TEST(WorkingFolder, MakesRelativeNamesWorkUntilItEnds) {
     const test::TempFile beside("x");
     const std::wstring name = beside.Path().substr(beside.Path().find_last_of(L"\\/") + 1);
     const auto before = std::filesystem::current_path();

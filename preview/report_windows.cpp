@@ -1,5 +1,5 @@
-// Makes a short-lived OpenGL context and reads the driver's texts.
-#include "preview/gl_info.h"
+// The report's OpenGL query, by a temporary context.
+#include "preview/report.h"
 
 #include <windows.h>
 
@@ -16,27 +16,27 @@ struct GlContextTraits {
     static void Close(HGLRC context) noexcept { wglDeleteContext(context); }
 };
 
-/// Makes a context current and puts back the former one at the end of the scope.
+/// Makes a context current for one scope, then restores the previous one.
 class CurrentContext {
 public:
     CurrentContext(HDC dc, HGLRC context)
-        : formerDc_(wglGetCurrentDC()),
-          former_(wglGetCurrentContext()),
+        : previousDc_(wglGetCurrentDC()),
+          previous_(wglGetCurrentContext()),
           current_(wglMakeCurrent(dc, context)) {}
-    ~CurrentContext() { wglMakeCurrent(formerDc_, former_); }
+    ~CurrentContext() { wglMakeCurrent(previousDc_, previous_); }
     CurrentContext(const CurrentContext&) = delete;
     CurrentContext& operator=(const CurrentContext&) = delete;
 
     explicit operator bool() const noexcept { return current_ != FALSE; }
 
 private:
-    HDC formerDc_;
-    HGLRC former_;
+    HDC previousDc_;
+    HGLRC previous_;
     BOOL current_;
 };
 
 bool ChooseFormat(HDC dc) {
-    PIXELFORMATDESCRIPTOR format{};
+    PIXELFORMATDESCRIPTOR format = {};
     format.nSize = sizeof format;
     format.nVersion = 1;
     format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
@@ -48,7 +48,7 @@ bool ChooseFormat(HDC dc) {
 
 std::string GlText(GLenum name) {
     const GLubyte* text = glGetString(name);
-    return text != nullptr ? reinterpret_cast<const char*>(text) : "";
+    return text ? reinterpret_cast<const char*>(text) : "";
 }
 
 }  // namespace

@@ -1,12 +1,15 @@
-// Turns scripted events into window messages.
-#include "preview/host/event_player.h"
+// Posts scripted events as window messages.
+#include "preview/host/input_events.h"
+
+#include "preview/host/host_window.h"
 
 namespace pixelforge::preview {
 namespace {
 
-LPARAM KeyFacts(std::int32_t virtualKey, bool up) {
+/// The lParam of WM_KEYDOWN and WM_KEYUP.
+LPARAM KeyFlags(std::int32_t virtualKey, bool up) {
     const UINT scan = MapVirtualKeyW(static_cast<UINT>(virtualKey), MAPVK_VK_TO_VSC) & 0xFF;
-    // One repetition; an ending key was down before and is in transition.
+    // Repeat count 1; bits 30 and 31 of WM_KEYUP: previously down, being released.
     return static_cast<LPARAM>(1u | scan << 16 | (up ? 0xC0000000u : 0u));
 }
 
@@ -19,10 +22,10 @@ void Deliver(const InputEvent& event, HostWindow& window) {
     const auto key = static_cast<WPARAM>(event.a);
     switch (event.kind) {
         case EventKind::KeyDown:
-            PostMessageW(handle, WM_KEYDOWN, key, KeyFacts(event.a, false));
+            PostMessageW(handle, WM_KEYDOWN, key, KeyFlags(event.a, false));
             break;
         case EventKind::KeyUp:
-            PostMessageW(handle, WM_KEYUP, key, KeyFacts(event.a, true));
+            PostMessageW(handle, WM_KEYUP, key, KeyFlags(event.a, true));
             break;
         case EventKind::MouseMove:
             PostMessageW(handle, WM_MOUSEMOVE, 0, Position(event));

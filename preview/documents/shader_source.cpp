@@ -1,16 +1,16 @@
-// Finds names of files in shader texts.
-#include "preview/documents/named_files.h"
+// Finds file names in shader texts.
+#include "preview/documents/shader_source.h"
 
 #include <algorithm>
 
 namespace pixelforge::preview {
 namespace {
 
-/// More than any shader has; each further one would be compared with all before it.
-constexpr std::size_t kMostNames = 512;
+/// More than any shader needs; each new name is compared with all previous ones.
+constexpr std::size_t kMaximumNames = 512;
 
-/// In JSON the quotes of an include line are escaped, and so may be the slashes of a path.
-std::string WithoutEscapes(std::string_view text) {
+/// JSON escapes the quotes of an include line and may escape the slashes of a path.
+std::string Unescaped(std::string_view text) {
     std::string plain;
     plain.reserve(text.size());
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -23,9 +23,9 @@ std::string WithoutEscapes(std::string_view text) {
     return plain;
 }
 
-/// Adds the quoted text behind each `mark`; only blanks and colons may stand between.
+/// Adds the quoted text after each `mark`; only blanks and colons may precede it.
 void AddQuoted(std::string_view text, std::string_view mark, std::vector<std::string>& names) {
-    for (std::size_t at = text.find(mark); at != std::string_view::npos && names.size() < kMostNames;
+    for (std::size_t at = text.find(mark); at != std::string_view::npos && names.size() < kMaximumNames;
          at = text.find(mark, at + 1)) {
         const std::size_t open = text.find_first_not_of(" \t:", at + mark.size());
         if (open == std::string_view::npos || text[open] != '"') {
@@ -45,7 +45,7 @@ void AddQuoted(std::string_view text, std::string_view mark, std::vector<std::st
 }  // namespace
 
 std::vector<std::string> NamedFiles(std::string_view text) {
-    const std::string plain = WithoutEscapes(text);
+    const std::string plain = Unescaped(text);
     std::vector<std::string> names;
     AddQuoted(plain, "#include", names);
     AddQuoted(plain, "\"src\"", names);

@@ -1,5 +1,5 @@
-// Handles console interrupts and crashes of the process.
-#include "preview/early_end.h"
+// Console control handler and exception filter.
+#include "preview/cleanup_on_abort.h"
 
 #include <windows.h>
 
@@ -10,18 +10,18 @@
 namespace pixelforge::preview {
 namespace {
 
-std::atomic<bool> stopWanted = false;
-std::atomic<ShaderDrop*> guardedDrop = nullptr;
+std::atomic<bool> stopRequested = false;
+std::atomic<StagedShader*> guardedShader = nullptr;
 
-/// The system ends a program soon after its console was closed or its session ended, and at once when
-/// the handler returns; so it waits for the run to clean up, for as long as the system grants anyway.
-constexpr DWORD kLongestWaitMilliseconds = 5000;
+/// When the console closes or the session ends, the system terminates the program after this time or as
+/// soon as the handler returns, so the handler waits for the run to clean up.
+constexpr DWORD kMaxWaitMilliseconds = 5000;
 constexpr DWORD kWaitStepMilliseconds = 10;
 
 BOOL WINAPI OnConsoleEvent(DWORD event) {
-    stopWanted = true;
+    stopRequested = true;
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
-        for (DWORD waited = 0; guardedDrop != nullptr && waited < kLongestWaitMilliseconds;
+        for (DWORD waited = 0; guardedShader && waited < kMaxWaitMilliseconds;
              waited += kWaitStepMilliseconds) {
             Sleep(kWaitStepMilliseconds);
         }
@@ -30,8 +30,8 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
 }
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* pointers) {
-    if (ShaderDrop* drop = guardedDrop.exchange(nullptr)) {
-        drop->Remove();
+    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
+        shader->Remove();
     }
     std::fprintf(stderr, "preview: the module crashed (exception 0x%08lX)\n",
                  static_cast<unsigned long>(pointers->ExceptionRecord->ExceptionCode));
@@ -42,23 +42,23 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* pointers) {
 
 }  // namespace
 
-EarlyEndGuard::EarlyEndGuard(ShaderDrop& drop) {
-    stopWanted = false;
-    guardedDrop = &drop;
+CleanupOnAbort::CleanupOnAbort(StagedShader& shader) {
+    stopRequested = false;
+    guardedShader = &shader;
     SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
     SetUnhandledExceptionFilter(OnCrash);
 }
 
-EarlyEndGuard::~EarlyEndGuard() {
+CleanupOnAbort::~CleanupOnAbort() {
     SetUnhandledExceptionFilter(nullptr);
     SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
-    if (ShaderDrop* drop = guardedDrop.exchange(nullptr)) {
-        drop->Remove();
+    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
+        shader->Remove();
     }
 }
 
-const std::atomic<bool>& EarlyEndGuard::StopWanted() const noexcept {
-    return stopWanted;
+const std::atomic<bool>& CleanupOnAbort::StopRequested() const noexcept {
+    return stopRequested;
 }
 
 }  // namespace pixelforge::preview

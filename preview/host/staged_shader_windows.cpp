@@ -1,10 +1,11 @@
-// Writes a shader's alias and playlist to drive D: and removes them again.
-#include "preview/host/shader_drop.h"
+// Writes a document's copy and its playlist to drive D: and removes them.
+#include "preview/host/staged_shader.h"
 
 #include <windows.h>
 
 #include "base/file.h"
 #include "base/random.h"
+#include "base/text.h"
 #include "base/win_handles.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
@@ -19,8 +20,8 @@ constexpr std::size_t kTagUnits = 6;
 constexpr std::size_t kLongestPlaylistLine = 19;
 static_assert(kAliasStart.size() + kTagUnits == kLongestPlaylistLine);
 
-/// Before giving up. A name may be taken, though six base-36 digits make that unlikely, and a host that
-/// ends may remove the empty folders just before the file is made.
+/// A name may exist already, although six base-36 digits make that unlikely, and another host may remove
+/// the empty folders just before the file is created.
 constexpr int kCreationAttempts = 10;
 
 std::wstring RandomTag() {
@@ -35,41 +36,40 @@ std::wstring RandomTag() {
 }
 
 [[noreturn]] void RejectDrive(const std::string& problem) {
-    throw HostError(ExitStatus::WrongUsage,
-                    WithLastError(problem) + ": the module reads playlists only from " + ToUtf8(kFolders[2]) +
-                        ", so drive D: must exist and be writable");
+    throw HostError(ExitStatus::WrongUsage, WithLastError(problem) + ": the module reads playlists from " +
+                                                ToUtf8(kFolders[2]) +
+                                                " only, so drive D: must exist and be writable");
 }
 
 }  // namespace
 
-ShaderDrop ShaderDrop::OfDocument(std::span<const std::uint8_t> document) {
-    ShaderDrop drop;
-    drop.aliasPath_ = drop.WriteNewFile(kAliasStart, {}, document);
-    std::string line = ToUtf8(drop.aliasPath_) + "\r\n";
-    drop.WritePlaylist({reinterpret_cast<const std::uint8_t*>(line.data()), line.size()});
-    return drop;
+StagedShader StagedShader::OfDocument(std::span<const std::uint8_t> document) {
+    StagedShader staged;
+    staged.aliasPath_ = staged.WriteNewFile(kAliasStart, {}, document);
+    staged.WritePlaylist(BytesOf(ToUtf8(staged.aliasPath_) + "\r\n"));
+    return staged;
 }
 
-ShaderDrop ShaderDrop::OfPlaylist(std::span<const std::uint8_t> playlist) {
-    ShaderDrop drop;
-    drop.WritePlaylist(playlist);
-    return drop;
+StagedShader StagedShader::OfPlaylist(std::span<const std::uint8_t> playlist) {
+    StagedShader staged;
+    staged.WritePlaylist(playlist);
+    return staged;
 }
 
-void ShaderDrop::MakeFolders() {
+void StagedShader::MakeFolders() {
     for (const wchar_t* folder : kFolders) {
         if (CreateDirectoryW(folder, nullptr)) {
             createdFolders_.emplace_back(folder);
         } else if (GetLastError() == ERROR_PATH_NOT_FOUND && folder != kFolders[0]) {
-            return;  // another host that ends just now took the outer folder away
+            return;  // another host has just removed the outer folder
         } else if (GetLastError() != ERROR_ALREADY_EXISTS) {
-            RejectDrive("cannot make the folder " + ToUtf8(folder));
+            RejectDrive("cannot create the folder " + ToUtf8(folder));
         }
     }
 }
 
-std::wstring ShaderDrop::WriteNewFile(std::wstring_view start, std::wstring_view end,
-                                      std::span<const std::uint8_t> bytes) {
+std::wstring StagedShader::WriteNewFile(std::wstring_view start, std::wstring_view end,
+                                        std::span<const std::uint8_t> bytes) {
     std::wstring path;
     UniqueKernelHandle file;
     for (int attempt = 0; !file && attempt < kCreationAttempts; ++attempt) {
@@ -79,7 +79,7 @@ std::wstring ShaderDrop::WriteNewFile(std::wstring_view start, std::wstring_view
             CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
     }
     if (!file) {
-        RejectDrive("cannot make the file " + ToUtf8(path));
+        RejectDrive("cannot create the file " + ToUtf8(path));
     }
     createdFiles_.push_back(path);
     if (!WriteAll(file.Get(), bytes)) {
@@ -88,17 +88,17 @@ std::wstring ShaderDrop::WriteNewFile(std::wstring_view start, std::wstring_view
     return path;
 }
 
-void ShaderDrop::WritePlaylist(std::span<const std::uint8_t> playlist) {
+void StagedShader::WritePlaylist(std::span<const std::uint8_t> playlist) {
     const std::wstring folder = std::wstring(kFolders[2]) + L"\\";
     const std::wstring path = WriteNewFile(folder + L"preview-", L".playlist", playlist);
     playlistName_ = ToUtf8(path.substr(folder.size()));
 }
 
-void ShaderDrop::ReplaceDocument(std::span<const std::uint8_t> document) {
+void StagedShader::ReplaceDocument(std::span<const std::uint8_t> document) {
     WriteOutputFile(aliasPath_, document);
 }
 
-void ShaderDrop::Remove() noexcept {
+void StagedShader::Remove() noexcept {
     for (const std::wstring& file : createdFiles_) {
         DeleteFileW(file.c_str());
     }

@@ -1,0 +1,24 @@
+// Clean-up when the program ends without running destructors: console interrupts and crashes of the module.
+#pragma once
+
+#include <atomic>
+
+#include "preview/host/staged_shader.h"
+
+namespace pixelforge::preview {
+
+/// While alive, an interrupt sets `StopRequested` instead of ending the program, and a crash ends it with
+/// status 1 and a message on stderr. In every case the staged shader is removed, by the destructor at the
+/// latest. One at a time.
+class CleanupOnAbort {
+public:
+    explicit CleanupOnAbort(StagedShader& shader);
+    ~CleanupOnAbort();
+    CleanupOnAbort(const CleanupOnAbort&) = delete;
+    CleanupOnAbort& operator=(const CleanupOnAbort&) = delete;
+
+    /// Set by another thread.
+    const std::atomic<bool>& StopRequested() const noexcept;
+};
+
+}  // namespace pixelforge::preview

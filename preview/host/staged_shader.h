@@ -1,0 +1,50 @@
+// The files on drive D: through which the module finds the shader.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace pixelforge::preview {
+
+/// The module reads playlists from one fixed folder on drive D:, and a playlist line holds at most 19
+/// UTF-16 units. So a document is copied to a path of exactly that length, and a one-line playlist names
+/// it. File names are random and never reused, so several hosts may run at the same time. The destructor
+/// removes the files, and the folders created for them unless another host still uses them.
+class StagedShader {
+public:
+    /// Both throw `HostError` with `WrongUsage` if drive D: is missing or not writable.
+    static StagedShader OfDocument(std::span<const std::uint8_t> document);
+    static StagedShader OfPlaylist(std::span<const std::uint8_t> playlist);
+
+    StagedShader(StagedShader&&) noexcept = default;
+    StagedShader& operator=(StagedShader&&) = delete;
+    ~StagedShader() { Remove(); }
+
+    /// File name in the playlist folder, for the control "Playlist File(s)".
+    const std::string& PlaylistName() const noexcept { return playlistName_; }
+
+    /// Path of the document's copy, 19 units; empty for a playlist.
+    const std::wstring& AliasPath() const noexcept { return aliasPath_; }
+
+    /// Replaces the document's copy. Throws `HostError` with `Failed`.
+    void ReplaceDocument(std::span<const std::uint8_t> document);
+
+    void Remove() noexcept;
+
+private:
+    StagedShader() = default;
+    void MakeFolders();
+    std::wstring WriteNewFile(std::wstring_view start, std::wstring_view end,
+                              std::span<const std::uint8_t> bytes);
+    void WritePlaylist(std::span<const std::uint8_t> playlist);
+
+    std::vector<std::wstring> createdFolders_;  ///< outermost first
+    std::vector<std::wstring> createdFiles_;
+    std::string playlistName_;
+    std::wstring aliasPath_;
+};
+
+}  // namespace pixelforge::preview
