@@ -10,6 +10,7 @@
 
 #include "base/bitmap.h"
 #include "document/document_reader.h"
+#include "document/usable_json.h"
 #include "glsl/include_preprocessor.h"
 #include "glsl/pass_source.h"
 
@@ -118,8 +119,8 @@ void BareLoop::Release() {
 std::vector<std::string> BareLoop::AssembleSources(const std::string& json) {
     std::string text = json;
     document_ = std::make_unique<ShaderDocument>();
-    Require(IsUsableJsonText(text.data()) && ReadShaderDocument(text.c_str(), *document_).complete,
-            "read the document");
+    Require(IsUsableJsonText(text.data()), "read the document");
+    ReadShaderDocument(text.c_str(), *document_);
     const HeapRecord<IncludeContext> includes = NewHeapRecord<IncludeContext>();
     std::vector<std::string> sources;
     for (std::uint32_t number = 0; number < kPassSlots; ++number) {

@@ -11,9 +11,7 @@
 
 #include "bench/paired_runner.h"
 #include "service/http_get.h"
-#include "service/internet_handle.h"
-#include "service/internet_session.h"
-#include "service/service_host.h"
+#include "service/service_urls.h"
 
 namespace pixelforge::bench {
 namespace {
@@ -52,7 +50,7 @@ void CompareAll(int rounds, Report& report) {
     const std::wstring url =
         std::wstring(L"https://") + kServiceHost + L"/media/a/" + std::to_wstring(kBodyBytes) + L".bin";
     report.Add(Compare({"HttpGet 10 MB", [&] { ReadOurs(session.get(), url); }},
-                       {"bare WinINet loop", [&] { ReadBare(session->handle, url); }}, rounds, kLimit));
+                       {"bare WinINet loop", [&] { ReadBare(session->handle.Get(), url); }}, rounds, kLimit));
 }
 
 }  // namespace

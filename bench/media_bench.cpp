@@ -16,7 +16,7 @@
 #include "media/document_media.h"
 #include "render/channel_textures.h"
 #include "render/gl_renderer.h"
-#include "service/internet_session.h"
+#include "service/http_get.h"
 
 namespace pixelforge::bench {
 namespace {

@@ -1,23 +1,28 @@
-# Compiler and linker options of every target, the dependencies that are built here included.
+# Compiler and linker options of every target, including the dependencies that are built here.
 
-set(PIXELFORGE_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror)
+set(PIXELFORGE_WARNINGS -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 
 option(PIXELFORGE_SANITIZERS "Address and undefined-behaviour sanitizers (native build)" OFF)
-option(PIXELFORGE_FUZZERS "Fuzz targets with libFuzzer (native build with sanitizers, by clang)" OFF)
+option(PIXELFORGE_FUZZERS "Fuzz targets with libFuzzer (native build with sanitizers, clang)" OFF)
 option(PIXELFORGE_TRAP_UNDEFINED "Trap on undefined behaviour (no run-time library needed)" OFF)
 
-# Numeric kernels are compared bit for bit with literal transcriptions: no fused multiply-add on our behalf.
+# Kernels are compared bit for bit with literal transcriptions: the compiler must not fuse multiply-adds.
 add_compile_options(-ffp-contract=off -fstack-protector-strong)
 add_compile_definitions(_GLIBCXX_ASSERTIONS)
 
-# No path of the building machine in the binaries.
-add_compile_options("-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
+# No path of the build machine in the binaries.
+add_compile_options(
+  "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
 
 if(WIN32)
   enable_language(RC)
   add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX STRICT _WIN32_WINNT=0x0A00)
-  # The C++ runtime goes into each binary: the DLL depends on system DLLs only.
-  add_link_options(-static -static-libgcc -static-libstdc++ -fstack-protector-strong)
+  add_link_options(-fstack-protector-strong)
+  # The product depends on system DLLs only. So does every cross-built program: Wine has no C++ runtime.
+  set(PIXELFORGE_STATIC_RUNTIME -static -static-libgcc -static-libstdc++)
+  if(CMAKE_CROSSCOMPILING)
+    add_link_options(${PIXELFORGE_STATIC_RUNTIME})
+  endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     # g++ adds these two by itself.
     link_libraries(winpthread ssp)
@@ -30,7 +35,8 @@ if(PIXELFORGE_SANITIZERS)
 endif()
 
 if(PIXELFORGE_FUZZERS)
-  add_compile_options(-fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored_checks")
+  add_compile_options(
+    -fsanitize=fuzzer-no-link "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/fuzz/ignored_checks")
 endif()
 
 if(PIXELFORGE_TRAP_UNDEFINED)

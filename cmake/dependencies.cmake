@@ -1,15 +1,22 @@
-# Libraries of others: pixelforge_rapidjson and pixelforge_cli11 (headers only), pixelforge_glew, GoogleTest.
+# Third-party: pixelforge::rapidjson and pixelforge::cli11 (headers only), pixelforge::glew, GoogleTest.
 
-# A header-only library reaches the compiler through a folder that holds nothing but a link to it: the cross
-# compiler must never see the machine's own /usr/include.
+# Their warnings are not ours to fix. Our own folders get the cache value back at the end of this file.
+set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
+
+# pixelforge_header_library(<name> <folder>) declares the header-only library whose headers are <folder>/*.
 function(pixelforge_header_library name folder)
-  find_path(${name}_PARENT ${folder} PATHS /usr/include REQUIRED NO_CMAKE_FIND_ROOT_PATH)
-  set(links "${PROJECT_BINARY_DIR}/header_links/${name}")
-  file(MAKE_DIRECTORY "${links}")
-  file(CREATE_LINK "${${name}_PARENT}/${folder}" "${links}/${folder}" COPY_ON_ERROR SYMBOLIC)
+  find_path(PIXELFORGE_${name}_INCLUDE ${folder} REQUIRED NO_CMAKE_FIND_ROOT_PATH)
+  set(include "${PIXELFORGE_${name}_INCLUDE}")
+  # The build system's header-only packages serve the target too, but a cross compiler must not see the rest
+  # of /usr/include: it gets a folder that holds nothing but a link.
+  if(CMAKE_CROSSCOMPILING)
+    set(include "${PROJECT_BINARY_DIR}/header_links/${name}")
+    file(MAKE_DIRECTORY "${include}")
+    file(CREATE_LINK "${PIXELFORGE_${name}_INCLUDE}/${folder}" "${include}/${folder}" COPY_ON_ERROR SYMBOLIC)
+  endif()
   add_library(pixelforge_${name} INTERFACE)
   add_library(pixelforge::${name} ALIAS pixelforge_${name})
-  target_include_directories(pixelforge_${name} SYSTEM INTERFACE "${links}")
+  target_include_directories(pixelforge_${name} SYSTEM INTERFACE "${include}")
 endfunction()
 
 pixelforge_header_library(rapidjson rapidjson)
@@ -17,26 +24,41 @@ if(WIN32)
   pixelforge_header_library(cli11 CLI)
 endif()
 
-# No package carries GLEW for this target, so it is built from Debian's source package.
+# The package's static GLEW; where no package carries one for this target, GLEW from its sources.
 if(WIN32)
-  set(PIXELFORGE_GLEW_SOURCE "${PROJECT_SOURCE_DIR}/build/glew" CACHE PATH "Unpacked sources of GLEW")
-  if(NOT EXISTS "${PIXELFORGE_GLEW_SOURCE}/src/glew.c")
-    execute_process(
-      COMMAND "${PROJECT_SOURCE_DIR}/cmake/fetch_glew" "${PIXELFORGE_GLEW_SOURCE}"
-      COMMAND_ERROR_IS_FATAL ANY)
+  find_package(GLEW CONFIG QUIET)
+  if(TARGET GLEW::glew_s)
+    add_library(pixelforge_glew INTERFACE)
+    target_link_libraries(pixelforge_glew INTERFACE GLEW::glew_s)
+    set(scope INTERFACE)
+  else()
+    set(PIXELFORGE_GLEW_SOURCE "${PROJECT_SOURCE_DIR}/build/glew" CACHE PATH "Unpacked sources of GLEW")
+    if(NOT EXISTS "${PIXELFORGE_GLEW_SOURCE}/src/glew.c")
+      execute_process(
+        COMMAND "${PROJECT_SOURCE_DIR}/cmake/fetch_glew" "${PIXELFORGE_GLEW_SOURCE}"
+        COMMAND_ERROR_IS_FATAL ANY)
+    endif()
+    add_library(pixelforge_glew STATIC "${PIXELFORGE_GLEW_SOURCE}/src/glew.c")
+    target_include_directories(pixelforge_glew SYSTEM PUBLIC "${PIXELFORGE_GLEW_SOURCE}/include")
+    target_compile_options(pixelforge_glew PRIVATE -w)
+    set(scope PUBLIC)
   endif()
-  add_library(pixelforge_glew STATIC "${PIXELFORGE_GLEW_SOURCE}/src/glew.c")
   add_library(pixelforge::glew ALIAS pixelforge_glew)
-  target_include_directories(pixelforge_glew SYSTEM PUBLIC "${PIXELFORGE_GLEW_SOURCE}/include")
-  target_compile_definitions(pixelforge_glew PUBLIC GLEW_STATIC GLEW_NO_GLU)
-  target_compile_options(pixelforge_glew PRIVATE -w)
-  target_link_libraries(pixelforge_glew PUBLIC opengl32 gdi32)
+  target_compile_definitions(pixelforge_glew ${scope} GLEW_STATIC GLEW_NO_GLU)
+  target_link_libraries(pixelforge_glew ${scope} opengl32 gdi32)
 endif()
 
+# From its sources where a package carries them: built with the sanitizers, or for the target.
 if(PIXELFORGE_TESTS)
   set(PIXELFORGE_GTEST_SOURCE /usr/src/googletest CACHE PATH "Sources of GoogleTest")
-  set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
-  set(gtest_disable_pthreads ${WIN32} CACHE BOOL "" FORCE)
-  add_subdirectory("${PIXELFORGE_GTEST_SOURCE}" googletest EXCLUDE_FROM_ALL SYSTEM)
+  if(EXISTS "${PIXELFORGE_GTEST_SOURCE}/CMakeLists.txt")
+    set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
+    set(gtest_disable_pthreads ${WIN32} CACHE BOOL "" FORCE)
+    add_subdirectory("${PIXELFORGE_GTEST_SOURCE}" googletest EXCLUDE_FROM_ALL SYSTEM)
+  else()
+    find_package(GTest CONFIG REQUIRED)
+  endif()
   include(GoogleTest)
 endif()
+
+unset(CMAKE_COMPILE_WARNING_AS_ERROR)

@@ -1,5 +1,5 @@
 # What run, test and run_under_wine share: packages, the Wine prefix, the Wine session, building a preset.
-# Sourced by bash scripts that set -euo pipefail. What a step has to say goes to standard error.
+# Sourced by bash scripts that set -euo pipefail. Messages go to standard error.
 # shellcheck shell=bash disable=SC2034
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -11,7 +11,8 @@ run_packages=(
     wine wine64 xvfb libgl1 libgl1-mesa-dri libgnutls30 fonts-liberation
 )
 build_packages=(
-    g++-mingw-w64-x86-64-posix cmake ninja-build googletest rapidjson-dev libcli11-dev dpkg-dev ca-certificates
+    g++-mingw-w64-x86-64-posix cmake ninja-build googletest rapidjson-dev libcli11-dev dpkg-dev
+    ca-certificates git
 )
 test_packages=(
     g++ clang lld clang-format-14 openssl python3
@@ -24,7 +25,7 @@ say() {
     printf '%s\n' "$*" >&2
 }
 
-# install_packages NAME...: installs those that are missing; quick when none is.
+# install_packages NAME...: installs missing packages; quick if there are none.
 install_packages() {
     local name missing=()
     for name in "$@"; do
@@ -48,7 +49,7 @@ as_root() {
     fi
 }
 
-# quietly COMMAND...: shows what the command prints only when it fails.
+# quietly COMMAND...: shows the command's output only if it fails.
 quietly() {
     local output status=0
     output=$("$@" 2>&1) || status=$?
@@ -56,12 +57,12 @@ quietly() {
     return "$status"
 }
 
-# configure_preset PRESET: once per build folder; later runs of the build tool follow changes.
+# configure_preset PRESET: once per build folder; later builds reconfigure by themselves.
 configure_preset() {
     [[ -f $root/build/$1/build.ninja ]] || (cd "$root" && quietly cmake --preset "$1")
 }
 
-# build_preset PRESET [TARGET...]: prints nothing when there is nothing to do.
+# build_preset PRESET [TARGET...]: prints nothing if everything is up to date.
 build_preset() {
     local folder="$root/build/$1"
     ! ninja -n -C "$folder" "${@:2}" 2>&1 | grep 'no work to do' >/dev/null || return 0
@@ -71,13 +72,13 @@ build_preset() {
 
 set_wine_environment() {
     export WINEDEBUG=${WINEDEBUG--all}
-    # No installers, menus or debuggers: a crash ends in one line instead of a question.
+    # No installers, menus or debuggers: a crash prints one line instead of opening a dialog.
     export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d"
-    # Without a sound card ALSA would fill the terminal with complaints.
+    # Without a sound card ALSA would flood the terminal with errors.
     [[ -e /proc/asound/cards ]] || WINEDLLOVERRIDES+=";winealsa.drv=d"
 }
 
-# The folder of this recipe's prefixes: a change of the recipe or of Wine makes new ones.
+# The folder of the prefixes made with this recipe and this version of Wine.
 prefix_folder() {
     local key
     key=$({ declare -f make_prefix_template; "$wine_loader" --version; } | cksum)
@@ -87,7 +88,7 @@ prefix_folder() {
 # make_prefix_template FOLDER: the prefix that sessions copy, with a drive D: for the host's playlists.
 make_prefix_template() {
     local folder=$1 unfinished="$1/unfinished"
-    say "Making a Wine prefix"
+    say "Creating a Wine prefix"
     rm -rf "$unfinished"
     mkdir -p "$unfinished"
     (
@@ -95,13 +96,13 @@ make_prefix_template() {
         export WINEPREFIX=$unfinished
         timeout -k 5 180 "$wine_loader" wineboot -i </dev/null >/dev/null 2>&1 &&
             timeout -k 5 60 "$wine_server" -w
-    ) || { say "Wine cannot make a prefix"; return 1; }
+    ) || { say "Wine cannot create a prefix"; return 1; }
     mkdir "$unfinished/drive_d"
     ln -s ../drive_d "$unfinished/dosdevices/d:"
     mv "$unfinished" "$folder/template"
 }
 
-# remove_old_prefixes FOLDER: those of other recipes that no session uses any more.
+# remove_old_prefixes FOLDER: removes those of other recipes that no session uses.
 remove_old_prefixes() {
     local lock
     for lock in "$wine_home"/*/session-*.lock; do
@@ -110,8 +111,8 @@ remove_old_prefixes() {
     done
 }
 
-# Takes the first prefix that no other session uses, and keeps it locked while this shell lives.
-take_prefix() {
+# Claims the first prefix that no other session uses; it stays locked until this shell exits.
+claim_prefix() {
     local folder number=0
     folder=$(prefix_folder)
     mkdir -p "$root/build"
@@ -136,7 +137,7 @@ take_prefix() {
     exec {prefix_lock}>&-
 }
 
-# Starts an X server of our own where there is no display. It has no window manager.
+# Starts an X server if there is no display. It has no window manager.
 start_display() {
     window_manager=Y
     [[ -z ${DISPLAY-} ]] || return 0
@@ -150,18 +151,18 @@ start_display() {
     export DISPLAY=":$number"
 }
 
-# Starts a Wine session: a prefix, a display and a first process that holds the session open until it reads
-# a line or the end of its input. With it a program starts in some 40 ms instead of seconds, and the services,
-# which live on for a while, hang on to its output and not to ours.
+# Starts a Wine session: a prefix, a display and a keeper process, which holds the session open until it reads
+# a line or the end of its input. Programs then start in about 40 ms instead of seconds, and Wine's services,
+# which outlive them, inherit the keeper's output and not ours.
 start_wine_session() {
     set_wine_environment
-    take_prefix
+    claim_prefix
     trap stop_wine_session EXIT
     start_display
     coproc keeper { exec "$wine_loader" cmd /c "echo ready& set /p line=" 2>/dev/null; }
     local ready
     read -r -t 60 ready <&"${keeper[0]}" || { say "Wine does not start"; return 1; }
-    # Without a window manager each window would wait two seconds in vain for one to answer.
+    # Otherwise each window would wait two seconds for a window manager that is not there.
     "$wine_loader" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d "$window_manager" /f >/dev/null
     export PIXELFORGE_WINE_SESSION=1
 }

@@ -1,8 +1,9 @@
-# The two functions by which every folder declares what it builds.
+# The two functions with which every folder declares what it builds.
 
 # pixelforge_library(<name> SOURCES ... [LINK ...] [WINDOWS_LINK ...])
-# declares the static library pixelforge::<name>. A source named *_windows.cpp or *_native.cpp belongs to that
-# build alone; where no source is left it is an INTERFACE library.
+# declares the static library pixelforge::<name>. Sources named *_windows.cpp or *_native.cpp are compiled in
+# that build only; a library left without sources becomes an INTERFACE library. LINK names every folder that
+# the sources include; the test structure.folders checks it.
 function(pixelforge_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;WINDOWS_LINK")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
@@ -27,19 +28,22 @@ function(pixelforge_library name)
 endfunction()
 
 # pixelforge_test(<name> SOURCES ... [WINDOWS_SOURCES ...] [LINK ...] [WINDOWS_LINK ...] [WINDOWS_ONLY]
-#                 [LONG] [TIMEOUT seconds])
-# declares the GoogleTest program <name>_test and each of its cases as a ctest test. LONG labels the cases
-# "long": they run only when asked for.
+#                 [LABEL label] [WINDOWS_LABEL label] [TIMEOUT seconds])
+# declares the GoogleTest program <name>_test and each of its cases as a CTest test, labelled "unit" unless a
+# label is given; CONTRIBUTING.md lists them.
 function(pixelforge_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY;LONG" "TIMEOUT"
+  cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY" "LABEL;WINDOWS_LABEL;TIMEOUT"
     "SOURCES;WINDOWS_SOURCES;LINK;WINDOWS_LINK")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
   set(sources ${arg_SOURCES})
   set(links ${arg_LINK})
+  set(label unit ${arg_LABEL})
   if(WIN32)
     list(APPEND sources ${arg_WINDOWS_SOURCES})
     list(APPEND links ${arg_WINDOWS_LINK})
+    list(APPEND label ${arg_WINDOWS_LABEL})
   endif()
+  list(GET label -1 label)
   if(NOT sources OR (arg_WINDOWS_ONLY AND NOT WIN32))
     return()
   endif()
@@ -49,10 +53,8 @@ function(pixelforge_test name)
   target_link_libraries(${name}_test PRIVATE ${links} GTest::gmock_main)
 
   set(timeout 120)
-  set(labels short)
-  if(arg_LONG)
+  if(label STREQUAL "long")
     set(timeout 1800)
-    set(labels long)
   endif()
   if(arg_TIMEOUT)
     set(timeout ${arg_TIMEOUT})
@@ -62,10 +64,10 @@ function(pixelforge_test name)
   gtest_discover_tests(${name}_test
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS ${labels} TIMEOUT ${timeout} ENVIRONMENT "PIXELFORGE_TIMEOUT=${emulatorTimeout}")
+    PROPERTIES LABELS ${label} TIMEOUT ${timeout} ENVIRONMENT "PIXELFORGE_TIMEOUT=${emulatorTimeout}")
 endfunction()
 
-# Where test programs find the repository: Wine shows the machine's root as drive Z:.
+# Where test programs find the repository: Wine maps the root directory to drive Z:.
 if(WIN32 AND CMAKE_CROSSCOMPILING)
   set(PIXELFORGE_SOURCE_DIR_AT_RUN "Z:${PROJECT_SOURCE_DIR}")
 else()

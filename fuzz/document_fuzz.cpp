@@ -1,12 +1,14 @@
-// The usable-JSON check and the document reader.
+// The check for usable JSON text and the document reader.
 #include <cwchar>
 #include <memory>
 #include <string>
 
+#include "base/load_error.h"
 #include "base/text.h"
 #include "document/document_reader.h"
+#include "document/usable_json.h"
 #include "fuzz/fuzz_input.h"
-#include "media/document_origin.h"
+#include "media/document_media.h"
 
 namespace pixelforge::fuzz {
 namespace {
@@ -16,16 +18,16 @@ void RequireTerminated(const wchar_t (&... fields)[N]) {
     Require((std::wmemchr(fields, L'\0', N) && ...), "fields are terminated");
 }
 
-/// What was cut off must not matter to a second look.
+/// A second check must not find anything else to cut.
 void CheckUsable(const HeapText& text) {
     const std::string before = text.get();
     if (!IsUsableJsonText(text.get())) {
-        Require(before == text.get(), "a text that is refused stays as it is");
+        Require(before == text.get(), "a refused text stays unchanged");
         return;
     }
     const std::string_view kept = text.get();
-    Require(before.starts_with(kept), "only the end is cut off");
-    Require(kept.ends_with('}') || kept.ends_with(']'), "a usable text ends where its last value closes");
+    Require(before.starts_with(kept), "only the end is cut");
+    Require(kept.ends_with('}') || kept.ends_with(']'), "a usable text ends with its last value");
     Require(IsUsableJsonText(text.get()), "a usable text stays usable");
 }
 
@@ -41,7 +43,7 @@ void CheckDocument(ShaderDocument& document) {
             Require(input.sourcePass >= -1 && input.sourcePass < static_cast<int>(kPassSlots),
                     "source passes are slots");
             Require(document.origin == DocumentOrigin::LocalFile || !std::wcspbrk(input.src, L"\\/:"),
-                    "a stranger's sources are plain names");
+                    "sources of a service document are plain names");
         }
     }
 }
@@ -49,16 +51,14 @@ void CheckDocument(ShaderDocument& document) {
 void CheckRead(const HeapText& text, DocumentOrigin origin) {
     const auto document = std::make_unique<ShaderDocument>();
     document->origin = origin;
-    const ReadOutcome outcome = ReadShaderDocument(text.get(), *document);
-    Require(outcome.complete == outcome.error.empty(), "there is an error or a document");
-    Require(IsValidUtf8(outcome.error) && outcome.error.find('\n') == std::string::npos,
-            "an error is one line of UTF-8");
+    const std::string error = FailureOf([&] { ReadShaderDocument(text.get(), *document); });
+    Require(IsValidUtf8(error) && error.find('\n') == std::string::npos, "an error is one line of UTF-8");
     CheckDocument(*document);
 }
 
 }  // namespace
 
-// The reader also meets texts that the check would have refused.
+// The reader also gets texts that the check would have refused.
 void TryInput(std::string_view input) {
     const HeapText text = ExactText(input);
     CheckUsable(text);

@@ -1,4 +1,4 @@
-// Driver logs of any kind against line maps of any kind.
+// Arbitrary driver logs and line maps.
 #include <sstream>
 #include <string>
 
@@ -9,7 +9,7 @@
 namespace pixelforge::fuzz {
 namespace {
 
-/// Stretches of up to 255 lines; the texts' own line numbers may be the largest there are.
+/// Stretches of up to 255 lines, with source line numbers up to the maximum.
 LineMap ReadMap(std::string_view& input) {
     LineMap map;
     for (const char* name : {"", "PREFIX", "Common", "Image"}) {
@@ -35,7 +35,7 @@ void Check(const std::string& log, const std::string& mapped) {
     for (std::string before; std::getline(lines, before);) {
         Require(bool{std::getline(mappedLines, after)}, "no line is lost");
         before.resize(before.size() - (before.ends_with('\r') ? 1 : 0));
-        Require(after == before || NamesASource(after), "a line is kept, or names its source");
+        Require(after == before || NamesASource(after), "a line is unchanged or names its source");
     }
     Require(!std::getline(mappedLines, after), "no line is added");
     Require(mapped.empty() || mapped.back() == '\n', "every line ends");

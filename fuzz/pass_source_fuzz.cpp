@@ -1,4 +1,4 @@
-// Assembly of a pass's text, and the line map made beside it.
+// Assembly of a pass's text, and its line map.
 #include <map>
 #include <memory>
 #include <sstream>
@@ -41,7 +41,7 @@ std::vector<std::string> LinesOf(const RenderPass& pass) {
     return lines;
 }
 
-/// Without directives of the authors every line stands where the map says, word for word.
+/// Without directives in the authors' texts, every line must equal the one that the map names.
 void CheckLines(ShaderDocument& document, PassKind kind, const char* source, const LineMap& map, bool exact) {
     std::map<std::string, std::vector<std::string>> texts;
     for (const PassKind each : {PassKind::Common, kind}) {
@@ -54,7 +54,7 @@ void CheckLines(ShaderDocument& document, PassKind kind, const char* source, con
         Require(origin.has_value(), "every line has an origin");
         if (const auto text = texts.find(origin->source); exact && text != texts.end()) {
             Require(origin->line >= 1 && origin->line <= text->second.size(), "origins exist");
-            Require(text->second[origin->line - 1] == line, "origins are true");
+            Require(text->second[origin->line - 1] == line, "origins hold the same line");
         }
     }
 }
@@ -64,18 +64,18 @@ bool HasDirective(const RenderPass& pass) {
 }
 
 void Check(ShaderDocument& document, PassKind kind) {
-    // Plain names only and no folder: no directive reaches this machine's files.
+    // With plain names only and no include folder, no directive can open a file.
     const HeapRecord<IncludeContext> includes = NewHeapRecord<IncludeContext>();
     includes->plainNamesOnly = true;
     LineMap map;
     const HeapText text = AssemblePassSource(&document, includes.get(), &Pass(document, kind), &map);
-    Require(includes->virtualCount == 0, "the table is left empty");
+    Require(includes->virtualCount == 0, "the table is empty afterwards");
     const bool directives =
         HasDirective(Pass(document, PassKind::Common)) || HasDirective(Pass(document, kind));
     Require(text || directives, "only a directive fails");
     if (text) {
         const std::string_view source = text.get();
-        Require(source.starts_with("#version ") && source.ends_with('\n'), "version first, last line ends");
+        Require(source.starts_with("#version ") && source.ends_with('\n'), "version first, newline last");
         CheckLines(document, kind, text.get(), map, !directives);
     }
 }

@@ -1,4 +1,4 @@
-// The pick from a playlist against a reading of its own.
+// Compares the pick from a playlist with an independent reading.
 #include <algorithm>
 #include <sstream>
 #include <string>
@@ -14,7 +14,7 @@ namespace {
 
 std::uint32_t chosenNumber = 0;
 
-/// Runs of characters between line ends, which empty lines make no difference to.
+/// Non-empty runs of characters, each followed by a line end.
 std::vector<std::string> Entries(std::string text) {
     text.resize(std::min(text.find('\0'), text.size()));
     std::ranges::replace(text, '\r', '\n');

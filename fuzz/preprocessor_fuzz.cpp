@@ -1,4 +1,4 @@
-// The linear expansion against the literal one, with three texts that can be included.
+// Compares the linear expansion with the literal one, with three texts to include.
 #include <string>
 
 #include "fuzz/fuzz_input.h"
@@ -9,7 +9,7 @@ namespace pixelforge::fuzz {
 
 void TryInput(std::string_view input) {
     const HeapRecord<IncludeContext> context = NewHeapRecord<IncludeContext>();
-    // Plain names only and no folder: no directive reaches this machine's files.
+    // With plain names only and no include folder, no directive can open a file.
     context->plainNamesOnly = true;
     for (const wchar_t* name : {L"", L"a", L"b"}) {
         RegisterVirtualInclude(*context, name, ExactText(TakeText(input)));

@@ -1,4 +1,4 @@
-// Volume headers and the rows of bitmaps, whatever sizes they claim.
+// Volume headers and bitmap rows with any claimed size.
 #include <cstring>
 #include <vector>
 
@@ -9,7 +9,7 @@
 namespace pixelforge::fuzz {
 namespace {
 
-/// Counts the bytes that the upload would read.
+/// Computes how many bytes the upload would read.
 void CheckVolume(std::span<const std::uint8_t> file) {
     constexpr std::uint32_t kLargestSide = 2048;
     const auto header = ReadVolumeHeader(file);
@@ -21,7 +21,7 @@ void CheckVolume(std::span<const std::uint8_t> file) {
     Require(bytes >= 1 && bytes <= file.size() - kVolumeHeaderBytes, "an accepted volume holds its voxels");
 }
 
-/// The input's first words are the sizes; the rest are the rows.
+/// The input starts with the sizes; the rest are the rows.
 void PackHostileRows(std::span<std::uint8_t> input) {
     std::int32_t sizes[3] = {};
     if (input.size() < sizeof(sizes) + 1) {
@@ -29,16 +29,16 @@ void PackHostileRows(std::span<std::uint8_t> input) {
     }
     std::memcpy(sizes, input.data(), sizeof(sizes));
     const SectionPixels pixels = {sizes[0], sizes[1], sizes[2], input.subspan(sizeof(sizes) + 1)};
-    if (PackRows(pixels, input[sizeof(sizes)] & 1)) {
+    if (PackBitmapRows(pixels, input[sizeof(sizes)] & 1)) {
         const std::size_t size = PackedBytes(pixels);
-        Require(size >= 1 && size <= pixels.bytes.size(), "packed rows are no longer than padded ones");
+        Require(size >= 1 && size <= pixels.bytes.size(), "packed rows fit in the padded ones");
     }
 }
 
 }  // namespace
 
 void TryInput(std::string_view input) {
-    // A copy of exactly the input's size, so that a read behind it is seen.
+    // A copy of exactly the input's size, so that reads past the end are detected.
     std::vector<std::uint8_t> bytes(input.begin(), input.end());
     CheckVolume(bytes);
     PackHostileRows(bytes);

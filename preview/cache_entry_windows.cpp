@@ -10,7 +10,7 @@
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 #include "preview/host/module_library.h"
-#include "service/cache_names.h"
+#include "service/shader_cache.h"
 
 namespace pixelforge::preview {
 namespace {

@@ -1,4 +1,4 @@
-# The same target by clang and lld, on the headers and libraries of mingw-w64.
+# The same target with clang and lld, using the headers and libraries of mingw-w64.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 
@@ -8,7 +8,7 @@ set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
-# clang looks for a gcc folder named by version alone, Debian's carries the thread model in its name.
+# clang expects gcc's folder to be named by version alone; Debian's name includes the thread model.
 if(NOT DEFINED PIXELFORGE_SYSROOT)
   set(PIXELFORGE_SYSROOT "${CMAKE_BINARY_DIR}/sysroot")
   file(GLOB gccFolders LIST_DIRECTORIES true /usr/lib/gcc/x86_64-w64-mingw32/*-posix)

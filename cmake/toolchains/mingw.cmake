@@ -1,4 +1,4 @@
-# Windows on x86-64 by mingw-w64's g++ with POSIX threads (the C++ library's threads need them).
+# Windows on x86-64 with mingw-w64's g++ and POSIX threads, which std::thread needs.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 

@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "service/service_host.h"
+#include "service/service_urls.h"
 
 namespace pixelforge::preview {
 namespace {

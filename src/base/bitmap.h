@@ -1,4 +1,4 @@
-// GDI sections whose pixels are reached directly: how frames and media travel between the subsystems.
+// GDI bitmap sections with direct pixel access: frames and media travel between the subsystems in these.
 // Needs no Windows header, so records that own bitmaps build natively too.
 #pragma once
 
@@ -18,40 +18,45 @@ struct BitmapTraits {
 
 using UniqueBitmap = UniqueHandle<BitmapTraits>;
 
-/// The largest picture that is given memory. The system would grant far larger ones and leave the process
-/// with nothing.
+/// Limits on pictures. The system would grant far larger ones and leave the process without memory.
 inline constexpr std::int32_t kLargestSide = 16384;
 inline constexpr std::int64_t kMostSectionBytes = std::int64_t{1} << 30;
 
-/// Bytes from one row to the next: rows begin on 4-byte limits. 0 for sides or depths below 1.
-std::int64_t SectionRowBytes(std::int32_t width, std::int32_t bitsPerPixel) noexcept;
+/// Row stride in bytes; rows are aligned to 4 bytes. 0 for a width or depth below 1.
+constexpr std::int64_t SectionRowBytes(std::int32_t width, std::int32_t bitsPerPixel) noexcept {
+    return width < 1 || bitsPerPixel < 1 ? 0 : (std::int64_t{width} * bitsPerPixel + 31) / 32 * 4;
+}
 
-/// True for sides of 1 to 16,384 and a depth of at least 1 bit whose rows take at most 1 GiB.
-bool FitsSection(std::int64_t width, std::int64_t height, std::int32_t bitsPerPixel) noexcept;
+/// True for sides of 1 to 16,384, a depth of at least 1 bit and at most 1 GiB of pixels.
+constexpr bool FitsSection(std::int64_t width, std::int64_t height, std::int32_t bitsPerPixel) noexcept {
+    return width >= 1 && width <= kLargestSide && height >= 1 && height <= kLargestSide &&
+           bitsPerPixel >= 1 &&
+           SectionRowBytes(static_cast<std::int32_t>(width), bitsPerPixel) * height <= kMostSectionBytes;
+}
 
-/// A section's pixels in the order of memory. `height` is positive whichever row comes first.
+/// A section's pixels in memory order. `height` is positive for bottom-up sections too.
 struct SectionPixels {
     std::int32_t width = 0;
     std::int32_t height = 0;
     std::int32_t bitsPerPixel = 0;
-    std::span<std::uint8_t> bytes;  ///< all rows with their padding; empty when there is no section
+    std::span<std::uint8_t> bytes;  ///< all rows, padding included; empty if there is no section
 };
 
-/// A black 32-bit section, bottom-up, uncompressed, on the screen's device context. Empty for a side
-/// below 1, for more than 1 GiB of pixels, or when the system refuses.
+/// A black, uncompressed 32-bit section, bottom-up, on the screen's device context. Empty for a side below
+/// 1, for more than 1 GiB of pixels, or if the system refuses.
 UniqueBitmap CreateHostBitmap(std::int32_t width, std::int32_t height);
 
-/// A black top-down section for a picture of the given depth, uncompressed; up to 8 bits a pixel its colours
-/// are 256 greys. Empty for sizes that do not fit (see `FitsSection`) and depths that the system refuses.
+/// A black, uncompressed top-down section of the given depth, with a grey palette up to 8 bits per pixel.
+/// Empty for sizes that fail `FitsSection` and depths that the system refuses.
 UniqueBitmap CreatePictureBitmap(std::int32_t width, std::int32_t height, std::int32_t bitsPerPixel);
 
-/// A new top-down section with the header and the bytes of another section, of any bit depth; the bytes
-/// keep their order, so a bottom-up source comes out upside down. The colour table is not copied. Empty
-/// for a null handle, for anything but a section, or when the system refuses.
+/// A new top-down section with the header and the bytes of another section of any depth. The bytes keep
+/// their order, so a bottom-up source comes out upside down; the palette is not copied. Empty for a null
+/// handle, for a bitmap that is not a section, or if the system refuses.
 UniqueBitmap CopyToTopDown(HBITMAP__* source);
 
-/// The pixels of a section, valid while the bitmap lives; nothing for a null handle and for anything but a
-/// section. What GDI has drawn into it is there only after `GdiFlush`.
+/// The pixels of a section, valid while the bitmap lives; empty for a null handle or a bitmap that is not a
+/// section. Call `GdiFlush` first to see what GDI has drawn.
 SectionPixels PixelsOf(HBITMAP__* bitmap) noexcept;
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// Creation of GDI sections.
+// Creates GDI sections and finds their pixels.
 #include "base/bitmap.h"
 
 #include <windows.h>
@@ -14,7 +14,7 @@ namespace {
 
 struct SectionInfo {
     BITMAPINFOHEADER header;
-    RGBQUAD colours[256];  ///< the system reads these, or three masks, behind the header
+    RGBQUAD colours[256];  ///< the palette, or three colour masks, follows the header
 };
 
 struct Section {
@@ -94,7 +94,7 @@ UniqueBitmap CopyToTopDown(HBITMAP source) {
     if (!copy.bitmap || !copy.bits) {
         return {};
     }
-    // An uncompressed section may leave its image size 0, and nothing keeps a maker from overstating it.
+    // The image size may be 0 for an uncompressed section, or overstated.
     const std::size_t stated = original.dsBmih.biSizeImage;
     const std::size_t real = PixelsIn(original).bytes.size();
     std::memcpy(copy.bits, original.dsBm.bmBits, stated ? std::min(stated, real) : real);

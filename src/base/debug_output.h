@@ -1,14 +1,14 @@
-// The debugger output: the only place where this module reports anything.
+// The debugger output, the only place this module reports to.
 #pragma once
 
 #include <string_view>
 
 namespace pixelforge {
 
-/// Writes a UTF-8 text as it is, in one piece. The native build writes to stderr.
+/// Writes UTF-8 text unchanged, in a single call. The native build writes to stderr.
 void WriteDebugText(std::string_view text) noexcept;
 
-/// Writes "Pixelforge: ", the text and a line end in one piece.
+/// Writes "Pixelforge: ", the text and a line feed in a single call.
 void WriteDebugLine(std::string_view text) noexcept;
 
 }  // namespace pixelforge

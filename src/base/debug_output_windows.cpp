@@ -1,4 +1,4 @@
-// The debugger output of Windows.
+// Writes to the Windows debugger output.
 #include <windows.h>
 
 #include <algorithm>
@@ -21,6 +21,17 @@ void WriteDebugText(std::string_view text) noexcept {
         }
     } catch (const std::exception&) {
         OutputDebugStringA("Pixelforge: out of memory\n");
+    }
+}
+
+void WriteDebugLine(std::string_view text) noexcept {
+    try {
+        std::string line = "Pixelforge: ";
+        line += text;
+        line += '\n';
+        WriteDebugText(line);
+    } catch (const std::exception&) {
+        WriteDebugText("Pixelforge: out of memory\n");
     }
 }
 

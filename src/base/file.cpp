@@ -1,18 +1,24 @@
-// Judges file names that come from documents, whatever file system is below.
+// The folder of a path, and which file names from documents may be opened.
 #include "base/file.h"
 
 #include <algorithm>
 #include <array>
 #include <string>
 
+#include "base/text.h"
+
 namespace pixelforge {
 namespace {
 
-/// What file systems take as one component.
+/// Longest path component of common file systems.
 constexpr std::size_t kLongestComponent = 255;
 
 bool IsSeparator(wchar_t c) noexcept {
     return c == L'\\' || c == L'/';
+}
+
+bool IsAsciiLetter(wchar_t c) noexcept {
+    return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z');
 }
 
 bool IsForbidden(wchar_t c) noexcept {
@@ -20,19 +26,11 @@ bool IsForbidden(wchar_t c) noexcept {
     return c < L' ' || kForbidden.find(c) != kForbidden.npos;
 }
 
-wchar_t Upper(wchar_t c) noexcept {
-    return c >= L'a' && c <= L'z' ? static_cast<wchar_t>(c - L'a' + L'A') : c;
-}
-
-bool EqualsIgnoringCase(std::wstring_view text, std::wstring_view upper) noexcept {
-    return std::ranges::equal(text, upper, {}, Upper);
-}
-
-/// COM and LPT take the digits 1 to 9 and their superscript forms, and the system also knows 0.
+/// COM and LPT with a digit or a superscript 1, 2 or 3. The system reserves 0 as well.
 bool IsNumberedDevice(std::wstring_view stem) noexcept {
     constexpr std::wstring_view kNumbers = L"0123456789\u00B9\u00B2\u00B3";
     return stem.size() == 4 && kNumbers.find(stem[3]) != kNumbers.npos &&
-           (EqualsIgnoringCase(stem.substr(0, 3), L"COM") || EqualsIgnoringCase(stem.substr(0, 3), L"LPT"));
+           (StartsWithIgnoringAsciiCase(stem, L"COM") || StartsWithIgnoringAsciiCase(stem, L"LPT"));
 }
 
 bool IsReservedDevice(std::wstring_view component) noexcept {
@@ -41,7 +39,7 @@ bool IsReservedDevice(std::wstring_view component) noexcept {
     std::wstring_view stem = component.substr(0, component.find(L'.'));
     stem.remove_prefix(std::min(stem.find_first_not_of(L' '), stem.size()));
     stem = stem.substr(0, stem.find_last_not_of(L' ') + 1);
-    const auto isStem = [stem](std::wstring_view device) { return EqualsIgnoringCase(stem, device); };
+    const auto isStem = [stem](std::wstring_view device) { return EqualIgnoringAsciiCase(stem, device); };
     return std::ranges::any_of(kDevices, isStem) || IsNumberedDevice(stem);
 }
 
@@ -49,18 +47,32 @@ bool IsOpenableComponent(std::wstring_view component) noexcept {
     if (component.empty() || component == L"." || component == L"..") {
         return true;
     }
-    const bool cutBySystem = component.back() == L'.' || component.back() == L' ';
-    return component.size() <= kLongestComponent && !cutBySystem && !IsReservedDevice(component) &&
+    // The system strips a trailing dot or blank.
+    const bool stripped = component.back() == L'.' || component.back() == L' ';
+    return component.size() <= kLongestComponent && !stripped && !IsReservedDevice(component) &&
            std::ranges::none_of(component, IsForbidden);
 }
 
 std::wstring_view WithoutDrive(std::wstring_view name) noexcept {
-    const bool drive =
-        name.size() >= 2 && name[1] == L':' && Upper(name[0]) >= L'A' && Upper(name[0]) <= L'Z';
-    return name.substr(drive ? 2 : 0);
+    return name.substr(name.size() >= 2 && name[1] == L':' && IsAsciiLetter(name[0]) ? 2 : 0);
 }
 
 }  // namespace
+
+bool FolderOfPath(const wchar_t* path, wchar_t* out) noexcept {
+    const std::wstring_view full = path ? path : L"";
+    if (!out || full.empty()) {
+        return false;
+    }
+    const std::size_t drive = full.size() >= 2 && full[1] == L':' ? 2 : 0;
+    const std::size_t separator = full.find_last_of(L"\\/");
+    const std::size_t length = separator == full.npos ? drive : std::max(drive, separator + 1);
+    if (length >= kPathUnits) {
+        return false;
+    }
+    CopyCut(out, kPathUnits, full.substr(0, length));
+    return true;
+}
 
 bool IsOpenableLocalName(std::wstring_view name) noexcept {
     if (name.size() >= 2 && IsSeparator(name[0]) && IsSeparator(name[1])) {

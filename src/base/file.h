@@ -1,4 +1,4 @@
-// Whole-file reads and writes, what a path is, and which names from documents may be opened.
+// Whole-file reads and writes, paths, and which names from documents may be opened.
 #pragma once
 
 #include <cstdint>
@@ -9,29 +9,35 @@
 
 namespace pixelforge {
 
-/// Reads an existing file whole (shared for reading, sequential scan). The block holds size + 4 bytes,
-/// the bytes behind the data are 0, so text needs no copy. `outSize` receives the byte count.
-/// Null for an empty or null path, a file that cannot be opened, a short read, or 4 GiB and more.
+/// Zero bytes after the data of `ReadWholeFile`.
+inline constexpr std::size_t kSpareFileBytes = 4;
+
+/// Reads a whole existing file (shared for reading, sequential scan). The data is followed by 4 zero bytes,
+/// so text is terminated. `outSize` receives the byte count. Null for an empty or null path, a file that
+/// cannot be opened, a short read, or 4 GiB and more.
 HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize);
 
-/// True for an existing file that is not a folder.
+/// True for an existing path that is not a folder.
 bool IsExistingFile(const wchar_t* path) noexcept;
 
 /// True for an existing folder.
 bool IsExistingFolder(const wchar_t* path) noexcept;
 
-/// Writes all bytes to an open file (a HANDLE). False when the system refuses any of them.
+/// Drive and directory of a path, including the last separator. `out` holds `kPathUnits`. False for a null or
+/// empty path and for a folder that does not fit.
+bool FolderOfPath(const wchar_t* path, wchar_t* out) noexcept;
+
+/// Writes all bytes to an open file (a HANDLE). False if any write fails.
 bool WriteAll(void* file, std::span<const std::uint8_t> bytes) noexcept;
 
-/// True when a name may be opened for a document that the user chose from a local disk. Refused: the
-/// empty name, UNC and device paths ("\\server", "\\?\", "\\.\", also written with "/"), reserved
-/// device names (CON, NUL, COM1 ... in any component, with or without an extension), a component that
-/// ends in a dot or a blank (other than "." and "..") or has more than 255 units, a colon anywhere but
-/// behind a drive letter, and control characters or any of < > | " ? *.
+/// True for a name that a document on a local disk may have opened. Refused: the empty name, UNC and device
+/// paths ("\\server", "\\?\", "\\.\", also with "/"), reserved device names (CON, NUL, COM1 ... in any
+/// component, with or without an extension), a component of more than 255 units or with a trailing dot or
+/// blank (other than "." and ".."), a colon other than the drive's, control characters, and < > | " ? *.
 bool IsOpenableLocalName(std::wstring_view name) noexcept;
 
-/// True for an openable name without any folder or drive, so that it stays in the folder that it is put
-/// behind: what a document of a stranger may name.
+/// True for an openable name without folder or drive, which cannot escape the folder it is joined to. All
+/// that an untrusted document may name.
 bool IsPlainFileName(std::wstring_view name) noexcept;
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// Whole-file reads of the native build; paths are handed to the system as UTF-8.
+// Whole-file reads for the native build, with paths in UTF-8.
 #include <sys/stat.h>
 
 #include <cstdio>
@@ -12,12 +12,9 @@
 namespace pixelforge {
 namespace {
 
-constexpr std::size_t kSpareBytes = 4;
-
 std::optional<struct stat> StatusOf(const wchar_t* path) {
-    const auto narrow = path ? Narrow(path, TextEncoding::Utf8) : std::nullopt;
     struct stat status = {};
-    if (!narrow || stat(narrow->c_str(), &status) != 0) {
+    if (!path || stat(ToUtf8(path).c_str(), &status) != 0) {
         return std::nullopt;
     }
     return status;
@@ -42,8 +39,8 @@ HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
         return nullptr;
     }
     const auto bytes = static_cast<std::uint32_t>(status->st_size);
-    HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(std::size_t{bytes} + kSpareBytes)));
-    if (!block || !ReadExactly(*Narrow(path, TextEncoding::Utf8), block.get(), bytes)) {
+    HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(std::size_t{bytes} + kSpareFileBytes)));
+    if (!block || !ReadExactly(ToUtf8(path), block.get(), bytes)) {
         return nullptr;
     }
     *outSize = bytes;

@@ -1,4 +1,4 @@
-// Whole-file reads and writes through the system's file calls.
+// Whole-file reads and writes through Windows file calls.
 #include <windows.h>
 
 #include <algorithm>
@@ -10,18 +10,15 @@
 namespace pixelforge {
 namespace {
 
-constexpr std::size_t kSpareBytes = 4;
-
-/// Bytes of one read or write call; the calls count in 32 bits.
+/// Bytes per read or write call; the calls count in 32 bits.
 constexpr std::uint32_t kChunk = 64u << 20;
 
-/// Shared for deletion too, which is what a rename asks for: another process may be putting a file of the
-/// cache into its place at this moment.
+/// Delete sharing lets another process rename a finished cache file into place meanwhile.
 UniqueKernelHandle OpenDiskFile(const wchar_t* path) noexcept {
     UniqueKernelHandle file =
         AdoptFileHandle(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-    // A device name opens too, and reading one may wait for ever.
+    // Device names open as well, and reading one may block forever.
     const bool onDisk = file && GetFileType(file.Get()) == FILE_TYPE_DISK;
     return onDisk ? std::move(file) : UniqueKernelHandle();
 }
@@ -54,7 +51,7 @@ HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
         return nullptr;
     }
     const auto bytes = static_cast<std::uint32_t>(size.QuadPart);
-    HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(std::size_t{bytes} + kSpareBytes)));
+    HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(std::size_t{bytes} + kSpareFileBytes)));
     if (!block || !ReadExactly(file.Get(), block.get(), bytes)) {
         return nullptr;
     }

@@ -1,4 +1,4 @@
-// Blocks and records on the process's global heap, zero-filled, with their owners.
+// Zero-filled blocks and records on the process's global heap, and their owners.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace pixelforge {
 
-/// A zero-filled block of `bytes` bytes from the global heap, or null. Freed with `ReleaseHeapBlock`.
+/// A zero-filled block from the global heap, or null. Free it with `ReleaseHeapBlock`.
 void* AllocateHeapBlock(std::size_t bytes) noexcept;
 
 /// Frees a block of `AllocateHeapBlock`; null is accepted.
@@ -21,10 +21,10 @@ struct HeapBlockDeleter {
 /// Owner of a NUL-terminated narrow text.
 using HeapText = std::unique_ptr<char[], HeapBlockDeleter>;
 
-/// Owner of raw bytes; the length travels beside it.
+/// Owner of raw bytes; the length is kept separately.
 using HeapBytes = std::unique_ptr<std::uint8_t[], HeapBlockDeleter>;
 
-/// A zero-filled text block of `bytes` bytes (terminator included in the count), or null.
+/// A zero-filled text block of `bytes` bytes, terminator included, or null.
 inline HeapText AllocateHeapText(std::size_t bytes) noexcept {
     return HeapText(static_cast<char*>(AllocateHeapBlock(bytes)));
 }
@@ -37,11 +37,11 @@ struct HeapRecordDeleter {
     }
 };
 
-/// Owner of one record on the global heap; the record's own members release what they own.
+/// Owner of one record on the global heap.
 template <class Record>
 using HeapRecord = std::unique_ptr<Record, HeapRecordDeleter<Record>>;
 
-/// A value-initialised record in a zero-filled block, or null when the heap is exhausted.
+/// A value-initialised record in a zero-filled block, or null if the heap is exhausted.
 template <class Record>
 HeapRecord<Record> NewHeapRecord() noexcept {
     void* block = AllocateHeapBlock(sizeof(Record));

@@ -1,4 +1,4 @@
-// Heap blocks from the process's global heap, where the host and its other modules expect them.
+// Allocates with GlobalAlloc, as the host and its other modules do.
 #include <windows.h>
 
 #include "base/heap.h"

@@ -1,4 +1,4 @@
-// How a load fails: whatever gives it up throws, and one place turns that into a reason.
+// How a load fails: the failing step throws, and one place turns the exception into a reason.
 #pragma once
 
 #include <exception>
@@ -8,13 +8,13 @@
 
 namespace pixelforge {
 
-/// Why a document, a pass or a medium cannot be had: one clause of UTF-8 without a line end.
+/// Why a document, pass or medium failed to load: one clause of UTF-8, no line end.
 class LoadError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-/// Runs `work`. Empty when it succeeded, else the reason why it did not.
+/// Runs `work` and returns why it failed; empty on success.
 template <class Work>
 std::string FailureOf(Work&& work) {
     try {

@@ -1,14 +1,14 @@
-// Random numbers for picking shaders.
+// Random numbers.
 #pragma once
 
 #include <cstdint>
 
 namespace pixelforge {
 
-/// Where a random 32-bit number comes from; callers take it as an argument so that tests can choose.
+/// Source of random 32-bit numbers; a parameter where tests need to supply their own.
 using RandomSource = std::uint32_t (*)();
 
-/// Four bytes from the system's preferred generator; when that fails, four times `rand`.
+/// Four bytes from the system's preferred generator or, if it fails, from `rand`.
 std::uint32_t SystemRandom() noexcept;
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// The native build's stand-ins for bitmaps, the debugger output, the global heap and random numbers.
+// Native stand-ins for bitmaps, the debugger output, the global heap and random numbers.
 #include <sys/random.h>
 
 #include <algorithm>
@@ -21,6 +21,10 @@ SectionPixels PixelsOf(HBITMAP__*) noexcept {
 
 void WriteDebugText(std::string_view text) noexcept {
     std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+void WriteDebugLine(std::string_view text) noexcept {
+    std::fprintf(stderr, "Pixelforge: %.*s\n", static_cast<int>(text.size()), text.data());
 }
 
 void* AllocateHeapBlock(std::size_t bytes) noexcept {

@@ -1,4 +1,4 @@
-// The platform-free part of the text helpers.
+// The platform-independent text helpers.
 #include "base/text.h"
 
 #include <algorithm>
@@ -11,7 +11,7 @@ namespace {
 struct LeadByte {
     std::size_t length;
     char32_t bits;
-    char32_t lowest;  ///< below this the sequence is overlong
+    char32_t lowest;  ///< anything below is overlong
 };
 
 LeadByte ReadLeadByte(unsigned char lead) noexcept {

@@ -1,4 +1,4 @@
-// Conversions for the native build: UTF-8 and Windows-1252, to and from UTF-16 units.
+// Native conversions between UTF-16 units and UTF-8 or Windows-1252, and native formatting.
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -10,7 +10,8 @@
 namespace pixelforge {
 namespace {
 
-/// Windows-1252 differs from Latin-1 in bytes 0x80 to 0x9F; its five holes keep their own number.
+/// Windows-1252 for bytes 0x80 to 0x9F, where it differs from Latin-1; the five undefined bytes map to
+/// themselves.
 constexpr std::array<wchar_t, 32> kUpperControls = {
     0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
     0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
@@ -82,7 +83,7 @@ std::string NarrowUtf8(std::wstring_view text) {
     return narrow;
 }
 
-/// "%s" and "%c" of wide formats take narrow text here and wide text on Windows.
+/// In wide formats "%s" and "%c" mean narrow text here but wide text on Windows.
 std::wstring WithWideConversions(std::wstring_view format) {
     constexpr std::wstring_view kFlagsAndSizes = L"-+ #0123456789.*";
     std::wstring result;

@@ -1,4 +1,4 @@
-// Conversions by the system's code page tables.
+// Conversions and formatting by Windows.
 #include <windows.h>
 
 #include <cstdio>
@@ -36,7 +36,7 @@ std::optional<std::wstring> Widen(std::string_view text, TextEncoding encoding) 
 std::optional<std::string> Narrow(std::wstring_view text, TextEncoding encoding) {
     const bool utf8 = encoding == TextEncoding::Utf8 || GetACP() == CP_UTF8;
     const UINT codePage = utf8 ? CP_UTF8 : CP_ACP;
-    // A look-alike from the code page would be another character of the program; '?' at least shows.
+    // A look-alike character would silently change the program; '?' at least shows.
     const DWORD flags = utf8 ? 0 : WC_NO_BEST_FIT_CHARS;
     if (text.empty()) {
         return std::string();
@@ -58,8 +58,8 @@ std::optional<std::string> Narrow(std::wstring_view text, TextEncoding encoding)
 bool FormatFits(wchar_t* buffer, std::size_t capacity, const wchar_t* format,
                 std::va_list arguments) noexcept {
     buffer[0] = L'\0';
-    // The name with the underscore is never replaced by the compiler's own wide printf, in which "%s"
-    // takes a narrow text. It leaves the end open when the text fills the buffer.
+    // The underscored name is never replaced by the compiler's own wide printf, whose "%s" expects narrow
+    // text. It does not terminate a text that fills the buffer.
     const int length = _vsnwprintf(buffer, capacity, format, arguments);
     buffer[capacity - 1] = L'\0';
     return length >= 0 && static_cast<std::size_t>(length) < capacity;

@@ -1,12 +1,12 @@
-// Owner of a system handle, by traits. Needs no Windows header.
+// Owner of a system handle, parameterised by traits. Needs no Windows header.
 #pragma once
 
 #include <utility>
 
 namespace pixelforge {
 
-/// Moves but never copies, and gives its handle back exactly once. `Traits` names the handle's type and how
-/// it is closed; an empty handle is null.
+/// Move-only owner that closes its handle exactly once. `Traits` names the handle's type and how to close it;
+/// an empty handle is null.
 template <class Traits>
 class UniqueHandle {
 public:

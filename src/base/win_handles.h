@@ -1,4 +1,4 @@
-// Owners of Windows handles. Each moves but never copies, and gives its handle back exactly once.
+// Move-only owners of Windows handles, and scopes for other Windows resources.
 #pragma once
 
 #include <windows.h>
@@ -20,7 +20,7 @@ struct KernelHandleTraits {
 /// Files, events, threads and timers.
 using UniqueKernelHandle = UniqueHandle<KernelHandleTraits>;
 
-/// Owner of what `CreateFileW` answered, whose failure value is not null.
+/// Owner of the result of `CreateFileW`, whose failure value is not null.
 inline UniqueKernelHandle AdoptFileHandle(HANDLE file) noexcept {
     return UniqueKernelHandle(file == INVALID_HANDLE_VALUE ? nullptr : file);
 }
@@ -39,7 +39,7 @@ struct MemoryDcTraits {
     static void Close(HDC dc) noexcept { DeleteDC(dc); }
 };
 
-/// A device context of `CreateCompatibleDC`.
+/// A device context from `CreateCompatibleDC`.
 using UniqueMemoryDc = UniqueHandle<MemoryDcTraits>;
 
 struct WindowTraits {
@@ -47,7 +47,7 @@ struct WindowTraits {
     static void Close(HWND window) noexcept { DestroyWindow(window); }
 };
 
-/// A window of our own; let go of it on the thread that created it.
+/// A window of our own; destroy it on the thread that created it.
 using UniqueWindow = UniqueHandle<WindowTraits>;
 
 /// The device context of a window, or of the whole screen for a null window.
@@ -79,27 +79,27 @@ private:
     HDC dc_ = nullptr;
 };
 
-/// Selects an object into a device context and puts the former one back at the end of the scope. Both
-/// the context and the object must outlive it.
+/// Selects an object into a device context and restores the previous one at the end of the scope. Both the
+/// context and the object must outlive it.
 class GdiSelection {
 public:
-    GdiSelection(HDC dc, HGDIOBJ object) noexcept : dc_(dc), former_(SelectObject(dc, object)) {}
+    GdiSelection(HDC dc, HGDIOBJ object) noexcept : dc_(dc), previous_(SelectObject(dc, object)) {}
     GdiSelection(const GdiSelection&) = delete;
     GdiSelection& operator=(const GdiSelection&) = delete;
     ~GdiSelection() {
         if (*this) {
-            SelectObject(dc_, former_);
+            SelectObject(dc_, previous_);
         }
     }
 
-    explicit operator bool() const noexcept { return former_ && former_ != HGDI_ERROR; }
+    explicit operator bool() const noexcept { return previous_ && previous_ != HGDI_ERROR; }
 
 private:
     HDC dc_;
-    HGDIOBJ former_;
+    HGDIOBJ previous_;
 };
 
-/// A window class, registered for its own module so that the module can be loaded again after unloading.
+/// A registered window class. Unregistering lets the module be loaded again after unloading.
 class WindowClass {
 public:
     WindowClass() noexcept = default;
@@ -120,7 +120,7 @@ public:
         }
     }
 
-    /// What `CreateWindowExW` takes as the class name.
+    /// The class name for `CreateWindowExW`.
     const wchar_t* Name() const noexcept { return MAKEINTATOM(atom_); }
     HINSTANCE Module() const noexcept { return module_; }
     explicit operator bool() const noexcept { return atom_ != 0; }
@@ -130,7 +130,7 @@ private:
     ATOM atom_ = 0;
 };
 
-/// A critical section that `std::lock_guard` takes.
+/// A critical section for use with `std::lock_guard`.
 class CriticalSection {
 public:
     CriticalSection() noexcept { InitializeCriticalSection(&section_); }
@@ -145,8 +145,8 @@ private:
     CRITICAL_SECTION section_;
 };
 
-/// A single-threaded apartment for one scope. One of another kind, set up by the host, serves as well and
-/// is not ours to leave.
+/// A single-threaded COM apartment for one scope. If the host has already set up one of another kind, that
+/// one serves as well and is not ours to leave.
 class ComApartment {
 public:
     ComApartment() noexcept : status_(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}

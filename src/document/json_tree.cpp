@@ -1,15 +1,17 @@
-// Parsing and look-ups on top of RapidJSON.
+// Parsing with RapidJSON, and look-ups.
 #include "document/json_tree.h"
 
 #include <rapidjson/error/en.h>
 
 #include <algorithm>
 
+#include "base/load_error.h"
+
 namespace pixelforge {
 namespace {
 
-/// Iterative: the depth of a stranger's text must not be the depth of the stack. Without full precision,
-/// which no number here needs and which counts the leading zeros of 0 in "0.0e30", an undefined value.
+/// Iterative, so that hostile nesting cannot overflow the stack. Full precision is not needed, and it counts
+/// the leading zeros of the 0 in "0.0e30", which is undefined behaviour.
 constexpr unsigned kParseFlags =
     rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
 
@@ -19,7 +21,7 @@ constexpr const char* kTypeNames[] = {"null",     "false",    "true",    "an obj
 std::wstring WidenOrThrow(std::string_view text, TextEncoding encoding) {
     auto units = Widen(text, encoding);
     if (!units) {
-        throw JsonError("cannot be converted to UTF-16");
+        throw LoadError("cannot be converted to UTF-16");
     }
     return std::move(*units);
 }
@@ -29,8 +31,8 @@ std::string DescribePosition(std::wstring_view text, std::size_t offset) {
     std::size_t lineStart = 0;
     const std::size_t end = std::min(offset, text.size());
     for (std::size_t i = 0; i < end; ++i) {
-        const bool pairGoesOn = text[i] == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n';
-        if ((text[i] == L'\n' || text[i] == L'\r') && !pairGoesOn) {
+        const bool firstOfPair = text[i] == L'\r' && i + 1 < text.size() && text[i + 1] == L'\n';
+        if ((text[i] == L'\n' || text[i] == L'\r') && !firstOfPair) {
             ++line;
             lineStart = i + 1;
         }
@@ -53,8 +55,8 @@ JsonTree::JsonTree(std::string_view text, TextEncoding encoding) : units_(WidenO
         offset = stream.Tell();
     }
     if (code != rapidjson::kParseErrorNone) {
-        // The units were overwritten by the parse, so the position is looked up in a fresh copy.
-        throw JsonError(DescribePosition(WidenOrThrow(text, encoding), offset) + ": " +
+        // The parse overwrote the units, so locate the error in a fresh copy.
+        throw LoadError(DescribePosition(WidenOrThrow(text, encoding), offset) + ": " +
                         rapidjson::GetParseError_En(code));
     }
 }
@@ -92,7 +94,7 @@ std::wstring_view JsonNode::TextAt(std::size_t index) const {
 }
 
 void JsonNode::Fail(const wchar_t* key, const char* complaint) const {
-    throw JsonError(PathOf(key) + ": " + complaint);
+    throw LoadError(PathOf(key) + ": " + complaint);
 }
 
 JsonNode JsonNode::Member(const wchar_t* key) const {
@@ -118,7 +120,7 @@ std::string JsonNode::PathOf(const wchar_t* key) const {
 
 const JsonNode& JsonNode::Require(bool fits, const char* wanted) const {
     if (!fits) {
-        throw JsonError(path_ + ": must be " + wanted + ", is " + kTypeNames[value_->GetType()]);
+        throw LoadError(path_ + ": must be " + wanted + ", is " + kTypeNames[value_->GetType()]);
     }
     return *this;
 }

@@ -1,10 +1,9 @@
-// A parsed JSON text, and typed look-ups in it that name the place of whatever is missing or wrong.
+// A parsed JSON text with typed look-ups whose errors name the path to what is missing or wrong.
 #pragma once
 
 #include <cstddef>
 #include <cstdlib>
 #include <new>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -12,13 +11,7 @@
 
 namespace pixelforge {
 
-/// A text that is no JSON, or a tree without what was looked up; `what` is one line of UTF-8.
-class JsonError : public std::runtime_error {
-public:
-    using std::runtime_error::runtime_error;
-};
-
-/// RapidJSON's own checks end in this exception; the escape of a lone low surrogate reaches one.
+/// Thrown by RapidJSON's assertions; an escaped lone low surrogate triggers one.
 struct JsonAssertion {};
 
 }  // namespace pixelforge
@@ -29,7 +22,7 @@ struct JsonAssertion {};
 
 namespace pixelforge {
 
-/// Heap for RapidJSON, which uses what it is given without a look.
+/// Allocator for RapidJSON, which does not check its results.
 class JsonAllocator {
 public:
     static const bool kNeedFree = true;
@@ -51,8 +44,8 @@ using JsonEncoding = rapidjson::UTF16<wchar_t>;
 using JsonPool = rapidjson::MemoryPoolAllocator<JsonAllocator>;
 using JsonValue = rapidjson::GenericValue<JsonEncoding, JsonPool>;
 
-/// One value and the way to it. Valid as long as its tree. Every look-up throws `JsonError`, such as
-/// "Shader.renderpass[2].inputs: must be an array, is a string"; of equal keys the first is found.
+/// One value and its path, valid while its tree lives. A failed look-up throws a `LoadError` such as
+/// "Shader.renderpass[2].inputs: must be an array, is a string". Of duplicate keys the first wins.
 class JsonNode {
 public:
     JsonNode(const JsonValue& value, std::string path) : value_(&value), path_(std::move(path)) {}
@@ -69,7 +62,7 @@ public:
     JsonNode ObjectAt(std::size_t index) const;
     std::wstring_view TextAt(std::size_t index) const;
 
-    /// Throws for the member `key` of this object.
+    /// Throws a `LoadError` about the member `key` of this object.
     [[noreturn]] void Fail(const wchar_t* key, const char* complaint) const;
 
 private:
@@ -85,13 +78,13 @@ private:
 
 class JsonTree {
 public:
-    /// Throws `JsonError` with line and column for a text that is no JSON.
+    /// Throws a `LoadError` with line and column for malformed JSON.
     JsonTree(std::string_view text, TextEncoding encoding);
 
     JsonNode Root() const { return JsonNode(document_, ""); }
 
 private:
-    std::wstring units_;  ///< parsed in place: the tree's strings lie in here
+    std::wstring units_;  ///< parsed in place: the tree's strings point into it
     rapidjson::GenericDocument<JsonEncoding, JsonPool, JsonAllocator> document_;
 };
 

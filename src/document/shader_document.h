@@ -1,4 +1,4 @@
-// The shader document in memory: plain records of fixed layout that the assembler and the engine index.
+// The shader document in memory: plain fixed-size records, and the names of its passes.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace pixelforge {
 
-/// A pass's kind and its slot in the document. Slot 0 takes sound passes and everything unknown.
+/// A pass's kind and its slot in the document. Slot 0 is for sound passes and everything unknown.
 enum class PassKind : std::uint32_t {
     Other = 0,
     Common = 1,
@@ -24,10 +24,14 @@ enum class PassKind : std::uint32_t {
 inline constexpr std::uint32_t kPassSlots = 8;
 inline constexpr std::uint32_t kChannels = 4;
 
-/// True for the slots that have a program and targets of their own: Buffer A to D, Cube A, Image.
+/// True for the slots with a program and render targets: Buffer A to D, Cube A, Image.
 constexpr bool IsDrawableSlot(std::uint32_t slot) noexcept {
     return slot >= 2 && slot <= 7;
 }
+
+/// A slot's display name, under which its code is included; empty above slot 7. Slot 0 is "+".
+const wchar_t* PassName(std::uint32_t slot) noexcept;
+const char* PassNarrowName(std::uint32_t slot) noexcept;
 
 enum class ChannelType : std::uint32_t {
     None = 0,
@@ -46,8 +50,8 @@ struct SamplerState {
     std::uint32_t wrap;
     std::uint32_t filter;
     std::int32_t vflip;
-    std::int32_t srgb;          ///< read and kept, without effect
-    std::int32_t internalByte;  ///< read and kept, without effect
+    std::int32_t srgb;          ///< kept, but has no effect
+    std::int32_t internalByte;  ///< kept, but has no effect
 };
 
 inline constexpr std::uint32_t kWrapClamp = 33071;     ///< GL_CLAMP_TO_EDGE
@@ -56,16 +60,15 @@ inline constexpr std::uint32_t kFilterLinear = 9729;   ///< GL_LINEAR
 inline constexpr std::uint32_t kFilterNearest = 9728;  ///< GL_NEAREST
 inline constexpr std::uint32_t kFilterMipmap = 9987;   ///< GL_LINEAR_MIPMAP_LINEAR
 
-/// One input channel. The media step fills `faces` and `volume`; they are released with the document.
+/// One input channel. The media step fills `faces` and `volume`, which the document owns.
 struct PassInput {
     ChannelType ctype;
     UniqueBitmap faces[6];  ///< a texture uses the first, a cube map all six in GL face order
-    HeapBytes volume;       ///< a whole volume file, of `volumeBytes` bytes
+    HeapBytes volume;       ///< a whole volume file of `volumeBytes` bytes
     std::uint32_t volumeBytes;
     SamplerState sampler;
-    std::int32_t
-        sourcePass;  ///< slot that a buffer or cube-buffer channel reads, 0 for none, -1 for loaded media
-    std::uint32_t channel;  ///< 0 to 3
+    std::int32_t sourcePass;  ///< slot read by a buffer or cube-buffer channel; 0 none, -1 loaded media
+    std::uint32_t channel;    ///< 0 to 3
     wchar_t src[kPathUnits];
 };
 
@@ -76,8 +79,8 @@ struct ChannelSize {
 };
 
 struct RenderPass {
-    PassKind kind;  ///< `Other` also marks a slot that the document does not fill
-    HeapText code;  ///< GLSL, NUL-terminated, owned by the document; null for a sound pass
+    PassKind kind;  ///< `Other` also marks an empty slot
+    HeapText code;  ///< GLSL, NUL-terminated; null for a sound pass
     PassInput inputs[kChannels];
     ChannelSize channelResolution[kChannels];
 };
@@ -97,9 +100,9 @@ struct ShaderInfo {
     std::uint32_t hasliked;
 };
 
-/// A stranger's document is trusted less than a file that the user chose; zero is the stricter.
+/// A document from the service is trusted less than a file that the user chose.
 enum class DocumentOrigin : std::uint32_t {
-    Service = 0,  ///< fetched, or from the cache
+    Service = 0,  ///< fetched or cached
     LocalFile = 1,
 };
 

@@ -1,18 +1,16 @@
-// Tells a JSON document from an empty reply, an error reply and half a transfer without parsing it.
+// Recognises empty replies, error replies and truncated transfers without parsing them.
 #include "document/usable_json.h"
 
 #include <cstring>
 #include <string_view>
 
-#include "document/document_reader.h"
-
 namespace pixelforge {
 namespace {
 
-/// Follows braces and brackets outside strings.
+/// Tracks the nesting of braces and brackets outside strings.
 class NestingScan {
 public:
-    /// False for a closing character without its opening one.
+    /// False for a closing character without an opening one.
     bool Step(char c) noexcept {
         closing_ = false;
         if (escaped_) {
@@ -96,7 +94,7 @@ const char* DescribeFault(JsonTextFault fault) noexcept {
         case JsonTextFault::ServiceError:
             return "an error document of the service, not a shader";
         case JsonTextFault::Unbalanced:
-            return "cut short or damaged: its quotes, braces or brackets do not match";
+            return "truncated or damaged: its quotes, braces or brackets do not match";
     }
     return "unusable";
 }

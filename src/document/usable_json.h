@@ -1,4 +1,4 @@
-// The cheap check of a text before it is parsed as JSON.
+// A cheap check of text before it is parsed as JSON.
 #pragma once
 
 namespace pixelforge {
@@ -12,11 +12,14 @@ enum class JsonTextFault {
     Unbalanced,
 };
 
-/// What makes a NUL-terminated text unusable. A usable text is shortened in place: bytes behind the last
-/// top-level closing brace or bracket are cut off.
+/// Why a NUL-terminated text is unusable. A usable text is cut in place after its last top-level closing
+/// brace or bracket.
 JsonTextFault CheckJsonText(char* text) noexcept;
 
-/// One clause in English for a person who looks at the file.
+/// The fault as one clause, for the user.
 const char* DescribeFault(JsonTextFault fault) noexcept;
+
+/// `CheckJsonText` without the fault.
+bool IsUsableJsonText(char* text) noexcept;
 
 }  // namespace pixelforge

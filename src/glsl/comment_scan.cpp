@@ -1,4 +1,4 @@
-// The backward comment walk, carried forward in constant time for each character.
+// The backward comment scan, carried forward in constant time per character.
 #include "glsl/comment_scan.h"
 
 namespace pixelforge {
@@ -11,25 +11,25 @@ bool CommentScan::WalkTo(const char* position, bool inside) noexcept {
 }
 
 bool CommentScan::SkipTo(const char* position, bool inside) noexcept {
-    bool answer = inside;
+    bool result = inside;
     while (position_ != position) {
-        answer = Step(inside);
+        result = Step(inside);
     }
-    return answer;
+    return result;
 }
 
 bool CommentScan::Step(bool inside) noexcept {
-    const Answer answer = AnswerAtNextPosition();
-    recent_ = {answer, recent_[0], recent_[1]};
+    const Outcome outcome = OutcomeAtNextPosition();
+    recent_ = {outcome, recent_[0], recent_[1]};
     ++position_;
-    return inside ? answer.ifInside : answer.ifOutside;
+    return inside ? outcome.ifInside : outcome.ifOutside;
 }
 
-CommentScan::Answer CommentScan::AnswerAtNextPosition() const noexcept {
+CommentScan::Outcome CommentScan::OutcomeAtNextPosition() const noexcept {
     const char before = position_[0];
     const char here = position_[1];
-    const Answer& oneBack = recent_[0];
-    const Answer& threeBack = recent_[2];
+    const Outcome& oneBack = recent_[0];
+    const Outcome& threeBack = recent_[2];
 
     if (here == '/' && before == '*') {
         const bool afterNewline = position_ != text_ && position_[-1] == '\n';

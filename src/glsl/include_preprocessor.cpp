@@ -1,22 +1,45 @@
-// Copies a text and puts the named texts in place of its `#include` lines.
+// Copies a text, replacing its `#include` lines by the texts that they name.
 #include "glsl/include_preprocessor.h"
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 
+#include "base/text.h"
 #include "glsl/comment_scan.h"
 #include "glsl/line_map.h"
 
 namespace pixelforge {
-
 namespace {
 
 constexpr std::string_view kKeyword = "#include";
 
-/// Characters that stay in the processor's cache between the steps of copying them.
-constexpr std::size_t kMostAtOnce = 4096;
+/// Small enough to stay in the processor's cache between finding the line's end, copying and scanning.
+constexpr std::size_t kMaxPieceLength = 4096;
+
+constexpr std::uint64_t kFirstCapacity = 1024;
+
+bool Grow(GrowBuffer& buffer) noexcept {
+    const std::uint64_t wanted = std::max(2 * std::uint64_t{buffer.capacity},
+                                          std::max(buffer.capacity + std::uint64_t{1}, kFirstCapacity));
+    if (wanted > std::numeric_limits<std::uint32_t>::max()) {
+        return false;
+    }
+    HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(wanted * buffer.elementSize)));
+    if (!block) {
+        return false;
+    }
+    if (buffer.count > 0) {
+        std::memcpy(block.get(), buffer.data.get(), std::size_t{buffer.count} * buffer.elementSize);
+    }
+    buffer.data = std::move(block);
+    buffer.capacity = static_cast<std::uint32_t>(wanted);
+    return true;
+}
 
 const char* SkipBlanks(const char* text) noexcept {
     while (*text == ' ' || *text == '\t') {
@@ -25,17 +48,17 @@ const char* SkipBlanks(const char* text) noexcept {
     return text;
 }
 
-/// True when the line holds nothing but blanks before the keyword and a blank behind it.
+/// True for optional blanks, the keyword and a blank.
 bool IsDirectiveLine(const char* line) noexcept {
     line = SkipBlanks(line);
     return std::strncmp(line, kKeyword.data(), kKeyword.size()) == 0 &&
            (line[kKeyword.size()] == ' ' || line[kKeyword.size()] == '\t');
 }
 
-/// The quoted text, looked for eight characters behind the cursor and not behind the keyword: only a
-/// directive in column one has its name there. Nothing when no quote stands there or none follows.
+/// The quoted name, expected eight characters after the cursor rather than after the keyword: only a
+/// directive in column one has it there. std::nullopt without an opening or a closing quote.
 std::optional<std::string_view> FindQuotedName(const char* cursor) noexcept {
-    if (std::memchr(cursor, '\0', kKeyword.size()) != nullptr) {
+    if (std::memchr(cursor, '\0', kKeyword.size())) {
         return std::nullopt;
     }
     const char* quote = SkipBlanks(cursor + kKeyword.size());
@@ -47,7 +70,7 @@ std::optional<std::string_view> FindQuotedName(const char* cursor) noexcept {
     return std::string_view(name, static_cast<std::size_t>(end - name));
 }
 
-/// Documents arrive as UTF-8 when they were valid UTF-8, so a name in one is read the same way.
+/// Names are read in the encoding of their document: UTF-8 if valid, else the ANSI code page.
 bool WidenName(std::string_view narrow, wchar_t (&name)[kPathUnits]) {
     const std::optional<std::wstring> wide = Widen(narrow, DetectEncoding(narrow));
     if (!wide || wide->size() + 1 > kPathUnits) {
@@ -57,7 +80,7 @@ bool WidenName(std::string_view narrow, wchar_t (&name)[kPathUnits]) {
     return true;
 }
 
-/// What all texts of one run share.
+/// Shared by all texts of one run.
 struct Run {
     IncludeContext& context;
     GrowBuffer* output;
@@ -69,7 +92,7 @@ struct Run {
     }
 };
 
-/// One text on its way into the output.
+/// The expansion of one text.
 class TextExpansion {
 public:
     TextExpansion(Run& run, const char* text, std::uint32_t depth, std::wstring_view name)
@@ -107,8 +130,8 @@ private:
 bool TextExpansion::Expand() {
     MapFollowingLines();
     while (*cursor_ != '\0') {
-        // Asked at every position of such a line and not only at its start: when a comment ends within a
-        // line that begins with the keyword, the directive is met here and its name looked for from here.
+        // Tested at every position of a directive line, not only at its start: if a comment ends within the
+        // line, the directive begins there, and its name is sought from there.
         const bool done = !inDirectiveLine_ ? CopyPlainLine() : inComment_ ? Copy(1) : ExpandDirective();
         if (!done) {
             return false;
@@ -117,22 +140,22 @@ bool TextExpansion::Expand() {
     return true;
 }
 
-/// A text that has ended leaves the last stretch as it is, so that an error which the driver reports
-/// behind the very end still belongs to the last text.
+/// At a text's end the last stretch stays open, so that an error reported past the end of the output still
+/// belongs to the last text.
 void TextExpansion::MapFollowingLines() {
     if (run_.lines && *cursor_ != '\0') {
         run_.lines->Begin(run_.line, source_, sourceLine_);
     }
 }
 
-/// Up to the line's end, a long line piece by piece.
+/// Copies up to the line's end; long lines in pieces.
 bool TextExpansion::CopyPlainLine() {
-    const auto length = std::min(kMostAtOnce, static_cast<std::size_t>(end_ - cursor_));
+    const auto length = std::min(kMaxPieceLength, static_cast<std::size_t>(end_ - cursor_));
     const void* const newline = std::memchr(cursor_, '\n', length);
     return Copy(newline ? static_cast<std::size_t>(static_cast<const char*>(newline) - cursor_) + 1 : length);
 }
 
-/// Copies `count` characters, of which only the last may be a line end.
+/// Copies `count` characters; only the last may be a newline.
 bool TextExpansion::Copy(std::size_t count) {
     if (run_.output && run_.output->elementSize == 1 && !run_.output->Append(cursor_, count)) {
         return false;
@@ -175,7 +198,7 @@ bool TextExpansion::ExpandName(const wchar_t* name) {
     return true;
 }
 
-/// Moves behind the end of the cursor's line, of which nothing is copied or counted in the output.
+/// Moves past the cursor's line without copying or counting it.
 void TextExpansion::SkipLine() {
     cursor_ += std::strcspn(cursor_, "\n");
     if (*cursor_ == '\n') {
@@ -187,6 +210,17 @@ void TextExpansion::SkipLine() {
 }
 
 }  // namespace
+
+bool GrowBuffer::Append(const void* elements, std::size_t added) noexcept {
+    while (capacity - count < added) {
+        if (!Grow(*this)) {
+            return false;
+        }
+    }
+    std::memcpy(data.get() + std::size_t{count} * elementSize, elements, added * elementSize);
+    count += static_cast<std::uint32_t>(added);
+    return true;
+}
 
 bool PreprocessIncludes(IncludeContext& context, const char* text, GrowBuffer* output,
                         std::uint32_t& lineCounter, std::uint32_t depth, LineMap* lines) {

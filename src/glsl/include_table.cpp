@@ -1,17 +1,16 @@
 // Where an included name's text comes from: registered texts first, then files.
+#include "glsl/include_table.h"
+
 #include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "base/file.h"
-#include "base/text.h"
-#include "glsl/include_preprocessor.h"
 
 namespace pixelforge {
-
 namespace {
 
-/// The first entry of that name decides; one without a text counts as unknown.
+/// Null if the first entry of that name has no text.
 const char* FindVirtualText(const IncludeContext& context, std::wstring_view name) noexcept {
     for (std::int32_t i = 0; i < context.virtualCount; ++i) {
         const VirtualInclude& entry = context.virtualIncludes[i];
@@ -22,7 +21,7 @@ const char* FindVirtualText(const IncludeContext& context, std::wstring_view nam
     return nullptr;
 }
 
-/// The copy has room for one more character, as `EndWithOneNewline` may need it.
+/// The copy has one spare byte for `EndWithOneNewline`.
 HeapText CopyText(const char* text, std::uint32_t& length) noexcept {
     const std::size_t bytes = std::strlen(text);
     HeapText copy = AllocateHeapText(bytes + 2);
@@ -37,7 +36,7 @@ HeapText ReadText(const wchar_t* path, std::uint32_t& length) {
     return HeapText(reinterpret_cast<char*>(ReadWholeFile(path, &length).release()));
 }
 
-/// False when there is no include folder or the path would be too long for any field here.
+/// False if there is no include folder or the path is too long.
 bool FormatFolderPath(const IncludeContext& context, const wchar_t* name,
                       wchar_t (&path)[kPathUnits]) noexcept {
     return context.includeFolder[0] != L'\0' &&
@@ -82,8 +81,8 @@ bool AlreadyIncluded(const IncludeContext& context, std::wstring_view name) {
                        [name](const IncludedName& entry) { return name == entry.name; });
 }
 
-// The table of texts ignores case and the list of names does not: "common" finds the text "Common", and
-// a later "Common" is expanded once more.
+// Texts are found regardless of case, expanded names are compared exactly: "common" finds the text "Common",
+// and a later "Common" expands it again.
 HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint32_t* outLength,
                         IncludedName** outEntry, std::int32_t* outError) {
     *outLength = 0;

@@ -1,4 +1,4 @@
-// Recognises the positions in a driver's log and rewrites them.
+// Parses the positions in a driver's log and rewrites them.
 #include "glsl/info_log.h"
 
 #include <algorithm>
@@ -9,23 +9,22 @@
 #include "glsl/line_map.h"
 
 namespace pixelforge {
-
 namespace {
 
-/// A position at a log line's start, and what the line says behind it.
+/// A position at the start of a log line, and the rest of the line.
 struct Position {
-    std::string_view severity;  ///< "ERROR: " where it stands before the position, else empty
+    std::string_view severity;  ///< "ERROR: " or "WARNING: " before the position, else empty
     std::uint32_t line = 0;
     std::optional<std::uint32_t> column;
     std::string_view message;
 };
 
-/// Takes pieces off the front of a line; each taker leaves the line alone when it does not fit.
+/// Consumes a line from the front; what does not match is not consumed.
 class LineReader {
 public:
     explicit LineReader(std::string_view line) : rest_(line) {}
 
-    bool Take(std::string_view expected) {
+    bool Skip(std::string_view expected) {
         if (!rest_.starts_with(expected)) {
             return false;
         }
@@ -33,21 +32,21 @@ public:
         return true;
     }
 
-    std::optional<std::uint32_t> TakeNumber() {
+    std::optional<std::uint32_t> ReadNumber() {
         std::uint32_t number = 0;
         const char* const end = rest_.data() + rest_.size();
-        const auto [behind, error] = std::from_chars(rest_.data(), end, number);
+        const auto [next, error] = std::from_chars(rest_.data(), end, number);
         if (error != std::errc()) {
             return std::nullopt;
         }
-        rest_.remove_prefix(static_cast<std::size_t>(behind - rest_.data()));
+        rest_.remove_prefix(static_cast<std::size_t>(next - rest_.data()));
         return number;
     }
 
-    std::optional<std::uint32_t> TakeNumberInParentheses() {
+    std::optional<std::uint32_t> ReadNumberInParentheses() {
         LineReader ahead = *this;
-        const std::optional<std::uint32_t> number = ahead.Take("(") ? ahead.TakeNumber() : std::nullopt;
-        if (!number || !ahead.Take(")")) {
+        const std::optional<std::uint32_t> number = ahead.Skip("(") ? ahead.ReadNumber() : std::nullopt;
+        if (!number || !ahead.Skip(")")) {
             return std::nullopt;
         }
         *this = ahead;
@@ -55,7 +54,7 @@ public:
     }
 
     void SkipBlanks() {
-        while (Take(" ") || Take("\t")) {
+        while (Skip(" ") || Skip("\t")) {
         }
     }
 
@@ -65,9 +64,9 @@ private:
     std::string_view rest_;
 };
 
-std::string_view TakeSeverity(LineReader& reader) {
+std::string_view ReadSeverity(LineReader& reader) {
     for (const std::string_view word : {"ERROR: ", "WARNING: "}) {
-        if (reader.Take(word)) {
+        if (reader.Skip(word)) {
             return word;
         }
     }
@@ -77,17 +76,17 @@ std::string_view TakeSeverity(LineReader& reader) {
 std::optional<Position> ParsePosition(std::string_view logLine) {
     LineReader reader(logLine);
     Position position;
-    position.severity = TakeSeverity(reader);
-    if (reader.TakeNumber() != 0U) {
+    position.severity = ReadSeverity(reader);
+    if (reader.ReadNumber() != 0U) {
         return std::nullopt;
     }
-    std::optional<std::uint32_t> line = reader.TakeNumberInParentheses();
-    if (!line && reader.Take(":")) {
-        line = reader.TakeNumber();
-        position.column = reader.TakeNumberInParentheses();
+    std::optional<std::uint32_t> line = reader.ReadNumberInParentheses();
+    if (!line && reader.Skip(":")) {
+        line = reader.ReadNumber();
+        position.column = reader.ReadNumberInParentheses();
     }
     reader.SkipBlanks();
-    if (!line || !reader.Take(":")) {
+    if (!line || !reader.Skip(":")) {
         return std::nullopt;
     }
     reader.SkipBlanks();
@@ -110,6 +109,14 @@ void AppendMapped(std::string& result, std::string_view logLine, const LineMap& 
     result.append(" ").append(position->severity).append(position->message).append("\n");
 }
 
+bool BeginsWithPositionIn(std::string_view line, std::string_view passName) {
+    if (passName.empty() || !line.starts_with(passName)) {
+        return false;
+    }
+    line.remove_prefix(passName.size());
+    return line.size() > 1 && line[0] == ':' && line[1] >= '0' && line[1] <= '9';
+}
+
 }  // namespace
 
 std::string MapInfoLog(std::string_view log, const LineMap& lines) {
@@ -124,6 +131,26 @@ std::string MapInfoLog(std::string_view log, const LineMap& lines) {
         AppendMapped(result, logLine, lines);
     }
     return result;
+}
+
+std::vector<std::string> PrefixPassLog(std::string_view passName, std::string_view log) {
+    std::vector<std::string> lines;
+    while (!log.empty()) {
+        std::string_view line = log.substr(0, log.find('\n'));
+        log.remove_prefix(std::min(line.size() + 1, log.size()));
+        while (line.ends_with('\r') || line.ends_with('\0')) {
+            line.remove_suffix(1);
+        }
+        if (line.empty()) {
+            continue;
+        }
+        std::string& prefixed = lines.emplace_back();
+        if (!BeginsWithPositionIn(line, passName)) {
+            prefixed.append(passName).append(": ");
+        }
+        prefixed += line;
+    }
+    return lines;
 }
 
 }  // namespace pixelforge

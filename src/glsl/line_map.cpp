@@ -1,4 +1,4 @@
-// The line map's list of stretches and its search.
+// The stretches of a line map, and the search among them.
 #include "glsl/line_map.h"
 
 #include <algorithm>
@@ -22,15 +22,15 @@ void LineMap::Begin(std::uint32_t outputLine, std::uint32_t source, std::uint32_
     stretches_.push_back({outputLine, source, sourceLine});
 }
 
-// Of several stretches that begin at one line the last one counts.
+// Of several stretches that begin at the same line the last one counts.
 std::optional<SourceLine> LineMap::Find(std::uint32_t outputLine) const {
-    const auto behind =
+    const auto next =
         std::upper_bound(stretches_.begin(), stretches_.end(), outputLine,
                          [](std::uint32_t line, const Stretch& s) { return line < s.outputLine; });
-    if (behind == stretches_.begin()) {
+    if (next == stretches_.begin()) {
         return std::nullopt;
     }
-    const Stretch& stretch = *std::prev(behind);
+    const Stretch& stretch = *std::prev(next);
     const std::string& name = sources_[stretch.source];
     if (name.empty()) {
         return std::nullopt;

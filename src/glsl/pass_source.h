@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
 
 #include "base/heap.h"
 #include "document/shader_document.h"
@@ -15,22 +14,14 @@ class LineMap;
 /// The vertex shader of every program.
 extern const char* const kVertexShaderSource;
 
-/// The "#version" line that begins every text assembled from now on; process-wide, initially
-/// "#version 330". Written once a GL context has told its version.
-const char* VersionLine() noexcept;
+/// Sets the "#version" line of every text assembled from now on, process-wide; initially "#version 330".
+/// Called once a context exists.
 void SetVersionLine(int major, int minor) noexcept;
 
-/// Display name of a slot, which is also the name its code is included under; empty for any number
-/// above 7. Slot 0 is "+".
-const wchar_t* PassName(std::uint32_t slot) noexcept;
-
-/// The same name as narrow text.
-const char* PassNarrowName(std::uint32_t slot) noexcept;
-
-/// The complete text of `pass`, NUL-terminated, owned by the caller, or null when an argument is
-/// missing, a block cannot be allocated, or an `#include` is malformed. The table of virtual includes is
-/// left empty in every case; the list of included names tells of this run until the next one. `lines`,
-/// when given, maps the result's lines to the author's texts.
+/// The complete text of `pass`, NUL-terminated, owned by the caller, or null if an argument is null, memory
+/// runs out, or an `#include` is malformed. Always leaves the table of virtual includes empty; the list of
+/// included names keeps this run's until the next one. `lines`, if given, maps the result's lines to the
+/// author's texts.
 HeapText AssemblePassSource(const ShaderDocument* document, IncludeContext* includes, const RenderPass* pass,
                             LineMap* lines = nullptr);
 

@@ -1,16 +1,15 @@
-// Visiting of channels and loading of their files.
+// Restricts sources, visits channels and loads their files.
 #include "media/document_media.h"
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <utility>
 
 #include "base/bitmap.h"
 #include "base/debug_output.h"
 #include "base/file.h"
-#include "media/cube_cross.h"
-#include "media/cube_faces.h"
+#include "base/load_error.h"
+#include "media/cube_map.h"
 #include "media/image_decoder.h"
 #include "media/volume_file.h"
 #include "service/service_client.h"
@@ -21,67 +20,72 @@ namespace {
 
 constexpr std::int32_t kMediaLoaded = -1;
 
-constexpr const char* kPassNames[kPassSlots] = {"unknown pass", "Common",   "Buffer A", "Buffer B",
-                                                "Buffer C",     "Buffer D", "Cube A",   "Image"};
+std::wstring PlainNameOf(std::wstring_view src) {
+    const std::wstring name(src.substr(src.find_last_of(L"\\/") + 1));
+    return IsPlainFileName(name) ? name : std::wstring();
+}
+
+std::wstring LocalNameOf(std::wstring_view src) {
+    return IsOpenableLocalName(src) ? std::wstring(src) : std::wstring();
+}
 
 bool ShowsFile(ChannelType type) noexcept {
     return type == ChannelType::Texture || type == ChannelType::CubeMap || type == ChannelType::Volume;
 }
 
-/// Replaces the channel's source by the path of a file on this machine. A stranger's plain name is asked for
-/// by its address at the service, so that it finds no other file of that name.
-bool FetchSource(InternetSession* session, const ShaderDocument& document, PassInput& input,
-                 std::string& reason) {
+/// Replaces the channel's source by the path of a local file. A plain name from the service is passed on as
+/// its URL there, so that it cannot match some other local file.
+void FetchSource(InternetSession* session, const ShaderDocument& document, PassInput& input) {
     const bool local = document.origin == DocumentOrigin::LocalFile;
-    wchar_t address[kPathUnits] = {};
+    wchar_t url[kPathUnits] = {};
     wchar_t path[kPathUnits];
-    if (!local && !FormatMediaUrl(input.src, address)) {
-        reason = "its name is too long";
-        return false;
+    std::string reason;
+    if (!local && !FormatMediaUrl(input.src, url)) {
+        throw LoadError("no such file; its name is too long for the service");
     }
-    if (DownloadToCacheFile(session, document.info.id, local ? input.src : address, path, reason)) {
+    const bool fetched =
+        DownloadToCacheFile(session, document.info.id, local ? input.src : url, path, reason);
+    if (fetched) {
         CopyCut(input.src, path);
-        reason = "the service's answer cannot be written to the cache";
-        return IsExistingFile(path);
+        reason = "the service's response cannot be written to the cache";
     }
-    return local && IsExistingFile(input.src);
+    if (!(fetched || local) || !IsExistingFile(input.src)) {
+        throw LoadError("no such file; " + reason);
+    }
 }
 
-bool LoadTexture(PassInput& input, std::string& reason) {
-    input.faces[0] = DecodeImageFile(input.src, reason);
-    return static_cast<bool>(input.faces[0]);
+UniqueBitmap DecodePicture(const wchar_t* path) {
+    std::string reason;
+    UniqueBitmap picture = DecodeImageFile(path, reason);
+    if (!picture) {
+        throw LoadError(reason);
+    }
+    return picture;
 }
 
-bool LoadFaceFiles(PassInput& input, std::string& reason) {
+void LoadFaceFiles(PassInput& input) {
     UniqueBitmap faces[6];
     for (std::uint32_t face = 0; face < std::size(faces); ++face) {
         wchar_t path[kPathUnits];
         if (!CubeFacePath(input.src, face, path) || !IsExistingFile(path)) {
             continue;
         }
+        std::string reason;
         faces[face] = DecodeImageFile(path, reason);
         if (!faces[face]) {
-            reason.insert(0, "face " + std::to_string(face) + ": ");
-            return false;
+            throw LoadError("face " + std::to_string(face) + ": " + reason);
         }
     }
     std::move(std::begin(faces), std::end(faces), std::begin(input.faces));
-    return true;
 }
 
-bool LoadCross(PassInput& input, std::string& reason) {
-    const UniqueBitmap picture = DecodeImageFile(input.src, reason);
-    if (!picture) {
-        return false;
-    }
-    reason = "no cross of 4 by 3 cells is in the picture";
-    return SplitCubeCross(picture.Get(), input.faces);
-}
-
-bool LoadCubeMap(PassInput& input, std::string& reason) {
+void LoadCubeMap(PassInput& input) {
     wchar_t second[kPathUnits];
-    const bool hasFaceFiles = CubeFacePath(input.src, 1, second) && IsExistingFile(second);
-    return hasFaceFiles ? LoadFaceFiles(input, reason) : LoadCross(input, reason);
+    if (CubeFacePath(input.src, 1, second) && IsExistingFile(second)) {
+        LoadFaceFiles(input);
+    } else if (!SplitCubeCross(DecodePicture(input.src).Get(), input.faces)) {
+        throw LoadError("no cross of 4 by 3 cells in the picture");
+    }
 }
 
 ChannelSize SizeOfPicture(const PassInput& input) noexcept {
@@ -89,62 +93,69 @@ ChannelSize SizeOfPicture(const PassInput& input) noexcept {
     return {static_cast<float>(pixels.width), static_cast<float>(pixels.height), 1.0F};
 }
 
-std::optional<ChannelSize> LoadVolume(PassInput& input, std::string& reason) {
+ChannelSize LoadVolume(PassInput& input) {
     std::uint32_t size = 0;
     HeapBytes file = ReadWholeFile(input.src, &size);
-    const auto header = file ? ReadVolumeHeader({file.get(), size}) : std::nullopt;
+    if (!file) {
+        throw LoadError("cannot be read");
+    }
+    const auto header = ReadVolumeHeader({file.get(), size});
     if (!header) {
-        reason = file ? "it is no volume" : "it cannot be read";
-        return std::nullopt;
+        throw LoadError("not a volume file");
     }
     input.volume = std::move(file);
     input.volumeBytes = size;
-    return ChannelSize{static_cast<float>(header->width), static_cast<float>(header->height),
-                       static_cast<float>(header->depth)};
+    return {static_cast<float>(header->width), static_cast<float>(header->height),
+            static_cast<float>(header->depth)};
 }
 
-/// The size of the medium, or nothing when the channel stays empty.
-std::optional<ChannelSize> LoadMedium(PassInput& input, std::string& reason) {
+ChannelSize LoadMedium(PassInput& input) {
     switch (input.ctype) {
         case ChannelType::Volume:
-            return LoadVolume(input, reason);
+            return LoadVolume(input);
         case ChannelType::CubeMap:
-            return LoadCubeMap(input, reason) ? std::optional(SizeOfPicture(input)) : std::nullopt;
+            LoadCubeMap(input);
+            return SizeOfPicture(input);
         default:
-            return LoadTexture(input, reason) ? std::optional(SizeOfPicture(input)) : std::nullopt;
+            input.faces[0] = DecodePicture(input.src);
+            return SizeOfPicture(input);
     }
 }
 
-std::optional<ChannelSize> LoadChannel(InternetSession* session, const ShaderDocument& document,
-                                       PassInput& input, std::string& reason) {
+void LoadChannel(InternetSession* session, const ShaderDocument& document, RenderPass& pass,
+                 std::uint32_t channel) {
+    PassInput& input = pass.inputs[channel];
     if (!input.src[0]) {
-        reason = "it names no file that this document may use";
-        return std::nullopt;
+        throw LoadError("it names no file that this document may use");
     }
-    if (!FetchSource(session, document, input, reason)) {
-        reason.insert(0, "no such file is here; ");
-        return std::nullopt;
-    }
-    return LoadMedium(input, reason);
+    FetchSource(session, document, input);
+    pass.channelResolution[channel] = LoadMedium(input);
+    input.sourcePass = kMediaLoaded;
 }
 
 void LoadPassMedia(InternetSession* session, const ShaderDocument& document, RenderPass& pass) {
     for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
-        PassInput& input = pass.inputs[channel];
+        const PassInput& input = pass.inputs[channel];
         if (!ShowsFile(input.ctype)) {
             continue;
         }
-        std::string reason;
-        if (const auto size = LoadChannel(session, document, input, reason)) {
-            pass.channelResolution[channel] = *size;
-            input.sourcePass = kMediaLoaded;
-        } else {
-            ReportEmptyChannel(pass.kind, channel, input.src, reason);
+        const std::string failure = FailureOf([&] { LoadChannel(session, document, pass, channel); });
+        if (!failure.empty()) {
+            ReportEmptyChannel(pass.kind, channel, input.src, failure);
         }
     }
 }
 
 }  // namespace
+
+void RestrictSources(ShaderDocument& document) {
+    const bool local = document.origin == DocumentOrigin::LocalFile;
+    for (RenderPass& pass : document.passes) {
+        for (PassInput& input : pass.inputs) {
+            CopyCut(input.src, local ? LocalNameOf(input.src) : PlainNameOf(input.src));
+        }
+    }
+}
 
 bool LoadDocumentMedia(InternetSession* session, ShaderDocument& document) {
     for (RenderPass& pass : document.passes) {
@@ -156,9 +167,8 @@ bool LoadDocumentMedia(InternetSession* session, ShaderDocument& document) {
 }
 
 void ReportEmptyChannel(PassKind pass, std::uint32_t channel, const wchar_t* file, std::string_view reason) {
-    const auto slot = std::min(static_cast<std::uint32_t>(pass), kPassSlots - 1);
-    std::string line =
-        std::string(kPassNames[slot]) + ", iChannel" + std::to_string(channel) + " stays empty: ";
+    std::string line = std::string(PassNarrowName(static_cast<std::uint32_t>(pass))) + ", iChannel" +
+                       std::to_string(channel) + " stays empty: ";
     if (file && *file) {
         line += ToUtf8(file) + ": ";
     }

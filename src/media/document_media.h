@@ -1,4 +1,4 @@
-// The media step: brings the files that a document's inputs name into memory.
+// The media step: which files the inputs of a document may use, and loading them into memory.
 #pragma once
 
 #include <cstdint>
@@ -10,12 +10,16 @@ namespace pixelforge {
 
 struct InternetSession;
 
-/// Visits every channel that shows a texture, a cube map or a volume. Its file comes from the local disk,
-/// the cache or the service; a channel whose file cannot be had or read stays empty, which is said once on
-/// the debugger output. True after the visit.
+/// Restricts every `src` by the document's origin. For the service it is cut to the plain file name after its
+/// last separator, so that it can only name a file in the cache; for a local file it keeps its path. A name
+/// that may not be opened (see base/file.h) becomes empty.
+void RestrictSources(ShaderDocument& document);
+
+/// Loads the file of every texture, cube-map and volume channel from the local disk, the cache or the
+/// service. A channel whose file cannot be fetched or read stays empty and is reported once. Always true.
 bool LoadDocumentMedia(InternetSession* session, ShaderDocument& document);
 
-/// Says on the debugger output that a channel stays empty, and why. `reason` is one clause of UTF-8.
+/// Reports on the debugger output that a channel stays empty. `reason` is one clause of UTF-8.
 void ReportEmptyChannel(PassKind pass, std::uint32_t channel, const wchar_t* file, std::string_view reason);
 
 }  // namespace pixelforge

@@ -7,11 +7,11 @@
 
 namespace pixelforge {
 
-/// The first picture of a file as a top-down section with the picture's own depth; up to 8 bits a pixel it
-/// shows as greys. Rows are copied without the padding that a section's rows have, on purpose: a picture
-/// whose rows are no multiple of 4 bytes comes out sheared, and always did.
-/// Empty, with one clause of UTF-8 in `reason`, for a file that cannot be read or decoded, for fewer than 8
-/// bits a pixel, and for more than 16,384 pixels a side or 1 GiB.
+/// The first picture of a file as a top-down section of the picture's own depth; up to 8 bits per pixel it
+/// shows as greys. Rows are deliberately copied without the section's padding, so a picture whose rows are
+/// not a multiple of 4 bytes comes out sheared. Empty, with one clause of UTF-8 in `reason`, for a file that
+/// cannot be read or decoded, fewer than 8 bits per pixel, more than 16,384 pixels a side, or more than 1
+/// GiB.
 UniqueBitmap DecodeImageFile(const wchar_t* path, std::string& reason);
 
 }  // namespace pixelforge

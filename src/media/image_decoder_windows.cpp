@@ -1,12 +1,13 @@
-// Decoding with the Windows Imaging Component.
+// Decodes pictures with the Windows Imaging Component.
+#include "media/image_decoder.h"
+
 #include <windows.h>
 
 #include <wincodec.h>
 #include <wrl/client.h>
 
-#include "base/bitmap.h"
+#include "base/load_error.h"
 #include "base/win_handles.h"
-#include "media/image_decoder.h"
 
 namespace pixelforge {
 namespace {
@@ -54,51 +55,52 @@ HRESULT ReadFrame(const wchar_t* path, Frame& frame) {
     return SUCCEEDED(result) ? frame.source->GetSize(&frame.width, &frame.height) : result;
 }
 
-/// Empty for a frame that can become a section.
-std::string FaultOfFrame(const Frame& frame) {
+void RequireShowable(const Frame& frame) {
     if (frame.bitsPerPixel < 8 || frame.bitsPerPixel > 64) {
-        return std::to_string(frame.bitsPerPixel) + "-bit pictures cannot be shown";
+        throw LoadError(std::to_string(frame.bitsPerPixel) + "-bit pictures cannot be shown");
     }
     if (!FitsSection(frame.width, frame.height, static_cast<std::int32_t>(frame.bitsPerPixel))) {
-        return "the picture is larger than 16384 pixels a side or 1 GiB";
+        throw LoadError("the picture is larger than 16384 pixels a side or 1 GiB");
     }
-    return {};
 }
 
-UniqueBitmap CopyFrame(const Frame& frame, std::string& reason) {
+UniqueBitmap CopyFrame(const Frame& frame) {
     UniqueBitmap bitmap =
         CreatePictureBitmap(static_cast<std::int32_t>(frame.width), static_cast<std::int32_t>(frame.height),
                             static_cast<std::int32_t>(frame.bitsPerPixel));
     const SectionPixels section = PixelsOf(bitmap.Get());
     if (section.bytes.empty()) {
-        reason = "no bitmap can be made for a " + std::to_string(frame.bitsPerPixel) + "-bit picture";
-        return {};
+        throw LoadError("cannot create a bitmap for a " + std::to_string(frame.bitsPerPixel) +
+                        "-bit picture");
     }
     // Not rounded up to 4 bytes, so never more than the section holds.
     const UINT stride = frame.bitsPerPixel / 8 * frame.width;
     if (FAILED(frame.source->CopyPixels(nullptr, stride, stride * frame.height, section.bytes.data()))) {
-        reason = "the picture is damaged";
-        return {};
+        throw LoadError("the picture is damaged");
     }
     return bitmap;
+}
+
+UniqueBitmap Decode(const wchar_t* path) {
+    // Must outlive every interface below.
+    const ComApartment apartment;
+    if (!apartment) {
+        throw LoadError("COM is unavailable");
+    }
+    Frame frame;
+    if (!path || FAILED(ReadFrame(path, frame))) {
+        throw LoadError("not a picture that the system can decode");
+    }
+    RequireShowable(frame);
+    return CopyFrame(frame);
 }
 
 }  // namespace
 
 UniqueBitmap DecodeImageFile(const wchar_t* path, std::string& reason) {
-    // Outlives every interface below.
-    const ComApartment apartment;
-    if (!apartment) {
-        reason = "no COM apartment can be had to decode it";
-        return {};
-    }
-    Frame frame;
-    if (!path || FAILED(ReadFrame(path, frame))) {
-        reason = "it is no picture that the system can read";
-        return {};
-    }
-    reason = FaultOfFrame(frame);
-    return reason.empty() ? CopyFrame(frame, reason) : UniqueBitmap();
+    UniqueBitmap bitmap;
+    reason = FailureOf([&] { bitmap = Decode(path); });
+    return bitmap;
 }
 
 }  // namespace pixelforge

@@ -1,11 +1,11 @@
-// The native build decodes no pictures and cuts none.
-#include "media/cube_cross.h"
+// Native stand-ins: pictures can neither be decoded nor cut.
+#include "media/cube_map.h"
 #include "media/image_decoder.h"
 
 namespace pixelforge {
 
 UniqueBitmap DecodeImageFile(const wchar_t*, std::string& reason) {
-    reason = "pictures cannot be decoded here";
+    reason = "this build cannot decode pictures";
     return {};
 }
 

@@ -1,4 +1,4 @@
-// Reading and judging of volume headers.
+// Reads and validates volume headers.
 #include "media/volume_file.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ std::uint32_t WordAt(std::span<const std::uint8_t> file, std::size_t index) noex
            std::uint32_t{bytes[3]} << 24;
 }
 
-/// Four channels too are read as one byte a voxel.
+/// With four channels as well, one byte per voxel is read.
 std::uint64_t BytesReadPerVoxel(std::uint8_t channels) noexcept {
     return channels == 2 ? 2 : 1;
 }
@@ -40,13 +40,13 @@ const char* FaultOfVolume(const VolumeHeader& header, std::uint64_t fileBytes,
                           std::uint32_t largestSide) noexcept {
     const auto [shortest, longest] = std::minmax({header.width, header.height, header.depth});
     if (shortest == 0 || longest > largestSide) {
-        return "a side of the volume is 0 or larger than the system can show";
+        return "a side of the volume is 0 or above the driver's limit";
     }
     if (header.channels != 1 && header.channels != 2 && header.channels != 4) {
         return "a volume has 1, 2 or 4 channels";
     }
     if (fileBytes < kVolumeHeaderBytes || !HoldsVoxels(header, fileBytes - kVolumeHeaderBytes)) {
-        return "the file holds fewer voxels than its header says";
+        return "the file has fewer voxels than its header claims";
     }
     return nullptr;
 }

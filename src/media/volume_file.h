@@ -1,4 +1,4 @@
-// Volume files: a header of 20 bytes and the voxels. docs/volume_files.md describes the layout.
+// Volume files: a header of 20 bytes, then the voxels. docs/volume_files.md describes the layout.
 #pragma once
 
 #include <cstdint>
@@ -16,11 +16,11 @@ struct VolumeHeader {
     std::uint8_t channels;
 };
 
-/// Nothing for bytes that do not begin with a whole header. What the header says is not judged.
+/// std::nullopt if the bytes do not start with a complete header. Its values are not validated.
 std::optional<VolumeHeader> ReadVolumeHeader(std::span<const std::uint8_t> file) noexcept;
 
-/// Why a volume cannot be shown, as one clause, or null for one that can: its sides are 1 to `largestSide`,
-/// its channels 1, 2 or 4, and the `fileBytes` bytes of its file hold every voxel that is read.
+/// Why a volume cannot be shown, as one clause; null for a valid one: sides of 1 to `largestSide`, 1, 2 or 4
+/// channels, and a file of `fileBytes` bytes that holds every voxel to be read.
 const char* FaultOfVolume(const VolumeHeader& header, std::uint64_t fileBytes,
                           std::uint32_t largestSide) noexcept;
 

@@ -1,4 +1,4 @@
-// The colour progression, the tiling values and the host framework's call points.
+// The colour progression, the tiling values and the host framework's animation blocks.
 #include "module/animation.h"
 
 #include <limits>
@@ -17,10 +17,10 @@ std::int32_t Truncate(float value) noexcept {
     if (!(value == value)) {
         return 0;
     }
-    if (value >= 2147483648.0f) {
+    if (value >= 2147483648.0F) {
         return std::numeric_limits<std::int32_t>::max();
     }
-    if (value < -2147483648.0f) {
+    if (value < -2147483648.0F) {
         return std::numeric_limits<std::int32_t>::min();
     }
     return static_cast<std::int32_t>(value);
@@ -36,7 +36,7 @@ std::int32_t Saturate(std::int64_t value) noexcept {
     return static_cast<std::int32_t>(value);
 }
 
-/// Pixels that a step control of the host framework stands for; such a control at 1 means no step.
+/// Converts a step control of the host framework to pixels; 1 means no step.
 std::int32_t StepPixels(const ControlRecord* control, std::int32_t width) noexcept {
     const std::int64_t value = control ? control->whole.value[0] : 1;
     return Saturate((value - 1) * width / 300);
@@ -60,7 +60,7 @@ void SeedMultiColor(ModuleInstance& instance, std::int32_t mode, std::int32_t wi
 
 void DrawFreshPhases(ModuleInstance& instance, RandomSource random) noexcept {
     for (float& position : instance.colorPosition) {
-        position = static_cast<float>(random() >> 8) * 0x1p-24F;  // below 1 as a float, too
+        position = static_cast<float>(random() >> 8) * 0x1p-24F;  // also below 1 once rounded to float
     }
     instance.multiColor.mode %= 5;
     instance.multiColor.currentEntry %= 3;
@@ -71,12 +71,12 @@ float LastColor(std::int32_t levelDivisor) noexcept {
     return static_cast<float>(static_cast<std::int64_t>(levelDivisor) - 1);
 }
 
-/// The colour that lies `value` of the way through the host's palette.
+/// The colour at the fraction `value` of the host's palette.
 std::int32_t PaletteIndex(std::int32_t levelDivisor, float value) noexcept {
     return levelDivisor == 0 ? 0 : Truncate(LastColor(levelDivisor) * value);
 }
 
-void TakeColorControls(ModuleInstance& instance, std::int32_t levelDivisor) noexcept {
+void ApplyColorControls(ModuleInstance& instance, std::int32_t levelDivisor) noexcept {
     ColorBlock& color = instance.color;
     color.enabled = 1;
     color.progress = DecimalValue(instance, control::kColorIndex);
@@ -88,7 +88,7 @@ void TakeColorControls(ModuleInstance& instance, std::int32_t levelDivisor) noex
     }
 }
 
-void TakeTilingControls(ModuleInstance& instance) noexcept {
+void ApplyTilingControls(ModuleInstance& instance) noexcept {
     TilingBlock& tiling = instance.tiling;
     tiling.tilesX = WholeValue(instance, control::kXTiling);
     tiling.tilesY = WholeValue(instance, control::kYTiling);
@@ -99,9 +99,9 @@ void TakeTilingControls(ModuleInstance& instance) noexcept {
     }
 }
 
-/// Flags 0x20 and 0x80, and without flag 0x80000000 a fifth tiling value, belong to groups of the host
-/// framework that this module declares no controls for: there is nothing to take.
-void TakeControls(ModuleInstance& instance, const DrawContext& context) noexcept {
+/// Flags 0x20 and 0x80, and a fifth tiling value without flag 0x80000000, belong to groups of the host
+/// framework for which this module declares no controls.
+void ApplyControls(ModuleInstance& instance, const DrawContext& context) noexcept {
     using namespace animation;
     const std::uint32_t flags = instance.animationFlags;
     if ((flags & (kModeFromControl | kMultiColor)) && instance.multiColor.modeControl) {
@@ -114,20 +114,20 @@ void TakeControls(ModuleInstance& instance, const DrawContext& context) noexcept
         SeedMultiColor(instance, instance.progressionMode, context.width);
     }
     if (flags & kColor) {
-        TakeColorControls(instance, context.levelDivisor);
+        ApplyColorControls(instance, context.levelDivisor);
     }
     if (flags & animation::kTiling) {
-        TakeTilingControls(instance);
+        ApplyTilingControls(instance);
     }
 }
 
-/// Keeps the progress within 0 to 1; at either end (and on a NaN) the direction turns.
+/// Keeps the progress within 0 to 1; at either end, and on a NaN, the direction reverses.
 void StepProgress(ColorBlock& color) noexcept {
     color.progress += color.rate;
-    if (color.progress > 1.0f) {
-        color.progress = 1.0f;
-    } else if (!(color.progress >= 0.0f)) {
-        color.progress = 0.0f;
+    if (color.progress > 1.0F) {
+        color.progress = 1.0F;
+    } else if (!(color.progress >= 0.0F)) {
+        color.progress = 0.0F;
     } else {
         return;
     }
@@ -167,7 +167,7 @@ void StartAnimations(ModuleInstance& instance, std::int32_t width, RandomSource 
 }
 
 void AnimateFrame(ModuleInstance& instance, const DrawContext& context) noexcept {
-    TakeControls(instance, context);
+    ApplyControls(instance, context);
     const std::uint32_t flags = instance.animationFlags;
     if (flags & animation::kMode13) {
         AdvanceFrameworkAnimation(instance.mode13Block);

@@ -1,4 +1,4 @@
-// Control animation: what happens to the working state once a frame, before the picture is drawn.
+// Control animation: updates the working state once a frame, before the picture is drawn.
 #pragma once
 
 #include "base/random.h"
@@ -18,11 +18,11 @@ inline constexpr std::uint32_t kSubBlocks = 0x80;
 inline constexpr std::uint32_t kDefault = 0x80000150;
 }  // namespace animation
 
-/// Starts the blocks that the flags name; part of every initialisation. `width` is the output's, in pixels.
+/// Starts the blocks selected by the flags; part of every initialisation. `width` is the output's, in pixels.
 void StartAnimations(ModuleInstance& instance, std::int32_t width,
                      RandomSource random = SystemRandom) noexcept;
 
-/// One frame: takes the controls' values into the working state, then advances what the flags name.
+/// One frame: copies the controls' values into the working state, then advances what the flags select.
 void AnimateFrame(ModuleInstance& instance, const DrawContext& context) noexcept;
 
 }  // namespace pixelforge

@@ -7,7 +7,7 @@
 namespace pixelforge {
 namespace {
 
-/// A literal with all its NULs, the implicit one included.
+/// A literal with all its NULs, including the implicit one.
 template <std::size_t N>
 constexpr std::wstring_view Units(const wchar_t (&literal)[N]) {
     return {literal, N};
@@ -26,7 +26,7 @@ constexpr ControlRow kTilingHeader =
 constexpr ControlRow kDrawingHeader =
     Header(Units(L"Drawing\0"), Units(L"Set the conditions for when the module will draw or reset\0"));
 
-// Each \t is a real tab: description, tab, pattern, and two tabs that end the list.
+// Description, tab, pattern; two tabs end the list.
 constexpr const wchar_t* kPlaylistFilter = L"Playlist Files\t*.playlist\t\t";
 constexpr const wchar_t* kPlaylistEditor = L"GlowBench.exe";
 
@@ -84,7 +84,7 @@ constexpr ControlRow kForegroundOnly = {ControlKind::Switch,
                                         {0.5, 0.5},
                                         {0, 0},
                                         [](ModuleInstance& instance) { return &instance.foregroundOnly; }};
-// Declared for the host; the pick from the playlist is random and does not read it.
+// Declared for the host only: the pick from the playlist is random.
 constexpr ControlRow kStartingIndex = {ControlKind::DecimalNumber,
                                        Units(L"General\0Starting Index\0"),
                                        Units(L"Starting position for animation\0"),
@@ -145,7 +145,7 @@ constexpr ControlRow kMirroring = {ControlKind::Switch,
                                    {0.5, 0.5},
                                    {1, 1},
                                    [](ModuleInstance& instance) { return &instance.tiling.mirroring; }};
-// Accepted and stored only: every tile is always drawn.
+// Accepted and stored, without effect: every tile is always drawn.
 constexpr ControlRow kTileMask = {ControlKind::BitMask,
                                   Units(L"Tiling\0Tile Mask\0"),
                                   Units(L"Controls which tiles are displayed\0"),
@@ -252,7 +252,7 @@ void FillRecord(ControlRecord& record, const ControlRow& row) {
     FillValueArea(record, row);
 }
 
-const ControlRecord* Kept(ModuleInstance& instance, const ControlRow& row) noexcept {
+const ControlRecord* RecordOf(ModuleInstance& instance, const ControlRow& row) noexcept {
     return *row.slot(instance);
 }
 
@@ -287,17 +287,17 @@ void CopyDoubleTerminated(wchar_t (&field)[kHostTextUnits], std::wstring_view te
 }
 
 std::int32_t WholeValue(ModuleInstance& instance, const ControlRow& row) noexcept {
-    const ControlRecord* record = Kept(instance, row);
+    const ControlRecord* record = RecordOf(instance, row);
     return record ? record->whole.value[0] : static_cast<std::int32_t>(row.value[0]);
 }
 
 float DecimalValue(ModuleInstance& instance, const ControlRow& row) noexcept {
-    const ControlRecord* record = Kept(instance, row);
+    const ControlRecord* record = RecordOf(instance, row);
     return record ? record->decimal.value[0] : static_cast<float>(row.value[0]);
 }
 
 bool SwitchValue(ModuleInstance& instance, const ControlRow& row) noexcept {
-    const ControlRecord* record = Kept(instance, row);
+    const ControlRecord* record = RecordOf(instance, row);
     return record ? record->toggle.value[1] != 0 : row.value[1] != 0.0;
 }
 

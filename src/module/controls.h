@@ -1,4 +1,4 @@
-// The settings that the module declares to the host, and how their current values are read.
+// The settings that the module declares to the host, and their current values.
 #pragma once
 
 #include <span>
@@ -9,7 +9,7 @@
 
 namespace pixelforge {
 
-/// One row of the control table. Texts hold their closing NULs.
+/// One row of the control table. Texts include their terminating NULs.
 struct ControlRow {
     ControlKind kind;
     std::wstring_view names;        ///< group NUL label NUL NUL
@@ -18,7 +18,7 @@ struct ControlRow {
     std::int32_t hostPair[2];
     double bounds[6];  ///< a switch uses the first two
     double value[2];
-    ControlRecord** (*slot)(ModuleInstance&);  ///< where the instance keeps the record; null for headers
+    ControlRecord** (*slot)(ModuleInstance&);  ///< the instance's pointer to the record; null for headers
 };
 
 namespace control {
@@ -29,18 +29,18 @@ extern const ControlRow kXTiling, kYTiling, kMirroring, kTileMask;
 extern const ControlRow kDrawEvent, kResetEvent, kMinResetTime;
 }  // namespace control
 
-/// Every row in the order of creation: "General", "Color", "Tiling", "Drawing", each with its header first.
+/// All rows in the order of creation: "General", "Color", "Tiling", "Drawing", each with its header first.
 std::span<const ControlRow* const> ControlTable() noexcept;
 
-/// Asks the host for one record per row, fills it and keeps its pointer. A record that the host does not
-/// hand out is left out; the others are still created. The host's record need not be zeroed.
+/// Allocates one record per row from the host, fills it and stores its pointer in the instance. Rows for
+/// which the host returns null are skipped. The host's records need not be zeroed.
 void BuildControls(ModuleInstance& instance, AllocateControl allocate, void* hostContext);
 
-/// Copies a text that ends in two NULs, both included, and clears the rest of the field. A text without
-/// that end within the field's 260 units is copied as empty.
+/// Copies a text that ends in two NULs, including both, and clears the rest of the field. A text without two
+/// NULs within the field's 260 units is copied as empty.
 void CopyDoubleTerminated(wchar_t (&field)[kHostTextUnits], std::wstring_view text) noexcept;
 
-/// Current values; a control that the host left out has its default.
+/// Current values; the default for a control that the host skipped.
 std::int32_t WholeValue(ModuleInstance& instance, const ControlRow& row) noexcept;
 float DecimalValue(ModuleInstance& instance, const ControlRow& row) noexcept;
 bool SwitchValue(ModuleInstance& instance, const ControlRow& row) noexcept;

@@ -1,9 +1,8 @@
-// The seven exported functions: null checks and the one wall that no exception passes.
+// The seven exported functions: null checks and the exception boundary.
 #include <windows.h>
 
 #include "module/frame_driver.h"
-#include "module/host_abi.h"
-#include "module/instance.h"
+#include "module/module_instance.h"
 
 namespace {
 
@@ -18,7 +17,7 @@ std::int32_t Guarded(Work work) noexcept {
 
 }  // namespace
 
-// Exported undecorated through the definition file alone; the linker drops its ordinals otherwise.
+// Exported undecorated, through the definition file only.
 extern "C" {
 
 std::int32_t ModuleGetDescription(pixelforge::ModuleDescription* description) {

@@ -5,8 +5,8 @@
 
 namespace pixelforge {
 
-/// Loads a shader when one is due, draws one frame and brings it into the host's bitmap. The caller's
-/// GL context is current again afterwards, whatever the outcome.
+/// Loads a shader if one is due, draws one frame and delivers it to the host's bitmap. Always restores the
+/// caller's GL context.
 FrameResult DrawFrame(ModuleInstance& instance, const DrawContext& context);
 
 }  // namespace pixelforge

@@ -3,22 +3,59 @@
 
 #include <windows.h>
 
-#include "base/debug_output.h"
+#include "base/bitmap.h"
+#include "base/win_handles.h"
 #include "module/animation.h"
 #include "module/controls.h"
-#include "module/error_screen.h"
-#include "module/frame_delivery.h"
 #include "module/module_instance.h"
 #include "module/shader_loader.h"
+#include "post/bitmap_adapter.h"
+#include "post/compositing.h"
 #include "render/gl_context.h"
 #include "render/gl_renderer.h"
-#include "render/pass_graph.h"
+#include "render/render_frame.h"
 
 namespace pixelforge {
 namespace {
 
-/// True when the host is to reset now. The first frame on which the reset control is on asks at once,
-/// because the next reset's tick starts at 0.
+constexpr COLORREF kErrorTextColor = RGB(30, 255, 60);
+
+/// Clears `needsLoad` during the load, as the host may call back into the module, and sets it again unless
+/// the load succeeds.
+class PendingLoad {
+public:
+    explicit PendingLoad(ModuleInstance& instance) noexcept : instance_(instance) { instance_.needsLoad = 0; }
+    ~PendingLoad() {
+        if (!succeeded_) {
+            instance_.errorFlag = 1;
+            instance_.needsLoad = 1;
+        }
+    }
+    PendingLoad(const PendingLoad&) = delete;
+    PendingLoad& operator=(const PendingLoad&) = delete;
+
+    bool Run(const DrawContext& context) {
+        succeeded_ = RunLoader(instance_, context);
+        return succeeded_;
+    }
+
+private:
+    ModuleInstance& instance_;
+    bool succeeded_ = false;
+};
+
+/// Uses GDI only: there may be no GL context.
+void DrawErrorScreen(const DrawContext& context) {
+    const GdiSelection target(context.dc, context.bitmap);
+    SetTextColor(context.dc, kErrorTextColor);
+    SetBkColor(context.dc, 0);
+    PatBlt(context.dc, 0, 0, context.width, context.height, BLACKNESS);
+    RECT area = {context.width / 5, context.height / 5, context.width, context.height};
+    DrawTextW(context.dc, L"Shader Error", -1, &area, DT_WORDBREAK);
+}
+
+/// True if the host is to reset now. As `nextResetTick` starts at 0, the first frame with the reset control
+/// on requests a reset immediately.
 bool ResetIsDue(ModuleInstance& instance) {
     if (!SwitchValue(instance, control::kResetEvent)) {
         return false;
@@ -36,21 +73,63 @@ bool RenderOneFrame(ModuleInstance& instance) {
     return RenderFrame(instance.renderer, &parameters, 1, 0, 0) != 0;
 }
 
-/// A failed load is tried again on every following frame; so is one without the memory to say why it failed.
-bool LoadPendingShader(ModuleInstance& instance, const DrawContext& context) {
-    bool loaded = false;
-    instance.needsLoad = 0;
-    try {
-        loaded = RunLoader(instance, context);
-    } catch (...) {
-        WriteDebugLine("cannot load a shader");
+/// The two bitmaps that a frame passes through. Empty pixels mean that there is no such section.
+struct FrameBitmaps {
+    SectionPixels own;
+    SectionPixels host;
+
+    bool AreBothPresent() const noexcept { return !own.bytes.empty() && !host.bytes.empty(); }
+};
+
+/// The record that the kernels expect.
+BITMAP RecordOf(const SectionPixels& pixels) noexcept {
+    BITMAP record = {};
+    record.bmWidth = pixels.width;
+    record.bmHeight = pixels.height;
+    record.bmBitsPixel = static_cast<WORD>(pixels.bitsPerPixel);
+    record.bmBits = pixels.bytes.data();
+    return record;
+}
+
+/// Transfers levels if the host wants them in this frame, else the colours of non-black pixels.
+void Composite(const FrameBitmaps& bitmaps, const DrawContext& context, bool foregroundOnly) {
+    if (!bitmaps.AreBothPresent()) {
+        return;
     }
-    if (loaded) {
-        return true;
+    const BITMAP own = RecordOf(bitmaps.own);
+    const BITMAP host = RecordOf(bitmaps.host);
+    const std::uint32_t count = SharedPixelCount(&own, &host);
+    if (context.levelOutput) {
+        LevelCopy(own.bmBits, host.bmBits, count, static_cast<std::uint32_t>(context.levelDivisor),
+                  foregroundOnly ? 1 : 0);
+    } else {
+        ForegroundCopy(own.bmBits, host.bmBits, count);
     }
-    instance.errorFlag = 1;
-    instance.needsLoad = 1;
-    return false;
+}
+
+/// Reads the frame straight into the host's bitmap or, off-screen, into the module's own. From there levels
+/// or foreground go to the host's; otherwise the frame stays in the own bitmap, for tiling.
+bool DeliverFrame(ModuleInstance& instance, const DrawContext& context, const FrameBitmaps& bitmaps) {
+    if (!ReadFrameIntoBitmap(instance.renderer, instance.useOffscreen ? bitmaps.own : bitmaps.host)) {
+        return false;
+    }
+    const bool foregroundOnly = SwitchValue(instance, control::kForegroundOnly);
+    if (instance.useOffscreen && (context.levelOutput || foregroundOnly)) {
+        Composite(bitmaps, context, foregroundOnly);
+    }
+    return true;
+}
+
+/// Replaces the host's picture by tiles of the own bitmap if there is more than one tile.
+void TileFrame(const ModuleInstance& instance, const DrawContext& context, const FrameBitmaps& bitmaps) {
+    const TilingBlock& tiling = instance.tiling;
+    if (static_cast<std::int64_t>(tiling.tilesX) + tiling.tilesY < 3 || !bitmaps.AreBothPresent()) {
+        return;
+    }
+    const BITMAP own = RecordOf(bitmaps.own);
+    const BITMAP host = RecordOf(bitmaps.host);
+    TileRemap(&host, &own, 0, 0, context.width, context.height, tiling.tilesX, tiling.tilesY,
+              tiling.flipOddTiles);
 }
 
 }  // namespace
@@ -58,7 +137,7 @@ bool LoadPendingShader(ModuleInstance& instance, const DrawContext& context) {
 FrameResult DrawFrame(ModuleInstance& instance, const DrawContext& context) {
     const CurrentContextKeeper callersContext;
     if (instance.needsLoad) {
-        if (!LoadPendingShader(instance, context)) {
+        if (!PendingLoad(instance).Run(context)) {
             return FrameResult::Failed;
         }
         if (instance.errorFlag) {
@@ -78,10 +157,14 @@ FrameResult DrawFrame(ModuleInstance& instance, const DrawContext& context) {
         return FrameResult::NothingDrawn;
     }
     AnimateFrame(instance, context);
-    if (!RenderOneFrame(instance) || !DeliverFrame(instance, context)) {
+    if (!RenderOneFrame(instance)) {
         return FrameResult::Failed;
     }
-    TileFrame(instance, context);
+    const FrameBitmaps bitmaps = {PixelsOf(instance.offscreenBitmap), PixelsOf(context.bitmap)};
+    if (!DeliverFrame(instance, context, bitmaps)) {
+        return FrameResult::Failed;
+    }
+    TileFrame(instance, context, bitmaps);
     return FrameResult::Drawn;
 }
 

@@ -16,7 +16,7 @@ struct ModuleInstance;
 /// Units of every text field in these records, the terminator included.
 inline constexpr std::size_t kHostTextUnits = 260;
 
-/// Filled by `ModuleGetDescription`, owned by the host. The meaning of the numbers is the host's.
+/// Filled by `ModuleGetDescription`, owned by the host, which alone knows what the numbers mean.
 struct ModuleDescription {
     std::uint32_t leading[4];
     wchar_t displayName[kHostTextUnits];
@@ -25,7 +25,7 @@ struct ModuleDescription {
     wchar_t buildText[kHostTextUnits];
 };
 
-/// Takes one wide text: rich text to show, or an empty text to clear what is shown.
+/// Receives rich text to show, or an empty text to clear it.
 using InfoTextCallback = void (*)(const wchar_t* text);
 
 /// The host's record for one display, passed to pre-initialisation, initialisation and every frame.
@@ -72,7 +72,7 @@ struct SwitchArea {
 
 struct FileListArea {
     const wchar_t* filter;      ///< description, tab, pattern, two tabs; static, owned by the module
-    const wchar_t* editorName;  ///< file name of the tool that edits such files; static as well
+    const wchar_t* editorName;  ///< file name of the tool that edits such files; static, owned by the module
     void* reserved;
     std::uint16_t reserved16;
     wchar_t fileName[kHostTextUnits];  ///< the selected file's name
@@ -82,7 +82,7 @@ struct BitMaskArea {
     std::int32_t gridSize[2];  ///< columns and rows
 };
 
-/// One setting, allocated and owned by the host; the module fills it once and reads its value later.
+/// One setting, allocated and owned by the host. The module fills it once and later reads its value.
 struct ControlRecord {
     ControlKind kind;
     std::uint32_t one;
@@ -99,19 +99,19 @@ struct ControlRecord {
     };
 };
 
-/// The host's function that hands out one control record, or null to leave that control out.
+/// The host's function that allocates one control record; null skips that control.
 using AllocateControl = ControlRecord* (*)(void* hostContext);
 
-/// What `ModuleDrawFrame` answers.
+/// Results of `ModuleDrawFrame`.
 enum class FrameResult : std::int32_t {
-    Failed = 0,  ///< loading, the GL context, rendering or read-back failed; called again, it tries again
-    Drawn = 1,   ///< a new frame is in the host's bitmap
+    Failed = 0,        ///< loading, the GL context, rendering or read-back failed; the next call retries
+    Drawn = 1,         ///< a new frame is in the host's bitmap
     ResetWanted = 2,   ///< the host is to call `ModuleInitialize` again
-    NothingDrawn = 3,  ///< the error screen was drawn, or drawing is switched off
+    NothingDrawn = 3,  ///< the error screen was drawn, or drawing is off
 };
 
-/// The exports, in the order in which the host calls them. All run on the host's calling thread and
-/// answer 0 for a null record.
+/// The exports, in the order in which the host calls them. All run on the host's calling thread and return 0
+/// for a null record.
 using ModuleGetDescriptionFunction = std::int32_t (*)(ModuleDescription* description);
 using ModuleBuildControlStructureFunction = std::int32_t (*)(ModuleInstance** instance, void* unused,
                                                              AllocateControl allocate, void* hostContext);
@@ -121,7 +121,7 @@ using ModuleDrawFrameFunction = std::int32_t (*)(ModuleInstance* instance, DrawC
 using ModuleCleanUpFunction = std::int32_t (*)(ModuleInstance* instance);
 using ModuleDestroyControlStructureFunction = std::int32_t (*)(ModuleInstance* instance);
 
-// The layout is fixed where wchar_t is a UTF-16 unit, that is in every build that a host can load.
+// The layout is fixed where wchar_t is a UTF-16 unit: in every build that a host can load.
 inline constexpr bool kHasHostLayout = sizeof(wchar_t) == 2;
 static_assert(offsetof(ModuleDescription, leading) == 0);
 static_assert(!kHasHostLayout || offsetof(ModuleDescription, displayName) == 16);

@@ -1,10 +1,10 @@
-// Which folders belong to a host program.
+// Finds the folders of a host program.
 #include "module/host_folders.h"
 
 #include <algorithm>
 #include <string_view>
 
-#include "service/cache_names.h"
+#include "base/file.h"
 
 namespace pixelforge {
 namespace {
@@ -17,7 +17,7 @@ void CopyWithoutTrailingSlashes(wchar_t (&field)[kPathUnits], std::wstring_view 
     CopyCut(field, path.substr(0, path.find_last_not_of(L'\\') + 1));
 }
 
-/// Empty when the program's folder does not fit.
+/// Empty if the program's folder does not fit.
 void CopyProgramFolder(wchar_t (&field)[kPathUnits], const wchar_t* programPath) noexcept {
     wchar_t folder[kPathUnits] = {};
     FolderOfPath(programPath, folder);

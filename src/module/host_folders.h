@@ -1,13 +1,13 @@
-// The host's program, library and data folders, found the way the host finds them.
+// The host's program, library and data folders, found as the host itself finds them.
 #pragma once
 
 #include "base/text.h"
 
 namespace pixelforge {
 
-/// What the system says about the process; any of them may be empty, none null.
+/// What the system reports about the process. Fields may be empty but not null.
 struct HostSurroundings {
-    const wchar_t* programPath;   ///< of the process's main module
+    const wchar_t* programPath;   ///< the process's executable
     const wchar_t* programFiles;  ///< the Program Files folder
     const wchar_t* appData;       ///< the roaming application-data folder
 };
@@ -17,18 +17,16 @@ struct HostFolders {
     wchar_t program[kPathUnits];
     wchar_t library[kPathUnits];
     wchar_t data[kPathUnits];
-    const wchar_t* mode;  ///< for display: "Debugging", "Installed\n" or "Portable\n"; the host's own texts
+    const wchar_t* mode;  ///< the host's display text: "Debugging", "Installed\n" or "Portable\n"
 };
 
-/// Debugging when the program runs below "D:\C\Projects\", else installed when it runs below the Program
-/// Files folder, else portable. Prefixes are compared without regard to case, as the file system does.
+/// Debugging if the program runs below "D:\C\Projects\", installed if below the Program Files folder, else
+/// portable. Like the file system, ignores case.
 HostFolders FindHostFolders(const HostSurroundings& surroundings) noexcept;
 
-/// Finds the folders, publishes them as "EXE_BASEFOLDER", "DLL_BASEFOLDER" and "DAT_BASEFOLDER" in the
-/// process's environment, expands the path table and makes the cache folders. Runs once, at process attach.
+/// Finds the folders, publishes them in the process's environment as "EXE_BASEFOLDER", "DLL_BASEFOLDER" and
+/// "DAT_BASEFOLDER", expands the table of standard paths and creates the cache folders. Runs once, at process
+/// attach.
 void PrepareHostFolders() noexcept;
-
-/// The mode's text; "Unknown" before `PrepareHostFolders`.
-const wchar_t* InstallationMode() noexcept;
 
 }  // namespace pixelforge

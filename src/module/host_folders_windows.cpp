@@ -1,18 +1,54 @@
-// Asks the system for the host's folders and publishes them.
+// Queries the system for the host's folders and publishes them.
+#include "module/host_folders.h"
+
 #include <windows.h>
 
 #include <shlobj.h>
 
-#include "module/host_folders.h"
-#include "module/standard_paths.h"
 #include "service/shader_cache.h"
 
 namespace pixelforge {
 namespace {
 
-const wchar_t* installationMode = L"Unknown";
+using PathField = wchar_t[kPathUnits];
 
-/// Empty when the path does not fit: a cut one would name something else.
+/// Entries that the module itself uses.
+constexpr std::size_t kModuleDataPath = 21;
+constexpr std::size_t kCacheRootPath = 22;
+
+/// The host framework's standard paths, in its order; expanded in place. The file names of the host's library
+/// and other tool (entries 14 and 18) are placeholders: nothing here opens them.
+PathField standardPaths[] = {
+    L"%EXE_BASEFOLDER%",
+    L"%DLL_BASEFOLDER%",
+    L"%DAT_BASEFOLDER%",
+    L"%DAT_BASEFOLDER%\\Globals.XML",
+    L"%DAT_BASEFOLDER%\\Favorites.XML",
+    L"%DAT_BASEFOLDER%\\Presets",
+    L"%DAT_BASEFOLDER%\\Presets\\*.KV",
+    L"%DLL_BASEFOLDER%\\*.DLL",
+    L"%DAT_BASEFOLDER%\\Fragments",
+    L"%DAT_BASEFOLDER%\\Fragments\\*.KVF",
+    L"%DAT_BASEFOLDER%\\Images",
+    L"%DAT_BASEFOLDER%\\Images\\*.*",
+    L"%DAT_BASEFOLDER%\\Shaders",
+    L"%DAT_BASEFOLDER%\\Shaders\\*.glsl",
+    L"%DLL_BASEFOLDER%\\MoonreelLibrary.dll",
+    L"%DAT_BASEFOLDER%\\Palettes",
+    L"%DAT_BASEFOLDER%\\Objects",
+    L"%DAT_BASEFOLDER%\\ScreenShots",
+    L"%EXE_BASEFOLDER%\\MoonreelTool.exe",
+    L"%DAT_BASEFOLDER%\\UI",
+    L"%EXE_BASEFOLDER%\\GlowBench.exe",
+    L"%DAT_BASEFOLDER%\\Pixelforge",
+    L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache",
+    L"%DAT_BASEFOLDER%\\Pixelforge\\Shaders",
+    L"%DAT_BASEFOLDER%\\Pixelforge\\Shaders\\*.json",
+    L"%DAT_BASEFOLDER%\\Pixelforge\\Playlists",
+    L"%DAT_BASEFOLDER%\\Pixelforge\\Playlists\\*.playlist",
+};
+
+/// Empty if the path does not fit: a truncated one would name something else.
 void ReadProgramPath(PathField& path) noexcept {
     const DWORD length = GetModuleFileNameW(nullptr, path, kPathUnits);
     if (length >= kPathUnits) {
@@ -42,7 +78,7 @@ void Publish(const HostFolders& folders) noexcept {
     SetEnvironmentVariableW(L"DAT_BASEFOLDER", folders.data);
 }
 
-/// A path that does not fit becomes empty, and what would have been made there is left out.
+/// A path that does not fit becomes empty; nothing is then created there.
 void ExpandInPlace(PathField& path) noexcept {
     PathField expanded = {};
     const DWORD units = ExpandEnvironmentStringsW(path, expanded, kPathUnits);
@@ -51,13 +87,8 @@ void ExpandInPlace(PathField& path) noexcept {
 
 }  // namespace
 
-const wchar_t* InstallationMode() noexcept {
-    return installationMode;
-}
-
 void PrepareHostFolders() noexcept {
     const HostFolders folders = FindOwnHostFolders();
-    installationMode = folders.mode;
     Publish(folders);
     for (PathField& path : standardPaths) {
         ExpandInPlace(path);

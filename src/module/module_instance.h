@@ -1,4 +1,5 @@
-// The per-instance record that the host holds and hands back on every call.
+// The per-instance record that the host passes back on every call, and its life: the bodies of the exports
+// around the frame.
 #pragma once
 
 #include <cstddef>
@@ -15,15 +16,15 @@ struct IncludeContext;
 
 inline constexpr std::size_t kInfoTextUnits = 4096;
 
-/// An animation block of the host framework. What a mode does is the framework's business; this module
-/// only starts and advances blocks, and none of them runs with its default flags.
+/// An animation block of the host framework, which defines the modes. This module only starts and advances
+/// blocks, and with the default flags none of them runs.
 struct FrameworkAnimation {
     std::int32_t mode;
     std::uint32_t steps;  ///< frames since the start
 };
 
-/// Multi-colour progression of the host framework (flag 0x08). Its controls are the framework's, so
-/// their pointers stay null here.
+/// Multi-colour progression of the host framework (flag 0x08). The framework owns its controls; the pointers
+/// stay null here.
 struct MultiColorBlock {
     ControlRecord* modeControl;
     ControlRecord* stepControl;
@@ -57,8 +58,8 @@ struct TilingBlock {
     std::int32_t flipOddTiles;
 };
 
-/// Allocated zero-filled by `ModuleBuildControlStructure`, freed by `ModuleDestroyControlStructure`.
-/// Pointers to control records belong to the host and may be null; the other pointers are owned.
+/// Allocated zero-filled by `ModuleBuildControlStructure`, freed by `ModuleDestroyControlStructure`. Control
+/// records belong to the host, and their pointers may be null; the other pointers are owned.
 struct ModuleInstance {
     ControlRecord* fastBuffers;
     ControlRecord* multiSample;
@@ -95,7 +96,7 @@ struct ModuleInstance {
     std::int32_t needsLoad;
     InfoTextCallback infoTextCallback;
     wchar_t editorPath[kPathUnits];    ///< with forward slashes, or empty
-    wchar_t infoText[kInfoTextUnits];  ///< the rich text that the host was handed last
+    wchar_t infoText[kInfoTextUnits];  ///< the rich text last passed to the host
 };
 
 static_assert(offsetof(ModuleInstance, fastBuffers) == 0);
@@ -110,5 +111,24 @@ static_assert(offsetof(ModuleInstance, session) == 64);
 static_assert(offsetof(ModuleInstance, includeState) == 72);
 static_assert(offsetof(ModuleInstance, animationFlags) == 80);
 static_assert(offsetof(ModuleInstance, progressionMode) == 84);
+
+/// Fills the host's record; the build text holds the compile time.
+std::int32_t DescribeModule(ModuleDescription& description) noexcept;
+
+/// Stores a new instance for the host and creates the controls. 0 if the heap is exhausted.
+std::int32_t BuildInstance(ModuleInstance** instance, AllocateControl allocate, void* hostContext);
+
+/// Sets up session, include folder, off-screen bitmap and editor path. A repeated call replaces the bitmap
+/// and the include context but keeps the session.
+std::int32_t PrepareInstance(ModuleInstance& instance, const DrawContext& context);
+
+/// Schedules a load for the next frame.
+std::int32_t ScheduleLoad(ModuleInstance& instance, const DrawContext& context) noexcept;
+
+/// Clears the host's overlay; releases nothing.
+std::int32_t ClearOverlay(const ModuleInstance& instance);
+
+/// Releases the instance and everything that it owns.
+std::int32_t DestroyInstance(ModuleInstance* instance);
 
 }  // namespace pixelforge

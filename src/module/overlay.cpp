@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "base/text.h"
-#include "service/service_host.h"
+#include "service/service_urls.h"
 
 namespace pixelforge {
 namespace {
@@ -43,7 +43,7 @@ void RemoveTrailingLineEnds(wchar_t (&field)[N]) noexcept {
     }
 }
 
-/// Joins as many units as fit before the terminator; `text` holds at least one unit.
+/// Joins as many units as fit before the terminator; `text` has at least one unit.
 void JoinCut(Pieces pieces, std::span<wchar_t> text) noexcept {
     std::size_t used = 0;
     for (const std::wstring_view piece : pieces) {

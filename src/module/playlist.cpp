@@ -1,4 +1,4 @@
-// Splits a playlist into lines and draws one.
+// Splits a playlist into lines and picks one.
 #include "module/playlist.h"
 
 #include <iterator>
@@ -11,7 +11,7 @@
 namespace pixelforge {
 namespace {
 
-/// The file's text with "\n" line ends, or null for a file that is empty or cannot be read.
+/// The file's text with "\n" line ends; null if it is empty or cannot be read.
 HeapBytes ReadPlaylist(const wchar_t* path) {
     std::uint32_t size = 0;
     HeapBytes block = ReadWholeFile(path, &size);

@@ -1,4 +1,4 @@
-// Playlists: plain text files that list one shader a line.
+// Playlists: plain text files with one shader per line.
 #pragma once
 
 #include <cstddef>
@@ -7,13 +7,13 @@
 
 namespace pixelforge {
 
-/// Units of an identifier, the terminator included.
+/// Units of an identifier, including the terminator.
 inline constexpr std::size_t kShaderIdUnits = 20;
 
-/// Picks one line of the playlist at random and writes it to `id`, NUL-terminated. The file is text in the
-/// ANSI code page with line ends of any origin; empty lines do not count. False, with `id` empty, when the
-/// file cannot be read, holds no line, or the picked line has more than 19 UTF-16 units. Text behind the
-/// last line end is no line: the file's last entry needs its line end.
+/// Picks a random line of the playlist and writes it to `id`, NUL-terminated. The file is text in the ANSI
+/// code page with any kind of line ends; empty lines are skipped. False, with `id` empty, if the file cannot
+/// be read or has no line, or if the picked line exceeds 19 UTF-16 units. Text after the last line end is
+/// ignored: the last entry needs its line end.
 bool PickShaderId(const wchar_t* playlistPath, wchar_t (&id)[kShaderIdUnits],
                   RandomSource random = SystemRandom);
 

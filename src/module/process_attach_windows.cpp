@@ -1,8 +1,10 @@
-// What happens when the library is loaded into a process and unloaded from it.
+// Process attach and detach.
 #include <windows.h>
 
-#include <cstddef>
+#include <mutex>
 
+#include "base/heap.h"
+#include "base/win_handles.h"
 #include "inputs/audio_capture.h"
 #include "module/host_folders.h"
 
@@ -14,13 +16,13 @@ void __freeres();
 
 namespace {
 
-// Guards the use count. The system serialises these calls already; the section also covers what later
-// runs beside them on threads of the module's own.
-CRITICAL_SECTION loadLock;
+/// Guards the use count, although the system serialises these calls. Created by attach and destroyed by
+/// detach; a static object would also be destroyed at process exit.
+pixelforge::CriticalSection* loadLock = nullptr;
 int loadCount = 0;
 
-/// The live inputs and the cache folders are shared by all instances. The sound capture starts here
-/// first, because a failure refuses the load; the cache folders are prepared after it.
+/// The live inputs and the cache folders are shared by all instances. The sound capture comes first because
+/// only its failure refuses the load.
 bool StartSharedServices() {
     if (pixelforge::StartAudioCapture() == 0) {
         return false;
@@ -29,42 +31,54 @@ bool StartSharedServices() {
     return true;
 }
 
-void StopSharedServices() {
-    pixelforge::StopAudioCapture();
+void DestroyLoadLock() {
+    pixelforge::HeapRecord<pixelforge::CriticalSection>(loadLock).reset();
+    loadLock = nullptr;
 }
 
-bool Attach(HMODULE module) {
-    InitializeCriticalSection(&loadLock);
-    EnterCriticalSection(&loadLock);
+bool AddUse() {
+    const std::lock_guard lock(*loadLock);
     if (loadCount == 0 && !StartSharedServices()) {
-        LeaveCriticalSection(&loadLock);
-        DeleteCriticalSection(&loadLock);
         return false;
     }
     ++loadCount;
-    LeaveCriticalSection(&loadLock);
+    return true;
+}
+
+bool Attach(HMODULE module) {
+    loadLock = pixelforge::NewHeapRecord<pixelforge::CriticalSection>().release();
+    if (!loadLock) {
+        return false;
+    }
+    if (!AddUse()) {
+        DestroyLoadLock();
+        return false;
+    }
     DisableThreadLibraryCalls(module);
     return true;
 }
 
+void RemoveUse() {
+    const std::lock_guard lock(*loadLock);
+    if (loadCount == 1) {
+        pixelforge::StopAudioCapture();
+    }
+    --loadCount;
+}
+
 void Detach() {
-    // The system calls this after a refused load too, when the lock is gone already.
+    // The system also calls this after a refused load, when the lock no longer exists.
     if (loadCount == 0) {
         return;
     }
-    EnterCriticalSection(&loadLock);
-    if (loadCount == 1) {
-        StopSharedServices();
-    }
-    --loadCount;
-    LeaveCriticalSection(&loadLock);
+    RemoveUse();
     if (loadCount == 0) {
-        DeleteCriticalSection(&loadLock);
+        DestroyLoadLock();
     }
 }
 
-/// The C++ library inside this one takes 70 KB for exceptions in need when it is loaded, and would leave them
-/// behind at every unloading. No exception is thrown after this.
+/// At load the C++ library linked into this DLL allocates a 70 KB reserve for exceptions, and never frees it.
+/// No exception is thrown after this.
 void FreeExceptionReserve() {
 #ifdef __GLIBCXX__
     __gnu_cxx::__freeres();
@@ -77,7 +91,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {
         return Attach(module) ? TRUE : FALSE;
     }
-    // When the process ends its other threads are gone already, and what they held stays locked.
+    // At process exit the other threads are already gone, and the locks that they held stay locked.
     if (reason == DLL_PROCESS_DETACH && !processEnds) {
         Detach();
         FreeExceptionReserve();

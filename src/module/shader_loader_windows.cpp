@@ -3,18 +3,14 @@
 
 #include <windows.h>
 
-#include <exception>
-#include <string>
-
 #include "base/debug_output.h"
+#include "base/load_error.h"
 #include "base/text.h"
-#include "glsl/include_preprocessor.h"
+#include "glsl/include_table.h"
 #include "module/controls.h"
-#include "module/load_shader.h"
 #include "module/module_instance.h"
 #include "module/overlay.h"
 #include "module/playlist.h"
-#include "render/build_settings.h"
 #include "render/gl_renderer.h"
 #include "render/pass_graph.h"
 
@@ -28,52 +24,43 @@ void DestroyRenderer(ModuleInstance& instance) {
     instance.renderer = nullptr;
 }
 
-/// The host calls again at once after a failed load; without a playlist there is nothing to wait for, so
-/// a short pause keeps that loop from eating a core.
-bool PlaylistIsChosen(const ModuleInstance& instance, std::string& reason) {
-    if (instance.playlistFiles && instance.playlistFiles->files.fileName[0]) {
-        return true;
+/// The host retries a failed load immediately; the pause keeps it from busy-waiting for a playlist.
+void RequirePlaylist(const ModuleInstance& instance) {
+    if (!instance.playlistFiles || !instance.playlistFiles->files.fileName[0]) {
+        Sleep(kNoPlaylistPauseMilliseconds);
+        throw LoadError("no playlist is selected");
     }
-    Sleep(kNoPlaylistPauseMilliseconds);
-    reason = "no playlist is chosen";
-    return false;
 }
 
-bool CreateRenderer(ModuleInstance& instance, const DrawContext& context, std::string& reason) {
+void CreateRenderer(ModuleInstance& instance, const DrawContext& context) {
     if (context.width < 1 || context.height < 1) {
-        reason = "the host asks for a frame without pixels";
-        return false;
+        throw LoadError("the host's frame has no pixels");
     }
     SetBufferFormat(SwitchValue(instance, control::kFastBuffers));
     instance.renderer = CreateGlRenderer(instance.renderWindow, context.width, context.height).release();
-    if (instance.renderer && instance.renderer->contextReady && instance.renderer->glewReady) {
-        instance.errorFlag = 0;
-        return true;
+    if (!instance.renderer || !instance.renderer->contextReady || !instance.renderer->glewReady) {
+        throw LoadError("no usable OpenGL context");
     }
-    reason = "no usable OpenGL context";
-    return false;
+    instance.errorFlag = 0;
 }
 
-bool PickFromPlaylist(const ModuleInstance& instance, wchar_t (&id)[kShaderIdUnits], std::string& reason) {
+void PickFromPlaylist(const ModuleInstance& instance, wchar_t (&id)[kShaderIdUnits]) {
     wchar_t path[kPathUnits];
     FormatBounded(path, kPathUnits, L"D:\\Moonreel\\Pixelforge\\Playlists\\%s",
                   instance.playlistFiles->files.fileName);
-    if (PickShaderId(path, id)) {
-        return true;
+    if (!PickShaderId(path, id)) {
+        throw LoadError("cannot pick an identifier from the playlist " + ToUtf8(path));
     }
-    reason = "no identifier can be picked from the playlist " + ToUtf8(path);
-    return false;
 }
 
-bool LoadDocument(ModuleInstance& instance, const wchar_t* id, std::string& reason) {
-    if (LoadShaderById(instance.session, id, &instance.renderer->document, reason)) {
-        return true;
+void LoadDocument(ModuleInstance& instance, const wchar_t* id) {
+    std::string reason;
+    if (!LoadShaderById(instance.session, id, &instance.renderer->document, reason)) {
+        throw LoadError(reason);
     }
-    reason = ToUtf8(id) + ": " + reason;
-    return false;
 }
 
-/// A notice that is too long is dropped; the host then keeps what it was handed before.
+/// A notice that is too long is dropped; the host then keeps the previous one.
 void ShowOverlay(ModuleInstance& instance) {
     if (!ComposeInfoText(instance.renderer->document.info, instance.editorPath, instance.infoText)) {
         return;
@@ -83,44 +70,36 @@ void ShowOverlay(ModuleInstance& instance) {
     }
 }
 
-bool BuildGraph(ModuleInstance& instance, const wchar_t* id, std::string& reason) {
-    instance.renderer->hostWindow = instance.renderWindow;
+void BuildGraph(ModuleInstance& instance) {
     instance.renderer->includes = instance.includeState;
     if (instance.includeState) {
         instance.includeState->plainNamesOnly = instance.renderer->document.origin == DocumentOrigin::Service;
     }
     SetSampleExponent(WholeValue(instance, control::kMultiSample));
-    if (BuildPassGraph(*instance.renderer, reason)) {
-        return true;
-    }
-    reason = ToUtf8(id) + ": " + reason;
-    return false;
+    BuildPassGraph(*instance.renderer);
 }
 
-bool RunSteps(ModuleInstance& instance, const DrawContext& context, std::string& reason) {
-    wchar_t id[kShaderIdUnits];
+/// `id` receives the picked identifier.
+void RunSteps(ModuleInstance& instance, const DrawContext& context, wchar_t (&id)[kShaderIdUnits]) {
     DestroyRenderer(instance);
-    if (!PlaylistIsChosen(instance, reason) || !CreateRenderer(instance, context, reason) ||
-        !PickFromPlaylist(instance, id, reason) || !LoadDocument(instance, id, reason)) {
-        return false;
-    }
+    RequirePlaylist(instance);
+    CreateRenderer(instance, context);
+    PickFromPlaylist(instance, id);
+    LoadDocument(instance, id);
     ShowOverlay(instance);
-    return BuildGraph(instance, id, reason);
+    BuildGraph(instance);
 }
 
 }  // namespace
 
 bool RunLoader(ModuleInstance& instance, const DrawContext& context) {
-    std::string reason;
-    try {
-        if (RunSteps(instance, context, reason)) {
-            return true;
-        }
-    } catch (const std::exception& error) {
-        reason = error.what();
+    wchar_t id[kShaderIdUnits] = {};
+    const std::string reason = FailureOf([&] { RunSteps(instance, context, id); });
+    if (reason.empty()) {
+        return true;
     }
     instance.errorFlag = 1;
-    WriteDebugLine("cannot load a shader: " + reason);
+    WriteDebugLine("cannot load a shader: " + (id[0] ? ToUtf8(id) + ": " : "") + reason);
     return false;
 }
 

@@ -1,4 +1,4 @@
-// Packing of rows.
+// Packing of a section's rows.
 #include "render/bitmap_packing.h"
 
 #include <cstring>
@@ -22,27 +22,23 @@ std::size_t PackedBytes(const SectionPixels& pixels) noexcept {
                : 0;
 }
 
-HeapBytes PackRows(const SectionPixels& pixels, bool flip) {
-    const std::size_t size = PackedBytes(pixels);
-    const std::size_t rowBytes = PackedRowBytes(pixels);
-    const auto stride = static_cast<std::size_t>(SectionRowBytes(pixels.width, pixels.bitsPerPixel));
-    const auto height = static_cast<std::size_t>(pixels.height);
-    if (size == 0 || pixels.bytes.size() / stride < height) {
+HeapBytes PackBitmapRows(const SectionPixels& bitmap, bool flip) {
+    const std::size_t size = PackedBytes(bitmap);
+    const std::size_t rowBytes = PackedRowBytes(bitmap);
+    const auto stride = static_cast<std::size_t>(SectionRowBytes(bitmap.width, bitmap.bitsPerPixel));
+    const auto height = static_cast<std::size_t>(bitmap.height);
+    if (size == 0 || bitmap.bytes.size() / stride < height) {
         return nullptr;
     }
     HeapBytes packed(static_cast<std::uint8_t*>(AllocateHeapBlock(size)));
-    if (!packed || !IsPackable(pixels.bitsPerPixel)) {
+    if (!packed || !IsPackable(bitmap.bitsPerPixel)) {
         return packed;
     }
     for (std::size_t row = 0; row < height; ++row) {
         const std::size_t from = flip ? height - 1 - row : row;
-        std::memcpy(packed.get() + row * rowBytes, pixels.bytes.data() + from * stride, rowBytes);
+        std::memcpy(packed.get() + row * rowBytes, bitmap.bytes.data() + from * stride, rowBytes);
     }
     return packed;
-}
-
-HeapBytes PackBitmapRows(HBITMAP__* bitmap, bool flip) {
-    return PackRows(PixelsOf(bitmap), flip);
 }
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// Tight rows, as GL takes them, from the padded rows of a section.
+// Tightly packed rows for GL, from the padded rows of a section.
 #pragma once
 
 #include <cstddef>
@@ -8,14 +8,11 @@
 
 namespace pixelforge {
 
-/// Width x height x whole bytes a pixel.
+/// Width x height x whole bytes per pixel.
 std::size_t PackedBytes(const SectionPixels& pixels) noexcept;
 
-/// The rows without their padding, the last one first with `flip`; zeros for depths other than 32, 24 and 8
-/// bits. Null without pixels, for fewer bytes than the sizes say, and when the heap is exhausted.
-HeapBytes PackRows(const SectionPixels& pixels, bool flip);
-
-/// The same for a bitmap's pixels.
-HeapBytes PackBitmapRows(HBITMAP__* bitmap, bool flip);
+/// A bitmap's rows without their padding, in reverse order with `flip`; zeros for depths other than 32, 24
+/// and 8 bits. Null without pixels, if the bytes are too few for the size, and if the heap is exhausted.
+HeapBytes PackBitmapRows(const SectionPixels& bitmap, bool flip);
 
 }  // namespace pixelforge

@@ -7,16 +7,16 @@
 
 namespace pixelforge {
 
-/// Takes type, source and sampler of a channel from the document and makes the texture of its medium. False,
-/// with the channel left without a texture, for a channel outside 0 to 3, a slot above 7, and a medium that
-/// GL cannot show, which is said on the debugger output.
+/// Sets a channel's type, source and sampler from the document and creates the texture of its medium. False
+/// for a channel outside 0 to 3, a slot above 7, and a medium that GL cannot show: the channel then has no
+/// texture, and the debugger output the reason.
 bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uint32_t channel);
 
-/// Binds the pass's channels to texture units 0 to 3 and sets its sampler uniforms; the pass's program is
+/// Binds the pass's channels to texture units 0 to 3 and sets the sampler uniforms of its program, which is
 /// in use.
 void BindChannels(GlRenderer& renderer, const PassSlot& slot);
 
-/// Sets iChannelResolution of all passes, anew after each change of the render size.
+/// Sets iChannelResolution of all passes; called again after each change of the render size.
 void SetChannelResolutions(GlRenderer& renderer) noexcept;
 
 }  // namespace pixelforge

@@ -5,28 +5,27 @@
 
 #include <string>
 
+#include "base/load_error.h"
 #include "media/document_media.h"
-#include "render/channel_plan.h"
+#include "render/frame_inputs.h"
 #include "render/gl_diagnostics.h"
 #include "render/live_textures.h"
 #include "render/media_textures.h"
 #include "render/pass_targets.h"
 
 namespace pixelforge {
-
 namespace {
 
-/// A texture as a channel binds it. `mipmapsStale` belongs to it and is null for one without mipmaps to make.
+/// A texture as a channel binds it. `mipmapsStale` is null if its mipmaps never change.
 struct BoundTexture {
     GLenum target;
     GlName name;
     bool* mipmapsStale;
 };
 
-/// Sampler settings live in a sampler object of the channel, not in the texture: two channels may read the
-/// same pass with different settings.
+/// A sampler object per channel, because two channels may read the same pass with different settings.
 GlSampler CreateSampler(const SamplerState& state) {
-    GlSampler sampler = NewSampler();
+    GlSampler sampler = GlSampler::Create();
     const auto set = [&sampler](GLenum name, std::uint32_t value) {
         glSamplerParameteri(sampler.Get(), name, static_cast<GLint>(value));
     };
@@ -52,7 +51,7 @@ GLenum TextureTarget(ChannelType type) noexcept {
     }
 }
 
-/// A multisampled source is bound as it is too, but what a sampler2D sees is its plain copy.
+/// Also binds a multisampled source itself, although a sampler2D reads its resolved copy.
 BoundTexture PassOutput(GlRenderer& renderer, PassSlot& source, GLenum target) {
     PassTarget& newest = NewestTarget(source);
     if (!IsMultisampled(renderer, source)) {
@@ -63,7 +62,7 @@ BoundTexture PassOutput(GlRenderer& renderer, PassSlot& source, GLenum target) {
     return BoundTexture{target, newest.resolvedTexture.Get(), &newest.mipmapsStale};
 }
 
-/// Name 0 for a channel whose texture could not be had.
+/// Name 0 for a channel without a texture.
 BoundTexture TextureOf(GlRenderer& renderer, const ChannelSlot& channel) {
     const GLenum target = TextureTarget(channel.type);
     if (channel.sourceSlot != 0) {
@@ -108,8 +107,7 @@ bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uin
         renderer.slots[slot.sourceSlot].isRead = true;
     }
     CreateLiveTexture(renderer, slot.type);
-    std::string reason;
-    slot.texture = CreateMediaTexture(input, reason);
+    const std::string reason = FailureOf([&] { slot.texture = CreateMediaTexture(input); });
     ReportGlError();
     if (!reason.empty()) {
         renderer.document.passes[passSlot].channelResolution[channel] = ChannelSize{};

@@ -5,19 +5,14 @@
 
 #include <GL/glew.h>
 
-#include <cstring>
-
 #include "base/win_handles.h"
 #include "render/gl_renderer.h"
 
 namespace pixelforge {
-
 namespace {
 
 constexpr wchar_t kHiddenClassName[] = L"OGLHiddenWindowClass";
 constexpr wchar_t kHiddenWindowName[] = L"OGLHiddenWindow";
-
-char glVersionText[40] = "Unknown";
 
 LRESULT CALLBACK HiddenWindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     if (message == WM_CLOSE) {
@@ -27,7 +22,7 @@ LRESULT CALLBACK HiddenWindowProcedure(HWND window, UINT message, WPARAM wParam,
     return DefWindowProcW(window, message, wParam, lParam);
 }
 
-/// The module that this code is in, which need not be the process's program.
+/// The module that contains this code: the DLL, not the process's program.
 HINSTANCE OwnModule() noexcept {
     HMODULE module = nullptr;
     GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
@@ -35,7 +30,7 @@ HINSTANCE OwnModule() noexcept {
     return module;
 }
 
-/// A window of one pixel that is never shown, and its class. Both go when the context exists.
+/// A window of one pixel that is never shown, and its class. Needed only while the context is created.
 class HiddenWindow {
 public:
     HiddenWindow() : class_(Describe()) {
@@ -59,7 +54,7 @@ public:
 
 private:
     static WNDCLASSEXW Describe() noexcept {
-        WNDCLASSEXW description{};
+        WNDCLASSEXW description = {};
         description.cbSize = sizeof(description);
         description.style = CS_HREDRAW | CS_VREDRAW | CS_OWNDC;
         description.lpfnWndProc = HiddenWindowProcedure;
@@ -73,9 +68,9 @@ private:
     HWND window_ = nullptr;
 };
 
-/// A window keeps its first pixel format for life; setting it again is refused and changes nothing.
-void GiveWindowPixelFormat(HDC dc) noexcept {
-    PIXELFORMATDESCRIPTOR format{};
+/// A window keeps its first pixel format for life; later attempts fail without effect.
+void SetWindowPixelFormat(HDC dc) noexcept {
+    PIXELFORMATDESCRIPTOR format = {};
     format.nSize = sizeof(format);
     format.nVersion = 1;
     format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
@@ -86,13 +81,13 @@ void GiveWindowPixelFormat(HDC dc) noexcept {
     SetPixelFormat(dc, closest, &format);
 }
 
-/// Makes the context on the window current; an earlier context of the renderer is replaced.
+/// Creates a context on the window and makes it current, replacing the renderer's earlier one.
 bool CreateOnWindow(GlRenderer& renderer, HWND window) noexcept {
     const WindowDc dc(window);
     if (!dc) {
         return false;
     }
-    GiveWindowPixelFormat(dc.Get());
+    SetWindowPixelFormat(dc.Get());
     const HGLRC context = wglCreateContext(dc.Get());
     if (!context) {
         return false;
@@ -110,11 +105,8 @@ bool CreateOnWindow(GlRenderer& renderer, HWND window) noexcept {
     return true;
 }
 
-/// With experimental loading GLEW looks every function up by name, whatever the driver lists.
+/// With experimental loading GLEW looks up every function by name, whatever extensions the driver lists.
 bool LoadEntryPoints() noexcept {
-    if (const GLubyte* version = glGetString(GL_VERSION)) {
-        std::strncpy(glVersionText, reinterpret_cast<const char*>(version), sizeof(glVersionText) - 1);
-    }
     glewExperimental = GL_TRUE;
     return glewInit() == GLEW_OK && GLEW_VERSION_3_3 && IsGlUsable();
 }
@@ -142,7 +134,7 @@ void CurrentContextKeeper::Forget(HGLRC context) noexcept {
 
 bool CreateContext(GlRenderer& renderer, HWND window) {
     if (renderer.context) {
-        return CreateOnWindow(renderer, renderer.contextWindow) && renderer.glewReady;
+        return CreateOnWindow(renderer, renderer.hostWindow) && renderer.glewReady;
     }
     renderer.contextReady = 0;
     renderer.glewReady = 0;
@@ -161,7 +153,7 @@ void MakeCurrentForRelease(GlRenderer& renderer) noexcept {
     if (IsRendererCurrent(renderer)) {
         return;
     }
-    if (!renderer.contextWindow || !MakeRendererCurrent(renderer, renderer.contextWindow)) {
+    if (!renderer.hostWindow || !MakeRendererCurrent(renderer, renderer.hostWindow)) {
         wglMakeCurrent(nullptr, nullptr);
     }
 }
@@ -194,10 +186,6 @@ bool MakeRendererCurrent(GlRenderer& renderer, HWND window) noexcept {
 bool IsRendererCurrent(const GlRenderer& renderer) noexcept {
     return renderer.contextReady && renderer.glewReady && wglGetCurrentContext() == renderer.context &&
            IsGlUsable();
-}
-
-const char* GlVersionText() noexcept {
-    return glVersionText;
 }
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// What GL reports: errors, compile status and info logs.
+// GL errors, compile status and info logs.
 #pragma once
 
 #include <cstdint>
@@ -8,14 +8,14 @@
 
 namespace pixelforge {
 
-/// Takes one queued GL error, writes its text and a line end to the debugger output and returns its code;
-/// 0 without any output when there is none.
+/// Fetches one queued GL error, writes its text and a line end to the debugger output and returns its code;
+/// 0, without output, if there is none.
 std::uint32_t ReportGlError();
 
-/// Compiles `text` (NUL-terminated). True exactly when it compiled.
+/// Compiles `text` (NUL-terminated). True if it compiled.
 bool CompileShaderSource(GlName shader, const char* text);
 
-/// Keeps the shader's info log in the slot. An empty log leaves the slot's previous one.
+/// Stores the shader's info log in the slot. An empty log leaves the previous one.
 void CaptureInfoLog(GlName shader, PassSlot& slot);
 
 /// The same for a program.

@@ -7,60 +7,53 @@ namespace pixelforge {
 
 using GlName = unsigned int;
 
-/// True when a context is current on this thread and the entry points that the engine needs are there.
-/// Without both, no GL function may be called.
+enum class GlObject { Texture, Sampler, Framebuffer, Buffer, VertexArray, Program, Shader };
+
+/// True if a context is current on this thread and the entry points that the engine needs are loaded. No GL
+/// function may be called otherwise.
 bool IsGlUsable() noexcept;
 
-/// Owns one name. Its context has to be current when it is released; when none is current nothing is
-/// called, since the name then dies with its context.
-template <void (*Delete)(GlName) noexcept>
+/// A new name; 0 for a shader, which is created with its stage.
+GlName CreateGlName(GlObject object) noexcept;
+void DeleteGlName(GlObject object, GlName name) noexcept;
+
+/// Owns one name. Release it while its context is current; without a current context nothing is called, as
+/// the name dies with its context.
+template <GlObject kObject>
 class GlHandle {
 public:
     GlHandle() noexcept = default;
     explicit GlHandle(GlName name) noexcept : name_(name) {}
     GlHandle(GlHandle&& other) noexcept : name_(std::exchange(other.name_, 0)) {}
     GlHandle& operator=(GlHandle&& other) noexcept {
-        GlHandle(std::move(other)).Swap(*this);
+        Reset(std::exchange(other.name_, 0));
         return *this;
     }
     GlHandle(const GlHandle&) = delete;
     GlHandle& operator=(const GlHandle&) = delete;
-    ~GlHandle() {
-        if (name_ != 0 && IsGlUsable()) {
-            Delete(name_);
-        }
-    }
+    ~GlHandle() { Reset(); }
+
+    static GlHandle Create() noexcept { return GlHandle(CreateGlName(kObject)); }
 
     GlName Get() const noexcept { return name_; }
     explicit operator bool() const noexcept { return name_ != 0; }
-    void Reset() noexcept { GlHandle().Swap(*this); }
+    void Reset(GlName name = 0) noexcept {
+        const GlName old = std::exchange(name_, name);
+        if (old != 0 && IsGlUsable()) {
+            DeleteGlName(kObject, old);
+        }
+    }
 
 private:
-    void Swap(GlHandle& other) noexcept { std::swap(name_, other.name_); }
-
     GlName name_ = 0;
 };
 
-void DeleteTextureName(GlName name) noexcept;
-void DeleteSamplerName(GlName name) noexcept;
-void DeleteFramebufferName(GlName name) noexcept;
-void DeleteBufferName(GlName name) noexcept;
-void DeleteVertexArrayName(GlName name) noexcept;
-void DeleteProgramName(GlName name) noexcept;
-void DeleteShaderName(GlName name) noexcept;
-
-using GlTexture = GlHandle<DeleteTextureName>;
-using GlSampler = GlHandle<DeleteSamplerName>;
-using GlFramebuffer = GlHandle<DeleteFramebufferName>;
-using GlBuffer = GlHandle<DeleteBufferName>;
-using GlVertexArray = GlHandle<DeleteVertexArrayName>;
-using GlProgram = GlHandle<DeleteProgramName>;
-using GlShader = GlHandle<DeleteShaderName>;
-
-GlTexture NewTexture() noexcept;
-GlSampler NewSampler() noexcept;
-GlFramebuffer NewFramebuffer() noexcept;
-GlBuffer NewBuffer() noexcept;
-GlVertexArray NewVertexArray() noexcept;
+using GlTexture = GlHandle<GlObject::Texture>;
+using GlSampler = GlHandle<GlObject::Sampler>;
+using GlFramebuffer = GlHandle<GlObject::Framebuffer>;
+using GlBuffer = GlHandle<GlObject::Buffer>;
+using GlVertexArray = GlHandle<GlObject::VertexArray>;
+using GlProgram = GlHandle<GlObject::Program>;
+using GlShader = GlHandle<GlObject::Shader>;
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// Owners of GL names: creation and deletion.
+// Creation and deletion of GL names.
 #include "render/gl_handles.h"
 
 #include <windows.h>
@@ -8,67 +8,53 @@
 namespace pixelforge {
 
 bool IsGlUsable() noexcept {
-    // GLEW's pointers are process-wide: a later context without the functions takes them from all.
-    return wglGetCurrentContext() != nullptr && glGenFramebuffers != nullptr && glCreateProgram != nullptr &&
-           glGenSamplers != nullptr;
+    // GLEW's pointers are process-wide: a later context that lacks the functions clears them for all.
+    return wglGetCurrentContext() && glGenFramebuffers && glCreateProgram && glGenSamplers;
 }
 
-void DeleteTextureName(GlName name) noexcept {
-    glDeleteTextures(1, &name);
-}
-
-void DeleteSamplerName(GlName name) noexcept {
-    glDeleteSamplers(1, &name);
-}
-
-void DeleteFramebufferName(GlName name) noexcept {
-    glDeleteFramebuffers(1, &name);
-}
-
-void DeleteBufferName(GlName name) noexcept {
-    glDeleteBuffers(1, &name);
-}
-
-void DeleteVertexArrayName(GlName name) noexcept {
-    glDeleteVertexArrays(1, &name);
-}
-
-void DeleteProgramName(GlName name) noexcept {
-    glDeleteProgram(name);
-}
-
-void DeleteShaderName(GlName name) noexcept {
-    glDeleteShader(name);
-}
-
-GlTexture NewTexture() noexcept {
+GlName CreateGlName(GlObject object) noexcept {
     GlName name = 0;
-    glGenTextures(1, &name);
-    return GlTexture(name);
+    switch (object) {
+        case GlObject::Texture:
+            glGenTextures(1, &name);
+            break;
+        case GlObject::Sampler:
+            glGenSamplers(1, &name);
+            break;
+        case GlObject::Framebuffer:
+            glGenFramebuffers(1, &name);
+            break;
+        case GlObject::Buffer:
+            glGenBuffers(1, &name);
+            break;
+        case GlObject::VertexArray:
+            glGenVertexArrays(1, &name);
+            break;
+        case GlObject::Program:
+            return glCreateProgram();
+        case GlObject::Shader:
+            break;
+    }
+    return name;
 }
 
-GlSampler NewSampler() noexcept {
-    GlName name = 0;
-    glGenSamplers(1, &name);
-    return GlSampler(name);
-}
-
-GlFramebuffer NewFramebuffer() noexcept {
-    GlName name = 0;
-    glGenFramebuffers(1, &name);
-    return GlFramebuffer(name);
-}
-
-GlBuffer NewBuffer() noexcept {
-    GlName name = 0;
-    glGenBuffers(1, &name);
-    return GlBuffer(name);
-}
-
-GlVertexArray NewVertexArray() noexcept {
-    GlName name = 0;
-    glGenVertexArrays(1, &name);
-    return GlVertexArray(name);
+void DeleteGlName(GlObject object, GlName name) noexcept {
+    switch (object) {
+        case GlObject::Texture:
+            return glDeleteTextures(1, &name);
+        case GlObject::Sampler:
+            return glDeleteSamplers(1, &name);
+        case GlObject::Framebuffer:
+            return glDeleteFramebuffers(1, &name);
+        case GlObject::Buffer:
+            return glDeleteBuffers(1, &name);
+        case GlObject::VertexArray:
+            return glDeleteVertexArrays(1, &name);
+        case GlObject::Program:
+            return glDeleteProgram(name);
+        case GlObject::Shader:
+            return glDeleteShader(name);
+    }
 }
 
 }  // namespace pixelforge

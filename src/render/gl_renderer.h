@@ -1,4 +1,4 @@
-// The engine object of a module instance: its GL context, the passes of its shader and their frame state.
+// The engine object of a module instance: GL context, the shader's passes and the frame state.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include "document/shader_document.h"
 #include "render/gl_handles.h"
 #include "render/pass_slot.h"
-#include "render/pixel_rect.h"
+#include "render/window_input.h"
 
 struct HGLRC__;
 struct HWND__;
@@ -16,27 +16,27 @@ namespace pixelforge {
 
 struct IncludeContext;
 
-/// Without a name until a channel reads it.
+/// A texture fed by a live input; created by the first channel that reads it.
 struct LiveTexture {
     GlTexture texture;
-    bool mipmapsStale;  ///< uploaded since the mipmaps were made
+    bool mipmapsStale;  ///< level 0 is newer than the other levels
 };
 
-/// Comes zero-filled from `CreateGlRenderer`. Its end releases the window's subclass, every GL object and
-/// the context, and puts the caller's current context back.
+/// `CreateGlRenderer` makes it zero-filled. Its destructor releases the window's subclass, every GL object
+/// and the context, and restores the caller's current context.
 struct GlRenderer {
     std::int32_t contextReady;  ///< 1 once the context was created and made current
-    std::uint8_t glewReady;     ///< 1 once the entry points were found; without it no GL call is made
+    std::uint8_t glewReady;     ///< 1 once the entry points are loaded; no GL call is made before
     GlFramebuffer outputFramebuffer;
     GlTexture outputTexture;
-    std::uint32_t ownerThread;  ///< id of the thread that created the context
+    std::uint32_t ownerThread;  ///< id of the thread that created the context; recorded only
     HGLRC__* context;
-    HWND__* contextWindow;  ///< the window whose pixel format the context was created with
-    std::int32_t useGivenWindow;
-    HWND__* hostWindow;
-    PixelRect hostClientRect;
-    PixelRect renderRect;
-    float resolution[3];  ///< width, height in pixels, 1
+    HWND__* contextWindow;        ///< recorded only: the code reads `hostWindow`
+    std::int32_t useGivenWindow;  ///< recorded only: always 1
+    HWND__* hostWindow;           ///< carries the context; null for a hidden window
+    PixelRect hostClientRect;     ///< recorded only: the code reads `resolution`
+    PixelRect renderRect;         ///< recorded only: the code reads `resolution`
+    float resolution[3];          ///< width and height of the frame in pixels, 1
     PassSlot slots[kPassSlots];
     GlVertexArray vertexArray;
     GlBuffer vertexBuffer;
@@ -45,12 +45,12 @@ struct GlRenderer {
     LiveTexture webcam;
 
     ShaderDocument document;
-    IncludeContext* includes;  ///< the instance's; set before the graph is built
+    IncludeContext* includes;  ///< owned by the instance; set before the graph is built
 
-    std::int32_t sampleExponent;  ///< targets of this graph have 2^n samples, 0 for plain textures
-    std::uint32_t bufferFormat;   ///< internal format of the flat targets of this graph
+    std::int32_t sampleExponent;  ///< this graph's targets have 2^n samples; 0 for plain textures
+    std::uint32_t bufferFormat;   ///< internal format of this graph's flat targets
     std::int32_t tracksWindowSize;
-    HWND__* inputWindow;  ///< the window whose subclass this renderer is a user of, or null
+    bool inputAttached;  ///< counted as a user of the subclass of `hostWindow`
 
     float time;                 ///< seconds of shader time
     float timeDelta;            ///< shader seconds of the last step
@@ -59,7 +59,7 @@ struct GlRenderer {
     float mouse[4];
     float date[4];
     std::uint64_t startTick;            ///< system ticks (milliseconds) when the graph was built
-    std::uint32_t seenKeyboardChanges;  ///< input state that this renderer has taken in already
+    std::uint32_t seenKeyboardChanges;  ///< input counters as of the last upload or use
     std::uint32_t seenClicks;
     std::uint32_t seenWebcamPicture;
 
@@ -70,11 +70,14 @@ struct GlRenderer {
 };
 
 /// Creates the context on `hostWindow` (null: on a hidden window), the full-screen quad and the window's
-/// subclass, and leaves the context current. Null when the heap is exhausted. A context or entry points
-/// that cannot be had leave `contextReady` or `glewReady` at 0, and no GL call is made then.
+/// subclass, and leaves the context current. Null if the heap is exhausted. If the context or the entry
+/// points are unavailable, `contextReady` or `glewReady` stays 0 and no GL call is made.
 HeapRecord<GlRenderer> CreateGlRenderer(HWND__* hostWindow, std::int32_t width, std::int32_t height);
 
 /// Releases everything; null is accepted.
 void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept;
+
+/// Sets the frame's size in pixels.
+void SetResolution(GlRenderer& renderer, std::int32_t width, std::int32_t height) noexcept;
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// Creation and end of the engine object.
+// Creation and destruction of the engine object.
 #include "render/gl_renderer.h"
 
 #include <windows.h>
@@ -12,7 +12,6 @@
 #include "render/window_input.h"
 
 namespace pixelforge {
-
 namespace {
 
 struct QuadVertex {
@@ -33,9 +32,9 @@ void EnableAttribute(GLuint index, std::size_t offset) noexcept {
 
 /// Two triangles that cover the whole target.
 void CreateQuad(GlRenderer& renderer) {
-    renderer.vertexArray = NewVertexArray();
+    renderer.vertexArray = GlVertexArray::Create();
     glBindVertexArray(renderer.vertexArray.Get());
-    renderer.vertexBuffer = NewBuffer();
+    renderer.vertexBuffer = GlBuffer::Create();
     glBindBuffer(GL_ARRAY_BUFFER, renderer.vertexBuffer.Get());
     glBufferData(GL_ARRAY_BUFFER, sizeof(kQuad), kQuad, GL_STATIC_DRAW);
     EnableAttribute(0, offsetof(QuadVertex, position));
@@ -44,7 +43,7 @@ void CreateQuad(GlRenderer& renderer) {
     ReportGlError();
 }
 
-/// Filtering across cube edges, without which every edge of a sampled cube shows as a line.
+/// Filters across cube edges, which otherwise show as lines.
 void SmoothCubeEdges() {
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     ReportGlError();
@@ -60,26 +59,24 @@ HeapRecord<GlRenderer> CreateGlRenderer(HWND hostWindow, std::int32_t width, std
     renderer->hostWindow = hostWindow;
     renderer->hostClientRect = ClientRectOf(hostWindow);
     renderer->renderRect = PixelRect{0, 0, width, height};
-    renderer->resolution[0] = static_cast<float>(width);
-    renderer->resolution[1] = static_cast<float>(height);
-    renderer->resolution[2] = 1.0F;
+    SetResolution(*renderer, width, height);
     renderer->seenClicks = HostInput().ReadMouse().clicks;
     if (CreateContext(*renderer, hostWindow)) {
         CreateQuad(*renderer);
         SmoothCubeEdges();
     }
-    renderer->inputWindow = AttachWindowInput(hostWindow) ? hostWindow : nullptr;
+    renderer->inputAttached = AttachWindowInput(hostWindow);
     return renderer;
 }
 
 GlRenderer::~GlRenderer() {
-    if (inputWindow) {
-        DetachWindowInput(inputWindow);
+    if (inputAttached) {
+        DetachWindowInput(hostWindow);
     }
     CurrentContextKeeper keeper;
     keeper.Forget(context);
     MakeCurrentForRelease(*this);
-    // Every name goes here, while no stranger's context is current.
+    // Delete every name now, while no foreign context is current.
     for (PassSlot& slot : slots) {
         slot = PassSlot{};
     }
@@ -91,6 +88,12 @@ GlRenderer::~GlRenderer() {
 
 void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept {
     renderer.reset();
+}
+
+void SetResolution(GlRenderer& renderer, std::int32_t width, std::int32_t height) noexcept {
+    renderer.resolution[0] = static_cast<float>(width);
+    renderer.resolution[1] = static_cast<float>(height);
+    renderer.resolution[2] = 1.0F;
 }
 
 }  // namespace pixelforge

@@ -1,10 +1,9 @@
-// Keyboard and mouse state of the host's windows. The counters publish what was stored before them.
+// Keyboard and mouse state of the host's windows. A counter is incremented last, which publishes the change.
 #include "render/input_state.h"
 
 #include <bit>
 
 namespace pixelforge {
-
 namespace {
 
 constexpr std::uint8_t kOn = 255;
@@ -71,7 +70,7 @@ void InputState::ReadKeyboard(KeyboardImage& image) const noexcept {
 }
 
 MouseReading InputState::ReadMouse() const noexcept {
-    MouseReading reading{};
+    MouseReading reading = {};
     reading.clicks = clicks_.load(std::memory_order_acquire);
     reading.buttonDown = buttonDown_.load(std::memory_order_relaxed);
     reading.current = std::bit_cast<MousePoint>(current_.load(std::memory_order_relaxed));

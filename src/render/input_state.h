@@ -1,4 +1,4 @@
-// Keyboard and mouse state of the host's windows, written by the window's thread, read by the drawing thread.
+// Keyboard and mouse state of the host's windows: written by the window's thread, read by the drawing thread.
 #pragma once
 
 #include <array>
@@ -10,10 +10,10 @@ namespace pixelforge {
 inline constexpr std::uint32_t kKeys = 256;
 inline constexpr std::uint32_t kKeyboardRows = 3;
 
-/// Rows `held`, `pressed` and `toggled`, one byte (0 or 255) for each virtual-key code.
+/// Rows `held`, `pressed` and `toggled`, one byte (0 or 255) per virtual-key code.
 using KeyboardImage = std::array<std::uint8_t, std::size_t{kKeys} * kKeyboardRows>;
 
-/// Pixels in a window's client area, y counted upward from its lower edge.
+/// Pixels in a window's client area; y counts upward from the lower edge.
 struct MousePoint {
     std::int32_t x;
     std::int32_t y;
@@ -26,16 +26,16 @@ struct MouseReading {
     MousePoint click;
 };
 
-/// Shared by all renderers of the process. Changes are counted instead of flagged, so that a renderer that
-/// has taken a change in does not hide it from another.
+/// Shared by all renderers of the process. Changes are counted instead of flagged, so that every renderer
+/// sees each of them.
 class InputState {
 public:
-    /// A key message, auto-repeats included: each one flips `toggled`, only the first one sets `pressed`.
-    /// Codes above 255 are ignored.
+    /// A key message. Every one flips `toggled`, auto-repeats included; only the first sets `pressed`. Codes
+    /// above 255 are ignored.
     void KeyDown(std::uint64_t key) noexcept;
     void KeyUp(std::uint64_t key) noexcept;
 
-    /// `position` is a mouse message's second argument: signed 16-bit x, then y from the upper edge.
+    /// `position` is a mouse message's LPARAM: signed 16-bit x, then y from the upper edge.
     void MouseMove(std::int64_t position, std::int32_t clientHeight) noexcept;
     void ButtonDown(std::int64_t position, std::int32_t clientHeight) noexcept;
     void ButtonUp() noexcept;
@@ -56,11 +56,11 @@ private:
     std::atomic<std::uint32_t> keyboardChanged_{0};
     std::atomic<bool> buttonDown_{false};
     std::atomic<std::uint32_t> clicks_{0};
-    std::atomic<std::uint64_t> current_{0};  ///< a `MousePoint` in one piece; x and y stay together
+    std::atomic<std::uint64_t> current_{0};  ///< a `MousePoint`, stored as one word so that x and y match
     std::atomic<std::uint64_t> click_{0};
 };
 
-/// The process's one input state.
+/// The input state of the process.
 InputState& HostInput() noexcept;
 
 }  // namespace pixelforge

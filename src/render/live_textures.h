@@ -1,4 +1,4 @@
-// The textures that the machine itself feeds: keyboard, sound and camera, one of each for a renderer.
+// Textures of the live inputs: keyboard, sound and camera, one of each per renderer.
 #pragma once
 
 #include "document/shader_document.h"
@@ -6,14 +6,14 @@
 
 namespace pixelforge {
 
-/// The renderer's texture of a live channel type, null for every other type.
+/// The renderer's texture for a live channel type; null for every other type.
 LiveTexture* LiveTextureOf(GlRenderer& renderer, ChannelType type) noexcept;
 
-/// Creates the texture of a live channel type at the first channel that has it, showing what is known so far,
-/// and opens the camera for a webcam channel. Does nothing for other types.
+/// For the first channel of a live type, creates the texture with the input's current state; a webcam channel
+/// also opens the camera. Does nothing for other types.
 void CreateLiveTexture(GlRenderer& renderer, ChannelType type);
 
-/// Once a frame: uploads what has changed since the last one.
+/// Uploads what has changed since the last frame. Called once a frame.
 void RefreshLiveTextures(GlRenderer& renderer);
 
 void ReleaseLiveTextures(GlRenderer& renderer) noexcept;

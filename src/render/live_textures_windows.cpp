@@ -5,12 +5,10 @@
 
 #include "inputs/audio_capture.h"
 #include "inputs/webcam_capture.h"
-#include "render/channel_plan.h"
+#include "render/frame_inputs.h"
 #include "render/gl_diagnostics.h"
-#include "render/input_state.h"
 
 namespace pixelforge {
-
 namespace {
 
 struct LiveImage {
@@ -18,7 +16,7 @@ struct LiveImage {
     GLsizei width;
     GLsizei height;
     GLenum format;
-    const void* pixels;  ///< one byte a component, the first row is the lower one
+    const void* pixels;  ///< one byte per component, bottom row first
 };
 
 void Upload(LiveTexture& live, const LiveImage& image) {
@@ -30,7 +28,7 @@ void Upload(LiveTexture& live, const LiveImage& image) {
     ReportGlError();
 }
 
-/// Signed-normalised bytes: 255 reaches the shader as 1.
+/// Uploaded as unsigned bytes into a signed-normalised format: 255 reaches the shader as 1.
 void UploadKeyboard(GlRenderer& renderer) {
     KeyboardImage image;
     renderer.seenKeyboardChanges = HostInput().KeyboardChanges();
@@ -70,7 +68,7 @@ void CreateLiveTexture(GlRenderer& renderer, ChannelType type) {
     if (!live || live->texture || (type == ChannelType::Webcam && !LoadWebcam())) {
         return;
     }
-    live->texture = NewTexture();
+    live->texture = GlTexture::Create();
     switch (type) {
         case ChannelType::Keyboard:
             return UploadKeyboard(renderer);

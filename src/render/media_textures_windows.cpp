@@ -6,10 +6,13 @@
 #include <GL/glew.h>
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include "base/bitmap.h"
+#include "base/load_error.h"
 #include "media/volume_file.h"
 #include "render/bitmap_packing.h"
 #include "render/gl_diagnostics.h"
@@ -22,7 +25,7 @@ struct PixelFormat {
     GLenum format;
 };
 
-/// The components are bytes.
+/// The type is always GL_UNSIGNED_BYTE.
 std::optional<PixelFormat> FormatOfPicture(std::int32_t bitsPerPixel) noexcept {
     switch (bitsPerPixel) {
         case 32:
@@ -41,7 +44,7 @@ struct VolumeFormat {
     GLenum type;
 };
 
-/// Always uploaded as GL_RED: of four channels too, the driver sees one byte a voxel.
+/// The upload format is always GL_RED: even with four channels the driver reads one byte per voxel.
 VolumeFormat FormatOfVolume(std::uint8_t channels) noexcept {
     switch (channels) {
         case 1:
@@ -53,10 +56,10 @@ VolumeFormat FormatOfVolume(std::uint8_t channels) noexcept {
     }
 }
 
-/// A new texture, bound to its target for one scope, for uploads of tight rows.
+/// A new texture, bound for one scope to receive uploads of tightly packed rows.
 class Upload {
 public:
-    explicit Upload(GLenum target) : target_(target), texture_(NewTexture()) {
+    explicit Upload(GLenum target) : target_(target), texture_(GlTexture::Create()) {
         glBindTexture(target_, texture_.Get());
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     }
@@ -77,38 +80,32 @@ private:
     GlTexture texture_;
 };
 
-bool UploadPicture(GLenum target, HBITMAP bitmap, bool flip, std::string& reason) {
-    const SectionPixels pixels = PixelsOf(bitmap);
+void UploadPicture(GLenum target, const SectionPixels& pixels, bool flip) {
     GLint largest = 0;
     glGetIntegerv(target == GL_TEXTURE_2D ? GL_MAX_TEXTURE_SIZE : GL_MAX_CUBE_MAP_TEXTURE_SIZE, &largest);
     if (pixels.width > largest || pixels.height > largest) {
-        reason = "the picture is larger than the driver's limit of " + std::to_string(largest);
-        return false;
+        throw LoadError("the picture exceeds the driver's size limit of " + std::to_string(largest));
     }
     const auto format = FormatOfPicture(pixels.bitsPerPixel);
     if (!format) {
-        reason = std::to_string(pixels.bitsPerPixel) + "-bit pictures cannot be shown";
-        return false;
+        throw LoadError(std::to_string(pixels.bitsPerPixel) + "-bit pictures cannot be shown");
     }
-    const HeapBytes packed = PackBitmapRows(bitmap, flip);
+    const HeapBytes packed = PackBitmapRows(pixels, flip);
     if (!packed) {
-        reason = "there is no memory for the picture";
-        return false;
+        throw LoadError("no memory for the picture");
     }
     glTexImage2D(target, 0, format->internalFormat, pixels.width, pixels.height, 0, format->format,
                  GL_UNSIGNED_BYTE, packed.get());
-    return true;
 }
 
-GlTexture CreatePictureTexture(const PassInput& input, std::string& reason) {
+GlTexture CreatePictureTexture(const PassInput& input) {
     Upload upload(GL_TEXTURE_2D);
-    return UploadPicture(GL_TEXTURE_2D, input.faces[0].Get(), input.sampler.vflip != 0, reason)
-               ? upload.Finish(input.sampler.filter == kFilterMipmap)
-               : GlTexture();
+    UploadPicture(GL_TEXTURE_2D, PixelsOf(input.faces[0].Get()), input.sampler.vflip != 0);
+    return upload.Finish(input.sampler.filter == kFilterMipmap);
 }
 
-/// A cube shows nothing unless its faces are squares of one size and depth.
-bool IsWholeCube(const SectionPixels (&faces)[6]) noexcept {
+/// GL samples a cube as black unless its faces are squares of one size and depth.
+bool IsCompleteCube(const SectionPixels (&faces)[6]) noexcept {
     for (const SectionPixels& face : faces) {
         if (face.bytes.empty() || face.width != face.height || face.width != faces[0].width ||
             face.bitsPerPixel != faces[0].bitsPerPixel) {
@@ -118,26 +115,24 @@ bool IsWholeCube(const SectionPixels (&faces)[6]) noexcept {
     return true;
 }
 
-GlTexture CreateCubeTexture(const PassInput& input, std::string& reason) {
+GlTexture CreateCubeTexture(const PassInput& input) {
     SectionPixels faces[6];
     for (std::size_t face = 0; face < std::size(faces); ++face) {
         faces[face] = PixelsOf(input.faces[face].Get());
     }
-    if (!IsWholeCube(faces)) {
-        reason = "its six faces are not all there, or no squares of one size and depth";
-        return {};
+    if (!IsCompleteCube(faces)) {
+        throw LoadError("its six faces are incomplete, or not squares of one size and depth");
     }
     Upload upload(GL_TEXTURE_CUBE_MAP);
     for (GLenum face = 0; face < std::size(faces); ++face) {
-        if (!UploadPicture(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, input.faces[face].Get(), false, reason)) {
-            return {};
-        }
+        UploadPicture(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, faces[face], false);
     }
     return upload.Finish(input.sampler.filter == kFilterMipmap);
 }
 
 bool UploadVolume(const VolumeHeader& size, const std::uint8_t* voxels) {
     const VolumeFormat format = FormatOfVolume(size.channels);
+    // Discard older errors, a limited number: a lost context reports them endlessly.
     for (int older = 0; older < 8 && ReportGlError() != GL_NO_ERROR; ++older) {
     }
     glTexImage3D(GL_TEXTURE_3D, 0, format.internalFormat, static_cast<GLsizei>(size.width),
@@ -146,36 +141,35 @@ bool UploadVolume(const VolumeHeader& size, const std::uint8_t* voxels) {
     return ReportGlError() == GL_NO_ERROR;
 }
 
-GlTexture CreateVolumeTexture(const PassInput& input, std::string& reason) {
+GlTexture CreateVolumeTexture(const PassInput& input) {
     GLint largest = 0;
     glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &largest);
     const auto header = ReadVolumeHeader({input.volume.get(), input.volumeBytes});
-    const char* const fault =
-        header ? FaultOfVolume(*header, input.volumeBytes, static_cast<std::uint32_t>(std::max(largest, 0)))
-               : "it is no volume";
-    if (fault) {
-        reason = fault;
-        return {};
+    if (!header) {
+        throw LoadError("not a volume");
+    }
+    if (const char* fault =
+            FaultOfVolume(*header, input.volumeBytes, static_cast<std::uint32_t>(std::max(largest, 0)))) {
+        throw LoadError(fault);
     }
     Upload upload(GL_TEXTURE_3D);
     if (!UploadVolume(*header, input.volume.get() + kVolumeHeaderBytes)) {
-        reason = "the driver refuses the volume";
-        return {};
+        throw LoadError("the driver rejects the volume");
     }
     return upload.Finish(input.sampler.filter == kFilterMipmap);
 }
 
 }  // namespace
 
-GlTexture CreateMediaTexture(const PassInput& input, std::string& reason) {
+GlTexture CreateMediaTexture(const PassInput& input) {
     if (input.ctype == ChannelType::Texture && input.faces[0]) {
-        return CreatePictureTexture(input, reason);
+        return CreatePictureTexture(input);
     }
     if (input.ctype == ChannelType::CubeMap && input.faces[0]) {
-        return CreateCubeTexture(input, reason);
+        return CreateCubeTexture(input);
     }
     if (input.ctype == ChannelType::Volume && input.volume) {
-        return CreateVolumeTexture(input, reason);
+        return CreateVolumeTexture(input);
     }
     return {};
 }

@@ -8,8 +8,8 @@
 #include <string>
 
 #include "base/debug_output.h"
+#include "base/load_error.h"
 #include "glsl/pass_source.h"
-#include "render/build_settings.h"
 #include "render/channel_textures.h"
 #include "render/gl_context.h"
 #include "render/gl_diagnostics.h"
@@ -20,19 +20,19 @@
 #include "render/window_input.h"
 
 namespace pixelforge {
-
 namespace {
 
-bool CheckRenderSize(const GlRenderer& renderer, std::string& reason) {
+std::uint32_t bufferFormat = GL_RGBA32F;
+std::int32_t sampleExponent = 0;
+
+void CheckRenderSize(const GlRenderer& renderer) {
     GLint largest = 0;
     glGetIntegerv(GL_MAX_TEXTURE_SIZE, &largest);
-    const std::int32_t width = renderer.renderRect.Width();
-    const std::int32_t height = renderer.renderRect.Height();
-    if (width >= 1 && width <= largest && height >= 1 && height <= largest) {
-        return true;
+    const std::int32_t width = RenderWidth(renderer);
+    const std::int32_t height = RenderHeight(renderer);
+    if (width < 1 || width > largest || height < 1 || height > largest) {
+        throw LoadError("cannot draw " + std::to_string(width) + " x " + std::to_string(height) + " pixels");
     }
-    reason = "cannot draw " + std::to_string(width) + " x " + std::to_string(height) + " pixels";
-    return false;
 }
 
 void ReadVersion() {
@@ -44,9 +44,9 @@ void ReadVersion() {
     ReportGlError();
 }
 
-void TakeBuildSettings(GlRenderer& renderer) noexcept {
-    renderer.sampleExponent = SampleExponent();
-    renderer.bufferFormat = BufferFormat();
+void ApplyBuildSettings(GlRenderer& renderer) noexcept {
+    renderer.sampleExponent = sampleExponent;
+    renderer.bufferFormat = bufferFormat;
 }
 
 void RestartClock(GlRenderer& renderer) noexcept {
@@ -55,14 +55,11 @@ void RestartClock(GlRenderer& renderer) noexcept {
     renderer.frameCounter = -1;
 }
 
-/// The window is followed only by a frame that has its size; one of another size keeps it for good.
+/// Only a frame of the window's size follows the window; any other keeps its size permanently.
 void DecideSizeTracking(GlRenderer& renderer) noexcept {
     const PixelRect client = ClientRectOf(renderer.hostWindow);
     renderer.tracksWindowSize =
-        client.Width() == renderer.renderRect.Width() && client.Height() == renderer.renderRect.Height();
-    if (renderer.tracksWindowSize) {
-        renderer.hostClientRect = client;
-    }
+        client.Width() == RenderWidth(renderer) && client.Height() == RenderHeight(renderer);
 }
 
 void CreateSlots(GlRenderer& renderer) {
@@ -74,21 +71,16 @@ void CreateSlots(GlRenderer& renderer) {
     }
 }
 
-bool BuildPrograms(GlRenderer& renderer, std::string& reason) {
-    const GlShader vertexShader = CompileVertexStage(reason);
-    if (!vertexShader) {
-        return false;
-    }
+void BuildPrograms(GlRenderer& renderer) {
+    const GlShader vertexShader = CompileVertexStage();
     for (PassSlot& slot : renderer.slots) {
-        if (IsDrawableSlot(slot.number) &&
-            !BuildPassProgram(slot, renderer.document, renderer.includes, vertexShader, reason)) {
-            return false;
+        if (IsDrawableSlot(slot.number)) {
+            BuildPassProgram(slot, renderer.document, renderer.includes, vertexShader);
         }
     }
-    return true;
 }
 
-/// Behind the programs: a shader that does not compile uploads no media and opens no camera.
+/// Runs after the programs: a shader that does not compile uploads no media and opens no camera.
 void CreateChannels(GlRenderer& renderer) {
     for (const PassSlot& slot : renderer.slots) {
         for (std::uint32_t channel = 0; IsDrawableSlot(slot.number) && channel < kChannels; ++channel) {
@@ -106,7 +98,7 @@ void BuildTargets(GlRenderer& renderer) {
     }
 }
 
-/// After a failure the slots keep texts and logs, but nothing that costs the driver memory.
+/// After a failure the slots keep texts and logs, but nothing that occupies the driver's memory.
 void ReleaseGlObjects(GlRenderer& renderer) noexcept {
     for (PassSlot& slot : renderer.slots) {
         slot.program.Reset();
@@ -121,7 +113,25 @@ void ReleaseGlObjects(GlRenderer& renderer) noexcept {
     ReleaseLiveTextures(renderer);
 }
 
-void MentionMissingImage(const GlRenderer& renderer) {
+/// Releases the graph's GL objects unless the build completes.
+class BuildGuard {
+public:
+    explicit BuildGuard(GlRenderer& renderer) noexcept : renderer_(&renderer) {}
+    ~BuildGuard() {
+        if (renderer_) {
+            ReleaseGlObjects(*renderer_);
+        }
+    }
+    BuildGuard(const BuildGuard&) = delete;
+    BuildGuard& operator=(const BuildGuard&) = delete;
+
+    void Dismiss() noexcept { renderer_ = nullptr; }
+
+private:
+    GlRenderer* renderer_;
+};
+
+void ReportMissingImage(const GlRenderer& renderer) {
     if (!IsDrawableSlot(renderer.slots[static_cast<std::size_t>(PassKind::Image)].number)) {
         WriteDebugLine("the shader has no Image pass: nothing can be read back");
     }
@@ -129,27 +139,41 @@ void MentionMissingImage(const GlRenderer& renderer) {
 
 }  // namespace
 
-bool BuildPassGraph(GlRenderer& renderer, std::string& reason) {
+void SetBufferFormat(bool fastBuffers) noexcept {
+    bufferFormat = fastBuffers ? GL_RGBA8 : GL_RGBA32F;
+}
+
+void SetSampleExponent(std::int32_t exponent) noexcept {
+    if (exponent < 0 || exponent > 30 || !IsGlUsable()) {
+        return;
+    }
+    GLint highest = 0;
+    glGetIntegerv(GL_MAX_SAMPLES, &highest);
+    if (1 << exponent <= highest) {
+        sampleExponent = exponent;
+    }
+}
+
+std::int32_t SampleExponent() noexcept {
+    return sampleExponent;
+}
+
+void BuildPassGraph(GlRenderer& renderer) {
     if (!IsRendererCurrent(renderer)) {
-        reason = "no usable OpenGL context";
-        return false;
+        throw LoadError("no usable OpenGL context");
     }
-    if (!CheckRenderSize(renderer, reason)) {
-        return false;
-    }
+    CheckRenderSize(renderer);
     ReadVersion();
-    TakeBuildSettings(renderer);
+    ApplyBuildSettings(renderer);
     RestartClock(renderer);
     CreateSlots(renderer);
-    if (!BuildPrograms(renderer, reason)) {
-        ReleaseGlObjects(renderer);
-        return false;
-    }
+    BuildGuard guard(renderer);
+    BuildPrograms(renderer);
     CreateChannels(renderer);
     BuildTargets(renderer);
+    guard.Dismiss();
     DecideSizeTracking(renderer);
-    MentionMissingImage(renderer);
-    return true;
+    ReportMissingImage(renderer);
 }
 
 }  // namespace pixelforge

@@ -1,7 +1,5 @@
-// A pass's GL program: compile, link, and what the driver says about it.
+// A pass's GL program: compiling, linking and the driver's log.
 #pragma once
-
-#include <string>
 
 #include "document/shader_document.h"
 #include "render/gl_handles.h"
@@ -11,13 +9,13 @@ namespace pixelforge {
 
 struct IncludeContext;
 
-/// The vertex shader that all programs of a graph share; empty, with a line in `reason`, when it fails.
-GlShader CompileVertexStage(std::string& reason);
+/// The vertex shader that all programs of a graph share. Throws `LoadError` if it does not compile.
+GlShader CompileVertexStage();
 
-/// Assembles the pass's text, compiles and links it. The slot then holds text, program, uniform locations
-/// and the driver's log, which also goes to the debugger output with positions in the author's lines. After
-/// a failure the slot keeps text and log but no GL object; `reason` names pass and stage.
-bool BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
-                      const GlShader& vertexShader, std::string& reason);
+/// Assembles the pass's text, compiles and links it. The slot then holds text, program, uniform locations and
+/// the driver's log, also written to the debugger output with positions in the author's lines. After a
+/// failure, a `LoadError` that names pass and stage, the slot keeps text and log but no GL object.
+void BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
+                      const GlShader& vertexShader);
 
 }  // namespace pixelforge

@@ -1,36 +1,34 @@
-// A pass's GL program.
+// Compiling and linking a pass's program.
 #include "render/pass_program.h"
 
 #include <GL/glew.h>
 
+#include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "base/debug_output.h"
+#include "base/load_error.h"
 #include "glsl/info_log.h"
 #include "glsl/line_map.h"
 #include "glsl/pass_source.h"
 #include "render/gl_diagnostics.h"
-#include "render/pass_log.h"
 
 namespace pixelforge {
-
 namespace {
 
-void ForgetLog(PassSlot& slot) noexcept {
+void ClearLog(PassSlot& slot) noexcept {
     slot.infoLog.reset();
     slot.infoLogLength = 0;
 }
 
-/// Writes the slot's log, if there is one; drivers also warn about programs that they accept.
+/// Writes the slot's log, if any; drivers also warn about programs that compile.
 void WriteLog(const PassSlot& slot, const LineMap& lines) {
     if (!slot.infoLog || slot.infoLogLength <= 0) {
         return;
     }
     const std::string_view log(slot.infoLog.get(), static_cast<std::size_t>(slot.infoLogLength));
-    const std::vector<std::string> worded = WordPassLog(PassNarrowName(slot.number), MapInfoLog(log, lines));
-    for (const std::string& line : worded) {
+    for (const std::string& line : PrefixPassLog(PassNarrowName(slot.number), MapInfoLog(log, lines))) {
         WriteDebugLine(line);
     }
 }
@@ -44,9 +42,9 @@ GlShader CompileFragmentStage(PassSlot& slot, const LineMap& lines) {
     return compiled ? std::move(shader) : GlShader();
 }
 
-/// The shaders are detached again, so that they go with their owners and not with the program.
+/// Detaches the shaders again, so that their owners can delete them.
 GlProgram LinkProgram(PassSlot& slot, GlName vertexShader, GlName fragmentShader, const LineMap& lines) {
-    GlProgram program(glCreateProgram());
+    GlProgram program = GlProgram::Create();
     glAttachShader(program.Get(), vertexShader);
     glAttachShader(program.Get(), fragmentShader);
     glLinkProgram(program.Get());
@@ -55,7 +53,7 @@ GlProgram LinkProgram(PassSlot& slot, GlName vertexShader, GlName fragmentShader
     glDetachShader(program.Get(), vertexShader);
     glDetachShader(program.Get(), fragmentShader);
     if (status != 1) {
-        ForgetLog(slot);
+        ClearLog(slot);
         CaptureProgramLog(program.Get(), slot);
         WriteLog(slot, lines);
     }
@@ -65,7 +63,7 @@ GlProgram LinkProgram(PassSlot& slot, GlName vertexShader, GlName fragmentShader
 
 UniformLocations FindUniforms(GlName program) {
     const auto find = [program](const char* name) { return glGetUniformLocation(program, name); };
-    UniformLocations found{};
+    UniformLocations found = {};
     found.resolution = find("resolution");
     found.time = find("time");
     found.mouse = find("mouse");
@@ -87,41 +85,39 @@ UniformLocations FindUniforms(GlName program) {
     return found;
 }
 
-bool Fail(const PassSlot& slot, const char* what, std::string& reason) {
-    reason = std::string(PassNarrowName(slot.number)) + what;
-    return false;
+[[noreturn]] void Fail(const PassSlot& slot, const char* what) {
+    throw LoadError(std::string(PassNarrowName(slot.number)) + what);
 }
 
 }  // namespace
 
-GlShader CompileVertexStage(std::string& reason) {
+GlShader CompileVertexStage() {
     GlShader shader(glCreateShader(GL_VERTEX_SHADER));
-    if (!CompileShaderSource(shader.Get(), kVertexShaderSource)) {
-        reason = "the vertex stage does not compile";
-        shader.Reset();
-    }
+    const bool compiled = CompileShaderSource(shader.Get(), kVertexShaderSource);
     ReportGlError();
+    if (!compiled) {
+        throw LoadError("the vertex stage does not compile");
+    }
     return shader;
 }
 
-bool BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
-                      const GlShader& vertexShader, std::string& reason) {
+void BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
+                      const GlShader& vertexShader) {
     LineMap lines;
-    ForgetLog(slot);
+    ClearLog(slot);
     slot.source = AssemblePassSource(&document, includes, &document.passes[slot.number], &lines);
     if (!slot.source) {
-        return Fail(slot, ": malformed #include, or no memory for its text", reason);
+        Fail(slot, ": malformed #include, or no memory for its text");
     }
     const GlShader fragmentShader = CompileFragmentStage(slot, lines);
     if (!fragmentShader) {
-        return Fail(slot, " does not compile", reason);
+        Fail(slot, " does not compile");
     }
     slot.program = LinkProgram(slot, vertexShader.Get(), fragmentShader.Get(), lines);
     if (!slot.program) {
-        return Fail(slot, " does not link", reason);
+        Fail(slot, " does not link");
     }
     slot.uniforms = FindUniforms(slot.program.Get());
-    return true;
 }
 
 }  // namespace pixelforge

@@ -1,4 +1,4 @@
-// What the engine keeps for one pass: program, channels and the pair of targets it draws into in turn.
+// One pass of the graph: program, channels and the pair of targets that it draws into alternately.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace pixelforge {
 
-/// Locations in a pass's program; -1 for a name that the program does not use.
+/// Locations in a pass's program; -1 for unused names.
 struct UniformLocations {
     std::int32_t resolution;
     std::int32_t time;
@@ -27,13 +27,13 @@ struct UniformLocations {
     std::int32_t iChannel[kChannels];
 };
 
-/// One input of a pass. A channel whose medium could not be had keeps its type and has no texture.
+/// One input of a pass. A channel whose medium is unavailable keeps its type but has no texture.
 struct ChannelSlot {
     ChannelType type;
-    std::uint32_t sourceSlot;  ///< slot whose output is read, 0 for none
-    bool mipmapped;            ///< the sampler reads mipmaps, so they are brought up to date before a draw
+    std::uint32_t sourceSlot;  ///< slot whose output is read; 0 for none
+    bool mipmapped;            ///< the sampler reads mipmaps; stale ones are regenerated before a draw
     GlSampler sampler;
-    GlTexture texture;  ///< of a medium that belongs to this channel alone
+    GlTexture texture;  ///< of this channel's own medium
 };
 
 /// One member of a pass's pair.
@@ -42,21 +42,21 @@ struct PassTarget {
     GlTexture texture;
     GlFramebuffer resolvedFramebuffer;  ///< with its texture, only for a multisampled target that is read
     GlTexture resolvedTexture;
-    bool resolvedStale;  ///< drawn since the copy was made
-    bool mipmapsStale;   ///< drawn since the mipmaps were made
+    bool resolvedStale;  ///< drawn since the last resolve
+    bool mipmapsStale;   ///< drawn since the mipmaps were generated
 };
 
 struct PassSlot {
-    std::uint32_t number;  ///< 2 to 7 for a pass to draw; 0 for a slot that the document does not fill
+    std::uint32_t number;  ///< 2 to 7 for a pass to draw; 0 for an unused slot
     HeapText source;       ///< the assembled fragment text
     ChannelSlot channels[kChannels];
-    HeapText infoLog;  ///< what the driver last said about this pass's shaders
+    HeapText infoLog;  ///< the driver's latest log about this pass's shaders
     std::int32_t infoLogLength;
     GlProgram program;
     UniformLocations uniforms;
-    bool isRead;  ///< a channel of some pass reads this pass's output
+    bool isRead;  ///< some channel reads this pass's output
     PassTarget targets[2];
-    std::int32_t current;  ///< member of the pair that is drawn into next; readers take the other one
+    std::int32_t current;  ///< member of the pair that is drawn into next; readers use the other
     float channelTime[kChannels];
     ChannelSize channelResolution[kChannels];
 };

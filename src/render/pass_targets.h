@@ -1,4 +1,4 @@
-// A pass's pair of render targets, and the plain copies of multisampled ones.
+// A pass's pair of render targets, and the resolved copies of multisampled ones.
 #pragma once
 
 #include <cstdint>
@@ -7,20 +7,20 @@
 
 namespace pixelforge {
 
-/// Releases the slot's targets and creates them again, cleared: six faces of fixed size for the cube pass,
-/// otherwise flat ones of the given size in pixels, with the renderer's format and sample count.
+/// Replaces the slot's targets by cleared ones: six faces of fixed size for the cube pass, otherwise flat
+/// ones of the given size in pixels with the renderer's format and sample count.
 void BuildPassTargets(const GlRenderer& renderer, PassSlot& slot, std::int32_t width, std::int32_t height);
 
-/// True when the slot's targets are multisampled textures.
+/// True if the slot's targets are multisampled textures.
 bool IsMultisampled(const GlRenderer& renderer, const PassSlot& slot) noexcept;
 
-/// The member of the pair that holds the newest finished picture.
+/// The member of the pair with the newest finished picture.
 PassTarget& NewestTarget(PassSlot& slot) noexcept;
 
-/// Brings the plain copy of a multisampled target up to date.
+/// Updates the resolved copy of a multisampled target.
 void ResolveTarget(const GlRenderer& renderer, PassTarget& target);
 
-/// Side of the flat targets in pixels: the renderer's resolution, rounded half away from zero.
+/// Sides of the flat targets in pixels: the renderer's resolution, rounded half away from zero.
 std::int32_t RenderWidth(const GlRenderer& renderer) noexcept;
 std::int32_t RenderHeight(const GlRenderer& renderer) noexcept;
 

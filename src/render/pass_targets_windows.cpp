@@ -7,17 +7,16 @@
 #include <string>
 
 #include "base/debug_output.h"
-#include "glsl/pass_source.h"
-#include "render/cube_corners.h"
+#include "document/shader_document.h"
+#include "render/frame_inputs.h"
 #include "render/gl_diagnostics.h"
 
 namespace pixelforge {
-
 namespace {
 
 void ReportIncompleteFramebuffer(const PassSlot& slot) {
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
-        WriteDebugLine(std::string(PassNarrowName(slot.number)) + ": the driver refuses the render target");
+        WriteDebugLine(std::string(PassNarrowName(slot.number)) + ": the driver rejects the render target");
     }
     ReportGlError();
 }
@@ -38,7 +37,7 @@ void SetLinearClamped(GLenum target) noexcept {
 }
 
 GlTexture CreateFlatTexture(GLenum format, std::int32_t width, std::int32_t height) {
-    GlTexture texture = NewTexture();
+    GlTexture texture = GlTexture::Create();
     glBindTexture(GL_TEXTURE_2D, texture.Get());
     glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(format), width, height, 0, GL_RGBA, GL_FLOAT, nullptr);
     SetLinearClamped(GL_TEXTURE_2D);
@@ -46,9 +45,9 @@ GlTexture CreateFlatTexture(GLenum format, std::int32_t width, std::int32_t heig
     return texture;
 }
 
-/// Binds a new framebuffer with the texture as its colour attachment, and leaves both cleared and bound.
+/// A new framebuffer with the texture as its colour attachment, cleared and left bound.
 GlFramebuffer CreateFramebuffer(const PassSlot& slot, GLenum target, GlName texture) {
-    GlFramebuffer framebuffer = NewFramebuffer();
+    GlFramebuffer framebuffer = GlFramebuffer::Create();
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer.Get());
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, target, texture, 0);
     ReportIncompleteFramebuffer(slot);
@@ -64,7 +63,7 @@ void BuildFlatTarget(const GlRenderer& renderer, const PassSlot& slot, PassTarge
 
 void BuildMultisampledTarget(const GlRenderer& renderer, const PassSlot& slot, PassTarget& target,
                              std::int32_t width, std::int32_t height) {
-    target.texture = NewTexture();
+    target.texture = GlTexture::Create();
     glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, target.texture.Get());
     glTexImage2DMultisample(GL_TEXTURE_2D_MULTISAMPLE, 1 << renderer.sampleExponent, renderer.bufferFormat,
                             width, height, GL_TRUE);
@@ -76,9 +75,9 @@ void BuildMultisampledTarget(const GlRenderer& renderer, const PassSlot& slot, P
     }
 }
 
-/// All faces are cleared; the first is attached at the end.
+/// Clears all faces and leaves the first attached.
 void BuildCubeTarget(const PassSlot& slot, PassTarget& target) {
-    target.texture = NewTexture();
+    target.texture = GlTexture::Create();
     glBindTexture(GL_TEXTURE_CUBE_MAP, target.texture.Get());
     for (GLenum face = 0; face < 6; ++face) {
         glTexImage2D(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, 0, GL_RGBA16F, kCubeSize, kCubeSize, 0, GL_RGBA,
@@ -86,7 +85,7 @@ void BuildCubeTarget(const PassSlot& slot, PassTarget& target) {
     }
     SetLinearClamped(GL_TEXTURE_CUBE_MAP);
     glBindTexture(GL_TEXTURE_CUBE_MAP, 0);
-    target.framebuffer = NewFramebuffer();
+    target.framebuffer = GlFramebuffer::Create();
     glBindFramebuffer(GL_FRAMEBUFFER, target.framebuffer.Get());
     for (GLenum face = 6; face-- > 0;) {
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_CUBE_MAP_POSITIVE_X + face,
@@ -97,7 +96,7 @@ void BuildCubeTarget(const PassSlot& slot, PassTarget& target) {
 }
 
 std::int32_t RoundedSide(float side) noexcept {
-    return static_cast<std::int32_t>(std::lround(side));
+    return static_cast<std::int32_t>(std::llround(side));
 }
 
 }  // namespace

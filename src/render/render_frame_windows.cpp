@@ -1,4 +1,6 @@
-// Running the passes of a shader once.
+// The steps of a frame, and its read-back.
+#include "render/render_frame.h"
+
 #include <windows.h>
 
 #include <GL/glew.h>
@@ -7,38 +9,33 @@
 #include <limits>
 
 #include "render/channel_textures.h"
-#include "render/cube_corners.h"
-#include "render/frame_uniforms.h"
+#include "render/frame_inputs.h"
 #include "render/gl_context.h"
 #include "render/gl_diagnostics.h"
 #include "render/gl_renderer.h"
-#include "render/input_state.h"
 #include "render/live_textures.h"
-#include "render/pass_graph.h"
 #include "render/pass_targets.h"
 #include "render/window_input.h"
 
 namespace pixelforge {
-
 namespace {
 
 bool IsCubeSlot(const PassSlot& slot) noexcept {
     return slot.number == static_cast<std::uint32_t>(PassKind::CubeA);
 }
 
-/// An empty rectangle is a minimised window, not a size to draw at.
+/// An empty client area means a minimised window, not a size to draw at.
 void FollowWindowSize(GlRenderer& renderer) {
     if (!renderer.tracksWindowSize) {
         return;
     }
     const PixelRect client = ClientRectOf(renderer.hostWindow);
-    if (client.Width() < 1 || client.Height() < 1 || client == renderer.hostClientRect) {
+    if (client.Width() < 1 || client.Height() < 1 ||
+        (client.Width() == RenderWidth(renderer) && client.Height() == RenderHeight(renderer))) {
         return;
     }
     renderer.hostClientRect = client;
-    renderer.resolution[0] = static_cast<float>(client.Width());
-    renderer.resolution[1] = static_cast<float>(client.Height());
-    renderer.resolution[2] = 1.0F;
+    SetResolution(renderer, client.Width(), client.Height());
     renderer.frameCounter = -1;
     SetChannelResolutions(renderer);
     for (PassSlot& slot : renderer.slots) {
@@ -56,7 +53,7 @@ void UpdateMouse(GlRenderer& renderer) noexcept {
 }
 
 void UpdateDate(GlRenderer& renderer) noexcept {
-    SYSTEMTIME now{};
+    SYSTEMTIME now = {};
     GetLocalTime(&now);
     const auto uniform =
         DateUniform(CalendarTime{now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond});
@@ -90,7 +87,7 @@ void SetPassUniforms(const GlRenderer& renderer, const PassSlot& slot) {
     ReportGlError();
 }
 
-/// Waits for the picture: each one is complete before a reader binds it.
+/// Waits until the picture is complete, before any reader binds it.
 void DrawQuad(const GlRenderer& renderer) {
     glBindVertexArray(renderer.vertexArray.Get());
     glDrawArrays(GL_TRIANGLES, 0, 6);
@@ -131,6 +128,47 @@ void DrawPass(GlRenderer& renderer, PassSlot& slot) {
     slot.current = (slot.current + 1) % 2;
 }
 
+struct TextureSize {
+    GLint width;
+    GLint height;
+};
+
+TextureSize SizeOf(GLenum target, GlName texture) {
+    TextureSize size = {};
+    glBindTexture(target, texture);
+    glGetTexLevelParameteriv(target, 0, GL_TEXTURE_WIDTH, &size.width);
+    glGetTexLevelParameteriv(target, 0, GL_TEXTURE_HEIGHT, &size.height);
+    glBindTexture(target, 0);
+    ReportGlError();
+    return size;
+}
+
+/// A plain texture with the averaged samples.
+GlTexture ResolveForReading(GlName multisampledFramebuffer, TextureSize size) {
+    GlTexture plain = GlTexture::Create();
+    glBindTexture(GL_TEXTURE_2D, plain.Get());
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, size.width, size.height, 0, GL_BGRA, GL_UNSIGNED_BYTE, nullptr);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    const GlFramebuffer framebuffer = GlFramebuffer::Create();
+    glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer.Get());
+    glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, plain.Get(), 0);
+    glBindFramebuffer(GL_READ_FRAMEBUFFER, multisampledFramebuffer);
+    glBlitFramebuffer(0, 0, size.width, size.height, 0, 0, size.width, size.height, GL_COLOR_BUFFER_BIT,
+                      GL_NEAREST);
+    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    ReportGlError();
+    return plain;
+}
+
+/// Rows need no flip: GL and a bottom-up section both begin with the lowest row.
+void ReadTexture(GlName texture, void* bits) {
+    GdiFlush();
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glGetTexImage(GL_TEXTURE_2D, 0, GL_BGRA, GL_UNSIGNED_BYTE, bits);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    ReportGlError();
+}
+
 }  // namespace
 
 std::int32_t RenderFrame(GlRenderer* renderer, const FrameParameters* parameters, std::int32_t, std::int32_t,
@@ -148,6 +186,29 @@ std::int32_t RenderFrame(GlRenderer* renderer, const FrameParameters* parameters
     }
     if (renderer->frameCounter < std::numeric_limits<std::int32_t>::max()) {
         ++renderer->frameCounter;
+    }
+    return 1;
+}
+
+std::int32_t ReadFrameIntoBitmap(GlRenderer* renderer, const SectionPixels& bitmap) {
+    if (!renderer || !IsRendererCurrent(*renderer)) {
+        return 0;
+    }
+    PassSlot& slot = renderer->slots[static_cast<std::size_t>(PassKind::Image)];
+    if (!IsDrawableSlot(slot.number)) {
+        return 0;
+    }
+    const PassTarget& newest = NewestTarget(slot);
+    const bool multisampled = IsMultisampled(*renderer, slot);
+    const TextureSize size =
+        SizeOf(multisampled ? GL_TEXTURE_2D_MULTISAMPLE : GL_TEXTURE_2D, newest.texture.Get());
+    if (bitmap.bitsPerPixel != 32 || bitmap.width != size.width || bitmap.height != size.height) {
+        return 0;
+    }
+    if (multisampled) {
+        ReadTexture(ResolveForReading(newest.framebuffer.Get(), size).Get(), bitmap.bytes.data());
+    } else {
+        ReadTexture(newest.texture.Get(), bitmap.bytes.data());
     }
     return 1;
 }

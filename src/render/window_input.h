@@ -1,17 +1,28 @@
-// The host window's subclass, through which keys and mouse reach the shaders.
+// The host window's size, and its subclass, through which keys and mouse reach the shaders.
 #pragma once
 
-#include "render/pixel_rect.h"
+#include <cstdint>
 
 struct HWND__;
 
 namespace pixelforge {
 
-/// Adds a user to the window's subclass; the first one replaces the window's procedure. False when the
-/// window is null or the procedure cannot be replaced; nothing is counted then.
+/// Pixels; y points down, right and bottom are exclusive.
+struct PixelRect {
+    std::int32_t left;
+    std::int32_t top;
+    std::int32_t right;
+    std::int32_t bottom;
+
+    std::int32_t Width() const noexcept { return right - left; }
+    std::int32_t Height() const noexcept { return bottom - top; }
+};
+
+/// Adds a user to the window's subclass; the first one replaces the window's procedure. False, with nothing
+/// counted, if the window is null or its procedure cannot be replaced.
 bool AttachWindowInput(HWND__* window);
 
-/// Takes a user away; with the window's last one the procedure that it had before is put back.
+/// Removes a user; the window's last one restores its original procedure.
 void DetachWindowInput(HWND__* window) noexcept;
 
 /// The window's client rectangle, its upper left corner at 0, 0; empty for a null window.

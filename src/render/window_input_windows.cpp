@@ -1,4 +1,4 @@
-// The host window's subclass: window procedure and the count of its users.
+// The host window's subclass: the window procedure and the count of users.
 #include "render/window_input.h"
 
 #include <windows.h>
@@ -11,7 +11,6 @@
 #include "render/input_state.h"
 
 namespace pixelforge {
-
 namespace {
 
 constexpr wchar_t kProcedureProperty[] = L"OriginalWndProc";
@@ -19,21 +18,21 @@ constexpr wchar_t kProcedureProperty[] = L"OriginalWndProc";
 struct SubclassedWindow {
     HWND window;
     int users;
-    bool replacedByUs;  ///< another copy of this module may have been first; its procedure stays then
+    bool replacedByUs;  ///< false if another copy of this module had already subclassed it
 };
 
-/// Exists from the first use on; without users there are no entries.
-struct Bookkeeping {
+/// All windows with at least one user.
+struct Subclasses {
     CriticalSection section;
     std::vector<SubclassedWindow> windows;
 };
 
-Bookkeeping& Books() {
-    static Bookkeeping books;
-    return books;
+Subclasses& HostSubclasses() {
+    static Subclasses subclasses;
+    return subclasses;
 }
 
-void TakeInput(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
+void RecordInput(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     InputState& input = HostInput();
     switch (message) {
         case WM_KEYDOWN:
@@ -57,17 +56,17 @@ void TakeInput(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept
 }
 
 LRESULT CALLBACK InputProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    TakeInput(window, message, wParam, lParam);
+    RecordInput(window, message, wParam, lParam);
     auto original = reinterpret_cast<WNDPROC>(GetPropW(window, kProcedureProperty));
     if (!original) {
-        // The drawing thread has just taken the subclass away: the window's own procedure is back already.
+        // The drawing thread has just restored the original procedure.
         original = reinterpret_cast<WNDPROC>(GetWindowLongPtrW(window, GWLP_WNDPROC));
     }
     return original && original != InputProcedure ? CallWindowProcW(original, window, message, wParam, lParam)
                                                   : DefWindowProcW(window, message, wParam, lParam);
 }
 
-/// The property is there before the procedure can be called: the window may belong to another thread.
+/// Sets the property first: on another thread, the window may call the new procedure immediately.
 bool ReplaceProcedure(HWND window) noexcept {
     const LONG_PTR former = GetWindowLongPtrW(window, GWLP_WNDPROC);
     if (!former || !SetPropW(window, kProcedureProperty, reinterpret_cast<HANDLE>(former))) {
@@ -98,16 +97,16 @@ bool AttachWindowInput(HWND window) {
     if (!window) {
         return false;
     }
-    Bookkeeping& books = Books();
-    const std::lock_guard lock(books.section);
-    auto entry = Find(books.windows, window);
-    if (entry == books.windows.end()) {
-        entry = books.windows.insert(entry, SubclassedWindow{window, 0, false});
+    Subclasses& subclasses = HostSubclasses();
+    const std::lock_guard lock(subclasses.section);
+    auto entry = Find(subclasses.windows, window);
+    if (entry == subclasses.windows.end()) {
+        entry = subclasses.windows.insert(entry, SubclassedWindow{window, 0, false});
     }
     if (!GetPropW(window, kProcedureProperty)) {
         if (!ReplaceProcedure(window)) {
             if (entry->users == 0) {
-                books.windows.erase(entry);
+                subclasses.windows.erase(entry);
             }
             return false;
         }
@@ -118,22 +117,22 @@ bool AttachWindowInput(HWND window) {
 }
 
 void DetachWindowInput(HWND window) noexcept {
-    Bookkeeping& books = Books();
-    const std::lock_guard lock(books.section);
-    const auto entry = Find(books.windows, window);
-    if (entry == books.windows.end()) {
+    Subclasses& subclasses = HostSubclasses();
+    const std::lock_guard lock(subclasses.section);
+    const auto entry = Find(subclasses.windows, window);
+    if (entry == subclasses.windows.end()) {
         return;
     }
     if (--entry->users == 0) {
         if (entry->replacedByUs) {
             RestoreProcedure(window);
         }
-        books.windows.erase(entry);
+        subclasses.windows.erase(entry);
     }
 }
 
 PixelRect ClientRectOf(HWND window) noexcept {
-    RECT client{};
+    RECT client = {};
     GetClientRect(window, &client);
     return PixelRect{client.left, client.top, client.right, client.bottom};
 }

@@ -1,4 +1,4 @@
-// Growth of a download's block.
+// Grows the block of a download.
 #include "service/download_buffer.h"
 
 #include <algorithm>
@@ -6,7 +6,6 @@
 #include <utility>
 
 namespace pixelforge {
-
 namespace {
 
 constexpr std::uint64_t kFirstCapacity = 4096;

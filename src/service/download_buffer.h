@@ -1,4 +1,4 @@
-// The block that a download grows in.
+// The growing block of a download.
 #pragma once
 
 #include <cstdint>
@@ -8,27 +8,26 @@
 
 namespace pixelforge {
 
-/// Starts at the announced length, or at 4096 bytes without one, and doubles whenever it is full. One
-/// byte is kept spare behind the capacity: text is terminated, and a body that has its announced length
-/// needs no growth to find its end.
+/// Starts at the announced length, or at 4096 bytes without one, and doubles when full. One spare byte beyond
+/// the capacity terminates text, and lets a body of exactly its announced length end without growing.
 class DownloadBuffer {
 public:
-    /// A service that never stops sending must not fill the host's memory.
+    /// A server that never stops sending must not exhaust the host's memory.
     static constexpr std::uint64_t kLargestCapacity = std::uint64_t{1} << 30;
 
-    /// `announcedBytes` is 0 when unknown. False when the block is too large or the heap refuses.
+    /// `announcedBytes` is 0 if unknown. False if the block is too large or out of memory.
     bool Start(std::uint32_t announcedBytes);
 
-    /// Where the next bytes go: never empty.
+    /// Where to write the next bytes; never empty.
     std::span<std::uint8_t> Room() noexcept;
 
-    /// Counts bytes that were written to the room. False when the block would have to grow and cannot.
+    /// Counts bytes written to the room. False if the block is full and cannot grow.
     bool Add(std::size_t bytes);
 
     std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(count_); }
     std::uint64_t Capacity() const noexcept { return capacity_; }
 
-    /// The bytes, with at least one zero byte behind them.
+    /// The bytes, followed by at least one zero byte.
     HeapBytes Take() noexcept;
 
 private:

@@ -1,34 +1,50 @@
-// One blocking HTTP GET.
+// The module's Internet session, and one blocking HTTP GET.
 #pragma once
 
 #include <cstdint>
 
 #include "base/heap.h"
+#include "base/unique_handle.h"
 
 namespace pixelforge {
 
-struct InternetSession;
+struct InternetHandleTraits {
+    using Handle = void*;
+    static void Close(void* handle) noexcept;
+};
 
-/// Is told the bytes so far, at the start and behind every read; 0 cancels.
+/// Owner of a WinINet handle (an HINTERNET).
+using UniqueInternetHandle = UniqueHandle<InternetHandleTraits>;
+
+struct InternetSession {
+    UniqueInternetHandle handle;
+};
+
+/// Opens a session with the module's user agent that decodes compressed responses. The first call sets up a
+/// single-threaded COM apartment on the calling thread; if that fails, this and every later call returns
+/// null.
+HeapRecord<InternetSession> OpenInternetSession();
+
+/// Receives the byte count so far, first 0 and then after every read; returns 0 to cancel.
 using HttpProgress = std::int32_t (*)(std::uint32_t bytesSoFar);
 
-/// Header lines, without the last line end, that go with every request. Empty: none are sent.
+/// Extra header lines for every request, without the final line end. Empty: none.
 extern const wchar_t* extraHeaderText;
 
 struct HttpReply {
-    HeapBytes body;  ///< null after a failure, else with at least one zero byte behind its data
+    HeapBytes body;  ///< null after a failure; at least one zero byte follows the data
     std::uint32_t length = 0;
-    std::uint32_t status = 0;       ///< of the last answer, after redirects; 0 when there was none
-    std::uint32_t systemError = 0;  ///< why nothing was opened or read; 0 when it is not known
+    std::uint32_t status = 0;       ///< of the final response, after redirects; 0 if there was none
+    std::uint32_t systemError = 0;  ///< why nothing was opened or read; 0 if unknown
 };
 
-/// Fetches a URL whole. A null session is replaced by a private one for this call. Fails when there is
-/// no connection or no trusted one, when the transfer ends short of its announced length, when `progress`
-/// (which may be null) cancels, and for more than 1 GiB.
+/// Fetches a URL. A null session is replaced by a private one for this call. Fails without a connection
+/// or a trusted certificate, if the transfer ends before its announced length, if `progress` (may be null)
+/// cancels, and above 1 GiB.
 HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress);
 
-/// The body alone, whatever the status: a server's error page is returned like any other. Null, with a
-/// length of 0, after a failure.
+/// Only the body, whatever the status: a server's error page counts too. Null, with a length of 0, on
+/// failure.
 HeapBytes HttpGet(InternetSession* session, const wchar_t* url, std::uint32_t* outLength,
                   HttpProgress progress);
 

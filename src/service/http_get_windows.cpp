@@ -1,6 +1,9 @@
 // Fetches URLs through WinINet.
+#include "service/http_get.h"
+
 #include <windows.h>
 
+#include <objbase.h>
 #include <wininet.h>
 
 #include <memory>
@@ -9,18 +12,33 @@
 
 #include "base/text.h"
 #include "service/download_buffer.h"
-#include "service/http_get.h"
-#include "service/internet_handle.h"
-#include "service/internet_session.h"
 
 namespace pixelforge {
 namespace {
+
+constexpr wchar_t kUserAgent[] =
+    L"Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 (KHTML, like Gecko) "
+    L"Chrome/125.0.0.0 Safari/537.36";
+
+/// INTERNET_OPTION_HTTP_DECODING, which the headers lack: WinINet then decodes compressed responses.
+constexpr DWORD kHttpDecodingOption = 65;
 
 constexpr std::size_t kHeaderUnits = 16384;
 constexpr DWORD kSchemeUnits = 32;
 constexpr DWORD kPlainFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
 
 using HeaderText = std::unique_ptr<wchar_t[], HeapBlockDeleter>;
+
+/// The first call decides for the process. An apartment of another kind, set up by the host, serves as well.
+bool HasApartment() noexcept {
+    static const HRESULT status = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    return SUCCEEDED(status) || status == RPC_E_CHANGED_MODE;
+}
+
+/// The parent of all requests, with the system's proxy settings.
+UniqueInternetHandle OpenInternet() noexcept {
+    return UniqueInternetHandle(InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
+}
 
 DWORD RequestFlags(const wchar_t* url) noexcept {
     wchar_t scheme[kSchemeUnits] = {};
@@ -35,7 +53,7 @@ DWORD RequestFlags(const wchar_t* url) noexcept {
     return name == L"https" || name == L"ftps" ? kPlainFlags | INTERNET_FLAG_SECURE : kPlainFlags;
 }
 
-/// Null without extra headers. False when the heap refuses.
+/// Null without extra headers. False if out of memory.
 bool MakeHeaders(HeaderText& headers) {
     if (*extraHeaderText == L'\0') {
         return true;
@@ -72,13 +90,12 @@ bool HasHeader(HINTERNET request, DWORD header) noexcept {
            GetLastError() == ERROR_INSUFFICIENT_BUFFER;
 }
 
-/// What the body must reach to be whole. An encoded one announces the length of its encoded form, which
-/// says nothing about the bytes read.
+/// The length of a complete body, or 0 if unknown: a compressed body announces its compressed length.
 std::uint32_t ExpectedBytes(HINTERNET request, std::uint32_t announced) noexcept {
     return HasHeader(request, HTTP_QUERY_CONTENT_ENCODING) ? 0 : announced;
 }
 
-/// WinINet ends a body that the server cut without an error, hence the comparison at the end.
+/// WinINet reports no error for a truncated body, hence the length check.
 bool ReadBody(HINTERNET request, DownloadBuffer& body, std::uint32_t expected, HttpProgress progress) {
     for (;;) {
         const std::span<std::uint8_t> room = body.Room();
@@ -128,11 +145,29 @@ HttpReply Get(HINTERNET internet, const wchar_t* url, HttpProgress progress) {
 
 }  // namespace
 
+void InternetHandleTraits::Close(void* handle) noexcept {
+    InternetCloseHandle(handle);
+}
+
+HeapRecord<InternetSession> OpenInternetSession() {
+    HeapRecord<InternetSession> session = HasApartment() ? NewHeapRecord<InternetSession>() : nullptr;
+    if (!session) {
+        return nullptr;
+    }
+    session->handle = OpenInternet();
+    DWORD decode = 1;
+    if (!session->handle ||
+        !InternetSetOptionW(session->handle.Get(), kHttpDecodingOption, &decode, sizeof(decode))) {
+        return nullptr;
+    }
+    return session;
+}
+
 const wchar_t* extraHeaderText = L"";
 
 HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress) {
     if (session) {
-        return Get(session->handle, url, progress);
+        return Get(session->handle.Get(), url, progress);
     }
     const UniqueInternetHandle internet = OpenInternet();
     return internet ? Get(internet.Get(), url, progress) : HttpReply{};

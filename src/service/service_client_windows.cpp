@@ -1,10 +1,10 @@
-// The order of every request: cache, network, cache.
+// Looks in the cache first, then fetches and stores.
 #include "service/service_client.h"
 
 #include <utility>
 
 #include "base/file.h"
-#include "document/document_reader.h"
+#include "base/load_error.h"
 #include "document/usable_json.h"
 #include "service/http_get.h"
 #include "service/service_urls.h"
@@ -13,57 +13,71 @@
 namespace pixelforge {
 namespace {
 
-/// The check cuts its text, and the cache keeps what was received.
-JsonTextFault CheckCopy(std::span<const std::uint8_t> body) {
+constexpr const char* kUnknownName = "neither an existing file nor a valid name at the service";
+
+/// On a copy: the check cuts its text, but the cache keeps what was received.
+void RequireUsableJson(std::span<const std::uint8_t> body) {
     std::string copy(body.begin(), body.end());
-    return CheckJsonText(copy.data());
+    const JsonTextFault fault = CheckJsonText(copy.data());
+    if (fault != JsonTextFault::None) {
+        throw LoadError(std::string("the service's response: ") + DescribeFault(fault));
+    }
 }
 
-std::span<const std::uint8_t> BytesOf(const HttpReply& reply) {
+std::span<const std::uint8_t> BodyOf(const HttpReply& reply) {
     return {reply.body.get(), reply.length};
 }
 
-std::string FailedTransfer(const HttpReply& reply) {
-    return reply.systemError
-               ? "the service cannot be reached (error " + std::to_string(reply.systemError) + ")"
-               : "the service's answer broke off";
-}
-
-/// Empty for a reply that may be kept: the cache never forgets.
-std::string FaultOf(const HttpReply& reply, ServiceContent content) {
+/// Cached files never expire, so bad replies must not be stored.
+void RequireCacheableReply(const HttpReply& reply, ServiceContent content) {
+    if (!reply.body && reply.systemError) {
+        throw LoadError("the service cannot be reached (error " + std::to_string(reply.systemError) + ")");
+    }
     if (!reply.body) {
-        return FailedTransfer(reply);
+        throw LoadError("the service's response was cut short");
     }
     if (reply.status < 200 || reply.status > 299) {
-        return "the service answered with status " + std::to_string(reply.status);
+        throw LoadError("the service answered with status " + std::to_string(reply.status));
     }
-    const JsonTextFault fault =
-        content == ServiceContent::Shader ? CheckCopy(BytesOf(reply)) : JsonTextFault::None;
-    return fault == JsonTextFault::None ? "" : std::string("the service's answer: ") + DescribeFault(fault);
+    if (content == ServiceContent::Shader) {
+        RequireUsableJson(BodyOf(reply));
+    }
 }
 
-HeapBytes FetchAndStore(InternetSession* session, const wchar_t* url, ServiceContent content,
-                        const wchar_t* path, std::uint32_t* outLength, std::string& reason) {
+HttpReply FetchAndStore(InternetSession* session, const wchar_t* url, ServiceContent content,
+                        const wchar_t* path) {
     HttpReply reply = HttpGetReply(session, url, nullptr);
-    reason = FaultOf(reply, content);
-    if (!reason.empty()) {
-        return nullptr;
+    RequireCacheableReply(reply, content);
+    // The file did not exist a moment ago. If it does now, another process has stored it whole, and may hold
+    // it open so that it cannot be replaced.
+    if (!StoreResponse(path, BodyOf(reply)) && !(reply.length && IsExistingFile(path))) {
+        throw LoadError("the service's response cannot be written to the cache");
     }
-    // There was no such file a moment ago: one that is there now comes whole from another process, which
-    // may hold it open so that it cannot be replaced.
-    if (!StoreResponse(path, BytesOf(reply)) && !(reply.length && IsExistingFile(path))) {
-        reason = "the service's answer cannot be written to the cache";
-        return nullptr;
+    return reply;
+}
+
+HttpReply ReadOrFetch(InternetSession* session, const wchar_t* url) {
+    CacheEntry entry;
+    wchar_t path[kPathUnits];
+    if (!ClassifyUrl(url, entry) || !FormatCachePath(entry.name, path)) {
+        throw LoadError(kUnknownName);
     }
-    *outLength = reply.length;
-    return std::move(reply.body);
+    if (!IsExistingFile(path)) {
+        return FetchAndStore(session, url, entry.content, path);
+    }
+    HttpReply cached;
+    cached.body = ReadWholeFile(path, &cached.length);
+    if (!cached.body) {
+        throw LoadError("its cached file cannot be read");
+    }
+    return cached;
 }
 
 std::int32_t AlwaysContinue(std::uint32_t) {
     return 1;
 }
 
-/// The name below the cache root, and the address, of what a channel or an identifier names.
+/// The URL and the cache file, relative to the cache root, of a media file or a document.
 struct Download {
     ServiceContent content;
     wchar_t name[kPathUnits];
@@ -83,55 +97,45 @@ bool NameDocument(const wchar_t* shaderId, Download& download) {
            FormatBounded(download.name, kPathUnits, L"Shaders\\%s.json", shaderId) == kFormatComplete;
 }
 
-}  // namespace
-
-HeapBytes FetchWithCache(InternetSession* session, const wchar_t* url, std::uint32_t* outLength,
-                         std::string& reason) {
-    CacheEntry entry;
-    wchar_t path[kPathUnits];
-    *outLength = 0;
-    if (!ClassifyUrl(url, entry) || !FormatCachePath(entry.name, path)) {
-        reason = "neither an existing file nor a name that the service could know";
-        return nullptr;
-    }
-    if (!IsExistingFile(path)) {
-        return FetchAndStore(session, url, entry.content, path, outLength, reason);
-    }
-    HeapBytes cached = ReadWholeFile(path, outLength);
-    if (!cached) {
-        reason = "its file in the cache cannot be read";
-    }
-    return cached;
-}
-
-bool DownloadToCacheFile(InternetSession* session, const wchar_t* shaderId, const wchar_t* src,
-                         wchar_t* outPath, std::string& reason) {
-    if (!session || !shaderId || !outPath || (src && !*src)) {
-        reason = "no session, identifier, path or name to download with";
-        return false;
-    }
-    if (src && IsExistingFile(src)) {
-        CopyCut(outPath, kPathUnits, src);
-        return true;
-    }
+/// `outPath` is set before the request.
+void FetchFile(InternetSession* session, const wchar_t* shaderId, const wchar_t* src, wchar_t* outPath) {
     Download download;
     wchar_t path[kPathUnits];
     if (!(src ? NameMedia(src, download) : NameDocument(shaderId, download)) ||
         !FormatCachePath(download.name, path)) {
-        reason = "neither an existing file nor a name that the service could know";
-        return false;
+        throw LoadError(kUnknownName);
     }
     CopyCut(outPath, kPathUnits, path);
-    if (IsExistingFile(path)) {
-        return true;
+    if (!IsExistingFile(path)) {
+        const HttpReply reply = HttpGetReply(session, download.url, AlwaysContinue);
+        RequireCacheableReply(reply, download.content);
+        StoreResponse(path, BodyOf(reply));
     }
-    const HttpReply reply = HttpGetReply(session, download.url, AlwaysContinue);
-    reason = FaultOf(reply, download.content);
-    if (!reason.empty()) {
-        return false;
-    }
-    StoreResponse(path, BytesOf(reply));
-    return true;
+}
+
+}  // namespace
+
+HeapBytes FetchWithCache(InternetSession* session, const wchar_t* url, std::uint32_t* outLength,
+                         std::string& reason) {
+    HttpReply reply;
+    reason = FailureOf([&] { reply = ReadOrFetch(session, url); });
+    *outLength = reply.length;
+    return std::move(reply.body);
+}
+
+bool DownloadToCacheFile(InternetSession* session, const wchar_t* shaderId, const wchar_t* src,
+                         wchar_t* outPath, std::string& reason) {
+    reason = FailureOf([&] {
+        if (!session || !shaderId || !outPath || (src && !*src)) {
+            throw LoadError("the session, identifier, path or name is missing");
+        }
+        if (src && IsExistingFile(src)) {
+            CopyCut(outPath, kPathUnits, src);
+        } else {
+            FetchFile(session, shaderId, src, outPath);
+        }
+    });
+    return reason.empty();
 }
 
 }  // namespace pixelforge

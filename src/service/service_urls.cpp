@@ -1,4 +1,4 @@
-// Forms and reads addresses of the web service.
+// Formats and classifies URLs of the web service.
 #include "service/service_urls.h"
 
 #include <optional>
@@ -6,8 +6,7 @@
 #include <string_view>
 
 #include "base/file.h"
-#include "service/cache_names.h"
-#include "service/service_host.h"
+#include "service/shader_cache.h"
 
 namespace pixelforge {
 namespace {
@@ -18,7 +17,7 @@ constexpr std::wstring_view kSearchMark = L"/api/v1/shaders/query/";
 constexpr std::wstring_view kMediaMark = L"/media/a/";
 constexpr std::wstring_view kShaderMark = L"/api/v1/shaders/";
 
-std::optional<std::wstring> TextBehind(std::wstring_view url, std::wstring_view mark) {
+std::optional<std::wstring> TextAfter(std::wstring_view url, std::wstring_view mark) {
     const std::size_t found = url.find(mark);
     if (found == url.npos) {
         return std::nullopt;
@@ -56,15 +55,15 @@ bool FormatMediaUrl(const wchar_t* name, wchar_t (&url)[kPathUnits]) noexcept {
     return FormatBounded(url, kPathUnits, L"https://%s/media/a/%s", kServiceHost, name) == kFormatComplete;
 }
 
-// A search's address contains the mark of a document's, hence the order.
+// A search URL also contains the document mark, hence the order.
 bool ClassifyUrl(const wchar_t* url, CacheEntry& entry) {
-    if (const auto query = TextBehind(url, kSearchMark)) {
+    if (const auto query = TextAfter(url, kSearchMark)) {
         return SetSearch(entry, *query);
     }
-    if (const auto file = TextBehind(url, kMediaMark)) {
+    if (const auto file = TextAfter(url, kMediaMark)) {
         return SetName(entry, ServiceContent::Media, L"Assets", *file);
     }
-    if (const auto rest = TextBehind(url, kShaderMark)) {
+    if (const auto rest = TextAfter(url, kShaderMark)) {
         return SetShader(entry, *rest);
     }
     return false;

@@ -1,9 +1,16 @@
-// Addresses of the web service, and the cache file that belongs to each.
+// URLs of the web service, and the cache file for each.
 #pragma once
 
 #include "base/text.h"
 
+/// Host name from the build setting of the same name. The default is a reserved name that never resolves.
+#ifndef PIXELFORGE_SERVICE_HOST
+#define PIXELFORGE_SERVICE_HOST "pixelforge.example"
+#endif
+
 namespace pixelforge {
+
+inline constexpr wchar_t kServiceHost[] = L"" PIXELFORGE_SERVICE_HOST;
 
 enum class ServiceContent {
     Shader,
@@ -11,18 +18,18 @@ enum class ServiceContent {
     Media,
 };
 
-/// The address of a shader's document, or of a media file by its name. False when it does not fit.
+/// The URL of a shader document or of a media file. False if it does not fit.
 bool FormatShaderUrl(const wchar_t* id, wchar_t (&url)[kPathUnits]) noexcept;
 bool FormatMediaUrl(const wchar_t* name, wchar_t (&url)[kPathUnits]) noexcept;
 
-/// What an address asks for, and the name below the cache root that keeps the answer.
+/// What a URL requests, and the cache file for it, relative to the cache root.
 struct CacheEntry {
     ServiceContent content;
     wchar_t name[kPathUnits];
 };
 
-/// False for an address that is none of the service's, and for one whose file could not be kept in its
-/// folder: an identifier without a cached name, a query that is too long, a name that is no plain one.
+/// False for a URL that is not the service's, and for an identifier without a cached name, a query that is
+/// too long, or a name that is not a plain file name.
 bool ClassifyUrl(const wchar_t* url, CacheEntry& entry);
 
 }  // namespace pixelforge

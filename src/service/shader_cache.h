@@ -1,4 +1,4 @@
-// The folder tree on disk that keeps everything that was ever fetched.
+// The cache: the folder tree on disk that keeps everything fetched, and the names of its files.
 #pragma once
 
 #include <cstdint>
@@ -8,20 +8,27 @@
 
 namespace pixelforge {
 
-/// Where the tree begins: "E:\PixelforgeCache" until `CreateCacheFolders` sets it. Below it lie "Shaders"
-/// (documents), "Assets" (media files) and "Searches".
-const wchar_t* CacheRoot() noexcept;
-
-/// Makes the module's data folder with its "Shaders", and the cache tree under `cacheRoot`, which becomes
-/// the cache root. An empty or null path skips its steps; no failure stops the rest, and the result is
-/// always true. For the process's start: nothing may read the cache meanwhile.
+/// Creates the module's data folder with its "Shaders", and the cache tree: `cacheRoot`, which becomes the
+/// cache root (initially "E:\PixelforgeCache"), with "Shaders" for documents, "Assets" for media files and
+/// "Searches". An empty or null path skips its steps; failures are ignored and the result is always true.
+/// Call it once at process start, before anything uses the cache.
 bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot);
 
-/// Joins the cache root and a relative name; false when the path does not fit.
+/// The identifier in lower case, "_", and a hexadecimal mask of its capitals (bit i for character i): the
+/// service's identifiers are case-sensitive, file names are not. `out` holds `kPathUnits`. False for null
+/// arguments and for an identifier that is empty or longer than 20 characters.
+bool CachedNameForShaderId(const wchar_t* id, wchar_t* out);
+
+/// Base 32 (A to Z, 2 to 7) of the low 8 bits of each character; the last group of 5 bytes is padded with
+/// zero bytes and written in full. `out` holds `kPathUnits`. False for null arguments and for more than 160
+/// characters, whose name would not fit.
+bool EncodeQueryName(const wchar_t* text, wchar_t* out);
+
+/// Joins the cache root and a relative name. False if the path does not fit.
 bool FormatCachePath(const wchar_t* relativeName, wchar_t (&path)[kPathUnits]) noexcept;
 
-/// Puts a fetched body into the cache, whole or not at all. The file's folder is made when only that one
-/// is missing. False for an empty body or when the file could not be written.
+/// Stores a fetched body atomically, creating the file's folder (one level) if needed. False for an empty
+/// body or if the file could not be written.
 bool StoreResponse(const wchar_t* path, std::span<const std::uint8_t> body);
 
 }  // namespace pixelforge

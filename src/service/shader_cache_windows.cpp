@@ -1,4 +1,4 @@
-// Sets up the cache tree and fills it.
+// Creates the cache tree and stores files in it.
 #include "service/shader_cache.h"
 
 #include <windows.h>
@@ -10,25 +10,24 @@
 #include "base/file.h"
 #include "base/random.h"
 #include "base/win_handles.h"
-#include "service/cache_names.h"
 
 namespace pixelforge {
 namespace {
 
-wchar_t root[kPathUnits] = L"E:\\PixelforgeCache";
+wchar_t cacheRootPath[kPathUnits] = L"E:\\PixelforgeCache";
 
 enum class Compression {
     Off,
     On,
 };
 
-/// Makes one folder unless it exists; its parent must exist. True when the folder is there, also when
-/// another process was faster.
+/// Creates one folder, whose parent must exist. True if the folder exists now, even if another process made
+/// it.
 bool EnsureFolder(const wchar_t* path) {
     return IsExistingFolder(path) || CreateDirectoryW(path, nullptr) || IsExistingFolder(path);
 }
 
-/// Has the system compress what is written to the folder from now on, where its file system can.
+/// Marks a folder compressed on file systems that support it.
 void CompressFolder(const wchar_t* path) noexcept {
     const UniqueKernelHandle folder =
         AdoptFileHandle(CreateFileW(path, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -49,20 +48,20 @@ void MakeSubfolder(const wchar_t* parent, const wchar_t* name, Compression compr
     }
 }
 
-/// The name must not reach the disk before the bytes do, or a power cut leaves a file of zeros.
+/// Flushes, so that the later rename cannot reach the disk before the bytes do.
 bool WriteNewFile(const wchar_t* path, std::span<const std::uint8_t> bytes) noexcept {
     const UniqueKernelHandle file = AdoptFileHandle(
         CreateFileW(path, GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file || !WriteAll(file.Get(), bytes)) {
         return false;
     }
-    // Some drives cannot flush at all; any other failure may have lost bytes.
+    // Some drives do not support flushing; any other failure may have lost bytes.
     return FlushFileBuffers(file.Get()) || GetLastError() == ERROR_INVALID_FUNCTION ||
            GetLastError() == ERROR_NOT_SUPPORTED;
 }
 
-/// Writes under a name of its own in `folder` (which ends in a separator) and renames to `path` there.
-bool WriteFileWhole(const wchar_t* folder, const wchar_t* path, std::span<const std::uint8_t> bytes) {
+/// Writes a temporary file in `folder` (which ends in a separator) and renames it to `path` there.
+bool WriteFileAtomically(const wchar_t* folder, const wchar_t* path, std::span<const std::uint8_t> bytes) {
     wchar_t beside[kPathUnits];
     if (FormatBounded(beside, kPathUnits, L"%s~%08X%08X.tmp", folder, SystemRandom(), SystemRandom()) !=
         kFormatComplete) {
@@ -77,34 +76,30 @@ bool WriteFileWhole(const wchar_t* folder, const wchar_t* path, std::span<const 
 
 }  // namespace
 
-const wchar_t* CacheRoot() noexcept {
-    return root;
-}
-
 bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot) {
     if (dataFolder && *dataFolder) {
         EnsureFolder(dataFolder);
         MakeSubfolder(dataFolder, L"Shaders", Compression::On);
     }
     if (cacheRoot && *cacheRoot) {
-        CopyCut(root, cacheRoot);
-        EnsureFolder(root);
-        MakeSubfolder(root, L"Shaders", Compression::On);
-        // Pictures are compressed already.
-        MakeSubfolder(root, L"Assets", Compression::Off);
-        MakeSubfolder(root, L"Searches", Compression::On);
+        CopyCut(cacheRootPath, cacheRoot);
+        EnsureFolder(cacheRootPath);
+        MakeSubfolder(cacheRootPath, L"Shaders", Compression::On);
+        // Media files are already compressed.
+        MakeSubfolder(cacheRootPath, L"Assets", Compression::Off);
+        MakeSubfolder(cacheRootPath, L"Searches", Compression::On);
     }
     return true;
 }
 
 bool FormatCachePath(const wchar_t* relativeName, wchar_t (&path)[kPathUnits]) noexcept {
-    return FormatBounded(path, kPathUnits, L"%s\\%s", root, relativeName) == kFormatComplete;
+    return FormatBounded(path, kPathUnits, L"%s\\%s", cacheRootPath, relativeName) == kFormatComplete;
 }
 
 bool StoreResponse(const wchar_t* path, std::span<const std::uint8_t> body) {
     wchar_t folder[kPathUnits];
     return !body.empty() && FolderOfPath(path, folder) && EnsureFolder(folder) &&
-           WriteFileWhole(folder, path, body);
+           WriteFileAtomically(folder, path, body);
 }
 
 }  // namespace pixelforge

@@ -24,7 +24,7 @@ TEST(CreatePictureBitmap, ShowsSingleBytesAsGreys) {
     }
 }
 
-TEST(Bitmaps, RefuseHostileSizes) {
+TEST(Bitmaps, RejectHostileSizes) {
     constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
     for (const auto& [width, height] :
          {std::pair(0, 1), {1, 0}, {-4, 4}, {4, -4}, {30000, 30000}, {most, most}, {1 << 16, 1 << 16}}) {
@@ -35,8 +35,8 @@ TEST(Bitmaps, RefuseHostileSizes) {
     EXPECT_FALSE(CreatePictureBitmap(1, 1, 0));
 }
 
-TEST(CopyToTopDown, TakesDepthAndBytesInTheirOrder) {
-    // Rows of 5 24-bit and of 3 8-bit pixels are padded. Image sizes are 0 or a lie, which Wine corrects.
+TEST(CopyToTopDown, KeepsDepthAndByteOrder) {
+    // The first two have padded rows. Image sizes are 0 or wrong; Wine corrects wrong ones.
     const struct {
         LONG width, height;
         WORD bitsPerPixel;

@@ -1,16 +1,16 @@
-// Conversions and bounded formatting.
+// Conversions, bounded formatting and line ends.
 #include "base/text.h"
 
 #include <gtest/gtest.h>
 
-#include <iterator>
+#include <string>
 
 namespace pixelforge {
 namespace {
 
 using namespace std::string_view_literals;
 
-TEST(Conversion, GoesBothWaysInTheEncodingThatTheBytesShow) {
+TEST(Conversion, RoundTripsInTheDetectedEncoding) {
     const struct {
         std::string_view bytes;
         TextEncoding encoding;
@@ -30,7 +30,7 @@ TEST(Conversion, GoesBothWaysInTheEncodingThatTheBytesShow) {
     }
 }
 
-TEST(Conversion, RefusesIllFormedUtf8) {
+TEST(Conversion, RejectsMalformedUtf8) {
     for (const std::string_view bad : {"\x80"sv, "\xC0\x80"sv, "\xC1\xBF"sv, "\xC3"sv, "\xC3("sv,
                                        "\xE0\x9F\xBF"sv, "\xED\xA0\x80"sv, "\xE2\x82"sv, "\xF0\x8F\xBF\xBF"sv,
                                        "\xF4\x90\x80\x80"sv, "\xF5\x80\x80\x80"sv, "\xFF"sv, "ok\xE4"sv}) {
@@ -39,7 +39,7 @@ TEST(Conversion, RefusesIllFormedUtf8) {
     }
 }
 
-TEST(Conversion, ReplacesWhatTheTargetCannotHold) {
+TEST(Conversion, ReplacesCharactersWithoutAnEquivalent) {
     const wchar_t high = 0xD83D;
     const wchar_t low = 0xDE00;
     EXPECT_EQ(Narrow(L"\u0416\u0100b", TextEncoding::AnsiCodePage), "??b") << "no look-alikes";
@@ -47,17 +47,37 @@ TEST(Conversion, ReplacesWhatTheTargetCannotHold) {
     EXPECT_EQ(Narrow(std::wstring{low, high, L'x'}, TextEncoding::Utf8), "\xEF\xBF\xBD\xEF\xBF\xBDx");
 }
 
-TEST(FormatBounded, ReportsCutTexts) {
+TEST(FormatBounded, ReportsTruncation) {
     wchar_t field[8] = {};
     EXPECT_EQ(FormatBounded(field, 8, L"%c%%%04x", L'\u20AC', 0xAB), kFormatComplete);
     EXPECT_STREQ(field, L"\u20AC%00ab");
     EXPECT_EQ(FormatBounded(field, 8, L"%-3s%5.2s|", L"a", L"bcd"), kFormatCut);
-    EXPECT_STREQ(field, L"a     b") << "width and precision count, and the end is cut";
+    EXPECT_STREQ(field, L"a     b") << "width and precision apply, and the end is truncated";
     EXPECT_EQ(FormatBounded(field, 7, L"%s", L"1234567"), kFormatCut) << "no room for the terminator";
     EXPECT_STREQ(field, L"123456");
     EXPECT_EQ(FormatBounded(field, 0, L"x"), kFormatBadCapacity);
     EXPECT_EQ(FormatBounded(field, 0x80000000u, L"x"), kFormatBadCapacity);
     EXPECT_STREQ(field, L"");
+}
+
+TEST(NormalizeLineEnds, TurnsEveryLineEndIntoOneLineFeedWithinTheCapacity) {
+    const struct {
+        std::string source;
+        std::size_t capacity;
+        const char* expected;
+    } cases[] = {
+        {"a\r\nb\n\rc\rd\ne\r", 64, "a\nb\nc\nd\ne\n"},
+        {"\r\n\r\n", 64, "\n\n"},
+        {"\r\n\n", 64, "\n\n"},
+        {"ab\r\ncd", 5, "ab\nc"},
+        {"ab\r\ncd", 4, "ab\n"},
+        {"ab", 1, ""},
+    };
+    for (const auto& each : cases) {
+        std::string text = each.source + std::string(64, '\0');
+        NormalizeLineEnds(text.data(), text.data(), each.capacity);
+        EXPECT_STREQ(text.c_str(), each.expected) << testing::PrintToString(each.source);
+    }
 }
 
 }  // namespace

@@ -1,20 +1,22 @@
-// From a text to a document: the check before parsing, what the reader makes of each key, and what it says
-// about faults and about texts made to hurt.
+// The check before parsing, what the reader makes of each key, its error texts, and hostile texts.
 #include "document/document_reader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <regex>
 #include <vector>
 
+#include "base/load_error.h"
 #include "document/usable_json.h"
-#include "module/load_shader.h"
-#include "service/internet_session.h"
+#include "module/shader_loader.h"
+#include "service/http_get.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge {
@@ -40,7 +42,8 @@ std::string SampleWith(std::string_view from, std::string_view to) {
 
 struct ReadResult {
     std::unique_ptr<ShaderDocument> document = std::make_unique<ShaderDocument>();
-    ReadOutcome outcome;
+    bool complete = false;
+    std::string error;  ///< one line when reading failed
 
     const RenderPass& Pass(PassKind kind) const { return document->passes[static_cast<std::uint32_t>(kind)]; }
     const PassInput& Input() const { return Pass(PassKind::BufferA).inputs[1]; }
@@ -48,24 +51,29 @@ struct ReadResult {
 
 ReadResult Read(const std::string& text) {
     ReadResult result;
-    result.outcome = ReadShaderDocument(text.c_str(), *result.document);
+    try {
+        ReadShaderDocument(text.c_str(), *result.document);
+        result.complete = true;
+    } catch (const LoadError& error) {
+        result.error = error.what();
+    }
     return result;
 }
 
-/// Of a text that must read to its end.
-ReadResult ReadWhole(const std::string& text) {
+/// For a text that must be read without an error.
+ReadResult ReadAll(const std::string& text) {
     ReadResult result = Read(text);
-    EXPECT_TRUE(result.outcome.complete) << text;
-    EXPECT_EQ(result.outcome.error, "") << text;
+    EXPECT_TRUE(result.complete) << text;
+    EXPECT_EQ(result.error, "") << text;
     return result;
 }
 
-TEST(UsableJson, JudgesAndCutsInPlace) {
+TEST(UsableJson, FindsFaultsAndCutsInPlace) {
     using enum JsonTextFault;
     const struct {
         std::string text;
         JsonTextFault fault;
-        std::string left;  ///< of a usable text
+        std::string left;  ///< of a usable text after the cut
     } cases[] = {
         {"", Empty, ""},
         {" \t\r\n\v\f", Empty, ""},
@@ -94,9 +102,9 @@ TEST(UsableJson, JudgesAndCutsInPlace) {
 }
 
 TEST(DocumentReader, FillsEveryField) {
-    const ReadResult result = ReadWhole(kSample);
+    const ReadResult result = ReadAll(kSample);
     const ShaderInfo& info = result.document->info;
-    EXPECT_FLOAT_EQ(result.document->ver, 0.1f);
+    EXPECT_FLOAT_EQ(result.document->ver, 0.1F);
     EXPECT_EQ((std::vector<std::wstring>{info.id, info.date, info.name, info.username, info.description,
                                          info.tags, result.Input().src}),
               (std::vector<std::wstring>{L"MdX3Rr", L"1364860800", L"Title", L"someone", L"Words", L"a, b, c",
@@ -108,7 +116,19 @@ TEST(DocumentReader, FillsEveryField) {
     EXPECT_EQ(result.Pass(PassKind::Image).kind, PassKind::Other);
 }
 
-TEST(DocumentReader, PutsPassesIntoTheirSlots) {
+TEST(DocumentReader, ConvertsVersionsLikeStof) {
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const std::pair<const char*, float> cases[] = {
+        {" \\t\\n0.5", 0.5F}, {"+2", 2.0F},       {"-.5e1x", -5.0F},         {"0x1p-1", 0.5F}, {"1.", 1.0F},
+        {"1\\u00002", 1.0F},  {"inf", kInfinity}, {"-INFINITY", -kInfinity}, {"0e99", 0.0F},
+    };
+    for (const auto& [version, expected] : cases) {
+        EXPECT_EQ(ReadAll(SampleWith("0.1", version)).document->ver, expected) << version;
+    }
+    EXPECT_TRUE(std::isnan(ReadAll(SampleWith("0.1", "nan")).document->ver));
+}
+
+TEST(DocumentReader, StoresPassesInTheirSlots) {
     const struct {
         std::string type, name;
         std::uint32_t slot;
@@ -121,7 +141,7 @@ TEST(DocumentReader, PutsPassesIntoTheirSlots) {
     };
     for (const auto& each : cases) {
         const std::string keys = R"("type":")" + each.type + R"(","name":")" + each.name + '"';
-        const ReadResult result = ReadWhole(SampleWith(R"("type":"buffer","name":"Buffer A")", keys));
+        const ReadResult result = ReadAll(SampleWith(R"("type":"buffer","name":"Buffer A")", keys));
         const RenderPass& pass = result.document->passes[each.slot];
         EXPECT_EQ(static_cast<std::uint32_t>(pass.kind), each.slot) << keys;
         EXPECT_STREQ(pass.code.get(), "void f(){}") << keys;
@@ -145,7 +165,7 @@ TEST(DocumentReader, MapsChannelTypesAndIdentifiers) {
     };
     for (const auto& each : cases) {
         const std::string keys = R"("id":)" + each.id + R"(,"ctype":")" + each.ctype + '"';
-        const ReadResult result = ReadWhole(SampleWith(R"("id":258,"ctype":"buffer")", keys));
+        const ReadResult result = ReadAll(SampleWith(R"("id":258,"ctype":"buffer")", keys));
         EXPECT_EQ(static_cast<std::uint32_t>(result.Input().ctype), each.type) << keys;
         EXPECT_EQ(result.Input().sourcePass, each.source) << keys;
     }
@@ -164,27 +184,27 @@ TEST(DocumentReader, MapsSamplerTexts) {
         {"byte", "float", {10497, 9987, 1, 0, 0}},
     };
     for (const auto& each : cases) {
-        const ReadResult result = ReadWhole(SampleWith(each.from, each.to));
+        const ReadResult result = ReadAll(SampleWith(each.from, each.to));
         EXPECT_EQ(std::memcmp(&result.Input().sampler, &each.expected, sizeof(each.expected)), 0) << each.to;
     }
 }
 
-TEST(DocumentReader, DropsChannelsThatDoNotExistAndSaturatesCounts) {
+TEST(DocumentReader, DropsInvalidChannelsAndSaturatesCounts) {
     for (const std::string number : {"4", "-1", "1e9", "-1e300", "4294967297"}) {
-        const ReadResult result = ReadWhole(SampleWith(R"("channel":1)", R"("channel":)" + number));
+        const ReadResult result = ReadAll(SampleWith(R"("channel":1)", R"("channel":)" + number));
         for (const PassInput& input : result.Pass(PassKind::BufferA).inputs) {
             EXPECT_EQ(input.ctype, ChannelType::None) << number;
         }
     }
     for (const auto& [number, expected] :
          {std::pair("2.9", 2u), {"-0.5", 0u}, {"-1e300", 0u}, {"18446744073709551616", 4294967295u}}) {
-        const ReadResult result = ReadWhole(SampleWith(R"("likes":3)", R"("likes":)" + std::string(number)));
+        const ReadResult result = ReadAll(SampleWith(R"("likes":3)", R"("likes":)" + std::string(number)));
         EXPECT_EQ(result.document->info.likes, expected) << number;
     }
 }
 
-TEST(DocumentReader, LetsTheLaterPassOfAKindWin) {
-    const ReadResult result = ReadWhole(
+TEST(DocumentReader, KeepsTheLastPassOfAKind) {
+    const ReadResult result = ReadAll(
         SampleWith("}]}}", R"(},{"type":"buffer","name":"Buf A","code":"late","inputs":[]},{"type":"sound"},)"
                            R"({"type":"odd","code":"odd","inputs":[]}]}})"));
     EXPECT_STREQ(result.Pass(PassKind::BufferA).code.get(), "late");
@@ -202,12 +222,12 @@ TEST(DocumentReader, KeepsTheBytesOfCode) {
         {"a\\u0000b", "a"},
     };
     for (const auto& [written, expected] : cases) {
-        const ReadResult result = ReadWhole(SampleWith("void f(){}", written));
+        const ReadResult result = ReadAll(SampleWith("void f(){}", written));
         EXPECT_EQ(std::string_view(result.Pass(PassKind::BufferA).code.get()), expected) << written;
     }
 }
 
-/// Every key of the sample is renamed, and then given a value of the wrong type in front of its own.
+/// Renames each key of the sample, then puts the same key with a value of the wrong type before it.
 TEST(DocumentFaults, NameTheMissingOrWrongKey) {
     const std::size_t unread[] = {kSample.rfind("\"published"), kSample.rfind("\"description"),
                                   kSample.find("\"outputs")};
@@ -218,12 +238,12 @@ TEST(DocumentFaults, NameTheMissingOrWrongKey) {
         const ReadResult missing = Read(std::string(kSample).insert(at + 1, "no "));
         const ReadResult wrong = Read(std::string(kSample).insert(at, key->str() + "true,"));
         if (std::ranges::find(unread, at) != std::end(unread)) {
-            EXPECT_TRUE(missing.outcome.complete && wrong.outcome.complete) << key->str();
+            EXPECT_TRUE(missing.complete && wrong.complete) << key->str();
             continue;
         }
-        EXPECT_FALSE(missing.outcome.complete || wrong.outcome.complete) << key->str();
-        EXPECT_THAT(missing.outcome.error, EndsWith(key->str(1) + ": missing"));
-        EXPECT_THAT(wrong.outcome.error,
+        EXPECT_FALSE(missing.complete || wrong.complete) << key->str();
+        EXPECT_THAT(missing.error, EndsWith(key->str(1) + ": missing"));
+        EXPECT_THAT(wrong.error,
                     testing::AllOf(HasSubstr(key->str(1) + ": must be "), EndsWith(", is true")));
         ++read;
     }
@@ -240,54 +260,59 @@ TEST(DocumentFaults, AreNamedInOneLine) {
         {R"({"ver":"0.1","renderpass":[]})",
          "Shader: missing; only documents of the form {\"Shader\":{...}} are read"},
         {SampleWith("0.1", "first"), "Shader.ver: invalid stof argument"},
+        {SampleWith("0.1", ""), "Shader.ver: invalid stof argument"},
+        {SampleWith("0.1", " ."), "Shader.ver: invalid stof argument"},
         {SampleWith("0.1", "1e99"), "Shader.ver: stof argument out of range"},
+        {SampleWith("0.1", "-1e39"), "Shader.ver: stof argument out of range"},
+        {SampleWith("0.1", "1e-40"), "Shader.ver: stof argument out of range"},
+        {SampleWith("0.1", "1e-99"), "Shader.ver: stof argument out of range"},
         {SampleWith(R"("b")", "2"), "Shader.info.tags[1]: must be a string, is a number"},
         {SampleWith("[{\"inputs", "[null,{\"inputs"), "Shader.renderpass[0]: must be an object, is null"},
         {SampleWith("wrap", "w"), "Shader.renderpass[0].inputs[0].sampler.wrap: missing"},
     };
     for (const auto& [text, error] : cases) {
         const ReadResult result = Read(text);
-        EXPECT_FALSE(result.outcome.complete) << text;
-        EXPECT_EQ(result.outcome.error, error) << text;
+        EXPECT_FALSE(result.complete) << text;
+        EXPECT_EQ(result.error, error) << text;
     }
 }
 
-TEST(HostileText, CutOrDamagedAnywhereEndsInADocumentOrOneLine) {
+TEST(HostileText, TruncatedOrDamagedAnywhereGivesADocumentOrOneErrorLine) {
     for (std::size_t at = 0; at < kSample.size(); ++at) {
         const ReadResult cut = Read(kSample.substr(0, at));
-        EXPECT_FALSE(cut.outcome.complete || cut.outcome.error.empty()) << at;
+        EXPECT_FALSE(cut.complete || cut.error.empty()) << at;
         for (const char byte : {'"', '\\', '{', ']', '\x80', '\xED', '0', '\n'}) {
             std::string text = kSample;
             text[at] = byte;
             const ReadResult result = Read(text);
-            EXPECT_EQ(result.outcome.complete, result.outcome.error.empty()) << text;
-            EXPECT_EQ(result.outcome.error.find('\n'), std::string::npos) << text;
+            EXPECT_EQ(result.complete, result.error.empty()) << text;
+            EXPECT_EQ(result.error.find('\n'), std::string::npos) << text;
         }
     }
 }
 
-/// Sizes that would overflow a recursive parser, or take quadratic work beyond the time that a test has.
-TEST(HostileText, OfGreatSizeIsReadInTime) {
+/// Sizes that overflow the stack of a recursive parser, or time out if anything takes quadratic time.
+TEST(HostileText, OfGreatSizeIsReadInLinearTime) {
     constexpr std::size_t kMillion = 1'000'000;
     const std::string deep = std::string(kMillion, '[') + std::string(kMillion, ']');
     std::string wide = "1";
     for (std::size_t i = 0; i < kMillion; ++i) {
         wide += ",1";
     }
-    EXPECT_FALSE(Read(deep).outcome.complete);
-    EXPECT_TRUE(Read(SampleWith(R"("outputs":[])", R"("outputs":)" + deep)).outcome.complete);
-    EXPECT_EQ(Read(SampleWith(R"("a","b","c")", wide)).outcome.error,
+    EXPECT_FALSE(Read(deep).complete);
+    EXPECT_TRUE(Read(SampleWith(R"("outputs":[])", R"("outputs":)" + deep)).complete);
+    EXPECT_EQ(Read(SampleWith(R"("a","b","c")", wide)).error,
               "Shader.info.tags[0]: must be a string, is a number");
     const ReadResult large = Read(SampleWith("void f(){}", std::string(50 * kMillion, 'x')));
-    EXPECT_TRUE(large.outcome.complete) << large.outcome.error;
+    EXPECT_TRUE(large.complete) << large.error;
     EXPECT_EQ(std::strlen(large.Pass(PassKind::BufferA).code.get()), 50 * kMillion);
     const ReadResult exact = Read(SampleWith("0.1", "0." + std::string(50 * kMillion, '1')));
-    EXPECT_TRUE(exact.outcome.complete) << exact.outcome.error;
+    EXPECT_TRUE(exact.complete) << exact.error;
     EXPECT_NEAR(exact.document->ver, 0.111, 0.001);
 }
 
-/// The last two names are no addresses either, so nothing is requested.
-TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrGivesTheReason) {
+/// The last two names give no valid address, so nothing is requested.
+TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrGivesAReason) {
     const test::TempFile good("\r\n" + kSample + "\ntrailing words", L"-\u732B.json");
     const test::TempFile marked("\xEF\xBB\xBF{}");
     const std::pair<std::wstring, const char*> cases[] = {

@@ -1,4 +1,4 @@
-// Whole documents: those that are drawn, and those that fail cleanly, say why and harm no other.
+// Complete documents: those that draw, and those that fail cleanly with a reason.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,22 +17,22 @@ constexpr std::uint32_t kWhite = 0xFFFFFF;
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
 const std::string kBlack = MainImage("c = vec4(0);");
 
-TEST(Documents, WithAFaultFailOnEveryFrameSayWhyAndHarmNoLaterOne) {
+TEST(Documents, WithAFaultFailOnEveryFrameGiveTheReasonAndDoNotAffectTheNext) {
     const std::string good = DocumentBuilder().Image(MainImage("c = vec4(1);")).Json();
     const auto image = [](const std::string& code) { return DocumentBuilder().Image(code).Json(); };
     const struct {
         const char* what;
         std::string document;
-        const char* words;  ///< part of what the module says
+        const char* words;  ///< part of the debugger output
     } faults[] = {
         {"nothing", "", "empty"},
-        {"no JSON", std::string(50 << 20, 'x'), "brace"},
+        {"not JSON", std::string(50 << 20, 'x'), "brace"},
         {"the service's error document", "{\"Error\":\"Shader not found\"}", "error document"},
-        {"cut in the middle", good.substr(0, good.size() / 2), "do not match"},
-        {"the other form in which documents circulate", "[{\"info\":{},\"renderpass\":[]}]", "Shader"},
+        {"truncated", good.substr(0, good.size() / 2), "do not match"},
+        {"the other common form of documents", "[{\"info\":{},\"renderpass\":[]}]", "Shader"},
         {"a million nested arrays", std::string(1000000, '[') + std::string(1000000, ']'), "Shader"},
         {"an error in the image", image("\n" + MainImage("c = vec4(\n  missing);")), "Image:5:"},
-        {"an error in a buffer behind a dropped include",
+        {"an error in a buffer after a dropped include",
          DocumentBuilder().Buffer('B', "#include \"nowhere\"\nfloat x = y;\n" + kBlack).Image(kBlack).Json(),
          "Buffer B:2:"},
         {"an error in Common", DocumentBuilder().Common("float a;\r\n\r\nfloat b = c;").Image(kBlack).Json(),
@@ -51,7 +51,7 @@ TEST(Documents, WithAFaultFailOnEveryFrameSayWhyAndHarmNoLaterOne) {
     for (const auto& fault : faults) {
         SCOPED_TRACE(fault.what);
         ModuleRun run(fault.document, options);
-        EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "a failed load is tried again";
+        EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "a failed load is retried";
         EXPECT_THAT(run.Words(), HasSubstr(fault.words));
         EXPECT_THAT(run.Words(), HasSubstr("cannot load a shader"));
         run.Session().Close();
@@ -68,7 +68,7 @@ TEST(Documents, WithoutAnImagePassLoadButDeliverNothing) {
     EXPECT_THAT(run.Words(), testing::Not(HasSubstr("cannot load")));
 }
 
-TEST(Documents, InTheFormsThatCirculateAreDrawn) {
+TEST(Documents, InAllCommonFormsAreDrawn) {
     const std::string red = MainImage("c = vec4(1.0, 0.0, 0.0, 1.0);");
     const std::string blue = MainImage("c = vec4(0, 0, 1, 1);");
     const std::string readsA = MainImage("c = texelFetch(iChannel0, ivec2(p), 0);");
@@ -82,14 +82,14 @@ TEST(Documents, InTheFormsThatCirculateAreDrawn) {
     } cases[] = {
         {"CR LF code", image(head + "\r\n// x\r\nc = vec4(1);\r\n}"), kWhite},
         {"lone CR code", image(head + "\r// x\rc = vec4(1);\r}"), kWhite},
-        {"a back-slash joins lines", image("#define WHITE \\\n vec4(1)\n" + MainImage("c = WHITE;")), kWhite},
+        {"a backslash joins lines", image("#define WHITE \\\n vec4(1)\n" + MainImage("c = WHITE;")), kWhite},
         {"words that the prefix renames",
          image(MainImage("float char = 1.0, packed = 0.0; c = vec4(char, packed, 0, 1);")), kRed},
         {"non-ASCII comments", image("// \xC3\xA9t\xC3\xA9 \xE5\xA4\x8F\n" + red), kRed},
         {"300 KB on one line", image(head + "/*" + std::string(300000, '*') + "*/ c = vec4(1); }"), kWhite},
         {"a brace that Common opens", image("BEGIN c = vec4(0, 1, 0, 1); }").Common("#define BEGIN " + head),
          kGreen},
-        {"a short name, twin passes of which the later counts, unknown names and a sound pass",
+        {"a short name, duplicate passes (the later wins), unknown names and a sound pass",
          DocumentBuilder()
              .Buffer('A', blue)
              .Pass("buffer", "Buf A", red)
@@ -110,7 +110,7 @@ TEST(Documents, InTheFormsThatCirculateAreDrawn) {
     }
 }
 
-TEST(Documents, FailedAssertionsColourThePixelAndTheLastOneWins) {
+TEST(Documents, FailedAssertionsColourThePixelAndTheLastWins) {
     ModuleRun run(DocumentBuilder()
                       .Image(MainImage("c = vec4(1.0); int x = int(p.x);\n"
                                        "if (x == 0) pf_assert(false);\n"
@@ -126,7 +126,7 @@ TEST(Documents, FailedAssertionsColourThePixelAndTheLastOneWins) {
     }
 }
 
-TEST(Documents, TheIncludeFolderServesFilesAndErrorsNameThem) {
+TEST(Documents, MayIncludeFilesAndErrorsNameThem) {
     const TempFolder folder;
     folder.Write("good.glsl", "vec4 Green() { return vec4(0, 1, 0, 1); }\r\n");
     folder.Write("bad.glsl", "float fine;\n\nfloat broken = nothing;\n");

@@ -1,4 +1,4 @@
-// Return codes, conditions and output forms of the frame driver, seen from the host's side.
+// Return codes, conditions and output forms of the frame driver, as seen by the host.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ const std::string kCounter =
         .Image(MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x / 255.0, 0, 0, 1);"), kReadsA)
         .Json();
 
-TEST(Driver, NullRecordsAreRefusedByEveryExport) {
+TEST(Driver, EveryExportRejectsNullRecords) {
     const preview::ModuleFunctions& module = Module().Functions();
     ModuleRun run(kWhite);
     EXPECT_EQ(module.getDescription(nullptr), 0);
@@ -36,18 +36,18 @@ TEST(Driver, NullRecordsAreRefusedByEveryExport) {
     EXPECT_EQ(run.Frame(), FrameResult::Drawn);
 }
 
-TEST(Driver, AHostWithoutAllocatingFunctionGetsAnInstanceWithDefaults) {
+TEST(Driver, AHostWithoutAnAllocatorGetsAnInstanceWithDefaults) {
     const preview::ModuleFunctions& module = Module().Functions();
     ModuleInstance* instance = nullptr;
     ASSERT_EQ(module.buildControlStructure(&instance, nullptr, nullptr, nullptr), 1);
-    DrawContext context{};
+    DrawContext context = {};
     EXPECT_EQ(module.preInitialize(instance, &context), 1);
     EXPECT_EQ(module.initialize(instance, &context), 1);
     EXPECT_EQ(module.drawFrame(instance, &context), 0) << "no playlist";
     EXPECT_EQ(module.destroyControlStructure(instance), 1);
 }
 
-TEST(Driver, TheDescriptionFillsARecordThatWasNotCleared) {
+TEST(Driver, TheDescriptionFillsAnUninitialisedRecord) {
     ModuleDescription description;
     std::memset(static_cast<void*>(&description), 0xCD, sizeof(description));
     ASSERT_EQ(Module().Functions().getDescription(&description), 1);
@@ -65,10 +65,10 @@ TEST(Driver, DrawingCanBeSwitchedOffAndOn) {
     EXPECT_EQ(run.Pixel(0, 0), 0u);
     run.Session().Control("Draw Event")->toggle.value[1] = 1;
     EXPECT_EQ(run.Frame(), FrameResult::Drawn);
-    EXPECT_EQ(run.Pixel(0, 0), 0x010000u) << "frames that were not drawn did not advance the shader";
+    EXPECT_EQ(run.Pixel(0, 0), 0x010000u) << "skipped frames do not advance the shader";
 }
 
-TEST(Driver, AResetIsAskedForAtOnceAndThenNotBeforeTheInterval) {
+TEST(Driver, AResetIsRequestedImmediatelyAndThenOncePerInterval) {
     ModuleRun run(kCounter);
     EXPECT_EQ(run.Frames(3), FrameResult::Drawn);
     run.Session().Control("Reset Event")->toggle.value[1] = 1;
@@ -76,11 +76,11 @@ TEST(Driver, AResetIsAskedForAtOnceAndThenNotBeforeTheInterval) {
     ModuleInstance* instance = run.Session().Instance();
     EXPECT_EQ(module.drawFrame(instance, &run.Session().Context()), 2);
     EXPECT_EQ(module.drawFrame(instance, &run.Session().Context()), 1) << "five seconds have not passed";
-    EXPECT_EQ(run.Pixel(0, 0), 0x040000u) << "without initialisation the old shader goes on";
+    EXPECT_EQ(run.Pixel(0, 0), 0x040000u) << "without initialisation the old shader continues";
     instance->nextResetTick = 0;
     EXPECT_EQ(run.Frame(), FrameResult::ResetWanted);  // this host initialises again
     EXPECT_EQ(run.Frame(), FrameResult::Drawn);
-    EXPECT_EQ(run.Pixel(0, 0), 0x010000u) << "a new load begins with cleared buffers";
+    EXPECT_EQ(run.Pixel(0, 0), 0x010000u) << "a new load starts with cleared buffers";
 }
 
 TEST(Driver, TheErrorScreenIsWrittenInGreenOnBlack) {
@@ -96,15 +96,15 @@ TEST(Driver, TheErrorScreenIsWrittenInGreenOnBlack) {
         for (int x = 0; x < 200; ++x) {
             const std::uint32_t pixel = run.Pixel(x, y);
             green += pixel == 0x1EFF3C;
-            ASSERT_TRUE(pixel == 0 || (x >= 40 && y < 40)) << "text begins a fifth from the left and the top";
+            ASSERT_TRUE(pixel == 0 || (x >= 40 && y < 40)) << "text starts a fifth from the left and the top";
         }
     }
     EXPECT_GT(green, 50);
     run.Session().Reset();
-    EXPECT_EQ(run.Frame(), FrameResult::Drawn) << "initialisation leaves the error state";
+    EXPECT_EQ(run.Frame(), FrameResult::Drawn) << "initialisation clears the error state";
 }
 
-TEST(Driver, TheNoticeReachesTheHostAndOffersAnInstalledEditor) {
+TEST(Driver, TheNoticeOffersAnInstalledEditor) {
     const TempFolder folder;
     Module();  // attaching to the process sets the variable
     SetEnvironmentVariableW(L"EXE_BASEFOLDER", folder.Path().c_str());
@@ -120,12 +120,12 @@ TEST(Driver, TheNoticeReachesTheHostAndOffersAnInstalledEditor) {
     std::replace(link.begin(), link.end(), '\\', '/');
     EXPECT_NE(notice().find(std::wstring(link.begin(), link.end())), std::wstring::npos)
         << "forward slashes, then the identifier";
-    EXPECT_EQ(preview::HostSession::InfoText(), L"") << "clean-up has cleared it";
+    EXPECT_EQ(preview::HostSession::InfoText(), L"") << "clean-up clears it";
     SetEnvironmentVariableW(L"EXE_BASEFOLDER", nullptr);
 }
 
 using Pixels = std::vector<std::uint32_t>;
-/// Changes the host's picture by a plain frame; both begin with the lowest row.
+/// Applies a plain frame to the host's picture; both start with the lowest row.
 using Form = std::function<void(const Pixels& frame, Pixels& host)>;
 
 Form Tiles(std::int32_t x, std::int32_t y, std::int32_t mirrored) {
@@ -140,7 +140,7 @@ Form Levels(std::int32_t foregroundOnly) {
     };
 }
 
-TEST(Driver, EveryFormEqualsItsFormulaAppliedToThePlainFrame) {
+TEST(Driver, EveryOutputFormMatchesItsFormula) {
     const Form plain = [](const Pixels& frame, Pixels& host) { host = frame; };
     const Form nothing = [](const Pixels&, Pixels&) {};
     const Form foreground = [](const Pixels& frame, Pixels& host) {
@@ -148,19 +148,19 @@ TEST(Driver, EveryFormEqualsItsFormulaAppliedToThePlainFrame) {
     };
     const struct {
         const char* what;
-        std::int32_t ownBitmap, levels;  ///< what the host wants at preparation and at the frame
+        std::int32_t ownBitmap, levels;  ///< the host's levelOutput at pre-initialisation and at the frame
         std::vector<preview::ControlSetting> settings;
         Form form;
     } cases[] = {
-        {"direct, where the switch has no effect", 0, 0, {{"Foreground Only", "1"}}, plain},
-        {"kept in the own bitmap", 1, 0, {}, nothing},
+        {"direct, where the control has no effect", 0, 0, {{"Foreground Only", "1"}}, plain},
+        {"left in the module's bitmap", 1, 0, {}, nothing},
         {"foreground", 1, 0, {{"Foreground Only", "1"}}, foreground},
         {"levels", 1, 1, {}, Levels(0)},
         {"levels of the foreground", 1, 1, {{"Foreground Only", "1"}}, Levels(1)},
         {"tiles", 1, 0, {{"X Tiling", "3"}, {"Y Tiling", "2"}, {"Mirroring", "0"}}, Tiles(3, 2, 0)},
         {"mirrored tiles", 1, 0, {{"X Tiling", "2"}, {"Mirroring", "1"}}, Tiles(2, 1, 1)},
     };
-    // Black on the left, elsewhere each pixel's place.
+    // Black on the left; elsewhere each pixel encodes its position.
     const std::string code = MainImage("c = p.x < 9.0 ? vec4(0) : vec4(floor(p), 7, 255) / 255.0;");
     Pixels frame(32 * 24);
     for (std::uint32_t i = 0; i < frame.size(); ++i) {

@@ -1,4 +1,4 @@
-// Where a host program lies decides where the module finds its folders: seen from real processes.
+// The module's folders depend on where the host program is installed: tested in real processes.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -26,7 +26,7 @@ std::wstring Quoted(const fs::path& path) {
     return L'"' + path.wstring() + L'"';
 }
 
-/// The folders of program, libraries and data that a host in this folder sees, one a line.
+/// The program, library and data folders that a host in this folder sees, one per line.
 std::string FoldersSeenFrom(const fs::path& folder) {
     const fs::path module = preview::ModulePathBesideProgram();
     const fs::path host = folder / "host.exe";
@@ -43,8 +43,8 @@ std::string FoldersSeenFrom(const fs::path& folder) {
     return lines;
 }
 
-/// Removes a folder and those around it, as far as nothing is in them: other hosts may be using them. A
-/// drive's root stays.
+/// Removes a folder and its parents while they are empty: other hosts may be using them. Never removes a
+/// drive's root.
 void RemoveEmptyFolders(fs::path folder) {
     std::error_code notEmpty;
     while (folder.has_relative_path() && fs::remove(folder, notEmpty)) {
@@ -52,7 +52,7 @@ void RemoveEmptyFolders(fs::path folder) {
     }
 }
 
-TEST(HostModes, EachKindOfHostFindsItsFoldersAndGetsItsCache) {
+TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
     const TempFolder temp;
     const fs::path portable = temp.Path();
     const fs::path installed = SystemFolder(CSIDL_PROGRAM_FILES) / "Larkvane" / "Moonreel";
@@ -76,7 +76,7 @@ TEST(HostModes, EachKindOfHostFindsItsFoldersAndGetsItsCache) {
             EXPECT_TRUE(fs::is_directory(tree / made)) << tree << ": " << made;
         }
         if (host == portable) {
-            continue;  // it removes itself
+            continue;  // the temporary folder removes itself
         }
         if (!cacheWasThere) {
             fs::remove_all(tree / "PixelforgeCache");

@@ -1,5 +1,4 @@
-// A host that only loads the module that it is told, and writes the folders that the module published to a
-// file.
+// A host that only loads the given module and writes the folders that it publishes to a file.
 #include <windows.h>
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Several instances in one process, several threads, and windows that cannot be drawn on.
+// Several instances, several threads, and windows that cannot carry a context.
 #include <gtest/gtest.h>
 
 #include <thread>
@@ -10,7 +10,7 @@ namespace {
 
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
 
-/// Red counts the frames, green tells whether buffers clamp at 1, blue is a multiple of the time.
+/// Red counts the frames, green shows whether buffers clamp at 1, blue is a multiple of the time.
 const std::string kCounter =
     DocumentBuilder()
         .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0 / 64.0, 3.0, 0, 1);"),
@@ -20,7 +20,7 @@ const std::string kCounter =
                kReadsA)
         .Json();
 
-TEST(Instances, TwoWithDifferentSettingsDoNotDisturbEachOther) {
+TEST(Instances, DoNotAffectEachOthersSettings) {
     RunOptions sampled;
     sampled.settings = {{"Multi-Sample", "1"}, {"Speed", "0.5"}};
     RunOptions fast;
@@ -39,7 +39,7 @@ TEST(Instances, TwoWithDifferentSettingsDoNotDisturbEachOther) {
     EXPECT_EQ(first.Pixel(5, 5), 0x05FF0Au);
 }
 
-TEST(Instances, FramesMayBeDrawnFromOneThreadAndThenAnother) {
+TEST(Instances, MayDrawFromAlternatingThreads) {
     ModuleRun run(kCounter);
     for (std::uint32_t frame = 1; frame <= 5; frame += 2) {
         ASSERT_EQ(run.Frame(), FrameResult::Drawn);
@@ -53,10 +53,10 @@ TEST(Instances, FramesMayBeDrawnFromOneThreadAndThenAnother) {
     }
 }
 
-TEST(Instances, TheCallersGlContextIsCurrentAgainAfterEveryExport) {
+TEST(Instances, EveryExportRestoresTheCallersGlContext) {
     const preview::HostWindow window(16, 16);
     const HDC dc = GetDC(window.Handle());
-    PIXELFORMATDESCRIPTOR format{};
+    PIXELFORMATDESCRIPTOR format = {};
     format.nSize = sizeof(format);
     format.nVersion = 1;
     format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
@@ -79,10 +79,10 @@ TEST(Instances, TheCallersGlContextIsCurrentAgainAfterEveryExport) {
     wglDeleteContext(context);
 }
 
-TEST(Instances, AWindowThatCannotCarryAContextGivesFailedFramesOnly) {
+TEST(Instances, WithoutAUsableWindowFailEachFrameUntilThereIsOne) {
     ModuleRun run(kCounter);
     HWND const window = std::exchange(run.Session().Context().window, nullptr);
-    EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "the shader loads, but nothing carries its frames";
+    EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "the shader loads, but its context has no window";
     run.Session().Context().window = window;
     EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
 }

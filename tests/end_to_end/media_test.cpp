@@ -1,4 +1,4 @@
-// Documents whose inputs name files, against colours computed here.
+// Documents whose inputs name files, compared with colours computed here.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -19,7 +19,7 @@ Input Medium(int channel, const std::string& ctype, const std::string& src) {
     return {.channel = channel, .ctype = ctype, .id = 1, .src = src};
 }
 
-/// 0xRRGGBB by column and row from above.
+/// 0xRRGGBB by column and row; row 0 is the top.
 using ColourOf = std::function<int(int, int)>;
 
 /// A 24-bit picture file; its width is a multiple of 4.
@@ -35,7 +35,7 @@ std::string Bmp(std::uint32_t width, std::uint32_t height, const ColourOf& colou
     return file;
 }
 
-/// 0xAARRGGBB of the pictures of 32, 24 and 8 bits, which the script beside them describes.
+/// 0xAARRGGBB of the pictures of 32, 24 and 8 bits, as make_pictures.py draws them.
 std::uint32_t TexelOf(int picture, int x, int row) {
     const int colour = (20 + 40 * x) << 16 | (30 + 50 * row) << 8 | (200 - 30 * x - 20 * row);
     const int alpha = picture == 0 ? 255 - 40 * (x + row) : 255;
@@ -43,8 +43,8 @@ std::uint32_t TexelOf(int picture, int x, int row) {
     return static_cast<std::uint32_t>(alpha) << 24 | static_cast<std::uint32_t>(picture == 2 ? grey : colour);
 }
 
-TEST(Media, PicturesOfEachDepthShowTheirPixelsFlippedOrNot) {
-    // Side by side; the alpha value as a grey above.
+TEST(Media, PicturesOfEachDepthShowTheirPixels) {
+    // The pictures side by side; above them their alpha as grey.
     const std::string code = MainImage(
         "ivec2 at = ivec2(p) % ivec2(4, 3);\n"
         "c = p.x < 8.0 ? texelFetch(iChannel0, at, 0) : p.x < 16.0 ? texelFetch(iChannel1, at, 0)\n"
@@ -76,7 +76,7 @@ int Level(int x, int) {
     return 10 + 60 * x;
 }
 
-/// What a sampler finds at a coordinate in one row of four levels.
+/// The sample at a coordinate in one row of four levels.
 double Sampled(double s, bool repeat, bool linear) {
     const auto texel = [repeat](double at) {
         const int x = static_cast<int>(std::floor(at));
@@ -87,10 +87,10 @@ double Sampled(double s, bool repeat, bool linear) {
     return linear ? texel(left) * (1 - part) + texel(left + 1) * part : texel(s * 4);
 }
 
-TEST(Media, EveryWrapAndFilterShows) {
+TEST(Media, EveryWrapAndFilterTakesEffect) {
     const TempFolder folder;
     const std::string row = folder.Write("row.bmp", Bmp(4, 1, Level));
-    // From -1 to 3 over the width; magnified, so that mipmaps count like linear. Their smallest level on top.
+    // From -1 to 3 over the width; magnified, so that mipmap filters linearly. On top the smallest mipmap.
     const std::string code = MainImage(
         "vec2 at = vec2(p.x / 8.0 - 1.0, 0.5);\n"
         "c = p.y < 6.0 ? textureLod(iChannel0, at, 0.0) : p.y < 12.0 ? textureLod(iChannel1, at, 0.0)\n"
@@ -115,12 +115,12 @@ TEST(Media, EveryWrapAndFilterShows) {
     }
 }
 
-/// Quarters of a face differ, so that a turned or mirrored face shows.
+/// The quarters of a face differ, so that rotated or mirrored faces are detected.
 int FaceColour(int face, bool right, bool lower) {
     return 0x201030 + face * 0x200000 + (right ? 0x006000 : 0) + (lower ? 0x000090 : 0);
 }
 
-/// Two by two places of each face, as someone at the cube's centre sees them.
+/// Two by two positions of each face, as seen from the cube's centre.
 const std::string kSixViews = MainImage(
     "const vec3 ahead[6] = vec3[](vec3(1,0,0), vec3(-1,0,0), vec3(0,1,0), vec3(0,-1,0), vec3(0,0,1), "
     "vec3(0,0,-1));\n"
@@ -146,7 +146,7 @@ void ExpectSixFaces(const std::string& file, int side) {
     EXPECT_EQ(run.Words(), "");
 }
 
-TEST(Media, CubeMapsOfSixFilesAndOfOneCrossStandUpright) {
+TEST(Media, CubeMapsOfSixFilesAndOfOneCrossAreUpright) {
     const TempFolder folder;
     const auto write = [&folder](int face) {
         const auto colourOf = [face](int x, int y) { return FaceColour(face, x >= 8, y >= 8); };
@@ -167,7 +167,7 @@ TEST(Media, CubeMapsOfSixFilesAndOfOneCrossStandUpright) {
     ExpectSixFaces(folder.Write("cross.bmp", Bmp(92, 70, cross)), 20);
 }
 
-/// 3 x 2 x 2 voxels of this many channels, whose bytes count upward from 20 by threes.
+/// 3 x 2 x 2 voxels; the bytes count up from 20 in steps of 3.
 std::string Volume(char channels, int bytes) {
     std::string file("BIN\1\3\0\0\0\2\0\0\0\2\0\0\0\0\7\7\7", 20);
     file[16] = channels;
@@ -177,7 +177,7 @@ std::string Volume(char channels, int bytes) {
     return file;
 }
 
-TEST(Media, VolumesOfEachChannelCountShowOneValueAVoxel) {
+TEST(Media, VolumesOfEachChannelCountShowOneValuePerVoxel) {
     const TempFolder folder;
     ModuleRun run(DocumentBuilder()
                       .Image(MainImage("ivec3 at = ivec3(int(p.x) % 3, int(p.y) % 2, int(p.x) / 3 % 2);\n"
@@ -195,12 +195,12 @@ TEST(Media, VolumesOfEachChannelCountShowOneValueAVoxel) {
         const auto low = static_cast<unsigned>(20 + 6 * i);
         EXPECT_EQ(run.Pixel(x, y), static_cast<unsigned>(20 + 3 * i) << 16) << i;
         EXPECT_NEAR(run.Pixel(x, y + 2) >> 16, (low + 256 * (low + 3)) / 257.0, 0.6) << "16 bits, " << i;
-        EXPECT_EQ(run.Pixel(x, y + 4), run.Pixel(x, y)) << "four channels, one byte a voxel, " << i;
+        EXPECT_EQ(run.Pixel(x, y + 4), run.Pixel(x, y)) << "four channels, one byte per voxel, " << i;
     }
     EXPECT_EQ(run.Pixel(9, 9), 0x030202u);
 }
 
-TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
+TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
     const TempFolder folder;
     const auto grey = [](int, int) { return 0x808080; };
     for (int face = 1; face < 6; ++face) {
@@ -212,7 +212,7 @@ TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
         Input input;
         std::string words;
     } cases[] = {
-        {Medium(0, "texture", folder.Write("empty.png", "")), "empty.png: it is no picture"},
+        {Medium(0, "texture", folder.Write("empty.png", "")), "empty.png: not a picture"},
         {Medium(0, "texture", Picture("grey16.png")), "grey16.png: 16-bit pictures"},
         {Medium(0, "texture", Picture("grey1.png")), "grey1.png: 1-bit pictures"},
         {Medium(0, "texture", "no-such-file.png"), "no-such-file.png: no such file"},
@@ -220,8 +220,8 @@ TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
         {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
         {Medium(0, "cubemap", folder.Write("odd.bmp", Bmp(4, 4, grey))), "odd.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("gap.bmp", Bmp(4, 4, grey))), "gap.bmp: its six faces"},
-        {Medium(0, "cubemap", folder.Write("bad.bmp", Bmp(4, 4, grey))), "bad.bmp: face 3: it is no picture"},
-        {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: it is no volume"},
+        {Medium(0, "cubemap", folder.Write("bad.bmp", Bmp(4, 4, grey))), "bad.bmp: face 3: not a picture"},
+        {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: not a volume"},
         {Medium(0, "volume", folder.Write("lie.bin", Volume(2, 23))), "lie.bin: "},
     };
     for (const auto& [input, words] : cases) {
@@ -233,10 +233,10 @@ TEST(Media, WhatCannotBeShownIsSaidOnceAndTheShaderRuns) {
                           .Json());
         EXPECT_EQ(run.Frames(3), FrameResult::Drawn);
         EXPECT_EQ(run.Pixel(5, 5), 0x333333u) << words;
-        const std::string said = run.Words();
-        EXPECT_EQ(said.find("Pixelforge: Image, iChannel0 stays empty: "), 0u) << said;
-        EXPECT_NE(said.find(words), said.npos) << said;
-        EXPECT_EQ(std::ranges::count(said, '\n'), 1) << said;
+        const std::string output = run.Words();
+        EXPECT_EQ(output.find("Pixelforge: Image, iChannel0 stays empty: "), 0u) << output;
+        EXPECT_NE(output.find(words), output.npos) << output;
+        EXPECT_EQ(std::ranges::count(output, '\n'), 1) << output;
     }
 }
 

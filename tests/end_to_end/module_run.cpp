@@ -1,23 +1,18 @@
-// Opening and drawing a run.
+// Opens and draws a run.
 #include "tests/end_to_end/module_run.h"
 
-#include <span>
-
+#include "base/text.h"
 #include "preview/host/debug_capture.h"
 
 namespace pixelforge::test {
 namespace {
-
-std::span<const std::uint8_t> Bytes(const std::string& text) {
-    return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
 
 preview::SessionOptions Named(preview::SessionOptions options, const std::string& playlist) {
     options.playlistName = playlist;
     return options;
 }
 
-/// One for the whole program: a process has one debugger.
+/// One per process, which can have only one debugger.
 preview::DebugCapture& Capture() {
     static preview::DebugCapture capture;
     return capture;
@@ -33,15 +28,16 @@ const preview::ModuleLibrary& Module() {
 ModuleRun::ModuleRun(const std::string& document, const RunOptions& options,
                      const preview::ModuleLibrary& library)
     : firstLine_(Capture().Lines().size()),
-      drop_(preview::ShaderDrop::OfDocument(Bytes(document))),
+      drop_(preview::ShaderDrop::OfDocument(BytesOf(document))),
       session_(library, Named(options, drop_.PlaylistName())) {
     session_.Open();
 }
 
 FrameResult ModuleRun::Frames(int count) {
     FrameResult result = FrameResult::Failed;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < count; ++i) {
         result = Frame();
+    }
     return result;
 }
 
@@ -53,8 +49,9 @@ std::uint32_t ModuleRun::Pixel(std::int32_t x, std::int32_t y) const {
 std::string ModuleRun::Words() const {
     std::string words;
     const std::vector<std::string> lines = Capture().Lines();
-    for (std::size_t i = firstLine_; i < lines.size(); ++i)
+    for (std::size_t i = firstLine_; i < lines.size(); ++i) {
         words += lines[i] + "\n";
+    }
     return words;
 }
 

@@ -1,4 +1,4 @@
-// One document drawn by the real module in this process, through the stand-in host's own classes.
+// Draws one document with the real module in this process, through the stand-in host's classes.
 #pragma once
 
 #include <string>
@@ -10,10 +10,10 @@
 
 namespace pixelforge::test {
 
-/// The module, loaded once for the whole test program.
+/// The module, loaded once per test program.
 const preview::ModuleLibrary& Module();
 
-/// A 32 x 24 frame with default settings; the playlist's name comes with the run.
+/// A 32 x 24 frame with default settings; the run sets the playlist's name.
 struct RunOptions : preview::SessionOptions {
     RunOptions() {
         width = 32;
@@ -31,13 +31,13 @@ public:
 
     FrameResult Frame() { return session_.DrawFrame(); }
 
-    /// Draws frames; the last one's result.
+    /// Draws frames and returns the last one's result.
     FrameResult Frames(int count);
 
-    /// 0xRRGGBB; x from the left, y from the bottom, as a shader counts.
+    /// 0xRRGGBB; x from the left, y from the bottom, as in a shader.
     std::uint32_t Pixel(std::int32_t x, std::int32_t y) const;
 
-    /// Everything on the debugger output since the run began, one text. Runs side by side share it.
+    /// All debugger output since the run began; simultaneous runs share it.
     std::string Words() const;
 
 private:

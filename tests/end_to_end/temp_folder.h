@@ -1,4 +1,4 @@
-// A folder for the files of one test.
+// A folder for one test's files.
 #pragma once
 
 #include <filesystem>
@@ -21,7 +21,7 @@ public:
 
     const std::filesystem::path& Path() const { return path_; }
 
-    /// The path of a new file.
+    /// Writes a file and returns its path.
     std::string Write(const std::string& name, const std::string& bytes) const {
         std::ofstream(path_ / name, std::ios::binary) << bytes;
         return (path_ / name).string();

@@ -1,4 +1,4 @@
-// Both expansions. The literal one searches every line start, comment and argument anew.
+// Both expansions. The literal one searches for line starts, comments and arguments at every step.
 #include "tests/glsl/expansion.h"
 
 #include "base/text.h"
@@ -6,7 +6,7 @@
 namespace pixelforge {
 namespace {
 
-constexpr std::size_t kPadding = 16;  ///< NULs behind the text, more than any look-ahead
+constexpr std::size_t kPadding = 16;  ///< NULs after the text, more than any look-ahead
 
 bool IsBlank(char c) {
     return c == ' ' || c == '\t';
@@ -29,7 +29,7 @@ bool IsDirective(const std::string& text, std::size_t cursor) {
 
 bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, ExpandedText& result);
 
-/// Names are resolved by the product: what is compared is the walk through the text.
+/// The product resolves names: only the walk through the text is compared.
 bool ExpandDirective(IncludeContext& context, const std::string& text, std::size_t cursor,
                      std::uint32_t depth, ExpandedText& result) {
     const std::size_t open = SkipBlanks(text, cursor + 8);

@@ -1,5 +1,4 @@
-// Texts expanded by the product and, step by step and without regard to cost, literally.
-// described.
+// Expands texts with the product and, for comparison, with a slow literal implementation.
 #pragma once
 
 #include <cstddef>
@@ -11,23 +10,23 @@
 
 namespace pixelforge {
 
-/// A block of exactly the text and its NUL, so that a read behind it is seen by the sanitizers.
+/// A block of exactly the text and its NUL, so that sanitizers catch a read past the end.
 HeapText CopyText(std::string_view text);
 
 struct ExpandedText {
     bool success = false;
     std::string output;
     std::uint32_t line = 1;
-    std::wstring names;  ///< of the included texts, each with its depth and lines
+    std::wstring names;  ///< included names, each with its depth and lines
 
     bool operator==(const ExpandedText&) const = default;
 };
 
-/// Both take the texts that `context` has registered and begin with no name included.
+/// Both use the texts registered in `context` and start with an empty included list.
 ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text);
 ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text);
 
-/// The walk back from position `p` that decides whether `p` stands inside a block comment.
+/// The backward scan that decides whether position `p` is inside a block comment.
 bool InsideCommentLiterally(const std::string& text, std::ptrdiff_t p, bool flag);
 
 }  // namespace pixelforge

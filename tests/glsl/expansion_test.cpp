@@ -1,4 +1,4 @@
-// The product's linear expansion against the literal one, on all short texts and on long random ones.
+// Compares the product's linear expansion with the literal one on all short texts and on long random ones.
 #include "tests/glsl/expansion.h"
 
 #include <gtest/gtest.h>
@@ -25,8 +25,8 @@ void ForEachText(std::span<const std::string_view> alphabet, std::size_t limit, 
     }
 }
 
-// Every text of up to 8 characters over all that the walk tells apart, at every position, for both flags.
-TEST(CommentScan, AgreesWithTheWalkBackEverywhere) {
+// All texts of up to 8 of the characters that matter to the scan, at every position, for both flags.
+TEST(CommentScan, MatchesTheBackwardScanEverywhere) {
     constexpr std::string_view kAlphabet[] = {"/", "*", "\n", "x"};
     std::string text;
     ForEachText(kAlphabet, 8, text, [](const std::string& candidate) {
@@ -45,7 +45,7 @@ TEST(CommentScan, AgreesWithTheWalkBackEverywhere) {
 
 class LiteralExpansion : public testing::Test {
 protected:
-    /// Includes under the names "", "a" and "//": they nest, leave comments open, end without a newline.
+    /// Registers "", "a" and "//", which nest, leave comments open and end without a newline.
     LiteralExpansion() {
         RegisterVirtualInclude(*context_, L"", CopyText("/*\n#include \"a\"\n*/ <empty>\n#include \"\"\n"));
         RegisterVirtualInclude(*context_, L"a", CopyText("<a>\n#include \"//\"\n/* open"));
@@ -56,7 +56,7 @@ protected:
         const ExpandedText ours = ExpandedByProduct(*context_, text);
         const ExpandedText literal = ExpandedLiterally(*context_, text);
         ASSERT_TRUE(ours == literal) << testing::PrintToString(text) << "\nbecomes " << ours.output
-                                     << "\nand not " << literal.output;
+                                     << "\ninstead of " << literal.output;
         failures_ += ours.success ? 0 : 1;
         expansions_ += ours.success && !ours.names.empty() ? 1 : 0;
     }
@@ -66,9 +66,8 @@ protected:
     std::size_t expansions_ = 0;
 };
 
-// Every text of up to PIXELFORGE_SYMBOLS symbols, of which "#include" is one: 8 where nothing slows the
-// program down, fewer under the sanitizers.
-TEST_F(LiteralExpansion, IsEqualOnAllShortTexts) {
+// All texts of up to PIXELFORGE_SYMBOLS symbols; "#include" is one symbol.
+TEST_F(LiteralExpansion, MatchesOnAllShortTexts) {
     constexpr std::string_view kAlphabet[] = {"/", "*", "\n", "\"", "#include", " ", "a"};
     std::string text;
     ForEachText(kAlphabet, PIXELFORGE_SYMBOLS, text, [this](const std::string& each) { Compare(each); });
@@ -76,10 +75,10 @@ TEST_F(LiteralExpansion, IsEqualOnAllShortTexts) {
     EXPECT_GT(expansions_, 50U);
 }
 
-// Long texts of pieces that make directives behind and within comments likely, also directives met in the
-// middle of a line with a name eight characters behind the cursor.
-TEST_F(LiteralExpansion, IsEqualOnLongRandomTexts) {
-    // Chosen three times out of four; with more directives most texts fail in their first lines.
+// Long texts of pieces that make directives likely after and within comments, and in the middle of a line
+// with a name eight characters after the cursor.
+TEST_F(LiteralExpansion, MatchesOnLongRandomTexts) {
+    // Three pieces out of four: with more directives most texts would fail in their first lines.
     constexpr std::string_view kFillers[] = {"/", "*", "\n", " ", "a", "*/"};
     constexpr std::string_view kPieces[] = {
         "\"", "#include", "#include \"a\"\n", "#include \"\"\n", "#include \"//\"", "/*", "//", "*/aaaaaa",

@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 
 class Preprocessor : public testing::Test {
 protected:
-    /// Nothing when the run fails.
+    /// std::nullopt if the run fails.
     std::optional<std::string> Expand(const std::string& text) {
         const ExpandedText result = ExpandedByProduct(*context_, text);
         return result.success ? std::optional(result.output) : std::nullopt;
@@ -41,15 +41,15 @@ TEST_F(Preprocessor, FindsRegisteredTextsByName) {
         std::optional<std::string> expected;
     } cases[] = {
         {"between lines", "a\n#include\t \"Common\" // x\nb", "a\nshared\nb"},
-        {"a letter or the quote behind the keyword", "#includes \"Common\"\n#include\"Common\"\n",
+        {"a letter or the quote right after the keyword", "#includes \"Common\"\n#include\"Common\"\n",
          "#includes \"Common\"\n#include\"Common\"\n"},
-        {"known but without a text", "#include \"Nothing\"\na\n", "a\n"},
-        {"the same text, which another case makes another name",
+        {"registered without a text", "#include \"Nothing\"\na\n", "a\n"},
+        {"the same text under a name of different case",
          "#include \"common\"\n#include \"Common\"\n#include \"Common\"\n", "shared\nshared\n"},
-        {"the longest name in UTF-16", "#include \"" + umlauts + "\"\na", "a"},
-        {"a longer name in UTF-16", "#include \"" + umlauts + "n\"\na", std::nullopt},
-        {"a name found by its UTF-8 bytes", "#include \"\xC3\xA4\"\n", "umlaut\n"},
-        {"a name found by its bytes of the code page", "#include \"\xE4\"\n", "umlaut\n"},
+        {"a name of 259 UTF-16 units", "#include \"" + umlauts + "\"\na", "a"},
+        {"a name of 260 UTF-16 units", "#include \"" + umlauts + "n\"\na", std::nullopt},
+        {"a name in UTF-8", "#include \"\xC3\xA4\"\n", "umlaut\n"},
+        {"a name in the ANSI code page", "#include \"\xE4\"\n", "umlaut\n"},
         {"indented", "  #include \"Common\"\n", std::nullopt},
         {"a malformed include in an included text", "#include \"Broken\"\n", std::nullopt},
     };
@@ -62,7 +62,7 @@ TEST_F(Preprocessor, FindsRegisteredTextsByName) {
     }
 }
 
-TEST_F(Preprocessor, RefusesWhatTheTablesCannotHold) {
+TEST_F(Preprocessor, RefusesEntriesBeyondTheTables) {
     std::string text;
     for (int i = 0; i < kIncludeEntries; ++i) {
         Register(L"n" + std::to_wstring(i), "x");
@@ -92,7 +92,7 @@ protected:
     static void Write(const fs::path& path, std::string_view text) {
         std::ofstream(path, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
     }
-    /// The folder's separator is a plain character of the name where the system has another one.
+    /// On Linux the backslash is a plain character of the file's name.
     void WriteInFolder(std::wstring_view name, std::string_view text) {
         Write(std::wstring(context_->includeFolder) + L"\\" + std::wstring(name), text);
     }
@@ -101,8 +101,8 @@ protected:
     fs::path root_ = fs::temp_directory_path() / ("include_files_" + std::to_string(std::random_device{}()));
 };
 
-// A stranger's text must not find what lies in the current folder or has a path.
-TEST_F(IncludeFiles, AreFoundAsWrittenThenInTheFolderAndForAStrangerThereOnly) {
+// Untrusted texts find neither files in the current folder nor names with a path.
+TEST_F(IncludeFiles, AreFoundAsWrittenThenInTheFolderAndIfUntrustedOnlyThere) {
     Write("both.glsl", "current");
     Write("own.glsl", "one\r\ntwo\rthree\n\n\n#include \"own.glsl\"\n");
     Write(root_ / "outer.glsl", "outer");
@@ -115,7 +115,7 @@ TEST_F(IncludeFiles, AreFoundAsWrittenThenInTheFolderAndForAStrangerThereOnly) {
     const struct {
         std::string name;
         const char* local;
-        const char* strangers;
+        const char* untrusted;
     } cases[] = {
         {"both.glsl", "current\n", "library\n"},
         {"lib.glsl", "library\n", "library\n"},
@@ -125,7 +125,7 @@ TEST_F(IncludeFiles, AreFoundAsWrittenThenInTheFolderAndForAStrangerThereOnly) {
         {"../outer.glsl", "outer\n", ""},
         {"empty.glsl", "", ""},
         {"zero.glsl", "\n", "\n"},
-        {"real.glsl.", "", ""},  // the same file as without the dot for some systems
+        {"real.glsl.", "", ""},  // on some systems the same file as without the dot
         {"CON", "", ""},
         {"\\\\?\\C:\\x", "", ""},
         {"", "", ""},
@@ -136,7 +136,7 @@ TEST_F(IncludeFiles, AreFoundAsWrittenThenInTheFolderAndForAStrangerThereOnly) {
         context_->plainNamesOnly = false;
         EXPECT_EQ(Expand(directive + directive), c.local) << c.name;
         context_->plainNamesOnly = true;
-        EXPECT_EQ(Expand(directive + directive), c.strangers) << c.name;
+        EXPECT_EQ(Expand(directive + directive), c.untrusted) << c.name;
     }
 }
 

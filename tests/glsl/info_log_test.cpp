@@ -1,17 +1,19 @@
-// Driver logs in the forms that occur, and in forms that should not.
+// Driver logs in the forms that occur, and in malformed ones.
 #include "glsl/info_log.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 #include "glsl/line_map.h"
 
 namespace pixelforge {
 namespace {
 
-/// From line 10 on Common, from 20 on Image without its first two lines, 30 and 31 an include, then Image
-/// again; a text without a name begins at four thousand million, and behind its line a text of that length.
+/// From line 10 Common, from 20 Image without its first two lines, 30 and 31 an include, then Image again.
+/// Line 4,000,000,000 belongs to a nameless text, the next one to Image, with source lines of that size.
 LineMap SampleMap() {
     constexpr std::uint32_t kFar = 4'000'000'000;
     LineMap lines;
@@ -27,7 +29,7 @@ LineMap SampleMap() {
     return lines;
 }
 
-TEST(MapInfoLog, RewritesPositionsAndKeepsTheRest) {
+TEST(MapInfoLog, RewritesKnownPositionsOnly) {
     const std::pair<const char*, const char*> cases[] = {
         {"0:25(21): error: `x' undeclared\n", "Image:8:21: error: `x' undeclared\n"},
         {"0(10) : error C1008: undefined\n", "Common:1: error C1008: undefined\n"},
@@ -48,6 +50,14 @@ TEST(MapInfoLog, RewritesPositionsAndKeepsTheRest) {
     }
     EXPECT_EQ(MapInfoLog("0:20(1): a", LineMap()), "0:20(1): a\n");
     EXPECT_EQ(MapInfoLog(std::string_view("a\0b", 3), lines), std::string("a\0b\n", 4));
+}
+
+TEST(PrefixPassLog, NamesThePassOnEveryLine) {
+    EXPECT_THAT(PrefixPassLog("Buffer A", "Buffer A:12: x\r\n\nCommon:3: y\nBuffer A says z\nlast"),
+                testing::ElementsAre("Buffer A:12: x", "Buffer A: Common:3: y", "Buffer A: Buffer A says z",
+                                     "Buffer A: last"));
+    EXPECT_THAT(PrefixPassLog("Image", std::string_view("Image:\n\0", 8)),
+                testing::ElementsAre("Image: Image:"));
 }
 
 }  // namespace

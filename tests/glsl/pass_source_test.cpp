@@ -1,4 +1,4 @@
-// Assembled texts, byte for byte, and where their lines come from.
+// Assembled texts, byte for byte, and the origin of their lines.
 #include "glsl/pass_source.h"
 
 #include <gtest/gtest.h>
@@ -130,7 +130,7 @@ TEST_F(PassSource, JoinsThePiecesOfEachPassKind) {
     EXPECT_EQ(Assemble(document_->passes[1]), common + kImageMain);
 }
 
-TEST_F(PassSource, IsNullWhenItCannotBeMade) {
+TEST_F(PassSource, IsNullWhenAssemblyFails) {
     const RenderPass& pass = Add(PassKind::Image, " #include \"Common\"");
     EXPECT_EQ(Assemble(pass), "null");
     for (int i = 0; i < kIncludeEntries - 3; ++i) {
@@ -142,11 +142,11 @@ TEST_F(PassSource, IsNullWhenItCannotBeMade) {
     EXPECT_EQ(AssemblePassSource(document_.get(), context_.get(), nullptr), nullptr);
 }
 
-// Every line of these texts ends in its place, whatever directives are dropped or nested around it.
-TEST_F(PassSource, MapsEveryLineToItsAuthorsText) {
+// Every line of these texts names its own place, regardless of the directives dropped or nested around it.
+TEST_F(PassSource, MapsEveryLineToItsOrigin) {
     LineMap lines;
-    for (std::uint32_t line = 1000; line < 1100; ++line) {
-        lines.Begin(line, lines.AddSource("of an earlier run"), 1);
+    for (std::uint32_t stale = 1000; stale < 1100; ++stale) {
+        lines.Begin(stale, lines.AddSource("of an earlier run"), 1);
     }
     RegisterVirtualInclude(*context_, L"deep",
                            CopyText("deep:1\n#include \"deeper\"\n#include \"deeper\"\ndeep:4\n"));
@@ -160,12 +160,12 @@ TEST_F(PassSource, MapsEveryLineToItsAuthorsText) {
     std::uint32_t number = 0;
     int found = 0;
     std::string place;
-    for (std::string said; std::getline(text, said);) {
+    for (std::string line; std::getline(text, line);) {
         const std::optional<SourceLine> origin = lines.Find(++number);
-        ASSERT_TRUE(origin) << said;
+        ASSERT_TRUE(origin) << line;
         place = origin->source + ":" + std::to_string(origin->line);
-        if (!said.empty() && origin->source != "PREFIX" && origin->source != "SUFFIX") {
-            EXPECT_TRUE(said.ends_with(place)) << said << " is mapped to " << place;
+        if (!line.empty() && origin->source != "PREFIX" && origin->source != "SUFFIX") {
+            EXPECT_TRUE(line.ends_with(place)) << line << " is mapped to " << place;
             ++found;
         }
     }

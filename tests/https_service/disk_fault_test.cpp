@@ -1,4 +1,4 @@
-// A cache whose disk does not work: a fetch fails or goes around it, and nothing half is left.
+// A cache on a failing disk: fetches fail or work around it and leave no partial files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,9 +24,9 @@ using testing::SizeIs;
 
 using DiskFaultTest = ServiceTest;
 
-TEST_F(DiskFaultTest, AFullDiskKeepsWhatFitsAndNothingHalf) {
+TEST_F(DiskFaultTest, AFullDiskKeepsOnlyWholeFiles) {
     const char* limit = std::getenv("PIXELFORGE_FILE_LIMIT");
-    ASSERT_TRUE(limit) << "this test runs by way of with_service";
+    ASSERT_TRUE(limit) << "run this test through with_service";
     const std::size_t fits = std::stoul(limit);
     EXPECT_TRUE(Fetch(MediaUrl(std::to_wstring(fits) + L".bin")));
     EXPECT_FALSE(Fetch(MediaUrl(std::to_wstring(fits + 1) + L".bin")));
@@ -34,8 +34,8 @@ TEST_F(DiskFaultTest, AFullDiskKeepsWhatFitsAndNothingHalf) {
     EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin", "Assets/" + std::to_string(fits) + ".bin"));
 }
 
-TEST_F(DiskFaultTest, ADiskThatCannotBeWrittenFailsTheFetch) {
-    // A file system in which nobody can make a file or a folder.
+TEST_F(DiskFaultTest, AReadOnlyDiskFailsTheFetch) {
+    // Nobody can create files or folders in this file system.
     const std::wstring fixed = L"Z:\\sys\\kernel";
     ASSERT_TRUE(std::filesystem::is_directory(fixed));
     EXPECT_TRUE(CreateCacheFolders(fixed.c_str(), (fixed + L"\\cache").c_str()));
@@ -44,17 +44,17 @@ TEST_F(DiskFaultTest, ADiskThatCannotBeWrittenFailsTheFetch) {
     EXPECT_FALSE(StoreResponse((fixed + L"\\x.bin").c_str(), {&byte, 1}));
 }
 
-TEST_F(DiskFaultTest, AFolderThatVanishesIsMadeAgain) {
+TEST_F(DiskFaultTest, ADeletedFolderIsRecreated) {
     for (int round = 0; round < 2; ++round) {
         EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
         EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
         std::filesystem::remove_all(root_ / "Assets");
     }
     std::filesystem::remove_all(root_);
-    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "only one level is made";
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "only one level is created";
 }
 
-TEST_F(DiskFaultTest, SomethingElseInTheFilesPlaceFailsTheFetch) {
+TEST_F(DiskFaultTest, AnotherKindOfEntryInItsPlaceFailsTheFetch) {
     std::filesystem::create_directory(root_ / "Assets" / "10.bin");
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
     EXPECT_THAT(CachedFiles(), IsEmpty());
@@ -65,7 +65,7 @@ TEST_F(DiskFaultTest, SomethingElseInTheFilesPlaceFailsTheFetch) {
     EXPECT_TRUE(Fetch(ShaderUrl(L"red1")));
 }
 
-TEST_F(DiskFaultTest, ACachedFileThatCannotBeOpenedFailsWithoutARequest) {
+TEST_F(DiskFaultTest, AnUnreadableCachedFileFailsWithoutARequest) {
     WriteCached("Assets/10.bin", "0123456789");
     const UniqueKernelHandle held =
         AdoptFileHandle(CreateFileW((root_ / "Assets" / "10.bin").c_str(), GENERIC_READ, 0, nullptr,
@@ -77,7 +77,7 @@ TEST_F(DiskFaultTest, ACachedFileThatCannotBeOpenedFailsWithoutARequest) {
 
 constexpr int kSharedFiles = 40;
 
-/// Fetches the same files wherever it runs, so that several fill one cache at once.
+/// Fetches the same files in every thread and process, so that several fill one cache concurrently.
 void FillCache() {
     const auto session = OpenInternetSession();
     for (int i = 0; i < kSharedFiles; ++i) {
@@ -90,7 +90,7 @@ void FillCache() {
     }
 }
 
-/// This program once more, for this test alone.
+/// Starts this program again, for the current test only.
 std::intptr_t StartSecondProcess() {
     wchar_t program[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, program, MAX_PATH);
@@ -99,9 +99,9 @@ std::intptr_t StartSecondProcess() {
     return _wspawnl(_P_NOWAIT, program, L"test", std::wstring(name.begin(), name.end()).c_str(), nullptr);
 }
 
-TEST_F(DiskFaultTest, TwoProcessesAndThreadsFillOneCacheWithWholeFiles) {
+TEST_F(DiskFaultTest, ProcessesAndThreadsFillOneCacheWithWholeFiles) {
     if (const wchar_t* shared = _wgetenv(L"PIXELFORGE_SHARED_CACHE")) {
-        // The second process: its summary must not be taken for ours.
+        // The second process, whose summary must not be mistaken for ours.
         ASSERT_TRUE(std::freopen("NUL", "w", stdout));
         CreateCacheFolders(nullptr, shared);
         return FillCache();

@@ -1,4 +1,4 @@
-// Cache, network, cache: what is asked, what is kept, what is refused.
+// What is requested, what is cached, what is refused.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 #include "base/text.h"
 #include "service/service_client.h"
-#include "service/service_host.h"
+#include "service/service_urls.h"
 #include "tests/https_service/service_support.h"
 
 namespace pixelforge::test {
@@ -28,7 +28,7 @@ protected:
     wchar_t path_[kPathUnits] = {};
 };
 
-TEST_F(FetchWithCacheTest, AsksOnceAndReadsTheFileOfEachNameFromThenOn) {
+TEST_F(FetchWithCacheTest, RequestsOnceAndThenReadsTheCachedFile) {
     const std::wstring search = Url(L"/api/v1/shaders/query/sea?key=fz3kq9");
     for (const std::wstring& url : {ShaderUrl(L"redfox"), ShaderUrl(L"REDFOX"), ShaderUrl(L"gzip-RedFox"),
                                     search, MediaUrl(L"300.bin")}) {
@@ -42,18 +42,18 @@ TEST_F(FetchWithCacheTest, AsksOnceAndReadsTheFileOfEachNameFromThenOn) {
                                            "Shaders/redfox_3F.json"));
     EXPECT_EQ(ReadCached("Assets/300.bin"), Pattern(300));
     EXPECT_THAT(ReadCached("Shaders/redfox_3F.json"), HasSubstr("\"REDFOX\""));
-    EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\n")) << "kept as it was received";
+    EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\n")) << "stored as received";
 }
 
-TEST_F(FetchWithCacheTest, KeepsNothingOfABadAnswerAndTheNextGoodOneWorks) {
+TEST_F(FetchWithCacheTest, StoresNoBadResponseAndThenAGoodOne) {
     const std::pair<std::wstring, const char*> cases[] = {
         {ShaderUrl(L"missing-red1"), "status 404"},
         {ShaderUrl(L"broken-red1"), "status 500"},
         {ShaderUrl(L"error-red1"), "error document"},
         {ShaderUrl(L"garbage-red1"), "brace"},
         {ShaderUrl(L"empty-red1"), "empty"},
-        {ShaderUrl(L"cut-red1"), "broke off"},
-        {ShaderUrl(L"stall-red1"), "broke off"},
+        {ShaderUrl(L"cut-red1"), "cut short"},
+        {ShaderUrl(L"stall-red1"), "cut short"},
         {ShaderUrl(L"chunkcut-red1"), ""},
         {ShaderUrl(L"gzipcut-red1"), ""},
         {ShaderUrl(L"liar-red1"), ""},
@@ -74,7 +74,7 @@ TEST_F(FetchWithCacheTest, KeepsNothingOfABadAnswerAndTheNextGoodOneWorks) {
     }
 }
 
-TEST_F(FetchWithCacheTest, AsksAnotherHostOnlyByRedirection) {
+TEST_F(FetchWithCacheTest, ContactsAnotherHostOnlyWhenRedirected) {
     ASSERT_TRUE(Fetch(MediaUrl(L"20.bin")));
     ASSERT_TRUE(Fetch(MediaUrl(L"redirect-21.bin")));
     const std::string host = Narrow(kServiceHost, TextEncoding::Utf8).value();
@@ -83,7 +83,7 @@ TEST_F(FetchWithCacheTest, AsksAnotherHostOnlyByRedirection) {
                                         StartsWith("elsewhere." + host + " ")));
 }
 
-TEST_F(FetchWithCacheTest, RefusesBadNamesWithoutARequest) {
+TEST_F(FetchWithCacheTest, RejectsBadNamesWithoutARequest) {
     for (const std::wstring& url : {Url(L"/"), ShaderUrl(L""), ShaderUrl(L"..\\red"), MediaUrl(L"CON"),
                                     MediaUrl(std::wstring(300, L'1'))}) {
         EXPECT_FALSE(Fetch(url)) << testing::PrintToString(url);
@@ -97,7 +97,7 @@ TEST_F(FetchWithCacheTest, RefusesBadNamesWithoutARequest) {
     EXPECT_THAT(CachedFiles(), IsEmpty());
 }
 
-TEST_F(FetchWithCacheTest, ReturnsACachedFileAsItStands) {
+TEST_F(FetchWithCacheTest, ReturnsACachedFileUnchecked) {
     for (const std::string bytes : {"{\"Error\":\"kept\"} and more", ""}) {
         WriteCached("Shaders/red1_0.json", bytes);
         EXPECT_EQ(Fetch(ShaderUrl(L"red1")), bytes);
@@ -105,7 +105,7 @@ TEST_F(FetchWithCacheTest, ReturnsACachedFileAsItStands) {
     EXPECT_THAT(Requests(), IsEmpty());
 }
 
-TEST_F(FetchWithCacheTest, ADownloadSucceedsAlsoWhenTheCacheTurnsItDown) {
+TEST_F(FetchWithCacheTest, ADownloadSucceedsEvenIfItCannotBeStored) {
     EXPECT_TRUE(Download(L"red1", L"/media/a/30.bin"));
     EXPECT_EQ(std::filesystem::path(path_), root_ / "Assets" / "30.bin");
     EXPECT_TRUE(Download(L"red1", L"30.bin")) << "now from disk";

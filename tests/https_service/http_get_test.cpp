@@ -1,4 +1,4 @@
-// The fetcher against a service that does what real ones do on bad days.
+// The fetcher against a service that misbehaves as real ones do.
 #include "service/http_get.h"
 
 #include <gmock/gmock.h>
@@ -16,7 +16,7 @@ using testing::Not;
 
 using HttpGetTest = ServiceTest;
 
-TEST_F(HttpGetTest, ReturnsEveryWholeBodyWithItsStatus) {
+TEST_F(HttpGetTest, ReturnsEveryCompleteBodyWithItsStatus) {
     const struct {
         const wchar_t* name;
         std::uint32_t status;
@@ -43,9 +43,9 @@ TEST_F(HttpGetTest, ReturnsEveryWholeBodyWithItsStatus) {
     }
 }
 
-TEST_F(HttpGetTest, SendsTheUserAgentTheExtraHeadersAndNothingElseOfItsOwn) {
+TEST_F(HttpGetTest, SendsTheUserAgentAndExtraHeadersAndNoOthers) {
     HttpGetReply(session_.get(), MediaUrl(L"1.bin").c_str(), nullptr);
-    EXPECT_TRUE(HttpGetReply(nullptr, MediaUrl(L"2.bin").c_str(), nullptr).body) << "without a session too";
+    EXPECT_TRUE(HttpGetReply(nullptr, MediaUrl(L"2.bin").c_str(), nullptr).body) << "with a private session";
     extraHeaderText = L"X-Extra: 17";
     HttpGetReply(session_.get(), MediaUrl(L"1.bin").c_str(), nullptr);
     extraHeaderText = L"";
@@ -56,7 +56,7 @@ TEST_F(HttpGetTest, SendsTheUserAgentTheExtraHeadersAndNothingElseOfItsOwn) {
 
 std::vector<std::uint32_t> progress;
 
-TEST_F(HttpGetTest, ReportsAndCancels) {
+TEST_F(HttpGetTest, ReportsProgressAndCancels) {
     const std::wstring url = MediaUrl(L"9000.bin");
     std::uint32_t length = 99;
     progress.clear();

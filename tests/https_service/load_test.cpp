@@ -1,6 +1,5 @@
-// Hundreds of failing and of good fetches leave no handle open, and bodies as large as media get arrive
-// whole. The numbers are part of the tests' names: the short and the long program have both with numbers of
-// their own.
+// Many good and failing fetches leave no handle open, and bodies as large as real media arrive complete. The
+// counts are part of the test names because the short and the long program use different ones.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -22,7 +21,7 @@ protected:
                                         Url(L"/media/a/1.bin", L"untrusted."),
                                         Url(L"/media/a/1.bin", L"wrongname."), L"https://127.0.0.1:1/"};
         for (std::size_t i = 0; i < rounds; ++i) {
-            // Without a session every other time: the private one must go as well.
+            // Every other time without a session: the private one must be closed too.
             InternetSession* chosen = i % 2 != 0 ? session_.get() : nullptr;
             ASSERT_TRUE(HttpGetReply(chosen, MediaUrl(L"5000.bin").c_str(), nullptr).body);
             const HttpReply reply = HttpGetReply(chosen, failing[i % std::size(failing)].c_str(), nullptr);
@@ -40,14 +39,14 @@ TEST_P(ManyFetches, LeaveNoHandleOpen) {
     const std::size_t before = OpenHandles();
     FetchAll(GetParam());
     const std::size_t after = OpenHandles();
-    // Connections that are kept for the next request come and go.
+    // Connections kept alive for the next request come and go.
     EXPECT_LE(after, before + 10);
 
     UniqueKernelHandle planted[kPlanted];
     for (UniqueKernelHandle& handle : planted) {
         handle.Reset(CreateEventW(nullptr, FALSE, FALSE, nullptr));
     }
-    EXPECT_GE(OpenHandles(), after + kPlanted) << "a leak would be seen";
+    EXPECT_GE(OpenHandles(), after + kPlanted) << "a leak would be detected";
 }
 
 class LargeBody : public ServiceTest, public testing::WithParamInterface<std::size_t> {};
@@ -55,7 +54,7 @@ class LargeBody : public ServiceTest, public testing::WithParamInterface<std::si
 INSTANTIATE_TEST_SUITE_P(Load, LargeBody, testing::Values(PIXELFORGE_BODY_BYTES),
                          testing::PrintToStringParamName());
 
-TEST_P(LargeBody, ArrivesWholeWithAndWithoutALength) {
+TEST_P(LargeBody, ArrivesCompleteWithAndWithoutALength) {
     const std::string pattern = Pattern(GetParam());
     const std::wstring name = std::to_wstring(GetParam()) + L".bin";
     for (const wchar_t* manner : {L"", L"chunked-", L"nolength-"}) {

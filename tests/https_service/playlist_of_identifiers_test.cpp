@@ -1,4 +1,4 @@
-// The module itself, from a playlist of identifiers to pixels, against the service.
+// The module from a playlist of identifiers to pixels, against the service.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -20,8 +20,8 @@ namespace {
 using testing::Contains;
 using testing::HasSubstr;
 
-/// The module caches beside this program, so each run of the test has identifiers of its own. They have no
-/// capitals, which the file's name would note.
+/// The cache lies beside this program, so each run uses new identifiers. They have no capitals, which would
+/// change the mask in the file name.
 std::filesystem::path Cached(const std::string& file) {
     const std::filesystem::path program = preview::ModulePathBesideProgram();
     return program.parent_path() / "Pixelforge" / "PixelforgeCache" / file;
@@ -32,7 +32,7 @@ struct Played {
     std::size_t failed = 0;
 };
 
-/// Resets after every drawn frame until four colours and a failure have been seen, or for a minute at most.
+/// Resets after every drawn frame until it has seen four colours and a failure, or for 50 seconds.
 Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& playlist) {
     preview::HostSession session(module, {.width = 16,
                                           .height = 16,
@@ -44,7 +44,7 @@ Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& pla
     while ((played.colours.size() < 4 || played.failed == 0) && std::chrono::steady_clock::now() < deadline) {
         const FrameResult result = session.DrawFrame();
         played.failed += result == FrameResult::Failed ? 1 : 0;
-        // On all the time it would leave a slow machine no time to draw.
+        // Left on, it would give a slow machine no time to draw.
         session.Controls().Apply({"Reset Event", result == FrameResult::Drawn ? "1" : "0"});
         if (result == FrameResult::Drawn) {
             played.colours.insert(session.Pixels().At(0, 0) & 0xFFFFFF);
@@ -53,7 +53,7 @@ Played Play(const preview::ModuleLibrary& module, const preview::ShaderDrop& pla
     return played;
 }
 
-TEST_F(ServiceTest, APlaylistAsksForGoodShadersOnceAndForDeadOnesInEveryFrame) {
+TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
     const std::string stamp = std::to_string(SystemRandom() % 100'000'000);
     const std::string good[] = {"red" + stamp, "green" + stamp, "blue" + stamp, "tile" + stamp};
     std::string lines = "deadone\r\ncut-red\r\n";
@@ -65,7 +65,7 @@ TEST_F(ServiceTest, APlaylistAsksForGoodShadersOnceAndForDeadOnesInEveryFrame) {
     const preview::DebugCapture capture;
     const preview::ModuleLibrary module;
     std::size_t failed = 0;
-    // The second time they come from disk.
+    // The second round reads them from disk.
     for (int round = 0; round < 2; ++round) {
         const Played played = Play(module, playlist);
         EXPECT_THAT(played.colours, testing::ElementsAre(0x0000FFu, 0x00FF00u, 0xFF0000u, 0xFFFF00u));
@@ -84,7 +84,7 @@ TEST_F(ServiceTest, APlaylistAsksForGoodShadersOnceAndForDeadOnesInEveryFrame) {
     EXPECT_TRUE(std::filesystem::remove(Cached("Assets/tile" + stamp + ".bmp")));
     EXPECT_THAT(capture.Lines(),
                 Contains(testing::AnyOf(HasSubstr("deadone: the service answered with status 404"),
-                                        HasSubstr("cut-red: the service's answer broke off"))));
+                                        HasSubstr("cut-red: the service's response was cut short"))));
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Reads the service's log; makes, reads and removes a test's cache.
+// Reads the service's log and manages the cache of a test.
 #include "tests/https_service/service_support.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 
 #include "base/random.h"
 #include "service/service_client.h"
-#include "service/service_host.h"
+#include "service/service_urls.h"
 #include "service/shader_cache.h"
 
 namespace pixelforge::test {
@@ -17,7 +17,7 @@ namespace {
 std::vector<std::string> LinesOfLog() {
     const char* path = std::getenv("PIXELFORGE_SERVICE_LOG");
     std::ifstream file(path ? path : "");
-    EXPECT_TRUE(file) << "these tests run by way of with_service";
+    EXPECT_TRUE(file) << "run these tests through with_service";
     std::vector<std::string> lines;
     for (std::string line; std::getline(file, line);) {
         lines.push_back(line);

@@ -1,5 +1,4 @@
-// What the tests against the service share: its addresses and bodies, what it was asked, a cache of their
-// own.
+// Shared by the tests against the service: its URLs and bodies, its request log, and a private cache.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "service/internet_session.h"
+#include "service/http_get.h"
 
 namespace pixelforge::test {
 
@@ -18,28 +17,28 @@ std::wstring Url(const std::wstring& path, const std::wstring& subdomain = L"");
 std::wstring ShaderUrl(const std::wstring& id);
 std::wstring MediaUrl(const std::wstring& name);
 
-/// What the service sends as "SIZE.bin".
+/// The body of the service's "SIZE.bin".
 std::string Pattern(std::size_t size);
 
-/// As a line of the log holds it.
+/// As logged by the service.
 inline constexpr char kUserAgent[] =
     "\tUser-Agent: Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 (KHTML, like Gecko) "
     "Chrome/125.0.0.0 Safari/537.36\t";
 
-/// Makes the cache folders in a new temporary folder, which this process's cache root then is.
+/// Uses a new temporary folder as this process's cache root.
 class ServiceTest : public testing::Test {
 protected:
     ServiceTest();
     ~ServiceTest() override;
 
-    /// The body of `FetchWithCache`, or nothing and a reason.
+    /// The body from `FetchWithCache`, or std::nullopt and `reason_`.
     std::optional<std::string> Fetch(const std::wstring& url);
 
-    /// What the service was asked in this test, oldest first: "HOST PATH\t" and "NAME: VALUE\t" for each
-    /// header. The service notes a request before it answers.
+    /// The requests of this test, oldest first: "HOST PATH\t", then "NAME: VALUE\t" for each header. The
+    /// service logs a request before it responds.
     std::vector<std::string> Requests() const;
 
-    /// Paths below the cache root, with forward slashes, sorted; folders are left out.
+    /// Files below the cache root as sorted relative paths with forward slashes.
     std::vector<std::string> CachedFiles() const;
     std::string ReadCached(const std::string& file) const;
     void WriteCached(const std::string& file, const std::string& bytes) const;

@@ -1,11 +1,11 @@
-// What documents may name as their media, and what a volume's header may claim.
+// Which media documents may name, face files and crosses of cube maps, and what volume headers may claim.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include "media/cube_faces.h"
-#include "media/document_origin.h"
+#include "media/cube_map.h"
+#include "media/document_media.h"
 #include "media/volume_file.h"
 
 namespace pixelforge {
@@ -20,7 +20,7 @@ std::wstring SourceAfter(DocumentOrigin origin, const std::wstring& src) {
     return input.src;
 }
 
-TEST(RestrictSources, JudgesByOrigin) {
+TEST(RestrictSources, DependsOnTheOrigin) {
     const struct {
         std::wstring src, fromService, fromLocalFile;
     } cases[] = {
@@ -70,7 +70,18 @@ TEST(CubeFacePath, PutsTheNumberBeforeTheExtension) {
     }
 }
 
-TEST(VolumeFile, JudgesSidesChannelsAndLength) {
+TEST(CellsOfCross, TrimsEachCellAndRejectsTinyOnes) {
+    const auto cells = CellsOfCross(43, 32);
+    ASSERT_TRUE(cells);
+    EXPECT_EQ(cells->faceSize, 10);
+    EXPECT_TRUE((cells->faces[0] == PixelBox{22, 12, 6, 6}));
+    EXPECT_EQ(CellsOfCross(20, 21)->faceSize, 7);
+    for (const auto& [width, height] : {std::pair(19, 60), {60, 14}, {-40, 30}}) {
+        EXPECT_FALSE(CellsOfCross(width, height)) << width << " x " << height;
+    }
+}
+
+TEST(VolumeFile, ValidatesSidesChannelsAndLength) {
     constexpr std::uint32_t kMost = 0xFFFFFFFF;
     const struct {
         VolumeHeader header;
@@ -85,13 +96,13 @@ TEST(VolumeFile, JudgesSidesChannelsAndLength) {
     };
     for (const auto& [header, voxelBytes, fits] : cases) {
         const char* fault = FaultOfVolume(header, kVolumeHeaderBytes + voxelBytes, 2048);
-        EXPECT_EQ(fault == nullptr, fits) << header.width << " " << header.height << " " << header.depth
-                                          << " " << int{header.channels} << " " << voxelBytes;
+        EXPECT_EQ(!fault, fits) << header.width << " " << header.height << " " << header.depth << " "
+                                << int{header.channels} << " " << voxelBytes;
     }
-    // Sides whose product does not fit 64 bits.
-    EXPECT_NE(FaultOfVolume({kMost, kMost, kMost, 1}, kMost, kMost), nullptr);
-    EXPECT_NE(FaultOfVolume({1u << 31, 1u << 31, 4, 1}, kMost, kMost), nullptr);
-    // One byte less than a header, in a block of just that size.
+    // Sides whose product overflows 64 bits.
+    EXPECT_TRUE(FaultOfVolume({kMost, kMost, kMost, 1}, kMost, kMost));
+    EXPECT_TRUE(FaultOfVolume({1u << 31, 1u << 31, 4, 1}, kMost, kMost));
+    // One byte less than a header, in a block of exactly that size.
     EXPECT_FALSE(ReadVolumeHeader(
         std::vector<std::uint8_t>{'B', 'I', 'N', 1, 2, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0}));
 }

@@ -1,4 +1,4 @@
-// Decoding of real files: tests/data/pictures, made by the script there.
+// Decodes real files from tests/data/pictures, which the script there makes.
 #include "media/image_decoder.h"
 
 #include <windows.h>
@@ -55,7 +55,7 @@ Bytes IndexAt(int x, int y) {
     return {x + 2 * y};
 }
 
-/// Two flat blocks of 8 x 8 pixels, which survive the compression nearly as they were.
+/// Two flat blocks of 8 x 8 pixels, which lossy compression hardly changes.
 Bytes BlockAt(int x, int) {
     return x < 8 ? Bytes{40, 100, 200} : Bytes{220, 60, 30};
 }
@@ -64,8 +64,8 @@ Bytes InksOfBlockAt(int x, int) {
     return x < 8 ? Bytes{0, 127, 204, 55} : Bytes{220, 185, 0, 35};
 }
 
-/// Rows follow each other without the section's padding, so those of the sheared pictures begin earlier than
-/// the section expects them; what lies behind the last one stays untouched.
+/// Rows follow each other without the section's padding, so those of sheared pictures start too early for the
+/// section, and the bytes after the last row stay 0.
 TEST(DecodeImageFile, KeepsDepthColoursAndUnpaddedRows) {
     const struct {
         const char* file;
@@ -103,7 +103,7 @@ TEST(DecodeImageFile, KeepsDepthColoursAndUnpaddedRows) {
     }
 }
 
-/// A picture of zeros whose header claims a size that its data does not have.
+/// A black picture whose header claims a size that its data does not have.
 std::string Claiming(unsigned width, unsigned height) {
     std::string header = ContentOf("colour24.bmp").substr(0, 54);
     std::memcpy(&header[18], &width, 4);
@@ -111,11 +111,11 @@ std::string Claiming(unsigned width, unsigned height) {
     return header + std::string(64, '\0');
 }
 
-TEST(DecodeImageFile, RefusesWhatIsNoWholePictureOrFitsNoSection) {
+TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
     const std::string picture = ContentOf("rgba8.png");
     const std::pair<std::string, const char*> cases[] = {
-        {"", "no picture"},
-        {"BIN", "no picture"},
+        {"", "not a picture"},
+        {"BIN", "not a picture"},
         {picture.substr(0, 8), ""},
         {picture.substr(0, 30), ""},
         {picture.substr(0, 50), ""},
@@ -137,7 +137,7 @@ TEST(DecodeImageFile, RefusesWhatIsNoWholePictureOrFitsNoSection) {
     }
 }
 
-TEST(DecodeImageFile, WorksInAnyApartmentAndLeavesItAsItWas) {
+TEST(DecodeImageFile, WorksInAnyApartmentAndLeavesItUnchanged) {
     for (const DWORD model : {DWORD{COINIT_MULTITHREADED}, DWORD{COINIT_APARTMENTTHREADED}}) {
         std::thread([model] {
             ASSERT_EQ(CoInitializeEx(nullptr, model), S_OK);

@@ -8,9 +8,9 @@
 namespace pixelforge {
 namespace {
 
-TEST(Animation, TheColourIndexFollowsItsControlsPlusOneStepAndStaysDefined) {
-    constexpr std::int32_t kMost = std::numeric_limits<std::int32_t>::max();
-    constexpr std::int32_t kLeast = std::numeric_limits<std::int32_t>::min();
+TEST(Animation, ColourIndexFollowsItsControlsPlusOneStepForAnyPalette) {
+    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const struct {
         const char* what;
@@ -20,15 +20,15 @@ TEST(Animation, TheColourIndexFollowsItsControlsPlusOneStepAndStaysDefined) {
         std::int32_t first, second;  ///< colour index after one frame and after two
         float progress, rateAfter;
     } cases[] = {
-        {"taken anew on every frame", 256, 0.5f, 25.5f, false, 153, 153, 0.6f, 0.1f},
-        {"stripes", 10, 0.5f, 0, true, 10 - 4, 4, 0.5f, 0},
-        {"on the way", 2, 0.25f, 0.5f, false, 0, 0, 0.75f, 0.5f},
-        {"turned at the end", 2, 1, 1, false, 1, 1, 1, -1},
-        {"turned at the start", 2, 0, -1, false, 0, 0, 0, 1},
-        {"no colours", 0, 1e30f, 0, true, 0, 0, 1, 0},
-        {"one colour", 1, 0.5f, 1, false, 0, 0, 1, -kInfinity},
-        {"most colours", kMost, 1e30f, 0, true, 0, kMost, 1, 0},
-        {"least colours", kLeast, 1e30f, 0, true, 0, kLeast, 1, 0},
+        {"read again on every frame", 256, 0.5F, 25.5F, false, 153, 153, 0.6F, 0.1F},
+        {"stripes", 10, 0.5F, 0, true, 10 - 4, 4, 0.5F, 0},
+        {"midway", 2, 0.25F, 0.5F, false, 0, 0, 0.75F, 0.5F},
+        {"reversed at the end", 2, 1, 1, false, 1, 1, 1, -1},
+        {"reversed at the start", 2, 0, -1, false, 0, 0, 0, 1},
+        {"no colours", 0, 1e30F, 0, true, 0, 0, 1, 0},
+        {"one colour", 1, 0.5F, 1, false, 0, 0, 1, -kInfinity},
+        {"INT32_MAX colours", kMax, 1e30F, 0, true, 0, kMax, 1, 0},
+        {"INT32_MIN colours", kMin, 1e30F, 0, true, 0, kMin, 1, 0},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);

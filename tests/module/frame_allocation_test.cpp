@@ -1,5 +1,5 @@
-// A steady frame takes nothing from the C++ heap and nothing from the process's global heap. The allocators
-// of the whole program are replaced, so the module is linked in instead of loaded.
+// In the steady state a frame allocates nothing, neither from the C++ heap nor from the process's global
+// heap. The test replaces the program's allocators, so it links the module instead of loading it.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -10,8 +10,9 @@
 #include <vector>
 
 #include "base/heap.h"
+#include "base/text.h"
 #include "module/frame_driver.h"
-#include "module/instance.h"
+#include "module/module_instance.h"
 #include "preview/host/host_session.h"
 #include "preview/host/shader_drop.h"
 #include "tests/support/document_builder.h"
@@ -52,7 +53,7 @@ void ReleaseHeapBlock(void* block) noexcept {
 namespace test {
 namespace {
 
-/// Channels of every kind that has something to do in each frame.
+/// Has every kind of channel that needs work in each frame.
 std::string BusyDocument() {
     return DocumentBuilder()
         .Buffer(
@@ -65,7 +66,7 @@ std::string BusyDocument() {
         .Json();
 }
 
-/// The module as a host drives it, without the library around it.
+/// The exports' bodies, without the DLL.
 constexpr preview::ModuleFunctions kLinkedModule = {
     .getDescription = [](auto* description) { return DescribeModule(*description); },
     .buildControlStructure = [](auto** instance, void*, auto allocate,
@@ -88,8 +89,7 @@ TEST(FrameAllocation, ASteadyFrameAllocatesNothing) {
                  {"foreground, tiled", {{"Foreground Only", "1"}, {"X Tiling", "3"}}, 1},
                  {"multisampled", {{"Multi-Sample", "2"}}, 0}};
     const std::string document = BusyDocument();
-    const auto drop = preview::ShaderDrop::OfDocument(
-        {reinterpret_cast<const std::uint8_t*>(document.data()), document.size()});
+    const auto drop = preview::ShaderDrop::OfDocument(BytesOf(document));
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         const int atStart = allocations;
@@ -104,7 +104,7 @@ TEST(FrameAllocation, ASteadyFrameAllocatesNothing) {
         ASSERT_EQ(host.DrawFrame(), FrameResult::Drawn);
         ASSERT_EQ(host.DrawFrame(), FrameResult::Drawn);
         const int before = allocations;
-        EXPECT_GT(before, atStart) << "the counting works";
+        EXPECT_GT(before, atStart) << "allocations are counted";
         for (int frame = 0; frame < 3; ++frame) {
             ASSERT_EQ(DrawFrame(*host.Instance(), host.Context()), FrameResult::Drawn);
         }

@@ -8,7 +8,7 @@
 namespace pixelforge {
 namespace {
 
-TEST(FindHostFolders, KnowsTheThreeKindsOfInstallation) {
+TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
     const std::wstring files = L"C:\\Program Files";
     const std::wstring app = L"C:\\Users\\u\\Roaming";
     const std::wstring installed = files + L"\\Larkvane\\Moonreel";

@@ -1,4 +1,4 @@
-// The notice: written out in full, and at each of its edges.
+// The notice in full, and at its limits.
 #include "module/overlay.h"
 
 #include <gtest/gtest.h>
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <string>
 
-#include "service/service_host.h"
+#include "service/service_urls.h"
 
 namespace pixelforge {
 namespace {
@@ -29,11 +29,11 @@ std::wstring Compose(const Notice& notice) {
     std::fill(std::begin(text), std::end(text), L'#');
     EXPECT_TRUE(ComposeInfoText(info, notice.editor.c_str(), text));
     const std::size_t units = std::wstring_view(text).size();
-    EXPECT_FALSE(ComposeInfoText(info, notice.editor.c_str(), {text, units})) << "no room for the end";
+    EXPECT_FALSE(ComposeInfoText(info, notice.editor.c_str(), {text, units})) << "no room for the terminator";
     return text;
 }
 
-/// What the notice is made of, with the edit link and the description as they are to appear.
+/// The notice, with the edit link and the description as they should appear.
 std::wstring Expected(const Notice& notice, const std::wstring& editLink, const std::wstring& description) {
     const std::wstring host = kServiceHost;
     return L"{\\rtf1\\ansi\\deff0{\\colortbl;\\red%lu\\green%lu\\blue%lu;\\red%lu\\green%lu\\blue%lu;"
@@ -45,10 +45,10 @@ std::wstring Expected(const Notice& notice, const std::wstring& editLink, const 
            L"\\par}";
 }
 
-TEST(Overlay, CarriesEveryTextUnchangedButForLineEndsBehindTheDescription) {
+TEST(Overlay, KeepsEveryTextButTheLineEndsAfterTheDescription) {
     const struct {
         std::wstring text;
-        std::size_t removed = 0;  ///< units at the end
+        std::size_t removed = 0;  ///< units, from the end
     } cases[] = {
         {L"a {brace}, a } alone"},
         {L"C:\\dir \\par \\'41 100% %s %lu"},
@@ -68,7 +68,7 @@ TEST(Overlay, CarriesEveryTextUnchangedButForLineEndsBehindTheDescription) {
     EXPECT_EQ(Compose(longest), Expected(longest, L"", longest.description));
 }
 
-TEST(Overlay, CutsTheEditLinkAtItsField) {
+TEST(Overlay, TruncatesTheEditLinkAtItsField) {
     const std::wstring begin = L"\\cf2 \t\t[ \\cf3{\\field{\\*\\fldinst{HYPERLINK \"file://";
     const std::wstring end = L"?Xs3BR4\"}}{\\fldrslt Edit w/GlowBench} \\cf2 ] }";
     const std::size_t room = kPathUnits - 1 - begin.size() - end.size();

@@ -1,4 +1,4 @@
-// The pick from playlists of every shape.
+// Picking from playlists of every form.
 #include "module/playlist.h"
 
 #include <gtest/gtest.h>
@@ -10,21 +10,21 @@
 namespace pixelforge {
 namespace {
 
-std::uint32_t drawn = 0;
+std::uint32_t randomNumber = 0;
 
-/// The entry picked by the random number, or "-" when there is none.
+/// The entry that the random number picks, or "-" if there is none.
 std::wstring Pick(std::string_view playlist, std::uint32_t number = 0) {
     const test::TempFile file(playlist, L".txt");
     wchar_t id[20] = L"left over";
-    drawn = number;
-    if (PickShaderId(file.Path().c_str(), id, [] { return drawn; })) {
+    randomNumber = number;
+    if (PickShaderId(file.Path().c_str(), id, [] { return randomNumber; })) {
         return id;
     }
     EXPECT_STREQ(id, L"");
     return L"-";
 }
 
-TEST(PickShaderId, TakesOnlyLinesThatEnd) {
+TEST(PickShaderId, IgnoresLinesWithoutALineEnd) {
     const std::pair<std::string, const wchar_t*> cases[] = {
         {"", L"-"},
         {"\n\r\n\r", L"-"},
@@ -42,7 +42,7 @@ TEST(PickShaderId, TakesOnlyLinesThatEnd) {
     }
 }
 
-TEST(PickShaderId, DrawsByTheRandomNumberModuloTheLines) {
+TEST(PickShaderId, PicksTheRandomNumberModuloTheLines) {
     constexpr std::string_view playlist = "\r\na\r\n\r\nb\n\rc\rd\nunfinished";
     for (const auto& [number, id] : {std::pair(0u, L"a"), {3u, L"d"}, {6u, L"c"}, {0xFFFFFFFDu, L"b"}}) {
         EXPECT_EQ(Pick(playlist, number), id) << number;

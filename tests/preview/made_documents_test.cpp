@@ -13,7 +13,7 @@ using testing::ElementsAre;
 
 ShaderDocument Read(const std::string& json) {
     ShaderDocument document{};
-    EXPECT_EQ(ReadShaderDocument(json.c_str(), document).error, "") << json;
+    EXPECT_NO_THROW(ReadShaderDocument(json.c_str(), document)) << json;
     return document;
 }
 

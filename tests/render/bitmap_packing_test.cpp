@@ -9,7 +9,7 @@
 namespace pixelforge {
 namespace {
 
-TEST(PackRows, DropsThePaddingAndTurnsTheRows) {
+TEST(PackBitmapRows, DropsThePaddingAndFlipsTheRows) {
     for (const std::int32_t bits : {8, 16, 24, 32}) {
         for (const std::int32_t width : {1, 3, 4, 5}) {
             for (const bool flip : {false, true}) {
@@ -18,7 +18,7 @@ TEST(PackRows, DropsThePaddingAndTurnsTheRows) {
                 std::vector<std::uint8_t> bytes(stride * 3);
                 std::iota(bytes.begin(), bytes.end(), std::uint8_t{1});
                 ASSERT_EQ(PackedBytes({width, 3, bits, bytes}), rowBytes * 3);
-                const HeapBytes packed = PackRows({width, 3, bits, bytes}, flip);
+                const HeapBytes packed = PackBitmapRows({width, 3, bits, bytes}, flip);
                 ASSERT_TRUE(packed);
                 for (std::size_t i = 0; i < rowBytes * 3; ++i) {
                     const std::size_t row = flip ? 2 - i / rowBytes : i / rowBytes;
@@ -30,19 +30,18 @@ TEST(PackRows, DropsThePaddingAndTurnsTheRows) {
     }
 }
 
-TEST(PackRows, RefusesSizesThatTheBytesDoNotHold) {
+TEST(PackBitmapRows, RefusesSizesThatExceedTheBytes) {
     std::vector<std::uint8_t> bytes(36);
-    EXPECT_TRUE(PackRows({3, 3, 24, bytes}, false));
+    EXPECT_TRUE(PackBitmapRows({3, 3, 24, bytes}, false));
     constexpr std::int32_t kMost = 0x7FFFFFFF;
     const std::int32_t sizes[][3] = {{4, 4, 24},         {5, 2, 32},         {0, 3, 24}, {3, 0, 24},
                                      {3, -3, 24},        {-3, 3, 24},        {3, 3, 0},  {3, 3, -24},
                                      {kMost, kMost, 32}, {0x40000000, 1, 32}};
     for (const auto& [width, height, bits] : sizes) {
-        EXPECT_FALSE(PackRows({width, height, bits, bytes}, true))
+        EXPECT_FALSE(PackBitmapRows({width, height, bits, bytes}, true))
             << width << " x " << height << " x " << bits;
     }
-    EXPECT_FALSE(PackRows({}, false));
-    EXPECT_FALSE(PackBitmapRows(nullptr, false));
+    EXPECT_FALSE(PackBitmapRows({}, false));
 }
 
 }  // namespace

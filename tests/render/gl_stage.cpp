@@ -1,12 +1,12 @@
-// Stage, picture and debugger output of the engine's tests.
+// Stage and picture of the engine's tests.
 #include "tests/render/gl_stage.h"
 
 #include <ostream>
 
+#include "base/load_error.h"
 #include "document/document_reader.h"
 #include "render/gl_context.h"
-#include "render/pass_graph.h"
-#include "render/readback.h"
+#include "render/render_frame.h"
 
 namespace pixelforge::test {
 
@@ -31,7 +31,7 @@ Stage::Stage() {
 
 Stage& Stage::Load(const DocumentBuilder& document) {
     renderer_->document = ShaderDocument{};
-    EXPECT_EQ(ReadShaderDocument(document.Json().c_str(), renderer_->document).error, "");
+    ReadShaderDocument(document.Json().c_str(), renderer_->document);
     return *this;
 }
 
@@ -40,8 +40,11 @@ Stage& Stage::LoadImage(const std::string& body, const std::vector<Input>& input
 }
 
 bool Stage::Build() {
-    reason_.clear();
-    return MakeRendererCurrent(*renderer_, window_.Handle()) && BuildPassGraph(*renderer_, reason_);
+    if (!MakeRendererCurrent(*renderer_, window_.Handle())) {
+        return false;
+    }
+    reason_ = FailureOf([this] { BuildPassGraph(*renderer_); });
+    return reason_.empty();
 }
 
 void Stage::Draw(float speed) {
@@ -52,7 +55,7 @@ void Stage::Draw(float speed) {
 
 Picture Stage::Read() {
     Picture picture(static_cast<int>(renderer_->resolution[0]), static_cast<int>(renderer_->resolution[1]));
-    EXPECT_EQ(ReadFrameIntoBitmap(renderer_.get(), picture.Bitmap()), 1);
+    EXPECT_EQ(ReadFrameIntoBitmap(renderer_.get(), PixelsOf(picture.Bitmap())), 1);
     return picture;
 }
 
@@ -66,7 +69,7 @@ Picture Stage::Show() {
     return Frame();
 }
 
-std::vector<std::string> StageTest::Said() {
+std::vector<std::string> StageTest::TakeLines() {
     std::vector<std::string> lines = output_.Lines();
     output_.Clear();
     return lines;

@@ -1,5 +1,4 @@
-// What the engine's tests draw on: a renderer on a hidden window, documents, the picture read back, and what
-// reached the debugger output meanwhile.
+// Fixture of the engine's tests: a renderer on a hidden window, its pictures and its debugger output.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,8 +11,8 @@
 #include "preview/host/debug_capture.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/host_window.h"
-#include "render/build_settings.h"
 #include "render/gl_renderer.h"
+#include "render/pass_graph.h"
 #include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
@@ -25,7 +24,7 @@ struct Color {
 
 void PrintTo(const Color& color, std::ostream* out);
 
-/// A 32-bit picture; y counts upward from the lowest row, as in a shader.
+/// A 32-bit picture; as in a shader, y counts upward from the lowest row.
 class Picture {
 public:
     Picture(int width, int height) : surface_(width, height) {}
@@ -36,28 +35,27 @@ private:
     preview::HostSurface surface_;
 };
 
-/// A `mainImage` with this body; the colour is `c`, the coordinate `p`, and T(n) the texel of channel n
-/// there.
+/// A `mainImage` with this body: `c` is the colour, `p` the coordinate, T(n) channel n's texel at `p`.
 std::string Body(const std::string& body);
 
-/// One renderer on a window of 64 x 48 pixels. Its context is current from the start; frames make it current
-/// anew.
+/// One renderer on a window of 64 x 48 pixels. Its context is current from the start; each frame makes it
+/// current again.
 class Stage {
 public:
     Stage();
 
     Stage& Load(const DocumentBuilder& document);
-    /// A document with nothing but an Image pass of this body.
+    /// A document with only an Image pass of this body.
     Stage& LoadImage(const std::string& body, const std::vector<Input>& inputs = {});
 
     bool Build();
     const std::string& Reason() const { return reason_; }
 
-    /// Draws a frame and reads it back; each fails the test when it does not work.
+    /// Draw a frame, read it back, or both; failures fail the test.
     void Draw(float speed = 0.25F);
     Picture Read();
     Picture Frame(float speed = 0.25F);
-    /// The document's first frame.
+    /// Builds the graph and returns the first frame.
     Picture Show();
 
     preview::HostWindow& Window() { return window_; }
@@ -71,19 +69,19 @@ private:
     std::string reason_;
 };
 
-/// Gives tests a stage. What a test leaves on the debugger output fails it.
+/// A test with a stage. Debugger output that the test does not consume fails it.
 class StageTest : public testing::Test {
 protected:
-    ~StageTest() override { EXPECT_EQ(Said(), std::vector<std::string>()); }
+    ~StageTest() override { EXPECT_EQ(TakeLines(), std::vector<std::string>()); }
 
-    /// The lines on the debugger output so far, which are forgotten by this.
-    std::vector<std::string> Said();
+    /// Returns the debugger output so far, and clears it.
+    std::vector<std::string> TakeLines();
 
     preview::DebugCapture output_;
     Stage stage_;
 };
 
-/// The process's sample exponent for one scope; single samples afterwards.
+/// Sets the process's sample exponent for one scope; 0 afterwards.
 struct SampleScope {
     explicit SampleScope(int exponent) { SetSampleExponent(exponent); }
     ~SampleScope() { SetSampleExponent(0); }

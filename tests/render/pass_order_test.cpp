@@ -1,4 +1,4 @@
-// Which frame's picture a pass reads from another, Cube A, and the uniforms of a frame.
+// Which frame's picture a pass reads from another; Cube A; the uniforms of a frame.
 #include <gtest/gtest.h>
 
 #include "tests/render/gl_stage.h"
@@ -8,12 +8,12 @@ namespace {
 
 using PassOrder = StageTest;
 
-TEST_F(PassOrder, ReadersGetThisFrameFromEarlierPassesAndTheLastFrameFromLaterOnes) {
+TEST_F(PassOrder, EarlierPassesShowThisFrameAndLaterOnesThePrevious) {
     const Input a0 = {.channel = 0, .id = 257};
     const Input b1 = {.channel = 1, .id = 258};
     const Input d2 = {.channel = 2, .id = 260};
     const Input cube3 = {.channel = 3, .ctype = "cubemap", .id = 41};
-    // Red counts the pass's own frames from what it left there; the others show what it read elsewhere.
+    // Red counts the pass's frames; the other components show what it read from other passes.
     stage_.Load(
         DocumentBuilder()
             .Buffer('A', Body("c = vec4(T(0).r + 1.0, T(1).r, T(2).r, texture(iChannel3, vec3(0, 0, 1)).r);"),
@@ -41,8 +41,8 @@ TEST_F(PassOrder, ReadersGetThisFrameFromEarlierPassesAndTheLastFrameFromLaterOn
     }
 }
 
-TEST_F(PassOrder, AllSixFacesOfCubeAStoreTheirRayDirection) {
-    // Directions all around; a colour that is wrong by one level shows as 64.
+TEST_F(PassOrder, AllFacesOfCubeAStoreTheirRayDirection) {
+    // Directions all around; an error of one level shows as 64.
     stage_.Load(DocumentBuilder()
                     .Pass("cubemap", "Cube A",
                           "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
@@ -61,8 +61,8 @@ TEST_F(PassOrder, AllSixFacesOfCubeAStoreTheirRayDirection) {
     }
 }
 
-TEST_F(PassOrder, ChannelsWithoutATextureReadBlackAndTellTheirSizes) {
-    // Buffer C is no pass of this document; the volume's medium is missing.
+TEST_F(PassOrder, ChannelsWithoutATextureReadBlackButHaveASize) {
+    // The document has no Buffer C, and no medium for the volume.
     stage_.LoadImage(
         "float sum = texture(iChannel0, vec2(0.5)).g + texture(iChannel2, vec3(0.5)).g;"
         "c = vec4(iChannelResolution[int(p.x) & 3] / 255.0, sum);",
@@ -75,7 +75,7 @@ TEST_F(PassOrder, ChannelsWithoutATextureReadBlackAndTellTheirSizes) {
     }
 }
 
-TEST_F(PassOrder, TheFramesUniforms) {
+TEST_F(PassOrder, UniformsOfAFrame) {
     stage_.Load(DocumentBuilder()
                     .Common("uniform vec3 resolution; uniform float time;")
                     .Image(Body("vec4 v[4] = vec4[4](vec4(iResolution, iTime * 4.0),\n"
@@ -86,7 +86,7 @@ TEST_F(PassOrder, TheFramesUniforms) {
     ASSERT_TRUE(stage_.Build()) << stage_.Reason();
     stage_.Renderer().startTick = GetTickCount64() - 50;
     for (int frame = 1; frame <= 3; ++frame) {
-        SYSTEMTIME now{};
+        SYSTEMTIME now = {};
         GetLocalTime(&now);
         const Picture picture = stage_.Frame(0.5F);
         EXPECT_EQ(picture.At(0, 5), (Color{64, 48, 1, 2 * frame}));

@@ -1,7 +1,7 @@
-// Samples, samplers and sizes of the render targets, and the bitmaps that take the picture.
+// Samples, samplers and sizes of the render targets, and the bitmaps that receive the picture.
 #include <gtest/gtest.h>
 
-#include "render/readback.h"
+#include "render/render_frame.h"
 #include "tests/render/gl_stage.h"
 
 namespace pixelforge::test {
@@ -9,9 +9,8 @@ namespace {
 
 using RenderTarget = StageTest;
 
-TEST_F(RenderTarget, SamplesAreAveragedForTheHostAndForASampler2D) {
-    // Each sample gets a value of its own. Green tells how many there are, so red is 255 / green after
-    // averaging and, in a buffer's copy, before that.
+TEST_F(RenderTarget, SamplesAreAveragedForTheHostAndForSamplers) {
+    // Red is 1 in the first sample only, and green is their number, so averaged red is 255 / green.
     const std::string probe =
         "c = vec4(gl_SampleID == 0 ? 1.0 : 0.0, float(gl_NumSamples) / 255.0, p.x / 255.0, 1.0);";
     const SampleScope samples(2);
@@ -25,7 +24,7 @@ TEST_F(RenderTarget, SamplesAreAveragedForTheHostAndForASampler2D) {
     EXPECT_EQ(stage_.Frame().At(63, 0), averaged);
 }
 
-TEST_F(RenderTarget, SampleExponentsOutOfReachKeepTheOneBefore) {
+TEST_F(RenderTarget, UnsupportedSampleExponentsKeepThePrevious) {
     const SampleScope samples(1);
     for (const int exponent : {-1, 30, 31, 32, 33, 1 << 30, -2147483647}) {
         SetSampleExponent(exponent);
@@ -33,11 +32,11 @@ TEST_F(RenderTarget, SampleExponentsOutOfReachKeepTheOneBefore) {
     }
 }
 
-TEST_F(RenderTarget, EachChannelHasItsOwnSettingsForTheSameTextureAndFreshMipmaps) {
+TEST_F(RenderTarget, ChannelsSampleOneTextureWithTheirOwnSettingsAndFreshMipmaps) {
     for (const int exponent : {0, 2}) {
         const SampleScope samples(exponent);
-        // On the left: 2.25 columns beyond the right edge, then a quarter into the third column. On the right
-        // the smallest level, which is the mean: 31.5 and 23.5, and the frame's number.
+        // Left half: 2.25 columns past the right edge, then a quarter into the third column. Right half: the
+        // smallest mipmap, the mean: 31.5, 23.5 and the frame's number.
         stage_.Load(
             DocumentBuilder()
                 .Buffer('A', Body("c = vec4(floor(p), T(0).b + 2.0, 0.0);"), {{.channel = 0, .id = 257}})
@@ -59,7 +58,7 @@ TEST_F(RenderTarget, EachChannelHasItsOwnSettingsForTheSameTextureAndFreshMipmap
     }
 }
 
-TEST_F(RenderTarget, AWindowOfTheFramesSizeIsFollowed) {
+TEST_F(RenderTarget, TheFrameFollowsAWindowOfItsSize) {
     stage_.Load(DocumentBuilder()
                     .Buffer('A', Body("c = T(0) + vec4(1.0);"), {{.channel = 0, .id = 257}})
                     .Image(Body("c = vec4(iFrame, iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;"),
@@ -70,7 +69,7 @@ TEST_F(RenderTarget, AWindowOfTheFramesSizeIsFollowed) {
     stage_.Window().SetClientSize(80, 36);
     const Picture old(64, 48);
     stage_.Draw();
-    EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), old.Bitmap()), 0);
+    EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), PixelsOf(old.Bitmap())), 0);
     EXPECT_EQ(stage_.Read().At(79, 35), (Color{0, 80, 1, 36}));
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{0, 80, 2, 36}));
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{1, 80, 3, 36}));
@@ -78,7 +77,7 @@ TEST_F(RenderTarget, AWindowOfTheFramesSizeIsFollowed) {
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{2, 80, 4, 36}));
 }
 
-TEST_F(RenderTarget, AFrameOfAnotherSizeThanTheWindowKeepsItsSize) {
+TEST_F(RenderTarget, AFrameOfAnotherSizeThanItsWindowKeepsThatSize) {
     for (const auto& [width, height] : {std::pair(100, 48), {64, 40}}) {
         stage_.Window().SetClientSize(width, height);
         stage_.LoadImage("c = vec4(iResolution, iFrame) / 255.0;");
@@ -88,7 +87,7 @@ TEST_F(RenderTarget, AFrameOfAnotherSizeThanTheWindowKeepsItsSize) {
     }
 }
 
-TEST_F(RenderTarget, OnlyAnExactlyFittingSectionTakesThePicture) {
+TEST_F(RenderTarget, OnlyA32BitSectionOfTheFramesSizeReceivesIt) {
     stage_.LoadImage("c = vec4(1.0);").Show();
     const struct {
         LONG width;
@@ -98,24 +97,24 @@ TEST_F(RenderTarget, OnlyAnExactlyFittingSectionTakesThePicture) {
     } cases[] = {{63, 48, 32, 0},  {64, 49, 32, 0}, {48, 64, 32, 0}, {64, 48, 24, 0},
                  {128, 48, 16, 0}, {64, 48, 32, 1}, {64, -48, 32, 1}};
     for (const auto& [width, height, depth, accepted] : cases) {
-        BITMAPINFO info{};
+        BITMAPINFO info = {};
         info.bmiHeader = {sizeof(BITMAPINFOHEADER), width, height, 1, depth, BI_RGB, 0, 0, 0, 0, 0};
         void* bits = nullptr;
         const UniqueBitmap bitmap(CreateDIBSection(nullptr, &info, DIB_RGB_COLORS, &bits, nullptr, 0));
-        EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), bitmap.Get()), accepted)
+        EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), PixelsOf(bitmap.Get())), accepted)
             << width << " x " << height << ", " << depth;
         EXPECT_EQ(*static_cast<const std::uint8_t*>(bits), accepted ? 255 : 0);
     }
     const UniqueBitmap noSection(CreateBitmap(64, 48, 1, 32, nullptr));
-    EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), noSection.Get()), 0);
-    EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), nullptr), 0);
+    EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), PixelsOf(noSection.Get())), 0);
+    EXPECT_EQ(ReadFrameIntoBitmap(nullptr, PixelsOf(noSection.Get())), 0);
 }
 
-TEST_F(RenderTarget, SizesThatGlCannotDrawAreRefused) {
+TEST_F(RenderTarget, SizesBeyondGlsLimitsAreRefused) {
     const int sizes[][2] = {{0, 48}, {64, 0}, {-64, 48}, {64, -2147483647}, {1 << 30, 48}};
     stage_.LoadImage("c = vec4(1.0);");
     for (const auto& [width, height] : sizes) {
-        stage_.Renderer().renderRect = PixelRect{0, 0, width, height};
+        SetResolution(stage_.Renderer(), width, height);
         EXPECT_FALSE(stage_.Build());
         EXPECT_EQ(stage_.Reason().find("cannot draw " + std::to_string(width) + " x "), 0U);
     }

@@ -1,4 +1,4 @@
-// Keys and mouse through real window messages, and the window's procedure put back.
+// Keys and mouse through real window messages, and restoring the window's procedure.
 #include "render/window_input.h"
 
 #include <gtest/gtest.h>
@@ -18,8 +18,8 @@ LONG_PTR PropertyOf(const preview::HostWindow& window) {
     return reinterpret_cast<LONG_PTR>(GetPropW(window.Handle(), L"OriginalWndProc"));
 }
 
-/// Held, pressed and toggled of the keys A and B in the first two columns.
-void AddKeyboardImage(Stage& stage, const std::string& filter = "nearest") {
+/// Shows held, pressed and toggled of the keys A and B in the first two columns.
+void LoadKeyboardImage(Stage& stage, const std::string& filter = "nearest") {
     stage.LoadImage(
         "ivec2 k = ivec2(65 + int(p.x), 0);"
         "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
@@ -30,8 +30,8 @@ void AddKeyboardImage(Stage& stage, const std::string& filter = "nearest") {
 
 TEST_F(WindowInput, KeysReachEveryRenderer) {
     Stage other;
-    AddKeyboardImage(stage_);
-    AddKeyboardImage(other, "mipmap");
+    LoadKeyboardImage(stage_);
+    LoadKeyboardImage(other, "mipmap");
     const struct {
         UINT message;
         WPARAM key;
@@ -54,9 +54,8 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
         }
     }
     Stage late;
-    AddKeyboardImage(late);
-    EXPECT_EQ(late.Frame().At(1, 5), (Color{0, 0, 255, 255}))
-        << "one that comes later sees the keys as they are";
+    LoadKeyboardImage(late);
+    EXPECT_EQ(late.Frame().At(1, 5), (Color{0, 0, 255, 255})) << "a later renderer sees the current state";
 }
 
 TEST_F(WindowInput, TheMouseReachesTheShader) {
@@ -67,8 +66,8 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
     const auto send = [this](UINT message, int x, int y) {
         SendMessageW(stage_.Window().Handle(), message, 0, MAKELPARAM(x, y));
     };
-    // The places count from the lower left; z and w keep the click's, below 0 while the button is up, and w
-    // is above 0 for the click's first frame alone.
+    // Positions count from the lower left. z and w hold the click's position: negative while the button is
+    // up, and w positive only in the click's first frame.
     const struct {
         UINT message;
         int x;
@@ -88,21 +87,21 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
     }
     send(WM_LBUTTONDOWN, 10, 28);
     send(WM_LBUTTONUP, 10, 28);
-    EXPECT_EQ(stage_.Frame().At(0, 0), (Color{138, 148, 118, 108})) << "let go between two frames";
+    EXPECT_EQ(stage_.Frame().At(0, 0), (Color{138, 148, 118, 108})) << "released between two frames";
 }
 
-TEST(WindowSubclass, TheLastUserOfAWindowPutsItsProcedureBack) {
-    const WNDPROC answering = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
+    const WNDPROC procedure = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
         return message == WM_APP ? 77 : DefWindowProcW(window, message, w, l);
     };
-    const preview::HostWindow first(64, 48, {.procedure = answering});
+    const preview::HostWindow first(64, 48, {.procedure = procedure});
     const preview::HostWindow second(64, 48);
     const LONG_PTR original = ProcedureOf(first);
     const LONG_PTR originalOfSecond = ProcedureOf(second);
     HeapRecord<GlRenderer> renderer = CreateGlRenderer(first.Handle(), 64, 48);
     const LONG_PTR ours = ProcedureOf(first);
     EXPECT_NE(ours, original);
-    EXPECT_EQ(SendMessageW(first.Handle(), WM_APP, 0, 0), 77) << "the window still answers";
+    EXPECT_EQ(SendMessageW(first.Handle(), WM_APP, 0, 0), 77) << "the window's own procedure still runs";
     ASSERT_TRUE(AttachWindowInput(first.Handle()));
     ASSERT_TRUE(AttachWindowInput(second.Handle()));
     EXPECT_EQ(PropertyOf(first), original);
@@ -122,7 +121,7 @@ TEST(WindowSubclass, TheLastUserOfAWindowPutsItsProcedureBack) {
     DetachWindowInput(gone);
 }
 
-TEST(WindowSubclass, ThatOfAnotherCopyIsLeftInPlace) {
+TEST(WindowSubclass, AnotherCopysSubclassStays) {
     const preview::HostWindow window(64, 48);
     const LONG_PTR procedure = ProcedureOf(window);
     SetPropW(window.Handle(), L"OriginalWndProc", reinterpret_cast<HANDLE>(procedure));

@@ -1,4 +1,4 @@
-// How a download's block grows, whatever lengths are announced and sent.
+// How a download's block grows for any announced and sent length.
 #include "service/download_buffer.h"
 
 #include <gtest/gtest.h>
@@ -33,7 +33,7 @@ TEST(DownloadBuffer, StartsAtTheAnnouncedLengthAndDoublesWhenFull) {
             EXPECT_EQ(buffer.Capacity(), capacity) << announced << " " << sent;
             ASSERT_FALSE(buffer.Room().empty());
             ASSERT_EQ(buffer.Count(), sent);
-            // The byte behind the last one ends it.
+            // Terminated by the spare byte.
             EXPECT_EQ(reinterpret_cast<const char*>(buffer.Take().get()), bytes);
         }
     }

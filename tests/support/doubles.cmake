@@ -27,7 +27,8 @@ if(WIN32)
   set(doubles_folder "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/doubles")
   add_custom_target(preview_with_doubles
     COMMAND "${CMAKE_COMMAND}" -E make_directory "${doubles_folder}"
-    COMMAND "${CMAKE_COMMAND}" -E copy_if_different $<TARGET_FILE:preview_bare> "${doubles_folder}/preview.exe"
+    COMMAND "${CMAKE_COMMAND}" -E copy_if_different
+            $<TARGET_FILE:preview_bare> "${doubles_folder}/preview.exe"
     COMMAND "${CMAKE_COMMAND}" -E copy_if_different $<TARGET_FILE:Pixelforge>
             $<TARGET_FILE:sound_double> $<TARGET_FILE:camera_double> "${doubles_folder}"
     COMMAND "${CMAKE_COMMAND}" -E copy_if_different "${PROJECT_SOURCE_DIR}/tests/support/doubles.manifest"

@@ -1,10 +1,11 @@
-"""service.py HOST ADDRESS CERTIFICATES LOG READY: documents, searches and media over HTTPS, and misbehaviour.
+"""service.py HOST ADDRESS CERTIFICATES LOG READY: serves documents, searches and media over HTTPS, and misbehaves.
 
-A name or identifier tells what to serve and how. "red", "green" and "blue" begin identifiers of documents
-that show that colour, "tile" of one that shows its picture, yellow "IDENTIFIER.bmp"; a media file "4096.bin" has so
-many bytes of a fixed pattern. A word in front tells the manner: "cut-red", "gzip-4096.bin" (see MANNERS). The host name chooses the certificate: "untrusted." and "wrongname."
-in front of the service's own get a bad one. Every request is appended to the log before it is answered, one line of
-host, path and headers. The file READY is made once the service listens. It ends with its standard input.
+The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document of that
+colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp". The media file "4096.bin" has 4096 bytes of a
+fixed pattern. A prefix selects the manner: "cut-red", "gzip-4096.bin" (see MANNERS). The host name selects the
+certificate: the subdomains "untrusted." and "wrongname." get a bad one. Every request is logged before the response,
+one line of host, path and headers. The file READY is created once the service listens. It stops at the end of its
+standard input.
 """
 
 import gzip
@@ -24,12 +25,12 @@ KEY = "fz3kq9"
 STALL_SECONDS = 3
 COLOURS = {"red": "vec3(1,0,0)", "green": "vec3(0,1,0)", "blue": "vec3(0,0,1)",
            "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb"}
-# A pixel of 24 bits, its row padded to 4 bytes.
+# One 24-bit pixel in a row padded to 4 bytes.
 TILE = struct.pack("<2sIIIIiiHHIIiiII", b"BM", 58, 0, 54, 40, 1, 1, 1, 24, 0, 4, 2835, 2835, 0, 0) + b"\0\xff\xff\0"
 
 
 def document(identifier):
-    """A shader in one colour, or None for an identifier that the service does not know."""
+    """A shader of one colour, or None for an unknown identifier."""
     colour = next((value for name, value in COLOURS.items() if identifier.lower().startswith(name)), None)
     if colour is None:
         return None
@@ -46,7 +47,7 @@ def document(identifier):
     inputs = [tile] if identifier.lower().startswith("tile") else []
     image = {"inputs": inputs, "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
     shader = {"ver": "0.1", "info": info, "renderpass": [image]}
-    # The line end behind the last brace is no part of the document, but of what must be kept.
+    # The final line feed is not part of the document, but must be cached with it.
     return json.dumps({"Shader": shader}).encode() + b"\n"
 
 
@@ -77,12 +78,12 @@ class Reply(http.server.BaseHTTPRequestHandler):
         self.server.record("\t".join([f"{self.headers['Host']} {self.path}", *headers]) + "\t\n")
         manner, name, body = self.find()
         if body is None:
-            self.send_whole(404, b"<html>No such thing here</html>")
+            self.send_whole(404, b"<html>Not found</html>")
         else:
             MANNERS[manner](self, body, name)
 
     def find(self):
-        """The manner, the name behind it, and the body that belongs to the path."""
+        """The manner, the name after it, and the body for the path."""
         parts = urllib.parse.urlsplit(self.path)
         for prefix, find_body in (("/api/v1/shaders/query/", lambda text: b'{"Shaders":0,"Results":[]}'),
                                   ("/api/v1/shaders/", document), ("/media/a/", media)):
@@ -106,7 +107,7 @@ class Reply(http.server.BaseHTTPRequestHandler):
         self.wfile.write(body)
 
     def send_part(self, part, headers, pause=0, hang_up=True):
-        """Ends by hanging up, whatever the headers promised, unless told that all has been sent."""
+        """Hangs up at the end, whatever the headers announced, unless told not to."""
         self.begin(200, headers)
         self.wfile.write(part)
         self.wfile.flush()
@@ -131,7 +132,7 @@ def chunks(body):
 GZIP = {"Content-Encoding": "gzip"}
 CHUNKED = {"Transfer-Encoding": "chunked"}
 
-# Each is called with the reply, the good body and the path without the manner.
+# Arguments: the reply, the good body, the path without the manner.
 MANNERS = {
     "good": lambda reply, body, _: reply.send_whole(200, body),
     "empty": lambda reply, body, _: reply.send_whole(200, b""),
@@ -177,12 +178,12 @@ class Service(http.server.ThreadingHTTPServer):
         return context
 
     def finish_request(self, request, client_address):
-        """Shakes hands on the connection's own thread, so that a slow client holds up nobody else."""
+        """Does the handshake on the connection's thread, so that a slow client blocks nobody else."""
         try:
             with self.context.wrap_socket(request, server_side=True) as connection:
                 super().finish_request(connection, client_address)
         except OSError:
-            # The client turned the certificate down, or hung up.
+            # The client rejected the certificate or hung up.
             pass
 
     def record(self, line):

@@ -1,4 +1,4 @@
-// Adds a certificate file (DER) to the current user's trusted authorities: for throwaway prefixes only.
+// Adds a certificate (DER) to the current user's trusted authorities. For throwaway prefixes only.
 #include <windows.h>
 
 #include <wincrypt.h>
@@ -15,7 +15,7 @@ int main(int count, char** arguments) {
     const HeapBytes bytes = path ? ReadWholeFile(path->c_str(), &size) : nullptr;
     const HCERTSTORE store =
         CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"Root");
-    // One that is trusted already is left alone: other programs may be reading the store.
+    // An authority that is already trusted stays: other programs may be reading the store.
     const bool trusted = bytes && store &&
                          (CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, bytes.get(), size,
                                                            CERT_STORE_ADD_NEW, nullptr) ||

@@ -1,0 +1,7 @@
+# Packs the staged files again in the order of their names: CPack leaves the order to the file system.
+list(GET CPACK_PACKAGE_FILES 0 archive)
+cmake_path(GET CPACK_TEMPORARY_DIRECTORY PARENT_PATH staging)
+file(GLOB_RECURSE names RELATIVE "${staging}" "${CPACK_TEMPORARY_DIRECTORY}/*")
+execute_process(
+  COMMAND "${CMAKE_COMMAND}" -E tar cf "${archive}" --format=zip ${names}
+  WORKING_DIRECTORY "${staging}" COMMAND_ERROR_IS_FATAL ANY)

@@ -1,0 +1,51 @@
+// The include context: registered texts, the include folder, and the names that a run has expanded.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/heap.h"
+#include "base/text.h"
+
+namespace pixelforge {
+
+inline constexpr std::int32_t kIncludeEntries = 64;
+
+struct VirtualInclude {
+    wchar_t name[kPathUnits];
+    HeapText text;  ///< owned by the table
+};
+
+/// A name that the current run has expanded, as it was resolved.
+struct IncludedName {
+    wchar_t name[kPathUnits];
+    std::uint32_t depth;
+    std::uint32_t firstLine;  ///< output line at which its text begins
+    std::uint32_t endLine;    ///< output line after its text
+};
+
+/// One per module instance; one run at a time.
+struct IncludeContext {
+    VirtualInclude virtualIncludes[kIncludeEntries];
+    std::int32_t virtualCount;
+    wchar_t includeFolder[kPathUnits];  ///< an existing folder, or empty
+    std::int32_t includedCount;
+    IncludedName included[kIncludeEntries];
+    bool plainNamesOnly;  ///< for untrusted texts: files by plain name only, and only from the include folder
+};
+
+/// Registers a text under a name and takes ownership. False, with the text freed, if the table is full.
+bool RegisterVirtualInclude(IncludeContext& context, std::wstring_view name, HeapText text);
+
+/// Frees the registered texts and empties the table.
+void ClearVirtualIncludes(IncludeContext& context);
+
+/// Exact, case-sensitive search of the names that this run has expanded.
+bool AlreadyIncluded(const IncludeContext& context, std::wstring_view name);
+
+/// A new text for `name` with normalised line ends, or null; `outError` then distinguishes a failure (1) from
+/// a silent skip (0). `outLength` receives the text's length, `outEntry` the entry made for it.
+HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint32_t* outLength,
+                        IncludedName** outEntry, std::int32_t* outError);
+
+}  // namespace pixelforge

@@ -1,0 +1,68 @@
+// From an identifier or path to a complete shader document.
+#include "module/shader_loader.h"
+
+#include "base/file.h"
+#include "base/load_error.h"
+#include "document/document_reader.h"
+#include "document/usable_json.h"
+#include "media/document_media.h"
+#include "service/service_client.h"
+#include "service/service_urls.h"
+
+namespace pixelforge {
+namespace {
+
+HeapBytes ReadLocalFile(const wchar_t* path) {
+    std::uint32_t size = 0;
+    HeapBytes text = ReadWholeFile(path, &size);
+    if (!text) {
+        throw LoadError("cannot be read");
+    }
+    return text;
+}
+
+HeapBytes FetchDocument(InternetSession* session, const wchar_t* id) {
+    wchar_t url[kPathUnits];
+    std::uint32_t size = 0;
+    std::string reason;
+    FormatShaderUrl(id, url);
+    HeapBytes text = FetchWithCache(session, url, &size, reason);
+    if (!text) {
+        throw LoadError(reason);
+    }
+    return text;
+}
+
+void ReadDocument(const HeapBytes& text, ShaderDocument& document) {
+    const JsonTextFault fault = CheckJsonText(reinterpret_cast<char*>(text.get()));
+    if (fault != JsonTextFault::None) {
+        throw LoadError(DescribeFault(fault));
+    }
+    // A document read in part is restricted as well.
+    const std::string failure =
+        FailureOf([&] { ReadShaderDocument(reinterpret_cast<const char*>(text.get()), document); });
+    RestrictSources(document);
+    if (!failure.empty()) {
+        throw LoadError(failure);
+    }
+}
+
+void LoadDocument(InternetSession* session, const wchar_t* idOrPath, ShaderDocument* document) {
+    if (!session || !idOrPath || !document) {
+        throw LoadError("no session, name or document to load with");
+    }
+    const bool local = IsExistingFile(idOrPath);
+    document->origin = local ? DocumentOrigin::LocalFile : DocumentOrigin::Service;
+    ReadDocument(local ? ReadLocalFile(idOrPath) : FetchDocument(session, idOrPath), *document);
+    LoadDocumentMedia(session, *document);
+}
+
+}  // namespace
+
+bool LoadShaderById(InternetSession* session, const wchar_t* idOrPath, ShaderDocument* document,
+                    std::string& reason) {
+    reason = FailureOf([&] { LoadDocument(session, idOrPath, document); });
+    return reason.empty();
+}
+
+}  // namespace pixelforge

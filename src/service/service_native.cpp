@@ -1,0 +1,20 @@
+// Native stand-ins: without a network and a cache nothing can be fetched.
+#include "service/http_get.h"
+#include "service/service_client.h"
+
+namespace pixelforge {
+
+void InternetHandleTraits::Close(void*) noexcept {}
+
+HeapBytes FetchWithCache(InternetSession*, const wchar_t*, std::uint32_t* outLength, std::string& reason) {
+    *outLength = 0;
+    reason = "not an existing file, and this build cannot fetch";
+    return nullptr;
+}
+
+bool DownloadToCacheFile(InternetSession*, const wchar_t*, const wchar_t*, wchar_t*, std::string& reason) {
+    reason = "this build cannot fetch";
+    return false;
+}
+
+}  // namespace pixelforge
