@@ -2,7 +2,7 @@
 """Packs each example's GLSL files into the JSON document beside its folder.
 
 A folder holds one file per pass: common.glsl, a.glsl to d.glsl, cube.glsl, image.glsl. Lines that begin with
-"//@" are directives for this script and are left out of the document:
+"//@" are directives for this script and are omitted from the document:
 
     //@ name Demo                                document properties, in image.glsl:
     //@ description One line of text             name, description, tags

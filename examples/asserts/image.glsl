@@ -1,5 +1,5 @@
 //@ name Asserts
-//@ description Four conditions, each met in a part of the picture only; where one fails, its colour shows.
+//@ description Four conditions, each true in only part of the picture; where one fails, its colour shows.
 //@ tags debugging assert
 // Kinds 0 to 3 give red, green, blue and yellow.
 

@@ -1,6 +1,6 @@
 //@ name Camera mirror
 //@ description The camera as a mirror, surrounded by a kaleidoscope of its picture.
-//@ tags camera, mirror
+//@ tags camera mirror
 //@ iChannel0 webcam filter=linear
 const float SECTORS = 8.0;
 const float PI = 3.14159265;

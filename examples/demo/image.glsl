@@ -1,9 +1,9 @@
 //@ name Marbled ink
-//@ description Ink that a feedback buffer carries, lit by a sky from a cube pass. Hold the mouse to stir.
+//@ description Ink carried by a feedback buffer, lit by a sky from a cube pass. Hold a mouse button to stir.
 //@ tags ink marbling feedback cubemap
 //@ iChannel0 Buffer A
 //@ iChannel1 Cube A
-// Draws the ink by its origin and lights it as a wet surface.
+// Colours the ink by its origin and lights it as a wet surface.
 
 vec4 hash(vec2 p)
 {
@@ -27,8 +27,8 @@ struct Paint {
     vec2 slope; // of the wet surface
 };
 
-// Drops on dark water, larger ones below smaller ones, each with rings in two colors. The columns of `warp` are
-// the steps in the plane of the drops for one pixel to the right and one pixel up.
+// Drops on dark water, larger ones below smaller ones, each with rings in two colours. The columns of `warp`
+// are the steps in the plane of the drops for one pixel to the right and one pixel up.
 Paint paintAt(vec2 p, mat2 warp)
 {
     Paint paint = Paint(vec3(0.004, 0.008, 0.030), vec2(0.0));
@@ -69,7 +69,7 @@ void mainImage(out vec4 fragColor, in vec2 pixel)
     vec3 normal = normalize(vec3(-slope, 1.0));
     vec3 view = normalize(vec3(0.30 * p, -1.6));
     vec3 mirrored = reflect(view, normal);
-    // The sheet lies on the ground: out of the picture is up in the sky.
+    // The sheet lies flat, so out of the picture is up into the sky.
     vec3 sky = texture(iChannel1, vec3(mirrored.x, mirrored.z, -mirrored.y)).rgb;
 
     float away = 1.0 - max(dot(-view, normal), 0.0);

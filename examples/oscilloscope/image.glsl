@@ -1,6 +1,6 @@
 //@ name Oscilloscope
 //@ description The waveform of the computer's sound output on an old green screen.
-//@ tags sound, waveform
+//@ tags sound waveform
 //@ iChannel0 music filter=linear
 const vec3 GREEN = vec3(0.25, 1.0, 0.45);
 

@@ -1,6 +1,6 @@
 //@ name Spectrum
 //@ description The computer's sound output: a bar per frequency band with a slowly falling peak.
-//@ tags sound, spectrum, analyser
+//@ tags sound spectrum analyser
 //@ iChannel0 music filter=linear
 //@ iChannel1 Buffer A filter=nearest
 // The lower row of the sound texture (512 x 2) is the spectrum up to 20 kHz, the upper one the waveform.

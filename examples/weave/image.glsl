@@ -1,5 +1,5 @@
 //@ name Weave
-//@ description Common holds the code shared by Buffer A, which lays out the ribbons, and Image, which draws them.
+//@ description Common holds code shared by Buffer A, which lays out the ribbons, and Image, which draws them.
 //@ tags common pattern
 //@ iChannel0 Buffer A filter=nearest
 
