@@ -33,7 +33,7 @@ struct Side {
 /// time natively, which excludes other programs, and wall time on Windows, where GL uses its own threads.
 Comparison Compare(const Side& subject, const Side& peer, int rounds, std::optional<double> limit);
 
-/// The quantile `share` of the values, which must not be empty; 0.5 is the median.
+/// The quantile `share` of the values (not empty); 0.5 is the median.
 double Quantile(std::vector<double> values, double share);
 
 /// A time without a peer.

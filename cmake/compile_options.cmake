@@ -6,11 +6,11 @@ option(PIXELFORGE_SANITIZERS "Address and undefined-behaviour sanitizers (native
 option(PIXELFORGE_FUZZERS "Fuzz targets with libFuzzer (native build with sanitizers, clang)" OFF)
 option(PIXELFORGE_TRAP_UNDEFINED "Trap on undefined behaviour (no run-time library needed)" OFF)
 
-# Kernels are compared bit for bit with literal transcriptions: the compiler must not fuse multiply-adds.
+# Kernels are compared bit for bit with reference implementations: the compiler must not fuse multiply-adds.
 add_compile_options(-ffp-contract=off -fstack-protector-strong)
 add_compile_definitions(_GLIBCXX_ASSERTIONS)
 
-# No path of the build machine in the binaries.
+# Keeps paths of the build machine out of the binaries.
 add_compile_options(
   "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
 
@@ -24,7 +24,7 @@ if(WIN32)
     add_link_options(${PIXELFORGE_STATIC_RUNTIME})
   endif()
   if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    # g++ adds these two by itself.
+    # g++ adds these two by default.
     link_libraries(winpthread ssp)
   endif()
 endif()

@@ -1,6 +1,6 @@
 # Third-party: pixelforge::rapidjson and pixelforge::cli11 (headers only), pixelforge::glew, GoogleTest.
 
-# Their warnings are not ours to fix. Our own folders get the cache value back at the end of this file.
+# Third-party warnings must not fail the build. The end of this file restores the setting for our own folders.
 set(CMAKE_COMPILE_WARNING_AS_ERROR OFF)
 
 # pixelforge_header_library(<name> <folder>) declares the header-only library whose headers are <folder>/*.
@@ -8,7 +8,7 @@ function(pixelforge_header_library name folder)
   find_path(PIXELFORGE_${name}_INCLUDE ${folder} REQUIRED NO_CMAKE_FIND_ROOT_PATH)
   set(include "${PIXELFORGE_${name}_INCLUDE}")
   # The build system's header-only packages serve the target too, but a cross compiler must not see the rest
-  # of /usr/include: it gets a folder that holds nothing but a link.
+  # of /usr/include: it gets a folder with just a link.
   if(CMAKE_CROSSCOMPILING)
     set(include "${PROJECT_BINARY_DIR}/header_links/${name}")
     file(MAKE_DIRECTORY "${include}")
@@ -24,7 +24,7 @@ if(WIN32)
   pixelforge_header_library(cli11 CLI)
 endif()
 
-# The package's static GLEW; where no package carries one for this target, GLEW from its sources.
+# Static GLEW: from a package if one exists for this target, otherwise built from source.
 if(WIN32)
   find_package(GLEW CONFIG QUIET)
   if(TARGET GLEW::glew_s)
@@ -48,7 +48,7 @@ if(WIN32)
   target_link_libraries(pixelforge_glew ${scope} opengl32 gdi32)
 endif()
 
-# From its sources where a package carries them: built with the sanitizers, or for the target.
+# Built with the sanitizers, or for the target, if the sources are installed; otherwise the package's library.
 if(PIXELFORGE_TESTS)
   set(PIXELFORGE_GTEST_SOURCE /usr/src/googletest CACHE PATH "Sources of GoogleTest")
   if(EXISTS "${PIXELFORGE_GTEST_SOURCE}/CMakeLists.txt")

@@ -1,4 +1,4 @@
-# What run, test and run_under_wine share: packages, the Wine prefix, the Wine session, building a preset.
+# Shared by the scripts: packages, building a preset, the Wine prefix and the Wine session.
 # Sourced by bash scripts that set -euo pipefail. Messages go to standard error.
 # shellcheck shell=bash disable=SC2034
 
@@ -25,7 +25,7 @@ say() {
     printf '%s\n' "$*" >&2
 }
 
-# install_packages NAME...: installs missing packages; quick if there are none.
+# install_packages NAME...: installs missing packages; fast if there are none.
 install_packages() {
     local name missing=()
     for name in "$@"; do
@@ -44,7 +44,7 @@ as_root() {
     elif command -v sudo >/dev/null; then
         sudo "$@"
     else
-        say "This needs root, or sudo: $*"
+        say "This needs root or sudo: $*"
         return 1
     fi
 }
@@ -78,7 +78,7 @@ set_wine_environment() {
     [[ -e /proc/asound/cards ]] || WINEDLLOVERRIDES+=";winealsa.drv=d"
 }
 
-# The folder of the prefixes made with this recipe and this version of Wine.
+# The folder of the prefixes for this recipe and this version of Wine.
 prefix_folder() {
     local key
     key=$({ declare -f make_prefix_template; "$wine_loader" --version; } | cksum)
@@ -102,7 +102,7 @@ make_prefix_template() {
     mv "$unfinished" "$folder/template"
 }
 
-# remove_old_prefixes FOLDER: removes those of other recipes that no session uses.
+# remove_old_prefixes FOLDER: removes prefixes of other recipes that no session uses.
 remove_old_prefixes() {
     local lock
     for lock in "$wine_home"/*/session-*.lock; do
@@ -146,14 +146,14 @@ start_display() {
     Xvfb -displayfd "$display_pipe" -screen 0 1920x1080x24 -nolisten tcp >/dev/null 2>&1 &
     display_process=$!
     local number
-    read -r -t 30 number <&"$display_pipe" || { say "Xvfb does not start"; return 1; }
+    read -r -t 30 number <&"$display_pipe" || { say "Xvfb did not start"; return 1; }
     exec {display_pipe}<&-
     export DISPLAY=":$number"
 }
 
 # Starts a Wine session: a prefix, a display and a keeper process, which holds the session open until it reads
 # a line or the end of its input. Programs then start in about 40 ms instead of seconds, and Wine's services,
-# which outlive them, inherit the keeper's output and not ours.
+# which outlive them, inherit the keeper's output instead of ours.
 start_wine_session() {
     set_wine_environment
     claim_prefix
@@ -161,8 +161,8 @@ start_wine_session() {
     start_display
     coproc keeper { exec "$wine_loader" cmd /c "echo ready& set /p line=" 2>/dev/null; }
     local ready
-    read -r -t 60 ready <&"${keeper[0]}" || { say "Wine does not start"; return 1; }
-    # Otherwise each window would wait two seconds for a window manager that is not there.
+    read -r -t 60 ready <&"${keeper[0]}" || { say "Wine did not start"; return 1; }
+    # Otherwise each window would wait two seconds for a missing window manager.
     "$wine_loader" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d "$window_manager" /f >/dev/null
     export PIXELFORGE_WINE_SESSION=1
 }

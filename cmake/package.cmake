@@ -1,8 +1,8 @@
-# The archive for users: module, stand-in host, examples, texts, and the licences of everything linked in.
+# The archive for users: module, stand-in host, examples, docs, and the licences of everything linked in.
 
 install(TARGETS Pixelforge preview RUNTIME DESTINATION .)
 
-# Only files under version control, so that nothing lying about gets in.
+# Only files under version control, so that no stray file gets in.
 install(CODE "set(source \"${PROJECT_SOURCE_DIR}\")")
 install(CODE [[
   execute_process(

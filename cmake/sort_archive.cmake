@@ -1,4 +1,4 @@
-# Packs the staged files again in the order of their names: CPack leaves the order to the file system.
+# Repacks the staged files sorted by name; CPack uses the file system's order.
 list(GET CPACK_PACKAGE_FILES 0 archive)
 cmake_path(GET CPACK_TEMPORARY_DIRECTORY PARENT_PATH staging)
 file(GLOB_RECURSE names RELATIVE "${staging}" "${CPACK_TEMPORARY_DIRECTORY}/*")

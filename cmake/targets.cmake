@@ -1,9 +1,9 @@
-# The two functions with which every folder declares what it builds.
+# The two functions that folders use to declare their libraries and tests.
 
 # pixelforge_library(<name> SOURCES ... [LINK ...] [WINDOWS_LINK ...])
-# declares the static library pixelforge::<name>. Sources named *_windows.cpp or *_native.cpp are compiled in
-# that build only; a library left without sources becomes an INTERFACE library. LINK names every folder that
-# the sources include; the test structure.folders checks it.
+# declares the static library pixelforge::<name>. Sources named *_windows.cpp or *_native.cpp are compiled
+# only in that build; a library left without sources becomes an INTERFACE library. LINK names every folder
+# that the sources include; the test structure.folders checks it.
 function(pixelforge_library name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK;WINDOWS_LINK")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
@@ -59,7 +59,7 @@ function(pixelforge_test name)
   if(arg_TIMEOUT)
     set(timeout ${arg_TIMEOUT})
   endif()
-  # The runner gives up before ctest does: ctest would leave the Windows process behind.
+  # The runner times out before ctest, which would leave the Windows process running.
   math(EXPR emulatorTimeout "${timeout} - 10")
   gtest_discover_tests(${name}_test
     DISCOVERY_MODE PRE_TEST

@@ -18,11 +18,11 @@ void RequireTerminated(const wchar_t (&... fields)[N]) {
     Require((std::wmemchr(fields, L'\0', N) && ...), "fields are terminated");
 }
 
-/// A second check must not find anything else to cut.
+/// A second check must find nothing more to cut.
 void CheckUsable(const HeapText& text) {
     const std::string before = text.get();
     if (!IsUsableJsonText(text.get())) {
-        Require(before == text.get(), "a refused text stays unchanged");
+        Require(before == text.get(), "a rejected text stays unchanged");
         return;
     }
     const std::string_view kept = text.get();
@@ -58,7 +58,7 @@ void CheckRead(const HeapText& text, DocumentOrigin origin) {
 
 }  // namespace
 
-// The reader also gets texts that the check would have refused.
+// The reader also gets texts that the check would have rejected.
 void TryInput(std::string_view input) {
     const HeapText text = ExactText(input);
     CheckUsable(text);

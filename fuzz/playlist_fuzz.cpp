@@ -1,4 +1,4 @@
-// Compares the pick from a playlist with an independent reading.
+// Compares the pick from a playlist with an independent implementation.
 #include <algorithm>
 #include <sstream>
 #include <string>

@@ -1,4 +1,4 @@
-// Compares the linear expansion with the literal one, with three texts to include.
+// Compares the expansion with the reference implementation, with three texts to include.
 #include <string>
 
 #include "fuzz/fuzz_input.h"

@@ -8,8 +8,8 @@
 namespace pixelforge::preview {
 
 /// While alive, an interrupt sets `StopRequested` instead of ending the program, and a crash ends it with
-/// status 1 and a message on stderr. In every case the staged shader is removed, by the destructor at the
-/// latest. One at a time.
+/// status 1 and a message on stderr. Either way the staged shader is removed, at the latest by the
+/// destructor. Only one may exist at a time.
 class CleanupOnAbort {
 public:
     explicit CleanupOnAbort(StagedShader& shader);

@@ -11,7 +11,7 @@
 
 namespace pixelforge::preview {
 
-/// A run ends when this many first frames have failed: further attempts would load the same shader again.
+/// A run ends if its first frames, this many, all fail: retrying would load the same shader again.
 inline constexpr int kMaxInitialFailures = 3;
 
 struct FrameRunOptions {

@@ -13,7 +13,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Draws nothing if stderr is no console or the run is short. The destructor erases it.
+/// Draws nothing if stderr is not a console or the run is short. The destructor erases it.
 class ProgressBar {
 public:
     explicit ProgressBar(int total)
@@ -58,7 +58,7 @@ void ProgressBar::Advance(int done) {
     std::fflush(stderr);
 }
 
-/// The first call loads, the call after a reset, and the call after a failed load.
+/// True for the first call, after a reset and after a failed load.
 bool NextCallLoads(const std::vector<FrameRecord>& frames) {
     if (frames.empty() || frames.back().result == FrameResult::ResetWanted) {
         return true;
@@ -74,7 +74,7 @@ FrameRecord DrawTimed(HostSession& session) {
     return frame;
 }
 
-/// True if the events have changed the frame's size, so that the next call loads.
+/// True if the events have changed the frame's size, so that the next call has to load.
 bool PlayEvents(EventPlayer* events, int frame, HostSession& session) {
     if (!events) {
         return false;

@@ -65,10 +65,10 @@ void RequireOneSource(const Options& options) {
     const int sources =
         !options.documentPath.empty() + !options.playlistPath.empty() + !options.shaderId.empty();
     if (sources == 0 && options.forgetId.empty()) {
-        RejectUsage("name a shader file, a playlist with --playlist or an identifier with --id");
+        RejectUsage("specify a shader file, --playlist or --id");
     }
     if (sources > 1) {
-        RejectUsage("name only one of shader file, --playlist and --id");
+        RejectUsage("specify only one of shader file, --playlist and --id");
     }
     if (options.shaderId.size() > kMaximumIdentifier) {
         RejectUsage("--id: \"" + options.shaderId + "\" is too long for an identifier");
@@ -130,14 +130,16 @@ void AddOutcome(CLI::App& app, Options& options) {
     app.add_option("--report", options.reportPath, "Write results, times and messages as JSON")
         ->type_name("FILE");
     app.add_flag("--bench", options.bench, "Print a table of frame times");
-    app.add_flag("--check", options.check, "Only load: print errors with their lines, set the exit status");
+    app.add_flag("--check", options.check, "Only load the shader; print errors with line numbers");
     app.add_flag("--info", options.info, "Print the notice about the shader");
 }
 
 void RequireOneOutcome(const Options& options) {
     const bool measured = options.bench || !options.reportPath.empty() || !options.framesFolder.empty();
     if (options.window && (measured || options.check || options.info)) {
-        RejectUsage("--window and --watch exclude --bench, --check, --info, --report and --frames-dir");
+        RejectUsage(
+            "--window and --watch cannot be combined with --bench, --check, --info, --report or "
+            "--frames-dir");
     }
     if (options.watch && options.documentPath.empty()) {
         RejectUsage("--watch needs a shader file");
@@ -187,7 +189,7 @@ Options Validate(Arguments& given) {
 Options ParseOptions(const std::vector<std::string>& arguments) {
     Arguments given;
     CLI::App app(kDescription, "preview");
-    // Otherwise a path that begins with a slash would be an option.
+    // Otherwise a path that begins with a slash would be parsed as an option.
     app.allow_windows_style_options(false);
     AddSource(app, given);
     AddFrame(app, given);

@@ -1,4 +1,4 @@
-// The command's work from its options to its exit status.
+// Runs the command: options in, exit status out.
 #pragma once
 
 #include <string>

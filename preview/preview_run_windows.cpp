@@ -108,7 +108,7 @@ void CreateFramesFolder(const std::wstring& folder) {
     }
 }
 
-/// What runs with and without a window have in common.
+/// Shared by runs with and without a window.
 struct Run {
     const Options& options;
     const Paths& paths;
@@ -154,7 +154,7 @@ ExitStatus StatusOf(const FrameStatistics& statistics) {
 
 void ExplainFailure(const FrameStatistics& statistics, bool anyLine) {
     if (statistics.failed == 0) {
-        PrintError("preview: no frame was drawn: every call reported that nothing was drawn");
+        PrintError("preview: no frame was drawn, although the module reported no failure");
     } else if (statistics.drawn == 0) {
         PrintError(std::string("preview: the shader could not be drawn") +
                    (anyLine ? "" : "; the module reported no reason"));
@@ -163,7 +163,7 @@ void ExplainFailure(const FrameStatistics& statistics, bool anyLine) {
     }
 }
 
-/// Shows the picture's path as the user wrote it: under Wine an absolute path would be of no use.
+/// Shows the picture's path as the user wrote it: under Wine an absolute path would be useless.
 void PrintSummary(const Options& options, const Outcome& outcome, const FrameStatistics& statistics) {
     const char* const picture =
         options.pngPath.empty() ? "none (use --png FILE to write one)" : options.pngPath.c_str();
@@ -260,7 +260,9 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
 /// A shader from the service has no folder.
 void EnterFolder(const Options& options, const Paths& paths, std::optional<WorkingFolder>& folder) {
     if (options.shaderId.empty() && !folder.emplace(paths.source).Entered()) {
-        PrintError("preview: the path of the shader's folder is too long; files beside it will not be found");
+        PrintError(
+            "preview: the path of the shader's folder is too long; files beside the shader will not be "
+            "found");
     }
 }
 

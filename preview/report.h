@@ -1,4 +1,4 @@
-// A run in figures: frame records, checksum, statistics, OpenGL driver, and all of it as JSON.
+// A run's results: frame records, checksum, statistics, OpenGL driver, and a JSON report of them.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@ struct FrameRecord {
 struct FrameStatistics {
     std::size_t drawn = 0;
     std::size_t failed = 0;
-    std::size_t measured = 0;  ///< frames on which the figures below are based
+    std::size_t measured = 0;  ///< number of frames in the figures below
     double medianMilliseconds = 0.0;
     double percentile95Milliseconds = 0.0;  ///< nearest rank, like the next one
     double percentile99Milliseconds = 0.0;
@@ -43,7 +43,7 @@ struct GlInfo {
     std::string vendor;
 };
 
-/// Queries a temporary context on a hidden window, in the module's pixel format; takes some tenths of a
+/// Queries a temporary context on a hidden window, in the module's pixel format; takes a few tenths of a
 /// second. Restores the thread's current context.
 GlInfo QueryGlInfo();
 

@@ -1,4 +1,4 @@
-// The report's OpenGL query, by a temporary context.
+// The report's OpenGL query, through a temporary context.
 #include "preview/report.h"
 
 #include <windows.h>

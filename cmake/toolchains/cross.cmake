@@ -1,4 +1,4 @@
-# Common to both cross compilers: where the target's libraries are and how its programs run here.
+# Shared by both cross compilers: where the target's libraries are and how its programs run here.
 set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -206,7 +206,7 @@ int OutputId(const Value& pass) {
     return type == "cubemap" ? kCubeId : type == "image" ? kImageId : 0;
 }
 
-/// The output that an input reads, known by the preview image that the service gives it; 0 for media.
+/// The output that an input reads, identified by the service's preview image for it; 0 for media.
 int InputId(const Value& input) {
     const std::string_view path = Text(input, "filepath");
     if (path.starts_with(kBufferPreview) && path.size() > kBufferPreview.size()) {

@@ -11,13 +11,13 @@
 
 namespace pixelforge::preview {
 
-/// Polls sizes and times a few times a second. Polling copes with every way in which editors replace files,
-/// and there are few files.
+/// Polls sizes and times a few times a second. Polling works however an editor replaces a file, and there are
+/// few files.
 class FileWatch {
 public:
     explicit FileWatch(std::vector<std::wstring> files) { Watch(std::move(files)); }
 
-    /// Replaces the list; files need not exist. Their present state is the baseline.
+    /// Replaces the list; files need not exist. Their current state is the baseline.
     void Watch(std::vector<std::wstring> files);
 
     /// True once per change, one interval after the last modification, because editors may write a file in
@@ -53,11 +53,11 @@ public:
 
     StagedShader& Staged() noexcept { return staged_; }
 
-    /// How the document was made of the file; empty if it is unchanged.
+    /// How the file was converted to a document; empty if it was not.
     const std::string& Conversion() const noexcept { return conversion_; }
 
-    /// Stages the shader again if one of its files has changed. True if so: the module has to reload. A file
-    /// that cannot be read is taken as still being written and tried again later.
+    /// Stages the shader again if one of its files has changed. Returns true if so: the module must reload. A
+    /// file that cannot be read is assumed to be still being written and is retried later.
     bool Refresh();
 
 private:

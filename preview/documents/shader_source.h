@@ -9,7 +9,7 @@ namespace pixelforge::preview {
 
 struct ShaderSource {
     std::string document;    ///< in the module's format
-    std::string conversion;  ///< how the document was made of the file, for the user; empty if unchanged
+    std::string conversion;  ///< how the file was converted, for the user; empty if unchanged
 
     /// Absolute paths of every file that may belong to the shader, existing or not: the named file, its
     /// passes, include files and media.
@@ -20,7 +20,7 @@ struct ShaderSource {
 ShaderSource ReadShaderSource(const std::wstring& absolutePath, const std::wstring& includeFolder);
 
 /// The distinct names in "#include" lines and the values of "src" and "filepath", in GLSL or in GLSL inside
-/// JSON. Not all of them need be files.
+/// JSON. Some may not name files.
 std::vector<std::string> NamedFiles(std::string_view text);
 
 }  // namespace pixelforge::preview

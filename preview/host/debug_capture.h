@@ -1,5 +1,4 @@
-// Captures this process's debugger output, the only place where the module reports anything, and makes it
-// readable.
+// Captures this process's debugger output, the module's only reporting channel, and makes it readable.
 #pragma once
 
 #include <string>
@@ -8,8 +7,8 @@
 
 namespace pixelforge::preview {
 
-/// While alive, captures all `OutputDebugString` output of this process, both forms and every thread. It
-/// acts as the debugger: no other viewer receives the text. One at a time.
+/// While alive, captures all `OutputDebugString` output of this process, narrow and wide, from every thread.
+/// It acts as the debugger: no other viewer receives the text. Only one may exist at a time.
 class DebugCapture {
 public:
     DebugCapture();
@@ -17,7 +16,7 @@ public:
     DebugCapture(const DebugCapture&) = delete;
     DebugCapture& operator=(const DebugCapture&) = delete;
 
-    /// The lines so far in UTF-8, an unfinished last one included. Lines end at "\n"; "\r" is dropped.
+    /// The lines so far in UTF-8, including an unfinished last one. Lines end at "\n"; "\r" is dropped.
     std::vector<std::string> Lines() const;
 
     void Clear();

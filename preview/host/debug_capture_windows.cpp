@@ -21,7 +21,7 @@ constexpr DWORD kWideDebugText = 0x4001000A;
 /// Prefix of every module line; it would hide "Buffer A:12: error" from editors.
 constexpr std::string_view kModulePrefix = "Pixelforge: ";
 
-/// Joins pieces of output into lines. One for the process: the exception handler receives no context.
+/// Joins pieces of output into lines. Global, because the exception handler receives no context.
 class LineCollector {
 public:
     void Add(std::string_view piece) {
@@ -84,7 +84,7 @@ LONG CALLBACK CaptureDebugText(EXCEPTION_POINTERS* pointers) {
     } catch (const std::bad_alloc&) {
         // Better to lose a line than the host.
     }
-    // If it stayed unhandled, the wide form would be raised again as narrow text.
+    // Unhandled wide text would be raised again as narrow text.
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 

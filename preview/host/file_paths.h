@@ -31,9 +31,9 @@ std::string ReadInputFile(const std::wstring& absolutePath);
 /// Creates or replaces a file. Throws `HostError` with `Failed` and leaves no half-written file.
 void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes);
 
-/// Makes a file's folder the current one, for names relative to it, and restores the previous one at the
-/// end. A folder whose path is too long is entered by its 8.3 name; if it has none, `Entered` is false and
-/// the current folder stays.
+/// While alive, makes a file's folder the current one, for names relative to it; then restores the previous
+/// one. A folder whose path is too long is entered by its 8.3 name; if it has none, `Entered` is false and
+/// the current folder does not change.
 class WorkingFolder {
 public:
     explicit WorkingFolder(const std::wstring& filePath);

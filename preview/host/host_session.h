@@ -23,7 +23,7 @@ struct SessionOptions {
     std::int32_t levelDivisor = kPaletteColors;  ///< colours of the host's palette
     std::int32_t levelOutput = 0;
 
-    /// Tiles and foreground need the module's offscreen bitmap, which it uses only if the draw record
+    /// Tiles and foreground need the module's off-screen bitmap, which it uses only if the draw record
     /// requests levels at pre-initialisation. If true, the session requests them for that call whenever a
     /// control needs it, and draws the host's picture under a foreground.
     bool autoOffscreen = false;
@@ -49,8 +49,8 @@ public:
     /// The last step of `Open`. Called again it requests a new load, as the host does for a reset.
     void Initialize();
 
-    /// Pre-initialises and initialises again if the frame gets another size or if controls or levels now
-    /// need the offscreen bitmap and did not before, or the reverse. True if so: the next frame loads.
+    /// Pre-initialises and initialises again if the frame's size or the need for the off-screen bitmap has
+    /// changed. Returns true if so: the next frame loads.
     bool Refit(std::int32_t width, std::int32_t height);
 
     /// Dispatches pending messages and draws a frame. Initialises again if the module requests a reset.
@@ -59,7 +59,7 @@ public:
     /// Cleans up and destroys the instance, if there is one.
     void Close() noexcept;
 
-    /// Level output with this divisor, or colours for 0. Takes effect with the next `Refit`.
+    /// Level output with this divisor, or colours for 0. Takes effect at the next `Refit`.
     void SetLevels(std::int32_t levelDivisor);
 
     /// Null if the module declared no such label.
@@ -71,11 +71,11 @@ public:
 
     FramePixels Pixels() const { return surface_.Pixels(); }
 
-    /// The frame for the user's eyes: level output as greys, anything else unchanged. Valid until the next
-    /// call or frame.
+    /// The frame for display: level output as greys, anything else unchanged. Valid until the next call or
+    /// frame.
     FramePixels Picture();
 
-    /// The rich text that any session's module passed last; empty once cleared.
+    /// The rich text that the module passed last, in any session; empty once cleared.
     static const std::wstring& InfoText() noexcept;
 
 private:
@@ -92,10 +92,10 @@ private:
     HostWindow* window_ = nullptr;
     HostSurface surface_;
     HostControls controls_;
-    const ControlRecord* foregroundOnly_ = nullptr;  ///< the three null if the module has no such control
+    const ControlRecord* foregroundOnly_ = nullptr;  ///< these three are null if the module lacks the control
     const ControlRecord* columns_ = nullptr;
     const ControlRecord* rows_ = nullptr;
-    bool offscreen_ = false;  ///< as pre-initialised
+    bool offscreen_ = false;  ///< at the last pre-initialisation
     DrawContext context_{};
     ModuleInstance* instance_ = nullptr;
     std::vector<std::uint8_t> greys_;  ///< of `Picture`

@@ -131,7 +131,7 @@ bool HostSession::NeedsOffscreen() const {
 
 FrameResult HostSession::DrawFrame() {
     window_->PumpMessages();
-    // Words of level output are no colours, so there is no host picture under it.
+    // Level output holds no colours, so there is no host picture under it.
     if (options_.autoOffscreen && context_.levelOutput == 0 && IsForegroundOnly()) {
         surface_.FillWithCheckers();
     }

@@ -15,8 +15,8 @@ struct HostWindowOptions {
     const wchar_t* title = L"Pixelforge preview";
 };
 
-/// A top-level window with a client area of the frame's size; the system may limit a visible one. Use it on
-/// the thread that created it only.
+/// A top-level window with a client area of the frame's size; the system may limit a visible one. Use only on
+/// the thread that created it.
 class HostWindow {
 public:
     /// Throws `HostError` with `Failed` if the window cannot be created.

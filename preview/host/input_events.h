@@ -28,8 +28,8 @@ class EventPlayer {
 public:
     explicit EventPlayer(std::vector<InputEvent> events) : events_(std::move(events)) {}
 
-    /// Posts the messages of all events up to this frame that are still pending, as the system would for a
-    /// user. A resize takes effect immediately.
+    /// Posts the messages of all pending events up to this frame, as the system would for a user. A resize
+    /// takes effect immediately.
     void Play(std::int32_t frame, HostWindow& window);
 
 private:

@@ -15,7 +15,7 @@ void Bind(HMODULE library, const char* name, Function& function) {
     if (!address) {
         throw HostError(ExitStatus::Failed, std::string("the module does not export ") + name);
     }
-    // By way of a plain function pointer, because no export has FARPROC's signature.
+    // Cast through a plain function pointer, because no export has FARPROC's signature.
     function = reinterpret_cast<Function>(reinterpret_cast<void (*)()>(address));
 }
 

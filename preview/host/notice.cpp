@@ -62,7 +62,7 @@ void AppendEscaped(std::string& rtf, std::wstring_view text) {
     }
 }
 
-/// Looks like a link. The window implements the click, because not every rich edit control supports links.
+/// Styled as a link. The window handles the click, because not every rich edit control supports links.
 void AppendName(std::string& rtf, std::wstring_view name) {
     rtf += "{\\cf3\\ul ";
     AppendEscaped(rtf, name);

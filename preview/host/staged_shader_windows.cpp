@@ -36,9 +36,9 @@ std::wstring RandomTag() {
 }
 
 [[noreturn]] void RejectDrive(const std::string& problem) {
-    throw HostError(ExitStatus::WrongUsage, WithLastError(problem) + ": the module reads playlists from " +
-                                                ToUtf8(kFolders[2]) +
-                                                " only, so drive D: must exist and be writable");
+    throw HostError(ExitStatus::WrongUsage,
+                    WithLastError(problem) + ": the module reads playlists only from " + ToUtf8(kFolders[2]) +
+                        ", so drive D: must exist and be writable");
 }
 
 }  // namespace

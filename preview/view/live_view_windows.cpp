@@ -16,13 +16,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Shader time advances by frames, so the view runs at 60 frames per second.
+/// Shader time advances per frame, so the view runs at 60 frames per second.
 constexpr auto kFrameTime = std::chrono::microseconds(16'667);
 constexpr auto kTitlePeriod = std::chrono::milliseconds(500);
 constexpr auto kStatusTime = std::chrono::seconds(3);
 constexpr DWORD kIdleMilliseconds = 50;
 
-/// For the key, unless the command line gives another one.
+/// For F11, unless --levels gives another one.
 constexpr std::int32_t kDefaultLevelDivisor = 64;
 
 void PrintLine(const std::string& line) {
@@ -209,7 +209,7 @@ void LiveView::ToggleLevels() {
     ShowStatus(on ? L"Level output, divisor " + std::to_wstring(levels_) : L"Colours");
 }
 
-/// Applies a new window size, and tiles, foreground or levels that need another preparation of the module.
+/// Applies a new window size, and changes of tiles, foreground or levels that require pre-initialisation.
 void LiveView::Refit() {
     const SIZE size = view_.Frame().ClientSize();
     if (size.cx < 1 || size.cy < 1) {
@@ -346,7 +346,7 @@ void LiveView::UpdateTitle() {
                    L" - Pixelforge preview (F1: keys)");
 }
 
-/// Dispatches messages meanwhile, so that a key takes effect before the next frame.
+/// Dispatches messages while waiting, so that a key takes effect before the next frame.
 void LiveView::WaitUntil(Clock::time_point time) {
     for (auto now = Clock::now(); now < time && !Ended(); now = Clock::now()) {
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(time - now).count();

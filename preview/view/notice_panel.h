@@ -22,7 +22,7 @@ public:
     /// Positions it in the parent's client area.
     void Place();
 
-    /// Handles the parent's WM_NOTIFY. A page opens only by a click on its name.
+    /// Handles the parent's WM_NOTIFY. A page opens only on a click on the line that names it.
     LRESULT OnNotify(const NMHDR& header);
 
 private:

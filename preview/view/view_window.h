@@ -32,9 +32,9 @@ enum class ViewCommand {
 /// The live view's keys for the user, one line each.
 std::wstring KeyList();
 
-/// Use it on the thread that creates it only; input arrives while that thread dispatches messages. The
-/// module gets a hidden window of its own, because on some systems GDI output on a window with an OpenGL
-/// context stays invisible. Keys and mouse are forwarded to it.
+/// Use only on the thread that created it; input arrives while that thread dispatches messages. The module
+/// gets its own hidden window, because on some systems GDI output on a window with an OpenGL context stays
+/// invisible. Keys and mouse are forwarded to it.
 class ViewWindow {
 public:
     /// Throws `HostError` with `Failed` if the window cannot be created.
@@ -43,7 +43,7 @@ public:
     ViewWindow(const ViewWindow&) = delete;
     ViewWindow& operator=(const ViewWindow&) = delete;
 
-    /// Forwards keys and mouse to this window; null ends that.
+    /// Forwards keys and mouse to this window; null stops forwarding.
     void ForwardInputTo(HWND window) noexcept { inputTarget_ = window; }
 
     HostWindow& Frame() noexcept { return frame_; }

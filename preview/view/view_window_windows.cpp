@@ -19,8 +19,8 @@ struct KeyBinding {
     const wchar_t* help;  ///< null: listed with another key
 };
 
-// Function keys and Pause only: letters, digits and arrows are the shader's, which also receives these keys.
-// F10 is missing because the system uses it for the window's menu.
+// Function keys and Pause only, plus "?" in WM_CHAR: letters, digits and arrows belong to the shader, which
+// also receives these keys. F10 is omitted because it opens the window's menu.
 constexpr KeyBinding kKeys[] = {
     {F(1), false, ViewCommand::Help, L"F1 or ?\tshow this list"},
     {F(2), false, ViewCommand::Pause, L"F2 or Pause\tpause / resume"},
@@ -63,7 +63,7 @@ Object* AddressIn(LPARAM number) {
     return reinterpret_cast<Object*>(number);
 }
 
-/// Replaces a bitmap of another size. False if there is no memory for it.
+/// Replaces a bitmap of a different size. False if out of memory.
 bool FitBitmap(UniqueBitmap& bitmap, std::int32_t width, std::int32_t height) {
     const SectionPixels current = PixelsOf(bitmap.Get());
     if (current.width != width || current.height != height) {

@@ -17,7 +17,7 @@ constexpr std::uint32_t kWhite = 0xFFFFFF;
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
 const std::string kBlack = MainImage("c = vec4(0);");
 
-TEST(Documents, WithAFaultFailOnEveryFrameGiveTheReasonAndDoNotAffectTheNext) {
+TEST(Documents, FaultyOnesFailEveryFrameWithAReasonAndDoNotAffectTheNext) {
     const std::string good = DocumentBuilder().Image(MainImage("c = vec4(1);")).Json();
     const auto image = [](const std::string& code) { return DocumentBuilder().Image(code).Json(); };
     const struct {

@@ -114,7 +114,7 @@ TEST(Driver, TheNoticeOffersAnInstalledEditor) {
         return preview::HostSession::InfoText();
     };
     std::filesystem::create_directory(folder.Path() / "GlowBench.exe");
-    EXPECT_EQ(notice().find(L"GlowBench"), std::wstring::npos) << "a folder is no editor";
+    EXPECT_EQ(notice().find(L"GlowBench"), std::wstring::npos) << "a folder is not an editor";
     std::filesystem::remove(folder.Path() / "GlowBench.exe");
     std::string link = "file://" + folder.Write("GlowBench.exe", "editor") + "?tEsT01";
     std::replace(link.begin(), link.end(), '\\', '/');

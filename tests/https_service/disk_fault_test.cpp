@@ -24,7 +24,7 @@ using testing::SizeIs;
 
 using DiskFaultTest = ServiceTest;
 
-TEST_F(DiskFaultTest, AFullDiskKeepsOnlyWholeFiles) {
+TEST_F(DiskFaultTest, AFullDiskKeepsOnlyCompleteFiles) {
     const char* limit = std::getenv("PIXELFORGE_FILE_LIMIT");
     ASSERT_TRUE(limit) << "run this test through with_service";
     const std::size_t fits = std::stoul(limit);
@@ -35,7 +35,7 @@ TEST_F(DiskFaultTest, AFullDiskKeepsOnlyWholeFiles) {
 }
 
 TEST_F(DiskFaultTest, AReadOnlyDiskFailsTheFetch) {
-    // Nobody can create files or folders in this file system.
+    // Not even root can create files or folders in this file system.
     const std::wstring fixed = L"Z:\\sys\\kernel";
     ASSERT_TRUE(std::filesystem::is_directory(fixed));
     EXPECT_TRUE(CreateCacheFolders(fixed.c_str(), (fixed + L"\\cache").c_str()));
@@ -54,7 +54,7 @@ TEST_F(DiskFaultTest, ADeletedFolderIsRecreated) {
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "only one level is created";
 }
 
-TEST_F(DiskFaultTest, AnotherKindOfEntryInItsPlaceFailsTheFetch) {
+TEST_F(DiskFaultTest, AFolderInPlaceOfAFileOrTheReverseFailsTheFetch) {
     std::filesystem::create_directory(root_ / "Assets" / "10.bin");
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
     EXPECT_THAT(CachedFiles(), IsEmpty());
@@ -99,7 +99,7 @@ std::intptr_t StartSecondProcess() {
     return _wspawnl(_P_NOWAIT, program, L"test", std::wstring(name.begin(), name.end()).c_str(), nullptr);
 }
 
-TEST_F(DiskFaultTest, ProcessesAndThreadsFillOneCacheWithWholeFiles) {
+TEST_F(DiskFaultTest, ProcessesAndThreadsFillOneCacheWithCompleteFiles) {
     if (const wchar_t* shared = _wgetenv(L"PIXELFORGE_SHARED_CACHE")) {
         // The second process, whose summary must not be mistaken for ours.
         ASSERT_TRUE(std::freopen("NUL", "w", stdout));

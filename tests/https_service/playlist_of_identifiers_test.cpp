@@ -44,7 +44,7 @@ Played Play(const preview::ModuleLibrary& module, const preview::StagedShader& p
     while ((played.colours.size() < 4 || played.failed == 0) && std::chrono::steady_clock::now() < deadline) {
         const FrameResult result = session.DrawFrame();
         played.failed += result == FrameResult::Failed ? 1 : 0;
-        // Left on, it would give a slow machine no time to draw.
+        // Left on, it would leave a slow machine no time to draw.
         session.Controls().Apply({"Reset Event", result == FrameResult::Drawn ? "1" : "0"});
         if (result == FrameResult::Drawn) {
             played.colours.insert(session.Pixels().At(0, 0) & 0xFFFFFF);

@@ -120,8 +120,8 @@ void SearchForCamera() {
     }
 }
 
-/// Some systems leak handles with every object they create or fail to create. Returns how many per search,
-/// without any code of ours.
+/// Some systems leak handles with every object they create or fail to create. Returns how many they leak per
+/// search, without any code of ours.
 std::int64_t SystemHandlesLeakedPer(void (*search)()) {
     constexpr int kSearches = 50;
     std::int64_t before = 0;
@@ -130,7 +130,7 @@ std::int64_t SystemHandlesLeakedPer(void (*search)()) {
         // The first search loads what later ones share.
         before = i == 0 ? static_cast<std::int64_t>(OpenHandles()) : before;
     }
-    // Rounded, because unrelated handles come and go meanwhile.
+    // Rounded, because unrelated handles come and go in the meantime.
     return std::lround(static_cast<double>(static_cast<std::int64_t>(OpenHandles()) - before) / kSearches);
 }
 

@@ -1,4 +1,4 @@
-// Captured debugger output: both forms, joined to lines and made readable.
+// Captured debugger output: narrow and wide, joined into lines and made readable.
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -12,7 +12,7 @@ namespace {
 
 using testing::ElementsAre;
 
-TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesToLines) {
+TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
     DebugCapture capture;
     OutputDebugStringA("narrow ");
     OutputDebugStringW(L"wide \u00E4\r");

@@ -19,7 +19,7 @@ protected:
     HostControls controls_;
 };
 
-TEST_F(HostControlsTest, AcceptValuesOfTheirTypeForTheModuleToRead) {
+TEST_F(HostControlsTest, PassValidValuesToTheModule) {
     for (const auto& [label, value] : {std::pair("Speed", "-0.5"),
                                        {"Multi-Sample", "5"},
                                        {"Draw Event", "false"},

@@ -31,7 +31,7 @@ std::vector<int> Sources(const RenderPass& pass) {
     return sources;
 }
 
-TEST(PassFiles, AreInputsOfEachOther) {
+TEST(PassFiles, ReadEachOther) {
     const std::pair<std::vector<std::string>, std::vector<int>> cases[] = {
         {{"image"}, {kKeyboard, 0, 0, 0}},
         {{"image", "a"}, {2, kKeyboard, 0, 0}},
@@ -73,7 +73,7 @@ TEST(BareDocument, BecomesTheSameShader) {
     }
 }
 
-TEST(BareDocument, MayBeIncompleteAndIsNotMistakenForOtherTexts) {
+TEST(BareDocument, MayBeIncompleteButOtherTextsAreRejected) {
     for (const char* text : {"", "[", "[]", "[1]", "3", "{\"Shader\":{\"renderpass\":[]}}",
                              "{\"renderpass\":1}", "[[]]", "{\"Shader\":1,\"renderpass\":[]}"}) {
         EXPECT_FALSE(ConvertBareDocument(text)) << text;

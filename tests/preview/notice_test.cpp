@@ -1,4 +1,4 @@
-// The notice, parsed from what the module composes of harmless and hostile texts.
+// The notice that the module composes from harmless and hostile texts, parsed again.
 #include "preview/host/notice.h"
 
 #include <gmock/gmock.h>

@@ -24,9 +24,9 @@ TEST(Options, ImplyOtherOptions) {
 
 TEST(Options, RejectInvalidUsageWithAReason) {
     const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{}, "name a shader file"},
-        {{"a.json", "--playlist", "p"}, "name only one of"},
-        {{"--playlist", "p", "--id", "i"}, "name only one of"},
+        {{}, "specify a shader file"},
+        {{"a.json", "--playlist", "p"}, "specify only one of"},
+        {{"--playlist", "p", "--id", "i"}, "specify only one of"},
         {{"--id", "abcdefghijklmnopqrst"}, "--id"},
         {{"a.json", "--size", "64"}, "\"64\""},
         {{"a.json", "--size", "0x48"}, "\"0x48\""},

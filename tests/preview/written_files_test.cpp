@@ -35,7 +35,7 @@ TEST(PngFile, HoldsTheFrameTheRightWayUpWithoutItsAlpha) {
     }
 }
 
-TEST(StagedShader, IsWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
+TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     std::optional first = StagedShader::OfDocument(BytesOf("1"));
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->AliasPath();
@@ -48,7 +48,7 @@ TEST(StagedShader, IsWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
 }
 
-TEST(WorkingFolder, MakesRelativeNamesWorkUntilItEnds) {
+TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
     const test::TempFile beside("x");
     const std::wstring name = beside.Path().substr(beside.Path().find_last_of(L"\\/") + 1);
     const auto before = std::filesystem::current_path();

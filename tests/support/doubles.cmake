@@ -1,4 +1,4 @@
-# Device doubles: DLLs whose COM classes replace the system's, by means of a manifest next to a program.
+# Device doubles: DLLs whose COM classes replace the system's through a manifest beside a program.
 
 # pixelforge_device_double(<name> SOURCES ... [LINK libraries])
 function(pixelforge_device_double name)

@@ -1,11 +1,11 @@
-"""service.py HOST ADDRESS CERTIFICATES LOG READY: serves documents, searches and media over HTTPS, and misbehaves.
+"""service.py HOST ADDRESS CERTIFICATES LOG READY: serves documents, searches and media over HTTPS.
 
-The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document of that
-colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp". The media file "4096.bin" has 4096 bytes of a
-fixed pattern. A prefix selects the manner: "cut-red", "gzip-4096.bin" (see MANNERS). The host name selects the
-certificate: the subdomains "untrusted." and "wrongname." get a bad one. Every request is logged before the response,
-one line of host, path and headers. The file READY is created once the service listens. It stops at the end of its
-standard input.
+The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document
+of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp". The media file "4096.bin" has
+4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see MANNERS).
+The host name selects the certificate: the subdomains "untrusted." and "wrongname." get a bad one. Each request
+is logged before the response, one line of host, path and headers. The file READY is created once the service
+listens. The service stops at the end of its standard input.
 """
 
 import gzip
@@ -107,7 +107,7 @@ class Reply(http.server.BaseHTTPRequestHandler):
         self.wfile.write(body)
 
     def send_part(self, part, headers, pause=0, hang_up=True):
-        """Hangs up at the end, whatever the headers announced, unless told not to."""
+        """Then hangs up, whatever the headers announced, unless `hang_up` is false."""
         self.begin(200, headers)
         self.wfile.write(part)
         self.wfile.flush()

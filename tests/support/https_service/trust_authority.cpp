@@ -15,7 +15,7 @@ int main(int count, char** arguments) {
     const HeapBytes bytes = path ? ReadWholeFile(path->c_str(), &size) : nullptr;
     const HCERTSTORE store =
         CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, CERT_SYSTEM_STORE_CURRENT_USER, L"Root");
-    // An authority that is already trusted stays: other programs may be reading the store.
+    // Keeps an authority that is already trusted: other programs may be reading the store.
     const bool trusted = bytes && store &&
                          (CertAddEncodedCertificateToStore(store, X509_ASN_ENCODING, bytes.get(), size,
                                                            CERT_STORE_ADD_NEW, nullptr) ||
