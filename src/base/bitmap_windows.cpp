@@ -14,7 +14,7 @@ namespace {
 
 struct SectionInfo {
     BITMAPINFOHEADER header;
-    RGBQUAD colours[256];  ///< the palette, or three colour masks, follows the header
+    RGBQUAD colours[256];  ///< the palette or three colour masks
 };
 
 struct Section {
@@ -67,7 +67,7 @@ void BitmapTraits::Close(HBITMAP bitmap) noexcept {
 }
 
 UniqueBitmap CreateHostBitmap(std::int32_t width, std::int32_t height) {
-    if (width < 1 || height < 1 || std::int64_t{width} * height > kMostSectionBytes / 4) {
+    if (width < 1 || height < 1 || std::int64_t{width} * height > kMaxSectionBytes / 4) {
         return {};
     }
     return CreateSection(DescribeSection(width, height, 32)).bitmap;
@@ -94,7 +94,7 @@ UniqueBitmap CopyToTopDown(HBITMAP source) {
     if (!copy.bitmap || !copy.bits) {
         return {};
     }
-    // The image size may be 0 for an uncompressed section, or overstated.
+    // The stated size of an uncompressed section may be 0 or too large.
     const std::size_t stated = original.dsBmih.biSizeImage;
     const std::size_t real = PixelsIn(original).bytes.size();
     std::memcpy(copy.bits, original.dsBm.bmBits, stated ? std::min(stated, real) : real);

@@ -1,4 +1,4 @@
-// The debugger output, the only place this module reports to.
+// The debugger output, the module's only log.
 #pragma once
 
 #include <string_view>

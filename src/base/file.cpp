@@ -1,4 +1,4 @@
-// The folder of a path, and which file names from documents may be opened.
+// Folders of paths, and which file names from documents may be opened.
 #include "base/file.h"
 
 #include <algorithm>
@@ -26,7 +26,7 @@ bool IsForbidden(wchar_t c) noexcept {
     return c < L' ' || kForbidden.find(c) != kForbidden.npos;
 }
 
-/// COM and LPT with a digit or a superscript 1, 2 or 3. The system reserves 0 as well.
+/// COM or LPT and a digit or a superscript 1, 2 or 3. The system also reserves COM0 and LPT0.
 bool IsNumberedDevice(std::wstring_view stem) noexcept {
     constexpr std::wstring_view kNumbers = L"0123456789\u00B9\u00B2\u00B3";
     return stem.size() == 4 && kNumbers.find(stem[3]) != kNumbers.npos &&
@@ -47,7 +47,7 @@ bool IsOpenableComponent(std::wstring_view component) noexcept {
     if (component.empty() || component == L"." || component == L"..") {
         return true;
     }
-    // The system strips a trailing dot or blank.
+    // The system strips a trailing dot or space.
     const bool stripped = component.back() == L'.' || component.back() == L' ';
     return component.size() <= kLongestComponent && !stripped && !IsReservedDevice(component) &&
            std::ranges::none_of(component, IsForbidden);

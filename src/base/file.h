@@ -9,12 +9,12 @@
 
 namespace pixelforge {
 
-/// Zero bytes after the data of `ReadWholeFile`.
+/// Number of zero bytes that `ReadWholeFile` adds after the data.
 inline constexpr std::size_t kSpareFileBytes = 4;
 
 /// Reads a whole existing file (shared for reading, sequential scan). The data is followed by 4 zero bytes,
 /// so text is terminated. `outSize` receives the byte count. Null for an empty or null path, a file that
-/// cannot be opened, a short read, or 4 GiB and more.
+/// cannot be opened, a short read, or a file of 4 GiB or more.
 HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize);
 
 /// True for an existing path that is not a folder.
@@ -30,14 +30,14 @@ bool FolderOfPath(const wchar_t* path, wchar_t* out) noexcept;
 /// Writes all bytes to an open file (a HANDLE). False if any write fails.
 bool WriteAll(void* file, std::span<const std::uint8_t> bytes) noexcept;
 
-/// True for a name that a document on a local disk may have opened. Refused: the empty name, UNC and device
-/// paths ("\\server", "\\?\", "\\.\", also with "/"), reserved device names (CON, NUL, COM1 ... in any
-/// component, with or without an extension), a component of more than 255 units or with a trailing dot or
-/// blank (other than "." and ".."), a colon other than the drive's, control characters, and < > | " ? *.
+/// True for a file name that a local document may use. Refused: the empty name, UNC and device paths
+/// ("\\server", "\\?\", "\\.\", also with "/"), reserved device names (CON, NUL, COM1 ... in any component,
+/// with or without an extension), a component of more than 255 units or with a trailing dot or space (other
+/// than "." and ".."), a colon other than the drive's, control characters, and < > | " ? *.
 bool IsOpenableLocalName(std::wstring_view name) noexcept;
 
-/// True for an openable name without folder or drive, which cannot escape the folder it is joined to. All
-/// that an untrusted document may name.
+/// True for an openable name without folder or drive, which cannot escape the folder it is joined to. An
+/// untrusted document may use no other.
 bool IsPlainFileName(std::wstring_view name) noexcept;
 
 }  // namespace pixelforge

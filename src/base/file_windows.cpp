@@ -10,10 +10,10 @@
 namespace pixelforge {
 namespace {
 
-/// Bytes per read or write call; the calls count in 32 bits.
+/// Bytes per read or write call, whose counts are 32-bit.
 constexpr std::uint32_t kChunk = 64u << 20;
 
-/// Delete sharing lets another process rename a finished cache file into place meanwhile.
+/// Delete sharing lets another process rename a finished cache file over this one during the read.
 UniqueKernelHandle OpenDiskFile(const wchar_t* path) noexcept {
     UniqueKernelHandle file =
         AdoptFileHandle(CreateFileW(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,

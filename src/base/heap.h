@@ -11,14 +11,14 @@ namespace pixelforge {
 /// A zero-filled block from the global heap, or null. Free it with `ReleaseHeapBlock`.
 void* AllocateHeapBlock(std::size_t bytes) noexcept;
 
-/// Frees a block of `AllocateHeapBlock`; null is accepted.
+/// Frees a block from `AllocateHeapBlock`; null is allowed.
 void ReleaseHeapBlock(void* block) noexcept;
 
 struct HeapBlockDeleter {
     void operator()(void* block) const noexcept { ReleaseHeapBlock(block); }
 };
 
-/// Owner of a NUL-terminated narrow text.
+/// Owner of a NUL-terminated narrow string.
 using HeapText = std::unique_ptr<char[], HeapBlockDeleter>;
 
 /// Owner of raw bytes; the length is kept separately.

@@ -1,4 +1,4 @@
-// How a load fails: the failing step throws, and one place turns the exception into a reason.
+// Load failures: the failing step throws, and `FailureOf` turns the exception into a reason.
 #pragma once
 
 #include <exception>

@@ -5,7 +5,7 @@
 
 namespace pixelforge {
 
-/// Source of random 32-bit numbers; a parameter where tests need to supply their own.
+/// Source of random 32-bit numbers; a parameter where tests supply their own.
 using RandomSource = std::uint32_t (*)();
 
 /// Four bytes from the system's preferred generator or, if it fails, from `rand`.

@@ -1,4 +1,4 @@
-// The platform-independent text helpers.
+// Platform-independent text helpers.
 #include "base/text.h"
 
 #include <algorithm>

@@ -26,17 +26,17 @@ bool IsValidUtf8(std::string_view text) noexcept;
 /// UTF-8 if the bytes are valid UTF-8, else the ANSI code page.
 TextEncoding DetectEncoding(std::string_view text) noexcept;
 
-/// A narrow text in UTF-16 units; std::nullopt if the conversion fails.
+/// Narrow text converted to UTF-16; std::nullopt if the conversion fails.
 std::optional<std::wstring> Widen(std::string_view text, TextEncoding encoding);
 
-/// A wide text in the given encoding; std::nullopt if the conversion fails. Characters without an equivalent
-/// are replaced ('?' in code pages, U+FFFD for lone surrogates).
+/// Wide text converted to the given encoding; std::nullopt if the conversion fails. Characters without an
+/// equivalent are replaced ('?' in code pages, U+FFFD for lone surrogates).
 std::optional<std::string> Narrow(std::wstring_view text, TextEncoding encoding);
 
-/// A wide text in UTF-8; empty if it cannot be converted.
+/// Wide text converted to UTF-8; empty if the conversion fails.
 std::string ToUtf8(std::wstring_view text);
 
-/// A UTF-8 text in UTF-16 units; empty if it is malformed.
+/// UTF-8 text converted to UTF-16; empty if it is malformed.
 std::wstring FromUtf8(std::string_view text);
 
 /// Decodes the sequence at the start of a non-empty text. Returns its length in bytes, or 0 if it is
@@ -83,8 +83,8 @@ bool FormatFits(wchar_t* buffer, std::size_t capacity, const wchar_t* format,
 /// Does nothing for a null argument or a zero capacity.
 void NormalizeLineEnds(const char* source, char* destination, std::size_t capacity) noexcept;
 
-/// Replaces all trailing "\r" and "\n" by exactly one "\n". The block needs one spare byte if the text has
-/// no line end yet. Null is accepted.
+/// Replaces all trailing "\r" and "\n" with exactly one "\n". The block needs one spare byte if the text has
+/// no line end yet. Null is allowed.
 void EndWithOneNewline(char* text) noexcept;
 
 }  // namespace pixelforge

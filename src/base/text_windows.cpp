@@ -9,7 +9,7 @@
 namespace pixelforge {
 namespace {
 
-constexpr std::size_t kMostUnits = std::numeric_limits<int>::max();
+constexpr std::size_t kMaxUnits = std::numeric_limits<int>::max();
 
 }  // namespace
 
@@ -20,7 +20,7 @@ std::optional<std::wstring> Widen(std::string_view text, TextEncoding encoding) 
     if (text.empty()) {
         return std::wstring();
     }
-    if (text.size() > kMostUnits) {
+    if (text.size() > kMaxUnits) {
         return std::nullopt;
     }
     const int bytes = static_cast<int>(text.size());
@@ -36,12 +36,12 @@ std::optional<std::wstring> Widen(std::string_view text, TextEncoding encoding) 
 std::optional<std::string> Narrow(std::wstring_view text, TextEncoding encoding) {
     const bool utf8 = encoding == TextEncoding::Utf8 || GetACP() == CP_UTF8;
     const UINT codePage = utf8 ? CP_UTF8 : CP_ACP;
-    // A look-alike character would silently change the program; '?' at least shows.
+    // A look-alike would silently change the shader's code; '?' is at least visible.
     const DWORD flags = utf8 ? 0 : WC_NO_BEST_FIT_CHARS;
     if (text.empty()) {
         return std::string();
     }
-    if (text.size() > kMostUnits) {
+    if (text.size() > kMaxUnits) {
         return std::nullopt;
     }
     const int units = static_cast<int>(text.size());
@@ -58,8 +58,8 @@ std::optional<std::string> Narrow(std::wstring_view text, TextEncoding encoding)
 bool FormatFits(wchar_t* buffer, std::size_t capacity, const wchar_t* format,
                 std::va_list arguments) noexcept {
     buffer[0] = L'\0';
-    // The underscored name is never replaced by the compiler's own wide printf, whose "%s" expects narrow
-    // text. It does not terminate a text that fills the buffer.
+    // Under this underscored name the compiler never substitutes its own wide printf, whose "%s" expects
+    // narrow text. Text that fills the buffer is left unterminated.
     const int length = _vsnwprintf(buffer, capacity, format, arguments);
     buffer[capacity - 1] = L'\0';
     return length >= 0 && static_cast<std::size_t>(length) < capacity;

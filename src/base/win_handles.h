@@ -47,7 +47,7 @@ struct WindowTraits {
     static void Close(HWND window) noexcept { DestroyWindow(window); }
 };
 
-/// A window of our own; destroy it on the thread that created it.
+/// An owned window; destroy it on the thread that created it.
 using UniqueWindow = UniqueHandle<WindowTraits>;
 
 /// The device context of a window, or of the whole screen for a null window.
@@ -145,8 +145,8 @@ private:
     CRITICAL_SECTION section_;
 };
 
-/// A single-threaded COM apartment for one scope. If the host has already set up one of another kind, that
-/// one serves as well and is not ours to leave.
+/// A single-threaded COM apartment for one scope. An apartment of another kind that the host has already
+/// entered serves as well and is left alone.
 class ComApartment {
 public:
     ComApartment() noexcept : status_(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)) {}
@@ -160,7 +160,7 @@ public:
 
     explicit operator bool() const noexcept { return SUCCEEDED(status_) || status_ == RPC_E_CHANGED_MODE; }
 
-    /// Never leaves the apartment: for the wrong thread, and where leaving could block.
+    /// Keeps the destructor from leaving the apartment: on the wrong thread, or where leaving could block.
     void Abandon() noexcept { status_ = RPC_E_CHANGED_MODE; }
 
 private:

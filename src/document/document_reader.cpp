@@ -44,7 +44,7 @@ constexpr std::int32_t kFirstBufferId = 257;
 constexpr std::int32_t kLastBufferId = 260;
 constexpr std::int32_t kOwnCubeId = 41;
 
-/// Longer than any version. The Windows runtime converts numbers in quadratic time.
+/// Longer than any real version number. The Windows runtime parses numbers in quadratic time.
 constexpr std::size_t kLongestVersion = 256;
 
 template <class Value, std::size_t N>
@@ -124,7 +124,7 @@ void ResolveSource(PassInput& input, std::int32_t id) {
     }
 }
 
-/// `channel` is `kChannels` or more for a channel that does not exist.
+/// An invalid channel number becomes `kChannels` or more.
 PassInput ParsePassInput(const JsonNode& node) {
     PassInput input = {};
     input.ctype = FindNamed(kChannelTypes, node.Text(L"ctype"), ChannelType::None);
@@ -149,8 +149,8 @@ PassKind ReadPassKind(const JsonNode& node, std::wstring_view type) {
     return type == L"image" ? PassKind::Image : PassKind::Other;
 }
 
-/// Sized after the conversion, so code that grows is not lost; code that cannot be converted stays empty. The
-/// spare byte is for a closing line end.
+/// Sized after the conversion, as code may grow; code that cannot be converted becomes empty. The spare byte
+/// is for a final newline.
 HeapText CopyCode(std::wstring_view code, TextEncoding encoding) {
     const std::string bytes = Narrow(code, encoding).value_or("");
     HeapText block = AllocateHeapText(bytes.size() + 2);
@@ -179,10 +179,10 @@ RenderPass ParseRenderPass(const JsonNode& node, TextEncoding codeEncoding) {
     return pass;
 }
 
-/// Two document forms are in circulation; name the expected one for files of the other.
+/// Two document forms are in circulation; for a file of the other form, the error shows the supported one.
 JsonNode ShaderOf(const JsonNode& root) {
     if (root.IsArray() || (root.Has(L"renderpass") && !root.Has(L"Shader"))) {
-        throw LoadError("Shader: missing; only documents of the form {\"Shader\":{...}} are read");
+        throw LoadError("Shader: missing; only documents of the form {\"Shader\":{...}} are supported");
     }
     return root.Object(L"Shader");
 }

@@ -1,4 +1,4 @@
-// Parsing with RapidJSON, and look-ups.
+// Parsing with RapidJSON, and typed look-ups.
 #include "document/json_tree.h"
 
 #include <rapidjson/error/en.h>
@@ -10,8 +10,8 @@
 namespace pixelforge {
 namespace {
 
-/// Iterative, so that hostile nesting cannot overflow the stack. Full precision is not needed, and it counts
-/// the leading zeros of the 0 in "0.0e30", which is undefined behaviour.
+/// Iterative, so that hostile nesting cannot overflow the stack. Full precision is not needed, and for
+/// "0.0e30" it would count the leading zeros of 0, which is undefined behaviour.
 constexpr unsigned kParseFlags =
     rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
 
@@ -120,7 +120,7 @@ std::string JsonNode::PathOf(const wchar_t* key) const {
 
 const JsonNode& JsonNode::Require(bool fits, const char* wanted) const {
     if (!fits) {
-        throw LoadError(path_ + ": must be " + wanted + ", is " + kTypeNames[value_->GetType()]);
+        throw LoadError(path_ + ": must be " + wanted + ", not " + kTypeNames[value_->GetType()]);
     }
     return *this;
 }

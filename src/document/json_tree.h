@@ -1,4 +1,4 @@
-// A parsed JSON text with typed look-ups whose errors name the path to what is missing or wrong.
+// Parsed JSON with typed look-ups, whose errors give the path of the missing or wrong value.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ struct JsonAssertion {};
 
 namespace pixelforge {
 
-/// Allocator for RapidJSON, which does not check its results.
+/// Throwing allocator for RapidJSON, which does not check for null.
 class JsonAllocator {
 public:
     static const bool kNeedFree = true;
@@ -45,7 +45,7 @@ using JsonPool = rapidjson::MemoryPoolAllocator<JsonAllocator>;
 using JsonValue = rapidjson::GenericValue<JsonEncoding, JsonPool>;
 
 /// One value and its path, valid while its tree lives. A failed look-up throws a `LoadError` such as
-/// "Shader.renderpass[2].inputs: must be an array, is a string". Of duplicate keys the first wins.
+/// "Shader.renderpass[2].inputs: must be an array, not a string". Of duplicate keys the first wins.
 class JsonNode {
 public:
     JsonNode(const JsonValue& value, std::string path) : value_(&value), path_(std::move(path)) {}

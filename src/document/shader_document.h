@@ -50,8 +50,8 @@ struct SamplerState {
     std::uint32_t wrap;
     std::uint32_t filter;
     std::int32_t vflip;
-    std::int32_t srgb;          ///< kept, but has no effect
-    std::int32_t internalByte;  ///< kept, but has no effect
+    std::int32_t srgb;          ///< stored but unused
+    std::int32_t internalByte;  ///< stored but unused
 };
 
 inline constexpr std::uint32_t kWrapClamp = 33071;     ///< GL_CLAMP_TO_EDGE
@@ -100,7 +100,7 @@ struct ShaderInfo {
     std::uint32_t hasliked;
 };
 
-/// A document from the service is trusted less than a file that the user chose.
+/// A document from the service is trusted less than a file the user chose.
 enum class DocumentOrigin : std::uint32_t {
     Service = 0,  ///< fetched or cached
     LocalFile = 1,

@@ -10,7 +10,7 @@ namespace {
 /// Tracks the nesting of braces and brackets outside strings.
 class NestingScan {
 public:
-    /// False for a closing character without an opening one.
+    /// False for an unmatched closing character.
     bool Step(char c) noexcept {
         closing_ = false;
         if (escaped_) {
@@ -92,7 +92,7 @@ const char* DescribeFault(JsonTextFault fault) noexcept {
         case JsonTextFault::NoBrace:
             return "not a JSON document: it does not begin with a brace or bracket";
         case JsonTextFault::ServiceError:
-            return "an error document of the service, not a shader";
+            return "an error document from the service, not a shader";
         case JsonTextFault::Unbalanced:
             return "truncated or damaged: its quotes, braces or brackets do not match";
     }

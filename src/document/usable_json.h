@@ -19,7 +19,7 @@ JsonTextFault CheckJsonText(char* text) noexcept;
 /// The fault as one clause, for the user.
 const char* DescribeFault(JsonTextFault fault) noexcept;
 
-/// `CheckJsonText` without the fault.
+/// `CheckJsonText` as a yes or no; cuts the text likewise.
 bool IsUsableJsonText(char* text) noexcept;
 
 }  // namespace pixelforge

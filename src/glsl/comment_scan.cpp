@@ -1,4 +1,4 @@
-// The backward comment scan, carried forward in constant time per character.
+// The backward comment scan, carried forward at constant cost per character.
 #include "glsl/comment_scan.h"
 
 namespace pixelforge {

@@ -5,16 +5,16 @@
 
 namespace pixelforge {
 
-/// The preprocessor decides after every step whether its cursor is inside a comment. By definition it scans
-/// backward from the cursor p, starting with the current flag:
+/// After every step the preprocessor decides whether its cursor is inside a comment. The rule is a backward
+/// scan from the cursor p that starts with the current flag:
 ///   - p on the "/" of "*/": clear the flag; stop if a newline precedes the "*", else continue at p - 3;
 ///   - p on the "*" of "/*": set the flag, continue at p - 3;
 ///   - anything else while the flag is set: continue at p - 1;
 ///   - a newline: stop;
 ///   - anything else: continue at p - 1.
-/// The scan ends at the first character with the flag unchanged. The result at p therefore follows from the
-/// results up to three positions earlier. Carrying those forward for both flags makes the cost of a text
-/// linear instead of quadratic.
+/// On reaching the first character the scan stops and leaves the flag unchanged. The result at p therefore
+/// follows from the results up to three positions earlier. Carrying those forward for both flags makes the
+/// cost linear in the text's length instead of quadratic.
 class CommentScan {
 public:
     explicit CommentScan(const char* text) noexcept : text_(text), position_(text) {}

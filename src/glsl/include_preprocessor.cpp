@@ -1,4 +1,4 @@
-// Copies a text, replacing its `#include` lines by the texts that they name.
+// Copies text, replacing each `#include` line with the text it names.
 #include "glsl/include_preprocessor.h"
 
 #include <algorithm>
@@ -70,7 +70,7 @@ std::optional<std::string_view> FindQuotedName(const char* cursor) noexcept {
     return std::string_view(name, static_cast<std::size_t>(end - name));
 }
 
-/// Names are read in the encoding of their document: UTF-8 if valid, else the ANSI code page.
+/// Decodes a name as documents are decoded: UTF-8 if valid, else the ANSI code page.
 bool WidenName(std::string_view narrow, wchar_t (&name)[kPathUnits]) {
     const std::optional<std::wstring> wide = Widen(narrow, DetectEncoding(narrow));
     if (!wide || wide->size() + 1 > kPathUnits) {
@@ -131,7 +131,7 @@ bool TextExpansion::Expand() {
     MapFollowingLines();
     while (*cursor_ != '\0') {
         // Tested at every position of a directive line, not only at its start: if a comment ends within the
-        // line, the directive begins there, and its name is sought from there.
+        // line, the directive begins there and its name is searched for from there.
         const bool done = !inDirectiveLine_ ? CopyPlainLine() : inComment_ ? Copy(1) : ExpandDirective();
         if (!done) {
             return false;
@@ -140,8 +140,8 @@ bool TextExpansion::Expand() {
     return true;
 }
 
-/// At a text's end the last stretch stays open, so that an error reported past the end of the output still
-/// belongs to the last text.
+/// At the end of a text the last stretch stays open, so that errors past the end of the output map to the
+/// last text.
 void TextExpansion::MapFollowingLines() {
     if (run_.lines && *cursor_ != '\0') {
         run_.lines->Begin(run_.line, source_, sourceLine_);
@@ -198,7 +198,7 @@ bool TextExpansion::ExpandName(const wchar_t* name) {
     return true;
 }
 
-/// Moves past the cursor's line without copying or counting it.
+/// Moves past the cursor's line without copying it or counting it as output.
 void TextExpansion::SkipLine() {
     cursor_ += std::strcspn(cursor_, "\n");
     if (*cursor_ == '\n') {

@@ -10,7 +10,7 @@
 namespace pixelforge {
 namespace {
 
-/// Null if the first entry of that name has no text.
+/// Null if there is no entry of that name or the first has no text.
 const char* FindVirtualText(const IncludeContext& context, std::wstring_view name) noexcept {
     for (std::int32_t i = 0; i < context.virtualCount; ++i) {
         const VirtualInclude& entry = context.virtualIncludes[i];

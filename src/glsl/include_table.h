@@ -16,12 +16,12 @@ struct VirtualInclude {
     HeapText text;  ///< owned by the table
 };
 
-/// A name that the current run has expanded, as it was resolved.
+/// A name expanded in the current run, in its resolved form.
 struct IncludedName {
     wchar_t name[kPathUnits];
     std::uint32_t depth;
     std::uint32_t firstLine;  ///< output line at which its text begins
-    std::uint32_t endLine;    ///< output line after its text
+    std::uint32_t endLine;    ///< first output line after its text
 };
 
 /// One per module instance; one run at a time.
@@ -40,11 +40,12 @@ bool RegisterVirtualInclude(IncludeContext& context, std::wstring_view name, Hea
 /// Frees the registered texts and empties the table.
 void ClearVirtualIncludes(IncludeContext& context);
 
-/// Exact, case-sensitive search of the names that this run has expanded.
+/// True if this run has already expanded the name; case-sensitive.
 bool AlreadyIncluded(const IncludeContext& context, std::wstring_view name);
 
-/// A new text for `name` with normalised line ends, or null; `outError` then distinguishes a failure (1) from
-/// a silent skip (0). `outLength` receives the text's length, `outEntry` the entry made for it.
+/// A new copy of the text for `name`, with normalised line ends, or null; `outError` then distinguishes a
+/// failure (1) from a silent skip (0). `outLength` receives the text's length, `outEntry` the entry made for
+/// it.
 HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint32_t* outLength,
                         IncludedName** outEntry, std::int32_t* outError);
 

@@ -19,7 +19,7 @@ struct Position {
     std::string_view message;
 };
 
-/// Consumes a line from the front; what does not match is not consumed.
+/// Consumes a line from the front; a mismatch consumes nothing.
 class LineReader {
 public:
     explicit LineReader(std::string_view line) : rest_(line) {}

@@ -15,8 +15,8 @@ class LineMap;
 ///   0(3) : error C1008: ...   Image:1: error C1008: ...
 ///   ERROR: 0:3: ...           Image:1: ERROR: ...
 /// SOURCE is a pass's name, "Common", an include's name, "PREFIX" or "SUFFIX". Every other line is unchanged:
-/// other forms, lines missing from the map, numbers out of range, and strings other than 0, which only an
-/// author's `#line` can cause. Each line of the result ends in "\n".
+/// other forms, lines missing from the map, numbers out of range, and source strings other than 0, which
+/// only an author's `#line` can cause. Each line of the result ends in "\n".
 std::string MapInfoLog(std::string_view log, const LineMap& lines);
 
 /// The non-empty lines of a mapped log. Lines without a position in the pass itself are prefixed with its

@@ -22,7 +22,7 @@ void LineMap::Begin(std::uint32_t outputLine, std::uint32_t source, std::uint32_
     stretches_.push_back({outputLine, source, sourceLine});
 }
 
-// Of several stretches that begin at the same line the last one counts.
+// Of several stretches that begin at the same line, the last wins.
 std::optional<SourceLine> LineMap::Find(std::uint32_t outputLine) const {
     const auto next =
         std::upper_bound(stretches_.begin(), stretches_.end(), outputLine,

@@ -1,4 +1,4 @@
-// Maps the lines of an assembled text to the texts that they came from.
+// Maps the lines of an assembled text to the texts they came from.
 #pragma once
 
 #include <cstdint>

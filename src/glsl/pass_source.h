@@ -1,4 +1,4 @@
-// Turns one pass of a document into a complete fragment-shader text.
+// Assembles the complete fragment shader of one pass.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ void SetVersionLine(int major, int minor) noexcept;
 
 /// The complete text of `pass`, NUL-terminated, owned by the caller, or null if an argument is null, memory
 /// runs out, or an `#include` is malformed. Always leaves the table of virtual includes empty; the list of
-/// included names keeps this run's until the next one. `lines`, if given, maps the result's lines to the
-/// author's texts.
+/// included names remains until the next run. `lines`, if given, maps the result's lines to the author's
+/// texts.
 HeapText AssemblePassSource(const ShaderDocument* document, IncludeContext* includes, const RenderPass* pass,
                             LineMap* lines = nullptr);
 

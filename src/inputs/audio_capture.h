@@ -15,11 +15,12 @@ std::int32_t StartAudioCapture() noexcept;
 /// afterwards the thread runs no code of this library.
 void StopAudioCapture() noexcept;
 
-/// The bytes of one complete spectrum step; zeros before the first. Any thread, between start and stop.
+/// The bytes of one complete spectrum step; zeros before the first. Callable from any thread between start
+/// and stop.
 SpectrumBytes CopyAudioSpectrum() noexcept;
 
-/// Replaces what `CopyAudioSpectrum` returns, as the capture thread does after each step; between start and
-/// stop.
+/// Replaces what `CopyAudioSpectrum` returns, as the capture thread does after each step. Callable between
+/// start and stop.
 void PublishSpectrum(const SpectrumBytes& bytes) noexcept;
 
 }  // namespace pixelforge

@@ -37,8 +37,8 @@ constexpr DWORD kStopTimeoutMilliseconds = 1000;
 
 SpectrumBytes AudioSpectrum = {};
 
-// No destructors: at process exit the system has killed the thread at any point, perhaps while it held the
-// heap lock, so nothing here may be touched.
+// No destructors: process exit kills the thread at an arbitrary point, perhaps while it holds the heap lock,
+// so nothing here may be touched then.
 CriticalSection* audioLock = nullptr;  ///< guards `AudioSpectrum`
 std::atomic<std::int32_t> audioUsers{0};
 std::atomic<std::int32_t> audioStop{0};
@@ -124,9 +124,9 @@ void CaptureOnce() {
     }
 }
 
-/// A thread cannot exit without the loader lock, which the unload waiting for it holds. Therefore it belongs
-/// to a private thread pool: returning there sets the event outside this library's code, and the thread exits
-/// once the lock is free.
+/// A thread needs the loader lock to exit, but an unload that waits for it holds that lock. The procedure
+/// therefore runs on a private thread pool: when it returns, the pool sets the event from outside this
+/// library's code, and the thread exits once the lock is free.
 void CALLBACK CaptureProcedure(PTP_CALLBACK_INSTANCE instance, void*, PTP_WORK) {
     audioStarted = 1;
     SetEventWhenCallbackReturns(instance, audioDoneEvent);
@@ -192,7 +192,7 @@ bool StartThread() noexcept {
     SetThreadpoolCallbackPool(&environment, audioPool);
     SetThreadpoolCallbackRunsLong(&environment);
     audioWork = CreateThreadpoolWork(CaptureProcedure, nullptr, &environment);
-    // Creates the thread now: the pool could not report the failure later.
+    // Creates the thread now, because a later failure could not be reported.
     if (!audioWork || !SetThreadpoolThreadMinimum(audioPool, 1)) {
         CloseThread();
         return false;

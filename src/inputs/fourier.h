@@ -16,9 +16,9 @@ struct alignas(16) FourierBuffer {
     std::array<double, kTransformSize> imaginary;
 };
 
-/// Forward transform: negative exponent, no scaling. Each walk over the data performs two levels of the
-/// radix-2 recursion with the recursion's own butterflies, so the results are equal to the last bit,
-/// infinities and NaN included.
+/// Forward transform: negative exponent, no scaling. Each sweep over the data performs two levels of the
+/// radix-2 recursion with the recursion's own butterflies, so the results match those of the recursion to the
+/// last bit, infinities and NaN included.
 class FourierTransform {
 public:
     FourierTransform() noexcept;
@@ -34,10 +34,10 @@ private:
     void FirstTwoLevels(const double* samples, FourierBuffer& data) const noexcept;
     void TwoLevels(FourierBuffer& data, std::size_t quarter, std::size_t factor) const noexcept;
 
-    /// Twiddle factors of the walks with quarters of 4, 16, 64 and 256 values, in that order. Each walk has
+    /// Twiddle factors of the sweeps with quarters of 4, 16, 64 and 256 values, in that order. Each sweep has
     /// three runs, a quarter long each: the inner level's, and both halves of the outer level's.
     Factors factors_;
-    double outerReal_;  ///< the only factor of the first walk other than 1
+    double outerReal_;  ///< the only factor of the first sweep other than 1
     double outerImaginary_;
     double unitImaginary_;  ///< of the factor 1: -0
     std::array<std::uint16_t, kTransformSize / 4> firstOutput_;

@@ -1,4 +1,5 @@
-// Sound analysis: captured frames to mono samples, and every 1024 samples to the bytes that shaders sample.
+// Sound analysis: turns captured frames into mono samples, and every 1024 samples into the bytes that shaders
+// read.
 #pragma once
 
 #include <array>
@@ -31,7 +32,7 @@ inline constexpr std::size_t kSpectrumColumns = 512;
 /// Bytes 0 to 511 hold the spectrum, 512 to 1023 the waveform.
 using SpectrumBytes = std::array<std::uint8_t, 2 * kSpectrumColumns>;
 
-/// What the analysis keeps from one full ring to the next. Never reset, so that the scale adapts over time.
+/// State kept from one full ring to the next. Never reset, so that the scale adapts over time.
 struct SpectrumState {
     using Columns = std::array<double, kSpectrumColumns>;
 

@@ -11,13 +11,13 @@ namespace pixelforge {
 inline constexpr std::int32_t kWebcamWidth = 1280;  ///< pixels of the picture that shaders sample
 inline constexpr std::int32_t kWebcamHeight = 720;
 
-/// Called when a shader with a webcam channel loads; the first call opens the camera. The picture exists even
-/// if the camera fails, and starts black; false if it cannot be created.
+/// Called when a shader with a webcam channel loads; the first call opens the camera. The picture starts
+/// black and exists even if the camera fails. False if it cannot be created.
 bool LoadWebcam();
 
 /// Called once per rendered frame of a shader with a webcam channel. Every 16th call, over all instances,
-/// updates the picture from the camera. Returns the picture's version: a renderer whose texture shows another
-/// version must upload.
+/// updates the picture from the camera. Returns the picture's version: a renderer whose texture holds another
+/// version must upload the picture.
 std::uint32_t GrabWebcamFrame();
 
 /// Rows of 1280 BGRA pixels, bottom-up; null before `LoadWebcam` has succeeded.

@@ -1,4 +1,4 @@
-// The shared camera: its lock, its picture and when that is refreshed.
+// The shared camera: its lock, its picture and when the picture is updated.
 #include "inputs/webcam_capture.h"
 
 #include <mutex>

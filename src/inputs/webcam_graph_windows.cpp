@@ -3,7 +3,7 @@
 
 #include <utility>
 
-// mingw-w64 declares these interfaces without their ids.
+// mingw-w64 declares these interfaces without their IIDs.
 #ifdef __CRT_UUID_DECL
 __CRT_UUID_DECL(IVMRWindowlessControl, 0x0EB1088C, 0x4DCD, 0x46F0, 0x87, 0x8F, 0x39, 0xDA, 0xE8, 0x6A, 0x51,
                 0xB7)

@@ -11,7 +11,7 @@
 namespace pixelforge {
 
 /// The file of a face: face 0 is `path` itself, faces 1 to 5 have "_i" before the extension. False, with
-/// `out` cleared, for a name that does not fit or another face.
+/// `out` cleared, for a face above 5 or a name that does not fit.
 bool CubeFacePath(const wchar_t* path, std::uint32_t face, wchar_t (&out)[kPathUnits]);
 
 struct PixelBox {
@@ -26,7 +26,8 @@ struct PixelBox {
 /// complete rows of `width`, top row first.
 PixelBox FindCrossBox(std::span<const std::uint32_t> pixels, std::int32_t width) noexcept;
 
-/// The faces inside the cross's box, in GL face order, without the 2 blended pixels at each edge of a cell.
+/// The faces within the cross's bounding box, in GL face order, without the 2 blended pixels at each edge of
+/// a cell.
 struct CrossCells {
     std::int32_t faceSize;
     PixelBox faces[6];

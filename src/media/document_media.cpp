@@ -1,4 +1,4 @@
-// Restricts sources, visits channels and loads their files.
+// Restricts sources and loads the files of channels.
 #include "media/document_media.h"
 
 #include <algorithm>
@@ -33,8 +33,8 @@ bool ShowsFile(ChannelType type) noexcept {
     return type == ChannelType::Texture || type == ChannelType::CubeMap || type == ChannelType::Volume;
 }
 
-/// Replaces the channel's source by the path of a local file. A plain name from the service is passed on as
-/// its URL there, so that it cannot match some other local file.
+/// Replaces the channel's source with the path of a local file. A plain name in a service document is first
+/// expanded to its URL, so that it cannot match an unrelated local file.
 void FetchSource(InternetSession* session, const ShaderDocument& document, PassInput& input) {
     const bool local = document.origin == DocumentOrigin::LocalFile;
     wchar_t url[kPathUnits] = {};

@@ -10,9 +10,9 @@ namespace pixelforge {
 
 struct InternetSession;
 
-/// Restricts every `src` by the document's origin. For the service it is cut to the plain file name after its
-/// last separator, so that it can only name a file in the cache; for a local file it keeps its path. A name
-/// that may not be opened (see base/file.h) becomes empty.
+/// Restricts every `src` according to the document's origin. In a service document it is cut to the plain
+/// file name after the last separator, so that it can only name a cached file; in a local document it keeps
+/// its path. A name that may not be opened (see base/file.h) becomes empty.
 void RestrictSources(ShaderDocument& document);
 
 /// Loads the file of every texture, cube-map and volume channel from the local disk, the cache or the

@@ -57,7 +57,7 @@ HRESULT ReadFrame(const wchar_t* path, Frame& frame) {
 
 void RequireShowable(const Frame& frame) {
     if (frame.bitsPerPixel < 8 || frame.bitsPerPixel > 64) {
-        throw LoadError(std::to_string(frame.bitsPerPixel) + "-bit pictures cannot be shown");
+        throw LoadError(std::to_string(frame.bitsPerPixel) + "-bit pictures are not supported");
     }
     if (!FitsSection(frame.width, frame.height, static_cast<std::int32_t>(frame.bitsPerPixel))) {
         throw LoadError("the picture is larger than 16384 pixels a side or 1 GiB");

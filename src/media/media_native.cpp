@@ -1,4 +1,4 @@
-// Native stand-ins: pictures can neither be decoded nor cut.
+// Native stand-ins: every decode and every split fails.
 #include "media/cube_map.h"
 #include "media/image_decoder.h"
 

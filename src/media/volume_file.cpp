@@ -16,7 +16,7 @@ std::uint32_t WordAt(std::span<const std::uint8_t> file, std::size_t index) noex
            std::uint32_t{bytes[3]} << 24;
 }
 
-/// With four channels as well, one byte per voxel is read.
+/// Four channels, too, are read at one byte per voxel.
 std::uint64_t BytesReadPerVoxel(std::uint8_t channels) noexcept {
     return channels == 2 ? 2 : 1;
 }
@@ -43,7 +43,7 @@ const char* FaultOfVolume(const VolumeHeader& header, std::uint64_t fileBytes,
         return "a side of the volume is 0 or above the driver's limit";
     }
     if (header.channels != 1 && header.channels != 2 && header.channels != 4) {
-        return "a volume has 1, 2 or 4 channels";
+        return "a volume must have 1, 2 or 4 channels";
     }
     if (fileBytes < kVolumeHeaderBytes || !HoldsVoxels(header, fileBytes - kVolumeHeaderBytes)) {
         return "the file has fewer voxels than its header claims";

@@ -1,4 +1,4 @@
-// Volume files: a header of 20 bytes, then the voxels. docs/volume_files.md describes the layout.
+// Volume files: a 20-byte header, then the voxels. docs/volume_files.md describes the layout.
 #pragma once
 
 #include <cstdint>

@@ -60,7 +60,7 @@ void SeedMultiColor(ModuleInstance& instance, std::int32_t mode, std::int32_t wi
 
 void DrawFreshPhases(ModuleInstance& instance, RandomSource random) noexcept {
     for (float& position : instance.colorPosition) {
-        position = static_cast<float>(random() >> 8) * 0x1p-24F;  // also below 1 once rounded to float
+        position = static_cast<float>(random() >> 8) * 0x1p-24F;  // 24 bits, so never rounded up to 1
     }
     instance.multiColor.mode %= 5;
     instance.multiColor.currentEntry %= 3;
@@ -71,7 +71,7 @@ float LastColor(std::int32_t levelDivisor) noexcept {
     return static_cast<float>(static_cast<std::int64_t>(levelDivisor) - 1);
 }
 
-/// The colour at the fraction `value` of the host's palette.
+/// The index of the colour at the fraction `value` (0 to 1) of the host's palette.
 std::int32_t PaletteIndex(std::int32_t levelDivisor, float value) noexcept {
     return levelDivisor == 0 ? 0 : Truncate(LastColor(levelDivisor) * value);
 }

@@ -22,7 +22,8 @@ inline constexpr std::uint32_t kDefault = 0x80000150;
 void StartAnimations(ModuleInstance& instance, std::int32_t width,
                      RandomSource random = SystemRandom) noexcept;
 
-/// One frame: copies the controls' values into the working state, then advances what the flags select.
+/// One frame: copies the controls' values into the working state, then advances the blocks that the flags
+/// select.
 void AnimateFrame(ModuleInstance& instance, const DrawContext& context) noexcept;
 
 }  // namespace pixelforge

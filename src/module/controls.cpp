@@ -145,7 +145,7 @@ constexpr ControlRow kMirroring = {ControlKind::Switch,
                                    {0.5, 0.5},
                                    {1, 1},
                                    [](ModuleInstance& instance) { return &instance.tiling.mirroring; }};
-// Accepted and stored, without effect: every tile is always drawn.
+// Stored but unused: every tile is always drawn.
 constexpr ControlRow kTileMask = {ControlKind::BitMask,
                                   Units(L"Tiling\0Tile Mask\0"),
                                   Units(L"Controls which tiles are displayed\0"),

@@ -54,7 +54,7 @@ void DrawErrorScreen(const DrawContext& context) {
     DrawTextW(context.dc, L"Shader Error", -1, &area, DT_WORDBREAK);
 }
 
-/// True if the host is to reset now. As `nextResetTick` starts at 0, the first frame with the reset control
+/// True if the host should reset now. As `nextResetTick` starts at 0, the first frame with the reset control
 /// on requests a reset immediately.
 bool ResetIsDue(ModuleInstance& instance) {
     if (!SwitchValue(instance, control::kResetEvent)) {
@@ -73,7 +73,7 @@ bool RenderOneFrame(ModuleInstance& instance) {
     return RenderFrame(instance.renderer, &parameters, 1, 0, 0) != 0;
 }
 
-/// The two bitmaps that a frame passes through. Empty pixels mean that there is no such section.
+/// The two bitmaps that a frame passes through. Empty pixels mean there is no such section.
 struct FrameBitmaps {
     SectionPixels own;
     SectionPixels host;
@@ -107,8 +107,8 @@ void Composite(const FrameBitmaps& bitmaps, const DrawContext& context, bool for
     }
 }
 
-/// Reads the frame straight into the host's bitmap or, off-screen, into the module's own. From there levels
-/// or foreground go to the host's; otherwise the frame stays in the own bitmap, for tiling.
+/// Reads the frame straight into the host's bitmap or, off-screen, into the module's own. From there, levels
+/// or foreground pixels are copied to the host's bitmap; otherwise the frame stays there for tiling.
 bool DeliverFrame(ModuleInstance& instance, const DrawContext& context, const FrameBitmaps& bitmaps) {
     if (!ReadFrameIntoBitmap(instance.renderer, instance.useOffscreen ? bitmaps.own : bitmaps.host)) {
         return false;
@@ -120,7 +120,7 @@ bool DeliverFrame(ModuleInstance& instance, const DrawContext& context, const Fr
     return true;
 }
 
-/// Replaces the host's picture by tiles of the own bitmap if there is more than one tile.
+/// Replaces the host's picture with tiles of the module's own bitmap if there is more than one tile.
 void TileFrame(const ModuleInstance& instance, const DrawContext& context, const FrameBitmaps& bitmaps) {
     const TilingBlock& tiling = instance.tiling;
     if (static_cast<std::int64_t>(tiling.tilesX) + tiling.tilesY < 3 || !bitmaps.AreBothPresent()) {

@@ -106,12 +106,12 @@ using AllocateControl = ControlRecord* (*)(void* hostContext);
 enum class FrameResult : std::int32_t {
     Failed = 0,        ///< loading, the GL context, rendering or read-back failed; the next call retries
     Drawn = 1,         ///< a new frame is in the host's bitmap
-    ResetWanted = 2,   ///< the host is to call `ModuleInitialize` again
+    ResetWanted = 2,   ///< the host should call `ModuleInitialize` again
     NothingDrawn = 3,  ///< the error screen was drawn, or drawing is off
 };
 
-/// The exports, in the order in which the host calls them. All run on the host's calling thread and return 0
-/// for a null record.
+/// The exports, in the order the host calls them. All run on the host's calling thread and return 0 for a
+/// null record.
 using ModuleGetDescriptionFunction = std::int32_t (*)(ModuleDescription* description);
 using ModuleBuildControlStructureFunction = std::int32_t (*)(ModuleInstance** instance, void* unused,
                                                              AllocateControl allocate, void* hostContext);

@@ -24,7 +24,7 @@ void CopyProgramFolder(wchar_t (&field)[kPathUnits], const wchar_t* programPath)
     CopyWithoutTrailingSlashes(field, folder);
 }
 
-/// The vendor's folder below one of the system's.
+/// The host's folder below a system folder.
 void CopyInstalledFolder(wchar_t (&field)[kPathUnits], std::wstring_view parent) noexcept {
     wchar_t folder[kPathUnits];
     CopyWithoutTrailingSlashes(folder, parent);

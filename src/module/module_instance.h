@@ -1,5 +1,4 @@
-// The per-instance record that the host passes back on every call, and its life: the bodies of the exports
-// around the frame.
+// The per-instance record that the host passes to every call, and the bodies of all exports but the frame.
 #pragma once
 
 #include <cstddef>
@@ -128,7 +127,7 @@ std::int32_t ScheduleLoad(ModuleInstance& instance, const DrawContext& context) 
 /// Clears the host's overlay; releases nothing.
 std::int32_t ClearOverlay(const ModuleInstance& instance);
 
-/// Releases the instance and everything that it owns.
+/// Releases the instance and everything it owns.
 std::int32_t DestroyInstance(ModuleInstance* instance);
 
 }  // namespace pixelforge

@@ -41,7 +41,7 @@ void FreeIncludeContext(ModuleInstance& instance) {
     instance.includeState = nullptr;
 }
 
-/// The user's include folder, or an empty text if the variable names none.
+/// The user's include folder; empty if the variable names no existing folder.
 void ReadIncludeFolder(wchar_t (&folder)[kPathUnits]) {
     const DWORD length = GetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", folder, kPathUnits);
     if (length == 0 || length >= kPathUnits || !IsExistingFolder(folder)) {
@@ -57,7 +57,7 @@ void CreateIncludeContext(ModuleInstance& instance) {
     instance.includeState = context.release();
 }
 
-/// The shader editor is offered only if it is installed beside the host. The path becomes part of a link,
+/// The shader editor is offered only if it is installed next to the host. The path becomes part of a link,
 /// hence the forward slashes.
 void FindEditor(wchar_t (&path)[kPathUnits]) {
     const DWORD length = ExpandEnvironmentStringsW(L"%EXE_BASEFOLDER%\\GlowBench.exe", path, kPathUnits);
@@ -68,8 +68,8 @@ void FindEditor(wchar_t (&path)[kPathUnits]) {
     std::replace(path, path + kPathUnits, L'\\', L'/');
 }
 
-/// The host sees the instance while it allocates the controls; unless construction completes, it must not
-/// keep the pointer.
+/// The host already has the pointer while it allocates the controls; it is cleared unless construction
+/// completes.
 struct UnfinishedInstance {
     ModuleInstance** hostPointer;
     HeapRecord<ModuleInstance> owner;

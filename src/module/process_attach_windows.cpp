@@ -21,8 +21,8 @@ namespace {
 pixelforge::CriticalSection* loadLock = nullptr;
 int loadCount = 0;
 
-/// The live inputs and the cache folders are shared by all instances. The sound capture comes first because
-/// only its failure refuses the load.
+/// The live inputs and the cache folders are shared by all instances. Sound capture comes first because only
+/// its failure makes the load fail.
 bool StartSharedServices() {
     if (pixelforge::StartAudioCapture() == 0) {
         return false;
@@ -77,7 +77,7 @@ void Detach() {
     }
 }
 
-/// At load the C++ library linked into this DLL allocates a 70 KB reserve for exceptions, and never frees it.
+/// On load, the C++ library linked into this DLL allocates a 70 KB reserve for exceptions and never frees it.
 /// No exception is thrown after this.
 void FreeExceptionReserve() {
 #ifdef __GLIBCXX__

@@ -1,4 +1,4 @@
-// From an identifier or path to a complete shader document.
+// Turns an identifier or path into a shader document with its media.
 #include "module/shader_loader.h"
 
 #include "base/file.h"
@@ -38,7 +38,7 @@ void ReadDocument(const HeapBytes& text, ShaderDocument& document) {
     if (fault != JsonTextFault::None) {
         throw LoadError(DescribeFault(fault));
     }
-    // A document read in part is restricted as well.
+    // A partly read document is restricted, too.
     const std::string failure =
         FailureOf([&] { ReadShaderDocument(reinterpret_cast<const char*>(text.get()), document); });
     RestrictSources(document);
@@ -49,7 +49,7 @@ void ReadDocument(const HeapBytes& text, ShaderDocument& document) {
 
 void LoadDocument(InternetSession* session, const wchar_t* idOrPath, ShaderDocument* document) {
     if (!session || !idOrPath || !document) {
-        throw LoadError("no session, name or document to load with");
+        throw LoadError("the session, name or document is missing");
     }
     const bool local = IsExistingFile(idOrPath);
     document->origin = local ? DocumentOrigin::LocalFile : DocumentOrigin::Service;

@@ -1,4 +1,4 @@
-// The pixel kernels for the frame driver: on the `BITMAP` records that `GetObjectW` fills.
+// Lets the frame driver run the pixel kernels on `BITMAP` records, as `GetObjectW` fills them.
 #pragma once
 
 #include <windows.h>
@@ -7,7 +7,7 @@
 
 namespace pixelforge {
 
-/// The number of pixels that can be copied between two bitmaps: that of the smaller one. 0 if a record is
+/// The number of pixels that can be copied between two bitmaps: the smaller pixel count. 0 if a record is
 /// null, or has no bits, a side below 1 or a depth other than 32 bits.
 std::uint32_t SharedPixelCount(const BITMAP* first, const BITMAP* second) noexcept;
 

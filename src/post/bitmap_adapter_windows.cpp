@@ -9,8 +9,8 @@
 namespace pixelforge {
 namespace {
 
-/// With another depth the kernels would run past the end of the bits. 0 allows records filled in by hand with
-/// only size and bits.
+/// With another depth the kernels would run past the end of the bits. A depth of 0 is allowed for records
+/// filled in by hand with only size and bits.
 bool HasWordPixels(const BITMAP* bitmap) noexcept {
     return bitmap && (bitmap->bmBitsPixel == 32 || bitmap->bmBitsPixel == 0);
 }

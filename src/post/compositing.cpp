@@ -57,8 +57,8 @@ struct ForegroundKernel {
 
 template <bool ForegroundOnly>
 struct LevelKernel {
-    /// 1 / divisor. (sum + 0.5) / divisor is at least 0.5 / divisor from any integer, for sums up to 765 far
-    /// more than the rounding error, so truncation yields the exact quotient.
+    /// 1 / divisor. (sum + 0.5) / divisor is at least 0.5 / divisor away from any integer. For sums up to 765
+    /// that is far more than the rounding error, so truncation yields the exact quotient.
     float reciprocal;
 
     template <class Lanes>

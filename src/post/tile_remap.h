@@ -29,9 +29,9 @@ struct TileGrid {
 };
 
 /// Copies to every pixel of `destination` the nearest `source` pixel of its tile; a source smaller than
-/// `frameWidth` x `frameHeight` is repeated mirrored. Returns 1, or 0 with nothing written if a picture has
-/// no bits or a side below 1, or a tile count is below 1. The pictures must not overlap. Runs on the calling
-/// thread and allocates nothing.
+/// `frameWidth` x `frameHeight` is repeated in alternating mirror images. Returns 1, or 0 with nothing
+/// written if a picture has no bits or a side below 1, or a tile count is below 1. The pictures must not
+/// overlap. Runs on the calling thread and allocates nothing.
 std::int32_t TileRemap(const PixelView& destination, const ConstPixelView& source, const TileGrid& grid,
                        VectorPath path = BestVectorPath()) noexcept;
 

@@ -12,7 +12,7 @@ namespace pixelforge {
 std::size_t PackedBytes(const SectionPixels& pixels) noexcept;
 
 /// A bitmap's rows without their padding, in reverse order with `flip`; zeros for depths other than 32, 24
-/// and 8 bits. Null without pixels, if the bytes are too few for the size, and if the heap is exhausted.
+/// and 8 bits. Null if there are no pixels, too few bytes for the size, or no memory.
 HeapBytes PackBitmapRows(const SectionPixels& bitmap, bool flip);
 
 }  // namespace pixelforge

@@ -8,8 +8,8 @@
 namespace pixelforge {
 
 /// Sets a channel's type, source and sampler from the document and creates the texture of its medium. False
-/// for a channel outside 0 to 3, a slot above 7, and a medium that GL cannot show: the channel then has no
-/// texture, and the debugger output the reason.
+/// for a channel outside 0 to 3, a slot above 7, or a medium that GL cannot show; in the last case the
+/// channel has no texture and the reason goes to the debugger output.
 bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uint32_t channel);
 
 /// Binds the pass's channels to texture units 0 to 3 and sets the sampler uniforms of its program, which is

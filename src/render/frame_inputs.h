@@ -1,4 +1,4 @@
-// What passes and frames are given, apart from GL: channel sources and sizes, uniforms, cube corners.
+// Inputs of passes and frames, independent of GL: channel sources and sizes, uniforms, cube corners.
 #pragma once
 
 #include <array>

@@ -30,8 +30,8 @@ private:
 /// loads the entry points. Returns `glewReady`; `contextReady` reports whether at least the context exists.
 bool CreateContext(GlRenderer& renderer, HWND__* window);
 
-/// Makes the renderer's context current so that its names can be deleted. If that fails nothing is current
-/// afterwards: the names then die with their context, and none is deleted in somebody else's.
+/// Makes the renderer's context current so that its names can be deleted. If that fails, nothing is current
+/// afterwards: the names die with their context, and no other context's names are deleted.
 void MakeCurrentForRelease(GlRenderer& renderer) noexcept;
 
 /// Deletes the output framebuffer and texture, unbinds the context and deletes it.

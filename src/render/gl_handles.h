@@ -17,8 +17,8 @@ bool IsGlUsable() noexcept;
 GlName CreateGlName(GlObject object) noexcept;
 void DeleteGlName(GlObject object, GlName name) noexcept;
 
-/// Owns one name. Release it while its context is current; without a current context nothing is called, as
-/// the name dies with its context.
+/// Owns one name. Release it while its context is current; without a current context no GL function is
+/// called, as the name dies with its context.
 template <GlObject kObject>
 class GlHandle {
 public:

@@ -22,7 +22,7 @@ struct LiveTexture {
     bool mipmapsStale;  ///< level 0 is newer than the other levels
 };
 
-/// `CreateGlRenderer` makes it zero-filled. Its destructor releases the window's subclass, every GL object
+/// Created zero-filled by `CreateGlRenderer`. The destructor releases the window's subclass, every GL object
 /// and the context, and restores the caller's current context.
 struct GlRenderer {
     std::int32_t contextReady;  ///< 1 once the context was created and made current
@@ -36,7 +36,7 @@ struct GlRenderer {
     HWND__* hostWindow;           ///< carries the context; null for a hidden window
     PixelRect hostClientRect;     ///< recorded only: the code reads `resolution`
     PixelRect renderRect;         ///< recorded only: the code reads `resolution`
-    float resolution[3];          ///< width and height of the frame in pixels, 1
+    float resolution[3];          ///< frame width and height in pixels, then 1
     PassSlot slots[kPassSlots];
     GlVertexArray vertexArray;
     GlBuffer vertexBuffer;
@@ -74,7 +74,7 @@ struct GlRenderer {
 /// points are unavailable, `contextReady` or `glewReady` stays 0 and no GL call is made.
 HeapRecord<GlRenderer> CreateGlRenderer(HWND__* hostWindow, std::int32_t width, std::int32_t height);
 
-/// Releases everything; null is accepted.
+/// Releases everything; null is allowed.
 void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept;
 
 /// Sets the frame's size in pixels.

@@ -43,7 +43,7 @@ void CreateQuad(GlRenderer& renderer) {
     ReportGlError();
 }
 
-/// Filters across cube edges, which otherwise show as lines.
+/// Filters across cube edges, which would otherwise show as seams.
 void SmoothCubeEdges() {
     glEnable(GL_TEXTURE_CUBE_MAP_SEAMLESS);
     ReportGlError();

@@ -1,4 +1,5 @@
-// Keyboard and mouse state of the host's windows. A counter is incremented last, which publishes the change.
+// Keyboard and mouse state of the host's windows. Key changes and clicks end by incrementing a counter, which
+// publishes them.
 #include "render/input_state.h"
 
 #include <bit>

@@ -88,11 +88,11 @@ void UploadPicture(GLenum target, const SectionPixels& pixels, bool flip) {
     }
     const auto format = FormatOfPicture(pixels.bitsPerPixel);
     if (!format) {
-        throw LoadError(std::to_string(pixels.bitsPerPixel) + "-bit pictures cannot be shown");
+        throw LoadError(std::to_string(pixels.bitsPerPixel) + "-bit pictures are not supported");
     }
     const HeapBytes packed = PackBitmapRows(pixels, flip);
     if (!packed) {
-        throw LoadError("no memory for the picture");
+        throw LoadError("not enough memory for the picture");
     }
     glTexImage2D(target, 0, format->internalFormat, pixels.width, pixels.height, 0, format->format,
                  GL_UNSIGNED_BYTE, packed.get());
@@ -104,7 +104,7 @@ GlTexture CreatePictureTexture(const PassInput& input) {
     return upload.Finish(input.sampler.filter == kFilterMipmap);
 }
 
-/// GL samples a cube as black unless its faces are squares of one size and depth.
+/// GL samples a cube as black unless its faces are squares of the same size and depth.
 bool IsCompleteCube(const SectionPixels (&faces)[6]) noexcept {
     for (const SectionPixels& face : faces) {
         if (face.bytes.empty() || face.width != face.height || face.width != faces[0].width ||
@@ -121,7 +121,7 @@ GlTexture CreateCubeTexture(const PassInput& input) {
         faces[face] = PixelsOf(input.faces[face].Get());
     }
     if (!IsCompleteCube(faces)) {
-        throw LoadError("its six faces are incomplete, or not squares of one size and depth");
+        throw LoadError("its six faces are incomplete or not squares of the same size and depth");
     }
     Upload upload(GL_TEXTURE_CUBE_MAP);
     for (GLenum face = 0; face < std::size(faces); ++face) {
@@ -132,7 +132,7 @@ GlTexture CreateCubeTexture(const PassInput& input) {
 
 bool UploadVolume(const VolumeHeader& size, const std::uint8_t* voxels) {
     const VolumeFormat format = FormatOfVolume(size.channels);
-    // Discard older errors, a limited number: a lost context reports them endlessly.
+    // Discard older errors, but only a few: a lost context reports them endlessly.
     for (int older = 0; older < 8 && ReportGlError() != GL_NO_ERROR; ++older) {
     }
     glTexImage3D(GL_TEXTURE_3D, 0, format.internalFormat, static_cast<GLsizei>(size.width),

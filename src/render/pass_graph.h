@@ -19,8 +19,8 @@ void SetSampleExponent(std::int32_t exponent) noexcept;
 std::int32_t SampleExponent() noexcept;
 
 /// Builds programs, channels and targets for every drawable pass of `renderer.document`. The renderer's
-/// context is current and its include context is set. Throws `LoadError` naming pass and stage if a pass
-/// cannot be built; the driver's log is then already on the debugger output.
+/// context is current and its include context is set. Throws a `LoadError` that names pass and stage if a
+/// pass cannot be built, after writing the driver's log to the debugger output.
 void BuildPassGraph(GlRenderer& renderer);
 
 }  // namespace pixelforge

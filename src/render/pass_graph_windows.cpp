@@ -98,7 +98,7 @@ void BuildTargets(GlRenderer& renderer) {
     }
 }
 
-/// After a failure the slots keep texts and logs, but nothing that occupies the driver's memory.
+/// After a failure the slots keep texts and logs but no GL objects.
 void ReleaseGlObjects(GlRenderer& renderer) noexcept {
     for (PassSlot& slot : renderer.slots) {
         slot.program.Reset();
@@ -133,7 +133,7 @@ private:
 
 void ReportMissingImage(const GlRenderer& renderer) {
     if (!IsDrawableSlot(renderer.slots[static_cast<std::size_t>(PassKind::Image)].number)) {
-        WriteDebugLine("the shader has no Image pass: nothing can be read back");
+        WriteDebugLine("the shader has no Image pass, so there is no picture to read back");
     }
 }
 

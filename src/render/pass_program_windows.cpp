@@ -42,7 +42,7 @@ GlShader CompileFragmentStage(PassSlot& slot, const LineMap& lines) {
     return compiled ? std::move(shader) : GlShader();
 }
 
-/// Detaches the shaders again, so that their owners can delete them.
+/// Detaches the shaders, so that their owners can delete them.
 GlProgram LinkProgram(PassSlot& slot, GlName vertexShader, GlName fragmentShader, const LineMap& lines) {
     GlProgram program = GlProgram::Create();
     glAttachShader(program.Get(), vertexShader);
@@ -96,7 +96,7 @@ GlShader CompileVertexStage() {
     const bool compiled = CompileShaderSource(shader.Get(), kVertexShaderSource);
     ReportGlError();
     if (!compiled) {
-        throw LoadError("the vertex stage does not compile");
+        throw LoadError("the vertex shader does not compile");
     }
     return shader;
 }
@@ -107,7 +107,7 @@ void BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeCon
     ClearLog(slot);
     slot.source = AssemblePassSource(&document, includes, &document.passes[slot.number], &lines);
     if (!slot.source) {
-        Fail(slot, ": malformed #include, or no memory for its text");
+        Fail(slot, ": malformed #include, or out of memory");
     }
     const GlShader fragmentShader = CompileFragmentStage(slot, lines);
     if (!fragmentShader) {

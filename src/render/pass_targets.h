@@ -7,7 +7,7 @@
 
 namespace pixelforge {
 
-/// Replaces the slot's targets by cleared ones: six faces of fixed size for the cube pass, otherwise flat
+/// Replaces the slot's targets with cleared ones: six faces of fixed size for the cube pass, otherwise flat
 /// ones of the given size in pixels with the renderer's format and sample count.
 void BuildPassTargets(const GlRenderer& renderer, PassSlot& slot, std::int32_t width, std::int32_t height);
 

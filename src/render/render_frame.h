@@ -12,7 +12,7 @@ struct GlRenderer;
 /// Filled by the caller for each frame.
 struct FrameParameters {
     std::int32_t draw;  ///< 1
-    float speed;        ///< seconds of shader time that this frame advances
+    float speed;        ///< seconds by which this frame advances shader time
 };
 
 /// Runs all passes once: Buffer A to D, Cube A, Image. The renderer's context is current. Returns 1, or 0 if

@@ -1,4 +1,4 @@
-// Grows the block of a download.
+// Growth of the download buffer.
 #include "service/download_buffer.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The growing block of a download.
+// A buffer that grows with a download.
 #pragma once
 
 #include <cstdint>
@@ -15,13 +15,13 @@ public:
     /// A server that never stops sending must not exhaust the host's memory.
     static constexpr std::uint64_t kLargestCapacity = std::uint64_t{1} << 30;
 
-    /// `announcedBytes` is 0 if unknown. False if the block is too large or out of memory.
+    /// `announcedBytes` is 0 if unknown. False if the block would be too large or memory runs out.
     bool Start(std::uint32_t announcedBytes);
 
     /// Where to write the next bytes; never empty.
     std::span<std::uint8_t> Room() noexcept;
 
-    /// Counts bytes written to the room. False if the block is full and cannot grow.
+    /// Records that `bytes` bytes were written to `Room()`. False if the block is full and cannot grow.
     bool Add(std::size_t bytes);
 
     std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(count_); }

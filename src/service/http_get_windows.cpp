@@ -76,7 +76,7 @@ UniqueInternetHandle OpenRequest(HINTERNET internet, const wchar_t* url) {
         InternetOpenUrlW(internet, url, headers.get(), static_cast<DWORD>(length), RequestFlags(url), 0));
 }
 
-/// A header's number, or 0.
+/// A header's numeric value, or 0.
 std::uint32_t QueryNumber(HINTERNET request, DWORD header) noexcept {
     DWORD number = 0;
     DWORD size = sizeof(number);

@@ -13,9 +13,9 @@
 namespace pixelforge {
 namespace {
 
-constexpr const char* kUnknownName = "neither an existing file nor a valid name at the service";
+constexpr const char* kUnknownName = "neither an existing file nor a valid name for the service";
 
-/// On a copy: the check cuts its text, but the cache keeps what was received.
+/// Checks a copy, because the check truncates its text and the cache stores the response unchanged.
 void RequireUsableJson(std::span<const std::uint8_t> body) {
     std::string copy(body.begin(), body.end());
     const JsonTextFault fault = CheckJsonText(copy.data());
@@ -37,7 +37,7 @@ void RequireCacheableReply(const HttpReply& reply, ServiceContent content) {
         throw LoadError("the service's response was cut short");
     }
     if (reply.status < 200 || reply.status > 299) {
-        throw LoadError("the service answered with status " + std::to_string(reply.status));
+        throw LoadError("the service returned status " + std::to_string(reply.status));
     }
     if (content == ServiceContent::Shader) {
         RequireUsableJson(BodyOf(reply));
@@ -48,8 +48,8 @@ HttpReply FetchAndStore(InternetSession* session, const wchar_t* url, ServiceCon
                         const wchar_t* path) {
     HttpReply reply = HttpGetReply(session, url, nullptr);
     RequireCacheableReply(reply, content);
-    // The file did not exist a moment ago. If it does now, another process has stored it whole, and may hold
-    // it open so that it cannot be replaced.
+    // The file did not exist a moment ago. If it does now, another process has stored it in full, and may
+    // hold it open, which prevents replacing it.
     if (!StoreResponse(path, BodyOf(reply)) && !(reply.length && IsExistingFile(path))) {
         throw LoadError("the service's response cannot be written to the cache");
     }

@@ -1,4 +1,4 @@
-// Native stand-ins: without a network and a cache nothing can be fetched.
+// Native stand-ins: with neither network nor cache, every fetch fails.
 #include "service/http_get.h"
 #include "service/service_client.h"
 

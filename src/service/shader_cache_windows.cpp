@@ -21,8 +21,8 @@ enum class Compression {
     On,
 };
 
-/// Creates one folder, whose parent must exist. True if the folder exists now, even if another process made
-/// it.
+/// Creates one folder, whose parent must exist. True if the folder exists afterwards, even if another process
+/// created it.
 bool EnsureFolder(const wchar_t* path) {
     return IsExistingFolder(path) || CreateDirectoryW(path, nullptr) || IsExistingFolder(path);
 }
@@ -60,17 +60,18 @@ bool WriteNewFile(const wchar_t* path, std::span<const std::uint8_t> bytes) noex
            GetLastError() == ERROR_NOT_SUPPORTED;
 }
 
-/// Writes a temporary file in `folder` (which ends in a separator) and renames it to `path` there.
+/// Writes a temporary file in `folder` (which ends in a separator) and renames it to `path`, in the same
+/// folder.
 bool WriteFileAtomically(const wchar_t* folder, const wchar_t* path, std::span<const std::uint8_t> bytes) {
-    wchar_t beside[kPathUnits];
-    if (FormatBounded(beside, kPathUnits, L"%s~%08X%08X.tmp", folder, SystemRandom(), SystemRandom()) !=
+    wchar_t temporary[kPathUnits];
+    if (FormatBounded(temporary, kPathUnits, L"%s~%08X%08X.tmp", folder, SystemRandom(), SystemRandom()) !=
         kFormatComplete) {
         return false;
     }
-    if (WriteNewFile(beside, bytes) && MoveFileExW(beside, path, MOVEFILE_REPLACE_EXISTING)) {
+    if (WriteNewFile(temporary, bytes) && MoveFileExW(temporary, path, MOVEFILE_REPLACE_EXISTING)) {
         return true;
     }
-    DeleteFileW(beside);
+    DeleteFileW(temporary);
     return false;
 }
 

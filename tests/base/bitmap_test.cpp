@@ -14,7 +14,7 @@
 namespace pixelforge {
 namespace {
 
-TEST(CreatePictureBitmap, ShowsSingleBytesAsGreys) {
+TEST(CreatePictureBitmap, Has8BitGreyPalette) {
     const UniqueBitmap grey = CreatePictureBitmap(1, 1, 8);
     const UniqueMemoryDc dc(CreateCompatibleDC(nullptr));
     const GdiSelection selection(dc.Get(), grey.Get());
@@ -25,9 +25,9 @@ TEST(CreatePictureBitmap, ShowsSingleBytesAsGreys) {
 }
 
 TEST(Bitmaps, RejectHostileSizes) {
-    constexpr std::int32_t most = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t max = std::numeric_limits<std::int32_t>::max();
     for (const auto& [width, height] :
-         {std::pair(0, 1), {1, 0}, {-4, 4}, {4, -4}, {30000, 30000}, {most, most}, {1 << 16, 1 << 16}}) {
+         {std::pair(0, 1), {1, 0}, {-4, 4}, {4, -4}, {30000, 30000}, {max, max}, {1 << 16, 1 << 16}}) {
         EXPECT_FALSE(CreateHostBitmap(width, height)) << width << " x " << height;
         EXPECT_FALSE(CreatePictureBitmap(width, height, 32)) << width << " x " << height;
     }
@@ -36,7 +36,7 @@ TEST(Bitmaps, RejectHostileSizes) {
 }
 
 TEST(CopyToTopDown, KeepsDepthAndByteOrder) {
-    // The first two have padded rows. Image sizes are 0 or wrong; Wine corrects wrong ones.
+    // The first two have padded rows. The image sizes are 0 or wrong; Wine corrects wrong ones.
     const struct {
         LONG width, height;
         WORD bitsPerPixel;

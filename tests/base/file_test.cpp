@@ -31,7 +31,7 @@ TEST(ReadWholeFile, FailsForAnythingButAFile) {
     }
 }
 
-TEST(FileNames, AreAllowedOnlyForLocalFiles) {
+TEST(FileNames, MayOnlyNameLocalFiles) {
     const std::wstring plain[] = {
         L"a.png", L"a b",     L"..a",  L"console.txt",          L"com.txt",
         L"com10", L".hidden", L"nul_", L"\u00FCber \u732B.png", std::wstring(255, L'a')};
@@ -46,7 +46,7 @@ TEST(FileNames, AreAllowedOnlyForLocalFiles) {
                                     // devices
                                     L"CON", L"con.txt", L"x/NUL", L"aux.tar.gz", L"C:\\prn\\a", L"C:nul",
                                     L"Com1", L"lpt9.x", L"COM\u00B2", L"nul .txt", L"CONIN$",
-                                    // network paths, and ways around the rules
+                                    // network and device paths in every spelling
                                     L"\\\\server\\share\\a", L"//server/share/a", L"\\/server/a",
                                     L"\\\\?\\C:\\a", L"\\\\.\\COM1", L"//./pipe/x", L"\\??\\C:\\a",
                                     // characters that no file system stores

@@ -1,4 +1,4 @@
-// The check before parsing, what the reader makes of each key, its error texts, and hostile texts.
+// The check before parsing, how the reader handles each key, its error messages, and hostile input.
 #include "document/document_reader.h"
 
 #include <gmock/gmock.h>
@@ -60,7 +60,7 @@ ReadResult Read(const std::string& text) {
     return result;
 }
 
-/// For a text that must be read without an error.
+/// Reads a text that must be valid.
 ReadResult ReadAll(const std::string& text) {
     ReadResult result = Read(text);
     EXPECT_TRUE(result.complete) << text;
@@ -68,12 +68,12 @@ ReadResult ReadAll(const std::string& text) {
     return result;
 }
 
-TEST(UsableJson, FindsFaultsAndCutsInPlace) {
+TEST(UsableJson, FindsFaultsAndTruncatesInPlace) {
     using enum JsonTextFault;
     const struct {
         std::string text;
         JsonTextFault fault;
-        std::string left;  ///< of a usable text after the cut
+        std::string left;  ///< of a usable text after truncation
     } cases[] = {
         {"", Empty, ""},
         {" \t\r\n\v\f", Empty, ""},
@@ -227,7 +227,7 @@ TEST(DocumentReader, KeepsTheBytesOfCode) {
     }
 }
 
-/// Renames each key of the sample, then puts the same key with a value of the wrong type before it.
+/// Renames each key of the sample, then inserts a duplicate with a value of the wrong type before it.
 TEST(DocumentFaults, NameTheMissingOrWrongKey) {
     const std::size_t unread[] = {kSample.rfind("\"published"), kSample.rfind("\"description"),
                                   kSample.find("\"outputs")};
@@ -244,13 +244,13 @@ TEST(DocumentFaults, NameTheMissingOrWrongKey) {
         EXPECT_FALSE(missing.complete || wrong.complete) << key->str();
         EXPECT_THAT(missing.error, EndsWith(key->str(1) + ": missing"));
         EXPECT_THAT(wrong.error,
-                    testing::AllOf(HasSubstr(key->str(1) + ": must be "), EndsWith(", is true")));
+                    testing::AllOf(HasSubstr(key->str(1) + ": must be "), EndsWith(", not true")));
         ++read;
     }
     EXPECT_EQ(read, 30);
 }
 
-TEST(DocumentFaults, AreNamedInOneLine) {
+TEST(DocumentFaults, AreReportedInOneLine) {
     const std::pair<std::string, const char*> cases[] = {
         {"", "line 1, column 1: The document is empty."},
         {"{\r\n\"a\": 1,\r \n  oops}", "line 4, column 3: Missing a name for object member."},
@@ -258,7 +258,7 @@ TEST(DocumentFaults, AreNamedInOneLine) {
         {"{\"a\":1e999}", "line 1, column 6: Number too big to be stored in double."},
         {R"({"a":"\udc00"})", "line 1, column 13: The surrogate pair in string is invalid."},
         {R"({"ver":"0.1","renderpass":[]})",
-         "Shader: missing; only documents of the form {\"Shader\":{...}} are read"},
+         "Shader: missing; only documents of the form {\"Shader\":{...}} are supported"},
         {SampleWith("0.1", "first"), "Shader.ver: invalid stof argument"},
         {SampleWith("0.1", ""), "Shader.ver: invalid stof argument"},
         {SampleWith("0.1", " ."), "Shader.ver: invalid stof argument"},
@@ -266,8 +266,8 @@ TEST(DocumentFaults, AreNamedInOneLine) {
         {SampleWith("0.1", "-1e39"), "Shader.ver: stof argument out of range"},
         {SampleWith("0.1", "1e-40"), "Shader.ver: stof argument out of range"},
         {SampleWith("0.1", "1e-99"), "Shader.ver: stof argument out of range"},
-        {SampleWith(R"("b")", "2"), "Shader.info.tags[1]: must be a string, is a number"},
-        {SampleWith("[{\"inputs", "[null,{\"inputs"), "Shader.renderpass[0]: must be an object, is null"},
+        {SampleWith(R"("b")", "2"), "Shader.info.tags[1]: must be a string, not a number"},
+        {SampleWith("[{\"inputs", "[null,{\"inputs"), "Shader.renderpass[0]: must be an object, not null"},
         {SampleWith("wrap", "w"), "Shader.renderpass[0].inputs[0].sampler.wrap: missing"},
     };
     for (const auto& [text, error] : cases) {
@@ -277,7 +277,7 @@ TEST(DocumentFaults, AreNamedInOneLine) {
     }
 }
 
-TEST(HostileText, TruncatedOrDamagedAnywhereGivesADocumentOrOneErrorLine) {
+TEST(HostileText, DamagedAnywhereYieldsADocumentOrOneErrorLine) {
     for (std::size_t at = 0; at < kSample.size(); ++at) {
         const ReadResult cut = Read(kSample.substr(0, at));
         EXPECT_FALSE(cut.complete || cut.error.empty()) << at;
@@ -291,8 +291,8 @@ TEST(HostileText, TruncatedOrDamagedAnywhereGivesADocumentOrOneErrorLine) {
     }
 }
 
-/// Sizes that overflow the stack of a recursive parser, or time out if anything takes quadratic time.
-TEST(HostileText, OfGreatSizeIsReadInLinearTime) {
+/// Large enough to overflow the stack of a recursive parser, and to time out if any step is quadratic.
+TEST(HostileText, HugeInputIsReadInLinearTime) {
     constexpr std::size_t kMillion = 1'000'000;
     const std::string deep = std::string(kMillion, '[') + std::string(kMillion, ']');
     std::string wide = "1";
@@ -302,7 +302,7 @@ TEST(HostileText, OfGreatSizeIsReadInLinearTime) {
     EXPECT_FALSE(Read(deep).complete);
     EXPECT_TRUE(Read(SampleWith(R"("outputs":[])", R"("outputs":)" + deep)).complete);
     EXPECT_EQ(Read(SampleWith(R"("a","b","c")", wide)).error,
-              "Shader.info.tags[0]: must be a string, is a number");
+              "Shader.info.tags[0]: must be a string, not a number");
     const ReadResult large = Read(SampleWith("void f(){}", std::string(50 * kMillion, 'x')));
     EXPECT_TRUE(large.complete) << large.error;
     EXPECT_EQ(std::strlen(large.Pass(PassKind::BufferA).code.get()), 50 * kMillion);
@@ -311,8 +311,8 @@ TEST(HostileText, OfGreatSizeIsReadInLinearTime) {
     EXPECT_NEAR(exact.document->ver, 0.111, 0.001);
 }
 
-/// The last two names give no valid address, so nothing is requested.
-TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrGivesAReason) {
+/// The last two names form no valid URL, so nothing is requested.
+TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrReportsWhyNot) {
     const test::TempFile good("\r\n" + kSample + "\ntrailing words", L"-\u732B.json");
     const test::TempFile marked("\xEF\xBB\xBF{}");
     const std::pair<std::wstring, const char*> cases[] = {

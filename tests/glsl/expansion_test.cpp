@@ -75,10 +75,10 @@ TEST_F(LiteralExpansion, MatchesOnAllShortTexts) {
     EXPECT_GT(expansions_, 50U);
 }
 
-// Long texts of pieces that make directives likely after and within comments, and in the middle of a line
-// with a name eight characters after the cursor.
+// Long texts built from pieces that make directives likely after and within comments, and within a line with
+// a name eight characters after the cursor.
 TEST_F(LiteralExpansion, MatchesOnLongRandomTexts) {
-    // Three pieces out of four: with more directives most texts would fail in their first lines.
+    // Three pieces in four are fillers: with more directives, most texts would fail within their first lines.
     constexpr std::string_view kFillers[] = {"/", "*", "\n", " ", "a", "*/"};
     constexpr std::string_view kPieces[] = {
         "\"", "#include", "#include \"a\"\n", "#include \"\"\n", "#include \"//\"", "/*", "//", "*/aaaaaa",

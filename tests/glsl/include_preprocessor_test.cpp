@@ -75,7 +75,7 @@ TEST_F(Preprocessor, RefusesEntriesBeyondTheTables) {
     EXPECT_EQ(Expand(text), "");
 }
 
-/// Files in the include folder, beside it, and in the current folder.
+/// Files in the include folder, next to it, and in the current folder.
 class IncludeFiles : public Preprocessor {
 protected:
     void SetUp() override {
@@ -92,7 +92,7 @@ protected:
     static void Write(const fs::path& path, std::string_view text) {
         std::ofstream(path, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
     }
-    /// On Linux the backslash is a plain character of the file's name.
+    /// On Linux the backslash is an ordinary character in a file name.
     void WriteInFolder(std::wstring_view name, std::string_view text) {
         Write(std::wstring(context_->includeFolder) + L"\\" + std::wstring(name), text);
     }
@@ -101,8 +101,8 @@ protected:
     fs::path root_ = fs::temp_directory_path() / ("include_files_" + std::to_string(std::random_device{}()));
 };
 
-// Untrusted texts find neither files in the current folder nor names with a path.
-TEST_F(IncludeFiles, AreFoundAsWrittenThenInTheFolderAndIfUntrustedOnlyThere) {
+// Untrusted texts can include neither files in the current folder nor names with a path.
+TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
     Write("both.glsl", "current");
     Write("own.glsl", "one\r\ntwo\rthree\n\n\n#include \"own.glsl\"\n");
     Write(root_ / "outer.glsl", "outer");
@@ -125,7 +125,7 @@ TEST_F(IncludeFiles, AreFoundAsWrittenThenInTheFolderAndIfUntrustedOnlyThere) {
         {"../outer.glsl", "outer\n", ""},
         {"empty.glsl", "", ""},
         {"zero.glsl", "\n", "\n"},
-        {"real.glsl.", "", ""},  // on some systems the same file as without the dot
+        {"real.glsl.", "", ""},  // some systems ignore the trailing dot
         {"CON", "", ""},
         {"\\\\?\\C:\\x", "", ""},
         {"", "", ""},

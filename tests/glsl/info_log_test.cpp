@@ -13,7 +13,7 @@ namespace pixelforge {
 namespace {
 
 /// From line 10 Common, from 20 Image without its first two lines, 30 and 31 an include, then Image again.
-/// Line 4,000,000,000 belongs to a nameless text, the next one to Image, with source lines of that size.
+/// Line 4,000,000,000 belongs to a nameless text and the next one to Image, with equally large source lines.
 LineMap SampleMap() {
     constexpr std::uint32_t kFar = 4'000'000'000;
     LineMap lines;

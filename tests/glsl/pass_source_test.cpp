@@ -142,7 +142,7 @@ TEST_F(PassSource, IsNullWhenAssemblyFails) {
     EXPECT_EQ(AssemblePassSource(document_.get(), context_.get(), nullptr), nullptr);
 }
 
-// Every line of these texts names its own place, regardless of the directives dropped or nested around it.
+// Every line of these texts states its own position; directives around them are dropped or nested.
 TEST_F(PassSource, MapsEveryLineToItsOrigin) {
     LineMap lines;
     for (std::uint32_t stale = 1000; stale < 1100; ++stale) {

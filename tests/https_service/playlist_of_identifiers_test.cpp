@@ -83,7 +83,7 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
     EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/tile" + stamp + ".bmp\t")));
     EXPECT_TRUE(std::filesystem::remove(Cached("Assets/tile" + stamp + ".bmp")));
     EXPECT_THAT(capture.Lines(),
-                Contains(testing::AnyOf(HasSubstr("deadone: the service answered with status 404"),
+                Contains(testing::AnyOf(HasSubstr("deadone: the service returned status 404"),
                                         HasSubstr("cut-red: the service's response was cut short"))));
 }
 

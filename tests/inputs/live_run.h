@@ -1,4 +1,4 @@
-// The module, loaded for one test, drawing the sound and the picture of the device doubles.
+// Loads the module for one test and draws the sound and picture of the device doubles.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -52,7 +52,8 @@ public:
         : LiveRun(DocumentBuilder().Image(MainImage(body), {{.channel = 0, .ctype = channel}}).Json(), width,
                   height) {}
 
-    /// Draws about 50 frames per second until `seen` holds; false on timeout. A failed frame fails the test.
+    /// Draws about 50 frames per second until `seen` returns true; false on timeout. A failed frame fails the
+    /// test.
     bool DrawUntil(const std::function<bool()>& seen, DWORD milliseconds) {
         const ULONGLONG end = GetTickCount64() + milliseconds;
         do {

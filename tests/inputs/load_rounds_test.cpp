@@ -20,7 +20,7 @@ double Round(DWORD stay) {
     return milliseconds.value_or(0);
 }
 
-/// Threads exit on their own after the module was unloaded.
+/// Threads may briefly outlive the module's unloading.
 void WaitForThreads(std::size_t count) {
     for (int wait = 0; wait < 100 && ThreadIds().size() > count; ++wait) {
         Sleep(20);

@@ -11,7 +11,7 @@
 namespace pixelforge::test {
 namespace {
 
-/// A bitmap header, which may lie about the block.
+/// A bitmap header that may misstate the block.
 struct Header {
     std::uint32_t size = 40;
     std::int32_t width = 640;

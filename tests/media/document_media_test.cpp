@@ -82,17 +82,17 @@ TEST(CellsOfCross, TrimsEachCellAndRejectsTinyOnes) {
 }
 
 TEST(VolumeFile, ValidatesSidesChannelsAndLength) {
-    constexpr std::uint32_t kMost = 0xFFFFFFFF;
+    constexpr std::uint32_t kMax = 0xFFFFFFFF;
     const struct {
         VolumeHeader header;
         std::uint64_t voxelBytes;
         bool fits;
     } cases[] = {
-        {{2, 3, 4, 1}, 24, true},         {{2, 3, 4, 1}, 23, false},     {{2, 3, 4, 2}, 48, true},
-        {{2, 3, 4, 2}, 47, false},        {{2, 3, 4, 4}, 24, true},      {{2, 3, 4, 0}, 999, false},
-        {{2, 3, 4, 3}, 999, false},       {{0, 3, 4, 1}, 999, false},    {{2, 0, 4, 1}, 999, false},
-        {{2, 3, 0, 1}, 999, false},       {{2048, 1, 1, 1}, 2048, true}, {{2049, 1, 1, 1}, 9999, false},
-        {{1, 1, kMost, 1}, kMost, false},
+        {{2, 3, 4, 1}, 24, true},       {{2, 3, 4, 1}, 23, false},     {{2, 3, 4, 2}, 48, true},
+        {{2, 3, 4, 2}, 47, false},      {{2, 3, 4, 4}, 24, true},      {{2, 3, 4, 0}, 999, false},
+        {{2, 3, 4, 3}, 999, false},     {{0, 3, 4, 1}, 999, false},    {{2, 0, 4, 1}, 999, false},
+        {{2, 3, 0, 1}, 999, false},     {{2048, 1, 1, 1}, 2048, true}, {{2049, 1, 1, 1}, 9999, false},
+        {{1, 1, kMax, 1}, kMax, false},
     };
     for (const auto& [header, voxelBytes, fits] : cases) {
         const char* fault = FaultOfVolume(header, kVolumeHeaderBytes + voxelBytes, 2048);
@@ -100,9 +100,9 @@ TEST(VolumeFile, ValidatesSidesChannelsAndLength) {
                                 << int{header.channels} << " " << voxelBytes;
     }
     // Sides whose product overflows 64 bits.
-    EXPECT_TRUE(FaultOfVolume({kMost, kMost, kMost, 1}, kMost, kMost));
-    EXPECT_TRUE(FaultOfVolume({1u << 31, 1u << 31, 4, 1}, kMost, kMost));
-    // One byte less than a header, in a block of exactly that size.
+    EXPECT_TRUE(FaultOfVolume({kMax, kMax, kMax, 1}, kMax, kMax));
+    EXPECT_TRUE(FaultOfVolume({1u << 31, 1u << 31, 4, 1}, kMax, kMax));
+    // One byte short of a header, in a block of exactly that size.
     EXPECT_FALSE(ReadVolumeHeader(
         std::vector<std::uint8_t>{'B', 'I', 'N', 1, 2, 0, 0, 0, 2, 0, 0, 0, 2, 0, 0, 0, 1, 0, 0}));
 }

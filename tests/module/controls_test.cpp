@@ -24,7 +24,7 @@ struct FakeHost {
     }
 };
 
-/// The full content of a field that holds a text.
+/// The complete contents of a field that holds this text.
 std::wstring Padded(std::wstring_view text) {
     std::wstring field(text);
     field.resize(kHostTextUnits);

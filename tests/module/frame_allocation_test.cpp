@@ -1,5 +1,5 @@
-// In the steady state a frame allocates nothing, neither from the C++ heap nor from the process's global
-// heap. The test replaces the program's allocators, so it links the module instead of loading it.
+// In the steady state a frame allocates nothing, neither on the C++ heap nor on the process's global heap.
+// The test replaces the program's allocators, so it links the module instead of loading it.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -53,7 +53,7 @@ void ReleaseHeapBlock(void* block) noexcept {
 namespace test {
 namespace {
 
-/// Has every kind of channel that needs work in each frame.
+/// Has every kind of channel that needs work on each frame.
 std::string BusyDocument() {
     return DocumentBuilder()
         .Buffer(

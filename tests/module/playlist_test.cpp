@@ -1,4 +1,4 @@
-// Picking from playlists of every form.
+// Picking from playlists of every kind.
 #include "module/playlist.h"
 
 #include <gtest/gtest.h>

@@ -33,10 +33,10 @@ TEST(PackBitmapRows, DropsThePaddingAndFlipsTheRows) {
 TEST(PackBitmapRows, RefusesSizesThatExceedTheBytes) {
     std::vector<std::uint8_t> bytes(36);
     EXPECT_TRUE(PackBitmapRows({3, 3, 24, bytes}, false));
-    constexpr std::int32_t kMost = 0x7FFFFFFF;
-    const std::int32_t sizes[][3] = {{4, 4, 24},         {5, 2, 32},         {0, 3, 24}, {3, 0, 24},
-                                     {3, -3, 24},        {-3, 3, 24},        {3, 3, 0},  {3, 3, -24},
-                                     {kMost, kMost, 32}, {0x40000000, 1, 32}};
+    constexpr std::int32_t kMax = 0x7FFFFFFF;
+    const std::int32_t sizes[][3] = {{4, 4, 24},       {5, 2, 32},         {0, 3, 24}, {3, 0, 24},
+                                     {3, -3, 24},      {-3, 3, 24},        {3, 3, 0},  {3, 3, -24},
+                                     {kMax, kMax, 32}, {0x40000000, 1, 32}};
     for (const auto& [width, height, bits] : sizes) {
         EXPECT_FALSE(PackBitmapRows({width, height, bits, bytes}, true))
             << width << " x " << height << " x " << bits;

@@ -1,4 +1,4 @@
-// Channel sources, frame rate and keys, as far as they need no window.
+// Channel sources, frame rate and keys, without a window.
 #include "render/frame_inputs.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ TEST(FrameRateUniform, IsSixtyUntilAMillisecondHasPassed) {
     EXPECT_EQ(FrameRateUniform(2'000'000'000, 1'000'000'000), 2000.0F) << "no overflow after days";
 }
 
-TEST(InputState, IgnoresCodesThatAreNoVirtualKeys) {
+TEST(InputState, IgnoresInvalidVirtualKeyCodes) {
     InputState input;
     for (const std::uint64_t key : {std::uint64_t{256}, ~std::uint64_t{0}, std::uint64_t{1} << 32}) {
         input.KeyDown(key);

@@ -1,4 +1,4 @@
-// Contexts: names of a lost one are not deleted in another's, and an unusable one is not used.
+// Names of a lost context are not deleted in another, and an unusable context is not used.
 #include "render/gl_context.h"
 
 #include <windows.h>

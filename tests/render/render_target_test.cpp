@@ -77,7 +77,7 @@ TEST_F(RenderTarget, TheFrameFollowsAWindowOfItsSize) {
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{2, 80, 4, 36}));
 }
 
-TEST_F(RenderTarget, AFrameOfAnotherSizeThanItsWindowKeepsThatSize) {
+TEST_F(RenderTarget, AFrameThatDiffersFromItsWindowKeepsItsSize) {
     for (const auto& [width, height] : {std::pair(100, 48), {64, 40}}) {
         stage_.Window().SetClientSize(width, height);
         stage_.LoadImage("c = vec4(iResolution, iFrame) / 255.0;");
@@ -110,7 +110,7 @@ TEST_F(RenderTarget, OnlyA32BitSectionOfTheFramesSizeReceivesIt) {
     EXPECT_EQ(ReadFrameIntoBitmap(nullptr, PixelsOf(noSection.Get())), 0);
 }
 
-TEST_F(RenderTarget, SizesBeyondGlsLimitsAreRefused) {
+TEST_F(RenderTarget, SizesBeyondTheGlLimitsAreRefused) {
     const int sizes[][2] = {{0, 48}, {64, 0}, {-64, 48}, {64, -2147483647}, {1 << 30, 48}};
     stage_.LoadImage("c = vec4(1.0);");
     for (const auto& [width, height] : sizes) {

@@ -121,7 +121,7 @@ TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
     DetachWindowInput(gone);
 }
 
-TEST(WindowSubclass, AnotherCopysSubclassStays) {
+TEST(WindowSubclass, TheSubclassOfAnotherCopyStays) {
     const preview::HostWindow window(64, 48);
     const LONG_PTR procedure = ProcedureOf(window);
     SetPropW(window.Handle(), L"OriginalWndProc", reinterpret_cast<HANDLE>(procedure));

@@ -1,4 +1,4 @@
-// How a download's block grows for any announced and sent length.
+// How the download buffer grows for any announced and sent length.
 #include "service/download_buffer.h"
 
 #include <gtest/gtest.h>

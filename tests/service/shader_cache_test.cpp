@@ -1,4 +1,4 @@
-// Names of cached files, compared with a literal transcription of the rules.
+// Names of cached files, compared with a reference implementation.
 #include "service/shader_cache.h"
 
 #include <gtest/gtest.h>
