@@ -1,4 +1,4 @@
-// Writes shader documents and reads the format without "Shader".
+// Writes shader documents; reads the format that lacks the outer "Shader" object.
 #include "preview/documents/document_conversion.h"
 
 #include <rapidjson/document.h>

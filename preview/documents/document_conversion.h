@@ -1,4 +1,4 @@
-// Makes shader documents from plain shader files and from documents without "Shader".
+// Converts plain shader files, and documents that lack the outer "Shader" object, to shader documents.
 #pragma once
 
 #include <optional>

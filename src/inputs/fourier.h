@@ -34,8 +34,8 @@ private:
     void FirstTwoLevels(const double* samples, FourierBuffer& data) const noexcept;
     void TwoLevels(FourierBuffer& data, std::size_t quarter, std::size_t factor) const noexcept;
 
-    /// Twiddle factors of the sweeps with quarters of 4, 16, 64 and 256 values, in that order. Each sweep has
-    /// three runs, a quarter long each: the inner level's, and both halves of the outer level's.
+    /// Twiddle factors of the sweeps over blocks of 16, 64, 256 and 1024 values. For a block of 4n values a
+    /// sweep has three runs of n factors: the inner level's, then the two halves of the outer level's.
     Factors factors_;
     double outerReal_;  ///< the only factor of the first sweep other than 1
     double outerImaginary_;

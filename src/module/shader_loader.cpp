@@ -38,7 +38,7 @@ void ReadDocument(const HeapBytes& text, ShaderDocument& document) {
     if (fault != JsonTextFault::None) {
         throw LoadError(DescribeFault(fault));
     }
-    // A partly read document is restricted, too.
+    // The passes read before an error stay in the document, so they are restricted too.
     const std::string failure =
         FailureOf([&] { ReadShaderDocument(reinterpret_cast<const char*>(text.get()), document); });
     RestrictSources(document);
@@ -49,7 +49,7 @@ void ReadDocument(const HeapBytes& text, ShaderDocument& document) {
 
 void LoadDocument(InternetSession* session, const wchar_t* idOrPath, ShaderDocument* document) {
     if (!session || !idOrPath || !document) {
-        throw LoadError("the session, name or document is missing");
+        throw LoadError("missing session, name or document");
     }
     const bool local = IsExistingFile(idOrPath);
     document->origin = local ? DocumentOrigin::LocalFile : DocumentOrigin::Service;

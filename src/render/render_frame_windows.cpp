@@ -191,7 +191,7 @@ std::int32_t RenderFrame(GlRenderer* renderer, const FrameParameters* parameters
 }
 
 std::int32_t ReadFrameIntoBitmap(GlRenderer* renderer, const SectionPixels& bitmap) {
-    if (!renderer || !IsRendererCurrent(*renderer)) {
+    if (!renderer || bitmap.bytes.empty() || !IsRendererCurrent(*renderer)) {
         return 0;
     }
     PassSlot& slot = renderer->slots[static_cast<std::size_t>(PassKind::Image)];

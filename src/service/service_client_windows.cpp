@@ -127,7 +127,7 @@ bool DownloadToCacheFile(InternetSession* session, const wchar_t* shaderId, cons
                          wchar_t* outPath, std::string& reason) {
     reason = FailureOf([&] {
         if (!session || !shaderId || !outPath || (src && !*src)) {
-            throw LoadError("the session, identifier, path or name is missing");
+            throw LoadError("missing session, identifier, path or name");
         }
         if (src && IsExistingFile(src)) {
             CopyCut(outPath, kPathUnits, src);

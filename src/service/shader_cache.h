@@ -20,8 +20,8 @@ bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot);
 bool CachedNameForShaderId(const wchar_t* id, wchar_t* out);
 
 /// Base 32 (A to Z, 2 to 7) of the low 8 bits of each character; the last group of 5 bytes is padded with
-/// zero bytes and written in full. `out` holds `kPathUnits`. False for null arguments and for more than 160
-/// characters, whose name would not fit.
+/// zero bytes and written in full. `out` holds `kPathUnits`. False for null arguments and for texts longer
+/// than 160 characters: their names would exceed `kPathUnits`.
 bool EncodeQueryName(const wchar_t* text, wchar_t* out);
 
 /// Joins the cache root and a relative name. False if the path does not fit.

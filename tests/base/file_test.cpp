@@ -22,7 +22,7 @@ TEST(ReadWholeFile, ReturnsTheBytesFollowedByZeros) {
     }
 }
 
-TEST(ReadWholeFile, FailsForAnythingButAFile) {
+TEST(ReadWholeFile, AcceptsOnlyDiskFiles) {
     const std::wstring folder = std::filesystem::temp_directory_path().wstring();
     std::uint32_t size = 0;
     for (const wchar_t* path :

@@ -45,7 +45,7 @@ TEST_F(FetchWithCacheTest, RequestsOnceAndThenReadsTheCachedFile) {
     EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\n")) << "stored as received";
 }
 
-TEST_F(FetchWithCacheTest, NeverStoresABadResponseButThenAGoodOne) {
+TEST_F(FetchWithCacheTest, StoresOnlyGoodResponses) {
     const std::pair<std::wstring, const char*> cases[] = {
         {ShaderUrl(L"missing-red1"), "status 404"},
         {ShaderUrl(L"broken-red1"), "status 500"},

@@ -45,7 +45,7 @@ std::wstring Expected(const Notice& notice, const std::wstring& editLink, const 
            L"\\par}";
 }
 
-TEST(Overlay, KeepsEveryTextButTheLineEndsAfterTheDescription) {
+TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
     const struct {
         std::wstring text;
         std::size_t removed = 0;  ///< units, from the end

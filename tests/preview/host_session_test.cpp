@@ -71,7 +71,7 @@ TEST(HostSessionTest, PreInitializesAgainWhenTheWindowIsResized) {
     EXPECT_EQ(frames[2].crc32, Crc32(std::vector<std::uint8_t>(30 * 15 * 4)));
 }
 
-TEST(HostSessionTest, EndsARunOnlyIfAllFirstFramesFailAndKnowsWhichFramesLoad) {
+TEST(HostSessionTest, StopsAfterInitialFailuresAndMarksLoadingFrames) {
     EXPECT_EQ(RunScript({Failed, Failed, Failed}, {.frames = 10}).size(), kMaxInitialFailures);
     const std::vector<FrameResult> script = {Failed, Failed, Drawn,       Failed, Failed,
                                              Failed, Failed, ResetWanted, Drawn,  Drawn};
