@@ -85,10 +85,10 @@ struct Download {
 };
 
 bool NameMedia(std::wstring_view src, Download& download) {
-    const std::wstring name(src.substr(src.rfind(L'/') + 1));
+    const auto name = MediaNameOf(src);
     download.content = ServiceContent::Media;
-    return IsPlainFileName(name) && FormatMediaUrl(name.c_str(), download.url) &&
-           FormatBounded(download.name, kPathUnits, L"Assets\\%s", name.c_str()) == kFormatComplete;
+    return name && IsPlainFileName(*name) && FormatMediaUrl(name->c_str(), download.url) &&
+           FormatBounded(download.name, kPathUnits, L"Assets\\%s", name->c_str()) == kFormatComplete;
 }
 
 bool NameDocument(const wchar_t* shaderId, Download& download) {
