@@ -188,7 +188,7 @@ std::optional<std::wstring> RedirectTarget(HINTERNET request, const wchar_t* url
     if (!redirects || !location) {
         return std::nullopt;
     }
-    wchar_t target[INTERNET_MAX_URL_LENGTH];
+    wchar_t target[INTERNET_MAX_URL_LENGTH] = {};
     DWORD units = INTERNET_MAX_URL_LENGTH;
     if (!InternetCombineUrlW(url, location->c_str(), target, &units, 0)) {
         ThrowLastError("the service redirected to an invalid address");

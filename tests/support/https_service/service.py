@@ -1,12 +1,12 @@
-"""service.py HOST ADDRESS CERTIFICATES LOG READY: serves documents, searches and media over HTTPS.
+"""service.py HOST ADDRESS CERTIFICATES LOG READY: serves documents, searches and media over HTTPS,
+and over HTTP for redirects.
 
 The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document
 of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp". The media file "4096.bin" has
-4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS); those that redirect can be
-followed by another.
-The host name selects the certificate: the subdomains "untrusted." and "wrongname." get a bad one. Each request
-is logged before the response, one line of host, path and headers. The file READY is created once the service
-listens. The service stops at the end of its standard input.
+4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS);
+another may follow one that redirects. The host name selects the certificate: the subdomains "untrusted." and
+"wrongname." get a bad one. Each request is logged before the response, one line of host, path and headers. The
+file READY is created once the service listens. The service stops at the end of its standard input.
 """
 
 import gzip
@@ -168,7 +168,7 @@ BEHAVIOURS = {
 
 
 class Service(http.server.ThreadingHTTPServer):
-    """Without TLS, for redirects to http."""
+    """Over HTTP."""
     daemon_threads = True
     request_queue_size = 64
     lock = threading.Lock()
@@ -214,9 +214,10 @@ class SecureService(Service):
 def main():
     host, address, certificates, log, ready = sys.argv[1:]
     log = pathlib.Path(log)
-    services = Service((address, 80), host, log), SecureService((address, 443), host, log, pathlib.Path(certificates))
+    plain = Service((address, 80), host, log)
+    secure = SecureService((address, 443), host, log, pathlib.Path(certificates))
     pathlib.Path(ready).touch()
-    for service in services:
+    for service in (plain, secure):
         threading.Thread(target=service.serve_forever, daemon=True).start()
     sys.stdin.read()
 
