@@ -111,6 +111,11 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
     }
     WriteInFolder(L"empty.glsl", "");
     WriteInFolder(L"zero.glsl", std::string(3, '\0'));
+    WriteInFolder(L"marked.glsl", "\xEF\xBB\xBFmarked");
+    WriteInFolder(L"little.glsl", std::string("\xFF\xFE"
+                                              "a\0\xE4\0\n\0",
+                                              8));
+    WriteInFolder(L"big.glsl", std::string("\xFE\xFF\0a\0\n\0", 7));
     Register(L"KNOWN.GLSL", "registered");
     const struct {
         std::string name;
@@ -125,6 +130,9 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
         {"../outer.glsl", "outer\n", ""},
         {"empty.glsl", "", ""},
         {"zero.glsl", "\n", "\n"},
+        {"marked.glsl", "marked\n", "marked\n"},
+        {"little.glsl", "a\xC3\xA4\n", "a\xC3\xA4\n"},
+        {"big.glsl", "a\n", "a\n"},
         {"real.glsl.", "", ""},  // some systems ignore the trailing dot
         {"CON", "", ""},
         {"\\\\?\\C:\\x", "", ""},
@@ -138,6 +146,20 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
         context_->plainNamesOnly = true;
         EXPECT_EQ(Expand(directive + directive), c.untrusted) << c.name;
     }
+}
+
+TEST_F(IncludeFiles, AreNotLookedForAgainInTheSameRun) {
+    std::uint32_t length = 0;
+    IncludedName* entry = nullptr;
+    std::int32_t error = 0;
+    const auto found = [&] {
+        return ResolveInclude(*context_, L"late.glsl", &length, &entry, &error) != nullptr;
+    };
+    EXPECT_FALSE(found());
+    WriteInFolder(L"late.glsl", "x");
+    EXPECT_FALSE(found());
+    ClearVirtualIncludes(*context_);
+    EXPECT_TRUE(found());
 }
 
 }  // namespace
