@@ -64,7 +64,8 @@ bool FormatFolderPath(const IncludeContext& context, const wchar_t* name,
 }
 
 bool MayOpen(const IncludeContext& context, std::wstring_view name) noexcept {
-    return context.plainNamesOnly ? IsPlainFileName(name) : IsOpenableLocalName(name);
+    return context.unknownNames.size() < kUnknownNames &&
+           (context.plainNamesOnly ? IsPlainFileName(name) : IsOpenableLocalName(name));
 }
 
 IncludedName* AppendIncluded(IncludeContext& context, std::wstring_view name) noexcept {
@@ -127,7 +128,7 @@ HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint3
         }
     }
     if (!text) {
-        if (*outError == 0) {
+        if (*outError == 0 && context.unknownNames.size() < kUnknownNames) {
             context.unknownNames.insert(name);
         }
         return nullptr;

@@ -1,6 +1,7 @@
 // The include context: registered texts, the include folder, and the names that a run has expanded.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,6 +13,9 @@
 namespace pixelforge {
 
 inline constexpr std::int32_t kIncludeEntries = 64;
+
+/// After this many unknown names, a run opens no more files: each name costs up to two searches.
+inline constexpr std::size_t kUnknownNames = 4096;
 
 struct VirtualInclude {
     wchar_t name[kPathUnits];
