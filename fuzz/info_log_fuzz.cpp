@@ -35,8 +35,9 @@ void Check(const std::string& log, const std::vector<std::string>& mapped) {
         }
         Require(after != mapped.end(), "no line is lost");
         Require(after->starts_with("Image:"), "every line names the pass");
-        Require(*after == "Image: " + before || before.find_first_of("0123456789") != std::string::npos,
-                "only positions are rewritten");
+        Require(
+            after->starts_with("Image: " + before) || before.find_first_of("0123456789") != std::string::npos,
+            "only positions are rewritten");
         ++after;
     }
     Require(after == mapped.end(), "no line is added");

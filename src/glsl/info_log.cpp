@@ -127,6 +127,7 @@ public:
 private:
     std::uint32_t FindLine(const Position& position) const;
     std::string Place(const Position& position, std::uint32_t line) const;
+    std::string EarlyEnd(std::string_view message) const;
 
     std::string passName_;
     DriverLines driverLines_;
@@ -137,9 +138,22 @@ std::string LogTranslation::Translate(std::string_view logLine) const {
     const std::optional<Position> position = ParsePosition(logLine);
     const std::uint32_t line = position ? FindLine(*position) : 0;
     if (line == 0) {
-        return passName_ + ": " + std::string(logLine);
+        return passName_ + ": " + std::string(logLine) + EarlyEnd(logLine);
     }
-    return Place(*position, line).append(": ").append(position->severity).append(position->message);
+    return Place(*position, line).append(": ").append(position->severity).append(position->message) +
+           EarlyEnd(position->message);
+}
+
+/// Mesa ends the text at a non-ASCII character outside comments and says only that the rest is missing.
+std::string LogTranslation::EarlyEnd(std::string_view message) const {
+    const std::optional<SourceLine> origin = lines_.Find(driverLines_.NonAsciiLine());
+    const bool restMissing = message.find("lacks `main'") != std::string_view::npos ||
+                             message.find("unexpected end of file") != std::string_view::npos;
+    if (!origin || !restMissing) {
+        return {};
+    }
+    return " (the driver may end the text at the non-ASCII character in " + origin->source + ":" +
+           std::to_string(origin->line) + ")";
 }
 
 /// 0 if uncertain. PREFIX compiles, so its lines count only if no other is possible.

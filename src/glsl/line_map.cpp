@@ -171,6 +171,9 @@ DriverLines::DriverLines(std::string_view text) {
     while (lines.Next()) {
         lastLine_ = lines.Last();
         ReadDirective(lines.Code(), lines.First());
+        if (nonAsciiLine_ == 0 && std::ranges::any_of(lines.Code(), [](char c) { return (c & 0x80) != 0; })) {
+            nonAsciiLine_ = lines.First();
+        }
     }
     if (stretches_.size() > 1) {
         EndOpenStretches(lastLine_ + 1);

@@ -70,6 +70,9 @@ public:
     /// The number of lines in the text.
     std::uint32_t LastLine() const noexcept { return lastLine_; }
 
+    /// The first line with a non-ASCII character outside comments; 0 if there is none.
+    std::uint32_t NonAsciiLine() const noexcept { return nonAsciiLine_; }
+
 private:
     /// Lines numbered consecutively.
     struct Stretch {
@@ -86,6 +89,7 @@ private:
     std::vector<Stretch> stretches_ = std::vector<Stretch>(1);
     std::size_t open_ = 0;  ///< index of the first stretch that may go on
     std::uint32_t lastLine_ = 0;
+    std::uint32_t nonAsciiLine_ = 0;
     std::uint32_t openConditions_ = 0;
     bool readable_ = true;
 };

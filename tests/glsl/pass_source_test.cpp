@@ -241,6 +241,10 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
         {"", "/*\n#line 500\n*/\n// \\\n#line 600\na", "0:40(1): error: x", "Image:6:1: error: x"},
         {"", " # /* a */ line\t50 // b\na", "0:50(1): error: x", "Image:2:1: error: x"},
         {"", "char", "0:35(1): error: `char_sYjan77j' x", "Image:1:1: error: `char' x"},
+        {"/* \xE4 */\n// \xE4\n\xE4 b", "a", "error: fragment shader lacks `main'",
+         "Image: error: fragment shader lacks `main' (the driver may end the text at the non-ASCII character "
+         "in "
+         "Common:3)"},
         {"", "a", "0:33(1): error: x", "Image: in the module's own lines before Image: error: x"},
         {"", "a", "0:37(1): error: syntax error, unexpected '{'",
          "Image: after the end of Image (a brace may be missing): error: syntax error, unexpected '{'"},
