@@ -13,6 +13,7 @@
 #include "base/text.h"
 #include "preview/cleanup_on_abort.h"
 #include "preview/documents/opened_shader.h"
+#include "preview/documents/shader_source.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
@@ -273,7 +274,7 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
     if (options.documentPath.empty()) {
         return OpenedShader::OfPlaylist(paths.source);
     }
-    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include);
+    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
     if (!shader.Conversion().empty()) {
         PrintError("preview: " + options.documentPath + ": " + shader.Conversion());
     }
@@ -307,7 +308,23 @@ void ForgetCachedShader(const std::string& identifier) {
     }
 }
 
+ExitStatus PackShader(const Options& options) {
+    const ShaderSource source =
+        ReadShaderSource(AbsolutePath(options.documentPath), {}, options.documentPath);
+    PrintLines(source.errors);
+    if (!source.errors.empty()) {
+        return ExitStatus::Failed;
+    }
+    const bool ended = source.document.ends_with('\n');
+    WriteOutputFile(AbsolutePath(options.packPath), BytesOf(source.document + (ended ? "" : "\n")));
+    std::printf("document    %s\n", options.packPath.c_str());
+    return ExitStatus::Drawn;
+}
+
 ExitStatus RunPreview(const Options& options) {
+    if (!options.packPath.empty()) {
+        return PackShader(options);
+    }
     if (!options.forgetId.empty()) {
         ForgetCachedShader(options.forgetId);
         if (SourceName(options).empty()) {
@@ -320,6 +337,9 @@ ExitStatus RunPreview(const Options& options) {
     OpenedShader shader = OpenShader(options, paths);
     DebugCapture capture;
     const Messages readableLines = [&] {
+        if (!shader.Errors().empty()) {
+            return shader.Errors();
+        }
         return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
     };
     try {
