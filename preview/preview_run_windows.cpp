@@ -219,7 +219,8 @@ ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const 
     const Outcome outcome = DrawFrames(run, library);
     const FrameStatistics statistics = Summarize(outcome.frames);
     const ExitStatus status = outcome.pictureError.empty() ? StatusOf(statistics) : ExitStatus::Failed;
-    WriteReport(run.options, run.paths, status, outcome.frames, capture.Lines());
+    const std::vector<std::string>& errors = run.shader.Errors();
+    WriteReport(run.options, run.paths, status, outcome.frames, errors.empty() ? capture.Lines() : errors);
     if (!outcome.pictureError.empty()) {
         throw HostError(ExitStatus::Failed, outcome.pictureError);
     }

@@ -215,7 +215,7 @@ void Reader::ReadFile(const Word& word, std::string_view type, ChannelInput& inp
     input.src = path;
     if (LeavesFolder(path)) {
         Fail(word, "the path \"" + path + "\" leads out of the shader's folder");
-    } else if (!IsOpenableLocalName(wide.c_str())) {
+    } else if (!IsOpenableLocalName(wide)) {
         Fail(word, "\"" + path + "\" is not a file name");
     } else if (wide.size() > kLongestPath) {
         Fail(word, "the path is longer than " + std::to_string(kLongestPath) + " characters");

@@ -8,6 +8,7 @@
 #include "base/bitmap.h"
 #include "base/file.h"
 #include "media/image_decoder.h"
+#include "preview/documents/opened_shader.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
@@ -46,6 +47,13 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     EXPECT_FALSE(IsExistingFile(playlist.c_str()));
     EXPECT_FALSE(IsExistingFile(alias.c_str()));
     EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
+}
+
+TEST(OpenedShader, StagesNothingWhileItsCommentLinesAreWrong) {
+    const test::TempFile file("//@ iChannel0 nothing\n", L".glsl");
+    OpenedShader shader = OpenedShader::OfFile(file.Path(), {}, "dir/s.glsl");
+    EXPECT_EQ(shader.Errors().size(), 1u);
+    EXPECT_EQ(ReadInputFile(shader.Staged().AliasPath()), "");
 }
 
 TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
