@@ -249,8 +249,12 @@ void Reader::ReadSetting(const Word& word, ChannelInput& input) {
 
 void Reader::Fail(const Word& word, const std::string& clause) {
     const auto column = word.text.data() - line_.data() + (word.quoted ? 0 : 1);
-    found_.errors.push_back(file_.name + ":" + std::to_string(lineNumber_) + ":" + std::to_string(column) +
-                            ": error: " + clause);
+    std::string error =
+        file_.name + ":" + std::to_string(lineNumber_) + ":" + std::to_string(column) + ": error: " + clause;
+    // The file's words must not control the terminal.
+    std::ranges::replace_if(
+        error, [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
+    found_.errors.push_back(std::move(error));
 }
 
 }  // namespace

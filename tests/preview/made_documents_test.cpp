@@ -107,6 +107,7 @@ TEST(CommentLines, FailWithFileLineAndColumn) {
         {"iChannel1 volume a/..\\..\\x.bin", "22: error: the path \"a/..\\..\\x.bin\" leads out of "},
         {"iChannel1 \"//host/x.png\"", "15: error: the path \"//host/x.png\" leads out of "},
         {"iChannel1 C:x.png", "15: error: the path \"C:x.png\" leads out of "},
+        {"iChannel1 a\x1B[2J.png", "15: error: \"a?[2J.png\" is not a file name"},
         {"iChannel1 con.png", "15: error: \"con.png\" is not a file name"},
         {"iChannel1 sound filter=sharp", "21: error: filter is nearest, linear or mipmap, not \"sharp\""},
         {"iChannel1 sound wrap=clamp repeat", "32: error: unknown setting \"repeat\"; "},
