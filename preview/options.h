@@ -23,6 +23,7 @@ struct Options {
     std::string reportPath;
     std::string includeFolder;
     std::string eventsPath;
+    std::string packPath;                  ///< only write the shader's document
     std::vector<ControlSetting> settings;  ///< those of --tiles, --mirror and --foreground first
     std::int32_t levels = 0;               ///< divisor of level output; 0: colours
     bool window = false;                   ///< the live view

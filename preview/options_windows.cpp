@@ -140,6 +140,8 @@ void AddOutcome(CLI::App& app, Options& options) {
         ->type_name("DIR");
     app.add_option("--report", options.reportPath, "Write results, times and messages as JSON")
         ->type_name("FILE");
+    app.add_option("--pack", options.packPath, "Draw nothing; write the shader's document")
+        ->type_name("FILE.json");
     app.add_flag("--bench", options.bench, "Print a table of frame times");
     app.add_flag("--check", options.check, "Only load the shader; print errors with line numbers");
     app.add_flag("--info", options.info, "Print the notice about the shader");
@@ -151,6 +153,14 @@ void RequireOneOutcome(const Options& options) {
         RejectUsage(
             "--window and --watch cannot be combined with --bench, --check, --info, --report or "
             "--frames-dir");
+    }
+    const bool drawn =
+        measured || options.window || options.check || options.info || !options.pngPath.empty();
+    if (!options.packPath.empty() && (drawn || options.documentPath.empty())) {
+        RejectUsage("--pack needs a shader file and draws nothing");
+    }
+    if (!options.packPath.empty() && !options.packPath.ends_with(".json")) {
+        RejectUsage("--pack: the document's name must end in .json");
     }
     if (options.watch && options.documentPath.empty()) {
         RejectUsage("--watch needs a shader file");

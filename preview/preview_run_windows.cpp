@@ -13,6 +13,7 @@
 #include "base/text.h"
 #include "preview/cleanup_on_abort.h"
 #include "preview/documents/opened_shader.h"
+#include "preview/documents/shader_source.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
@@ -218,7 +219,8 @@ ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const 
     const Outcome outcome = DrawFrames(run, library);
     const FrameStatistics statistics = Summarize(outcome.frames);
     const ExitStatus status = outcome.pictureError.empty() ? StatusOf(statistics) : ExitStatus::Failed;
-    WriteReport(run.options, run.paths, status, outcome.frames, capture.Lines());
+    const std::vector<std::string>& errors = run.shader.Errors();
+    WriteReport(run.options, run.paths, status, outcome.frames, errors.empty() ? capture.Lines() : errors);
     if (!outcome.pictureError.empty()) {
         throw HostError(ExitStatus::Failed, outcome.pictureError);
     }
@@ -273,7 +275,7 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
     if (options.documentPath.empty()) {
         return OpenedShader::OfPlaylist(paths.source);
     }
-    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include);
+    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
     if (!shader.Conversion().empty()) {
         PrintError("preview: " + options.documentPath + ": " + shader.Conversion());
     }
@@ -307,7 +309,23 @@ void ForgetCachedShader(const std::string& identifier) {
     }
 }
 
+ExitStatus PackShader(const Options& options) {
+    const ShaderSource source =
+        ReadShaderSource(AbsolutePath(options.documentPath), {}, options.documentPath);
+    PrintLines(source.errors);
+    if (!source.errors.empty()) {
+        return ExitStatus::Failed;
+    }
+    const bool ended = source.document.ends_with('\n');
+    WriteOutputFile(AbsolutePath(options.packPath), BytesOf(source.document + (ended ? "" : "\n")));
+    std::printf("document    %s\n", options.packPath.c_str());
+    return ExitStatus::Drawn;
+}
+
 ExitStatus RunPreview(const Options& options) {
+    if (!options.packPath.empty()) {
+        return PackShader(options);
+    }
     if (!options.forgetId.empty()) {
         ForgetCachedShader(options.forgetId);
         if (SourceName(options).empty()) {
@@ -320,6 +338,9 @@ ExitStatus RunPreview(const Options& options) {
     OpenedShader shader = OpenShader(options, paths);
     DebugCapture capture;
     const Messages readableLines = [&] {
+        if (!shader.Errors().empty()) {
+            return shader.Errors();
+        }
         return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
     };
     try {

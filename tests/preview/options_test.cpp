@@ -39,6 +39,9 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.json", "--set", "Speed"}, "Label=value"},
         {{"a.json", "--tiles", "33x1"}, "32"},
         {{"a.json", "--window", "--bench"}, "--bench"},
+        {{"a.glsl", "--pack", "a.glsl"}, ".json"},
+        {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
+        {{"--id", "i", "--pack", "b.json"}, "--pack"},
         {{"--playlist", "p", "--watch"}, "shader file"}};
     for (const auto& [arguments, reason] : cases) {
         EXPECT_THAT([&] { ParseOptions(arguments); },

@@ -54,6 +54,13 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
 }
 
+TEST(OpenedShader, StagesNothingWhileItsCommentLinesAreWrong) {
+    const test::TempFile file("//@ iChannel0 nothing\n", L".glsl");
+    OpenedShader shader = OpenedShader::OfFile(file.Path(), {}, "dir/s.glsl");
+    EXPECT_EQ(shader.Errors().size(), 1u);
+    EXPECT_EQ(ReadInputFile(shader.Staged().AliasPath()), "");
+}
+
 TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
     const test::TempFile beside("x");
     const std::wstring name = beside.Path().substr(beside.Path().find_last_of(L"\\/") + 1);
