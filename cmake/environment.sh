@@ -44,7 +44,8 @@ install_packages() {
 missing_packages() {
     local name
     for name in "$@"; do
-        [[ $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) == installed ]] || printf '%s\n' "$name"
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) == installed ]] ||
+            printf '%s\n' "$name"
     done
 }
 
@@ -104,8 +105,8 @@ set_wine_environment() {
     export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d"
     # Without a sound card ALSA would flood the terminal with errors.
     [[ -e /proc/asound/cards ]] || WINEDLLOVERRIDES+=";winealsa.drv=d"
-    # The server's socket, shader and font caches, and the sound client's files would otherwise stay in /tmp and
-    # the home folder.
+    # The server's socket, shader and font caches, and the sound client's files would otherwise stay in /tmp
+    # and the home folder.
     export TMPDIR="$wine_home/tmp" XDG_CACHE_HOME="$wine_home/cache"
     sound_server_runs || export PULSE_RUNTIME_PATH="$wine_home/sound" PULSE_COOKIE="$wine_home/sound/cookie"
     mkdir -p "$TMPDIR" "$wine_home/sound"

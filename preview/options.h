@@ -25,12 +25,27 @@ struct Options {
     std::string eventsPath;
     std::vector<ControlSetting> settings;  ///< those of --tiles, --mirror and --foreground first
     std::int32_t levels = 0;               ///< divisor of level output; 0: colours
+    bool realTime = false;                 ///< "Speed" is the time since the previous frame
     bool window = false;                   ///< the live view
     bool watch = false;
     bool check = false;  ///< only load
     bool bench = false;
     bool info = false;
     std::string helpText;  ///< if not empty, print it and exit
+};
+
+/// A file or folder that a run writes, named by an option. Before the first frame its folders are created and
+/// it is tested for writing.
+struct OutputOption {
+    const char* name;
+    std::string Options::*path;
+    bool folder;
+};
+
+inline constexpr OutputOption kOutputOptions[] = {
+    {"--png", &Options::pngPath, false},
+    {"--frames-dir", &Options::framesFolder, true},
+    {"--report", &Options::reportPath, false},
 };
 
 /// Parses the arguments (UTF-8, without the program's name). Throws `HostError` with `WrongUsage`.

@@ -27,11 +27,11 @@ namespace {
 /// Absolute, because the current folder changes to the shader's. Empty for missing options.
 struct Paths {
     std::wstring source;
-    std::wstring png;
-    std::wstring frames;
-    std::wstring report;
     std::wstring include;
     std::wstring start;  ///< the initial current folder
+    std::wstring picture;
+    std::wstring frames;
+    std::wstring report;
 };
 
 std::wstring AbsoluteOrEmpty(const std::string& path) {
@@ -47,11 +47,11 @@ const std::string& SourceName(const Options& options) {
 
 Paths ResolvePaths(const Options& options) {
     return {.source = AbsolutePath(SourceName(options)),
-            .png = AbsoluteOrEmpty(options.pngPath),
-            .frames = AbsoluteOrEmpty(options.framesFolder),
-            .report = AbsoluteOrEmpty(options.reportPath),
             .include = AbsoluteOrEmpty(options.includeFolder),
-            .start = AbsolutePath(".")};
+            .start = AbsolutePath("."),
+            .picture = AbsoluteOrEmpty(options.pngPath),
+            .frames = AbsoluteOrEmpty(options.framesFolder),
+            .report = AbsoluteOrEmpty(options.reportPath)};
 }
 
 void SetIncludeFolder(const Options& options, const Paths& paths) {
@@ -96,15 +96,22 @@ SessionOptions SessionOptionsOf(const Options& options, const StagedShader& shad
 }
 
 /// "DIR\frame-00001.png" and so on.
-void WriteNumberedPicture(const std::wstring& folder, int number, HostSession& session) {
+std::wstring NumberedPicture(const std::wstring& folder, int number) {
     wchar_t name[32];
     std::swprintf(name, 32, L"\\frame-%05d.png", number);
-    WritePng(folder + name, session.Picture());
+    return folder + name;
 }
 
-void CreateFramesFolder(const std::wstring& folder) {
-    if (!folder.empty() && !CreateDirectoryW(folder.c_str(), nullptr) && !IsExistingFolder(folder.c_str())) {
-        throw HostError(ExitStatus::WrongUsage, WithLastError("cannot create the folder " + ToUtf8(folder)));
+/// Otherwise a long run would be lost at its end.
+void RequireWritableOutputs(const Options& options) {
+    for (const OutputOption& output : kOutputOptions) {
+        const std::wstring path = AbsoluteOrEmpty(options.*output.path);
+        const std::string failure = path.empty() ? "" : FailureOf([&] {
+            RequireWritable(output.folder ? NumberedPicture(path, 1) : path);
+        });
+        if (!failure.empty()) {
+            throw HostError(ExitStatus::WrongUsage, std::string(output.name) + ": " + failure);
+        }
     }
 }
 
@@ -127,22 +134,22 @@ struct Outcome {
 };
 
 Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
-    CreateFramesFolder(run.paths.frames);
     HostSession session(library, SessionOptionsOf(run.options, run.shader.Staged()));
     session.Open();
     std::vector<FrameRecord> frames =
         RunFrames(session, {.frames = run.options.frames,
                             .checksums = !run.paths.report.empty(),
+                            .realTime = run.options.realTime,
                             .stop = run.stop,
                             .events = run.events,
                             .frameDrawn = [&](int count) {
                                 if (!run.paths.frames.empty()) {
-                                    WriteNumberedPicture(run.paths.frames, count, session);
+                                    WritePng(NumberedPicture(run.paths.frames, count), session.Picture());
                                 }
                             }});
     std::string pictureError;
-    if (!run.paths.png.empty() && Summarize(frames).failed == 0) {
-        pictureError = FailureOf([&] { WritePng(run.paths.png, session.Picture()); });
+    if (!run.paths.picture.empty() && Summarize(frames).failed == 0) {
+        pictureError = FailureOf([&] { WritePng(run.paths.picture, session.Picture()); });
     }
     return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
             pictureError};
@@ -241,14 +248,16 @@ std::wstring PictureStem(const Paths& paths) {
 ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
                        const Messages& readableLines) {
     return RunLiveView(
-        library,
+        library.Functions(),
         {.session = SessionOptionsOf(run.options, run.shader.Staged()),
          .name = SourceName(run.options),
          .pictureStem = PictureStem(run.paths),
-         .lastPicture = run.paths.png,
+         .lastPicture = run.paths.picture,
          .frames = run.options.frames,
          .events = run.events,
          .stop = run.stop,
+         .realTime = run.options.realTime,
+         .anotherPick = !run.options.playlistPath.empty(),
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
          .takeMessages = [&] {
              auto lines = readableLines();
@@ -318,6 +327,7 @@ ExitStatus RunPreview(const Options& options) {
     SetIncludeFolder(options, paths);
     std::optional<EventPlayer> events = ReadEvents(options);
     OpenedShader shader = OpenShader(options, paths);
+    RequireWritableOutputs(options);
     DebugCapture capture;
     const Messages readableLines = [&] {
         return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
