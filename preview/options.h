@@ -34,15 +34,17 @@ struct Options {
     std::string helpText;  ///< if not empty, print it and exit
 };
 
-/// A file or folder that a run writes, named by an option. Before the first frame its folders are created and
-/// it is tested for writing.
-struct OutputOption {
-    const char* name;
+/// What a run writes, in the order of `kOutputs`.
+enum class Output { Picture, Frames, Report };
+
+/// Before the first frame the missing folders of the path are created, and it is tested for writing.
+struct OutputRow {
+    const char* option;
     std::string Options::*path;
     bool folder;
 };
 
-inline constexpr OutputOption kOutputOptions[] = {
+inline constexpr OutputRow kOutputs[] = {
     {"--png", &Options::pngPath, false},
     {"--frames-dir", &Options::framesFolder, true},
     {"--report", &Options::reportPath, false},

@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <optional>
@@ -29,9 +30,9 @@ struct Paths {
     std::wstring source;
     std::wstring include;
     std::wstring start;  ///< the initial current folder
-    std::wstring picture;
-    std::wstring frames;
-    std::wstring report;
+    std::wstring outputs[std::size(kOutputs)] = {};
+
+    const std::wstring& Of(Output output) const { return outputs[static_cast<std::size_t>(output)]; }
 };
 
 std::wstring AbsoluteOrEmpty(const std::string& path) {
@@ -46,12 +47,12 @@ const std::string& SourceName(const Options& options) {
 }
 
 Paths ResolvePaths(const Options& options) {
-    return {.source = AbsolutePath(SourceName(options)),
-            .include = AbsoluteOrEmpty(options.includeFolder),
-            .start = AbsolutePath("."),
-            .picture = AbsoluteOrEmpty(options.pngPath),
-            .frames = AbsoluteOrEmpty(options.framesFolder),
-            .report = AbsoluteOrEmpty(options.reportPath)};
+    Paths paths = {.source = AbsolutePath(SourceName(options)),
+                   .include = AbsoluteOrEmpty(options.includeFolder),
+                   .start = AbsolutePath(".")};
+    std::ranges::transform(kOutputs, paths.outputs,
+                           [&](const OutputRow& row) { return AbsoluteOrEmpty(options.*row.path); });
+    return paths;
 }
 
 void SetIncludeFolder(const Options& options, const Paths& paths) {
@@ -103,14 +104,14 @@ std::wstring NumberedPicture(const std::wstring& folder, int number) {
 }
 
 /// Otherwise a long run would be lost at its end.
-void RequireWritableOutputs(const Options& options) {
-    for (const OutputOption& output : kOutputOptions) {
-        const std::wstring path = AbsoluteOrEmpty(options.*output.path);
+void RequireWritableOutputs(const Paths& paths) {
+    for (std::size_t i = 0; i < std::size(kOutputs); ++i) {
+        const std::wstring& path = paths.outputs[i];
         const std::string failure = path.empty() ? "" : FailureOf([&] {
-            RequireWritable(output.folder ? NumberedPicture(path, 1) : path);
+            RequireWritable(kOutputs[i].folder ? NumberedPicture(path, 1) : path);
         });
         if (!failure.empty()) {
-            throw HostError(ExitStatus::WrongUsage, std::string(output.name) + ": " + failure);
+            throw HostError(ExitStatus::WrongUsage, std::string(kOutputs[i].option) + ": " + failure);
         }
     }
 }
@@ -136,20 +137,20 @@ struct Outcome {
 Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
     HostSession session(library, SessionOptionsOf(run.options, run.shader.Staged()));
     session.Open();
-    std::vector<FrameRecord> frames =
-        RunFrames(session, {.frames = run.options.frames,
-                            .checksums = !run.paths.report.empty(),
-                            .realTime = run.options.realTime,
-                            .stop = run.stop,
-                            .events = run.events,
-                            .frameDrawn = [&](int count) {
-                                if (!run.paths.frames.empty()) {
-                                    WritePng(NumberedPicture(run.paths.frames, count), session.Picture());
-                                }
-                            }});
+    std::vector<FrameRecord> frames = RunFrames(
+        session, {.frames = run.options.frames,
+                  .checksums = !run.paths.Of(Output::Report).empty(),
+                  .realTime = run.options.realTime,
+                  .stop = run.stop,
+                  .events = run.events,
+                  .frameDrawn = [&](int count) {
+                      if (!run.paths.Of(Output::Frames).empty()) {
+                          WritePng(NumberedPicture(run.paths.Of(Output::Frames), count), session.Picture());
+                      }
+                  }});
     std::string pictureError;
-    if (!run.paths.picture.empty() && Summarize(frames).failed == 0) {
-        pictureError = FailureOf([&] { WritePng(run.paths.picture, session.Picture()); });
+    if (!run.paths.Of(Output::Picture).empty() && Summarize(frames).failed == 0) {
+        pictureError = FailureOf([&] { WritePng(run.paths.Of(Output::Picture), session.Picture()); });
     }
     return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
             pictureError};
@@ -182,7 +183,7 @@ void PrintSummary(const Options& options, const Outcome& outcome, const FrameSta
 
 void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                  const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines) {
-    if (paths.report.empty()) {
+    if (paths.Of(Output::Report).empty()) {
         return;
     }
     const std::string json = ReportJson({.shader = SourceName(options),
@@ -192,7 +193,7 @@ void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                                          .gl = QueryGlInfo(),
                                          .frames = frames,
                                          .debugLines = lines});
-    WriteOutputFile(paths.report, BytesOf(json));
+    WriteOutputFile(paths.Of(Output::Report), BytesOf(json));
 }
 
 void PrintBench(const FrameStatistics& statistics) {
@@ -252,7 +253,7 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
         {.session = SessionOptionsOf(run.options, run.shader.Staged()),
          .name = SourceName(run.options),
          .pictureStem = PictureStem(run.paths),
-         .lastPicture = run.paths.picture,
+         .lastPicture = run.paths.Of(Output::Picture),
          .frames = run.options.frames,
          .events = run.events,
          .stop = run.stop,
@@ -327,7 +328,7 @@ ExitStatus RunPreview(const Options& options) {
     SetIncludeFolder(options, paths);
     std::optional<EventPlayer> events = ReadEvents(options);
     OpenedShader shader = OpenShader(options, paths);
-    RequireWritableOutputs(options);
+    RequireWritableOutputs(paths);
     DebugCapture capture;
     const Messages readableLines = [&] {
         return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
