@@ -61,6 +61,8 @@ ExitStatus RunCommand() {
 }  // namespace
 
 int main() {
+    // The current folder becomes that of a stranger's shader: no library is looked up there.
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     const Utf8Streams streams;
     try {
         return static_cast<int>(RunCommand());

@@ -1,4 +1,5 @@
-// The module's folders depend on where the host program is installed: tested in real processes.
+// What depends on a host's folders, tested in real processes: the module's own folders, and which libraries
+// load.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -84,6 +85,23 @@ TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
         RemoveEmptyFolders(tree / "Shaders");
         RemoveEmptyFolders(host);
     }
+}
+
+// The sound system looks for this optional library by name alone.
+TEST(HostModes, PreviewLoadsNoLibraryFromTheShadersFolder) {
+    const TempFolder temp;
+    const fs::path programs = preview::ModulePathBesideProgram();
+    const fs::path mark = temp.Path() / "planted library ran";
+    const fs::path library = temp.Path() / "wineoss.drv";
+    fs::copy_file(programs.parent_path() / "planted_library.dll", library);
+    const fs::path shader = temp.Write("a.glsl", "void mainImage(out vec4 c, vec2 p) { c = vec4(1); }");
+    const fs::path preview = programs.parent_path() / "preview.exe";
+    EXPECT_EQ(_wspawnl(_P_WAIT, preview.c_str(), Quoted(preview).c_str(), Quoted(shader).c_str(), L"--size",
+                       L"64x36", L"--frames", L"60", static_cast<wchar_t*>(nullptr)),
+              0);
+    EXPECT_FALSE(fs::exists(mark));
+    FreeLibrary(LoadLibraryW(library.c_str()));
+    EXPECT_TRUE(fs::exists(mark)) << "the planted library would not have shown that it ran";
 }
 
 }  // namespace
