@@ -36,7 +36,7 @@ public:
     /// A divisor above 765 always yields 0.
     explicit LevelDivision(std::uint32_t levelDivisor) noexcept {
         const std::uint32_t divisor = std::min(levelDivisor, 766U);
-        const int shift = 13 + std::bit_width(divisor);
+        const int shift = 13 + static_cast<int>(std::bit_width(divisor));
         const std::uint32_t factor = ((1U << shift) + divisor - 1) / divisor;  // at most 2^14
         factor_ = _mm_set1_epi16(static_cast<std::int16_t>(factor));
         shift_ = _mm_cvtsi32_si128(shift);
