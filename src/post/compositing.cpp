@@ -62,6 +62,7 @@ void ApplyToGroup(const Kernel& kernel, const std::byte* source, std::byte* dest
     _mm_storeu_si128(to, kernel(_mm_loadu_si128(from), _mm_loadu_si128(to)));
 }
 
+/// Inlined, so that the kernel's constants stay in registers.
 template <class Kernel>
 inline __attribute__((always_inline)) void ApplyToLine(const Kernel& kernel, const std::byte* source,
                                                        std::byte* destination) noexcept {
