@@ -1,14 +1,23 @@
-// The constant cost of audio capture: the thread's processor time, both sides of its lock, and loading and
-// unloading the module. The device is the tests' double, whose own work on the thread counts as well.
+// The constant cost of audio capture: the thread's processor time against a bare loop on the same device,
+// both sides of its lock, and loading and unloading the module. The device is the tests' double, whose own
+// work on either thread counts as well.
 #include <windows.h>
+
+#include <audioclient.h>
+#include <mmdeviceapi.h>
+#include <mmsystem.h>
+#include <wrl/client.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <iterator>
+#include <optional>
 #include <set>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -21,11 +30,88 @@
 namespace pixelforge::bench {
 namespace {
 
-/// Thread time / elapsed time: half a percent of a core.
-constexpr double kShareLimit = 0.005;
+using Microsoft::WRL::ComPtr;
+
+constexpr double kBareLoopLimit = 1.5;
 constexpr DWORD kSettlingMilliseconds = 2000;
 /// A single call is too short for the clock.
 constexpr int kCallsPerRound = 20000;
+
+void Require(HRESULT result) {
+    if (FAILED(result)) {
+        throw std::runtime_error("cannot open the sound device");
+    }
+}
+
+/// A thread that waits as the module's does, reads the same packets and only copies their samples.
+class BareCapture {
+public:
+    BareCapture() : stop_(CreateEventW(nullptr, TRUE, FALSE, nullptr)), thread_([this] { Run(); }) {}
+    BareCapture(const BareCapture&) = delete;
+    BareCapture& operator=(const BareCapture&) = delete;
+    ~BareCapture() {
+        SetEvent(stop_.Get());
+        thread_.join();
+    }
+
+private:
+    void Run() {
+        const ComApartment apartment;
+        ComPtr<IMMDeviceEnumerator> enumerator;
+        ComPtr<IMMDevice> device;
+        ComPtr<IAudioClient> client;
+        ComPtr<IAudioCaptureClient> capture;
+        WAVEFORMATEX* format = nullptr;
+        Require(CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
+                                 IID_PPV_ARGS(enumerator.GetAddressOf())));
+        Require(enumerator->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf()));
+        Require(device->Activate(__uuidof(IAudioClient), CLSCTX_ALL, nullptr,
+                                 reinterpret_cast<void**>(client.GetAddressOf())));
+        Require(client->GetMixFormat(&format));
+        Require(client->Initialize(AUDCLNT_SHAREMODE_SHARED, AUDCLNT_STREAMFLAGS_LOOPBACK, 0, 0, format,
+                                   nullptr));
+        Require(client->GetService(IID_PPV_ARGS(capture.GetAddressOf())));
+        Require(client->Start());
+        frameBytes_ = format->nBlockAlign;
+        samples_.resize(format->nAvgBytesPerSec);
+        CoTaskMemFree(format);
+        do {
+            ReadPackets(*capture.Get());
+        } while (!Wait());
+        client->Stop();
+    }
+
+    void ReadPackets(IAudioCaptureClient& capture) {
+        UINT32 frames = 0;
+        while (SUCCEEDED(capture.GetNextPacketSize(&frames)) && frames > 0) {
+            BYTE* packet = nullptr;
+            DWORD flags = 0;
+            if (capture.GetBuffer(&packet, &frames, &flags, nullptr, nullptr) != S_OK) {
+                return;
+            }
+            std::memcpy(samples_.data(), packet, std::min(samples_.size(), frames * frameBytes_));
+            capture.ReleaseBuffer(frames);
+        }
+    }
+
+    /// Waits 18 ms; true on the stop request.
+    bool Wait() const {
+        LARGE_INTEGER dueTime;
+        dueTime.QuadPart = -180'000;
+        const HANDLE handles[] = {stop_.Get(), timer_.Get()};
+        timeBeginPeriod(1);
+        SetWaitableTimer(timer_.Get(), &dueTime, 0, nullptr, nullptr, FALSE);
+        const DWORD signalled = WaitForMultipleObjects(2, handles, FALSE, INFINITE);
+        timeEndPeriod(1);
+        return signalled == WAIT_OBJECT_0;
+    }
+
+    UniqueKernelHandle stop_;
+    UniqueKernelHandle timer_{CreateWaitableTimerW(nullptr, TRUE, nullptr)};
+    std::size_t frameBytes_ = 0;
+    std::vector<BYTE> samples_;
+    std::thread thread_;  ///< last: uses the others
+};
 
 /// User and kernel time.
 double ProcessorMilliseconds(const std::set<std::uint32_t>& threadIds) {
@@ -43,12 +129,15 @@ double ProcessorMilliseconds(const std::set<std::uint32_t>& threadIds) {
     return sum;
 }
 
-/// The threads that did not exist before the capture started.
+/// The threads that did not exist before.
 std::set<std::uint32_t> NewThreads(const std::set<std::uint32_t>& before) {
     const std::set<std::uint32_t> now = test::ThreadIds();
     std::set<std::uint32_t> added;
     std::set_difference(now.begin(), now.end(), before.begin(), before.end(),
                         std::inserter(added, added.end()));
+    if (added.empty()) {
+        throw std::runtime_error("capture thread not found");
+    }
     return added;
 }
 
@@ -58,22 +147,28 @@ void Start() {
     }
 }
 
-void MeasureThread(const char* name, const char* sound, int seconds, Report& report) {
+/// Runs both threads at the same time, so that other programs affect both alike.
+void MeasureThread(const char* name, const char* sound, int seconds, std::optional<double> limit,
+                   Report& report) {
     SetEnvironmentVariableA("PIXELFORGE_SOUND", sound);
     const std::set<std::uint32_t> before = test::ThreadIds();
     Start();
     Sleep(kSettlingMilliseconds);
-    const std::set<std::uint32_t> threads = NewThreads(before);
-    if (threads.empty()) {
-        throw std::runtime_error("capture thread not found");
+    const std::set<std::uint32_t> subject = NewThreads(before);
+    const std::set<std::uint32_t> beforePeer = test::ThreadIds();
+    {
+        const BareCapture bare;
+        Sleep(kSettlingMilliseconds);
+        const std::set<std::uint32_t> peer = NewThreads(beforePeer);
+        const double subjectStart = ProcessorMilliseconds(subject);
+        const double peerStart = ProcessorMilliseconds(peer);
+        Sleep(static_cast<DWORD>(seconds) * 1000);
+        const double subjectTime = ProcessorMilliseconds(subject) - subjectStart;
+        const double peerTime = ProcessorMilliseconds(peer) - peerStart;
+        const double ratio = subjectTime / peerTime;
+        report.Add({name, "bare loop", subjectTime, peerTime, ratio, ratio, ratio, limit});
     }
-    const double start = ProcessorMilliseconds(threads);
-    Sleep(static_cast<DWORD>(seconds) * 1000);
-    const double used = ProcessorMilliseconds(threads) - start;
     StopAudioCapture();
-    const double elapsed = seconds * 1000.0;
-    const double share = used / elapsed;
-    report.Add({name, "elapsed time", used, elapsed, share, share, share, kShareLimit});
 }
 
 /// Reports the median time of 20,000 calls.
@@ -119,9 +214,9 @@ void MeasureLoads(Report& report) {
 }
 
 void MeasureAll(int seconds, Report& report) {
-    MeasureThread("no packets", "packets=never", seconds, report);
-    MeasureThread("silence", "signal=silence", seconds, report);
-    MeasureThread("sound", "signal=sine;hertz=440", seconds, report);
+    MeasureThread("capture thread, no packets", "packets=never", seconds, std::nullopt, report);
+    MeasureThread("capture thread, silence", "signal=silence", seconds, kBareLoopLimit, report);
+    MeasureThread("capture thread, sound", "signal=sine;hertz=440", seconds, kBareLoopLimit, report);
     TimeBothSidesOfTheLock(report);
     MeasureLoads(report);
 }

@@ -15,6 +15,8 @@ add_compile_options(
   "-ffile-prefix-map=${PROJECT_SOURCE_DIR}=." "-ffile-prefix-map=${PROJECT_BINARY_DIR}=build")
 
 if(WIN32)
+  # Functions and lines of a crash address; they do not change the code.
+  set(PIXELFORGE_LINE_TABLES $<$<CONFIG:Release>:-g1>)
   enable_language(RC)
   add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX STRICT _WIN32_WINNT=0x0A00)
   # No link time in the binaries: equal sources give equal bytes.

@@ -1,6 +1,8 @@
 # The archive for users: module, stand-in host, examples, docs, and the licences of everything linked in.
 
 install(TARGETS Pixelforge preview RUNTIME DESTINATION .)
+# For an archive of their own.
+install(FILES "$<TARGET_FILE:Pixelforge>.debug" "$<TARGET_FILE:preview>.debug" DESTINATION symbols)
 
 # Only files under version control, so that no stray file gets in.
 install(CODE "set(source \"${PROJECT_SOURCE_DIR}\")")

@@ -1,4 +1,4 @@
-# The two functions that folders use to declare their libraries and tests.
+# The functions that folders use to declare their libraries, tests and products.
 
 # pixelforge_library(<name> SOURCES ... [LINK ...] [WINDOWS_LINK ...])
 # declares the static library pixelforge::<name>. Sources named *_windows.cpp or *_native.cpp are compiled
@@ -17,6 +17,7 @@ function(pixelforge_library name)
   endif()
   if(sources)
     add_library(pixelforge_${name} STATIC ${sources})
+    target_compile_options(pixelforge_${name} PRIVATE ${PIXELFORGE_LINE_TABLES})
     set(scope PUBLIC)
   else()
     add_library(pixelforge_${name} INTERFACE)
@@ -25,6 +26,17 @@ function(pixelforge_library name)
   add_library(pixelforge::${name} ALIAS pixelforge_${name})
   target_include_directories(pixelforge_${name} ${scope} "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}")
   target_link_libraries(pixelforge_${name} ${scope} ${links})
+endfunction()
+
+# pixelforge_separate_symbols(<target>)
+# moves the symbols of a product into a file beside it, <file>.debug, and leaves a link to that.
+function(pixelforge_separate_symbols target)
+  target_compile_options(${target} PRIVATE ${PIXELFORGE_LINE_TABLES})
+  set(file "$<TARGET_FILE:${target}>")
+  add_custom_command(TARGET ${target} POST_BUILD
+    COMMAND "${CMAKE_OBJCOPY}" --only-keep-debug "${file}" "${file}.debug"
+    COMMAND "${CMAKE_OBJCOPY}" --strip-all "--add-gnu-debuglink=${file}.debug" "${file}"
+    VERBATIM)
 endfunction()
 
 # pixelforge_test(<name> SOURCES ... [WINDOWS_SOURCES ...] [LINK ...] [WINDOWS_LINK ...] [WINDOWS_ONLY]

@@ -72,6 +72,8 @@ ExitStatus RunAndReport() {
 }  // namespace
 
 int main() {
+    // The current folder becomes that of a stranger's shader: no library is looked up there.
+    SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     const ExitStatus status = RunAndReport();
     // Everything of ours is closed. An ordinary exit runs the graphics driver's clean-up, which under Wine
     // can crash or exceed the time that the server allows, and then the status would be lost.

@@ -7,6 +7,7 @@ set(CMAKE_CXX_COMPILER clang++)
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
+set(CMAKE_OBJCOPY x86_64-w64-mingw32-objcopy)
 
 # clang expects gcc's folder to be named by version alone; Debian's name includes the thread model.
 if(NOT DEFINED PIXELFORGE_SYSROOT)

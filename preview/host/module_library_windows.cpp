@@ -28,7 +28,8 @@ std::wstring ModulePathBesideProgram() {
 }
 
 ModuleLibrary::ModuleLibrary(const std::wstring& path)
-    : library_(LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH)) {
+    : library_(LoadLibraryExW(path.c_str(), nullptr,
+                              LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)) {
     if (!library_) {
         throw HostError(ExitStatus::Failed, WithLastError("cannot load the module " + ToUtf8(path)));
     }

@@ -5,21 +5,17 @@
 
 #include <cstdint>
 
-#include "post/vector_path.h"
-
 namespace pixelforge {
 
 /// Writes the colour of every non-black pixel, with a top byte of 0; where the frame is black (whatever its
 /// alpha) the destination is unchanged. Returns 1, or 0 with nothing written if a pointer is null or the
 /// count is 0.
-std::int32_t ForegroundCopy(const void* sourceBits, void* destinationBits, std::uint32_t pixelCount,
-                            VectorPath path = BestVectorPath()) noexcept;
+std::int32_t ForegroundCopy(const void* sourceBits, void* destinationBits, std::uint32_t pixelCount) noexcept;
 
 /// Writes (blue + green + red) / `levelDivisor` as a 32-bit word, for every pixel or, with `foregroundOnly`,
 /// for non-black ones. Returns 1, or 0 with nothing written if a pointer is null or the count or the divisor
 /// is 0.
 std::int32_t LevelCopy(const void* sourceBits, void* destinationBits, std::uint32_t pixelCount,
-                       std::uint32_t levelDivisor, std::int32_t foregroundOnly,
-                       VectorPath path = BestVectorPath()) noexcept;
+                       std::uint32_t levelDivisor, std::int32_t foregroundOnly) noexcept;
 
 }  // namespace pixelforge

@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-#include "post/vector_path.h"
-
 namespace pixelforge {
 
 /// A picture of 32-bit words without row padding. Any alignment; not owned.
@@ -32,7 +30,7 @@ struct TileGrid {
 /// `frameWidth` x `frameHeight` is repeated in alternating mirror images. Returns 1, or 0 with nothing
 /// written if a picture has no bits or a side below 1, or a tile count is below 1. The pictures must not
 /// overlap. Runs on the calling thread and allocates nothing.
-std::int32_t TileRemap(const PixelView& destination, const ConstPixelView& source, const TileGrid& grid,
-                       VectorPath path = BestVectorPath()) noexcept;
+std::int32_t TileRemap(const PixelView& destination, const ConstPixelView& source,
+                       const TileGrid& grid) noexcept;
 
 }  // namespace pixelforge

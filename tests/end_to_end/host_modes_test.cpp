@@ -1,4 +1,4 @@
-// Other hosts than `preview`, in real processes: one per kind of installation, and the integrators' example.
+// Hosts in real processes: each kind of installation, the integrators' example, and which libraries load.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -100,6 +100,23 @@ TEST(ExampleHost, DrawsAPlaylist) {
     EXPECT_TRUE(output && std::fgets(color, sizeof color, output));
     EXPECT_EQ(_pclose(output), 0);
     EXPECT_STREQ(color, "ff9933\n");
+}
+
+// The sound system looks for this optional library by name alone.
+TEST(HostModes, PreviewLoadsNoLibraryFromTheShadersFolder) {
+    const TempFolder temp;
+    const fs::path programs = preview::ModulePathBesideProgram();
+    const fs::path mark = temp.Path() / "planted library ran";
+    const fs::path library = temp.Path() / "wineoss.drv";
+    fs::copy_file(programs.parent_path() / "planted_library.dll", library);
+    const fs::path shader = temp.Write("a.glsl", "void mainImage(out vec4 c, vec2 p) { c = vec4(1); }");
+    const fs::path preview = programs.parent_path() / "preview.exe";
+    EXPECT_EQ(_wspawnl(_P_WAIT, preview.c_str(), Quoted(preview).c_str(), Quoted(shader).c_str(), L"--size",
+                       L"64x36", L"--frames", L"60", static_cast<wchar_t*>(nullptr)),
+              0);
+    EXPECT_FALSE(fs::exists(mark));
+    FreeLibrary(LoadLibraryW(library.c_str()));
+    EXPECT_TRUE(fs::exists(mark)) << "the planted library would not have shown that it ran";
 }
 
 }  // namespace

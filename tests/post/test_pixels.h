@@ -1,14 +1,11 @@
-// Helpers for the kernel tests: random pictures, guarded buffers at any alignment, all code paths.
+// Helpers for the kernel tests: random pictures and guarded buffers at any alignment.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <random>
 #include <vector>
-
-#include "post/vector_path.h"
 
 namespace pixelforge {
 
@@ -24,12 +21,6 @@ inline std::vector<std::uint32_t> RandomPixels(Random& random, std::size_t count
         pixel = any & masks[random() % 3];
     }
     return pixels;
-}
-
-inline std::vector<VectorPath> AvailablePaths() {
-    std::vector<VectorPath> paths = {VectorPath::Portable, VectorPath::Sse2, VectorPath::Avx2};
-    std::erase_if(paths, [](VectorPath path) { return path > BestVectorPath(); });
-    return paths;
 }
 
 /// A copy of pixels at a chosen byte alignment, between guard bytes. Equality includes the guards.
