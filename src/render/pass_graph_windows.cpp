@@ -7,7 +7,6 @@
 
 #include <string>
 
-#include "base/debug_output.h"
 #include "base/load_error.h"
 #include "glsl/pass_source.h"
 #include "render/channel_textures.h"
@@ -51,6 +50,7 @@ void ApplyBuildSettings(GlRenderer& renderer) noexcept {
 
 void RestartClock(GlRenderer& renderer) noexcept {
     renderer.startTick = GetTickCount64();
+    renderer.exactTime = 0.0;
     renderer.time = 0.0F;
     renderer.frameCounter = -1;
 }
@@ -131,9 +131,9 @@ private:
     GlRenderer* renderer_;
 };
 
-void ReportMissingImage(const GlRenderer& renderer) {
+void ReportMissingImage(GlRenderer& renderer) {
     if (!IsDrawableSlot(renderer.slots[static_cast<std::size_t>(PassKind::Image)].number)) {
-        WriteDebugLine("the shader has no Image pass, so there is no picture to read back");
+        ReportUndrawable(renderer, "the shader has no Image pass");
     }
 }
 
