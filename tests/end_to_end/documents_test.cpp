@@ -41,6 +41,13 @@ TEST(Documents, FaultyOnesFailEveryFrameWithAReasonAndDoNotAffectTheNext) {
         {"no code", image(""), "mainImage"},
         {"an entry function without a body", image("void mainImage(out vec4 c, in vec2 p);"),
          "Image does not link"},
+        {"three broken passes, all named in one line",
+         DocumentBuilder()
+             .Buffer('A', "x")
+             .Buffer('C', "void mainImage(out vec4 c, in vec2 p);")
+             .Image("y")
+             .Json(),
+         "Buffer A does not compile, Buffer C does not link, Image does not compile"},
         {"a cube pass without its own entry function",
          DocumentBuilder().Pass("cubemap", "Cube A", kBlack).Image(kBlack).Json(), "Cube A: SUFFIX:"},
         {"a malformed include", image("#include <x>\n" + kBlack), "malformed #include"},
