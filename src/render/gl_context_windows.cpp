@@ -82,8 +82,12 @@ private:
     HWND window_ = nullptr;
 };
 
-/// A window keeps its first pixel format for life; later attempts fail without effect.
+/// A window keeps its first pixel format for life. Choosing one can take as long as all the rest of creating
+/// a context.
 void SetWindowPixelFormat(HDC dc) noexcept {
+    if (GetPixelFormat(dc) != 0) {
+        return;
+    }
     PIXELFORMATDESCRIPTOR format = {};
     format.nSize = sizeof(format);
     format.nVersion = 1;
