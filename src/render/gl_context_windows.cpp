@@ -161,8 +161,8 @@ struct DcSearch {
     BOOL goesOn;
 };
 
-/// It has a pixel format, as GL needs one, and no device context of its own. If there are several such
-/// windows, the system prefers to lend each the device context that it had last.
+/// Possible are windows with a pixel format, as GL needs one, and without a device context of their own. Of
+/// several it is the one to which the system lends the same device context again: it prefers the last one.
 void CheckWindow(HWND window, DcSearch& search) noexcept {
     if (GetClassLongPtrW(window, GCL_STYLE) & (CS_OWNDC | CS_CLASSDC)) {
         return;
@@ -206,11 +206,12 @@ bool MakeCurrentOn(HWND window, HGLRC context) noexcept {
     return dc && wglMakeCurrent(dc.Get(), context);
 }
 
+/// Some drivers return addresses of functions that they do not support, hence the versions and extensions.
 bool WasReset() noexcept {
-    if (glGetGraphicsResetStatus) {
+    if ((GLEW_VERSION_4_5 || GLEW_KHR_robustness) && glGetGraphicsResetStatus) {
         return glGetGraphicsResetStatus() != GL_NO_ERROR;
     }
-    return glGetGraphicsResetStatusARB && glGetGraphicsResetStatusARB() != GL_NO_ERROR;
+    return GLEW_ARB_robustness && glGetGraphicsResetStatusARB && glGetGraphicsResetStatusARB() != GL_NO_ERROR;
 }
 
 }  // namespace

@@ -52,7 +52,7 @@ bool CheckLinked(PassSlot& slot, GlName program, const LineMap& lines) {
     return status == 1;
 }
 
-/// By default a driver may use fewer threads than it has.
+/// By default a driver may use fewer threads than it could.
 void AllowAllCompilerThreads() {
     if (GLEW_KHR_parallel_shader_compile && glMaxShaderCompilerThreadsKHR) {
         glMaxShaderCompilerThreadsKHR(0xFFFFFFFFU);
@@ -117,14 +117,16 @@ void ProgramBuild::StartLinking() {
 }
 
 void ProgramBuild::Finish() {
-    if (!HasCompiled(vertexShader_.Get())) {
+    const bool vertexCompiled = HasCompiled(vertexShader_.Get());
+    ReportGlError();
+    if (!vertexCompiled) {
         throw LoadError("the vertex shader does not compile");
     }
     std::string faults;
     for (Pass& pass : passes_) {
         const std::string fault = FinishPass(pass);
         if (!fault.empty()) {
-            faults += (faults.empty() ? "" : ", ") + (PassNarrowName(pass.slot->number) + fault);
+            faults += (faults.empty() ? "" : ", ") + fault;
         }
     }
     if (!faults.empty()) {
@@ -132,18 +134,18 @@ void ProgramBuild::Finish() {
     }
 }
 
-/// Returns the fault as it follows the pass's name; empty on success. Detaches the shaders, so that their
-/// owners can delete them.
+/// Returns the fault; empty on success. Detaches the shaders, so that their owners can delete them.
 std::string ProgramBuild::FinishPass(Pass& pass) const {
     PassSlot& slot = *pass.slot;
+    const std::string name = PassNarrowName(slot.number);
     if (!slot.source) {
-        return ": malformed #include, or out of memory";
+        return name + ": malformed #include, or out of memory";
     }
     if (!CheckCompiled(slot, pass.fragmentShader.Get(), pass.lines)) {
-        return " does not compile";
+        return name + " does not compile";
     }
     if (!CheckLinked(slot, pass.program.Get(), pass.lines)) {
-        return " does not link";
+        return name + " does not link";
     }
     glDetachShader(pass.program.Get(), vertexShader_.Get());
     glDetachShader(pass.program.Get(), pass.fragmentShader.Get());

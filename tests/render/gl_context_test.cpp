@@ -90,8 +90,7 @@ TEST(GlContext, AnUnusableContextIsRefused) {
 }
 
 TEST(GlContext, IsLostOnAResetWhereTheDriverReportsThem) {
-    const Stage known;
-    ASSERT_FALSE(WGLEW_ARB_create_context_robustness) << "then every context shows it";
+    const Stage first;  // loads the entry points
     __WGLEW_ARB_create_context_robustness = GL_TRUE;
     const Stage stage;
     GLint flags = 0;
