@@ -4,9 +4,7 @@
 #include <GL/glew.h>
 
 #include <algorithm>
-#include <chrono>
 #include <stdexcept>
-#include <utility>
 
 #include "base/bitmap.h"
 #include "document/document_reader.h"
@@ -22,18 +20,6 @@ void Require(bool done, const std::string& what) {
         throw std::runtime_error("the bare loop cannot " + what);
     }
 }
-
-class Stopwatch {
-public:
-    /// Milliseconds since construction or the last call.
-    double Lap() {
-        const auto now = std::chrono::steady_clock::now();
-        return std::chrono::duration<double, std::milli>(now - std::exchange(begin_, now)).count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
-};
 
 GLuint Compile(GLenum stage, const char* text) {
     const GLuint shader = glCreateShader(stage);
@@ -70,6 +56,9 @@ BareLoop::BareLoop(std::int32_t width, std::int32_t height)
     format.iPixelType = PFD_TYPE_RGBA;
     format.cColorBits = 32;
     SetPixelFormat(dc_, ChoosePixelFormat(dc_, &format), &format);
+}
+
+void BareLoop::CreateContext() {
     context_ = wglCreateContext(dc_);
     MakeCurrent();
     glewExperimental = GL_TRUE;
@@ -83,8 +72,7 @@ BareLoop::BareLoop(std::int32_t width, std::int32_t height)
 }
 
 BareLoop::~BareLoop() {
-    wglMakeCurrent(nullptr, nullptr);
-    wglDeleteContext(context_);
+    Release();
     ReleaseDC(window_.Handle(), dc_);
 }
 
@@ -106,12 +94,11 @@ void BareLoop::MakeCurrent() {
     Require(wglMakeCurrent(dc_, context_), "make its context current");
 }
 
+/// The programs and targets go with their context.
 void BareLoop::Release() {
-    for (const Pass& pass : passes_) {
-        glDeleteProgram(pass.program);
-        glDeleteFramebuffers(2, pass.framebuffers);
-        glDeleteTextures(2, pass.textures);
-    }
+    wglMakeCurrent(nullptr, nullptr);
+    wglDeleteContext(context_);
+    context_ = nullptr;
     passes_.clear();
     frame_ = 0;
 }
@@ -134,25 +121,27 @@ std::vector<std::string> BareLoop::AssembleSources(const std::string& json) {
 }
 
 LoadTimes BareLoop::Load(const std::string& json) {
-    Release();
     LoadTimes times;
     Stopwatch watch;
+    Release();
+    CreateContext();
+    times["context"] = watch.Lap();
     const std::vector<std::string> sources = AssembleSources(json);
-    times.source = watch.Lap();
+    times["text"] = watch.Lap();
     const GLuint vertexShader = Compile(GL_VERTEX_SHADER, kVertexShaderSource);
-    times.compile = watch.Lap();
+    times["compile"] = watch.Lap();
     for (std::size_t i = 0; i < passes_.size(); ++i) {
         const GLuint fragmentShader = Compile(GL_FRAGMENT_SHADER, sources[i].c_str());
-        times.compile += watch.Lap();
+        times["compile"] += watch.Lap();
         passes_[i].program = Link(vertexShader, fragmentShader);
         glDeleteShader(fragmentShader);
         SetConstants(passes_[i]);
-        times.link += watch.Lap();
+        times["link"] += watch.Lap();
     }
     glDeleteShader(vertexShader);
     CreateTargets();
     glFinish();
-    times.targets = watch.Lap();
+    times["targets"] = watch.Lap();
     return times;
 }
 

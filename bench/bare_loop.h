@@ -4,8 +4,11 @@
 
 #include <windows.h>
 
+#include <chrono>
+#include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "document/shader_document.h"
@@ -14,25 +17,34 @@
 
 namespace pixelforge::bench {
 
-/// In milliseconds.
-struct LoadTimes {
-    double source = 0;  ///< reading the document and assembling its passes
-    double compile = 0;
-    double link = 0;
-    double targets = 0;
+/// Milliseconds of a load's parts: "context", "text" (reading the document and assembling its passes),
+/// "compile", "link", "media" and "targets".
+using LoadTimes = std::map<std::string, double>;
+
+class Stopwatch {
+public:
+    /// Milliseconds since construction or the last call.
+    double Lap() {
+        const auto now = std::chrono::steady_clock::now();
+        return std::chrono::duration<double, std::milli>(now - std::exchange(begin_, now)).count();
+    }
+
+private:
+    std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
 /// Supports only Image and Buffer passes whose channels read buffers. Throws std::runtime_error if a GL call
 /// fails.
 class BareLoop {
 public:
-    /// Creates window, bitmap and context, and makes the context current.
+    /// Creates window and bitmap.
     BareLoop(std::int32_t width, std::int32_t height);
     ~BareLoop();
     BareLoop(const BareLoop&) = delete;
     BareLoop& operator=(const BareLoop&) = delete;
 
-    /// Replaces the loaded shader. Only iResolution and iFrame are set, not iTime.
+    /// Replaces the loaded shader and the context, which is then current. Only iResolution and iFrame are
+    /// set, not iTime.
     LoadTimes Load(const std::string& json);
 
     void MakeCurrent();
@@ -50,6 +62,7 @@ private:
         int current = 0;
     };
 
+    void CreateContext();
     void CreateQuad();
     void Release();
     std::vector<std::string> AssembleSources(const std::string& json);
@@ -64,7 +77,7 @@ private:
     preview::HostWindow window_;
     preview::HostSurface surface_;
     HDC dc_;
-    HGLRC context_;
+    HGLRC context_ = nullptr;
     std::unique_ptr<ShaderDocument> document_;
     std::vector<Pass> passes_;
     int frame_ = 0;

@@ -1,10 +1,24 @@
 // Frames and loads of the module, as the host sees them, against a bare loop in the same process.
+#include <windows.h>
+
+#include <GL/glew.h>
+
 #include <algorithm>
+#include <map>
 #include <stdexcept>
 #include <string>
 
+#include "base/bitmap.h"
+#include "base/text.h"
 #include "bench/bare_loop.h"
 #include "bench/paired_runner.h"
+#include "glsl/include_preprocessor.h"
+#include "module/shader_loader.h"
+#include "preview/host/staged_shader.h"
+#include "render/gl_renderer.h"
+#include "render/pass_graph.h"
+#include "render/render_frame.h"
+#include "service/http_get.h"
 #include "tests/end_to_end/module_run.h"
 
 namespace pixelforge::bench {
@@ -13,6 +27,7 @@ namespace {
 constexpr std::int32_t kWidth = 1280;
 constexpr std::int32_t kHeight = 720;
 constexpr double kFrameLimit = 1.05;
+constexpr double kLoadLimit = 1.1;
 constexpr int kFramesPerLoad = 30;  ///< a load takes longer than this many frames
 
 struct Shader {
@@ -80,33 +95,83 @@ void CompareFrames(const Shader& shader, test::ModuleRun& run, BareLoop& bare, i
     RequireSamePicture(run.Session().Pixels(), bare.Pixels());
 }
 
+/// The whole load through the DLL's interface, with the first frame.
 void CompareLoads(const Shader& shader, test::ModuleRun& run, BareLoop& bare, int rounds, Report& report) {
-    std::vector<LoadTimes> loads;
     const Side ours = {"load and first frame, " + shader.name,
                        [&] {
                            run.Session().Initialize();
                            RequireDrawn(run.Frame());
                        },
                        ReleaseCurrent};
-    const Side peer = {"bare loop",
-                       [&] {
-                           loads.push_back(bare.Load(shader.json));
+    const Side peer = {"bare loop", [&] {
+                           bare.Load(shader.json);
                            bare.DrawFrame();
-                       },
-                       [&] { bare.MakeCurrent(); }};
-    report.Add(Compare(ours, peer, rounds, std::nullopt));
-    const auto add = [&](const char* part, double LoadTimes::*time) {
-        std::vector<double> times;
-        times.reserve(loads.size());
-        for (const LoadTimes& load : loads) {
-            times.push_back(load.*time);
+                       }};
+    report.Add(Compare(ours, peer, rounds, kLoadLimit));
+}
+
+/// The loader's steps, taken from the libraries that the DLL consists of, with the times between them.
+class OwnLoad {
+public:
+    explicit OwnLoad(const Shader& shader)
+        : shader_(preview::StagedShader::OfDocument(BytesOf(shader.json))) {}
+
+    LoadTimes Run() {
+        LoadTimes times;
+        Stopwatch watch;
+        renderer_.reset();
+        renderer_ = CreateGlRenderer(window_.Handle(), kWidth, kHeight);
+        renderer_->includes = includes_.get();
+        times["context"] = watch.Lap();
+        std::string reason;
+        if (!LoadShaderById(session_.get(), shader_.AliasPath().c_str(), &renderer_->document, reason)) {
+            throw std::runtime_error(reason);
         }
-        report.Add(Timing{"  bare load: " + std::string(part), Quantile(times, 0.5)});
-    };
-    add("source", &LoadTimes::source);
-    add("compile", &LoadTimes::compile);
-    add("link", &LoadTimes::link);
-    add("targets", &LoadTimes::targets);
+        times["text"] = watch.Lap();
+        BuildPassGraph(*renderer_, [&](const char* step) {
+            glFinish();
+            times[step] += watch.Lap();
+        });
+        const FrameParameters parameters = {1, 0.25F};
+        RenderFrame(renderer_.get(), &parameters, 1, 0, 0);
+        ReadFrameIntoBitmap(renderer_.get(), PixelsOf(surface_.Bitmap()));
+        times["first frame"] = watch.Lap();
+        return times;
+    }
+
+private:
+    preview::StagedShader shader_;
+    preview::HostWindow window_{kWidth, kHeight};
+    preview::HostSurface surface_{kWidth, kHeight};
+    HeapRecord<InternetSession> session_ = OpenInternetSession();
+    HeapRecord<IncludeContext> includes_ = NewHeapRecord<IncludeContext>();
+    HeapRecord<GlRenderer> renderer_;
+};
+
+LoadTimes LoadBare(const Shader& shader, BareLoop& bare) {
+    LoadTimes times = bare.Load(shader.json);
+    Stopwatch watch;
+    bare.DrawFrame();
+    times["first frame"] = watch.Lap();
+    return times;
+}
+
+void CompareParts(const Shader& shader, BareLoop& bare, int rounds, Report& report) {
+    OwnLoad own(shader);
+    std::map<std::string, std::vector<double>> ours;
+    std::map<std::string, std::vector<double>> peers;
+    for (int round = 0; round < rounds; ++round) {
+        for (const auto& [part, time] : own.Run()) {
+            ours[part].push_back(time);
+        }
+        for (const auto& [part, time] : LoadBare(shader, bare)) {
+            peers[part].push_back(time);
+        }
+    }
+    for (const char* part : {"context", "text", "compile", "link", "targets", "first frame"}) {
+        report.Add(Summarise(std::string("  ") + part, "bare loop", ours[part], peers[part], std::nullopt));
+    }
+    report.Add(Timing{"  media", Quantile(ours["media"], 0.5)});
 }
 
 void CompareAll(int rounds, Report& report) {
@@ -118,7 +183,9 @@ void CompareAll(int rounds, Report& report) {
         BareLoop bare(kWidth, kHeight);
         bare.Load(shader.json);
         CompareFrames(shader, run, bare, rounds, report);
-        CompareLoads(shader, run, bare, std::max(1, rounds / kFramesPerLoad), report);
+        const int loads = std::max(1, rounds / kFramesPerLoad);
+        CompareLoads(shader, run, bare, loads, report);
+        CompareParts(shader, bare, loads, report);
     }
 }
 

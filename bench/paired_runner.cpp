@@ -45,17 +45,25 @@ Comparison Compare(const Side& subject, const Side& peer, int rounds, std::optio
     MillisecondsOf(peer);
     std::vector<double> subjectTimes;
     std::vector<double> peerTimes;
-    std::vector<double> ratios;
     for (int round = 0; round < rounds; ++round) {
         const bool subjectFirst = round % 2 == 0;
         const double first = MillisecondsOf(subjectFirst ? subject : peer);
         const double second = MillisecondsOf(subjectFirst ? peer : subject);
         subjectTimes.push_back(subjectFirst ? first : second);
         peerTimes.push_back(subjectFirst ? second : first);
-        ratios.push_back(subjectTimes.back() / peerTimes.back());
     }
-    return {subject.name,
-            peer.name,
+    return Summarise(subject.name, peer.name, subjectTimes, peerTimes, limit);
+}
+
+Comparison Summarise(const std::string& subject, const std::string& peer,
+                     const std::vector<double>& subjectTimes, const std::vector<double>& peerTimes,
+                     std::optional<double> limit) {
+    std::vector<double> ratios;
+    for (std::size_t round = 0; round < subjectTimes.size(); ++round) {
+        ratios.push_back(subjectTimes[round] / peerTimes[round]);
+    }
+    return {subject,
+            peer,
             Quantile(subjectTimes, 0.5),
             Quantile(peerTimes, 0.5),
             Quantile(ratios, 0.5),

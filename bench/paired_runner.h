@@ -33,6 +33,11 @@ struct Side {
 /// time natively, which excludes other programs, and wall time on Windows, where GL uses its own threads.
 Comparison Compare(const Side& subject, const Side& peer, int rounds, std::optional<double> limit);
 
+/// Sums up times of the same rounds (not empty), one of each side per round.
+Comparison Summarise(const std::string& subject, const std::string& peer,
+                     const std::vector<double>& subjectTimes, const std::vector<double>& peerTimes,
+                     std::optional<double> limit);
+
 /// The quantile `share` of the values (not empty); 0.5 is the median.
 double Quantile(std::vector<double> values, double share);
 

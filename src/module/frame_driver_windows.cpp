@@ -68,6 +68,15 @@ bool ResetIsDue(ModuleInstance& instance) {
     return true;
 }
 
+/// Reports the frame, once a load. A lost context makes the next frame load again.
+void GiveUpContext(ModuleInstance& instance, const DrawContext& context) {
+    GlRenderer& renderer = *instance.renderer;
+    ReportUndrawable(renderer, WhyNotCurrent(renderer, context.window));
+    if (renderer.contextLost) {
+        instance.needsLoad = 1;
+    }
+}
+
 bool RenderOneFrame(ModuleInstance& instance) {
     const FrameParameters parameters = {1, DecimalValue(instance, control::kSpeed)};
     return RenderFrame(instance.renderer, &parameters, 1, 0, 0) != 0;
@@ -111,6 +120,7 @@ void Composite(const FrameBitmaps& bitmaps, const DrawContext& context, bool for
 /// or foreground pixels are copied to the host's bitmap; otherwise the frame stays there for tiling.
 bool DeliverFrame(ModuleInstance& instance, const DrawContext& context, const FrameBitmaps& bitmaps) {
     if (!ReadFrameIntoBitmap(instance.renderer, instance.useOffscreen ? bitmaps.own : bitmaps.host)) {
+        ReportUndrawable(*instance.renderer, "the bitmap is missing, not 32-bit or not of the frame's size");
         return false;
     }
     const bool foregroundOnly = SwitchValue(instance, control::kForegroundOnly);
@@ -135,7 +145,7 @@ void TileFrame(const ModuleInstance& instance, const DrawContext& context, const
 }  // namespace
 
 FrameResult DrawFrame(ModuleInstance& instance, const DrawContext& context) {
-    const CurrentContextKeeper callersContext;
+    const CurrentContextKeeper callersContext(context.window);
     if (instance.needsLoad) {
         if (!PendingLoad(instance).Run(context)) {
             return FrameResult::Failed;
@@ -148,6 +158,7 @@ FrameResult DrawFrame(ModuleInstance& instance, const DrawContext& context) {
         return FrameResult::NothingDrawn;
     }
     if (instance.renderer && !MakeRendererCurrent(*instance.renderer, context.window)) {
+        GiveUpContext(instance, context);
         return FrameResult::Failed;
     }
     if (ResetIsDue(instance)) {

@@ -12,6 +12,7 @@
 #include "module/module_instance.h"
 #include "module/overlay.h"
 #include "module/playlist.h"
+#include "render/gl_context.h"
 #include "render/gl_renderer.h"
 #include "render/pass_graph.h"
 
@@ -39,9 +40,10 @@ void CreateRenderer(ModuleInstance& instance, const DrawContext& context) {
     }
     SetBufferFormat(SwitchValue(instance, control::kFastBuffers));
     instance.renderer = CreateGlRenderer(instance.renderWindow, context.width, context.height).release();
-    if (!instance.renderer || !instance.renderer->contextReady || !instance.renderer->glewReady) {
-        throw LoadError("no usable OpenGL context");
+    if (!instance.renderer) {
+        throw LoadError("out of memory");
     }
+    RequireUsableContext(*instance.renderer);
     instance.errorFlag = 0;
 }
 

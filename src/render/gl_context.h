@@ -9,11 +9,13 @@ namespace pixelforge {
 
 struct GlRenderer;
 
-/// Saves the thread's current context and restores it at the end of the scope. If there was none, or it no
-/// longer exists, nothing is current afterwards.
+/// Saves the thread's current context and restores it at the end of the scope, on a new device context if the
+/// caller has released the old one. If there was none, or it no longer exists, nothing is current afterwards.
 class CurrentContextKeeper {
 public:
-    CurrentContextKeeper() noexcept;
+    /// The system does not know the window of a released device context. It is searched for among this
+    /// thread's windows, with `ownWindow`, the one that the module draws on, as the last choice.
+    explicit CurrentContextKeeper(HWND__* ownWindow = nullptr) noexcept;
     ~CurrentContextKeeper();
     CurrentContextKeeper(const CurrentContextKeeper&) = delete;
     CurrentContextKeeper& operator=(const CurrentContextKeeper&) = delete;
@@ -24,6 +26,7 @@ public:
 private:
     HDC__* dc_;
     HGLRC__* context_;
+    HWND__* window_;  ///< of `dc_`; null without a context
 };
 
 /// Creates the renderer's context on `window`, or on a hidden window if that is null, makes it current and
@@ -38,8 +41,16 @@ void MakeCurrentForRelease(GlRenderer& renderer) noexcept;
 void ReleaseContext(GlRenderer& renderer) noexcept;
 
 /// Makes the renderer's context current on the window's device context. False, without any GL call, if the
-/// context or the entry points are not ready or the context cannot be made current there.
+/// context or the entry points are not ready or the context cannot be made current there. False also after
+/// a reset of the graphics processor, which sets `contextLost`.
 bool MakeRendererCurrent(GlRenderer& renderer, HWND__* window) noexcept;
+
+/// Why `MakeRendererCurrent` failed, as one clause. Sets `contextLost` if the context cannot be made current
+/// on its own window either, although that still exists.
+const char* WhyNotCurrent(GlRenderer& renderer, HWND__* window) noexcept;
+
+/// Throws a `LoadError` if there is no usable context or its OpenGL is older than the shaders' texts need.
+void RequireUsableContext(const GlRenderer& renderer);
 
 /// True if GL calls may be made for this renderer: its context is current and the entry points are loaded.
 bool IsRendererCurrent(const GlRenderer& renderer) noexcept;

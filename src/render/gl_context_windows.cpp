@@ -4,9 +4,13 @@
 #include <windows.h>
 
 #include <GL/glew.h>
+#include <GL/wglew.h>
 
+#include <cstdio>
 #include <cstring>
+#include <string>
 
+#include "base/load_error.h"
 #include "base/win_handles.h"
 #include "render/gl_renderer.h"
 
@@ -16,6 +20,8 @@ namespace {
 constexpr wchar_t kHiddenClassName[] = L"OGLHiddenWindowClass";
 constexpr wchar_t kHiddenWindowName[] = L"OGLHiddenWindow";
 
+constexpr const char* kNoContext = "no usable OpenGL context";
+
 char glVersionText[40] = "Unknown";
 
 LRESULT CALLBACK HiddenWindowProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
@@ -24,6 +30,10 @@ LRESULT CALLBACK HiddenWindowProcedure(HWND window, UINT message, WPARAM wParam,
         return 0;
     }
     return DefWindowProcW(window, message, wParam, lParam);
+}
+
+bool IsReady(const GlRenderer& renderer) noexcept {
+    return renderer.contextReady && renderer.glewReady && !renderer.contextLost;
 }
 
 /// The module that contains this code: the DLL, not the host's executable.
@@ -72,8 +82,12 @@ private:
     HWND window_ = nullptr;
 };
 
-/// A window keeps its first pixel format for life; later attempts fail without effect.
+/// A window keeps its first pixel format for life. Choosing one can take as long as all the rest of creating
+/// a context.
 void SetWindowPixelFormat(HDC dc) noexcept {
+    if (GetPixelFormat(dc) != 0) {
+        return;
+    }
     PIXELFORMATDESCRIPTOR format = {};
     format.nSize = sizeof(format);
     format.nVersion = 1;
@@ -85,6 +99,18 @@ void SetWindowPixelFormat(HDC dc) noexcept {
     SetPixelFormat(dc, closest, &format);
 }
 
+/// If the driver offers it, a context that is lost after a reset of the graphics processor, instead of
+/// drawing undefined pixels from then on. GLEW knows the extension from the process's first context.
+HGLRC NewContext(HDC dc) noexcept {
+    static constexpr int kLostOnReset[] = {WGL_CONTEXT_FLAGS_ARB, WGL_CONTEXT_ROBUST_ACCESS_BIT_ARB,
+                                           WGL_CONTEXT_RESET_NOTIFICATION_STRATEGY_ARB,
+                                           WGL_LOSE_CONTEXT_ON_RESET_ARB, 0};
+    const HGLRC context = WGLEW_ARB_create_context_robustness && wglCreateContextAttribsARB
+                              ? wglCreateContextAttribsARB(dc, nullptr, kLostOnReset)
+                              : nullptr;
+    return context ? context : wglCreateContext(dc);
+}
+
 /// Creates a context on the window and makes it current, replacing the renderer's earlier one.
 bool CreateOnWindow(GlRenderer& renderer, HWND window) noexcept {
     const WindowDc dc(window);
@@ -92,7 +118,7 @@ bool CreateOnWindow(GlRenderer& renderer, HWND window) noexcept {
         return false;
     }
     SetWindowPixelFormat(dc.Get());
-    const HGLRC context = wglCreateContext(dc.Get());
+    const HGLRC context = NewContext(dc.Get());
     if (!context) {
         return false;
     }
@@ -118,16 +144,88 @@ bool LoadEntryPoints() noexcept {
     return glewInit() == GLEW_OK && GLEW_VERSION_3_3 && IsGlUsable();
 }
 
+/// The process's first context is created a second time if only it has shown that the driver reports resets.
+bool CreateWithEntryPoints(GlRenderer& renderer, HWND window) noexcept {
+    const bool reportedResets = WGLEW_ARB_create_context_robustness;
+    if (!CreateOnWindow(renderer, window) || !LoadEntryPoints()) {
+        return false;
+    }
+    return reportedResets || !WGLEW_ARB_create_context_robustness || CreateOnWindow(renderer, window);
+}
+
+/// A search for the window that a released device context belonged to.
+struct DcSearch {
+    HDC dc;
+    HWND ownWindow;
+    HWND found;
+    BOOL goesOn;
+};
+
+/// Possible are windows with a pixel format, as GL needs one, and without a device context of their own. Of
+/// several it is the one to which the system lends the same device context again: it prefers the last one.
+void CheckWindow(HWND window, DcSearch& search) noexcept {
+    if (GetClassLongPtrW(window, GCL_STYLE) & (CS_OWNDC | CS_CLASSDC)) {
+        return;
+    }
+    const WindowDc lent(window);
+    if (GetPixelFormat(lent.Get()) != 0) {
+        search.goesOn = lent.Get() != search.dc;
+        search.found = search.found && search.goesOn ? search.found : window;
+    }
+}
+
+BOOL CALLBACK CheckForeignWindow(HWND window, LPARAM parameter) {
+    DcSearch& search = *reinterpret_cast<DcSearch*>(parameter);
+    if (window != search.ownWindow) {
+        CheckWindow(window, search);
+    }
+    return search.goesOn;
+}
+
+BOOL CALLBACK CheckForeignWindows(HWND window, LPARAM parameter) {
+    if (CheckForeignWindow(window, parameter)) {
+        EnumChildWindows(window, CheckForeignWindow, parameter);
+    }
+    return reinterpret_cast<DcSearch*>(parameter)->goesOn;
+}
+
+HWND WindowOf(HDC dc, HWND ownWindow) noexcept {
+    if (HWND window = WindowFromDC(dc)) {
+        return window;
+    }
+    DcSearch search = {dc, ownWindow, nullptr, TRUE};
+    EnumThreadWindows(GetCurrentThreadId(), CheckForeignWindows, reinterpret_cast<LPARAM>(&search));
+    if (search.goesOn && ownWindow) {
+        CheckWindow(ownWindow, search);
+    }
+    return search.found ? search.found : ownWindow;
+}
+
+bool MakeCurrentOn(HWND window, HGLRC context) noexcept {
+    const WindowDc dc(window);
+    return dc && wglMakeCurrent(dc.Get(), context);
+}
+
+/// Some drivers return addresses of functions that they do not support, hence the versions and extensions.
+bool WasReset() noexcept {
+    if ((GLEW_VERSION_4_5 || GLEW_KHR_robustness) && glGetGraphicsResetStatus) {
+        return glGetGraphicsResetStatus() != GL_NO_ERROR;
+    }
+    return GLEW_ARB_robustness && glGetGraphicsResetStatusARB && glGetGraphicsResetStatusARB() != GL_NO_ERROR;
+}
+
 }  // namespace
 
-CurrentContextKeeper::CurrentContextKeeper() noexcept
-    : dc_(wglGetCurrentDC()), context_(wglGetCurrentContext()) {}
+CurrentContextKeeper::CurrentContextKeeper(HWND ownWindow) noexcept
+    : dc_(wglGetCurrentDC()),
+      context_(wglGetCurrentContext()),
+      window_(context_ ? WindowOf(dc_, ownWindow) : nullptr) {}
 
 CurrentContextKeeper::~CurrentContextKeeper() {
     if (wglGetCurrentContext() == context_ && wglGetCurrentDC() == dc_) {
         return;
     }
-    if (!context_ || !wglMakeCurrent(dc_, context_)) {
+    if (!context_ || (!wglMakeCurrent(dc_, context_) && !MakeCurrentOn(window_, context_))) {
         wglMakeCurrent(nullptr, nullptr);
     }
 }
@@ -148,10 +246,10 @@ bool CreateContext(GlRenderer& renderer, HWND window) {
     renderer.contextWindow = window;
     renderer.useGivenWindow = 1;
     if (window) {
-        renderer.glewReady = CreateOnWindow(renderer, window) && LoadEntryPoints();
+        renderer.glewReady = CreateWithEntryPoints(renderer, window);
     } else {
         const HiddenWindow hidden;
-        renderer.glewReady = hidden.Get() && CreateOnWindow(renderer, hidden.Get()) && LoadEntryPoints();
+        renderer.glewReady = hidden.Get() && CreateWithEntryPoints(renderer, hidden.Get());
     }
     return renderer.glewReady;
 }
@@ -182,17 +280,47 @@ void ReleaseContext(GlRenderer& renderer) noexcept {
 }
 
 bool MakeRendererCurrent(GlRenderer& renderer, HWND window) noexcept {
-    if (!renderer.contextReady || !renderer.glewReady) {
+    if (!IsReady(renderer)) {
         return false;
     }
-    const WindowDc dc(window);
     wglMakeCurrent(nullptr, nullptr);
-    return dc && wglMakeCurrent(dc.Get(), renderer.context) && IsGlUsable();
+    if (!MakeCurrentOn(window, renderer.context) || !IsGlUsable()) {
+        return false;
+    }
+    renderer.contextLost = WasReset();
+    return !renderer.contextLost;
 }
 
 bool IsRendererCurrent(const GlRenderer& renderer) noexcept {
-    return renderer.contextReady && renderer.glewReady && wglGetCurrentContext() == renderer.context &&
-           IsGlUsable();
+    return IsReady(renderer) && wglGetCurrentContext() == renderer.context && IsGlUsable();
+}
+
+const char* WhyNotCurrent(GlRenderer& renderer, HWND window) noexcept {
+    if (!renderer.contextReady || !renderer.glewReady) {
+        return kNoContext;
+    }
+    if (IsWindow(renderer.hostWindow) && !MakeRendererCurrent(renderer, renderer.hostWindow)) {
+        renderer.contextLost = true;
+        return "the OpenGL context is lost";
+    }
+    if (!renderer.hostWindow) {
+        return "there was no window at pre-initialisation";
+    }
+    return IsWindow(window) ? "the window is not the one given at pre-initialisation"
+                            : "the window does not exist";
+}
+
+void RequireUsableContext(const GlRenderer& renderer) {
+    int major = 0;
+    int minor = 0;
+    if (renderer.contextReady && std::sscanf(glVersionText, "%d.%d", &major, &minor) == 2 &&
+        (major < 4 || (major == 4 && minor < 2))) {
+        throw LoadError("needs OpenGL 4.2, this driver has " + std::to_string(major) + "." +
+                        std::to_string(minor));
+    }
+    if (!renderer.contextReady || !renderer.glewReady) {
+        throw LoadError(kNoContext);
+    }
 }
 
 const char* GlVersionText() noexcept {

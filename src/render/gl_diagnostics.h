@@ -12,7 +12,13 @@ namespace pixelforge {
 /// 0, without output, if there is none.
 std::uint32_t ReportGlError();
 
-/// Compiles `text` (NUL-terminated). True if it compiled.
+/// Hands `text` (NUL-terminated) to the driver's compiler, without asking for the result.
+void StartCompile(GlName shader, const char* text);
+
+/// Waits for the compiler. True if the shader compiled.
+bool HasCompiled(GlName shader);
+
+/// Both steps: compiles `text`. True if it compiled.
 bool CompileShaderSource(GlName shader, const char* text);
 
 /// Stores the shader's info log in the slot. An empty log leaves the previous one.

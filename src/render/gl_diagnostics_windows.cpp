@@ -48,12 +48,20 @@ std::uint32_t ReportGlError() {
     return code;
 }
 
-bool CompileShaderSource(GlName shader, const char* text) {
+void StartCompile(GlName shader, const char* text) {
     glShaderSource(shader, 1, &text, nullptr);
     glCompileShader(shader);
+}
+
+bool HasCompiled(GlName shader) {
     GLint status = 0;
     glGetShaderiv(shader, GL_COMPILE_STATUS, &status);
     return status == 1;
+}
+
+bool CompileShaderSource(GlName shader, const char* text) {
+    StartCompile(shader, text);
+    return HasCompiled(shader);
 }
 
 void CaptureInfoLog(GlName shader, PassSlot& slot) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "base/heap.h"
 #include "document/shader_document.h"
@@ -50,9 +51,12 @@ struct GlRenderer {
     std::int32_t sampleExponent;  ///< this graph's targets have 2^n samples; 0 for plain textures
     std::uint32_t bufferFormat;   ///< internal format of this graph's flat targets
     std::int32_t tracksWindowSize;
-    bool inputAttached;  ///< counted as a user of the subclass of `hostWindow`
+    bool inputAttached;    ///< counted as a user of the subclass of `hostWindow`
+    bool contextLost;      ///< only another renderer can draw again
+    bool failureReported;  ///< see `ReportUndrawable`
 
-    float time;                 ///< seconds of shader time
+    double exactTime;           ///< seconds of shader time
+    float time;                 ///< `exactTime` for the shader: as a sum, a float stops growing after days
     float timeDelta;            ///< shader seconds of the last step
     float frameRate;            ///< frames per second since the graph was built
     std::int32_t frameCounter;  ///< -1 before the first frame and after a resize
@@ -76,6 +80,9 @@ HeapRecord<GlRenderer> CreateGlRenderer(HWND__* hostWindow, std::int32_t width, 
 
 /// Releases everything; null is allowed.
 void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept;
+
+/// Writes "cannot draw: " and why, unless this renderer has written such a line before.
+void ReportUndrawable(GlRenderer& renderer, std::string_view reason);
 
 /// Sets the frame's size in pixels.
 void SetResolution(GlRenderer& renderer, std::int32_t width, std::int32_t height) noexcept;

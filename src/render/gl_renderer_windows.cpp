@@ -5,6 +5,9 @@
 
 #include <GL/glew.h>
 
+#include <string>
+
+#include "base/debug_output.h"
 #include "render/gl_context.h"
 #include "render/gl_diagnostics.h"
 #include "render/input_state.h"
@@ -73,7 +76,7 @@ GlRenderer::~GlRenderer() {
     if (inputAttached) {
         DetachWindowInput(hostWindow);
     }
-    CurrentContextKeeper keeper;
+    CurrentContextKeeper keeper(hostWindow);
     keeper.Forget(context);
     MakeCurrentForRelease(*this);
     // Delete every name now, while no foreign context is current.
@@ -88,6 +91,12 @@ GlRenderer::~GlRenderer() {
 
 void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept {
     renderer.reset();
+}
+
+void ReportUndrawable(GlRenderer& renderer, std::string_view reason) {
+    if (!std::exchange(renderer.failureReported, true)) {
+        WriteDebugLine("cannot draw: " + std::string(reason));
+    }
 }
 
 void SetResolution(GlRenderer& renderer, std::int32_t width, std::int32_t height) noexcept {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 
 namespace pixelforge {
 
@@ -18,9 +19,13 @@ void SetSampleExponent(std::int32_t exponent) noexcept;
 
 std::int32_t SampleExponent() noexcept;
 
+/// Receives the name of a step of a build that has just ended, for measuring.
+using StepObserver = std::function<void(const char* step)>;
+
 /// Builds programs, channels and targets for every drawable pass of `renderer.document`. The renderer's
-/// context is current and its include context is set. Throws a `LoadError` that names pass and stage if a
-/// pass cannot be built, after writing the driver's log to the debugger output.
-void BuildPassGraph(GlRenderer& renderer);
+/// context is current and its include context is set. Throws a `LoadError` that names passes and stages if
+/// some pass cannot be built, after writing the driver's logs of all passes to the debugger output. The steps
+/// are "text", "compile", "link", "media" and "targets".
+void BuildPassGraph(GlRenderer& renderer, const StepObserver& onStep = {});
 
 }  // namespace pixelforge

@@ -7,7 +7,6 @@
 
 #include <string>
 
-#include "base/debug_output.h"
 #include "base/load_error.h"
 #include "glsl/pass_source.h"
 #include "render/channel_textures.h"
@@ -51,6 +50,7 @@ void ApplyBuildSettings(GlRenderer& renderer) noexcept {
 
 void RestartClock(GlRenderer& renderer) noexcept {
     renderer.startTick = GetTickCount64();
+    renderer.exactTime = 0.0;
     renderer.time = 0.0F;
     renderer.frameCounter = -1;
 }
@@ -71,13 +71,24 @@ void CreateSlots(GlRenderer& renderer) {
     }
 }
 
-void BuildPrograms(GlRenderer& renderer) {
-    const GlShader vertexShader = CompileVertexStage();
+ProgramBuild AssembleTexts(GlRenderer& renderer) {
+    ProgramBuild programs;
     for (PassSlot& slot : renderer.slots) {
         if (IsDrawableSlot(slot.number)) {
-            BuildPassProgram(slot, renderer.document, renderer.includes, vertexShader);
+            programs.Add(slot, renderer.document, renderer.includes);
         }
     }
+    return programs;
+}
+
+void BuildPrograms(GlRenderer& renderer, const StepObserver& onStep) {
+    ProgramBuild programs = AssembleTexts(renderer);
+    onStep("text");
+    programs.StartCompiling();
+    onStep("compile");
+    programs.StartLinking();
+    programs.Finish();
+    onStep("link");
 }
 
 /// Runs after the programs: a shader that does not compile uploads no media and opens no camera.
@@ -131,9 +142,9 @@ private:
     GlRenderer* renderer_;
 };
 
-void ReportMissingImage(const GlRenderer& renderer) {
+void ReportMissingImage(GlRenderer& renderer) {
     if (!IsDrawableSlot(renderer.slots[static_cast<std::size_t>(PassKind::Image)].number)) {
-        WriteDebugLine("the shader has no Image pass, so there is no picture to read back");
+        ReportUndrawable(renderer, "the shader has no Image pass");
     }
 }
 
@@ -158,7 +169,7 @@ std::int32_t SampleExponent() noexcept {
     return sampleExponent;
 }
 
-void BuildPassGraph(GlRenderer& renderer) {
+void BuildPassGraph(GlRenderer& renderer, const StepObserver& onStep) {
     if (!IsRendererCurrent(renderer)) {
         throw LoadError("no usable OpenGL context");
     }
@@ -168,9 +179,12 @@ void BuildPassGraph(GlRenderer& renderer) {
     RestartClock(renderer);
     CreateSlots(renderer);
     BuildGuard guard(renderer);
-    BuildPrograms(renderer);
+    const StepObserver observe = onStep ? onStep : [](const char*) {};
+    BuildPrograms(renderer, observe);
     CreateChannels(renderer);
+    observe("media");
     BuildTargets(renderer);
+    observe("targets");
     guard.Dismiss();
     DecideSizeTracking(renderer);
     ReportMissingImage(renderer);

@@ -1,7 +1,11 @@
-// A pass's GL program: compiling, linking and the driver's log.
+// The GL programs of a graph's passes: compiling, linking and the driver's logs.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "document/shader_document.h"
+#include "glsl/line_map.h"
 #include "render/gl_handles.h"
 #include "render/pass_slot.h"
 
@@ -9,13 +13,34 @@ namespace pixelforge {
 
 struct IncludeContext;
 
-/// The vertex shader that all programs of a graph share. Throws `LoadError` if it does not compile.
-GlShader CompileVertexStage();
+/// Builds the programs of all passes side by side. Nothing is asked of the driver before `Finish`, so a
+/// driver with several compiler threads works on all passes at the same time. The context is current
+/// throughout.
+class ProgramBuild {
+public:
+    /// Assembles the pass's text, which the slot then holds. The slot must outlive the build.
+    void Add(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes);
 
-/// Assembles the pass's text, compiles and links it. The slot then holds text, program, uniform locations and
-/// the driver's log, also written to the debugger output with positions in the author's lines. After a
-/// failure, a `LoadError` that names pass and stage, the slot keeps text and log but no GL object.
-void BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
-                      const GlShader& vertexShader);
+    void StartCompiling();
+    void StartLinking();
+
+    /// Waits for the driver, pass by pass. Each slot then holds its program, uniform locations and the
+    /// driver's log, also written to the debugger output with positions in the author's lines. Throws a
+    /// `LoadError` that names all failed passes and their stage; their slots keep text and log.
+    void Finish();
+
+private:
+    struct Pass {
+        PassSlot* slot;
+        LineMap lines;
+        GlShader fragmentShader;
+        GlProgram program;
+    };
+
+    std::string FinishPass(Pass& pass) const;
+
+    GlShader vertexShader_;  ///< shared by all programs
+    std::vector<Pass> passes_;
+};
 
 }  // namespace pixelforge

@@ -10,7 +10,6 @@
 #include "base/debug_output.h"
 #include "base/load_error.h"
 #include "glsl/info_log.h"
-#include "glsl/line_map.h"
 #include "glsl/pass_source.h"
 #include "render/gl_diagnostics.h"
 
@@ -33,32 +32,31 @@ void WriteLog(const PassSlot& slot, const LineMap& lines) {
     }
 }
 
-GlShader CompileFragmentStage(PassSlot& slot, const LineMap& lines) {
-    GlShader shader(glCreateShader(GL_FRAGMENT_SHADER));
-    const bool compiled = CompileShaderSource(shader.Get(), slot.source.get());
-    CaptureInfoLog(shader.Get(), slot);
+bool CheckCompiled(PassSlot& slot, GlName fragmentShader, const LineMap& lines) {
+    const bool compiled = HasCompiled(fragmentShader);
+    CaptureInfoLog(fragmentShader, slot);
     WriteLog(slot, lines);
     ReportGlError();
-    return compiled ? std::move(shader) : GlShader();
+    return compiled;
 }
 
-/// Detaches the shaders, so that their owners can delete them.
-GlProgram LinkProgram(PassSlot& slot, GlName vertexShader, GlName fragmentShader, const LineMap& lines) {
-    GlProgram program = GlProgram::Create();
-    glAttachShader(program.Get(), vertexShader);
-    glAttachShader(program.Get(), fragmentShader);
-    glLinkProgram(program.Get());
+bool CheckLinked(PassSlot& slot, GlName program, const LineMap& lines) {
     GLint status = 0;
-    glGetProgramiv(program.Get(), GL_LINK_STATUS, &status);
-    glDetachShader(program.Get(), vertexShader);
-    glDetachShader(program.Get(), fragmentShader);
+    glGetProgramiv(program, GL_LINK_STATUS, &status);
     if (status != 1) {
         ClearLog(slot);
-        CaptureProgramLog(program.Get(), slot);
+        CaptureProgramLog(program, slot);
         WriteLog(slot, lines);
     }
     ReportGlError();
-    return status == 1 ? std::move(program) : GlProgram();
+    return status == 1;
+}
+
+/// By default a driver may use fewer threads than it could.
+void AllowAllCompilerThreads() {
+    if (GLEW_KHR_parallel_shader_compile && glMaxShaderCompilerThreadsKHR) {
+        glMaxShaderCompilerThreadsKHR(0xFFFFFFFFU);
+    }
 }
 
 UniformLocations FindUniforms(GlName program) {
@@ -85,39 +83,75 @@ UniformLocations FindUniforms(GlName program) {
     return found;
 }
 
-[[noreturn]] void Fail(const PassSlot& slot, const char* what) {
-    throw LoadError(std::string(PassNarrowName(slot.number)) + what);
-}
-
 }  // namespace
 
-GlShader CompileVertexStage() {
-    GlShader shader(glCreateShader(GL_VERTEX_SHADER));
-    const bool compiled = CompileShaderSource(shader.Get(), kVertexShaderSource);
-    ReportGlError();
-    if (!compiled) {
-        throw LoadError("the vertex shader does not compile");
-    }
-    return shader;
+void ProgramBuild::Add(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes) {
+    Pass& pass = passes_.emplace_back();
+    pass.slot = &slot;
+    ClearLog(slot);
+    slot.source = AssemblePassSource(&document, includes, &document.passes[slot.number], &pass.lines);
 }
 
-void BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeContext* includes,
-                      const GlShader& vertexShader) {
-    LineMap lines;
-    ClearLog(slot);
-    slot.source = AssemblePassSource(&document, includes, &document.passes[slot.number], &lines);
+void ProgramBuild::StartCompiling() {
+    AllowAllCompilerThreads();
+    vertexShader_ = GlShader(glCreateShader(GL_VERTEX_SHADER));
+    StartCompile(vertexShader_.Get(), kVertexShaderSource);
+    for (Pass& pass : passes_) {
+        if (pass.slot->source) {
+            pass.fragmentShader = GlShader(glCreateShader(GL_FRAGMENT_SHADER));
+            StartCompile(pass.fragmentShader.Get(), pass.slot->source.get());
+        }
+    }
+}
+
+/// A program whose shader does not compile is linked too; it only fails.
+void ProgramBuild::StartLinking() {
+    for (Pass& pass : passes_) {
+        if (pass.fragmentShader) {
+            pass.program = GlProgram::Create();
+            glAttachShader(pass.program.Get(), vertexShader_.Get());
+            glAttachShader(pass.program.Get(), pass.fragmentShader.Get());
+            glLinkProgram(pass.program.Get());
+        }
+    }
+}
+
+void ProgramBuild::Finish() {
+    const bool vertexCompiled = HasCompiled(vertexShader_.Get());
+    ReportGlError();
+    if (!vertexCompiled) {
+        throw LoadError("the vertex shader does not compile");
+    }
+    std::string faults;
+    for (Pass& pass : passes_) {
+        const std::string fault = FinishPass(pass);
+        if (!fault.empty()) {
+            faults += (faults.empty() ? "" : ", ") + fault;
+        }
+    }
+    if (!faults.empty()) {
+        throw LoadError(faults);
+    }
+}
+
+/// Returns the fault; empty on success. Detaches the shaders, so that their owners can delete them.
+std::string ProgramBuild::FinishPass(Pass& pass) const {
+    PassSlot& slot = *pass.slot;
+    const std::string name = PassNarrowName(slot.number);
     if (!slot.source) {
-        throw LoadError(AssemblyFailure(PassNarrowName(slot.number), lines));
+        return AssemblyFailure(name, pass.lines);
     }
-    const GlShader fragmentShader = CompileFragmentStage(slot, lines);
-    if (!fragmentShader) {
-        Fail(slot, " does not compile");
+    if (!CheckCompiled(slot, pass.fragmentShader.Get(), pass.lines)) {
+        return name + " does not compile";
     }
-    slot.program = LinkProgram(slot, vertexShader.Get(), fragmentShader.Get(), lines);
-    if (!slot.program) {
-        Fail(slot, " does not link");
+    if (!CheckLinked(slot, pass.program.Get(), pass.lines)) {
+        return name + " does not link";
     }
+    glDetachShader(pass.program.Get(), vertexShader_.Get());
+    glDetachShader(pass.program.Get(), pass.fragmentShader.Get());
+    slot.program = std::move(pass.program);
     slot.uniforms = FindUniforms(slot.program.Get());
+    return {};
 }
 
 }  // namespace pixelforge

@@ -56,6 +56,7 @@ struct PassSlot {
     UniformLocations uniforms;
     bool isRead;  ///< some channel reads this pass's output
     PassTarget targets[2];
+    bool targetsRefused;   ///< the driver cannot draw into them
     std::int32_t current;  ///< member of the pair that is drawn into next; readers use the other
     float channelTime[kChannels];
     ChannelSize channelResolution[kChannels];

@@ -8,8 +8,9 @@
 namespace pixelforge {
 
 /// Replaces the slot's targets with cleared ones: six faces of fixed size for the cube pass, otherwise flat
-/// ones of the given size in pixels with the renderer's format and sample count.
-void BuildPassTargets(const GlRenderer& renderer, PassSlot& slot, std::int32_t width, std::int32_t height);
+/// ones of the given size in pixels with the renderer's format and sample count. If the driver refuses one,
+/// sets `targetsRefused` and reports it; the slot's targets are then incomplete.
+void BuildPassTargets(GlRenderer& renderer, PassSlot& slot, std::int32_t width, std::int32_t height);
 
 /// True if the slot's targets are multisampled textures.
 bool IsMultisampled(const GlRenderer& renderer, const PassSlot& slot) noexcept;

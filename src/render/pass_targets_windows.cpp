@@ -6,7 +6,6 @@
 #include <cmath>
 #include <string>
 
-#include "base/debug_output.h"
 #include "document/shader_document.h"
 #include "render/frame_inputs.h"
 #include "render/gl_diagnostics.h"
@@ -14,14 +13,12 @@
 namespace pixelforge {
 namespace {
 
-void ReportIncompleteFramebuffer(const PassSlot& slot) {
+/// Clears the bound framebuffer unless the driver refuses it.
+void CheckAndClear(PassSlot& slot) noexcept {
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
-        WriteDebugLine(std::string(PassNarrowName(slot.number)) + ": the driver rejects the render target");
+        slot.targetsRefused = true;
+        return;
     }
-    ReportGlError();
-}
-
-void ClearBoundFramebuffer() noexcept {
     glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
     glClear(GL_COLOR_BUFFER_BIT);
 }
@@ -46,22 +43,21 @@ GlTexture CreateFlatTexture(GLenum format, std::int32_t width, std::int32_t heig
 }
 
 /// A new framebuffer with the texture as its colour attachment, cleared and left bound.
-GlFramebuffer CreateFramebuffer(const PassSlot& slot, GLenum target, GlName texture) {
+GlFramebuffer CreateFramebuffer(PassSlot& slot, GLenum target, GlName texture) {
     GlFramebuffer framebuffer = GlFramebuffer::Create();
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer.Get());
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, target, texture, 0);
-    ReportIncompleteFramebuffer(slot);
-    ClearBoundFramebuffer();
+    CheckAndClear(slot);
     return framebuffer;
 }
 
-void BuildFlatTarget(const GlRenderer& renderer, const PassSlot& slot, PassTarget& target, std::int32_t width,
+void BuildFlatTarget(const GlRenderer& renderer, PassSlot& slot, PassTarget& target, std::int32_t width,
                      std::int32_t height) {
     target.texture = CreateFlatTexture(renderer.bufferFormat, width, height);
     target.framebuffer = CreateFramebuffer(slot, GL_TEXTURE_2D, target.texture.Get());
 }
 
-void BuildMultisampledTarget(const GlRenderer& renderer, const PassSlot& slot, PassTarget& target,
+void BuildMultisampledTarget(const GlRenderer& renderer, PassSlot& slot, PassTarget& target,
                              std::int32_t width, std::int32_t height) {
     target.texture = GlTexture::Create();
     glBindTexture(GL_TEXTURE_2D_MULTISAMPLE, target.texture.Get());
@@ -76,7 +72,7 @@ void BuildMultisampledTarget(const GlRenderer& renderer, const PassSlot& slot, P
 }
 
 /// Clears all faces and leaves the first attached.
-void BuildCubeTarget(const PassSlot& slot, PassTarget& target) {
+void BuildCubeTarget(PassSlot& slot, PassTarget& target) {
     target.texture = GlTexture::Create();
     glBindTexture(GL_TEXTURE_CUBE_MAP, target.texture.Get());
     for (GLenum face = 0; face < 6; ++face) {
@@ -90,9 +86,8 @@ void BuildCubeTarget(const PassSlot& slot, PassTarget& target) {
     for (GLenum face = 6; face-- > 0;) {
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_CUBE_MAP_POSITIVE_X + face,
                                target.texture.Get(), 0);
-        ClearBoundFramebuffer();
+        CheckAndClear(slot);
     }
-    ReportIncompleteFramebuffer(slot);
 }
 
 std::int32_t RoundedSide(float side) noexcept {
@@ -101,9 +96,13 @@ std::int32_t RoundedSide(float side) noexcept {
 
 }  // namespace
 
-void BuildPassTargets(const GlRenderer& renderer, PassSlot& slot, std::int32_t width, std::int32_t height) {
+void BuildPassTargets(GlRenderer& renderer, PassSlot& slot, std::int32_t width, std::int32_t height) {
+    slot.targetsRefused = false;
     for (PassTarget& target : slot.targets) {
         target = PassTarget{};
+        if (slot.targetsRefused) {
+            continue;
+        }
         if (slot.number == static_cast<std::uint32_t>(PassKind::CubeA)) {
             BuildCubeTarget(slot, target);
         } else if (IsMultisampled(renderer, slot)) {
@@ -115,6 +114,10 @@ void BuildPassTargets(const GlRenderer& renderer, PassSlot& slot, std::int32_t w
         ReportGlError();
     }
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    if (slot.targetsRefused) {
+        ReportUndrawable(
+            renderer, std::string("the driver rejects the render target of ") + PassNarrowName(slot.number));
+    }
 }
 
 bool IsMultisampled(const GlRenderer& renderer, const PassSlot& slot) noexcept {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "render/channel_textures.h"
 #include "render/frame_inputs.h"
@@ -62,7 +63,8 @@ void UpdateDate(GlRenderer& renderer) noexcept {
 
 /// Shader time advances by the frame's speed, not by the clock.
 void AdvanceFrameValues(GlRenderer& renderer, float speed) noexcept {
-    renderer.time += speed;
+    renderer.exactTime += speed;
+    renderer.time = static_cast<float>(renderer.exactTime);
     renderer.timeDelta = speed;
     UpdateMouse(renderer);
     UpdateDate(renderer);
@@ -128,6 +130,11 @@ void DrawPass(GlRenderer& renderer, PassSlot& slot) {
     slot.current = (slot.current + 1) % 2;
 }
 
+bool HasRefusedTarget(const GlRenderer& renderer) noexcept {
+    return std::any_of(std::begin(renderer.slots), std::end(renderer.slots),
+                       [](const PassSlot& slot) { return slot.targetsRefused; });
+}
+
 struct TextureSize {
     GLint width;
     GLint height;
@@ -143,7 +150,7 @@ TextureSize SizeOf(GLenum target, GlName texture) {
     return size;
 }
 
-/// A plain texture with the averaged samples.
+/// A plain texture with the averaged samples; empty if the driver cannot draw into one.
 GlTexture ResolveForReading(GlName multisampledFramebuffer, TextureSize size) {
     GlTexture plain = GlTexture::Create();
     glBindTexture(GL_TEXTURE_2D, plain.Get());
@@ -152,12 +159,15 @@ GlTexture ResolveForReading(GlName multisampledFramebuffer, TextureSize size) {
     const GlFramebuffer framebuffer = GlFramebuffer::Create();
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, framebuffer.Get());
     glFramebufferTexture2D(GL_DRAW_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, plain.Get(), 0);
-    glBindFramebuffer(GL_READ_FRAMEBUFFER, multisampledFramebuffer);
-    glBlitFramebuffer(0, 0, size.width, size.height, 0, 0, size.width, size.height, GL_COLOR_BUFFER_BIT,
-                      GL_NEAREST);
+    const bool complete = glCheckFramebufferStatus(GL_DRAW_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE;
+    if (complete) {
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, multisampledFramebuffer);
+        glBlitFramebuffer(0, 0, size.width, size.height, 0, 0, size.width, size.height, GL_COLOR_BUFFER_BIT,
+                          GL_NEAREST);
+    }
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     ReportGlError();
-    return plain;
+    return complete ? std::move(plain) : GlTexture();
 }
 
 /// Rows need no flip: GL and a bottom-up section both begin with the lowest row.
@@ -177,6 +187,9 @@ std::int32_t RenderFrame(GlRenderer* renderer, const FrameParameters* parameters
         return 0;
     }
     FollowWindowSize(*renderer);
+    if (HasRefusedTarget(*renderer)) {
+        return 0;
+    }
     AdvanceFrameValues(*renderer, parameters->speed);
     RefreshLiveTextures(*renderer);
     for (PassSlot& slot : renderer->slots) {
@@ -205,11 +218,16 @@ std::int32_t ReadFrameIntoBitmap(GlRenderer* renderer, const SectionPixels& bitm
     if (bitmap.bitsPerPixel != 32 || bitmap.width != size.width || bitmap.height != size.height) {
         return 0;
     }
-    if (multisampled) {
-        ReadTexture(ResolveForReading(newest.framebuffer.Get(), size).Get(), bitmap.bytes.data());
-    } else {
+    if (!multisampled) {
         ReadTexture(newest.texture.Get(), bitmap.bytes.data());
+        return 1;
     }
+    const GlTexture resolved = ResolveForReading(newest.framebuffer.Get(), size);
+    if (!resolved) {
+        ReportUndrawable(*renderer, "the driver rejects the texture for the averaged samples");
+        return 0;
+    }
+    ReadTexture(resolved.Get(), bitmap.bytes.data());
     return 1;
 }
 

@@ -31,6 +31,13 @@ TEST(Documents, FaultyOnesFailEveryFrameWithAReasonAndDoNotAffectTheNext) {
         {"truncated", good.substr(0, good.size() / 2), "do not match"},
         {"the other common form of documents", "[{\"info\":{},\"renderpass\":[]}]", "Shader"},
         {"a million nested arrays", std::string(1000000, '[') + std::string(1000000, ']'), "Shader"},
+        {"three broken passes, all named in one line",
+         DocumentBuilder()
+             .Buffer('A', "x")
+             .Buffer('C', "void mainImage(out vec4 c, in vec2 p);")
+             .Image("y")
+             .Json(),
+         "Buffer A does not compile, Buffer C does not link, Image does not compile"},
         {"an error in the image", image("\n" + MainImage("c = vec4(\n  missing);")), "Image:5:"},
         {"an error in a buffer after a dropped include",
          DocumentBuilder().Buffer('B', "#include \"nowhere\"\nfloat x = y;\n" + kBlack).Image(kBlack).Json(),

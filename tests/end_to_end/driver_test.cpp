@@ -68,6 +68,14 @@ TEST(Driver, DrawingCanBeSwitchedOffAndOn) {
     EXPECT_EQ(run.Pixel(0, 0), 0x010000u) << "skipped frames do not advance the shader";
 }
 
+TEST(Driver, WithoutABitmapFramesFailWithOneLine) {
+    ModuleRun run(kWhite);
+    run.Session().Context().bitmap = nullptr;
+    EXPECT_EQ(run.Frames(3), FrameResult::Failed);
+    EXPECT_EQ(run.Words(),
+              "Pixelforge: cannot draw: the bitmap is missing, not 32-bit or not of the frame's size\n");
+}
+
 TEST(Driver, AResetIsRequestedImmediatelyAndThenOncePerInterval) {
     ModuleRun run(kCounter);
     EXPECT_EQ(run.Frames(3), FrameResult::Drawn);

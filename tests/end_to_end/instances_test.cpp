@@ -3,6 +3,8 @@
 
 #include <thread>
 
+#include "module/module_instance.h"
+#include "render/gl_renderer.h"
 #include "tests/end_to_end/module_run.h"
 
 namespace pixelforge::test {
@@ -53,38 +55,84 @@ TEST(Instances, MayDrawFromAlternatingThreads) {
     }
 }
 
-TEST(Instances, EveryExportRestoresTheCallersGlContext) {
-    const preview::HostWindow window(16, 16);
-    const HDC dc = GetDC(window.Handle());
-    PIXELFORMATDESCRIPTOR format = {};
-    format.nSize = sizeof(format);
-    format.nVersion = 1;
-    format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
-    format.cColorBits = 32;
-    SetPixelFormat(dc, ChoosePixelFormat(dc, &format), &format);
-    const HGLRC context = wglCreateContext(dc);
-    ASSERT_TRUE(wglMakeCurrent(dc, context));
-    {
-        ModuleRun good(kCounter);
-        EXPECT_EQ(good.Frame(), FrameResult::Drawn);
-        EXPECT_EQ(wglGetCurrentContext(), context) << "after a load";
-        EXPECT_EQ(good.Frame(), FrameResult::Drawn);
-        EXPECT_EQ(wglGetCurrentContext(), context) << "after a frame";
-        ModuleRun bad(DocumentBuilder().Image("not GLSL").Json());
-        EXPECT_EQ(bad.Frame(), FrameResult::Failed);
-        EXPECT_EQ(wglGetCurrentContext(), context) << "after a failed load";
+/// A window of a class that shares its device contexts, and a context that is current on it although its
+/// device context may have been released.
+struct Caller {
+    explicit Caller(bool releases) {
+        HDC dc = GetDC(window.Get());
+        PIXELFORMATDESCRIPTOR format = {};
+        format.nSize = sizeof(format);
+        format.nVersion = 1;
+        format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
+        format.cColorBits = 32;
+        SetPixelFormat(dc, ChoosePixelFormat(dc, &format), &format);
+        context = wglCreateContext(dc);
+        EXPECT_TRUE(wglMakeCurrent(dc, context));
+        if (releases) {
+            ReleaseDC(window.Get(), dc);
+        }
     }
-    EXPECT_EQ(wglGetCurrentContext(), context) << "after destruction";
-    wglMakeCurrent(nullptr, nullptr);
-    wglDeleteContext(context);
+    ~Caller() {
+        wglMakeCurrent(nullptr, nullptr);
+        wglDeleteContext(context);
+    }
+
+    UniqueWindow window{
+        CreateWindowW(L"STATIC", L"", WS_POPUP, 0, 0, 16, 16, nullptr, nullptr, nullptr, nullptr)};
+    HGLRC context;
+};
+
+TEST(Instances, EveryExportRestoresTheCallersGlContext) {
+    for (const bool releases : {false, true}) {
+        SCOPED_TRACE(releases ? "a released device context" : "a device context in use");
+        const Caller caller(releases);
+        {
+            ModuleRun good(kCounter);
+            EXPECT_EQ(good.Frame(), FrameResult::Drawn);
+            EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after a load";
+            EXPECT_EQ(good.Frame(), FrameResult::Drawn);
+            EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after a frame";
+            ModuleRun bad(DocumentBuilder().Image("not GLSL").Json());
+            EXPECT_EQ(bad.Frame(), FrameResult::Failed);
+            EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after a failed load";
+        }
+        EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after destruction";
+    }
 }
 
-TEST(Instances, WithoutAUsableWindowFailEachFrameUntilThereIsOne) {
+TEST(Instances, WithoutAUsableWindowFailEachFrameWithOneLineUntilThereIsOne) {
+    const preview::HostWindow other(32, 24);
+    HWND const destroyed = preview::HostWindow(32, 24).Handle();
+    const struct {
+        HWND window;
+        bool atPreInitialisation;
+        const char* words;
+    } cases[] = {{nullptr, false, "the window does not exist"},
+                 {destroyed, false, "the window does not exist"},
+                 {other.Handle(), false, "the window is not the one given at pre-initialisation"},
+                 {nullptr, true, "there was no window at pre-initialisation"}};
+    for (const auto& [window, atPreInitialisation, words] : cases) {
+        ModuleRun run(kCounter);
+        DrawContext& context = run.Session().Context();
+        HWND const usable = std::exchange(context.window, window);
+        if (atPreInitialisation) {
+            Module().Functions().preInitialize(run.Session().Instance(), &context);
+        }
+        EXPECT_EQ(run.Frames(3), FrameResult::Failed) << "the shader loads, but its context has no window";
+        context.window = usable;
+        EXPECT_EQ(run.Frame(), atPreInitialisation ? FrameResult::Failed : FrameResult::Drawn);
+        EXPECT_EQ(run.Words(), std::string("Pixelforge: cannot draw: ") + words + "\n");
+    }
+}
+
+TEST(Instances, LoadAgainAfterTheirGlContextIsLost) {
     ModuleRun run(kCounter);
-    HWND const window = std::exchange(run.Session().Context().window, nullptr);
-    EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "the shader loads, but its context has no window";
-    run.Session().Context().window = window;
+    EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+    wglDeleteContext(run.Session().Instance()->renderer->context);
+    EXPECT_EQ(run.Frame(), FrameResult::Failed);
+    EXPECT_EQ(run.Words(), "Pixelforge: cannot draw: the OpenGL context is lost\n");
     EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
+    EXPECT_EQ(run.Pixel(5, 5) >> 16, 1U) << "the counter starts again";
 }
 
 }  // namespace

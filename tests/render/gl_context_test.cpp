@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <GL/glew.h>
+#include <GL/wglew.h>
 
 #include <tuple>
 #include <utility>
@@ -76,10 +77,55 @@ TEST(GlContext, AnUnusableContextIsRefused) {
     renderer.glewReady = 0;
     expectRefusals();
     renderer.glewReady = 1;
+    const auto status =
+        std::exchange(__glewGetGraphicsResetStatus, []() -> GLenum { return GL_UNKNOWN_CONTEXT_RESET; });
+    expectRefusals();
+    __glewGetGraphicsResetStatus = status;
+    expectRefusals();
+    renderer.contextLost = false;
     SwapEntryPoints();
     expectRefusals();
     DestroyGlRenderer(stage.Release());
     SwapEntryPoints();
+}
+
+TEST(GlContext, IsLostOnAResetWhereTheDriverReportsThem) {
+    const Stage first;  // loads the entry points
+    __WGLEW_ARB_create_context_robustness = GL_TRUE;
+    const Stage stage;
+    GLint flags = 0;
+    glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
+    EXPECT_TRUE(flags & GL_CONTEXT_FLAG_ROBUST_ACCESS_BIT);
+}
+
+std::string driverCalls;
+
+/// Notes each call of an entry point with a letter, for one scope.
+template <char kLetter, class... Arguments>
+class CallNote {
+public:
+    using Entry = void(GLAPIENTRY*)(Arguments...);
+    explicit CallNote(Entry& entry) : entry_(entry) {
+        original = std::exchange(entry, [](Arguments... arguments) {
+            driverCalls += kLetter;
+            original(arguments...);
+        });
+    }
+    ~CallNote() { entry_ = original; }
+
+private:
+    static inline Entry original;
+    Entry& entry_;
+};
+
+TEST(GlContext, AllPassesReachTheDriverBeforeTheFirstQuestion) {
+    Stage stage;
+    const CallNote<'c', GLuint> compile(__glewCompileShader);
+    const CallNote<'l', GLuint> link(__glewLinkProgram);
+    const CallNote<'s', GLuint, GLenum, GLint*> shaderState(__glewGetShaderiv);
+    const CallNote<'p', GLuint, GLenum, GLint*> programState(__glewGetProgramiv);
+    stage.Load(DocumentBuilder().Buffer('A', Body("c = p.xyxy;")).Image(Body("c = p.xyxy;"))).Show();
+    EXPECT_EQ(driverCalls.substr(0, driverCalls.find_first_of("sp")), "cccll") << driverCalls;
 }
 
 using GlErrors = StageTest;

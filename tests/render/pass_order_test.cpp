@@ -97,5 +97,16 @@ TEST_F(PassOrder, UniformsOfAFrame) {
     }
 }
 
+TEST_F(PassOrder, TimeStillAdvancesAfterDays) {
+    constexpr int kDays = 1 << 20;  // in seconds; floats are now 1/8 apart
+    stage_.LoadImage("c = vec4((iTime - 1048576.0) * 8.0 / 255.0);");
+    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    stage_.Renderer().exactTime = kDays;
+    for (int frame = 1; frame < 16; ++frame) {
+        stage_.Draw(1.0F / 64);
+    }
+    EXPECT_EQ(stage_.Frame(1.0F / 64).At(0, 0), (Color{2, 2, 2, 2}));
+}
+
 }  // namespace
 }  // namespace pixelforge::test

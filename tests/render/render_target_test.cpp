@@ -77,6 +77,24 @@ TEST_F(RenderTarget, TheFrameFollowsAWindowOfItsSize) {
     EXPECT_EQ(stage_.Frame().At(79, 35), (Color{2, 80, 4, 36}));
 }
 
+TEST_F(RenderTarget, ARefusedTargetIsReportedOnceAndNothingIsDrawn) {
+    stage_.Load(DocumentBuilder().Buffer('A', Body("c = vec4(1.0);")).Image(Body("c = vec4(1.0);")));
+    SetResolution(stage_.Renderer(), 16384, 16384);  // 4 GB a target
+    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    const FrameParameters parameters{1, 0.25F};
+    for (int frame = 0; frame < 2; ++frame) {
+        EXPECT_EQ(RenderFrame(&stage_.Renderer(), &parameters, 1, 0, 0), 0);
+    }
+    const std::string error = "GL_OUT_OF_MEMORY: There is not enough memory left to execute the command.";
+    EXPECT_EQ(
+        TakeLines(),
+        (std::vector<std::string>{
+            error, "Pixelforge: cannot draw: the driver rejects the render target of Buffer A", error}));
+    stage_.Renderer().tracksWindowSize = 1;
+    stage_.Draw();
+    EXPECT_EQ(stage_.Read().At(63, 47), (Color{255, 255, 255, 255})) << "the window's size fits again";
+}
+
 TEST_F(RenderTarget, AFrameThatDiffersFromItsWindowKeepsItsSize) {
     for (const auto& [width, height] : {std::pair(100, 48), {64, 40}}) {
         stage_.Window().SetClientSize(width, height);
