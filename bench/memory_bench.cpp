@@ -6,8 +6,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -107,23 +105,24 @@ double PeakOfLoad(const std::string& document) {
     return watch.Growth();
 }
 
+/// The ratio is the highest: memory that the driver keeps after the first load hides part of later ones.
 void Add(Report& report, const std::string& what, const std::string& document, double size, int rounds,
          double limit) {
-    std::vector<double> peaks;
+    std::vector<double> ratios;
     for (int round = 0; round < rounds; ++round) {
-        peaks.push_back(PeakOfLoad(document));
+        ratios.push_back(PeakOfLoad(document) / size);
     }
-    const double peak = Quantile(peaks, 0.5);
-    report.Add(Comparison{"peak of a load in MB, " + what, "its size in MB", peak, size, peak / size,
-                          Quantile(peaks, 0.25) / size, Quantile(peaks, 0.75) / size, limit});
+    const double highest = Quantile(ratios, 1);
+    report.Add(Comparison{"peak of a load in MB, " + what, "its size in MB", highest * size, size, highest,
+                          Quantile(ratios, 0.25), Quantile(ratios, 0.75), limit});
 }
 
 void MeasureAll(int rounds, Report& report) {
     PeakOfLoad(test::DocumentBuilder().Image(test::MainImage("c = vec4(1);")).Json());
     const test::TempFolder folder;
+    Add(report, "20 MB of text", DocumentOfText(), kTextBytes / kMegabyte, rounds, 8);
     Add(report, "four pictures", DocumentOfPictures(folder), kPictures * kSide * kSide * 4 / kMegabyte,
         rounds, 1.3);
-    Add(report, "20 MB of text", DocumentOfText(), kTextBytes / kMegabyte, rounds, 8);
 }
 
 }  // namespace
@@ -131,5 +130,5 @@ void MeasureAll(int rounds, Report& report) {
 
 int main(int argc, char** argv) {
     using namespace pixelforge::bench;
-    return RunBench(argc, argv, 5, MeasureAll);
+    return RunBench(argc, argv, 3, MeasureAll);
 }
