@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "base/bitmap.h"
+#include "base/text.h"
 #include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
@@ -61,6 +62,17 @@ ControlSetting ReadSetting(const std::string& text) {
 /// Capacity of a playlist line.
 constexpr std::size_t kMaximumIdentifier = 19;
 
+/// The module reads playlists in the ANSI code page.
+void RequirePlaylistLine(const std::string& option, const std::string& identifier) {
+    const std::wstring line = FromUtf8(identifier);
+    const auto narrow = Narrow(line, TextEncoding::AnsiCodePage);
+    const bool exact = narrow && Widen(*narrow, TextEncoding::AnsiCodePage) == line;
+    if (!exact || line.size() > kMaximumIdentifier || line.find_first_of(L"\r\n") != line.npos) {
+        RejectUsage(option + ": \"" + identifier + "\" is not an identifier of at most " +
+                    std::to_string(kMaximumIdentifier) + " characters of the system's ANSI code page");
+    }
+}
+
 void RequireOneSource(const Options& options) {
     const int sources =
         !options.documentPath.empty() + !options.playlistPath.empty() + !options.shaderId.empty();
@@ -70,9 +82,8 @@ void RequireOneSource(const Options& options) {
     if (sources > 1) {
         RejectUsage("specify only one of shader file, --playlist and --id");
     }
-    if (options.shaderId.size() > kMaximumIdentifier) {
-        RejectUsage("--id: \"" + options.shaderId + "\" is too long for an identifier");
-    }
+    RequirePlaylistLine("--id", options.shaderId);
+    RequirePlaylistLine("--forget", options.forgetId);
 }
 
 /// The command line before validation.

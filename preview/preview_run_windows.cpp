@@ -19,7 +19,7 @@
 #include "preview/host/notice.h"
 #include "preview/report.h"
 #include "preview/view/live_view.h"
-#include "service/shader_cache.h"
+#include "service/service_urls.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -282,16 +282,16 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
 
 /// In the data folder that the module publishes when it is loaded.
 std::wstring CachedFile(const std::string& identifier) {
-    wchar_t name[kPathUnits] = {};
+    CacheEntry entry;
+    wchar_t url[kPathUnits];
     wchar_t folder[kPathUnits] = {};
-    if (!CachedNameForShaderId(FromUtf8(identifier).c_str(), name) || !IsPlainFileName(name)) {
+    if (!FormatShaderUrl(FromUtf8(identifier).c_str(), url) || !ClassifyUrl(url, entry)) {
         throw HostError(ExitStatus::WrongUsage,
                         "--forget: \"" + identifier + "\" is not a shader identifier");
     }
     const ModuleLibrary library;
-    ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\Shaders\\", folder,
-                              kPathUnits);
-    return std::wstring(folder) + name + L".json";
+    ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\", folder, kPathUnits);
+    return std::wstring(folder) + entry.name;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "base/text.h"
 #include "preview/documents/shader_source.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
@@ -58,7 +59,8 @@ std::vector<FileWatch::Stamp> FileWatch::ReadStamps() const {
 }
 
 OpenedShader OpenedShader::OfIdentifier(const std::string& identifier) {
-    return OpenedShader(StagedShader::OfPlaylist(BytesOf(identifier + "\r\n")));
+    const auto line = Narrow(FromUtf8(identifier) + L"\r\n", TextEncoding::AnsiCodePage);
+    return OpenedShader(StagedShader::OfPlaylist(BytesOf(line.value_or(std::string()))));
 }
 
 OpenedShader OpenedShader::OfPlaylist(const std::wstring& path) {

@@ -33,9 +33,12 @@ HeapBytes ReadLocalFile(const wchar_t* path) {
 
 HeapBytes FetchDocument(InternetSession* session, const wchar_t* id) {
     wchar_t url[kPathUnits];
+    CacheEntry entry;
+    if (!FormatShaderUrl(id, url) || !ClassifyUrl(url, entry)) {
+        throw LoadError("neither a local file nor a valid identifier");
+    }
     std::uint32_t size = 0;
     std::string reason;
-    FormatShaderUrl(id, url);
     HeapBytes text = FetchWithCache(session, url, &size, reason);
     if (!text) {
         throw LoadError(reason);
@@ -62,7 +65,8 @@ void LoadDocument(InternetSession* session, const wchar_t* idOrPath, ShaderDocum
     if (!session || !idOrPath || !document) {
         throw LoadError("missing session, name or document");
     }
-    const bool local = IsExistingFile(idOrPath);
+    // Judged first: looking for a network path would already contact its host.
+    const bool local = IsOpenableLocalName(idOrPath) && IsExistingFile(idOrPath);
     document->origin = local ? DocumentOrigin::LocalFile : DocumentOrigin::Service;
     ReadDocument(local ? ReadLocalFile(idOrPath) : FetchDocument(session, idOrPath), *document);
     LoadDocumentMedia(session, *document);

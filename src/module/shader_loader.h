@@ -14,10 +14,10 @@ struct InternetSession;
 /// sets the instance's error flag and writes one line with the reason to the debugger output.
 bool RunLoader(ModuleInstance& instance, const DrawContext& context);
 
-/// Reads a shader document and its media into the zero-filled `document`: from the existing file `idOrPath`,
-/// else from the cache or the service. Sets the document's origin and restricts its sources accordingly.
-/// False for null arguments and for text that is unavailable, unusable or malformed; `reason` is then one
-/// clause of UTF-8.
+/// Reads a shader document and its media into the zero-filled `document`: from the existing local file
+/// `idOrPath`, else from the cache or the service. Sets the document's origin and restricts its sources
+/// accordingly. False for null arguments and for text that is unavailable, unusable or malformed; `reason` is
+/// then one clause of UTF-8.
 bool LoadShaderById(InternetSession* session, const wchar_t* idOrPath, ShaderDocument* document,
                     std::string& reason);
 

@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include "base/debug_output.h"
+#include "base/file.h"
 #include "base/load_error.h"
 #include "base/text.h"
 #include "glsl/include_table.h"
@@ -48,8 +49,11 @@ void PickFromPlaylist(const ModuleInstance& instance, wchar_t (&id)[kShaderIdUni
     wchar_t path[kPathUnits];
     FormatBounded(path, kPathUnits, L"D:\\Moonreel\\Pixelforge\\Playlists\\%s",
                   instance.playlistFiles->files.fileName);
+    if (!IsExistingFile(path)) {
+        throw LoadError("no such playlist: " + ToUtf8(path));
+    }
     if (!PickShaderId(path, id)) {
-        throw LoadError("cannot pick an identifier from the playlist " + ToUtf8(path));
+        throw LoadError("no complete line of at most 19 characters picked from the playlist " + ToUtf8(path));
     }
 }
 

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <new>
 #include <utility>
+
+#include "base/load_error.h"
 
 namespace pixelforge {
 namespace {
@@ -12,10 +15,10 @@ constexpr std::uint64_t kFirstCapacity = 4096;
 
 }  // namespace
 
-bool DownloadBuffer::Start(std::uint32_t announcedBytes) {
+void DownloadBuffer::Start(std::uint32_t announcedBytes) {
     announced_ = announcedBytes;
     count_ = 0;
-    return Allocate(announcedBytes ? announcedBytes : kFirstCapacity);
+    Allocate(announcedBytes ? announcedBytes : kFirstCapacity);
 }
 
 std::span<std::uint8_t> DownloadBuffer::Room() noexcept {
@@ -23,16 +26,16 @@ std::span<std::uint8_t> DownloadBuffer::Room() noexcept {
     return {block_.get() + count_, static_cast<std::size_t>(room)};
 }
 
-bool DownloadBuffer::Add(std::size_t bytes) {
+void DownloadBuffer::Add(std::size_t bytes) {
     count_ += bytes;
     if (count_ < capacity_ || count_ == announced_) {
-        return true;
+        return;
     }
     std::uint64_t capacity = capacity_ * 2;
     while (capacity <= count_) {
         capacity *= 2;
     }
-    return Allocate(capacity);
+    Allocate(capacity);
 }
 
 HeapBytes DownloadBuffer::Take() noexcept {
@@ -41,20 +44,19 @@ HeapBytes DownloadBuffer::Take() noexcept {
     return std::move(block_);
 }
 
-bool DownloadBuffer::Allocate(std::uint64_t capacity) {
+void DownloadBuffer::Allocate(std::uint64_t capacity) {
     if (capacity > kLargestCapacity) {
-        return false;
+        throw LoadError("the service's response exceeds 1 GiB");
     }
     HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(static_cast<std::size_t>(capacity) + 1)));
     if (!block) {
-        return false;
+        throw std::bad_alloc();
     }
     if (block_) {
         std::memcpy(block.get(), block_.get(), static_cast<std::size_t>(count_));
     }
     block_ = std::move(block);
     capacity_ = capacity;
-    return true;
 }
 
 }  // namespace pixelforge

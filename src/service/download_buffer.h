@@ -15,14 +15,14 @@ public:
     /// A server that never stops sending must not exhaust the host's memory.
     static constexpr std::uint64_t kLargestCapacity = std::uint64_t{1} << 30;
 
-    /// `announcedBytes` is 0 if unknown. False if the block would be too large or memory runs out.
-    bool Start(std::uint32_t announcedBytes);
+    /// `announcedBytes` is 0 if unknown. Throws `LoadError` above the largest capacity, and `std::bad_alloc`.
+    void Start(std::uint32_t announcedBytes);
 
     /// Where to write the next bytes; never empty.
     std::span<std::uint8_t> Room() noexcept;
 
-    /// Records that `bytes` bytes were written to `Room()`. False if the block is full and cannot grow.
-    bool Add(std::size_t bytes);
+    /// Records that `bytes` bytes were written to `Room()`, and grows a full block. Throws like `Start`.
+    void Add(std::size_t bytes);
 
     std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(count_); }
     std::uint64_t Capacity() const noexcept { return capacity_; }
@@ -31,7 +31,7 @@ public:
     HeapBytes Take() noexcept;
 
 private:
-    bool Allocate(std::uint64_t capacity);
+    void Allocate(std::uint64_t capacity);
 
     HeapBytes block_;
     std::uint64_t announced_ = 0;

@@ -32,15 +32,15 @@ using HttpProgress = std::int32_t (*)(std::uint32_t bytesSoFar);
 extern const wchar_t* extraHeaderText;
 
 struct HttpReply {
-    HeapBytes body;  ///< null after a failure; at least one zero byte follows the data
+    HeapBytes body;  ///< at least one zero byte follows the data
     std::uint32_t length = 0;
-    std::uint32_t status = 0;       ///< of the final response, after redirects; 0 if there was none
-    std::uint32_t systemError = 0;  ///< why the request or the read failed; 0 if unknown
+    std::uint32_t status = 0;  ///< of the final response, after redirects; 0 if there was none
 };
 
-/// Fetches a URL. A null session is replaced by a private one for this call. Fails without a connection or a
-/// trusted certificate, if the transfer ends before its announced length, if `progress` (may be null)
-/// cancels, or above 1 GiB.
+/// Fetches a URL. A null session is replaced by a private one for this call. Throws `LoadError` without a
+/// connection or a trusted certificate, for more than 10 redirects and a redirect to another scheme than
+/// https, if the transfer ends before its announced length, if `progress` (may be null) cancels, and above
+/// 1 GiB.
 HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress);
 
 /// Only the body, whatever the status: a server's error page counts too. Null, with a length of 0, on

@@ -6,10 +6,15 @@
 #include <objbase.h>
 #include <wininet.h>
 
+#include <limits>
 #include <memory>
+#include <new>
+#include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 
+#include "base/load_error.h"
 #include "base/text.h"
 #include "service/download_buffer.h"
 
@@ -23,16 +28,37 @@ constexpr wchar_t kUserAgent[] =
 /// INTERNET_OPTION_HTTP_DECODING, which the headers lack: WinINet then decodes compressed responses.
 constexpr DWORD kHttpDecodingOption = 65;
 
+/// ERROR_INTERNET_DECODING_FAILED, which the headers lack.
+constexpr DWORD kDecodingFailed = 12175;
+
 constexpr std::size_t kHeaderUnits = 16384;
 constexpr DWORD kSchemeUnits = 32;
-constexpr DWORD kPlainFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE;
+constexpr DWORD kPlainFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_NO_COOKIES |
+                              INTERNET_FLAG_NO_AUTO_REDIRECT;
+constexpr int kMaximumRedirects = 10;
 
 using HeaderText = std::unique_ptr<wchar_t[], HeapBlockDeleter>;
 
+/// The compiler's guard of a function-local static would leave a thread record after the module's unload.
+constinit INIT_ONCE apartmentOnce = INIT_ONCE_STATIC_INIT;
+constinit HRESULT apartmentStatus = E_UNEXPECTED;
+
+BOOL CALLBACK EnterApartment(INIT_ONCE*, void*, void**) noexcept {
+    apartmentStatus = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
+    return TRUE;
+}
+
 /// The first call decides for the process. An apartment of another kind, set up by the host, serves as well.
 bool HasApartment() noexcept {
-    static const HRESULT status = CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
-    return SUCCEEDED(status) || status == RPC_E_CHANGED_MODE;
+    InitOnceExecuteOnce(&apartmentOnce, EnterApartment, nullptr, nullptr);
+    return SUCCEEDED(apartmentStatus) || apartmentStatus == RPC_E_CHANGED_MODE;
+}
+
+[[noreturn]] void ThrowLastError(const char* problem) {
+    const DWORD error = GetLastError();
+    throw LoadError(
+        std::string(error == kDecodingFailed ? "the service's response cannot be decompressed" : problem) +
+        " (error " + std::to_string(error) + ")");
 }
 
 /// The parent of all requests, with the system's proxy settings.
@@ -40,107 +66,152 @@ UniqueInternetHandle OpenInternet() noexcept {
     return UniqueInternetHandle(InternetOpenW(kUserAgent, INTERNET_OPEN_TYPE_PRECONFIG, nullptr, nullptr, 0));
 }
 
-DWORD RequestFlags(const wchar_t* url) noexcept {
+/// Empty for a null or malformed URL.
+std::wstring SchemeOf(const wchar_t* url) {
     wchar_t scheme[kSchemeUnits] = {};
     URL_COMPONENTSW parts = {};
     parts.dwStructSize = sizeof(parts);
     parts.lpszScheme = scheme;
     parts.dwSchemeLength = kSchemeUnits;
-    if (!url || !InternetCrackUrlW(url, 0, 0, &parts)) {
-        return kPlainFlags;
-    }
-    const std::wstring_view name = scheme;
-    return name == L"https" || name == L"ftps" ? kPlainFlags | INTERNET_FLAG_SECURE : kPlainFlags;
+    return url && InternetCrackUrlW(url, 0, 0, &parts) ? scheme : L"";
 }
 
-/// Null without extra headers. False if out of memory.
-bool MakeHeaders(HeaderText& headers) {
+DWORD RequestFlags(const wchar_t* url) {
+    const std::wstring scheme = SchemeOf(url);
+    return scheme == L"https" || scheme == L"ftps" ? kPlainFlags | INTERNET_FLAG_SECURE : kPlainFlags;
+}
+
+/// Null without extra headers.
+HeaderText MakeHeaders() {
     if (*extraHeaderText == L'\0') {
-        return true;
+        return nullptr;
     }
-    headers.reset(static_cast<wchar_t*>(AllocateHeapBlock(kHeaderUnits * sizeof(wchar_t))));
+    HeaderText headers(static_cast<wchar_t*>(AllocateHeapBlock(kHeaderUnits * sizeof(wchar_t))));
     if (!headers) {
-        return false;
+        throw std::bad_alloc();
     }
     FormatBounded(headers.get(), kHeaderUnits, L"%s\r\nReferer: %s\r\n\r\n", extraHeaderText, L"");
-    return true;
+    return headers;
 }
 
 UniqueInternetHandle OpenRequest(HINTERNET internet, const wchar_t* url) {
-    HeaderText headers;
-    if (!MakeHeaders(headers)) {
-        return {};
-    }
+    const HeaderText headers = MakeHeaders();
     const std::size_t length = headers ? std::wstring_view(headers.get()).size() : 0;
-    return UniqueInternetHandle(
+    UniqueInternetHandle request(
         InternetOpenUrlW(internet, url, headers.get(), static_cast<DWORD>(length), RequestFlags(url), 0));
+    if (!request) {
+        ThrowLastError("the service cannot be reached");
+    }
+    return request;
 }
 
-/// A header's numeric value, or 0.
-std::uint32_t QueryNumber(HINTERNET request, DWORD header) noexcept {
-    DWORD number = 0;
-    DWORD size = sizeof(number);
-    return HttpQueryInfoW(request, header | HTTP_QUERY_FLAG_NUMBER, &number, &size, nullptr) ? number : 0;
+std::optional<std::wstring> QueryHeader(HINTERNET request, DWORD header) {
+    DWORD bytes = 0;
+    if (HttpQueryInfoW(request, header, nullptr, &bytes, nullptr) ||
+        GetLastError() != ERROR_INSUFFICIENT_BUFFER) {
+        return std::nullopt;
+    }
+    std::wstring value(bytes / sizeof(wchar_t) + 1, L'\0');
+    return HttpQueryInfoW(request, header, value.data(), &bytes, nullptr) ? std::optional(value.c_str())
+                                                                          : std::nullopt;
 }
 
-bool HasHeader(HINTERNET request, DWORD header) noexcept {
-    wchar_t value[2];
-    DWORD size = sizeof(value);
-    return HttpQueryInfoW(request, header, value, &size, nullptr) ||
-           GetLastError() == ERROR_INSUFFICIENT_BUFFER;
+/// 0 without a response.
+std::uint32_t QueryStatus(HINTERNET request) noexcept {
+    DWORD status = 0;
+    DWORD size = sizeof(status);
+    HttpQueryInfoW(request, HTTP_QUERY_STATUS_CODE | HTTP_QUERY_FLAG_NUMBER, &status, &size, nullptr);
+    return status;
 }
 
-/// The length of a complete body, or 0 if unknown: a compressed body announces its compressed length.
-std::uint32_t ExpectedBytes(HINTERNET request, std::uint32_t announced) noexcept {
-    return HasHeader(request, HTTP_QUERY_CONTENT_ENCODING) ? 0 : announced;
+/// 0 without the header. WinINet's own conversion wraps larger numbers and ignores words.
+std::uint32_t AnnouncedBytes(HINTERNET request) {
+    const std::wstring text = QueryHeader(request, HTTP_QUERY_CONTENT_LENGTH).value_or(L"0");
+    constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
+    std::uint64_t bytes = text.empty() ? kLargest + 1 : 0;
+    for (const wchar_t c : text) {
+        bytes = c >= L'0' && c <= L'9' ? bytes * 10 + static_cast<unsigned>(c - L'0') : kLargest + 1;
+        if (bytes > kLargest) {
+            throw LoadError("the length of the service's response is not a 32-bit number");
+        }
+    }
+    return static_cast<std::uint32_t>(bytes);
 }
 
-/// WinINet reports no error for a truncated body, hence the length check.
-bool ReadBody(HINTERNET request, DownloadBuffer& body, std::uint32_t expected, HttpProgress progress) {
+/// If so, the announced length is that of the compressed body.
+bool IsCompressed(HINTERNET request) {
+    const std::wstring encoding = QueryHeader(request, HTTP_QUERY_CONTENT_ENCODING).value_or(L"");
+    return EqualIgnoringAsciiCase(encoding, L"gzip") || EqualIgnoringAsciiCase(encoding, L"deflate");
+}
+
+/// WinINet reports no error for a truncated body, hence the check against the `expected` bytes.
+void ReadBody(HINTERNET request, DownloadBuffer& body, std::uint32_t expected, HttpProgress progress) {
     for (;;) {
         const std::span<std::uint8_t> room = body.Room();
         DWORD got = 0;
         if (!InternetReadFile(request, room.data(), static_cast<DWORD>(room.size()), &got)) {
-            return false;
+            ThrowLastError("the service's response broke off");
         }
         if (got == 0) {
-            return body.Count() >= expected;
+            break;
         }
-        if (!body.Add(got) || (progress && progress(body.Count()) == 0)) {
-            return false;
+        body.Add(got);
+        if (progress && progress(body.Count()) == 0) {
+            throw LoadError("the transfer was cancelled");
         }
+    }
+    if (body.Count() < expected) {
+        throw LoadError("the service's response was cut short");
     }
 }
 
 HttpReply ReadReply(HINTERNET request, HttpProgress progress) {
-    HttpReply reply;
-    reply.status = QueryNumber(request, HTTP_QUERY_STATUS_CODE);
-    const std::uint32_t announced = QueryNumber(request, HTTP_QUERY_CONTENT_LENGTH);
+    const std::uint32_t announced = AnnouncedBytes(request);
     DownloadBuffer body;
-    if (!body.Start(announced)) {
-        return reply;
-    }
+    body.Start(announced);
     if (progress) {
         progress(0);
     }
-    SetLastError(ERROR_SUCCESS);
-    if (!ReadBody(request, body, ExpectedBytes(request, announced), progress)) {
-        reply.systemError = GetLastError();
-        return reply;
-    }
+    ReadBody(request, body, IsCompressed(request) ? 0 : announced, progress);
+    HttpReply reply;
+    reply.status = QueryStatus(request);
     reply.length = body.Count();
     reply.body = body.Take();
     return reply;
 }
 
-HttpReply Get(HINTERNET internet, const wchar_t* url, HttpProgress progress) {
-    const UniqueInternetHandle request = OpenRequest(internet, url);
-    if (!request) {
-        HttpReply reply;
-        reply.systemError = GetLastError();
-        return reply;
+/// Where a response redirects to; std::nullopt if it does not redirect.
+std::optional<std::wstring> RedirectTarget(HINTERNET request, const wchar_t* url) {
+    const std::uint32_t status = QueryStatus(request);
+    const auto location = QueryHeader(request, HTTP_QUERY_LOCATION);
+    const bool redirects = status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+    if (!redirects || !location) {
+        return std::nullopt;
     }
-    return ReadReply(request.Get(), progress);
+    wchar_t target[INTERNET_MAX_URL_LENGTH] = {};
+    DWORD units = INTERNET_MAX_URL_LENGTH;
+    if (!InternetCombineUrlW(url, location->c_str(), target, &units, 0)) {
+        ThrowLastError("the service redirected to an invalid address");
+    }
+    return target;
+}
+
+/// Follows redirects itself: WinINet does so without a limit, and from https to http.
+HttpReply Get(HINTERNET internet, const wchar_t* url, HttpProgress progress) {
+    std::wstring target;
+    for (int redirects = 0; redirects <= kMaximumRedirects; ++redirects) {
+        const UniqueInternetHandle request = OpenRequest(internet, url);
+        const auto next = RedirectTarget(request.Get(), url);
+        if (!next) {
+            return ReadReply(request.Get(), progress);
+        }
+        target = *next;
+        url = target.c_str();
+        if (SchemeOf(url) != L"https") {
+            throw LoadError("the service redirected to an address without https");
+        }
+    }
+    throw LoadError("the service redirected more than 10 times");
 }
 
 }  // namespace
@@ -170,12 +241,16 @@ HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgres
         return Get(session->handle.Get(), url, progress);
     }
     const UniqueInternetHandle internet = OpenInternet();
-    return internet ? Get(internet.Get(), url, progress) : HttpReply{};
+    if (!internet) {
+        ThrowLastError("no Internet session");
+    }
+    return Get(internet.Get(), url, progress);
 }
 
 HeapBytes HttpGet(InternetSession* session, const wchar_t* url, std::uint32_t* outLength,
                   HttpProgress progress) {
-    HttpReply reply = HttpGetReply(session, url, progress);
+    HttpReply reply;
+    FailureOf([&] { reply = HttpGetReply(session, url, progress); });
     *outLength = reply.length;
     return std::move(reply.body);
 }

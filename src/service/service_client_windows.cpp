@@ -13,14 +13,17 @@
 namespace pixelforge {
 namespace {
 
-constexpr const char* kUnknownName = "neither an existing file nor a valid name for the service";
+/// The only success whose body is not the whole file.
+constexpr std::uint32_t kStatusPartialContent = 206;
+
+constexpr const char* kInvalidName = "not a valid name for the service";
 
 /// Checks a copy, because the check truncates its text and the cache stores the response unchanged.
 void RequireUsableJson(std::span<const std::uint8_t> body) {
     std::string copy(body.begin(), body.end());
     const JsonTextFault fault = CheckJsonText(copy.data());
     if (fault != JsonTextFault::None) {
-        throw LoadError(std::string("the service's response: ") + DescribeFault(fault));
+        throw LoadError(std::string("the response: ") + DescribeFault(fault));
     }
 }
 
@@ -30,14 +33,14 @@ std::span<const std::uint8_t> BodyOf(const HttpReply& reply) {
 
 /// Cached files never expire, so bad replies must not be stored.
 void RequireCacheableReply(const HttpReply& reply, ServiceContent content) {
-    if (!reply.body && reply.systemError) {
-        throw LoadError("the service cannot be reached (error " + std::to_string(reply.systemError) + ")");
+    if (reply.status == 0) {
+        throw LoadError("the service closed the connection without a response");
     }
-    if (!reply.body) {
-        throw LoadError("the service's response was cut short");
-    }
-    if (reply.status < 200 || reply.status > 299) {
+    if (reply.status < 200 || reply.status > 299 || reply.status == kStatusPartialContent) {
         throw LoadError("the service returned status " + std::to_string(reply.status));
+    }
+    if (reply.length == 0) {
+        throw LoadError("the service's response is empty");
     }
     if (content == ServiceContent::Shader) {
         RequireUsableJson(BodyOf(reply));
@@ -50,7 +53,7 @@ HttpReply FetchAndStore(InternetSession* session, const wchar_t* url, ServiceCon
     RequireCacheableReply(reply, content);
     // The file did not exist a moment ago. If it does now, another process has stored it in full, and may
     // hold it open, which prevents replacing it.
-    if (!StoreResponse(path, BodyOf(reply)) && !(reply.length && IsExistingFile(path))) {
+    if (!StoreResponse(path, BodyOf(reply)) && !IsExistingFile(path)) {
         throw LoadError("the service's response cannot be written to the cache");
     }
     return reply;
@@ -60,7 +63,7 @@ HttpReply ReadOrFetch(InternetSession* session, const wchar_t* url) {
     CacheEntry entry;
     wchar_t path[kPathUnits];
     if (!ClassifyUrl(url, entry) || !FormatCachePath(entry.name, path)) {
-        throw LoadError(kUnknownName);
+        throw LoadError(kInvalidName);
     }
     if (!IsExistingFile(path)) {
         return FetchAndStore(session, url, entry.content, path);
@@ -85,10 +88,10 @@ struct Download {
 };
 
 bool NameMedia(std::wstring_view src, Download& download) {
-    const std::wstring name(src.substr(src.rfind(L'/') + 1));
+    const auto name = MediaNameOf(src);
     download.content = ServiceContent::Media;
-    return IsPlainFileName(name) && FormatMediaUrl(name.c_str(), download.url) &&
-           FormatBounded(download.name, kPathUnits, L"Assets\\%s", name.c_str()) == kFormatComplete;
+    return name && IsPlainFileName(*name) && FormatMediaUrl(name->c_str(), download.url) &&
+           FormatBounded(download.name, kPathUnits, L"Assets\\%s", name->c_str()) == kFormatComplete;
 }
 
 bool NameDocument(const wchar_t* shaderId, Download& download) {
@@ -103,7 +106,7 @@ void FetchFile(InternetSession* session, const wchar_t* shaderId, const wchar_t*
     wchar_t path[kPathUnits];
     if (!(src ? NameMedia(src, download) : NameDocument(shaderId, download)) ||
         !FormatCachePath(download.name, path)) {
-        throw LoadError(kUnknownName);
+        throw LoadError(kInvalidName);
     }
     CopyCut(outPath, kPathUnits, path);
     if (!IsExistingFile(path)) {

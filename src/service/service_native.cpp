@@ -8,7 +8,7 @@ void InternetHandleTraits::Close(void*) noexcept {}
 
 HeapBytes FetchWithCache(InternetSession*, const wchar_t*, std::uint32_t* outLength, std::string& reason) {
     *outLength = 0;
-    reason = "not an existing file, and this build cannot fetch";
+    reason = "this build cannot fetch";
     return nullptr;
 }
 

@@ -6,6 +6,7 @@
 #include <winioctl.h>
 
 #include <algorithm>
+#include <string_view>
 
 #include "base/file.h"
 #include "base/random.h"
@@ -40,10 +41,53 @@ void CompressFolder(const wchar_t* path) noexcept {
     }
 }
 
+/// Enough for any transfer: a younger file may belong to another process.
+constexpr std::uint64_t kLeftOverAge100ns = std::uint64_t{24} * 3600 * 10'000'000;
+
+constexpr std::size_t kTemporaryNameUnits = 21;
+
+struct FileSearchTraits {
+    using Handle = HANDLE;
+    static void Close(HANDLE search) noexcept { FindClose(search); }
+};
+
+std::uint64_t In100ns(const FILETIME& time) noexcept {
+    return std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+}
+
+/// Checks the name again: the system's search also matches short names.
+bool IsLeftOver(const WIN32_FIND_DATAW& file) noexcept {
+    const std::wstring_view name = file.cFileName;
+    FILETIME now;
+    GetSystemTimeAsFileTime(&now);
+    return name.size() == kTemporaryNameUnits && name.starts_with(L'~') && name.ends_with(L".tmp") &&
+           In100ns(file.ftLastWriteTime) + kLeftOverAge100ns < In100ns(now);
+}
+
+/// Removes the temporary files of processes that ended while writing.
+void RemoveLeftOvers(const wchar_t* folder) noexcept {
+    wchar_t path[kPathUnits];
+    if (FormatBounded(path, kPathUnits, L"%s\\~*.tmp", folder) != kFormatComplete) {
+        return;
+    }
+    WIN32_FIND_DATAW file;
+    const HANDLE first = FindFirstFileW(path, &file);
+    const UniqueHandle<FileSearchTraits> search(first == INVALID_HANDLE_VALUE ? nullptr : first);
+    for (bool found = static_cast<bool>(search); found; found = FindNextFileW(search.Get(), &file)) {
+        if (IsLeftOver(file) &&
+            FormatBounded(path, kPathUnits, L"%s\\%s", folder, file.cFileName) == kFormatComplete) {
+            DeleteFileW(path);
+        }
+    }
+}
+
 void MakeSubfolder(const wchar_t* parent, const wchar_t* name, Compression compression) {
     wchar_t path[kPathUnits];
-    if (FormatBounded(path, kPathUnits, L"%s\\%s", parent, name) == kFormatComplete && EnsureFolder(path) &&
-        compression == Compression::On) {
+    if (FormatBounded(path, kPathUnits, L"%s\\%s", parent, name) != kFormatComplete || !EnsureFolder(path)) {
+        return;
+    }
+    RemoveLeftOvers(path);
+    if (compression == Compression::On) {
         CompressFolder(path);
     }
 }

@@ -312,15 +312,19 @@ TEST(HostileText, HugeInputIsReadInLinearTime) {
     EXPECT_NEAR(exact.document->ver, 0.111, 0.001);
 }
 
-/// The last two names form no valid URL, so nothing is requested.
+/// The refused names form no valid URL, so nothing is requested. The double separator and the device prefix
+/// would open the good file.
 TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrReportsWhyNot) {
     const test::TempFile good("\r\n" + kSample + "\ntrailing words", L"-\u732B.json");
     const test::TempFile marked("\xEF\xBB\xBF{}");
     const std::pair<std::wstring, const char*> cases[] = {
         {good.Path(), ""},
         {marked.Path(), "byte-order mark"},
-        {L"", "existing file"},
-        {std::filesystem::temp_directory_path().wstring(), "existing file"},
+        {L"", "local file"},
+        {std::filesystem::temp_directory_path().wstring(), "local file"},
+        {L"/" + good.Path(), "local file"},
+        {L"\\\\.\\" + good.Path(), "local file"},
+        {L"..", "local file"},
     };
     for (const auto& [name, expected] : cases) {
         const auto document = std::make_unique<ShaderDocument>();

@@ -5,6 +5,7 @@
 #include <process.h>
 #include <windows.h>
 
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -63,6 +64,19 @@ TEST_F(DiskFaultTest, AFolderInPlaceOfAFileOrTheReverseFailsTheFetch) {
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
     EXPECT_THAT(CachedFiles(), ElementsAre("Assets"));
     EXPECT_TRUE(Fetch(ShaderUrl(L"red1")));
+}
+
+TEST_F(DiskFaultTest, OnlyOldTemporaryFilesAreRemovedAtStart) {
+    for (const char* file : {"Assets/~0123456789ABCDEF.tmp", "Shaders/~00000000FFFFFFFF.tmp",
+                             "Assets/~old.tmp", "Assets/picture.tmp"}) {
+        WriteCached(file, "left over");
+        std::filesystem::last_write_time(
+            root_ / file, std::filesystem::file_time_type::clock::now() - std::chrono::hours(25));
+    }
+    WriteCached("Assets/~0123456789ABCDE0.tmp", "being written");
+    CreateCacheFolders(L"", root_.c_str());
+    EXPECT_THAT(CachedFiles(),
+                ElementsAre("Assets/picture.tmp", "Assets/~0123456789ABCDE0.tmp", "Assets/~old.tmp"));
 }
 
 TEST_F(DiskFaultTest, AnUnreadableCachedFileFailsWithoutARequest) {

@@ -57,8 +57,18 @@ TEST_F(FetchWithCacheTest, StoresOnlyGoodResponses) {
         {ShaderUrl(L"stall-red1"), "cut short"},
         {ShaderUrl(L"chunkcut-red1"), ""},
         {ShaderUrl(L"gzipcut-red1"), ""},
-        {ShaderUrl(L"liar-red1"), ""},
-        {ShaderUrl(L"closed-red1"), ""},
+        {ShaderUrl(L"liar-red1"), "exceeds 1 GiB"},
+        {ShaderUrl(L"closed-red1"), "without a response"},
+        {MediaUrl(L"empty-10.bin"), "response is empty"},
+        {MediaUrl(L"partial-10.bin"), "status 206"},
+        {MediaUrl(L"identitycut-10.bin"), "cut short"},
+        {MediaUrl(L"wrapped-10.bin"), "32-bit"},
+        {MediaUrl(L"word-10.bin"), "32-bit"},
+        {MediaUrl(L"notgzip-10.bin"), "decompressed (error 12175)"},
+        {MediaUrl(L"loop-10.bin"), "more than 10 times"},
+        {MediaUrl(L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin"), "more than 10 times"},
+        {MediaUrl(L"plain-10.bin"), "without https"},
+        {MediaUrl(L"plain-redirect-10.bin"), "without https"},
         {Url(L"/media/a/10.bin", L"untrusted."), "error 12057"},
         {Url(L"/media/a/10.bin", L"wrongname."), "error 12038"},
         {Url(L"/media/a/10.bin", L"nowhere."), "cannot be reached"},
@@ -84,15 +94,23 @@ TEST_F(FetchWithCacheTest, ContactsAnotherHostOnlyWhenRedirected) {
                                         StartsWith("elsewhere." + host + " ")));
 }
 
+TEST_F(FetchWithCacheTest, PercentEncodesNames) {
+    Download(L"red1", L"\uFF0E\uFF0E\uFF0F%2F.bin");
+    Download(L"\u4E2D", nullptr);
+    EXPECT_THAT(Requests(), ElementsAre(HasSubstr(" /media/a/%EF%BC%8E%EF%BC%8E%EF%BC%8F%252F.bin\t"),
+                                        HasSubstr(" /api/v1/shaders/%E4%B8%AD?key=")));
+}
+
 TEST_F(FetchWithCacheTest, RejectsBadNamesWithoutARequest) {
-    for (const std::wstring& url : {Url(L"/"), ShaderUrl(L""), ShaderUrl(L"..\\red"), MediaUrl(L"CON"),
-                                    MediaUrl(std::wstring(300, L'1'))}) {
+    for (const std::wstring& url : {Url(L"/"), ShaderUrl(L""), ShaderUrl(L"..\\red"), ShaderUrl(L".."),
+                                    MediaUrl(L"CON"), MediaUrl(std::wstring(300, L'1'))}) {
         EXPECT_FALSE(Fetch(url)) << testing::PrintToString(url);
     }
     for (const wchar_t* src : {L"", L"/media/a/", L"..\\..\\1.bin", L"x/..", L"/media/a/NUL"}) {
         EXPECT_FALSE(Download(L"red1", src)) << testing::PrintToString(src);
     }
     EXPECT_FALSE(Download(L"..\\red1", nullptr));
+    EXPECT_FALSE(Download(L"..", nullptr));
     EXPECT_FALSE(Download(nullptr, L"1.bin"));
     EXPECT_THAT(Requests(), IsEmpty());
     EXPECT_THAT(CachedFiles(), IsEmpty());

@@ -8,6 +8,7 @@
 #include "base/bitmap.h"
 #include "base/file.h"
 #include "media/image_decoder.h"
+#include "preview/documents/opened_shader.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
@@ -35,12 +36,17 @@ TEST(PngFile, HoldsTheFrameTheRightWayUpWithoutItsAlpha) {
     }
 }
 
+std::wstring PlaylistPath(const StagedShader& shader) {
+    return L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(shader.PlaylistName());
+}
+
 TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     std::optional first = StagedShader::OfDocument(BytesOf("1"));
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->AliasPath();
-    const std::wstring playlist = L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(first->PlaylistName());
+    const std::wstring playlist = PlaylistPath(*first);
     EXPECT_EQ(ReadInputFile(playlist), ToUtf8(alias) + "\r\n");
+    EXPECT_EQ(ReadInputFile(PlaylistPath(OpenedShader::OfIdentifier("\xC3\xA4").Staged())), "\xE4\r\n");
     EXPECT_EQ(ReadInputFile(alias), "1");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()));

@@ -1,11 +1,12 @@
-"""service.py HOST ADDRESS CERTIFICATES LOG READY: serves documents, searches and media over HTTPS.
+"""service.py HOST ADDRESS CERTIFICATES LOG READY: serves documents, searches and media over HTTPS,
+and over HTTP for redirects.
 
 The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document
 of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp". The media file "4096.bin" has
-4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see MANNERS).
-The host name selects the certificate: the subdomains "untrusted." and "wrongname." get a bad one. Each request
-is logged before the response, one line of host, path and headers. The file READY is created once the service
-listens. The service stops at the end of its standard input.
+4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS);
+another may follow one that redirects. The host name selects the certificate: the subdomains "untrusted." and
+"wrongname." get a bad one. Each request is logged before the response, one line of host, path and headers. The
+file READY is created once the service listens. The service stops at the end of its standard input.
 """
 
 import gzip
@@ -76,24 +77,24 @@ class Reply(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
         headers = [f"{name}: {value}" for name, value in self.headers.items()]
         self.server.record("\t".join([f"{self.headers['Host']} {self.path}", *headers]) + "\t\n")
-        manner, name, body = self.find()
+        behaviour, name, body = self.find()
         if body is None:
             self.send_whole(404, b"<html>Not found</html>")
         else:
-            MANNERS[manner](self, body, name)
+            BEHAVIOURS[behaviour](self, body, name)
 
     def find(self):
-        """The manner, the name after it, and the body for the path."""
+        """The behaviour, the name after it, and the body for the path."""
         parts = urllib.parse.urlsplit(self.path)
         for prefix, find_body in (("/api/v1/shaders/query/", lambda text: b'{"Shaders":0,"Results":[]}'),
                                   ("/api/v1/shaders/", document), ("/media/a/", media)):
             if parts.path.startswith(prefix):
                 text = urllib.parse.unquote(parts.path[len(prefix):])
-                manner, _, name = text.partition("-")
-                if manner not in MANNERS:
-                    manner, name = "good", text
+                behaviour, _, name = text.partition("-")
+                if behaviour not in BEHAVIOURS:
+                    behaviour, name = "good", text
                 allowed = prefix == "/media/a/" or urllib.parse.parse_qs(parts.query).get("key") == [KEY]
-                return manner, prefix + name, find_body(name) if allowed else None
+                return behaviour, prefix + name, find_body(re.sub("^(hop-|redirect-)+", "", name)) if allowed else None
         return "", parts.path, None
 
     def begin(self, status, headers):
@@ -117,8 +118,11 @@ class Reply(http.server.BaseHTTPRequestHandler):
     def send_half(self, body, headers={}, pause=0):
         self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, pause)
 
-    def redirect(self, _, name):
-        self.send_whole(302, b"", {"Location": f"https://elsewhere.{self.server.host}{name}?key={KEY}"})
+    def redirect(self, target, status=302):
+        self.send_whole(status, b"", {"Location": f"{target}?key={KEY}"})
+
+    def redirect_elsewhere(self, _, name):
+        self.redirect(f"https://elsewhere.{self.server.host}{name}")
 
     def closed(self, _, __):
         self.close_connection = True
@@ -132,8 +136,8 @@ def chunks(body):
 GZIP = {"Content-Encoding": "gzip"}
 CHUNKED = {"Transfer-Encoding": "chunked"}
 
-# Arguments: the reply, the good body, the path without the manner.
-MANNERS = {
+# Arguments: the reply, the good body, the path without the first behaviour.
+BEHAVIOURS = {
     "good": lambda reply, body, _: reply.send_whole(200, body),
     "empty": lambda reply, body, _: reply.send_whole(200, b""),
     "missing": lambda reply, body, _: reply.send_whole(404, body),
@@ -147,21 +151,41 @@ MANNERS = {
     "cut": lambda reply, body, _: reply.send_half(body),
     "stall": lambda reply, body, _: reply.send_half(body, pause=STALL_SECONDS),
     "gzipcut": lambda reply, body, _: reply.send_half(gzip.compress(body), GZIP),
+    "identitycut": lambda reply, body, _: reply.send_half(body, {"Content-Encoding": "identity"}),
+    "notgzip": lambda reply, body, _: reply.send_whole(200, body, GZIP),
     "liar": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967295}),
-    "redirect": Reply.redirect,
+    "wrapped": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967297}),
+    "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "ten"}),
+    "partial": lambda reply, body, _: reply.send_whole(206, body),
+    "created": lambda reply, body, _: reply.send_whole(201, body),
+    "cookie": lambda reply, body, _: reply.send_whole(200, body, {"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),
+    "redirect": Reply.redirect_elsewhere,
+    "hop": lambda reply, _, name: reply.redirect(name, 308),
+    "loop": lambda reply, _, __: reply.redirect(reply.path.partition("?")[0], 307),
+    "plain": lambda reply, _, name: reply.redirect(f"http://{reply.server.host}{name}"),
     "closed": Reply.closed,
 }
 
 
 class Service(http.server.ThreadingHTTPServer):
+    """Over HTTP."""
     daemon_threads = True
     request_queue_size = 64
+    lock = threading.Lock()
 
-    def __init__(self, address, host, certificates, log):
+    def __init__(self, address, host, log):
         super().__init__(address, Reply)
         self.host = host
         self.log = log
-        self.lock = threading.Lock()
+
+    def record(self, line):
+        with self.lock, self.log.open("a") as log:
+            log.write(line)
+
+
+class SecureService(Service):
+    def __init__(self, address, host, log, certificates):
+        super().__init__(address, host, log)
         contexts = {name: self.make_context(certificates / name) for name in ("good", "untrusted", "wrongname")}
 
         def choose(connection, server_name, _):
@@ -186,16 +210,15 @@ class Service(http.server.ThreadingHTTPServer):
             # The client rejected the certificate or hung up.
             pass
 
-    def record(self, line):
-        with self.lock, self.log.open("a") as log:
-            log.write(line)
-
 
 def main():
     host, address, certificates, log, ready = sys.argv[1:]
-    service = Service((address, 443), host, pathlib.Path(certificates), pathlib.Path(log))
+    log = pathlib.Path(log)
+    plain = Service((address, 80), host, log)
+    secure = SecureService((address, 443), host, log, pathlib.Path(certificates))
     pathlib.Path(ready).touch()
-    threading.Thread(target=service.serve_forever, daemon=True).start()
+    for service in (plain, secure):
+        threading.Thread(target=service.serve_forever, daemon=True).start()
     sys.stdin.read()
 
 
