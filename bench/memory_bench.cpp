@@ -109,6 +109,7 @@ double PeakOfLoad(const std::string& document) {
 void Add(Report& report, const std::string& what, const std::string& document, double size, int rounds,
          double limit) {
     std::vector<double> ratios;
+    ratios.reserve(static_cast<std::size_t>(rounds));
     for (int round = 0; round < rounds; ++round) {
         ratios.push_back(PeakOfLoad(document) / size);
     }
