@@ -17,7 +17,8 @@ add_compile_options(
 if(WIN32)
   enable_language(RC)
   add_compile_definitions(UNICODE _UNICODE WIN32_LEAN_AND_MEAN NOMINMAX STRICT _WIN32_WINNT=0x0A00)
-  add_link_options(-fstack-protector-strong)
+  # No link time in the binaries: equal sources give equal bytes.
+  add_link_options(-fstack-protector-strong -Wl,--no-insert-timestamp)
   # The product depends on system DLLs only. So does every cross-built program: Wine has no C++ runtime.
   set(PIXELFORGE_STATIC_RUNTIME -static -static-libgcc -static-libstdc++)
   if(CMAKE_CROSSCOMPILING)

@@ -25,12 +25,33 @@ say() {
     printf '%s\n' "$*" >&2
 }
 
+# exclusively COMMAND...: one such command at a time in this clone, because two builds would write the same
+# files. The command does not inherit the lock: a compiler cache's server may outlive it.
+exclusively() {
+    mkdir -p "$root/build"
+    (
+        exec {build_lock}>"$root/build/build.lock"
+        flock -n "$build_lock" || { say "Waiting for another build in $root"; flock "$build_lock"; }
+        ("$@") {build_lock}>&-
+    )
+}
+
 # install_packages NAME...: installs missing packages; fast if there are none.
 install_packages() {
-    local name missing=()
+    [[ -z $(missing_packages "$@") ]] || exclusively install_missing "$@"
+}
+
+missing_packages() {
+    local name
     for name in "$@"; do
-        [[ $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) == installed ]] || missing+=("$name")
+        [[ $(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null) == installed ]] ||
+            printf '%s\n' "$name"
     done
+}
+
+install_missing() {
+    local missing
+    readarray -t missing < <(missing_packages "$@")
     ((${#missing[@]})) || return 0
     say "Installing ${missing[*]}"
     quietly as_root apt-get -qq update
@@ -59,11 +80,19 @@ quietly() {
 
 # configure_preset PRESET: once per build folder; later builds reconfigure by themselves.
 configure_preset() {
+    exclusively configure_if_new "$1"
+}
+
+configure_if_new() {
     [[ -f $root/build/$1/build.ninja ]] || (cd "$root" && quietly cmake --preset "$1")
 }
 
 # build_preset PRESET [TARGET...]: prints nothing if everything is up to date.
 build_preset() {
+    exclusively build_if_needed "$@"
+}
+
+build_if_needed() {
     local folder="$root/build/$1"
     ! ninja -n -C "$folder" "${@:2}" 2>&1 | grep 'no work to do' >/dev/null || return 0
     say "Building $1"
@@ -76,6 +105,17 @@ set_wine_environment() {
     export WINEDLLOVERRIDES="mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d"
     # Without a sound card ALSA would flood the terminal with errors.
     [[ -e /proc/asound/cards ]] || WINEDLLOVERRIDES+=";winealsa.drv=d"
+    # The server's socket, shader and font caches, and the sound client's files would otherwise stay in /tmp
+    # and the home folder.
+    export TMPDIR="$wine_home/tmp" XDG_CACHE_HOME="$wine_home/cache"
+    sound_server_runs || export PULSE_RUNTIME_PATH="$wine_home/sound" PULSE_COOKIE="$wine_home/sound/cookie"
+    mkdir -p "$TMPDIR" "$wine_home/sound"
+}
+
+# A sound server of the user is found through the user's own files.
+sound_server_runs() {
+    [[ -n ${PULSE_SERVER-} || -S ${PULSE_RUNTIME_PATH:-${XDG_RUNTIME_DIR-}/pulse}/native ]] ||
+        compgen -G "${XDG_CONFIG_HOME:-${HOME-}/.config}/pulse/*-runtime/native" >/dev/null
 }
 
 # The folder of the prefixes for this recipe and this version of Wine.
@@ -102,12 +142,18 @@ make_prefix_template() {
     mv "$unfinished" "$folder/template"
 }
 
-# remove_old_prefixes FOLDER: removes prefixes of other recipes that no session uses.
+# remove_old_prefixes FOLDER: removes the prefixes that no session uses: those of other recipes, and of this
+# one those that no session has used for a day.
 remove_old_prefixes() {
     local lock
     for lock in "$wine_home"/*/session-*.lock; do
-        [[ -e $lock && ${lock%/*} != "$1" ]] || continue
-        flock -n "$lock" rm -rf "${lock%.lock}" "$lock" "${lock%/*}/template" || true
+        [[ -e $lock ]] || continue
+        if [[ ${lock%/*} != "$1" ]]; then
+            flock -n "$lock" rm -rf "${lock%.lock}" "$lock" "${lock%/*}/template" || true
+            rmdir "${lock%/*}" 2>/dev/null || true
+        elif [[ -n $(find "$lock" -mmin +1440) ]]; then
+            flock -n "$lock" rm -rf "${lock%.lock}" "$lock" || true
+        fi
     done
 }
 
@@ -118,16 +164,15 @@ claim_prefix() {
     mkdir -p "$root/build"
     exec {prefix_lock}>"$root/build/wine.lock"
     flock "$prefix_lock"
-    if [[ ! -d $folder/template ]]; then
-        make_prefix_template "$folder"
-        remove_old_prefixes "$folder"
-    fi
+    [[ -d $folder/template ]] || make_prefix_template "$folder"
     while :; do
         number=$((number + 1))
         exec {session_lock}>"$folder/session-$number.lock"
         flock -n "$session_lock" && break
         exec {session_lock}>&-
     done
+    touch "$folder/session-$number.lock"
+    remove_old_prefixes "$folder"
     export WINEPREFIX="$folder/session-$number"
     if [[ ! -f $WINEPREFIX/complete ]]; then
         rm -rf "$WINEPREFIX"
@@ -137,13 +182,14 @@ claim_prefix() {
     exec {prefix_lock}>&-
 }
 
-# Starts an X server if there is no display. It has no window manager.
+# Starts an X server if there is no display. It has no window manager. Ctrl-C must not reach it (nor the
+# keeper, below): it outlives the program, which on Ctrl-C still writes its report. Hence setsid.
 start_display() {
     window_manager=Y
     [[ -z ${DISPLAY-} ]] || return 0
     window_manager=N
     exec {display_pipe}<> <(:)
-    Xvfb -displayfd "$display_pipe" -screen 0 1920x1080x24 -nolisten tcp >/dev/null 2>&1 &
+    setsid Xvfb -displayfd "$display_pipe" -screen 0 1920x1080x24 -nolisten tcp >/dev/null 2>&1 &
     display_process=$!
     local number
     read -r -t 30 number <&"$display_pipe" || { say "Xvfb did not start"; return 1; }
@@ -159,7 +205,7 @@ start_wine_session() {
     claim_prefix
     trap stop_wine_session EXIT
     start_display
-    coproc keeper { exec "$wine_loader" cmd /c "echo ready& set /p line=" 2>/dev/null; }
+    coproc keeper { exec setsid "$wine_loader" cmd /c "echo ready& set /p line=" 2>/dev/null; }
     local ready
     read -r -t 60 ready <&"${keeper[0]}" || { say "Wine did not start"; return 1; }
     # Otherwise each window would wait two seconds for a missing window manager.

@@ -7,9 +7,9 @@
 
 namespace pixelforge::preview {
 
-/// While alive, an interrupt sets `StopRequested` instead of ending the program, and a crash ends it with
-/// status 1 and a message on stderr. Either way the staged shader is removed, at the latest by the
-/// destructor. Only one may exist at a time.
+/// While alive, an interrupt sets `StopRequested` instead of ending the program; a second one, or a crash,
+/// ends it with status 1 and a message on stderr. In any case the staged shader is removed, at the latest by
+/// the destructor. Only one may exist at a time.
 class CleanupOnAbort {
 public:
     explicit CleanupOnAbort(StagedShader& shader);

@@ -18,25 +18,45 @@ std::atomic<StagedShader*> guardedShader = nullptr;
 constexpr DWORD kMaxWaitMilliseconds = 5000;
 constexpr DWORD kWaitStepMilliseconds = 10;
 
+void Print(const char* text) {
+    std::fprintf(stderr, "preview: %s\n", text);
+    std::fflush(stderr);
+}
+
+/// Does not return.
+void Abort(const char* reason) {
+    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
+        shader->Remove();
+    }
+    Print(reason);
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::Failed));
+}
+
+/// A frame may take long, and a driver may compile a shader for minutes: the second Ctrl-C does not wait.
+BOOL OnInterrupt(bool again) {
+    if (again) {
+        Abort("interrupted");
+    }
+    Print("stopping after this frame; press Ctrl-C again to stop immediately");
+    return TRUE;
+}
+
 BOOL WINAPI OnConsoleEvent(DWORD event) {
-    stopRequested = true;
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
-        for (DWORD waited = 0; guardedShader && waited < kMaxWaitMilliseconds;
-             waited += kWaitStepMilliseconds) {
-            Sleep(kWaitStepMilliseconds);
-        }
+    const bool again = stopRequested.exchange(true);
+    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
+        return OnInterrupt(again);
+    }
+    for (DWORD waited = 0; guardedShader && waited < kMaxWaitMilliseconds; waited += kWaitStepMilliseconds) {
+        Sleep(kWaitStepMilliseconds);
     }
     return TRUE;
 }
 
 LONG WINAPI OnCrash(EXCEPTION_POINTERS* pointers) {
-    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
-        shader->Remove();
-    }
-    std::fprintf(stderr, "preview: the module crashed (exception 0x%08lX)\n",
-                 static_cast<unsigned long>(pointers->ExceptionRecord->ExceptionCode));
-    std::fflush(stderr);
-    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::Failed));
+    char reason[64];
+    std::snprintf(reason, sizeof reason, "the module crashed (exception 0x%08lX)",
+                  static_cast<unsigned long>(pointers->ExceptionRecord->ExceptionCode));
+    Abort(reason);
     return EXCEPTION_EXECUTE_HANDLER;
 }
 

@@ -11,12 +11,10 @@
 
 namespace pixelforge::preview {
 
-/// A run ends if its first frames, this many, all fail: retrying would load the same shader again.
-inline constexpr int kMaxInitialFailures = 3;
-
 struct FrameRunOptions {
     int frames = 60;
     bool checksums = false;
+    bool realTime = false;
     const std::atomic<bool>* stop = nullptr;  ///< set by another thread to end the run early
     EventPlayer* events = nullptr;
 

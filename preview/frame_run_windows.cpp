@@ -94,13 +94,20 @@ bool NeverSucceeds(const std::vector<FrameRecord>& frames) {
 std::vector<FrameRecord> RunFrames(HostSession& session, const FrameRunOptions& options) {
     std::vector<FrameRecord> frames;
     ProgressBar progress(options.frames);
+    RealTime realTime(session);
     const auto stopped = [&] { return options.stop && options.stop->load(); };
     for (int i = 0; i < options.frames && !stopped() && !NeverSucceeds(frames); ++i) {
         const bool loading = PlayEvents(options.events, i, session) || NextCallLoads(frames);
+        if (options.realTime) {
+            realTime.Advance();
+        }
         FrameRecord frame = DrawTimed(session);
         frame.loading = loading;
         frame.crc32 = options.checksums ? Crc32(session.Pixels().bytes) : 0;
         frames.push_back(frame);
+        if (loading) {
+            realTime.Restart();
+        }
         if (frame.result == FrameResult::Drawn) {
             if (options.frameDrawn) {
                 options.frameDrawn(i + 1);

@@ -58,15 +58,22 @@ ExitStatus RunCommand() {
     return RunPreview(options);
 }
 
-}  // namespace
-
-int main() {
+ExitStatus RunAndReport() {
     const Utf8Streams streams;
     try {
-        return static_cast<int>(RunCommand());
+        return RunCommand();
     } catch (const std::exception& error) {
         std::fprintf(stderr, "preview: %s\n", error.what());
         const auto* hostError = dynamic_cast<const HostError*>(&error);
-        return static_cast<int>(hostError ? hostError->Status() : ExitStatus::Failed);
+        return hostError ? hostError->Status() : ExitStatus::Failed;
     }
+}
+
+}  // namespace
+
+int main() {
+    const ExitStatus status = RunAndReport();
+    // Everything of ours is closed. An ordinary exit runs the graphics driver's clean-up, which under Wine
+    // can crash or exceed the time that the server allows, and then the status would be lost.
+    TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
 }

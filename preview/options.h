@@ -23,14 +23,32 @@ struct Options {
     std::string reportPath;
     std::string includeFolder;
     std::string eventsPath;
+    std::string packPath;                  ///< only write the shader's document
     std::vector<ControlSetting> settings;  ///< those of --tiles, --mirror and --foreground first
     std::int32_t levels = 0;               ///< divisor of level output; 0: colours
+    bool realTime = false;                 ///< "Speed" is the time since the previous frame
     bool window = false;                   ///< the live view
     bool watch = false;
     bool check = false;  ///< only load
     bool bench = false;
     bool info = false;
     std::string helpText;  ///< if not empty, print it and exit
+};
+
+/// What a run writes, in the order of `kOutputs`.
+enum class Output { Picture, Frames, Report };
+
+/// Before the first frame the missing folders of the path are created, and it is tested for writing.
+struct OutputRow {
+    const char* option;
+    std::string Options::*path;
+    bool folder;
+};
+
+inline constexpr OutputRow kOutputs[] = {
+    {"--png", &Options::pngPath, false},
+    {"--frames-dir", &Options::framesFolder, true},
+    {"--report", &Options::reportPath, false},
 };
 
 /// Parses the arguments (UTF-8, without the program's name). Throws `HostError` with `WrongUsage`.

@@ -2,8 +2,10 @@
 #include "preview/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <optional>
+#include <variant>
 
 #include "base/bitmap.h"
 #include "base/text.h"
@@ -87,70 +89,110 @@ void RequireOneSource(const Options& options) {
 }
 
 /// The command line before validation.
-struct Arguments {
-    Options options;
+struct Arguments : Options {
     std::string size;
     std::string tiles;
     bool mirror = false;
     bool foreground = false;
-    std::vector<std::string> settings;
-    CLI::Option* frames = nullptr;
+    std::vector<std::string> assignments;
 };
 
-void AddSource(CLI::App& app, Arguments& given) {
-    Options& options = given.options;
-    app.add_option("document", options.documentPath, "Shader document (JSON) or plain shader (GLSL)")
-        ->type_name("SHADER");
-    app.add_option("--playlist", options.playlistPath, "Pick a shader from this playlist instead")
-        ->type_name("FILE");
-    app.add_option("--id", options.shaderId, "Load this shader from the web service instead")
-        ->type_name("IDENTIFIER");
-    app.add_option("--forget", options.forgetId, "Remove this shader from the cache first")
-        ->type_name("IDENTIFIER");
-    app.add_option("--include", options.includeFolder, "Folder for the shader's #include files")
-        ->type_name("DIR");
+using Value = std::variant<bool Arguments::*, std::int32_t Arguments::*, std::string Arguments::*,
+                           std::vector<std::string> Arguments::*>;
+
+struct Range {
+    std::int32_t least = 0;
+    std::int32_t most = 0;  ///< 0: no range
+};
+
+struct OptionRow {
+    const char* name;
+    const char* form;  ///< of the value, for --help; empty for a switch
+    Value value;
+    const char* help;
+    Range range = {};
+};
+
+constexpr OptionRow kOptions[] = {
+    {"document", "SHADER", &Arguments::documentPath, "Shader document (JSON) or plain shader (GLSL)"},
+    {"--playlist", "FILE", &Arguments::playlistPath, "Pick a shader from this playlist instead"},
+    {"--id", "IDENTIFIER", &Arguments::shaderId, "Load this shader from the web service instead"},
+    {"--forget", "IDENTIFIER", &Arguments::forgetId, "Remove this shader from the cache first"},
+    {"--include", "DIR", &Arguments::includeFolder, "Folder for the shader's #include files"},
+
+    {"--size", "WxH", &Arguments::size, "Frame size in pixels (default 1280x720)"},
+    {"--frames",
+     "N",
+     &Arguments::frames,
+     "Number of frames (default 60; in a window unlimited)",
+     {1, 10'000'000}},
+    {"--real-time", "", &Arguments::realTime,
+     "Let shader time follow the clock (default in a window, unless Speed is set)"},
+    {"--set", "\"Label=value\"", &Arguments::assignments, "Set a control by its label; may be repeated"},
+    {"--tiles", "XxY", &Arguments::tiles, "Number of tiles across and down"},
+    {"--mirror", "", &Arguments::mirror, "Mirror every second tile"},
+    {"--foreground", "", &Arguments::foreground, "Draw only non-black pixels over the host's picture"},
+    {"--levels", "N", &Arguments::levels, "Output brightness (R+G+B)/N instead of colours", {1, 765}},
+    {"--events", "FILE", &Arguments::eventsPath, "Play scripted keys, mouse input and resizing"},
+
+    {"--window", "", &Arguments::window, "Show the frames in a window; F1 lists its keys"},
+    {"--watch", "", &Arguments::watch, "Like --window, and reload when a file of the shader changes"},
+    {"--png", "FILE", &Arguments::pngPath, "Write the last frame as a PNG"},
+    {"--frames-dir", "DIR", &Arguments::framesFolder, "Write every frame as a PNG to this folder"},
+    {"--report", "FILE", &Arguments::reportPath, "Write results, times and messages as JSON"},
+    {"--pack", "FILE.json", &Arguments::packPath, "Draw nothing; write the shader's document"},
+    {"--bench", "", &Arguments::bench, "Print a table of frame times"},
+    {"--check", "", &Arguments::check, "Only load the shader; print errors with line numbers"},
+    {"--info", "", &Arguments::info, "Print the notice about the shader"},
+};
+
+/// The live view has no end to report on.
+constexpr const char* kNotInWindow[] = {"--frames-dir", "--report", "--bench", "--check", "--info"};
+
+/// Packing draws nothing.
+constexpr const char* kNotWithPack[] = {"--window", "--watch", "--png",   "--frames-dir",
+                                        "--report", "--bench", "--check", "--info"};
+
+CLI::Option* Declare(CLI::App& app, const OptionRow& row, bool& value) {
+    return app.add_flag(row.name, value, row.help);
 }
 
-void AddFrame(CLI::App& app, Arguments& given) {
-    Options& options = given.options;
-    app.add_option("--size", given.size, "Frame size in pixels (default 1280x720)")->type_name("WxH");
-    given.frames =
-        app.add_option("--frames", options.frames, "Number of frames (default 60; in a window unlimited)")
-            ->type_name("N")
-            ->check(CLI::Range(1, 10'000'000));
-    app.add_option("--set", given.settings, "Set a control by its label; may be repeated")
-        ->type_name("\"Label=value\"")
+template <class Scalar>
+CLI::Option* Declare(CLI::App& app, const OptionRow& row, Scalar& value) {
+    return app.add_option(row.name, value, row.help);
+}
+
+CLI::Option* Declare(CLI::App& app, const OptionRow& row, std::vector<std::string>& values) {
+    return app.add_option(row.name, values, row.help)
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
-    app.add_option("--tiles", given.tiles, "Number of tiles across and down")->type_name("XxY");
-    app.add_flag("--mirror", given.mirror, "Mirror every second tile");
-    app.add_flag("--foreground", given.foreground, "Draw only non-black pixels over the host's picture");
-    app.add_option("--levels", options.levels, "Output brightness (R+G+B)/N instead of colours")
-        ->type_name("N")
-        ->check(CLI::Range(1, 765));
-    app.add_option("--events", options.eventsPath, "Play scripted keys, mouse input and resizing")
-        ->type_name("FILE");
 }
 
-void AddOutcome(CLI::App& app, Options& options) {
-    app.add_flag("--window", options.window, "Show the frames in a window; F1 lists its keys");
-    app.add_flag("--watch", options.watch, "Like --window, and reload when a file of the shader changes");
-    app.add_option("--png", options.pngPath, "Write the last frame as a PNG")->type_name("FILE");
-    app.add_option("--frames-dir", options.framesFolder, "Write every frame as a PNG to this folder")
-        ->type_name("DIR");
-    app.add_option("--report", options.reportPath, "Write results, times and messages as JSON")
-        ->type_name("FILE");
-    app.add_flag("--bench", options.bench, "Print a table of frame times");
-    app.add_flag("--check", options.check, "Only load the shader; print errors with line numbers");
-    app.add_flag("--info", options.info, "Print the notice about the shader");
+void DeclareOptions(CLI::App& app, Arguments& given) {
+    for (const OptionRow& row : kOptions) {
+        CLI::Option* option =
+            std::visit([&](auto member) { return Declare(app, row, given.*member); }, row.value);
+        if (*row.form) {
+            option->type_name(row.form);
+        }
+        if (row.range.most != 0) {
+            option->check(CLI::Range(row.range.least, row.range.most));
+        }
+    }
 }
 
-void RequireOneOutcome(const Options& options) {
-    const bool measured = options.bench || !options.reportPath.empty() || !options.framesFolder.empty();
-    if (options.window && (measured || options.check || options.info)) {
-        RejectUsage(
-            "--window and --watch cannot be combined with --bench, --check, --info, --report or "
-            "--frames-dir");
+void RequireOneOutcome(const CLI::App& app, const Options& options) {
+    for (const char* name : kNotInWindow) {
+        if (options.window && app.count(name) > 0) {
+            RejectUsage(std::string(name) + " cannot be combined with --window or --watch");
+        }
+    }
+    const bool drawn = std::ranges::any_of(kNotWithPack, [&](auto name) { return app.count(name) > 0; });
+    if (!options.packPath.empty() && (drawn || options.documentPath.empty())) {
+        RejectUsage("--pack needs a shader file and draws nothing");
+    }
+    if (!options.packPath.empty() && !options.packPath.ends_with(".json")) {
+        RejectUsage("--pack: the document's name must end in .json");
     }
     if (options.watch && options.documentPath.empty()) {
         RejectUsage("--watch needs a shader file");
@@ -172,11 +214,17 @@ void AddOutputSettings(const Arguments& given, std::vector<ControlSetting>& sett
     }
 }
 
-Options Validate(Arguments& given) {
-    Options& options = given.options;
-    options.window = options.window || options.watch;
-    RequireOneSource(options);
-    RequireOneOutcome(options);
+/// A fixed step and the clock exclude each other.
+void ChooseTime(Options& options) {
+    const bool fixedStep =
+        std::ranges::any_of(options.settings, [](auto& set) { return set.label == "Speed"; });
+    if (options.realTime && fixedStep) {
+        RejectUsage("specify only one of --real-time and --set \"Speed=...\"");
+    }
+    options.realTime = options.realTime || (options.window && !fixedStep);
+}
+
+void ChooseSize(const Arguments& given, Options& options) {
     if (!given.size.empty()) {
         const Sides sides = ReadSides(given.size, "--size", kLargestSide);
         options.width = sides.across;
@@ -185,13 +233,22 @@ Options Validate(Arguments& given) {
         options.width = kCheckWidth;
         options.height = kCheckHeight;
     }
-    if (given.frames->count() == 0) {
+}
+
+Options Validate(const CLI::App& app, const Arguments& given) {
+    Options options = given;
+    options.window = options.window || options.watch;
+    RequireOneSource(options);
+    RequireOneOutcome(app, options);
+    ChooseSize(given, options);
+    if (app.count("--frames") == 0) {
         options.frames = options.window ? 0 : options.check || options.info ? 1 : options.frames;
     }
     AddOutputSettings(given, options.settings);
-    for (const std::string& setting : given.settings) {
-        options.settings.push_back(ReadSetting(setting));
+    for (const std::string& assignment : given.assignments) {
+        options.settings.push_back(ReadSetting(assignment));
     }
+    ChooseTime(options);
     return options;
 }
 
@@ -202,18 +259,16 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
     CLI::App app(kDescription, "preview");
     // Otherwise a path that begins with a slash would be parsed as an option.
     app.allow_windows_style_options(false);
-    AddSource(app, given);
-    AddFrame(app, given);
-    AddOutcome(app, given.options);
+    DeclareOptions(app, given);
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
-        given.options.helpText = app.help();
-        return given.options;
+        given.helpText = app.help();
+        return given;
     } catch (const CLI::ParseError& error) {
         RejectUsage(error.what());
     }
-    return Validate(given);
+    return Validate(app, given);
 }
 
 }  // namespace pixelforge::preview

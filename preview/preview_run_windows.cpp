@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <optional>
@@ -13,6 +14,7 @@
 #include "base/text.h"
 #include "preview/cleanup_on_abort.h"
 #include "preview/documents/opened_shader.h"
+#include "preview/documents/shader_source.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
@@ -27,11 +29,11 @@ namespace {
 /// Absolute, because the current folder changes to the shader's. Empty for missing options.
 struct Paths {
     std::wstring source;
-    std::wstring png;
-    std::wstring frames;
-    std::wstring report;
     std::wstring include;
     std::wstring start;  ///< the initial current folder
+    std::wstring outputs[std::size(kOutputs)] = {};
+
+    const std::wstring& Of(Output output) const { return outputs[static_cast<std::size_t>(output)]; }
 };
 
 std::wstring AbsoluteOrEmpty(const std::string& path) {
@@ -46,12 +48,12 @@ const std::string& SourceName(const Options& options) {
 }
 
 Paths ResolvePaths(const Options& options) {
-    return {.source = AbsolutePath(SourceName(options)),
-            .png = AbsoluteOrEmpty(options.pngPath),
-            .frames = AbsoluteOrEmpty(options.framesFolder),
-            .report = AbsoluteOrEmpty(options.reportPath),
-            .include = AbsoluteOrEmpty(options.includeFolder),
-            .start = AbsolutePath(".")};
+    Paths paths = {.source = AbsolutePath(SourceName(options)),
+                   .include = AbsoluteOrEmpty(options.includeFolder),
+                   .start = AbsolutePath(".")};
+    std::ranges::transform(kOutputs, paths.outputs,
+                           [&](const OutputRow& row) { return AbsoluteOrEmpty(options.*row.path); });
+    return paths;
 }
 
 void SetIncludeFolder(const Options& options, const Paths& paths) {
@@ -96,15 +98,26 @@ SessionOptions SessionOptionsOf(const Options& options, const StagedShader& shad
 }
 
 /// "DIR\frame-00001.png" and so on.
-void WriteNumberedPicture(const std::wstring& folder, int number, HostSession& session) {
+std::wstring NumberedPicture(const std::wstring& folder, int number) {
     wchar_t name[32];
     std::swprintf(name, 32, L"\\frame-%05d.png", number);
-    WritePng(folder + name, session.Picture());
+    return folder + name;
 }
 
-void CreateFramesFolder(const std::wstring& folder) {
-    if (!folder.empty() && !CreateDirectoryW(folder.c_str(), nullptr) && !IsExistingFolder(folder.c_str())) {
-        throw HostError(ExitStatus::WrongUsage, WithLastError("cannot create the folder " + ToUtf8(folder)));
+/// Otherwise a long run would be lost at its end.
+void RequireWritableOutput(const char* option, const std::wstring& path) {
+    const std::string failure = FailureOf([&] { RequireWritable(path); });
+    if (!failure.empty()) {
+        throw HostError(ExitStatus::WrongUsage, std::string(option) + ": " + failure);
+    }
+}
+
+void RequireWritableOutputs(const Paths& paths) {
+    for (std::size_t i = 0; i < std::size(kOutputs); ++i) {
+        const std::wstring& path = paths.outputs[i];
+        if (!path.empty()) {
+            RequireWritableOutput(kOutputs[i].option, kOutputs[i].folder ? NumberedPicture(path, 1) : path);
+        }
     }
 }
 
@@ -127,22 +140,22 @@ struct Outcome {
 };
 
 Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
-    CreateFramesFolder(run.paths.frames);
     HostSession session(library, SessionOptionsOf(run.options, run.shader.Staged()));
     session.Open();
-    std::vector<FrameRecord> frames =
-        RunFrames(session, {.frames = run.options.frames,
-                            .checksums = !run.paths.report.empty(),
-                            .stop = run.stop,
-                            .events = run.events,
-                            .frameDrawn = [&](int count) {
-                                if (!run.paths.frames.empty()) {
-                                    WriteNumberedPicture(run.paths.frames, count, session);
-                                }
-                            }});
+    std::vector<FrameRecord> frames = RunFrames(
+        session, {.frames = run.options.frames,
+                  .checksums = !run.paths.Of(Output::Report).empty(),
+                  .realTime = run.options.realTime,
+                  .stop = run.stop,
+                  .events = run.events,
+                  .frameDrawn = [&](int count) {
+                      if (!run.paths.Of(Output::Frames).empty()) {
+                          WritePng(NumberedPicture(run.paths.Of(Output::Frames), count), session.Picture());
+                      }
+                  }});
     std::string pictureError;
-    if (!run.paths.png.empty() && Summarize(frames).failed == 0) {
-        pictureError = FailureOf([&] { WritePng(run.paths.png, session.Picture()); });
+    if (!run.paths.Of(Output::Picture).empty() && Summarize(frames).failed == 0) {
+        pictureError = FailureOf([&] { WritePng(run.paths.Of(Output::Picture), session.Picture()); });
     }
     return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
             pictureError};
@@ -175,7 +188,7 @@ void PrintSummary(const Options& options, const Outcome& outcome, const FrameSta
 
 void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                  const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines) {
-    if (paths.report.empty()) {
+    if (paths.Of(Output::Report).empty()) {
         return;
     }
     const std::string json = ReportJson({.shader = SourceName(options),
@@ -185,7 +198,7 @@ void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                                          .gl = QueryGlInfo(),
                                          .frames = frames,
                                          .debugLines = lines});
-    WriteOutputFile(paths.report, BytesOf(json));
+    WriteOutputFile(paths.Of(Output::Report), BytesOf(json));
 }
 
 void PrintBench(const FrameStatistics& statistics) {
@@ -218,7 +231,8 @@ ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const 
     const Outcome outcome = DrawFrames(run, library);
     const FrameStatistics statistics = Summarize(outcome.frames);
     const ExitStatus status = outcome.pictureError.empty() ? StatusOf(statistics) : ExitStatus::Failed;
-    WriteReport(run.options, run.paths, status, outcome.frames, capture.Lines());
+    const std::vector<std::string>& errors = run.shader.Errors();
+    WriteReport(run.options, run.paths, status, outcome.frames, errors.empty() ? capture.Lines() : errors);
     if (!outcome.pictureError.empty()) {
         throw HostError(ExitStatus::Failed, outcome.pictureError);
     }
@@ -241,14 +255,16 @@ std::wstring PictureStem(const Paths& paths) {
 ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
                        const Messages& readableLines) {
     return RunLiveView(
-        library,
+        library.Functions(),
         {.session = SessionOptionsOf(run.options, run.shader.Staged()),
          .name = SourceName(run.options),
          .pictureStem = PictureStem(run.paths),
-         .lastPicture = run.paths.png,
+         .lastPicture = run.paths.Of(Output::Picture),
          .frames = run.options.frames,
          .events = run.events,
          .stop = run.stop,
+         .realTime = run.options.realTime,
+         .anotherPick = !run.options.playlistPath.empty(),
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
          .takeMessages = [&] {
              auto lines = readableLines();
@@ -273,7 +289,7 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
     if (options.documentPath.empty()) {
         return OpenedShader::OfPlaylist(paths.source);
     }
-    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include);
+    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
     if (!shader.Conversion().empty()) {
         PrintError("preview: " + options.documentPath + ": " + shader.Conversion());
     }
@@ -307,7 +323,25 @@ void ForgetCachedShader(const std::string& identifier) {
     }
 }
 
+ExitStatus PackShader(const Options& options) {
+    const ShaderSource source =
+        ReadShaderSource(AbsolutePath(options.documentPath), {}, options.documentPath);
+    PrintLines(source.errors);
+    if (!source.errors.empty()) {
+        return ExitStatus::Failed;
+    }
+    const std::wstring packed = AbsolutePath(options.packPath);
+    RequireWritableOutput("--pack", packed);
+    const bool ended = source.document.ends_with('\n');
+    WriteOutputFile(packed, BytesOf(source.document + (ended ? "" : "\n")));
+    std::printf("document    %s\n", options.packPath.c_str());
+    return ExitStatus::Drawn;
+}
+
 ExitStatus RunPreview(const Options& options) {
+    if (!options.packPath.empty()) {
+        return PackShader(options);
+    }
     if (!options.forgetId.empty()) {
         ForgetCachedShader(options.forgetId);
         if (SourceName(options).empty()) {
@@ -318,8 +352,12 @@ ExitStatus RunPreview(const Options& options) {
     SetIncludeFolder(options, paths);
     std::optional<EventPlayer> events = ReadEvents(options);
     OpenedShader shader = OpenShader(options, paths);
+    RequireWritableOutputs(paths);
     DebugCapture capture;
     const Messages readableLines = [&] {
+        if (!shader.Errors().empty()) {
+            return shader.Errors();
+        }
         return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
     };
     try {

@@ -4,7 +4,7 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <utility>
 
 #include "preview/documents/json_writer.h"
@@ -12,30 +12,38 @@
 namespace pixelforge::preview {
 namespace {
 
-constexpr int kKeyboardId = 33;
-constexpr int kImageId = 37;
-constexpr int kCubeId = 41;
-constexpr int kBufferAId = 257;
-
 struct DocumentInfo {
     std::string_view id;
     std::string_view name;
     std::string_view username;
     std::string_view description = {};
+    std::string_view tags = {};  ///< separated by blanks
 };
+
+void WriteTags(JsonWriter& json, std::string_view tags) {
+    json.BeginArray("tags");
+    for (std::size_t at = tags.find_first_not_of(' '); at != std::string_view::npos;
+         at = tags.find_first_not_of(' ', at)) {
+        const std::string_view tag = tags.substr(at, tags.find(' ', at) - at);
+        json.Text({}, tag);
+        at += tag.size();
+    }
+    json.EndArray();
+}
 
 void WriteInfo(JsonWriter& json, const DocumentInfo& info) {
     json.BeginObject("info");
     json.Text("id", info.id);
     json.Text("date", "0");
+    json.Integer("viewed", 0);
     json.Text("name", info.name);
     json.Text("username", info.username);
     json.Text("description", info.description);
-    for (const char* count : {"viewed", "likes", "published", "flags", "usePreview", "hasliked"}) {
+    for (const char* count : {"likes", "published", "flags", "usePreview"}) {
         json.Integer(count, 0);
     }
-    json.BeginArray("tags");
-    json.EndArray();
+    WriteTags(json, info.tags);
+    json.Integer("hasliked", 0);
     json.EndObject();
 }
 
@@ -55,11 +63,11 @@ std::string MakeDocument(const DocumentInfo& info, const WritePasses& writePasse
     return json.Result();
 }
 
-void WriteDefaultSampler(JsonWriter& json) {
+void WriteSampler(JsonWriter& json, const ChannelInput& input) {
     json.BeginObject("sampler");
-    json.Text("filter", "linear");
-    json.Text("wrap", "clamp");
-    json.Text("vflip", "false");
+    json.Text("filter", input.filter);
+    json.Text("wrap", input.wrap);
+    json.Text("vflip", input.vflip);
     json.Text("srgb", "false");
     json.Text("internal", "byte");
     json.EndObject();
@@ -94,21 +102,14 @@ constexpr PassRow kPasses[] = {
     {"cube", "cubemap", "Cube A", kCubeId},
 };
 
-struct Input {
-    const char* type = nullptr;  ///< null: the channel is free
-    int id = 0;
-};
-
-using Channels = std::array<Input, 4>;
-
 bool Has(const std::vector<PassFile>& passes, std::string_view stem) {
     return std::ranges::find(passes, stem, &PassFile::stem) != passes.end();
 }
 
-void PutOnFreeChannel(Channels& channels, Input input) {
-    const auto free = std::ranges::find(channels, nullptr, &Input::type);
+void PutOnFreeChannel(Channels& channels, std::string_view type, int id) {
+    const auto free = std::ranges::find(channels, std::string_view(), &ChannelInput::type);
     if (free != channels.end()) {
-        *free = input;
+        *free = {.type = type, .id = id};
     }
 }
 
@@ -117,38 +118,40 @@ Channels ChooseChannels(const std::vector<PassFile>& passes) {
     for (std::size_t i = 0; i < channels.size(); ++i) {
         const PassRow& buffer = kPasses[kBufferARow + i];
         if (Has(passes, buffer.stem)) {
-            channels[i] = {buffer.type, buffer.outputId};
+            channels[i] = {.type = buffer.type, .id = buffer.outputId};
         }
     }
     if (Has(passes, "cube")) {
-        PutOnFreeChannel(channels, {"cubemap", kCubeId});
+        PutOnFreeChannel(channels, "cubemap", kCubeId);
     }
-    PutOnFreeChannel(channels, {"keyboard", kKeyboardId});
+    PutOnFreeChannel(channels, "keyboard", kKeyboardId);
     return channels;
 }
 
 void WriteInputs(JsonWriter& json, const Channels& channels) {
     json.BeginArray("inputs");
     for (std::size_t channel = 0; channel < channels.size(); ++channel) {
-        if (!channels[channel].type) {
+        const ChannelInput& input = channels[channel];
+        if (input.type.empty()) {
             continue;
         }
         json.BeginObject();
-        json.Text("ctype", channels[channel].type);
+        json.Text("ctype", input.type);
         json.Integer("channel", static_cast<std::int64_t>(channel));
-        json.Integer("id", channels[channel].id);
-        json.Text("src", "");
-        WriteDefaultSampler(json);
+        json.Integer("id", input.id);
+        json.Text("src", input.src);
+        WriteSampler(json, input);
         json.EndObject();
     }
     json.EndArray();
 }
 
-void WritePassFile(JsonWriter& json, const PassRow& row, const std::string& code, const Channels& channels) {
+void WritePassFile(JsonWriter& json, const PassFile& pass, const Channels& channels) {
+    const PassRow& row = *std::ranges::find(kPasses, pass.stem, &PassRow::stem);
     json.BeginObject();
     json.Text("type", row.type);
     json.Text("name", row.name);
-    json.Text("code", code);
+    json.Text("code", pass.code);
     WriteInputs(json, row.outputId != 0 ? channels : Channels{});
     WriteOutputs(json, row.outputId);
     json.EndObject();
@@ -224,7 +227,7 @@ int InputId(const Value& input) {
 void WriteSampler(JsonWriter& json, const Value& input) {
     const Value* sampler = Member(input, "sampler");
     if (!sampler || !sampler->IsObject()) {
-        WriteDefaultSampler(json);
+        WriteSampler(json, ChannelInput{});
         return;
     }
     json.BeginObject("sampler");
@@ -259,17 +262,31 @@ void WritePass(JsonWriter& json, const Value& pass) {
 
 }  // namespace
 
-std::string DocumentOfPassFiles(std::string_view name, const std::vector<PassFile>& passes) {
-    const Channels channels = ChooseChannels(passes);
-    const DocumentInfo info = {.id = "local", .name = name, .username = "local file"};
-    return MakeDocument(info, [&](JsonWriter& json) {
-        for (const PassFile& pass : passes) {
-            const auto row = std::ranges::find(kPasses, pass.stem, &PassRow::stem);
-            if (row != std::end(kPasses)) {
-                WritePassFile(json, *row, pass.code, channels);
-            }
+MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFile>& passes,
+                                 const FileExists& exists) {
+    MadeDocument made;
+    std::vector<CommentLines> comments;
+    for (const PassFile& pass : passes) {
+        comments.push_back(ReadCommentLines(pass, passes, exists));
+        std::ranges::copy(comments.back().errors, std::back_inserter(made.errors));
+    }
+    const CommentLines& image = comments.front();
+    const bool explicitInputs = std::ranges::any_of(comments, &CommentLines::nameInputs);
+    const Channels usual = ChooseChannels(passes);
+    const auto orElse = [](std::string_view text, std::string_view other) {
+        return text.empty() ? other : text;
+    };
+    const DocumentInfo info = {.id = stem,
+                               .name = orElse(image.name, stem),
+                               .username = orElse(image.author, "local file"),
+                               .description = image.description,
+                               .tags = image.tags};
+    made.json = MakeDocument(info, [&](JsonWriter& json) {
+        for (std::size_t i = 0; i < passes.size(); ++i) {
+            WritePassFile(json, passes[i], explicitInputs ? comments[i].channels : usual);
         }
     });
+    return made;
 }
 
 std::optional<std::string> ConvertBareDocument(std::string_view document) {

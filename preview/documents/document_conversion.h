@@ -6,21 +6,24 @@
 #include <string_view>
 #include <vector>
 
-namespace pixelforge::preview {
+#include "preview/documents/comment_lines.h"
 
-/// One plain shader file.
-struct PassFile {
-    std::string stem;  ///< which pass: "image", "common", "a" to "d", "cube"
-    std::string code;  ///< UTF-8
-};
+namespace pixelforge::preview {
 
 /// Between a plain shader's name and its extension for every pass but the image, as in "plasma.a.glsl".
 inline constexpr std::string_view kPassFileStems[] = {"common", "a", "b", "c", "d", "cube"};
 
-/// The document of these passes as UTF-8 JSON. Every pass with inputs has the same channels: each existing
-/// Buffer A to D on 0 to 3 in that order; then Cube A, if it exists, and the keyboard on the first free
-/// ones.
-std::string DocumentOfPassFiles(std::string_view name, const std::vector<PassFile>& passes);
+struct MadeDocument {
+    std::string json;                 ///< UTF-8
+    std::vector<std::string> errors;  ///< of comment lines, see `CommentLines`
+};
+
+/// The document of these passes, the image first. `stem` is the shader's file name without extension: the
+/// document's id and, without a comment line for it, its name. If no comment line names an input, every pass
+/// has the same ones: each existing Buffer A to D on channels 0 to 3 in that order; then Cube A, if it
+/// exists, and the keyboard on the first free ones.
+MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFile>& passes,
+                                 const FileExists& exists);
 
 /// The same shader in the module's format. The other format in circulation lacks the enclosing "Shader" (and
 /// may be an array), calls an input's kind "type" and its file "filepath", and uses text ids. std::nullopt

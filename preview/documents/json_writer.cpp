@@ -11,6 +11,7 @@ rapidjson::SizeType LengthOf(std::string_view text) {
 }  // namespace
 
 JsonWriter::JsonWriter() : writer_(buffer_) {
+    writer_.SetIndent(' ', 2);
     writer_.SetMaxDecimalPlaces(4);
 }
 

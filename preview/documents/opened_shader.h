@@ -48,13 +48,18 @@ public:
     static OpenedShader OfIdentifier(const std::string& identifier);
     static OpenedShader OfPlaylist(const std::wstring& path);
 
-    /// The include folder may be empty.
-    static OpenedShader OfFile(const std::wstring& path, const std::wstring& includeFolder);
+    /// The include folder may be empty; `name` is the path as the user wrote it.
+    static OpenedShader OfFile(const std::wstring& path, const std::wstring& includeFolder,
+                               const std::string& name);
 
     StagedShader& Staged() noexcept { return staged_; }
 
     /// How the file was converted to a document; empty if it was not.
     const std::string& Conversion() const noexcept { return conversion_; }
+
+    /// What is wrong with a plain shader's comment lines. Its document is staged empty, so that the module
+    /// cannot load it.
+    const std::vector<std::string>& Errors() const noexcept { return errors_; }
 
     /// Stages the shader again if one of its files has changed. Returns true if so: the module must reload. A
     /// file that cannot be read is assumed to be still being written and is retried later.
@@ -66,7 +71,9 @@ private:
     StagedShader staged_;
     std::wstring path_;
     std::wstring includeFolder_;
+    std::string name_;
     std::string conversion_;
+    std::vector<std::string> errors_;
     std::optional<FileWatch> watch_;
 };
 

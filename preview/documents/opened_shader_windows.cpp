@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <span>
 #include <utility>
 
 #include "base/text.h"
@@ -17,6 +18,10 @@ constexpr auto kInterval = std::chrono::milliseconds(150);
 
 std::uint64_t Combine(DWORD high, DWORD low) {
     return static_cast<std::uint64_t>(high) << 32 | low;
+}
+
+std::span<const std::uint8_t> StagedBytes(const ShaderSource& source) {
+    return BytesOf(source.errors.empty() ? std::string_view(source.document) : std::string_view());
 }
 
 }  // namespace
@@ -67,11 +72,14 @@ OpenedShader OpenedShader::OfPlaylist(const std::wstring& path) {
     return OpenedShader(StagedShader::OfPlaylist(BytesOf(ReadInputFile(path))));
 }
 
-OpenedShader OpenedShader::OfFile(const std::wstring& path, const std::wstring& includeFolder) {
-    ShaderSource source = ReadShaderSource(path, includeFolder);
-    OpenedShader shader(StagedShader::OfDocument(BytesOf(source.document)));
+OpenedShader OpenedShader::OfFile(const std::wstring& path, const std::wstring& includeFolder,
+                                  const std::string& name) {
+    ShaderSource source = ReadShaderSource(path, includeFolder, name);
+    OpenedShader shader(StagedShader::OfDocument(StagedBytes(source)));
     shader.path_ = path;
     shader.includeFolder_ = includeFolder;
+    shader.name_ = name;
+    shader.errors_ = std::move(source.errors);
     shader.conversion_ = std::move(source.conversion);
     shader.watch_.emplace(std::move(source.files));
     return shader;
@@ -82,8 +90,9 @@ bool OpenedShader::Refresh() {
         return false;
     }
     try {
-        ShaderSource source = ReadShaderSource(path_, includeFolder_);
-        staged_.ReplaceDocument(BytesOf(source.document));
+        ShaderSource source = ReadShaderSource(path_, includeFolder_, name_);
+        staged_.ReplaceDocument(StagedBytes(source));
+        errors_ = std::move(source.errors);
         watch_->Watch(std::move(source.files));
         return true;
     } catch (const HostError&) {

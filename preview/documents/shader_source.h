@@ -8,16 +8,19 @@
 namespace pixelforge::preview {
 
 struct ShaderSource {
-    std::string document;    ///< in the module's format
-    std::string conversion;  ///< how the file was converted, for the user; empty if unchanged
+    std::string document;             ///< in the module's format
+    std::string conversion;           ///< how the file was converted, for the user; empty if unchanged
+    std::vector<std::string> errors;  ///< of a plain shader's comment lines, see `CommentLines`
 
     /// Absolute paths of every file that may belong to the shader, existing or not: the named file, its
     /// passes, include files and media.
     std::vector<std::wstring> files;
 };
 
-/// `includeFolder` is absolute or empty. Throws `HostError` with `WrongUsage` if the file cannot be read.
-ShaderSource ReadShaderSource(const std::wstring& absolutePath, const std::wstring& includeFolder);
+/// `includeFolder` is absolute or empty; `name` is the path as the user wrote it. Throws `HostError` with
+/// `WrongUsage` if the file cannot be read.
+ShaderSource ReadShaderSource(const std::wstring& absolutePath, const std::wstring& includeFolder,
+                              std::string_view name);
 
 /// The distinct names in "#include" lines and the values of "src" and "filepath", in GLSL or in GLSL inside
 /// JSON. Some may not name files.

@@ -46,24 +46,28 @@ bool IsPlainShader(const std::wstring& path) {
     return HasExtension(path, kExtensions);
 }
 
-/// "folder\plasma.a.glsl" for "folder\plasma.glsl" and "a".
-std::wstring PassPath(const std::wstring& path, std::string_view stem) {
-    const std::size_t dot = path.rfind(L'.');
-    return path.substr(0, dot + 1) + FromUtf8(stem) + path.substr(dot);
+/// The file's name without extension.
+std::string StemOf(const std::wstring& path) {
+    const std::wstring name = FileNameOf(path);
+    return ToUtf8(name.substr(0, name.rfind(L'.')));
 }
 
-void ReadPlainShader(const std::wstring& path, ShaderSource& source) {
-    std::vector<PassFile> passes = {{"image", ReadText(path)}};
+void ReadPlainShader(const std::wstring& path, const std::string& name, ShaderSource& source) {
+    std::vector<PassFile> passes = {{"image", ReadText(path), name}};
     source.conversion = "plain shader, used as the Image pass";
     for (const std::string_view stem : kPassFileStems) {
-        const std::wstring passPath = PassPath(path, stem);
+        const std::wstring passPath = FromUtf8(PassFileName(ToUtf8(path), stem));
         source.files.push_back(passPath);
         if (IsExistingFile(passPath.c_str())) {
-            passes.push_back({std::string(stem), ReadText(passPath)});
+            passes.push_back({std::string(stem), ReadText(passPath), PassFileName(name, stem)});
             source.conversion += ", with ." + std::string(stem);
         }
     }
-    source.document = DocumentOfPassFiles(ToUtf8(FileNameOf(path)), passes);
+    MadeDocument made = DocumentOfPassFiles(StemOf(path), passes, [&](const std::string& file) {
+        return IsExistingFile((FolderOf(path) + FromUtf8(file)).c_str());
+    });
+    source.document = std::move(made.json);
+    source.errors = std::move(made.errors);
 }
 
 void ReadDocument(const std::wstring& path, ShaderSource& source) {
@@ -98,11 +102,12 @@ bool MayNameFiles(const std::wstring& path) {
 
 }  // namespace
 
-ShaderSource ReadShaderSource(const std::wstring& absolutePath, const std::wstring& includeFolder) {
+ShaderSource ReadShaderSource(const std::wstring& absolutePath, const std::wstring& includeFolder,
+                              std::string_view name) {
     ShaderSource source;
     source.files.push_back(absolutePath);
     if (IsPlainShader(absolutePath)) {
-        ReadPlainShader(absolutePath, source);
+        ReadPlainShader(absolutePath, std::string(name), source);
     } else {
         ReadDocument(absolutePath, source);
     }

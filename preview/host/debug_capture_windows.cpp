@@ -123,7 +123,7 @@ std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, st
     std::vector<std::string> readable;
     std::unordered_set<std::string> seen;
     for (const std::string& line : lines) {
-        std::string named = ReplaceAll(line, alias, name);
+        std::string named = WithoutControls(ReplaceAll(line, alias, name));
         if (named.starts_with(kModulePrefix)) {
             named.erase(0, kModulePrefix.size());
         }

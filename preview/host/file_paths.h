@@ -31,6 +31,13 @@ std::string ReadInputFile(const std::wstring& absolutePath);
 /// Creates or replaces a file. Throws `HostError` with `Failed` and leaves no half-written file.
 void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes);
 
+/// Creates the missing folders of a path. Throws `HostError` with `WrongUsage`.
+void MakeFolders(const std::wstring& absoluteFolder);
+
+/// Tests whether a file can be created or replaced, without changing it. Creates the missing folders of its
+/// path. Throws `HostError` with `WrongUsage`.
+void RequireWritable(const std::wstring& absolutePath);
+
 /// While alive, makes a file's folder the current one, for names relative to it; then restores the previous
 /// one. A folder whose path is too long is entered by its 8.3 name; if it has none, `Entered` is false and
 /// the current folder does not change.

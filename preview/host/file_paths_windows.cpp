@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
 constexpr std::wstring_view kShareStart = L"\\\\";
+constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";  // of the full path of NUL
 
 /// Bytes per read call, whose count has 32 bits.
 constexpr std::size_t kTransferBytes = std::size_t{1} << 24;
@@ -40,6 +41,11 @@ bool ReadAll(HANDLE file, std::span<char> bytes) {
         bytes = bytes.subspan(got);
     }
     return true;
+}
+
+/// The path itself if it has no separator.
+std::wstring ParentOf(const std::wstring& path) {
+    return path.substr(0, path.find_last_of(L"\\/"));
 }
 
 std::wstring CurrentFolder() {
@@ -117,6 +123,38 @@ void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint
         DeleteFileW(path.c_str());
     }
     throw HostError(ExitStatus::Failed, problem);
+}
+
+void MakeFolders(const std::wstring& absoluteFolder) {
+    const std::wstring folder = LongPath(absoluteFolder);
+    if (IsExistingFolder(folder.c_str())) {
+        return;
+    }
+    if (const std::wstring parent = ParentOf(absoluteFolder); parent != absoluteFolder) {
+        MakeFolders(parent);
+    }
+    if (!CreateDirectoryW(folder.c_str(), nullptr) && !IsExistingFolder(folder.c_str())) {
+        throw HostError(ExitStatus::WrongUsage,
+                        WithLastError("cannot create the folder " + ToUtf8(absoluteFolder)));
+    }
+}
+
+void RequireWritable(const std::wstring& absolutePath) {
+    if (absolutePath.starts_with(kDevicePrefix)) {
+        return;
+    }
+    MakeFolders(ParentOf(absolutePath));
+    const std::wstring path = LongPath(absolutePath);
+    auto file = AdoptFileHandle(
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const bool existed = GetLastError() == ERROR_ALREADY_EXISTS;
+    if (!file) {
+        throw HostError(ExitStatus::WrongUsage, WithLastError("cannot write " + ToUtf8(absolutePath)));
+    }
+    file.Reset();
+    if (!existed) {
+        DeleteFileW(path.c_str());
+    }
 }
 
 WorkingFolder::WorkingFolder(const std::wstring& filePath) : previous_(CurrentFolder()) {

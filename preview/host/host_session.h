@@ -1,6 +1,7 @@
 // One run of the module as the host drives it: controls, preparation, frames, clean-up, in that order.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,11 +16,14 @@ namespace pixelforge::preview {
 
 inline constexpr std::int32_t kPaletteColors = 256;
 
+/// A run of a given length ends if its first frames, this many, all fail: retrying hardly helps.
+inline constexpr int kMaxInitialFailures = 3;
+
 struct SessionOptions {
     std::int32_t width = 1280;  ///< pixels of the frame, and of the window unless one is given
     std::int32_t height = 720;
-    std::string playlistName;                    ///< file name in the playlist folder, for "Playlist File(s)"
-    std::vector<ControlSetting> settings;        ///< applied in order after the playlist's name
+    std::string playlistName = {};               ///< file name in the playlist folder, for "Playlist File(s)"
+    std::vector<ControlSetting> settings = {};   ///< applied in order after the playlist's name
     std::int32_t levelDivisor = kPaletteColors;  ///< colours of the host's palette
     std::int32_t levelOutput = 0;
 
@@ -43,7 +47,8 @@ public:
     HostSession(const HostSession&) = delete;
     HostSession& operator=(const HostSession&) = delete;
 
-    /// Description, controls, settings, pre-initialisation, initialisation. Throws `HostError`.
+    /// Description, controls, settings, pre-initialisation, initialisation. Throws `HostError`: `WrongUsage`
+    /// for settings that the module does not have or that conflict, `Failed` if a call fails.
     void Open();
 
     /// The last step of `Open`. Called again it requests a new load, as the host does for a reset.
@@ -61,6 +66,13 @@ public:
 
     /// Level output with this divisor, or colours for 0. Takes effect at the next `Refit`.
     void SetLevels(std::int32_t levelDivisor);
+
+    /// Why the frames would not show what the controls ask for: the module draws tiles last, over the whole
+    /// bitmap and in colour. Empty without a conflict, and without `autoOffscreen`.
+    std::string Conflict() const;
+
+    /// Shader time per frame, limited to the bounds of "Speed".
+    void SetSpeed(double secondsPerFrame);
 
     /// Null if the module declared no such label.
     ControlRecord* Control(std::string_view label) const { return controls_.Find(label); }
@@ -84,6 +96,7 @@ private:
     void BuildControls();
     void PreInitialize();
     bool IsForegroundOnly() const;
+    bool IsTiled() const;
     bool NeedsOffscreen() const;
 
     const ModuleFunctions& module_;
@@ -99,6 +112,23 @@ private:
     DrawContext context_{};
     ModuleInstance* instance_ = nullptr;
     std::vector<std::uint8_t> greys_;  ///< of `Picture`
+};
+
+/// Makes shader time follow the clock: sets "Speed" to the time since the previous frame.
+class RealTime {
+public:
+    explicit RealTime(HostSession& session) : session_(session) {}
+
+    /// Call before each frame. The first one, and the first after `Restart`, advances by a sixtieth of a
+    /// second.
+    void Advance();
+
+    /// Excludes the time since the last frame: a load, a pause.
+    void Restart() noexcept { previous_.reset(); }
+
+private:
+    HostSession& session_;
+    std::optional<std::chrono::steady_clock::time_point> previous_;
 };
 
 }  // namespace pixelforge::preview

@@ -72,6 +72,9 @@ void HostSession::Open() {
     ModuleDescription description = {};
     RequireSuccess(module_.getDescription(&description), "ModuleGetDescription");
     BuildControls();
+    if (const std::string conflict = Conflict(); !conflict.empty()) {
+        throw HostError(ExitStatus::WrongUsage, conflict);
+    }
     PreInitialize();
     Initialize();
 }
@@ -123,10 +126,27 @@ bool HostSession::IsForegroundOnly() const {
     return foregroundOnly_ && foregroundOnly_->toggle.value[1] != 0;
 }
 
+bool HostSession::IsTiled() const {
+    const auto several = [](const ControlRecord* count) { return count && count->whole.value[0] > 1; };
+    return several(columns_) || several(rows_);
+}
+
 bool HostSession::NeedsOffscreen() const {
-    const auto isTiled = [](const ControlRecord* count) { return count && count->whole.value[0] > 1; };
-    return context_.levelOutput != 0 ||
-           (options_.autoOffscreen && (IsForegroundOnly() || isTiled(columns_) || isTiled(rows_)));
+    return context_.levelOutput != 0 || (options_.autoOffscreen && (IsForegroundOnly() || IsTiled()));
+}
+
+std::string HostSession::Conflict() const {
+    if (!options_.autoOffscreen || !IsTiled()) {
+        return {};
+    }
+    if (context_.levelOutput != 0) {
+        return "level output cannot be combined with tiles, which the module draws in colour";
+    }
+    if (IsForegroundOnly()) {
+        return "\"Foreground Only\" cannot be combined with tiles, which cover the whole of the host's "
+               "picture";
+    }
+    return {};
 }
 
 FrameResult HostSession::DrawFrame() {
@@ -155,6 +175,13 @@ void HostSession::SetLevels(std::int32_t levelDivisor) {
     context_.levelDivisor = levelDivisor != 0 ? levelDivisor : kPaletteColors;
 }
 
+void HostSession::SetSpeed(double secondsPerFrame) {
+    if (ControlRecord* speed = Control("Speed")) {
+        const auto [least, most] = speed->decimal.bounds[0];
+        speed->decimal.value[0] = std::clamp(static_cast<float>(secondsPerFrame), least, most);
+    }
+}
+
 FramePixels HostSession::Picture() {
     FramePixels pixels = Pixels();
     if (context_.levelOutput != 0) {
@@ -166,6 +193,14 @@ FramePixels HostSession::Picture() {
 
 const std::wstring& HostSession::InfoText() noexcept {
     return StoredInfoText();
+}
+
+void RealTime::Advance() {
+    constexpr std::chrono::duration<double> kFirstStep(1.0 / 60);
+    const auto now = std::chrono::steady_clock::now();
+    const auto step = previous_ ? now - *previous_ : kFirstStep;
+    session_.SetSpeed(std::chrono::duration<double>(step).count());
+    previous_ = now;
 }
 
 }  // namespace pixelforge::preview

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/bitmap.h"
+#include "base/text.h"
 #include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
@@ -76,9 +77,7 @@ std::optional<InputEvent> ParseEvent(const std::vector<std::string_view>& words)
 std::vector<InputEvent> ParseInputEvents(std::string_view text, std::string_view fileName) {
     std::vector<InputEvent> events;
     for (int number = 1; !text.empty(); ++number) {
-        const std::string_view line = text.substr(0, text.find('\n'));
-        text.remove_prefix(std::min(line.size() + 1, text.size()));
-        const auto words = Words(line);
+        const auto words = Words(TakeLine(text));
         if (words.empty()) {
             continue;
         }

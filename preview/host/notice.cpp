@@ -1,7 +1,6 @@
 // Parses the module's rich-text notice and writes it as safe rich text or as plain text.
 #include "preview/host/notice.h"
 
-#include <algorithm>
 #include <cstdint>
 
 #include "base/text.h"
@@ -69,14 +68,6 @@ void AppendName(std::string& rtf, std::wstring_view name) {
     rtf += "}";
 }
 
-/// Blanks control characters: untrusted text must not control the terminal or start a new line.
-std::string PrintableUtf8(std::wstring_view text) {
-    std::wstring printable(text);
-    const auto isControl = [](wchar_t unit) { return unit < L' ' || (unit >= 0x7F && unit < 0xA0); };
-    std::ranges::replace_if(printable, isControl, L' ');
-    return ToUtf8(printable);
-}
-
 }  // namespace
 
 std::optional<Notice> ReadNotice(std::wstring_view richText) {
@@ -107,11 +98,11 @@ std::string NoticeAsRichText(const Notice& notice) {
 
 std::string NoticeAsPlainText(const Notice& notice) {
     std::string text =
-        "Shader: " + PrintableUtf8(notice.shaderName) + " <" + PrintableUtf8(notice.shaderLink) + ">\n" +
-        "Author: " + PrintableUtf8(notice.authorName) + " <" + PrintableUtf8(notice.authorLink) + ">\n" +
-        "Description: " + PrintableUtf8(notice.description) + "\n";
+        "Shader: " + WithoutControls(notice.shaderName) + " <" + WithoutControls(notice.shaderLink) + ">\n" +
+        "Author: " + WithoutControls(notice.authorName) + " <" + WithoutControls(notice.authorLink) + ">\n" +
+        "Description: " + WithoutControls(notice.description) + "\n";
     if (!notice.editorLink.empty()) {
-        text += "Edit: " + PrintableUtf8(notice.editorLink) + "\n";
+        text += "Edit: " + WithoutControls(notice.editorLink) + "\n";
     }
     return text;
 }

@@ -7,12 +7,15 @@
 #include <string_view>
 #include <vector>
 
+#include "base/win_handles.h"
+
 namespace pixelforge::preview {
 
 /// The module reads playlists from one fixed folder on drive D:, and a playlist line holds at most 19
 /// UTF-16 units. So a document is copied to a path of exactly that length, and a one-line playlist names
 /// it. File names are random and never reused, so several hosts may run at the same time. The destructor
-/// removes the files, and the folders created for them unless another host still uses them.
+/// removes the files, and the folders created for them unless another host still uses them; the next staged
+/// shader removes what a killed program has left.
 class StagedShader {
 public:
     /// Both throw `HostError` with `WrongUsage` if drive D: is missing or not writable.
@@ -35,12 +38,13 @@ public:
     void Remove() noexcept;
 
 private:
-    StagedShader() = default;
+    StagedShader();
     void MakeFolders();
-    std::wstring WriteNewFile(std::wstring_view start, std::wstring_view end,
-                              std::span<const std::uint8_t> bytes);
+    void WriteNewFile(const std::wstring& path, std::span<const std::uint8_t> bytes);
     void WritePlaylist(std::span<const std::uint8_t> playlist);
 
+    std::wstring tag_;          ///< part of both file names
+    UniqueKernelHandle alive_;  ///< a mutex with the tag in its name, gone when the program ends
     std::vector<std::wstring> createdFolders_;  ///< outermost first
     std::vector<std::wstring> createdFiles_;
     std::string playlistName_;

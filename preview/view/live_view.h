@@ -13,13 +13,15 @@
 namespace pixelforge::preview {
 
 struct LiveViewOptions {
-    SessionOptions session;    ///< the view replaces its window
-    std::string name;          ///< path or identifier of the shader, for the title
-    std::wstring pictureStem;  ///< absolute; pictures are saved as STEM-FRAME.png
-    std::wstring lastPicture;  ///< absolute path for a PNG of the last frame, or empty
-    int frames = 0;            ///< 0: until the window is closed
+    SessionOptions session;         ///< the view replaces its window
+    std::string name;               ///< path or identifier of the shader, for the title
+    std::wstring pictureStem = {};  ///< absolute; pictures are saved as STEM-FRAME.png
+    std::wstring lastPicture = {};  ///< absolute path for a PNG of the last frame, or empty
+    int frames = 0;                 ///< 0: until the window is closed
     EventPlayer* events = nullptr;
     const std::atomic<bool>* stop = nullptr;  ///< set by another thread to end the view
+    bool realTime = false;                    ///< shader time follows the clock
+    bool anotherPick = false;  ///< each load picks a shader, so a failed one is followed by another
 
     /// Polled between frames; true requests a reload. May be empty.
     std::function<bool()> sourceChanged = {};
@@ -28,7 +30,7 @@ struct LiveViewOptions {
     std::function<std::vector<std::string>()> takeMessages = {};
 };
 
-/// `Drawn` if a frame was drawn and the last load succeeded.
-ExitStatus RunLiveView(const ModuleLibrary& library, const LiveViewOptions& options);
+/// `Drawn` if a frame was drawn and, unless each load picks a shader, the last load succeeded.
+ExitStatus RunLiveView(const ModuleFunctions& module, const LiveViewOptions& options);
 
 }  // namespace pixelforge::preview

@@ -9,6 +9,7 @@
 #include "base/load_error.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
+#include "preview/view/control_changes.h"
 #include "preview/view/view_window.h"
 
 namespace pixelforge::preview {
@@ -16,10 +17,13 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Shader time advances per frame, so the view runs at 60 frames per second.
 constexpr auto kFrameTime = std::chrono::microseconds(16'667);
 constexpr auto kTitlePeriod = std::chrono::milliseconds(500);
 constexpr auto kStatusTime = std::chrono::seconds(3);
+
+/// Before the next pick from a playlist, so that the error can be read and a playlist of identifiers that all
+/// fail does not flood the service.
+constexpr auto kRetryTime = std::chrono::seconds(1);
 constexpr DWORD kIdleMilliseconds = 50;
 
 /// For F11, unless --levels gives another one.
@@ -32,7 +36,7 @@ void PrintLine(const std::string& line) {
 
 class LiveView {
 public:
-    LiveView(const ModuleLibrary& library, const LiveViewOptions& options);
+    LiveView(const ModuleFunctions& module, const LiveViewOptions& options);
     ~LiveView();
     LiveView(const LiveView&) = delete;
     LiveView& operator=(const LiveView&) = delete;
@@ -40,11 +44,10 @@ public:
 
 private:
     bool Ended() const;
+    bool Resting() const;
     void ExecuteCommands();
     void Execute(ViewCommand command);
-    void ChangeTiles(std::string_view label, std::int32_t change);
-    void ToggleSwitch(std::string_view label);
-    void ToggleLevels();
+    void Pause(bool paused);
     void Refit();
     void Reload();
     void ExpectLoad();
@@ -63,9 +66,12 @@ private:
     ViewWindow view_;
     HostWindow moduleWindow_;
     HostSession session_;
-    std::int32_t levels_;
+    RealTime realTime_{session_};
+    ControlChanges controls_;
     bool loading_ = true;  ///< the next frame loads the shader
-    bool failed_ = false;  ///< the last load failed: draws nothing until something changes
+    bool failed_ = false;  ///< the last load failed: draws nothing until something changes or `retryTime_`
+    Clock::time_point retryTime_;
+    int failures_ = 0;
     bool paused_ = false;
     bool stepping_ = false;
     bool helpShown_ = false;
@@ -94,12 +100,13 @@ SessionOptions InWindow(SessionOptions session, HostWindow& window) {
     return session;
 }
 
-LiveView::LiveView(const ModuleLibrary& library, const LiveViewOptions& options)
+LiveView::LiveView(const ModuleFunctions& module, const LiveViewOptions& options)
     : options_(options),
       view_(options.session.width, options.session.height),
       moduleWindow_(ClientSizeOf(view_).cx, ClientSizeOf(view_).cy),
-      session_(library, InWindow(options.session, moduleWindow_)),
-      levels_(options.session.levelOutput != 0 ? options.session.levelDivisor : kDefaultLevelDivisor) {
+      session_(module, InWindow(options.session, moduleWindow_)),
+      controls_(session_,
+                options.session.levelOutput != 0 ? options.session.levelDivisor : kDefaultLevelDivisor) {
     view_.ForwardInputTo(moduleWindow_.Handle());
     session_.Open();
 }
@@ -119,7 +126,7 @@ ExitStatus LiveView::Run() {
         }
         UpdateText();
         UpdateTitle();
-        if (failed_ || (paused_ && !stepping_)) {
+        if (Resting()) {
             MsgWaitForMultipleObjects(0, nullptr, FALSE, kIdleMilliseconds, QS_ALLINPUT);
             continue;
         }
@@ -130,12 +137,21 @@ ExitStatus LiveView::Run() {
     if (!options_.lastPicture.empty() && drawn_ > 0) {
         SavePicture(options_.lastPicture);
     }
-    return drawn_ > 0 && !failed_ ? ExitStatus::Drawn : ExitStatus::Failed;
+    return drawn_ > 0 && (!failed_ || options_.anotherPick) ? ExitStatus::Drawn : ExitStatus::Failed;
 }
 
 bool LiveView::Ended() const {
-    return view_.Closed() || (options_.stop && options_.stop->load()) ||
-           (options_.frames > 0 && (drawn_ >= options_.frames || (failed_ && !options_.sourceChanged)));
+    if (view_.Closed() || (options_.stop && options_.stop->load())) {
+        return true;
+    }
+    const bool canRecover =
+        options_.sourceChanged || (options_.anotherPick && (drawn_ > 0 || failures_ < kMaxInitialFailures));
+    return options_.frames > 0 && (drawn_ >= options_.frames || (failed_ && !canRecover));
+}
+
+bool LiveView::Resting() const {
+    const bool retry = options_.anotherPick && Clock::now() >= retryTime_;
+    return (failed_ && !retry) || (paused_ && !stepping_);
 }
 
 void LiveView::ExecuteCommands() {
@@ -150,35 +166,35 @@ void LiveView::Execute(ViewCommand command) {
             helpShown_ = !helpShown_;
             break;
         case ViewCommand::Pause:
-            paused_ = !paused_;
+            Pause(!paused_);
             break;
         case ViewCommand::Step:
             stepping_ = paused_;
-            paused_ = true;
+            Pause(true);
             break;
         case ViewCommand::Reload:
             Reload();
             break;
         case ViewCommand::MoreColumns:
-            ChangeTiles("X Tiling", 1);
+            ShowStatus(controls_.ChangeCount("X Tiling", 1));
             break;
         case ViewCommand::FewerColumns:
-            ChangeTiles("X Tiling", -1);
+            ShowStatus(controls_.ChangeCount("X Tiling", -1));
             break;
         case ViewCommand::MoreRows:
-            ChangeTiles("Y Tiling", 1);
+            ShowStatus(controls_.ChangeCount("Y Tiling", 1));
             break;
         case ViewCommand::FewerRows:
-            ChangeTiles("Y Tiling", -1);
+            ShowStatus(controls_.ChangeCount("Y Tiling", -1));
             break;
         case ViewCommand::Mirror:
-            ToggleSwitch("Mirroring");
+            ShowStatus(controls_.Toggle("Mirroring"));
             break;
         case ViewCommand::Foreground:
-            ToggleSwitch("Foreground Only");
+            ShowStatus(controls_.Toggle("Foreground Only"));
             break;
         case ViewCommand::Levels:
-            ToggleLevels();
+            ShowStatus(controls_.ToggleLevels());
             break;
         case ViewCommand::SavePicture:
             SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
@@ -186,27 +202,9 @@ void LiveView::Execute(ViewCommand command) {
     }
 }
 
-void LiveView::ChangeTiles(std::string_view label, std::int32_t change) {
-    if (ControlRecord* control = session_.Control(label)) {
-        std::int32_t& count = control->whole.value[0];
-        const auto [least, most] = control->whole.bounds[0];
-        count = std::clamp(count + change, least, most);
-        ShowStatus(FromUtf8(label) + L" " + std::to_wstring(count));
-    }
-}
-
-void LiveView::ToggleSwitch(std::string_view label) {
-    if (ControlRecord* control = session_.Control(label)) {
-        std::int32_t& on = control->toggle.value[1];
-        on = on != 0 ? 0 : 1;
-        ShowStatus(FromUtf8(label) + (on != 0 ? L" on" : L" off"));
-    }
-}
-
-void LiveView::ToggleLevels() {
-    const bool on = session_.Context().levelOutput == 0;
-    session_.SetLevels(on ? levels_ : 0);
-    ShowStatus(on ? L"Level output, divisor " + std::to_wstring(levels_) : L"Colours");
+void LiveView::Pause(bool paused) {
+    paused_ = paused;
+    realTime_.Restart();
 }
 
 /// Applies a new window size, and changes of tiles, foreground or levels that require pre-initialisation.
@@ -239,6 +237,10 @@ void LiveView::DrawFrame() {
         options_.events->Play(drawn_, view_.Frame());
     }
     stepping_ = false;
+    failed_ = false;
+    if (options_.realTime) {
+        realTime_.Advance();
+    }
     HandleResult(session_.DrawFrame());
 }
 
@@ -262,10 +264,11 @@ void LiveView::HandleDrawn() {
     for (const std::string& line : options_.takeMessages()) {
         PrintLine(line);
     }
+    error_.clear();
     if (loading_) {
         loading_ = false;
+        realTime_.Restart();
         frame_ = 0;
-        error_.clear();
         ShowLoadedNotice();
     }
     ++frame_;
@@ -276,6 +279,8 @@ void LiveView::HandleDrawn() {
 /// The module destroys the old shader before it loads the new one; the window keeps showing the last picture.
 void LiveView::HandleFailure() {
     failed_ = true;
+    ++failures_;
+    retryTime_ = Clock::now() + kRetryTime;
     error_.clear();
     for (const std::string& line : options_.takeMessages()) {
         PrintLine(line);
@@ -357,8 +362,8 @@ void LiveView::WaitUntil(Clock::time_point time) {
 
 }  // namespace
 
-ExitStatus RunLiveView(const ModuleLibrary& library, const LiveViewOptions& options) {
-    return LiveView(library, options).Run();
+ExitStatus RunLiveView(const ModuleFunctions& module, const LiveViewOptions& options) {
+    return LiveView(module, options).Run();
 }
 
 }  // namespace pixelforge::preview

@@ -27,7 +27,7 @@ void WriteDebugText(std::string_view text) noexcept {
 void WriteDebugLine(std::string_view text) noexcept {
     try {
         std::string line = "Pixelforge: ";
-        line += text;
+        line += WithoutControls(text);
         line += '\n';
         WriteDebugText(line);
     } catch (const std::exception&) {

@@ -10,6 +10,7 @@
 #include "base/debug_output.h"
 #include "base/heap.h"
 #include "base/random.h"
+#include "base/text.h"
 
 namespace pixelforge {
 
@@ -24,7 +25,7 @@ void WriteDebugText(std::string_view text) noexcept {
 }
 
 void WriteDebugLine(std::string_view text) noexcept {
-    std::fprintf(stderr, "Pixelforge: %.*s\n", static_cast<int>(text.size()), text.data());
+    std::fprintf(stderr, "Pixelforge: %s\n", WithoutControls(text).c_str());
 }
 
 void* AllocateHeapBlock(std::size_t bytes) noexcept {

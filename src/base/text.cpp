@@ -99,6 +99,17 @@ std::string ToUtf8(std::wstring_view text) {
     return Narrow(text, TextEncoding::Utf8).value_or(std::string());
 }
 
+std::string WithoutControls(std::wstring_view text) {
+    std::wstring printable(text);
+    const auto isControl = [](wchar_t unit) { return unit < L' ' || (unit >= 0x7F && unit < 0xA0); };
+    std::ranges::replace_if(printable, isControl, L' ');
+    return ToUtf8(printable);
+}
+
+std::string WithoutControls(std::string_view text) {
+    return WithoutControls(Widen(text, DetectEncoding(text)).value_or(std::wstring()));
+}
+
 std::wstring FromUtf8(std::string_view text) {
     return Widen(text, TextEncoding::Utf8).value_or(std::wstring());
 }
@@ -109,6 +120,12 @@ bool EqualIgnoringAsciiCase(std::wstring_view a, std::wstring_view b) noexcept {
 
 bool StartsWithIgnoringAsciiCase(std::wstring_view text, std::wstring_view start) noexcept {
     return EqualIgnoringAsciiCase(text.substr(0, start.size()), start);
+}
+
+std::string_view TakeLine(std::string_view& text) noexcept {
+    const std::string_view line = text.substr(0, text.find('\n'));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+    return line;
 }
 
 void CopyCut(wchar_t* field, std::size_t capacity, std::wstring_view text) noexcept {

@@ -39,6 +39,13 @@ std::string ToUtf8(std::wstring_view text);
 /// UTF-8 text converted to UTF-16; empty if it is malformed.
 std::wstring FromUtf8(std::string_view text);
 
+/// Control characters (C0, delete, C1) replaced by spaces, in UTF-8. Text from strangers must not control a
+/// terminal or begin a new line there.
+std::string WithoutControls(std::wstring_view text);
+
+/// The same for narrow text, decoded as `DetectEncoding` says.
+std::string WithoutControls(std::string_view text);
+
 /// Decodes the sequence at the start of a non-empty text. Returns its length in bytes, or 0 if it is
 /// malformed (overlong, a surrogate, above U+10FFFF, truncated).
 std::size_t DecodeUtf8(std::string_view text, char32_t& codePoint) noexcept;
@@ -49,6 +56,9 @@ void AppendUtf8(std::string& text, char32_t codePoint);
 /// Comparison that ignores the case of A to Z.
 bool EqualIgnoringAsciiCase(std::wstring_view a, std::wstring_view b) noexcept;
 bool StartsWithIgnoringAsciiCase(std::wstring_view text, std::wstring_view start) noexcept;
+
+/// Removes the first line from `text` and returns it without its "\n".
+std::string_view TakeLine(std::string_view& text) noexcept;
 
 /// A text's bytes.
 inline std::span<const std::uint8_t> BytesOf(std::string_view text) noexcept {

@@ -18,6 +18,10 @@ namespace {
 
 constexpr std::string_view kKeyword = "#include";
 
+constexpr const char* kNoClosingQuote = "the name of #include has no closing quote";
+constexpr const char* kTooManyNames = "too many #include names (at most 64, four of them the module's own)";
+static_assert(kIncludeEntries == 64);
+
 /// Small enough to stay in the processor's cache between finding the line's end, copying and scanning.
 constexpr std::size_t kMaxPieceLength = 4096;
 
@@ -70,6 +74,24 @@ std::optional<std::string_view> FindQuotedName(const char* cursor) noexcept {
     return std::string_view(name, static_cast<std::size_t>(end - name));
 }
 
+/// Why `FindQuotedName` finds no name at the cursor, which is in a directive's line.
+const char* WhyNoName(const char* cursor, bool atLineStart) noexcept {
+    if (!atLineStart) {
+        return "a comment ends in the line of this #include";
+    }
+    if (*cursor != '#') {
+        return "#include is indented; it must begin in column one";
+    }
+    switch (*SkipBlanks(cursor + kKeyword.size())) {
+        case '<':
+            return "#include <...> is not supported; put the name in double quotes";
+        case '"':
+            return kNoClosingQuote;
+        default:
+            return "#include needs a name in double quotes";
+    }
+}
+
 /// Decodes a name as documents are decoded: UTF-8 if valid, else the ANSI code page.
 bool WidenName(std::string_view narrow, wchar_t (&name)[kPathUnits]) {
     const std::optional<std::wstring> wide = Widen(narrow, DetectEncoding(narrow));
@@ -108,13 +130,17 @@ public:
     bool Expand();
 
 private:
-    void EnterLine() noexcept { inDirectiveLine_ = IsDirectiveLine(cursor_); }
+    void EnterLine() noexcept {
+        lineStart_ = cursor_;
+        inDirectiveLine_ = IsDirectiveLine(cursor_);
+    }
     void MapFollowingLines();
     bool CopyPlainLine();
     bool Copy(std::size_t count);
     bool ExpandDirective();
     bool ExpandName(const wchar_t* name);
     void SkipLine();
+    bool Fail(const char* cause) const;
 
     Run& run_;
     std::uint32_t depth_;
@@ -122,6 +148,7 @@ private:
     std::uint32_t sourceLine_ = 1;
     const char* cursor_;
     const char* end_;
+    const char* lineStart_ = nullptr;
     CommentScan comments_;
     bool inComment_ = false;
     bool inDirectiveLine_ = false;
@@ -172,8 +199,16 @@ bool TextExpansion::Copy(std::size_t count) {
 
 bool TextExpansion::ExpandDirective() {
     const std::optional<std::string_view> quoted = FindQuotedName(cursor_);
+    if (!quoted) {
+        return Fail(WhyNoName(cursor_, cursor_ == lineStart_));
+    }
     wchar_t name[kPathUnits];
-    if (!quoted || !WidenName(*quoted, name) || !ExpandName(name)) {
+    if (!WidenName(*quoted, name)) {
+        return Fail(quoted->find('\n') != std::string_view::npos
+                        ? kNoClosingQuote
+                        : "the name of #include is longer than 259 characters");
+    }
+    if (!ExpandName(name)) {
         return false;
     }
     SkipLine();
@@ -187,7 +222,8 @@ bool TextExpansion::ExpandName(const wchar_t* name) {
     std::int32_t error = 0;
     const HeapText text = ResolveInclude(run_.context, name, &length, &entry, &error);
     if (!text) {
-        return error == 0;
+        return error == 0 ||
+               Fail(run_.context.includedCount < kIncludeEntries ? "out of memory" : kTooManyNames);
     }
     entry->depth = depth_;
     entry->firstLine = run_.line;
@@ -196,6 +232,14 @@ bool TextExpansion::ExpandName(const wchar_t* name) {
     }
     entry->endLine = run_.line;
     return true;
+}
+
+/// Records the cause at the cursor's line.
+bool TextExpansion::Fail(const char* cause) const {
+    if (run_.lines) {
+        run_.lines->SetFailure(source_, sourceLine_, cause);
+    }
+    return false;
 }
 
 /// Moves past the cursor's line without copying it or counting it as output.

@@ -28,7 +28,8 @@ struct GrowBuffer {
 /// `lineCounter` starts at 1 and counts the output's lines. The caller starts at depth 0 with an empty
 /// included list. `lines` may be null; the top-level text has no name in it. Runs in linear time. Fails on a
 /// malformed directive, a name of more than 259 units, the 65th name or lack of memory; the output is then
-/// partial. Unknown, refused and already expanded names are not failures: their lines are dropped.
+/// partial, and `lines` holds the cause. Unknown, refused and already expanded names are not failures: their
+/// lines are dropped.
 bool PreprocessIncludes(IncludeContext& context, const char* text, GrowBuffer* output,
                         std::uint32_t& lineCounter, std::uint32_t depth, LineMap* lines = nullptr);
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "base/file.h"
@@ -32,8 +33,27 @@ HeapText CopyText(const char* text, std::uint32_t& length) noexcept {
     return copy;
 }
 
+std::string DecodeUtf16(std::string_view bytes, std::size_t lowByte) {
+    std::wstring units(bytes.size() / 2, L'\0');
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        const auto low = static_cast<std::uint8_t>(bytes[2 * i + lowByte]);
+        const auto high = static_cast<std::uint8_t>(bytes[2 * i + 1 - lowByte]);
+        units[i] = static_cast<wchar_t>(high << 8 | low);
+    }
+    return ToUtf8(units);
+}
+
+/// Removes a byte-order mark, at which a driver may end the text without an error.
 HeapText ReadText(const wchar_t* path, std::uint32_t& length) {
-    return HeapText(reinterpret_cast<char*>(ReadWholeFile(path, &length).release()));
+    HeapText text(reinterpret_cast<char*>(ReadWholeFile(path, &length).release()));
+    const std::string_view bytes(text.get(), text ? length : 0);
+    if (bytes.starts_with("\xEF\xBB\xBF")) {
+        return CopyText(text.get() + 3, length);
+    }
+    if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+        return CopyText(DecodeUtf16(bytes.substr(2), bytes.starts_with('\xFE') ? 1 : 0).c_str(), length);
+    }
+    return text;
 }
 
 /// False if there is no include folder or the path is too long.
@@ -44,7 +64,8 @@ bool FormatFolderPath(const IncludeContext& context, const wchar_t* name,
 }
 
 bool MayOpen(const IncludeContext& context, std::wstring_view name) noexcept {
-    return context.plainNamesOnly ? IsPlainFileName(name) : IsOpenableLocalName(name);
+    return context.unknownNames.size() < kUnknownNames &&
+           (context.plainNamesOnly ? IsPlainFileName(name) : IsOpenableLocalName(name));
 }
 
 IncludedName* AppendIncluded(IncludeContext& context, std::wstring_view name) noexcept {
@@ -74,6 +95,7 @@ void ClearVirtualIncludes(IncludeContext& context) {
         entry = {};
     }
     context.virtualCount = 0;
+    context.unknownNames = {};
 }
 
 bool AlreadyIncluded(const IncludeContext& context, std::wstring_view name) {
@@ -88,7 +110,7 @@ HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint3
     *outLength = 0;
     *outEntry = nullptr;
     *outError = 0;
-    if (AlreadyIncluded(context, name)) {
+    if (AlreadyIncluded(context, name) || context.unknownNames.contains(name)) {
         return nullptr;
     }
 
@@ -106,6 +128,9 @@ HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint3
         }
     }
     if (!text) {
+        if (*outError == 0 && context.unknownNames.size() < kUnknownNames) {
+            context.unknownNames.insert(name);
+        }
         return nullptr;
     }
 

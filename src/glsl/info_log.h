@@ -1,4 +1,5 @@
-// Driver logs of compile errors: line numbers mapped back to the author's own lines, and pass names added.
+// What an author is told about a pass that does not compile: driver logs with the pass's name and the
+// author's own line numbers, and why a text could not be assembled.
 #pragma once
 
 #include <string>
@@ -9,18 +10,20 @@ namespace pixelforge {
 
 class LineMap;
 
-/// Rewrites a driver's log, line by line. A line that begins with a position in one of the common forms
-/// becomes "SOURCE:LINE: message", or "SOURCE:LINE:COLUMN: message" if the driver gave a column:
+/// Rewrites the non-empty lines of a driver's log about the assembled `text` of a pass. A line that begins
+/// with a position in one of the common forms gets the author's own position, with a column if the driver
+/// gave one:
 ///   0:3(21): error: ...       Image:1:21: error: ...
-///   0(3) : error C1008: ...   Image:1: error C1008: ...
-///   ERROR: 0:3: ...           Image:1: ERROR: ...
-/// SOURCE is a pass's name, "Common", an include's name, "PREFIX" or "SUFFIX". Every other line is unchanged:
-/// other forms, lines missing from the map, numbers out of range, and source strings other than 0, which
-/// only an author's `#line` can cause. Each line of the result ends in "\n".
-std::string MapInfoLog(std::string_view log, const LineMap& lines);
+///   0(3) : error C1008: ...   Image: Common:1: error C1008: ...
+///   ERROR: 0:3: ...           Image: noise.glsl:1: ERROR: ...
+/// In the module's own lines, the position becomes words: "Image: after the end of Image (a brace may be
+/// missing): ...". Numbers after an author's `#line` are mapped as well. Every other line only gets the
+/// pass's name: other forms, lines missing from the map, numbers out of range, and positions that may mean
+/// several lines because of `#line`.
+std::vector<std::string> MapInfoLog(std::string_view passName, std::string_view log, std::string_view text,
+                                    const LineMap& lines);
 
-/// The non-empty lines of a mapped log. Lines without a position in the pass itself are prefixed with its
-/// name: "Buffer A:12: ..." stays, "Common:3: ..." becomes "Buffer A: Common:3: ...".
-std::vector<std::string> PrefixPassLog(std::string_view passName, std::string_view log);
+/// Why a pass's text could not be assembled: "Image:3: #include is indented; ...".
+std::string AssemblyFailure(std::string_view passName, const LineMap& lines);
 
 }  // namespace pixelforge

@@ -198,8 +198,8 @@ HeapText AssemblePassSource(const ShaderDocument* document, IncludeContext* incl
     // If the author's code cannot be copied, its entry has no text and its directive is dropped.
     HeapText common = CopyCommon(*document);
     const bool hasCommon = static_cast<bool>(common);
-    const bool registered = RegisterVirtualInclude(*includes, L"PREFIX", std::move(prefix)) &&
-                            RegisterVirtualInclude(*includes, L"SUFFIX", std::move(suffix)) &&
+    const bool registered = RegisterVirtualInclude(*includes, kPrefixName, std::move(prefix)) &&
+                            RegisterVirtualInclude(*includes, kSuffixName, std::move(suffix)) &&
                             RegisterVirtualInclude(*includes, L"Common", std::move(common)) &&
                             RegisterVirtualInclude(*includes, PassName(slot), CopyNormalized(CodeOf(*pass)));
     return registered ? ExpandPieces(*includes, hasCommon, slot, lines) : nullptr;

@@ -89,8 +89,8 @@ std::int32_t DescribeModule(ModuleDescription& description) noexcept {
     CopyCut(description.displayName, L"Pixelforge");
     CopyCut(description.description, L"Runs Pixelforge shaders");
     description.trailing = 1;
-    FormatBounded(description.buildText, kHostTextUnits, L"(REL) %s @ %s", PIXELFORGE_WIDE(__DATE__),
-                  PIXELFORGE_WIDE(__TIME__));
+    FormatBounded(description.buildText, kHostTextUnits, L"(REL) %s @ %s",
+                  PIXELFORGE_WIDE(PIXELFORGE_BUILD_DATE), PIXELFORGE_WIDE(PIXELFORGE_BUILD_TIME));
     return 1;
 }
 

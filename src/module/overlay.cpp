@@ -43,21 +43,26 @@ void RemoveTrailingLineEnds(wchar_t (&field)[N]) noexcept {
     }
 }
 
-/// Joins as many units as fit before the terminator; `text` has at least one unit.
-void JoinCut(Pieces pieces, std::span<wchar_t> text) noexcept {
-    std::size_t used = 0;
-    for (const std::wstring_view piece : pieces) {
-        used += piece.copy(text.data() + used, text.size() - 1 - used);
-    }
-    text[used] = L'\0';
-}
-
 std::size_t LengthOf(Pieces pieces) noexcept {
     std::size_t length = 0;
     for (const std::wstring_view piece : pieces) {
         length += piece.size();
     }
     return length;
+}
+
+/// False, with `text` unchanged, if the pieces and a terminator do not fit: rich text that is cut off has
+/// unbalanced braces.
+bool JoinIfFits(Pieces pieces, std::span<wchar_t> text) noexcept {
+    if (LengthOf(pieces) >= text.size()) {
+        return false;
+    }
+    std::size_t used = 0;
+    for (const std::wstring_view piece : pieces) {
+        used += piece.copy(text.data() + used, piece.size());
+    }
+    text[used] = L'\0';
+    return true;
 }
 
 }  // namespace
@@ -69,18 +74,14 @@ bool ComposeInfoText(ShaderInfo& info, const wchar_t* editorPath, std::span<wcha
     wchar_t editLink[kPathUnits] = {};
     if (editorPath && *editorPath) {
         const std::wstring_view link[] = {kEditBegin, editorPath, L"?", id, kEditEnd};
-        JoinCut(link, editLink);
+        JoinIfFits(link, editLink);
     }
     const std::wstring_view notice[] = {
         kHeader, kShader, id,        kLinkText, TextOf(info.name), kLinkEnd,     TextOf(editLink),
         kAuthor, author,  kLinkText, author,    kLinkEnd,          kDescription, TextOf(info.description),
         kEnd,
     };
-    if (LengthOf(notice) >= infoText.size()) {
-        return false;
-    }
-    JoinCut(notice, infoText);
-    return true;
+    return JoinIfFits(notice, infoText);
 }
 
 }  // namespace pixelforge

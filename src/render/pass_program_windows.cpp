@@ -28,7 +28,7 @@ void WriteLog(const PassSlot& slot, const LineMap& lines) {
         return;
     }
     const std::string_view log(slot.infoLog.get(), static_cast<std::size_t>(slot.infoLogLength));
-    for (const std::string& line : PrefixPassLog(PassNarrowName(slot.number), MapInfoLog(log, lines))) {
+    for (const std::string& line : MapInfoLog(PassNarrowName(slot.number), log, slot.source.get(), lines)) {
         WriteDebugLine(line);
     }
 }
@@ -107,7 +107,7 @@ void BuildPassProgram(PassSlot& slot, const ShaderDocument& document, IncludeCon
     ClearLog(slot);
     slot.source = AssemblePassSource(&document, includes, &document.passes[slot.number], &lines);
     if (!slot.source) {
-        Fail(slot, ": malformed #include, or out of memory");
+        throw LoadError(AssemblyFailure(PassNarrowName(slot.number), lines));
     }
     const GlShader fragmentShader = CompileFragmentStage(slot, lines);
     if (!fragmentShader) {

@@ -42,8 +42,14 @@ TEST(Documents, FaultyOnesFailEveryFrameWithAReasonAndDoNotAffectTheNext) {
         {"an entry function without a body", image("void mainImage(out vec4 c, in vec2 p);"),
          "Image does not link"},
         {"a cube pass without its own entry function",
-         DocumentBuilder().Pass("cubemap", "Cube A", kBlack).Image(kBlack).Json(), "Cube A: SUFFIX:"},
-        {"a malformed include", image("#include <x>\n" + kBlack), "malformed #include"},
+         DocumentBuilder().Pass("cubemap", "Cube A", kBlack).Image(kBlack).Json(),
+         "Cube A: in the module's own lines after Cube A: error:"},
+        {"a malformed include", image("#include <x>\n" + kBlack), "Image:1: #include <...>"},
+        {"a missing brace", image("void mainImage(out vec4 c, in vec2 p) {"),
+         "Image: after the end of Image"},
+        {"line numbers of the author's own",
+         DocumentBuilder().Common("#line 7 3\nfloat a;").Image("#line 100 5\nint = ;").Json(), "Image:2:5:"},
+        {"an escape sequence in the driver's log", image("#error \x1B[31m"), "#error  [31m"},
     };
     preview::HostWindow window(32, 24);
     RunOptions options;

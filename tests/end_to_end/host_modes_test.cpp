@@ -1,4 +1,4 @@
-// The module's folders depend on where the host program is installed: tested in real processes.
+// Other hosts than `preview`, in real processes: one per kind of installation, and the integrators' example.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -6,10 +6,14 @@
 #include <process.h>
 #include <shlobj.h>
 
+#include <cstdio>
 #include <iterator>
 
+#include "base/text.h"
 #include "preview/host/module_library.h"
+#include "preview/host/staged_shader.h"
 #include "tests/end_to_end/temp_folder.h"
+#include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
 namespace {
@@ -84,6 +88,18 @@ TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
         RemoveEmptyFolders(tree / "Shaders");
         RemoveEmptyFolders(host);
     }
+}
+
+TEST(ExampleHost, DrawsAPlaylist) {
+    const std::string document =
+        DocumentBuilder().Image(MainImage("c = vec4(1.0, iFrame == 58 ? 0.6 : 0.0, 0.2, 1.0);")).Json();
+    const auto shader = preview::StagedShader::OfDocument(BytesOf(document));
+    const fs::path host = fs::path(preview::ModulePathBesideProgram()).parent_path() / "example_host.exe";
+    FILE* output = _popen((host.string() + " " + shader.PlaylistName()).c_str(), "r");
+    char color[16] = {};
+    EXPECT_TRUE(output && std::fgets(color, sizeof color, output));
+    EXPECT_EQ(_pclose(output), 0);
+    EXPECT_STREQ(color, "ff9933\n");
 }
 
 }  // namespace

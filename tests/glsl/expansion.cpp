@@ -81,6 +81,11 @@ bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, Expa
     return true;
 }
 
+void BeginRun(IncludeContext& context) {
+    context.includedCount = 0;
+    context.unknownNames.clear();
+}
+
 void ListNames(const IncludeContext& context, std::wstring& names) {
     for (std::int32_t i = 0; i < context.includedCount; ++i) {
         const IncludedName& entry = context.included[i];
@@ -100,7 +105,7 @@ HeapText CopyText(std::string_view text) {
 }
 
 ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text) {
-    context.includedCount = 0;
+    BeginRun(context);
     GrowBuffer output;
     ExpandedText result;
     result.success = PreprocessIncludes(context, CopyText(text).get(), &output, result.line, 0);
@@ -110,7 +115,7 @@ ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text) {
 }
 
 ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text) {
-    context.includedCount = 0;
+    BeginRun(context);
     ExpandedText result;
     result.success = Expand(context, text, 0, result);
     ListNames(context, result.names);

@@ -111,6 +111,11 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
     }
     WriteInFolder(L"empty.glsl", "");
     WriteInFolder(L"zero.glsl", std::string(3, '\0'));
+    WriteInFolder(L"marked.glsl", "\xEF\xBB\xBFmarked");
+    WriteInFolder(L"little.glsl", std::string("\xFF\xFE"
+                                              "a\0\xE4\0\n\0",
+                                              8));
+    WriteInFolder(L"big.glsl", std::string("\xFE\xFF\0a\0\n\0", 7));
     Register(L"KNOWN.GLSL", "registered");
     const struct {
         std::string name;
@@ -125,6 +130,9 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
         {"../outer.glsl", "outer\n", ""},
         {"empty.glsl", "", ""},
         {"zero.glsl", "\n", "\n"},
+        {"marked.glsl", "marked\n", "marked\n"},
+        {"little.glsl", "a\xC3\xA4\n", "a\xC3\xA4\n"},
+        {"big.glsl", "a\n", "a\n"},
         {"real.glsl.", "", ""},  // some systems ignore the trailing dot
         {"CON", "", ""},
         {"\\\\?\\C:\\x", "", ""},
@@ -138,6 +146,27 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
         context_->plainNamesOnly = true;
         EXPECT_EQ(Expand(directive + directive), c.untrusted) << c.name;
     }
+}
+
+// The count of unknown names is limited as well: a document with many of them must not stop the host.
+TEST_F(IncludeFiles, AreNotLookedForAgainInTheSameRun) {
+    std::uint32_t length = 0;
+    IncludedName* entry = nullptr;
+    std::int32_t error = 0;
+    const auto found = [&](const wchar_t* name) {
+        return ResolveInclude(*context_, name, &length, &entry, &error) != nullptr;
+    };
+    EXPECT_FALSE(found(L"late.glsl"));
+    WriteInFolder(L"late.glsl", "x");
+    WriteInFolder(L"next.glsl", "x");
+    EXPECT_FALSE(found(L"late.glsl"));
+    for (std::size_t i = 1; i < 4096; ++i) {
+        EXPECT_FALSE(found(std::to_wstring(i).c_str()));
+    }
+    EXPECT_FALSE(found(L"next.glsl"));
+    ClearVirtualIncludes(*context_);
+    EXPECT_TRUE(found(L"late.glsl"));
+    EXPECT_TRUE(found(L"next.glsl"));
 }
 
 }  // namespace

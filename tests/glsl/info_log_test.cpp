@@ -6,6 +6,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "glsl/line_map.h"
 
@@ -29,35 +30,33 @@ LineMap SampleMap() {
     return lines;
 }
 
+/// One line of a log without `#line` in the text.
+std::string Mapped(std::string_view log, const LineMap& lines = SampleMap()) {
+    const std::vector<std::string> mapped = MapInfoLog("Image", log, "", lines);
+    return mapped.size() == 1 ? mapped[0] : std::to_string(mapped.size()) + " lines";
+}
+
 TEST(MapInfoLog, RewritesKnownPositionsOnly) {
     const std::pair<const char*, const char*> cases[] = {
-        {"0:25(21): error: `x' undeclared\n", "Image:8:21: error: `x' undeclared\n"},
-        {"0(10) : error C1008: undefined\n", "Common:1: error C1008: undefined\n"},
-        {"ERROR: 0:31: 'x' : syntax error\n", "C:\\lib\\noise.glsl:2: ERROR: 'x' : syntax error\n"},
-        {"WARNING: 0:32: a\r\n", "Image:14: WARNING: a\n"},
-        {"0:19(1): error: a\n\n0:20(2): warning: b: 0:20(2): c",
-         "Common:10:1: error: a\n\nImage:3:2: warning: b: 0:20(2): c\n"},
-        {"0:4294967295(4294967295): a", "Image:4294967294:4294967295: a\n"},
+        {"0:25(21): error: `x' undeclared\n", "Image:8:21: error: `x' undeclared"},
+        {"0(10) : error C1008: undefined\n", "Image: Common:1: error C1008: undefined"},
+        {"ERROR: 0:31: 'x' : syntax error\n", "Image: C:\\lib\\noise.glsl:2: ERROR: 'x' : syntax error"},
+        {"WARNING: 0:32: a\r\n", "Image:14: WARNING: a"},
+        {"0:20(2): warning: b: 0:20(2): c", "Image:3:2: warning: b: 0:20(2): c"},
+        {"0:4294967295(4294967295): a", "Image:4294967294:4294967295: a"},
     };
-    const LineMap lines = SampleMap();
     for (const auto& [log, expected] : cases) {
-        EXPECT_EQ(MapInfoLog(log, lines), expected) << log;
+        EXPECT_EQ(Mapped(log), expected) << log;
     }
     for (const std::string kept :
          {"2 errors generated.", "0:9(1): before the first text", "0:4000000000(1): no name", "0:20(",
           "0:-20(1): a", "0:4294967296(1): a", "1:20(1): a", "0(20) error", "ERROR: 0:", "ERROR: \xFF\x80"}) {
-        EXPECT_EQ(MapInfoLog(kept, lines), kept + "\n");
+        EXPECT_EQ(Mapped(kept), "Image: " + kept);
     }
-    EXPECT_EQ(MapInfoLog("0:20(1): a", LineMap()), "0:20(1): a\n");
-    EXPECT_EQ(MapInfoLog(std::string_view("a\0b", 3), lines), std::string("a\0b\n", 4));
-}
-
-TEST(PrefixPassLog, NamesThePassOnEveryLine) {
-    EXPECT_THAT(PrefixPassLog("Buffer A", "Buffer A:12: x\r\n\nCommon:3: y\nBuffer A says z\nlast"),
-                testing::ElementsAre("Buffer A:12: x", "Buffer A: Common:3: y", "Buffer A: Buffer A says z",
-                                     "Buffer A: last"));
-    EXPECT_THAT(PrefixPassLog("Image", std::string_view("Image:\n\0", 8)),
-                testing::ElementsAre("Image: Image:"));
+    EXPECT_EQ(Mapped("0:20(1): a", LineMap()), "Image: 0:20(1): a");
+    EXPECT_EQ(Mapped(std::string_view("a\0b\0", 4)), std::string("Image: a\0b", 10));
+    EXPECT_THAT(MapInfoLog("Image", "0:19(1): a\n\r\n\n0:20(2): b\nImage:\n", "", SampleMap()),
+                testing::ElementsAre("Image: Common:10:1: a", "Image:3:2: b", "Image: Image:"));
 }
 
 }  // namespace

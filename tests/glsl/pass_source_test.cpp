@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "glsl/info_log.h"
 #include "glsl/line_map.h"
 #include "tests/glsl/expansion.h"
 
@@ -97,6 +98,15 @@ protected:
         return std::string(text.get()).substr(start.size());
     }
 
+    /// The message about an Image that is not assembled, or about a log line.
+    std::string Message(std::string_view common, std::string_view image, std::string_view log = {}) {
+        Add(PassKind::Common, common);
+        LineMap lines;
+        const HeapText text =
+            AssemblePassSource(document_.get(), context_.get(), &Add(PassKind::Image, image), &lines);
+        return text ? MapInfoLog("Image", log, text.get(), lines).at(0) : AssemblyFailure("Image", lines);
+    }
+
     HeapRecord<ShaderDocument> document_ = NewHeapRecord<ShaderDocument>();
     HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
 };
@@ -172,6 +182,80 @@ TEST_F(PassSource, MapsEveryLineToItsOrigin) {
     EXPECT_EQ(found, 10);
     EXPECT_EQ(lines.Find(1)->source, "PREFIX");
     EXPECT_EQ(place, "SUFFIX:10") << "the last line";
+}
+
+TEST_F(PassSource, NamesTextLineAndCauseOfARefusedInclude) {
+    std::string names;
+    for (int i = 0; i < kIncludeEntries - 4; ++i) {
+        names += "#include \"n" + std::to_string(i) + "\"\n";
+    }
+    const struct {
+        std::string common;
+        std::string image;
+        const char* message;
+    } cases[] = {
+        {"", "x\n  #include \"a\"", "Image:2: #include is indented; it must begin in column one"},
+        {"", "#include <a>", "Image:1: #include <...> is not supported; put the name in double quotes"},
+        {"x\n\n#include a", "", "Image: Common:3: #include needs a name in double quotes"},
+        {"", "#include \"a", "Image:1: the name of #include has no closing quote"},
+        {"", "#include \"" + std::string(300, '\n') + "\"",
+         "Image:1: the name of #include has no closing quote"},
+        {"", "#include \"" + std::string(260, 'a') + "\"",
+         "Image:1: the name of #include is longer than 259 characters"},
+        {"", "/*\n#include \"a\" */ x", "Image:2: a comment ends in the line of this #include"},
+        {"", names + "#include \"N1\"\n#include \"N2\"",
+         "Image:62: too many #include names (at most 64, four of them the module's own)"},
+    };
+    for (const auto& c : cases) {
+        for (int i = 0; i < kIncludeEntries - 4; ++i) {
+            RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), CopyText("x"));
+        }
+        EXPECT_EQ(Message(c.common, c.image), c.message);
+    }
+}
+
+// The version line and the prefix have 33 lines, Common begins at 34. Drivers start to count afresh at
+// `#line`.
+TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
+    const struct {
+        const char* common;
+        const char* image;
+        const char* log;
+        const char* message;
+    } cases[] = {
+        {"", "a\n#line 100\nb\nc", "0:101(3): error: x", "Image:4:3: error: x"},
+        {"", "a\n#line 100\nb\nc", "0:35(3): error: x", "Image:1:3: error: x"},
+        {"#line 7\nx", "a\nb", "0:7(1): error: x", "Image: Common:2:1: error: x"},
+        {"#line 7\nx", "a\nb", "0(9) : error: x", "Image:2: error: x"},
+        {"", "#line 40 5\na", "5:40(1): error: x", "Image:2:1: error: x"},
+        {"", "#line 40 5\na", "0:40(1): error: x", "Image:2:1: error: x"},
+        {"", "#line 40 5\na", "ERROR: 5:40: x", "Image:2: ERROR: x"},
+        {"", "#line 40 5\na", "ERROR: 0:40: x", "Image: ERROR: 0:40: x"},
+        {"#line 10\nc", "#line 10\na", "0:10(1): error: two places", "Image: 0:10(1): error: two places"},
+        {"", "#define N 9\n#line N\na", "0:35(1): error: x", "Image: 0:35(1): error: x"},
+        {"", "#line 010\na", "0:8(1): error: x", "Image: 0:8(1): error: x"},
+        {"", "#line \\\n50\na", "0:50(1): error: x", "Image: 0:50(1): error: x"},
+        {"", "#if 0\n#line 500\n#endif\na", "0:38(1): error: x", "Image:4:1: error: x"},
+        {"", "#ifdef A\n#line 500\n#endif\na", "0:501(1): error: x", "Image:4:1: error: x"},
+        {"", "#if 1\n#line 36\n#endif\na", "0:37(1): error: x", "Image: 0:37(1): error: x"},
+        {"", "/*\n#line 500\n*/\n// \\\n#line 600\na", "0:40(1): error: x", "Image:6:1: error: x"},
+        {"", " # /* a */ line\t50 // b\na", "0:50(1): error: x", "Image:2:1: error: x"},
+        {"", "char", "0:35(1): error: `char_sYjan77j' x", "Image:1:1: error: `char' x"},
+        {"/* \xE4 */\n// \xE4\n\xE4 b", "a", "error: fragment shader lacks `main'",
+         "Image: error: fragment shader lacks `main' (the driver may end the text at the non-ASCII character "
+         "in "
+         "Common:3)"},
+        {"", "a", "0:33(1): error: x", "Image: in the module's own lines before Image: error: x"},
+        {"", "a", "0:37(1): error: syntax error, unexpected '{'",
+         "Image: after the end of Image (a brace may be missing): error: syntax error, unexpected '{'"},
+        {"", "#line 1\n/*", "0:12(1): error: unterminated",
+         "Image: after the end of Image (a brace may be missing): error: unterminated"},
+        {"", "a", "0:39(5): error: no mainImage",
+         "Image: in the module's own lines after Image: error: no mainImage"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(Message(c.common, c.image, c.log), c.message) << c.common << c.image;
+    }
 }
 
 }  // namespace

@@ -68,14 +68,14 @@ TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
     EXPECT_EQ(Compose(longest), Expected(longest, L"", longest.description));
 }
 
-TEST(Overlay, TruncatesTheEditLinkAtItsField) {
+TEST(Overlay, OmitsAnEditLinkThatExceedsItsField) {
     const std::wstring begin = L"\\cf2 \t\t[ \\cf3{\\field{\\*\\fldinst{HYPERLINK \"file://";
     const std::wstring end = L"?Xs3BR4\"}}{\\fldrslt Edit w/GlowBench} \\cf2 ] }";
     const std::size_t room = kPathUnits - 1 - begin.size() - end.size();
     for (const std::size_t length : {room - 1, room, room + 1, room + end.size(), kPathUnits - 1}) {
         Notice notice;
         notice.editor.assign(length, L'e');
-        const std::wstring link = (begin + notice.editor + end).substr(0, kPathUnits - 1);
+        const std::wstring link = length <= room ? begin + notice.editor + end : L"";
         EXPECT_EQ(Compose(notice), Expected(notice, link, L"Text")) << length;
     }
 }

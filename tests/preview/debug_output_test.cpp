@@ -26,9 +26,9 @@ TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
 
 TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
     const std::vector<std::string> lines = {"D:\\p1: no Image", "bad D:\\p1", "D:\\p1: no Image",
-                                            "Pixelforge: Image:3: error"};
+                                            "Pixelforge: Image:3: \x1B[31merror\xC2\x9B"};
     EXPECT_THAT(ReadableLines(lines, "D:\\p1", "my.json"),
-                ElementsAre("my.json: no Image", "bad my.json", "Image:3: error"));
+                ElementsAre("my.json: no Image", "bad my.json", "Image:3:  [31merror "));
     EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "the name contains the alias";
 }
 

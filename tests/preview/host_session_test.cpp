@@ -8,6 +8,8 @@
 #include "module/controls.h"
 #include "module/module_instance.h"
 #include "preview/frame_run.h"
+#include "preview/view/control_changes.h"
+#include "preview/view/live_view.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -17,6 +19,7 @@ using testing::ElementsAre;
 
 std::vector<std::string> calls;
 std::vector<FrameResult> results;  ///< one per call of "draw"; `Drawn` after the last
+std::vector<float> speeds;         ///< at each call of "draw"
 
 std::int32_t Record(const char* call) {
     calls.emplace_back(call);
@@ -30,7 +33,8 @@ std::int32_t Build(ModuleInstance** instance, void*, AllocateControl allocate, v
     return Record("build");
 }
 
-std::int32_t Draw(ModuleInstance*, DrawContext* context) {
+std::int32_t Draw(ModuleInstance* instance, DrawContext* context) {
+    speeds.push_back(DecimalValue(*instance, control::kSpeed));
     RECT client = {};
     GetClientRect(context->window, &client);
     const bool fits = client.right == context->width && client.bottom == context->height;
@@ -51,6 +55,7 @@ const ModuleFunctions kModule = {
 /// Runs a session whose frames have the given results.
 std::vector<FrameRecord> RunScript(std::vector<FrameResult> script, const FrameRunOptions& frames) {
     calls.clear();
+    speeds.clear();
     results = std::move(script);
     HostSession session(kModule, {.width = 20, .height = 10, .playlistName = "a.playlist", .settings = {}});
     session.Open();
@@ -81,6 +86,42 @@ TEST(HostSessionTest, StopsAfterInitialFailuresAndMarksLoadingFrames) {
         EXPECT_EQ(frames[i].result, script[i]) << i;
         EXPECT_EQ(frames[i].loading, i < 3 || i == 8) << i;
     }
+}
+
+TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
+    RunScript({}, {.frames = 3, .realTime = true});
+    EXPECT_FLOAT_EQ(speeds[0], 1.0F / 60);
+    EXPECT_FLOAT_EQ(speeds[1], 1.0F / 60) << "the load does not count";
+    EXPECT_GT(speeds[2], 0.0F);
+    EXPECT_NE(speeds[2], 1.0F / 60);
+}
+
+TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
+    const ControlSetting foreground = {"Foreground Only", "true"};
+    const ControlSetting tiles = {"Y Tiling", "2"};
+    HostSession alone(kModule, {.settings = {foreground}, .autoOffscreen = true});
+    alone.Open();
+    ControlChanges changes(alone, 64);
+    EXPECT_THAT(ToUtf8(changes.ChangeCount("X Tiling", 1)), testing::HasSubstr("cannot be combined"));
+    EXPECT_EQ(alone.Control("X Tiling")->whole.value[0], 1);
+    for (const SessionOptions& options :
+         {SessionOptions{.settings = {tiles, foreground}, .autoOffscreen = true},
+          SessionOptions{.settings = {tiles}, .levelOutput = 1, .autoOffscreen = true}}) {
+        HostSession session(kModule, options);
+        EXPECT_THROW(session.Open(), HostError);
+    }
+}
+
+TEST(LiveView, GoesOnToTheNextPickAfterAFailedLoad) {
+    calls.clear();
+    results = {Failed, Drawn, Failed};
+    LiveViewOptions options = {.session = {.width = 20, .height = 10},
+                               .name = "a",
+                               .frames = 3,
+                               .anotherPick = true,
+                               .takeMessages = [] { return std::vector<std::string>(); }};
+    EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
+    EXPECT_EQ(std::ranges::count(calls, "draw"), 5);
 }
 
 }  // namespace

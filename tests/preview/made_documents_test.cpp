@@ -1,6 +1,10 @@
 // Documents made from plain shaders and from documents without "Shader", read by the module's own reader.
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
 #include "document/document_reader.h"
 #include "preview/documents/document_conversion.h"
 #include "preview/documents/shader_source.h"
@@ -9,6 +13,9 @@ namespace pixelforge::preview {
 namespace {
 
 using testing::ElementsAre;
+using testing::StartsWith;
+
+const FileExists kNoFiles = [](const std::string&) { return false; };
 
 ShaderDocument Read(const std::string& json) {
     ShaderDocument document = {};
@@ -40,9 +47,9 @@ TEST(PassFiles, ReadEachOther) {
     for (const auto& [stems, sources] : cases) {
         std::vector<PassFile> passes;
         for (const std::string& stem : stems) {
-            passes.push_back({stem, "// \"" + stem + "\"\n\\"});
+            passes.push_back({stem, "// \"" + stem + "\"\n\\", stem + ".glsl"});
         }
-        const ShaderDocument document = Read(DocumentOfPassFiles("n\"\xC3\xA9", passes));
+        const ShaderDocument document = Read(DocumentOfPassFiles("n\"\xC3\xA9", passes, kNoFiles).json);
         EXPECT_STREQ(document.info.name, L"n\"\x00E9");
         EXPECT_STREQ(PassOf(document, PassKind::Image).code.get(), "// \"image\"\n\\");
         EXPECT_EQ(Sources(PassOf(document, PassKind::Image)), sources) << stems.back();
@@ -50,6 +57,99 @@ TEST(PassFiles, ReadEachOther) {
             EXPECT_EQ(Sources(PassOf(document, PassKind::BufferB)), sources);
         }
     }
+}
+
+const std::string kLantern = "media/lan tern.png";
+
+/// With Buffer A, Common and a picture beside the shader "dir/s.glsl".
+MadeDocument WithComments(const std::string& image, const std::string& common = "") {
+    return DocumentOfPassFiles("s",
+                               {{"image", image, "dir/s.glsl"},
+                                {"common", common, "dir/s.common.glsl"},
+                                {"a", "\n", "dir/s.a.glsl"}},
+                               [](const std::string& file) { return file == kLantern; });
+}
+
+TEST(CommentLines, NameInputsAndProperties) {
+    const MadeDocument made = WithComments(
+        "//@ name A  B \r\nvoid f() { //@ name C\n}\n\t//@iChannel2 \"media/lan tern.png\" filter=mipmap "
+        "wrap=repeat\n//@ iChannel0 Buffer A vflip=true\n//@ iChannel3 sound filter=nearest\n//@ tags t u");
+    EXPECT_THAT(made.errors, ElementsAre());
+    const ShaderDocument document = Read(made.json);
+    EXPECT_STREQ(document.info.name, L"A  B");
+    EXPECT_STREQ(document.info.tags, L"t, u");
+    const auto& inputs = PassOf(document, PassKind::Image).inputs;
+    EXPECT_THAT(Sources(PassOf(document, PassKind::Image)), ElementsAre(2, 0, 0, 0));
+    EXPECT_THAT(Sources(PassOf(document, PassKind::BufferA)), ElementsAre(0, 0, 0, 0));
+    EXPECT_EQ(inputs[0].sampler.vflip, 1);
+    EXPECT_EQ(inputs[1].ctype, ChannelType::None);
+    EXPECT_STREQ(inputs[2].src, L"media/lan tern.png");
+    EXPECT_EQ(inputs[2].sampler.filter, kFilterMipmap);
+    EXPECT_EQ(inputs[2].sampler.wrap, kWrapRepeat);
+    EXPECT_EQ(inputs[2].sampler.vflip, 1);
+    EXPECT_EQ(inputs[3].ctype, ChannelType::Audio);
+    EXPECT_EQ(inputs[3].sampler.filter, kFilterNearest);
+}
+
+TEST(CommentLines, FailWithFileLineAndColumn) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"iChannel4 keyboard", "5: error: iChannel4 does not exist; a pass has iChannel0 to iChannel3"},
+        {"iChannel keyboard", "5: error: iChannel does not exist; a pass has iChannel0 to iChannel3"},
+        {"ichannel0 sound", "5: error: unknown word \"ichannel0\"; "},
+        {"iChannel1", "5: error: iChannel1 lacks its input; "},
+        {"iChannel1 microphone", "15: error: unknown input \"microphone\"; "},
+        {"iChannel1 sound loud", "21: error: unexpected word; "},
+        {"iChannel1 buffer e", "22: error: unknown buffer; "},
+        {"iChannel1 buffer b", "22: error: there is no file s.b.glsl"},
+        {"iChannel1 cube", "15: error: there is no file s.cube.glsl"},
+        {"iChannel1 none.png", "15: error: there is no file \"none.png\" in the shader's folder"},
+        {"iChannel1 cube ../x.png", "20: error: the path \"../x.png\" leads out of the shader's folder"},
+        {"iChannel1 volume a/..\\..\\x.bin", "22: error: the path \"a/..\\..\\x.bin\" leads out of "},
+        {"iChannel1 \"//host/x.png\"", "15: error: the path \"//host/x.png\" leads out of "},
+        {"iChannel1 C:x.png", "15: error: the path \"C:x.png\" leads out of "},
+        {"iChannel1 a\x1B[2J.png", "15: error: \"a?[2J.png\" is not a file name"},
+        {"iChannel1 con.png", "15: error: \"con.png\" is not a file name"},
+        {"iChannel1 sound filter=sharp", "21: error: filter is nearest, linear or mipmap, not \"sharp\""},
+        {"iChannel1 sound wrap=clamp repeat", "32: error: unknown setting \"repeat\"; "},
+    };
+    for (const auto& [line, error] : cases) {
+        EXPECT_THAT(WithComments("\n//@ " + std::string(line)).errors,
+                    ElementsAre(StartsWith("dir/s.glsl:2:" + std::string(error))));
+    }
+    EXPECT_THAT(WithComments("//@ iChannel0 sound\n//@ iChannel0 camera", "//@ iChannel1 camera").errors,
+                ElementsAre("dir/s.glsl:2:5: error: iChannel0 is already set in line 1",
+                            "dir/s.common.glsl:1:5: error: Common has no inputs of its own"));
+}
+
+std::string FileText(const std::filesystem::path& path) {
+    std::ostringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
+}
+
+TEST(Examples, ArePackedFromTheirPlainShaders) {
+    const std::filesystem::path folder = std::filesystem::path(PIXELFORGE_SOURCE_DIR) / "examples";
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        const std::string stem = entry.path().stem().string();
+        if (entry.path().extension() != ".glsl" || stem.find('.') != std::string::npos) {
+            continue;
+        }
+        std::vector<PassFile> passes = {{"image", FileText(entry.path()), stem}};
+        for (const std::string_view pass : kPassFileStems) {
+            const auto path = folder / PassFileName(stem + ".glsl", pass);
+            if (std::filesystem::exists(path)) {
+                passes.push_back({std::string(pass), FileText(path), path.filename().string()});
+            }
+        }
+        const MadeDocument made = DocumentOfPassFiles(
+            stem, passes, [&](const std::string& file) { return std::filesystem::exists(folder / file); });
+        EXPECT_THAT(made.errors, ElementsAre());
+        EXPECT_EQ(made.json + "\n", FileText(folder / (stem + ".json")))
+            << "./run examples/" << stem << ".glsl --pack examples/" << stem << ".json";
+        ++count;
+    }
+    EXPECT_GT(count, 0);
 }
 
 TEST(BareDocument, BecomesTheSameShader) {

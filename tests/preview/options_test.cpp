@@ -14,6 +14,9 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_TRUE(ParseOptions({"a.json", "--watch"}).window);
     EXPECT_EQ(ParseOptions({"a.json", "--window"}).frames, 0);
     EXPECT_EQ(ParseOptions({"a.json", "--window", "--frames", "7"}).frames, 7);
+    EXPECT_TRUE(ParseOptions({"a.json", "--window"}).realTime);
+    EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
+    EXPECT_FALSE(ParseOptions({"a.json", "--window", "--set", "Speed=0.1"}).realTime);
     std::string joined;
     for (const ControlSetting& setting :
          ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings) {
@@ -39,6 +42,10 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.json", "--set", "Speed"}, "Label=value"},
         {{"a.json", "--tiles", "33x1"}, "32"},
         {{"a.json", "--window", "--bench"}, "--bench"},
+        {{"a.glsl", "--pack", "a.glsl"}, ".json"},
+        {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
+        {{"--id", "i", "--pack", "b.json"}, "--pack"},
+        {{"a.json", "--real-time", "--set", "Speed=0.1"}, "--real-time"},
         {{"--playlist", "p", "--watch"}, "shader file"}};
     for (const auto& [arguments, reason] : cases) {
         EXPECT_THAT([&] { ParseOptions(arguments); },

@@ -10,6 +10,7 @@
 #include "media/image_decoder.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/host/file_paths.h"
+#include "preview/host/host_error.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
 #include "tests/support/temp_file.h"
@@ -40,6 +41,36 @@ std::wstring PlaylistPath(const StagedShader& shader) {
     return L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(shader.PlaylistName());
 }
 
+TEST(OutputFile, IsTestedForWritingBeforeTheRun) {
+    const test::TempFile existing("kept", L".png");
+    const std::wstring folder = existing.Path() + L".folder";
+    RequireWritable(folder + L"\\a\\b.png");
+    EXPECT_TRUE(IsExistingFolder((folder + L"\\a").c_str()));
+    EXPECT_FALSE(IsExistingFile((folder + L"\\a\\b.png").c_str())) << "no empty file";
+    RequireWritable(existing.Path());
+    EXPECT_EQ(ReadInputFile(existing.Path()), "kept");
+    for (const std::wstring& path : {folder, existing.Path() + L"\\a.png", std::wstring(L"Q:\\a.png")}) {
+        EXPECT_THROW(RequireWritable(path), HostError) << ToUtf8(path);
+    }
+    std::filesystem::remove_all(folder);
+}
+
+TEST(StagedShader, RemovesTheFilesOfAKilledProgram) {
+    const std::wstring folder = L"D:\\Moonreel\\Pixelforge\\Playlists";
+    const std::wstring left[] = {L"D:\\Moonreel\\pzz0zz9", folder + L"\\preview-zz0zz9.playlist"};
+    const std::wstring foreign[] = {L"D:\\Moonreel\\pzz0zz8", folder + L"\\preview-mine.playlist"};
+    std::filesystem::create_directories(folder);
+    for (const auto& files : {left, foreign}) {
+        WriteOutputFile(files[0], BytesOf("x"));
+        WriteOutputFile(files[1], BytesOf("x"));
+    }
+    StagedShader::OfDocument(BytesOf("1"));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(IsExistingFile(left[i].c_str()));
+        EXPECT_TRUE(std::filesystem::remove(foreign[i]));
+    }
+}
+
 TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     std::optional first = StagedShader::OfDocument(BytesOf("1"));
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
@@ -52,6 +83,13 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     EXPECT_FALSE(IsExistingFile(playlist.c_str()));
     EXPECT_FALSE(IsExistingFile(alias.c_str()));
     EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
+}
+
+TEST(OpenedShader, StagesNothingWhileItsCommentLinesAreWrong) {
+    const test::TempFile file("//@ iChannel0 nothing\n", L".glsl");
+    OpenedShader shader = OpenedShader::OfFile(file.Path(), {}, "dir/s.glsl");
+    EXPECT_EQ(shader.Errors().size(), 1u);
+    EXPECT_EQ(ReadInputFile(shader.Staged().AliasPath()), "");
 }
 
 TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {

@@ -23,9 +23,9 @@ if(WIN32)
   add_subdirectory("${CMAKE_CURRENT_LIST_DIR}/sound_double" sound_double)
   add_subdirectory("${CMAKE_CURRENT_LIST_DIR}/camera_double" camera_double)
 
-  # A copy of `preview` with the doubles, for manual use: see docs/doubles.md.
+  # A copy of `preview` with the doubles, for the gallery and for manual use: see docs/doubles.md.
   set(doubles_folder "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/doubles")
-  add_custom_target(preview_with_doubles
+  add_custom_target(preview_with_doubles ALL
     COMMAND "${CMAKE_COMMAND}" -E make_directory "${doubles_folder}"
     COMMAND "${CMAKE_COMMAND}" -E copy_if_different
             $<TARGET_FILE:preview_bare> "${doubles_folder}/preview.exe"
