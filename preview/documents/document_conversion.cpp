@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "preview/documents/json_writer.h"
 
@@ -161,8 +162,14 @@ void WritePassFile(JsonWriter& json, const PassFile& pass, const Channels& chann
 using Value = rapidjson::Value;
 
 constexpr unsigned kParseFlags = rapidjson::kParseIterativeFlag;
-constexpr std::string_view kBufferPreview = "/media/previz/buffer0";
-constexpr std::string_view kCubePreview = "/media/previz/cubemap00";
+
+/// The ends of the paths of the service's preview images for outputs; some documents repeat "/media/a/"
+/// before them.
+constexpr std::pair<std::string_view, int> kPreviews[] = {
+    {"/media/previz/buffer00.png", kBufferAId},     {"/media/previz/buffer01.png", kBufferAId + 1},
+    {"/media/previz/buffer02.png", kBufferAId + 2}, {"/media/previz/buffer03.png", kBufferAId + 3},
+    {"/media/previz/cubemap00.png", kCubeId},
+};
 
 const Value* Member(const Value& object, const char* key) {
     const auto found = object.FindMember(key);
@@ -212,11 +219,9 @@ int OutputId(const Value& pass) {
 /// The output that an input reads, identified by the service's preview image for it; 0 for media.
 int InputId(const Value& input) {
     const std::string_view path = Text(input, "filepath");
-    if (path.starts_with(kBufferPreview) && path.size() > kBufferPreview.size()) {
-        const char digit = path[kBufferPreview.size()];
-        return digit >= '0' && digit <= '3' ? kBufferAId + (digit - '0') : 0;
-    }
-    return path.starts_with(kCubePreview) ? kCubeId : 0;
+    const auto isEnd = [path](const auto& preview) { return path.ends_with(preview.first); };
+    const auto found = std::ranges::find_if(kPreviews, isEnd);
+    return found != std::end(kPreviews) ? found->second : 0;
 }
 
 void WriteSampler(JsonWriter& json, const Value& input) {

@@ -17,6 +17,9 @@ inline constexpr std::size_t kSpareFileBytes = 4;
 /// cannot be opened, a short read, or a file of 4 GiB or more.
 HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize);
 
+/// Bytes of an existing file; 0 for anything else.
+std::uint64_t SizeOfFile(const wchar_t* path) noexcept;
+
 /// True for an existing path that is not a folder.
 bool IsExistingFile(const wchar_t* path) noexcept;
 

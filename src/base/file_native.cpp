@@ -47,6 +47,11 @@ HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
     return block;
 }
 
+std::uint64_t SizeOfFile(const wchar_t* path) noexcept {
+    const auto status = StatusOf(path);
+    return status && S_ISREG(status->st_mode) ? static_cast<std::uint64_t>(status->st_size) : 0;
+}
+
 bool IsExistingFile(const wchar_t* path) noexcept {
     const auto status = StatusOf(path);
     return status && !S_ISDIR(status->st_mode);

@@ -59,6 +59,14 @@ HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
     return block;
 }
 
+std::uint64_t SizeOfFile(const wchar_t* path) noexcept {
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (!IsExistingFile(path) || !GetFileAttributesExW(path, GetFileExInfoStandard, &data)) {
+        return 0;
+    }
+    return std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
+}
+
 bool IsExistingFile(const wchar_t* path) noexcept {
     const DWORD attributes = AttributesOf(path);
     return attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);

@@ -15,6 +15,57 @@ namespace {
 constexpr unsigned kParseFlags =
     rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
 
+using JsonStream = rapidjson::GenericInsituStringStream<JsonEncoding>;
+
+/// Forwards a parser's events to a tree and counts the values. Keys count too: they occupy as much.
+class CountedEvents {
+public:
+    explicit CountedEvents(JsonDocument& tree) : tree_(tree) {}
+
+    bool Null() { return Count() && tree_.Null(); }
+    bool Bool(bool value) { return Count() && tree_.Bool(value); }
+    bool Int(int value) { return Count() && tree_.Int(value); }
+    bool Uint(unsigned value) { return Count() && tree_.Uint(value); }
+    bool Int64(std::int64_t value) { return Count() && tree_.Int64(value); }
+    bool Uint64(std::uint64_t value) { return Count() && tree_.Uint64(value); }
+    bool Double(double value) { return Count() && tree_.Double(value); }
+    bool RawNumber(const wchar_t* text, unsigned length, bool copy) {
+        return Count() && tree_.RawNumber(text, length, copy);
+    }
+    bool String(const wchar_t* text, unsigned length, bool copy) {
+        return Count() && tree_.String(text, length, copy);
+    }
+    bool Key(const wchar_t* text, unsigned length, bool copy) {
+        return Count() && tree_.Key(text, length, copy);
+    }
+    bool StartObject() { return Count() && tree_.StartObject(); }
+    bool StartArray() { return Count() && tree_.StartArray(); }
+    bool EndObject(unsigned members) { return tree_.EndObject(members); }
+    bool EndArray(unsigned elements) { return tree_.EndArray(elements); }
+
+private:
+    bool Count() noexcept { return ++values_ <= kMostJsonValues; }
+
+    JsonDocument& tree_;
+    std::size_t values_ = 0;
+};
+
+rapidjson::ParseResult ParseInPlace(JsonStream& stream, JsonDocument& tree) {
+    rapidjson::GenericReader<JsonEncoding, JsonEncoding, JsonAllocator> reader;
+    rapidjson::ParseResult result;
+    const auto generate = [&](JsonDocument& target) {
+        CountedEvents events(target);
+        result = reader.Parse<kParseFlags>(stream, events);
+        return !result.IsError();
+    };
+    try {
+        tree.Populate(generate);
+    } catch (const JsonAssertion&) {
+        result.Set(rapidjson::kParseErrorStringUnicodeSurrogateInvalid, stream.Tell());
+    }
+    return result;
+}
+
 constexpr const char* kTypeNames[] = {"null",     "false",    "true",    "an object",
                                       "an array", "a string", "a number"};
 
@@ -43,21 +94,15 @@ std::string DescribePosition(std::wstring_view text, std::size_t offset) {
 }  // namespace
 
 JsonTree::JsonTree(std::string_view text, TextEncoding encoding) : units_(WidenOrThrow(text, encoding)) {
-    rapidjson::GenericInsituStringStream<JsonEncoding> stream(units_.data());
-    rapidjson::ParseErrorCode code = rapidjson::kParseErrorNone;
-    std::size_t offset = 0;
-    try {
-        document_.ParseStream<kParseFlags>(stream);
-        code = document_.GetParseError();
-        offset = document_.GetErrorOffset();
-    } catch (const JsonAssertion&) {
-        code = rapidjson::kParseErrorStringUnicodeSurrogateInvalid;
-        offset = stream.Tell();
+    JsonStream stream(units_.data());
+    const rapidjson::ParseResult result = ParseInPlace(stream, document_);
+    if (result.Code() == rapidjson::kParseErrorTermination) {
+        throw LoadError("more than " + std::to_string(kMostJsonValues) + " JSON values");
     }
-    if (code != rapidjson::kParseErrorNone) {
+    if (result.IsError()) {
         // The parse overwrote the units, so locate the error in a fresh copy.
-        throw LoadError(DescribePosition(WidenOrThrow(text, encoding), offset) + ": " +
-                        rapidjson::GetParseError_En(code));
+        throw LoadError(DescribePosition(WidenOrThrow(text, encoding), result.Offset()) + ": " +
+                        rapidjson::GetParseError_En(result.Code()));
     }
 }
 

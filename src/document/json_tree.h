@@ -43,6 +43,11 @@ private:
 using JsonEncoding = rapidjson::UTF16<wchar_t>;
 using JsonPool = rapidjson::MemoryPoolAllocator<JsonAllocator>;
 using JsonValue = rapidjson::GenericValue<JsonEncoding, JsonPool>;
+using JsonDocument = rapidjson::GenericDocument<JsonEncoding, JsonPool, JsonAllocator>;
+
+/// Most values, keys included, in a text. A value takes up to 56 bytes during the parse, but only 2 in the
+/// text.
+inline constexpr std::size_t kMostJsonValues = std::size_t{1} << 20;
 
 /// One value and its path, valid while its tree lives. A failed look-up throws a `LoadError` such as
 /// "Shader.renderpass[2].inputs: must be an array, not a string". Of duplicate keys the first wins.
@@ -78,14 +83,14 @@ private:
 
 class JsonTree {
 public:
-    /// Throws a `LoadError` with line and column for malformed JSON.
+    /// Throws a `LoadError` with line and column for malformed JSON, or for too many values.
     JsonTree(std::string_view text, TextEncoding encoding);
 
     JsonNode Root() const { return JsonNode(document_, ""); }
 
 private:
     std::wstring units_;  ///< parsed in place: the tree's strings point into it
-    rapidjson::GenericDocument<JsonEncoding, JsonPool, JsonAllocator> document_;
+    JsonDocument document_;
 };
 
 }  // namespace pixelforge

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <string>
 
 #include "base/bitmap.h"
 #include "base/heap.h"
@@ -60,22 +62,31 @@ inline constexpr std::uint32_t kFilterLinear = 9729;   ///< GL_LINEAR
 inline constexpr std::uint32_t kFilterNearest = 9728;  ///< GL_NEAREST
 inline constexpr std::uint32_t kFilterMipmap = 9987;   ///< GL_LINEAR_MIPMAP_LINEAR
 
-/// One input channel. The media step fills `faces` and `volume`, which the document owns.
-struct PassInput {
-    ChannelType ctype;
-    UniqueBitmap faces[6];  ///< a texture uses the first, a cube map all six in GL face order
-    HeapBytes volume;       ///< a whole volume file of `volumeBytes` bytes
-    std::uint32_t volumeBytes;
-    SamplerState sampler;
-    std::int32_t sourcePass;  ///< slot read by a buffer or cube-buffer channel; 0 none, -1 loaded media
-    std::uint32_t channel;    ///< 0 to 3
-    wchar_t src[kPathUnits];
-};
-
 struct ChannelSize {
     float width;
     float height;
     float depth;
+};
+
+/// What the channels of one type that name the same file show. Loaded when the first of them gets its
+/// texture, and emptied after the last.
+struct Medium {
+    UniqueBitmap faces[6];  ///< a texture uses the first, a cube map all six in GL face order
+    HeapBytes volume;       ///< a whole volume file of `volumeBytes` bytes
+    std::uint32_t volumeBytes;
+    ChannelSize size;
+    std::string fault;  ///< why it cannot be shown: one clause of UTF-8, or empty
+};
+
+/// One input channel.
+struct PassInput {
+    ChannelType ctype;
+    std::shared_ptr<Medium> medium;  ///< null unless the media step has found its file
+    SamplerState sampler;
+    std::int32_t sourcePass;  ///< slot read by a buffer or cube-buffer channel; 0 none, -1 loaded media
+    std::uint32_t channel;    ///< 0 to 3
+    wchar_t src[kPathUnits];
+    wchar_t refusedSrc[kPathUnits];  ///< the document's `src` if it may not be used; for messages only
 };
 
 struct RenderPass {
@@ -111,6 +122,7 @@ struct ShaderDocument {
     ShaderInfo info;
     RenderPass passes[kPassSlots];  ///< indexed by `PassKind`
     DocumentOrigin origin;          ///< set by `LoadShaderById`
+    std::uint64_t mediaBytes;       ///< of its pictures and volumes decoded so far
 };
 
 }  // namespace pixelforge

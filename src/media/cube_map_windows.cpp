@@ -59,13 +59,14 @@ UniqueBitmap StretchFace(HDC cross, const PixelBox& cell, std::int32_t size) {
 
 bool SplitCubeCross(HBITMAP image, UniqueBitmap (&faces)[6]) {
     const SectionPixels size = PixelsOf(image);
-    const UniqueBitmap picture = CopyBox(image, {0, 0, size.width, size.height});
+    UniqueBitmap picture = CopyBox(image, {0, 0, size.width, size.height});
     const PixelBox box = BoxOfCross(picture.Get());
     const auto cells = CellsOfCross(box.width, box.height);
     if (!cells) {
         return false;
     }
     const UniqueBitmap cross = CopyBox(picture.Get(), box);
+    picture.Reset();  // may be hundreds of megabytes
     const Canvas from(cross.Get());
     UniqueBitmap cut[6];
     for (std::size_t face = 0; face < std::size(cut); ++face) {

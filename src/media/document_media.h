@@ -12,12 +12,17 @@ struct InternetSession;
 
 /// Restricts every `src` according to the document's origin. In a service document it is cut to the plain
 /// file name after the last separator, so that it can only name a cached file; in a local document it keeps
-/// its path. A name that may not be opened (see base/file.h) becomes empty.
+/// its path. A name that may not be opened (see base/file.h) becomes empty; messages still show it.
 void RestrictSources(ShaderDocument& document);
 
-/// Loads the file of every texture, cube-map and volume channel from the local disk, the cache or the
-/// service. A channel whose file cannot be fetched or read stays empty and is reported once. Always true.
+/// Finds the file of every texture, cube-map and volume channel on the local disk, in the cache or at the
+/// service, each file once, replaces `src` with its path and gives the channel its medium, still to be
+/// loaded. A channel without a file stays empty and is reported once. Always true.
 bool LoadDocumentMedia(InternetSession* session, ShaderDocument& document);
+
+/// Reads and decodes the file of an input that has a medium, unless its pixels are there already, within the
+/// document's budget. Throws `LoadError` if the file cannot be shown; the medium is then unchanged.
+void LoadMedium(ShaderDocument& document, const PassInput& input);
 
 /// Reports on the debugger output that a channel stays empty. `reason` is one clause of UTF-8.
 void ReportEmptyChannel(PassKind pass, std::uint32_t channel, const wchar_t* file, std::string_view reason);

@@ -55,12 +55,20 @@ HRESULT ReadFrame(const wchar_t* path, Frame& frame) {
     return SUCCEEDED(result) ? frame.source->GetSize(&frame.width, &frame.height) : result;
 }
 
-void RequireShowable(const Frame& frame) {
-    if (frame.bitsPerPixel < 8 || frame.bitsPerPixel > 64) {
-        throw LoadError(std::to_string(frame.bitsPerPixel) + "-bit pictures are not supported");
+void RequireShowable(const Frame& frame, std::uint64_t mostBytes) {
+    const auto depth = static_cast<std::int32_t>(frame.bitsPerPixel);
+    if (depth < 8 || depth > 64) {
+        throw LoadError(std::to_string(depth) + "-bit pictures are not supported");
     }
-    if (!FitsSection(frame.width, frame.height, static_cast<std::int32_t>(frame.bitsPerPixel))) {
+    if (frame.width == 0 || frame.height == 0) {
+        throw LoadError("the picture has no pixels");
+    }
+    if (!FitsSection(frame.width, frame.height, depth)) {
         throw LoadError("the picture is larger than 16384 pixels a side or 1 GiB");
+    }
+    const std::int64_t rowBytes = SectionRowBytes(static_cast<std::int32_t>(frame.width), depth);
+    if (static_cast<std::uint64_t>(rowBytes) * frame.height > mostBytes) {
+        throw LoadError(kBeyondBudget);
     }
 }
 
@@ -81,7 +89,7 @@ UniqueBitmap CopyFrame(const Frame& frame) {
     return bitmap;
 }
 
-UniqueBitmap Decode(const wchar_t* path) {
+UniqueBitmap Decode(const wchar_t* path, std::uint64_t mostBytes) {
     // Must outlive every interface below.
     const ComApartment apartment;
     if (!apartment) {
@@ -91,15 +99,15 @@ UniqueBitmap Decode(const wchar_t* path) {
     if (!path || FAILED(ReadFrame(path, frame))) {
         throw LoadError("not a picture that the system can decode");
     }
-    RequireShowable(frame);
+    RequireShowable(frame, mostBytes);
     return CopyFrame(frame);
 }
 
 }  // namespace
 
-UniqueBitmap DecodeImageFile(const wchar_t* path, std::string& reason) {
+UniqueBitmap DecodeImageFile(const wchar_t* path, std::string& reason, std::uint64_t mostBytes) {
     UniqueBitmap bitmap;
-    reason = FailureOf([&] { bitmap = Decode(path); });
+    reason = FailureOf([&] { bitmap = Decode(path, mostBytes); });
     return bitmap;
 }
 

@@ -4,7 +4,7 @@
 
 namespace pixelforge {
 
-UniqueBitmap DecodeImageFile(const wchar_t*, std::string& reason) {
+UniqueBitmap DecodeImageFile(const wchar_t*, std::string& reason, std::uint64_t) {
     reason = "this build cannot decode pictures";
     return {};
 }

@@ -3,6 +3,7 @@
 
 #include <GL/glew.h>
 
+#include <memory>
 #include <string>
 
 #include "base/load_error.h"
@@ -16,7 +17,9 @@
 namespace pixelforge {
 namespace {
 
-/// A texture as a channel binds it. `mipmapsStale` is null if its mipmaps never change.
+constexpr std::int32_t kMediaLoaded = -1;
+
+/// A texture as a channel binds it. `mipmapsStale` is null without a texture.
 struct BoundTexture {
     GLenum target;
     GlName name;
@@ -71,7 +74,10 @@ BoundTexture TextureOf(GlRenderer& renderer, const ChannelSlot& channel) {
     if (LiveTexture* live = LiveTextureOf(renderer, channel.type)) {
         return BoundTexture{target, live->texture.Get(), &live->mipmapsStale};
     }
-    return BoundTexture{target, channel.texture.Get(), nullptr};
+    if (channel.texture) {
+        return BoundTexture{target, channel.texture->texture.Get(), &channel.texture->mipmapsStale};
+    }
+    return BoundTexture{target, 0, nullptr};
 }
 
 void BindChannel(GlRenderer& renderer, const ChannelSlot& channel, std::uint32_t unit, GLint location) {
@@ -87,13 +93,68 @@ void BindChannel(GlRenderer& renderer, const ChannelSlot& channel, std::uint32_t
     ReportGlError();
 }
 
+bool ShowsAlike(const PassInput& a, const PassInput& b) noexcept {
+    return a.medium == b.medium && (a.ctype != ChannelType::Texture || a.sampler.vflip == b.sampler.vflip);
+}
+
+/// The texture of a channel that shows the same; null if there is none yet.
+std::shared_ptr<MediaTexture> FindTexture(const GlRenderer& renderer, const PassInput& input) {
+    for (std::uint32_t number = 0; number < kPassSlots; ++number) {
+        for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
+            const auto& texture = renderer.slots[number].channels[channel].texture;
+            if (texture && ShowsAlike(renderer.document.passes[number].inputs[channel], input)) {
+                return texture;
+            }
+        }
+    }
+    return nullptr;
+}
+
+/// True while a channel that shows the same medium, perhaps the other way round, waits for its texture.
+bool IsAwaited(const GlRenderer& renderer, const Medium& medium) {
+    for (std::uint32_t number = 0; number < kPassSlots; ++number) {
+        for (const PassInput& input : renderer.document.passes[number].inputs) {
+            if (IsDrawableSlot(number) && input.medium.get() == &medium && !FindTexture(renderer, input)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// Textures stay; the pixels are only needed for uploads.
+void ReleasePixels(Medium& medium) noexcept {
+    for (UniqueBitmap& face : medium.faces) {
+        face.Reset();
+    }
+    medium.volume.reset();
+}
+
+/// Creates the texture of an input that has a medium, or shares an existing one. A medium that cannot be
+/// shown keeps the reason for its other channels.
+void ShowMedium(GlRenderer& renderer, PassInput& input, ChannelSlot& slot) {
+    Medium& medium = *input.medium;
+    slot.texture = FindTexture(renderer, input);
+    if (!slot.texture && medium.fault.empty()) {
+        medium.fault = FailureOf([&] {
+            LoadMedium(renderer.document, input);
+            slot.texture = std::make_shared<MediaTexture>(MediaTexture{CreateMediaTexture(input), true});
+        });
+    }
+    if (!medium.fault.empty() || !IsAwaited(renderer, medium)) {
+        ReleasePixels(medium);
+    }
+    input.sourcePass = slot.texture ? kMediaLoaded : 0;
+}
+
 }  // namespace
 
 bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uint32_t channel) {
     if (channel >= kChannels || passSlot >= kPassSlots) {
         return false;
     }
-    const PassInput& input = renderer.document.passes[passSlot].inputs[channel];
+    RenderPass& pass = renderer.document.passes[passSlot];
+    PassInput& input = pass.inputs[channel];
     ChannelSlot& slot = renderer.slots[passSlot].channels[channel];
     slot = ChannelSlot{};
     slot.type = input.ctype;
@@ -107,13 +168,17 @@ bool CreateChannelTexture(GlRenderer& renderer, std::uint32_t passSlot, std::uin
         renderer.slots[slot.sourceSlot].isRead = true;
     }
     CreateLiveTexture(renderer, slot.type);
-    const std::string reason = FailureOf([&] { slot.texture = CreateMediaTexture(input); });
-    ReportGlError();
-    if (!reason.empty()) {
-        renderer.document.passes[passSlot].channelResolution[channel] = ChannelSize{};
-        ReportEmptyChannel(static_cast<PassKind>(passSlot), channel, input.src, reason);
+    if (!input.medium) {
+        return true;
     }
-    return reason.empty();
+    ShowMedium(renderer, input, slot);
+    ReportGlError();
+    if (!slot.texture) {
+        ReportEmptyChannel(static_cast<PassKind>(passSlot), channel, input.src, input.medium->fault);
+        return false;
+    }
+    pass.channelResolution[channel] = input.medium->size;
+    return true;
 }
 
 void BindChannels(GlRenderer& renderer, const PassSlot& slot) {

@@ -56,21 +56,27 @@ VolumeFormat FormatOfVolume(std::uint8_t channels) noexcept {
     }
 }
 
-/// A new texture, bound for one scope to receive uploads of tightly packed rows.
+/// Rows that are copied at a time where their order is reversed.
+constexpr std::int32_t kBandRows = 32;
+
+/// A new texture, bound for one scope to receive uploads.
 class Upload {
 public:
-    explicit Upload(GLenum target) : target_(target), texture_(GlTexture::Create()) {
+    Upload(GLenum target, bool mipmapped) : target_(target), texture_(GlTexture::Create()) {
         glBindTexture(target_, texture_.Get());
-        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        if (!mipmapped) {
+            // The default filter reads mipmaps, for which drivers reserve memory at the upload.
+            glTexParameteri(target_, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+        }
     }
     Upload(const Upload&) = delete;
     Upload& operator=(const Upload&) = delete;
-    ~Upload() { glBindTexture(target_, 0); }
+    ~Upload() {
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        glBindTexture(target_, 0);
+    }
 
-    GlTexture Finish(bool mipmapped) {
-        if (mipmapped) {
-            glGenerateMipmap(target_);
-        }
+    GlTexture Finish() {
         ReportGlError();
         return std::move(texture_);
     }
@@ -79,6 +85,25 @@ private:
     GLenum target_;
     GlTexture texture_;
 };
+
+/// In bands, because a reversed copy of the whole picture would need as much memory again.
+void UploadReversed(GLenum target, const SectionPixels& pixels, GLenum format) {
+    const auto stride = static_cast<std::size_t>(SectionRowBytes(pixels.width, pixels.bitsPerPixel));
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    for (std::int32_t end = pixels.height; end > 0; end -= kBandRows) {
+        SectionPixels band = pixels;
+        band.height = std::min(end, kBandRows);
+        const std::int32_t first = end - band.height;
+        band.bytes = pixels.bytes.subspan(static_cast<std::size_t>(first) * stride,
+                                          static_cast<std::size_t>(band.height) * stride);
+        const HeapBytes packed = PackBitmapRows(band, true);
+        if (!packed) {
+            throw LoadError("not enough memory for the picture");
+        }
+        glTexSubImage2D(target, 0, 0, pixels.height - end, pixels.width, band.height, format,
+                        GL_UNSIGNED_BYTE, packed.get());
+    }
+}
 
 void UploadPicture(GLenum target, const SectionPixels& pixels, bool flip) {
     GLint largest = 0;
@@ -90,18 +115,19 @@ void UploadPicture(GLenum target, const SectionPixels& pixels, bool flip) {
     if (!format) {
         throw LoadError(std::to_string(pixels.bitsPerPixel) + "-bit pictures are not supported");
     }
-    const HeapBytes packed = PackBitmapRows(pixels, flip);
-    if (!packed) {
-        throw LoadError("not enough memory for the picture");
-    }
+    // Sections align their rows as GL does by default.
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 4);
     glTexImage2D(target, 0, format->internalFormat, pixels.width, pixels.height, 0, format->format,
-                 GL_UNSIGNED_BYTE, packed.get());
+                 GL_UNSIGNED_BYTE, flip ? nullptr : pixels.bytes.data());
+    if (flip) {
+        UploadReversed(target, pixels, format->format);
+    }
 }
 
 GlTexture CreatePictureTexture(const PassInput& input) {
-    Upload upload(GL_TEXTURE_2D);
-    UploadPicture(GL_TEXTURE_2D, PixelsOf(input.faces[0].Get()), input.sampler.vflip != 0);
-    return upload.Finish(input.sampler.filter == kFilterMipmap);
+    Upload upload(GL_TEXTURE_2D, input.sampler.filter == kFilterMipmap);
+    UploadPicture(GL_TEXTURE_2D, PixelsOf(input.medium->faces[0].Get()), input.sampler.vflip != 0);
+    return upload.Finish();
 }
 
 /// GL samples a cube as black unless its faces are squares of the same size and depth.
@@ -118,20 +144,21 @@ bool IsCompleteCube(const SectionPixels (&faces)[6]) noexcept {
 GlTexture CreateCubeTexture(const PassInput& input) {
     SectionPixels faces[6];
     for (std::size_t face = 0; face < std::size(faces); ++face) {
-        faces[face] = PixelsOf(input.faces[face].Get());
+        faces[face] = PixelsOf(input.medium->faces[face].Get());
     }
     if (!IsCompleteCube(faces)) {
         throw LoadError("its six faces are incomplete or not squares of the same size and depth");
     }
-    Upload upload(GL_TEXTURE_CUBE_MAP);
+    Upload upload(GL_TEXTURE_CUBE_MAP, input.sampler.filter == kFilterMipmap);
     for (GLenum face = 0; face < std::size(faces); ++face) {
         UploadPicture(GL_TEXTURE_CUBE_MAP_POSITIVE_X + face, faces[face], false);
     }
-    return upload.Finish(input.sampler.filter == kFilterMipmap);
+    return upload.Finish();
 }
 
 bool UploadVolume(const VolumeHeader& size, const std::uint8_t* voxels) {
     const VolumeFormat format = FormatOfVolume(size.channels);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
     // Discard older errors, but only a few: a lost context reports them endlessly.
     for (int older = 0; older < 8 && ReportGlError() != GL_NO_ERROR; ++older) {
     }
@@ -144,34 +171,33 @@ bool UploadVolume(const VolumeHeader& size, const std::uint8_t* voxels) {
 GlTexture CreateVolumeTexture(const PassInput& input) {
     GLint largest = 0;
     glGetIntegerv(GL_MAX_3D_TEXTURE_SIZE, &largest);
-    const auto header = ReadVolumeHeader({input.volume.get(), input.volumeBytes});
+    const Medium& medium = *input.medium;
+    const auto header = ReadVolumeHeader({medium.volume.get(), medium.volumeBytes});
     if (!header) {
         throw LoadError("not a volume");
     }
     if (const char* fault =
-            FaultOfVolume(*header, input.volumeBytes, static_cast<std::uint32_t>(std::max(largest, 0)))) {
+            FaultOfVolume(*header, medium.volumeBytes, static_cast<std::uint32_t>(std::max(largest, 0)))) {
         throw LoadError(fault);
     }
-    Upload upload(GL_TEXTURE_3D);
-    if (!UploadVolume(*header, input.volume.get() + kVolumeHeaderBytes)) {
+    Upload upload(GL_TEXTURE_3D, input.sampler.filter == kFilterMipmap);
+    if (!UploadVolume(*header, medium.volume.get() + kVolumeHeaderBytes)) {
         throw LoadError("the driver rejects the volume");
     }
-    return upload.Finish(input.sampler.filter == kFilterMipmap);
+    return upload.Finish();
 }
 
 }  // namespace
 
 GlTexture CreateMediaTexture(const PassInput& input) {
-    if (input.ctype == ChannelType::Texture && input.faces[0]) {
-        return CreatePictureTexture(input);
+    switch (input.ctype) {
+        case ChannelType::Volume:
+            return CreateVolumeTexture(input);
+        case ChannelType::CubeMap:
+            return CreateCubeTexture(input);
+        default:
+            return CreatePictureTexture(input);
     }
-    if (input.ctype == ChannelType::CubeMap && input.faces[0]) {
-        return CreateCubeTexture(input);
-    }
-    if (input.ctype == ChannelType::Volume && input.volume) {
-        return CreateVolumeTexture(input);
-    }
-    return {};
 }
 
 }  // namespace pixelforge

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "base/heap.h"
 #include "document/shader_document.h"
@@ -27,13 +28,19 @@ struct UniformLocations {
     std::int32_t iChannel[kChannels];
 };
 
+/// The texture of a file, for all channels that show it the same way round.
+struct MediaTexture {
+    GlTexture texture;
+    bool mipmapsStale;  ///< not generated yet
+};
+
 /// One input of a pass. A channel whose medium is unavailable keeps its type but has no texture.
 struct ChannelSlot {
     ChannelType type;
     std::uint32_t sourceSlot;  ///< slot whose output is read; 0 for none
     bool mipmapped;            ///< the sampler reads mipmaps; stale ones are regenerated before a draw
     GlSampler sampler;
-    GlTexture texture;  ///< of this channel's own medium
+    std::shared_ptr<MediaTexture> texture;  ///< null for a channel without a medium
 };
 
 /// One member of a pass's pair.

@@ -303,6 +303,7 @@ TEST(HostileText, HugeInputIsReadInLinearTime) {
     EXPECT_TRUE(Read(SampleWith(R"("outputs":[])", R"("outputs":)" + deep)).complete);
     EXPECT_EQ(Read(SampleWith(R"("a","b","c")", wide)).error,
               "Shader.info.tags[0]: must be a string, not a number");
+    EXPECT_EQ(Read("[" + wide + "," + wide + "]").error, "more than 1048576 JSON values");
     const ReadResult large = Read(SampleWith("void f(){}", std::string(50 * kMillion, 'x')));
     EXPECT_TRUE(large.complete) << large.error;
     EXPECT_EQ(std::strlen(large.Pass(PassKind::BufferA).code.get()), 50 * kMillion);
@@ -333,6 +334,19 @@ TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrReportsWhyNot) {
         EXPECT_EQ(loaded, reason.empty() && document->passes[2].code);
         EXPECT_EQ(loaded, name == good.Path()) << reason;
         EXPECT_THAT(reason, HasSubstr(expected));
+    }
+}
+
+/// The zeros after the document end its text.
+TEST(LoadShaderById, RefusesAFileOfMoreThan64MiB) {
+    const test::TempFile file(kSample, L".json");
+    for (const std::uintmax_t excess : {0, 1}) {
+        std::filesystem::resize_file(file.Path(), (std::uintmax_t{64} << 20) + excess);
+        const auto document = std::make_unique<ShaderDocument>();
+        InternetSession session;
+        std::string reason;
+        EXPECT_EQ(LoadShaderById(&session, file.Path().c_str(), document.get(), reason), excess == 0);
+        EXPECT_EQ(reason, excess == 0 ? "" : "the document is larger than 64 MiB");
     }
 }
 

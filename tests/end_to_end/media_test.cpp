@@ -44,19 +44,20 @@ std::uint32_t TexelOf(int picture, int x, int row) {
 }
 
 TEST(Media, PicturesOfEachDepthShowTheirPixels) {
-    // The pictures side by side; above them their alpha as grey.
+    // The pictures side by side; above them the first one upside down, then their alpha as grey.
     const std::string code = MainImage(
         "ivec2 at = ivec2(p) % ivec2(4, 3);\n"
         "c = p.x < 8.0 ? texelFetch(iChannel0, at, 0) : p.x < 16.0 ? texelFetch(iChannel1, at, 0)\n"
         "              : texelFetch(iChannel2, at, 0);\n"
         "if (p.y > 12.0) c = c.aaaa;\n"
+        "else if (p.y > 6.0) c = texelFetch(iChannel3, at, 0);\n"
         "if (p.x > 24.0) c = vec4(iChannelResolution[2] / 255.0 + iChannelTime[2], 1);");
     for (const bool flip : {false, true}) {
-        std::vector<Input> inputs = {Medium(0, "texture", Picture("rgba8.png")),
-                                     Medium(1, "texture", Picture("rgb8.png")),
-                                     Medium(2, "texture", Picture("grey8.png"))};
+        std::vector<Input> inputs = {
+            Medium(0, "texture", Picture("rgba8.png")), Medium(1, "texture", Picture("rgb8.png")),
+            Medium(2, "texture", Picture("grey8.png")), Medium(3, "texture", Picture("rgba8.png"))};
         for (Input& input : inputs) {
-            input.vflip = flip ? "true" : "false";
+            input.vflip = flip == (input.channel < 3) ? "true" : "false";
         }
         ModuleRun run(DocumentBuilder().Image(code, inputs).Json());
         ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
@@ -65,10 +66,37 @@ TEST(Media, PicturesOfEachDepthShowTheirPixels) {
             const int y = i / 24;
             const std::uint32_t texel = TexelOf(x / 8, x % 4, flip ? 2 - y : y);
             EXPECT_EQ(run.Pixel(x, y), texel & 0xFFFFFF) << x << ", " << y << ", flip " << flip;
+            EXPECT_EQ(run.Pixel(x, y + 6), TexelOf(0, x % 4, flip ? y : 2 - y) & 0xFFFFFF) << x << ", " << y;
             EXPECT_EQ(run.Pixel(x, y + 12), (texel >> 24) * 0x010101) << x << ", " << y;
         }
         EXPECT_EQ(run.Pixel(25, 5), 0x040301u);
         EXPECT_EQ(run.Words(), "");
+    }
+}
+
+/// The rows of the second picture follow each other without padding, but are read with it.
+TEST(Media, TallPicturesTurnOverAndPaddedRowsAreSkipped) {
+    constexpr int kRows = 70;
+    const TempFolder folder;
+    const auto row = [](int, int y) { return 0x010203 * y; };
+    ModuleRun run(DocumentBuilder()
+                      .Image(MainImage("c = p.x < 4.0 ? texelFetch(iChannel0, ivec2(0, int(p.y) * 3), 0)\n"
+                                       "    : texelFetch(iChannel1, ivec2(p) % ivec2(4, 3), 0);"),
+                             {Medium(0, "texture", folder.Write("tall.bmp", Bmp(4, kRows, row))),
+                              {.channel = 1,
+                               .ctype = "texture",
+                               .id = 0,
+                               .src = Picture("sheared_rgb8.png"),
+                               .vflip = "false"}})
+                      .Json());
+    ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
+    for (int y = 0; y < kRows / 3; ++y) {
+        EXPECT_EQ(run.Pixel(0, y), static_cast<unsigned>(0x010203 * (kRows - 1 - 3 * y))) << y;
+    }
+    for (int i = 0; i < 9; ++i) {
+        const int at = i / 3 * 4 + i % 3;
+        const std::uint32_t expected = at < 9 ? TexelOf(1, at % 3, at / 3) & 0xFFFFFF : 0;
+        EXPECT_EQ(run.Pixel(4 + i % 3, i / 3), expected) << i;
     }
 }
 
@@ -216,7 +244,8 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
         {Medium(0, "texture", Picture("grey16.png")), "grey16.png: 16-bit pictures"},
         {Medium(0, "texture", Picture("grey1.png")), "grey1.png: 1-bit pictures"},
         {Medium(0, "texture", "no-such-file.png"), "no-such-file.png: no such file"},
-        {Medium(0, "texture", "NUL"), "it names no file that this document may use"},
+        {Medium(0, "texture", "NUL"), "NUL: it names no file that this document may use"},
+        {Medium(0, "texture", "a\x1B[31m"), "a?[31m: it names no file"},
         {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
         {Medium(0, "cubemap", folder.Write("odd.bmp", Bmp(4, 4, grey))), "odd.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("gap.bmp", Bmp(4, 4, grey))), "gap.bmp: its six faces"},

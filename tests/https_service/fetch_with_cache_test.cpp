@@ -5,6 +5,7 @@
 #include <filesystem>
 
 #include "base/text.h"
+#include "media/document_media.h"
 #include "service/service_client.h"
 #include "service/service_urls.h"
 #include "tests/https_service/service_support.h"
@@ -137,6 +138,24 @@ TEST_F(FetchWithCacheTest, ADownloadSucceedsEvenIfItCannotBeStored) {
     WriteCached("Assets", "no folder");
     EXPECT_TRUE(Download(L"red1", L"/media/a/31.bin"));
     EXPECT_FALSE(std::filesystem::exists(path_));
+}
+
+TEST_F(FetchWithCacheTest, ALoadRequestsEachFileOnce) {
+    for (const std::size_t requests : {2, 3}) {  // the second load asks again for what is missing
+        const auto document = NewHeapRecord<ShaderDocument>();
+        for (RenderPass& pass : document->passes) {
+            pass.kind = PassKind::Image;
+            for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
+                pass.inputs[channel].ctype = channel < 3 ? ChannelType::Texture : ChannelType::Volume;
+                CopyCut(pass.inputs[channel].src, channel % 2 == 0 ? L"missing-1.bin" : L"32.bin");
+            }
+        }
+        EXPECT_TRUE(LoadDocumentMedia(session_.get(), *document));
+        EXPECT_THAT(Requests(), SizeIs(requests));
+        EXPECT_FALSE(document->passes[7].inputs[2].medium);
+        EXPECT_EQ(document->passes[0].inputs[3].medium, document->passes[7].inputs[3].medium);
+        EXPECT_NE(document->passes[7].inputs[1].medium, document->passes[7].inputs[3].medium);
+    }
 }
 
 }  // namespace

@@ -157,7 +157,7 @@ TEST(BareDocument, BecomesTheSameShader) {
         {"outputs":[{"channel":0,"id":"4dfGRr"}],"inputs":[
             {"channel":0,"type":"buffer","id":"4dXGR8","filepath":"/media/previz/buffer01.png","sampler":
                 {"filter":"nearest","wrap":"repeat","vflip":"true","srgb":"false","internal":"byte"}},
-            {"channel":2,"type":"cubemap","id":"4dX3Rr","filepath":"/media/previz/cubemap00.png"},
+            {"channel":2,"type":"cubemap","id":"4dX3Rr","filepath":"/media/a//media/previz/cubemap00.png"},
             {"channel":3,"type":"texture","filepath":"/media/a/wood.png"}],
          "code":"image","name":"Image","type":"image"},
         {"outputs":[],"inputs":[],"code":"b","name":"Buffer B","type":"buffer"}]})";
