@@ -145,6 +145,21 @@ private:
     CRITICAL_SECTION section_;
 };
 
+/// A lock for use with `std::lock_guard`, not recursive. It is constant-initialised and needs no release, so
+/// that it can be a static object of a library that is unloaded.
+class SlimLock {
+public:
+    constexpr SlimLock() noexcept = default;
+    SlimLock(const SlimLock&) = delete;
+    SlimLock& operator=(const SlimLock&) = delete;
+
+    void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
+    void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
+
+private:
+    SRWLOCK lock_ = SRWLOCK_INIT;
+};
+
 /// A single-threaded COM apartment for one scope. An apartment of another kind that the host has already
 /// entered serves as well and is left alone.
 class ComApartment {
