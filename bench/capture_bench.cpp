@@ -56,6 +56,12 @@ void Start() {
     if (StartAudioCapture() != 1) {
         throw std::runtime_error("StartAudioCapture failed");
     }
+    AddAudioListener();
+}
+
+void Stop() {
+    RemoveAudioListener();
+    StopAudioCapture();
 }
 
 void MeasureThread(const char* name, const char* sound, int seconds, Report& report) {
@@ -70,7 +76,7 @@ void MeasureThread(const char* name, const char* sound, int seconds, Report& rep
     const double start = ProcessorMilliseconds(threads);
     Sleep(static_cast<DWORD>(seconds) * 1000);
     const double used = ProcessorMilliseconds(threads) - start;
-    StopAudioCapture();
+    Stop();
     const double elapsed = seconds * 1000.0;
     const double share = used / elapsed;
     report.Add({name, "elapsed time", used, elapsed, share, share, share, kShareLimit});
@@ -98,7 +104,7 @@ void TimeBothSidesOfTheLock(Report& report) {
         "20,000 x CopyAudioSpectrum", [&] { bytes = CopyAudioSpectrum(); }, report);
     TimeCalls(
         "20,000 x PublishSpectrum", [&] { PublishSpectrum(bytes); }, report);
-    StopAudioCapture();
+    Stop();
 }
 
 /// Unloading the module includes waiting for the thread.

@@ -130,21 +130,6 @@ private:
     ATOM atom_ = 0;
 };
 
-/// A critical section for use with `std::lock_guard`.
-class CriticalSection {
-public:
-    CriticalSection() noexcept { InitializeCriticalSection(&section_); }
-    CriticalSection(const CriticalSection&) = delete;
-    CriticalSection& operator=(const CriticalSection&) = delete;
-    ~CriticalSection() { DeleteCriticalSection(&section_); }
-
-    void lock() noexcept { EnterCriticalSection(&section_); }
-    void unlock() noexcept { LeaveCriticalSection(&section_); }
-
-private:
-    CRITICAL_SECTION section_;
-};
-
 /// A lock for use with `std::lock_guard`, not recursive. It is constant-initialised and needs no release, so
 /// that it can be a static object of a library that is unloaded.
 class SlimLock {
