@@ -43,7 +43,7 @@ std::atomic<std::int32_t> audioStarted{0};  ///< the thread has entered `Capture
 std::atomic<HANDLE> audioThread{nullptr};
 HANDLE audioStopEvent = nullptr;    ///< set together with `audioStop`
 HANDLE audioWakeEvent = nullptr;    ///< wakes the idle thread; resets itself
-HANDLE audioOpenedEvent = nullptr;  ///< set by the first attempt to open the stream, whatever its result
+HANDLE audioOpenedEvent = nullptr;  ///< set once the stream is open, or a failed attempt is cleaned up
 HANDLE audioClosedEvent = nullptr;  ///< set while the thread is idle, without objects of the sound system
 HANDLE audioDoneEvent = nullptr;    ///< set once the thread has left this library's code
 constinit SlimLock listenerLock;    ///< guards the count and what follows from a change
@@ -114,9 +114,8 @@ void ReadUntilStop(LoopbackStream& stream) {
 
 void CaptureOnce() {
     LoopbackStream stream;
-    const HRESULT opened = stream.Open(audioStop);
-    SetEvent(audioOpenedEvent);
-    if (SUCCEEDED(opened)) {
+    if (SUCCEEDED(stream.Open(audioStop))) {
+        SetEvent(audioOpenedEvent);
         ReadUntilStop(stream);
     }
     if (audioUnload) {
@@ -131,6 +130,7 @@ void CaptureUntilStop() {
         if (apartment) {
             CaptureOnce();
         }
+        SetEvent(audioOpenedEvent);
         WaitForStop(kRetryMilliseconds);
     }
     if (audioUnload) {
