@@ -145,6 +145,12 @@ void Start() {
     if (StartAudioCapture() != 1) {
         throw std::runtime_error("StartAudioCapture failed");
     }
+    AddAudioListener();
+}
+
+void Stop() {
+    RemoveAudioListener();
+    StopAudioCapture();
 }
 
 /// Runs both threads at the same time, so that other programs affect both alike.
@@ -168,7 +174,7 @@ void MeasureThread(const char* name, const char* sound, int seconds, std::option
         const double ratio = subjectTime / peerTime;
         report.Add({name, "bare loop", subjectTime, peerTime, ratio, ratio, ratio, limit});
     }
-    StopAudioCapture();
+    Stop();
 }
 
 /// Reports the median time of 20,000 calls.
@@ -193,7 +199,7 @@ void TimeBothSidesOfTheLock(Report& report) {
         "20,000 x CopyAudioSpectrum", [&] { bytes = CopyAudioSpectrum(); }, report);
     TimeCalls(
         "20,000 x PublishSpectrum", [&] { PublishSpectrum(bytes); }, report);
-    StopAudioCapture();
+    Stop();
 }
 
 /// Unloading the module includes waiting for the thread.

@@ -22,8 +22,13 @@ struct PixelRect {
 /// counted, if the window is null or its procedure cannot be replaced.
 bool AttachWindowInput(HWND__* window);
 
-/// Removes a user; the window's last one restores its original procedure.
+/// Removes a user; the window's last one restores its original procedure. If another subclass was placed on
+/// top of this module's, it may still call it later: the module then stays loaded until the process ends.
 void DetachWindowInput(HWND__* window) noexcept;
+
+/// For an unload while renderers still exist: restores the procedure of every window. A window with another
+/// subclass on top of this module's keeps both, and the module stays loaded.
+void RestoreAllWindows() noexcept;
 
 /// The window's client rectangle, its upper left corner at 0, 0; empty for a null window.
 PixelRect ClientRectOf(HWND__* window) noexcept;

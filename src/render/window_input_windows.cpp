@@ -3,9 +3,8 @@
 
 #include <windows.h>
 
-#include <algorithm>
+#include <memory>
 #include <mutex>
-#include <vector>
 
 #include "base/win_handles.h"
 #include "render/input_state.h"
@@ -19,18 +18,12 @@ struct SubclassedWindow {
     HWND window;
     int users;
     bool replacedByUs;  ///< false if another copy of this module had already subclassed it
+    SubclassedWindow* next;
 };
 
-/// All windows with at least one user.
-struct Subclasses {
-    CriticalSection section;
-    std::vector<SubclassedWindow> windows;
-};
-
-Subclasses& HostSubclasses() {
-    static Subclasses subclasses;
-    return subclasses;
-}
+/// All windows with at least one user. Raw on purpose: destructors would run in process detach.
+SubclassedWindow* subclassedWindows = nullptr;
+constinit SlimLock subclassLock;  ///< guards the list and the replacement of procedures
 
 void RecordInput(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     InputState& input = HostInput();
@@ -79,6 +72,17 @@ bool ReplaceProcedure(HWND window) noexcept {
     return true;
 }
 
+/// False as well if the window no longer exists.
+bool IsOursOnTop(HWND window) noexcept {
+    return GetWindowLongPtrW(window, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(InputProcedure);
+}
+
+void PinModule() noexcept {
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<LPCWSTR>(InputProcedure), &module);
+}
+
 void RestoreProcedure(HWND window) noexcept {
     if (const HANDLE former = GetPropW(window, kProcedureProperty)) {
         SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(former));
@@ -86,9 +90,22 @@ void RestoreProcedure(HWND window) noexcept {
     }
 }
 
-std::vector<SubclassedWindow>::iterator Find(std::vector<SubclassedWindow>& windows, HWND window) noexcept {
-    return std::find_if(windows.begin(), windows.end(),
-                        [window](const SubclassedWindow& entry) { return entry.window == window; });
+/// The link to the window's entry, or the last link, which is null.
+SubclassedWindow*& Find(HWND window) noexcept {
+    SubclassedWindow** link = &subclassedWindows;
+    while (*link && (*link)->window != window) {
+        link = &(*link)->next;
+    }
+    return *link;
+}
+
+/// Null for the last link.
+std::unique_ptr<SubclassedWindow> Unlink(SubclassedWindow*& link) noexcept {
+    std::unique_ptr<SubclassedWindow> entry(link);
+    if (entry) {
+        link = entry->next;
+    }
+    return entry;
 }
 
 }  // namespace
@@ -97,37 +114,47 @@ bool AttachWindowInput(HWND window) {
     if (!window) {
         return false;
     }
-    Subclasses& subclasses = HostSubclasses();
-    const std::lock_guard lock(subclasses.section);
-    auto entry = Find(subclasses.windows, window);
-    if (entry == subclasses.windows.end()) {
-        entry = subclasses.windows.insert(entry, SubclassedWindow{window, 0, false});
+    const std::lock_guard lock(subclassLock);
+    SubclassedWindow*& entry = Find(window);
+    std::unique_ptr<SubclassedWindow> created(entry ? nullptr
+                                                    : new SubclassedWindow{window, 0, false, nullptr});
+    const bool replaces = !GetPropW(window, kProcedureProperty);
+    if (replaces && !ReplaceProcedure(window)) {
+        return false;
     }
-    if (!GetPropW(window, kProcedureProperty)) {
-        if (!ReplaceProcedure(window)) {
-            if (entry->users == 0) {
-                subclasses.windows.erase(entry);
-            }
-            return false;
-        }
-        entry->replacedByUs = true;
+    if (created) {
+        entry = created.release();
     }
+    entry->replacedByUs |= replaces;
     ++entry->users;
     return true;
 }
 
 void DetachWindowInput(HWND window) noexcept {
-    Subclasses& subclasses = HostSubclasses();
-    const std::lock_guard lock(subclasses.section);
-    const auto entry = Find(subclasses.windows, window);
-    if (entry == subclasses.windows.end()) {
+    const std::lock_guard lock(subclassLock);
+    SubclassedWindow*& entry = Find(window);
+    if (!entry || --entry->users > 0) {
         return;
     }
-    if (--entry->users == 0) {
-        if (entry->replacedByUs) {
-            RestoreProcedure(window);
+    if (Unlink(entry)->replacedByUs && IsWindow(window)) {
+        if (!IsOursOnTop(window)) {
+            PinModule();
         }
-        subclasses.windows.erase(entry);
+        RestoreProcedure(window);
+    }
+}
+
+void RestoreAllWindows() noexcept {
+    const std::lock_guard lock(subclassLock);
+    while (const auto entry = Unlink(subclassedWindows)) {
+        if (!entry->replacedByUs) {
+            continue;
+        }
+        if (IsOursOnTop(entry->window)) {
+            RestoreProcedure(entry->window);
+        } else if (IsWindow(entry->window)) {
+            PinModule();
+        }
     }
 }
 

@@ -132,5 +132,25 @@ TEST(WindowSubclass, TheSubclassOfAnotherCopyStays) {
     RemovePropW(window.Handle(), L"OriginalWndProc");
 }
 
+TEST(WindowSubclass, AnUnloadRestoresAllWindowsButNotUnderAnotherSubclass) {
+    const preview::HostWindow bare(64, 48);
+    const preview::HostWindow covered(64, 48);
+    const LONG_PTR original = ProcedureOf(bare);
+    for (const preview::HostWindow* window : {&bare, &bare, &covered}) {
+        ASSERT_TRUE(AttachWindowInput(window->Handle()));
+    }
+    static WNDPROC below = nullptr;
+    const WNDPROC above = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+        return CallWindowProcW(below, window, message, w, l);
+    };
+    below = reinterpret_cast<WNDPROC>(
+        SetWindowLongPtrW(covered.Handle(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
+    RestoreAllWindows();
+    EXPECT_EQ(ProcedureOf(bare), original);
+    EXPECT_EQ(PropertyOf(bare), 0);
+    EXPECT_EQ(ProcedureOf(covered), reinterpret_cast<LONG_PTR>(above));
+    EXPECT_EQ(PropertyOf(covered), original) << "the subclass below the other one still needs it";
+}
+
 }  // namespace
 }  // namespace pixelforge::test
