@@ -12,12 +12,14 @@ namespace {
 
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
 
-/// Red counts the frames, green shows whether buffers clamp at 1, blue is a multiple of the time.
+/// Red counts the frames, plus 16 if there are several samples; green shows whether buffers clamp at 1, blue
+/// is a multiple of the time.
 const std::string kCounter =
     DocumentBuilder()
         .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0 / 64.0, 3.0, 0, 1);"),
                 kReadsA)
         .Image(MainImage("vec4 a = texelFetch(iChannel0, ivec2(p), 0);\n"
+                         "if (gl_NumSamples > 1) a.x += 0.25;\n"
                          "c = vec4(a.x / 255.0 * 64.0, a.y / 3.0, iTime * 4.0 / 255.0, 1);"),
                kReadsA)
         .Json();
@@ -33,12 +35,12 @@ TEST(Instances, DoNotAffectEachOthersSettings) {
     for (std::uint32_t frame = 1; frame <= 4; ++frame) {
         ASSERT_EQ(first.Frame(), FrameResult::Drawn) << first.Words();
         ASSERT_EQ(second.Frame(), FrameResult::Drawn) << second.Words();
-        EXPECT_EQ(first.Pixel(5, 5), frame << 16 | 0xFF00 | 2 * frame) << "floats, sampled";
-        EXPECT_EQ(second.Pixel(5, 5) & 0xFFFF, 85u << 8 | frame) << "bytes: 1 / 3";
+        EXPECT_EQ(first.Pixel(5, 5), (frame + 16) << 16 | 0xFF00 | 2 * frame) << "floats, sampled";
+        EXPECT_EQ(second.Pixel(5, 5) & 0x10FFFF, 85u << 8 | frame) << "bytes: 1 / 3";
     }
     second.Session().Close();
     EXPECT_EQ(first.Frame(), FrameResult::Drawn);
-    EXPECT_EQ(first.Pixel(5, 5), 0x05FF0Au);
+    EXPECT_EQ(first.Pixel(5, 5), 0x15FF0Au);
 }
 
 TEST(Instances, MayDrawFromAlternatingThreads) {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "base/random.h"
@@ -62,6 +63,8 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
     }
     const auto playlist = preview::StagedShader::OfPlaylist(
         {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+    const std::string bait = "tile" + stamp + ".bmp";
+    std::ofstream(bait) << "A stranger's document must not find this in the current folder.";
     const preview::DebugCapture capture;
     const preview::ModuleLibrary module;
     std::size_t failed = 0;
@@ -80,8 +83,9 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
         preview::ForgetCachedShader(id);
         EXPECT_FALSE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
     }
-    EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/tile" + stamp + ".bmp\t")));
-    EXPECT_TRUE(std::filesystem::remove(Cached("Assets/tile" + stamp + ".bmp")));
+    EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/" + bait + "\t")));
+    EXPECT_TRUE(std::filesystem::remove(Cached("Assets/" + bait)));
+    EXPECT_TRUE(std::filesystem::remove(bait));
     EXPECT_THAT(capture.Lines(),
                 Contains(testing::AnyOf(HasSubstr("deadone: the service returned status 404"),
                                         HasSubstr("cut-red: the service's response was cut short"))));

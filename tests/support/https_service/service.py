@@ -2,8 +2,8 @@
 and over HTTP for redirects.
 
 The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document
-of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp". The media file "4096.bin" has
-4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS);
+of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp", under two names. The media file
+"4096.bin" has 4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS);
 another may follow one that redirects. The host name selects the certificate: the subdomains "untrusted." and
 "wrongname." get a bad one. Each request is logged before the response, one line of host, path and headers. The
 file READY is created once the service listens. The service stops at the end of its standard input.
@@ -25,7 +25,7 @@ import urllib.parse
 KEY = "fz3kq9"
 STALL_SECONDS = 3
 COLOURS = {"red": "vec3(1,0,0)", "green": "vec3(0,1,0)", "blue": "vec3(0,0,1)",
-           "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb"}
+           "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb * texelFetch(iChannel1, ivec2(0), 0).rgb"}
 # One 24-bit pixel in a row padded to 4 bytes.
 TILE = struct.pack("<2sIIIIiiHHIIiiII", b"BM", 58, 0, 54, 40, 1, 1, 1, 24, 0, 4, 2835, 2835, 0, 0) + b"\0\xff\xff\0"
 
@@ -45,7 +45,7 @@ def document(identifier):
         "id": 1, "src": f"/media/a/{identifier}.bmp", "ctype": "texture", "channel": 0,
         "sampler": {"filter": "nearest", "wrap": "clamp", "vflip": "true", "srgb": "false", "internal": "byte"},
     }
-    inputs = [tile] if identifier.lower().startswith("tile") else []
+    inputs = [tile, dict(tile, channel=1, src=f"{identifier}.bmp")] if identifier.lower().startswith("tile") else []
     image = {"inputs": inputs, "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
     shader = {"ver": "0.1", "info": info, "renderpass": [image]}
     # The final line feed is not part of the document, but must be cached with it.
