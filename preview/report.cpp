@@ -101,6 +101,18 @@ void WriteFrames(JsonWriter& json, const std::vector<FrameRecord>& frames) {
     json.EndArray();
 }
 
+void WriteFailedPicks(JsonWriter& json, const std::vector<PlaylistFailure>& failures) {
+    json.BeginArray("failedPicks");
+    for (const PlaylistFailure& failure : failures) {
+        json.BeginObject();
+        WriteCount(json, "line", failure.line.number);
+        json.Text("shader", failure.line.Name());
+        json.Text("reason", failure.reason);
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
 }  // namespace
 
 std::uint32_t Crc32(std::span<const std::uint8_t> bytes) noexcept {
@@ -145,6 +157,7 @@ std::string ReportJson(const Report& report) {
         json.Text({}, line);
     }
     json.EndArray();
+    WriteFailedPicks(json, report.failedPicks);
     json.EndObject();
     return json.Result() + "\n";
 }

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module/host_abi.h"
+#include "preview/host/playlist_lines.h"
 
 namespace pixelforge::preview {
 
@@ -55,6 +56,7 @@ struct Report {
     GlInfo gl;
     std::vector<FrameRecord> frames;
     std::vector<std::string> debugLines;
+    std::vector<PlaylistFailure> failedPicks = {};  ///< of a playlist in the live view
 };
 
 /// UTF-8, indented, ending in a newline.

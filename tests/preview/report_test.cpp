@@ -22,7 +22,8 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
                                          .height = 360,
                                          .gl = {},
                                          .frames = frames,
-                                         .debugLines = {"Pass \"Image\": error", "\xC3\xA4"}});
+                                         .debugLines = {"Pass \"Image\": error", "\xC3\xA4"},
+                                         .failedPicks = {{{12, "\xE4"}, "why"}}});
     rapidjson::Document report;
     ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
     EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
@@ -31,6 +32,10 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
     EXPECT_STREQ(report["debugOutput"][0].GetString(), "Pass \"Image\": error");
     EXPECT_STREQ(report["debugOutput"][1].GetString(), "\xC3\xA4");
+    const rapidjson::Value& pick = report["failedPicks"][0];
+    EXPECT_EQ(pick["line"].GetInt(), 12);
+    EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
+    EXPECT_STREQ(pick["reason"].GetString(), "why");
     const rapidjson::Value& figures = report["statistics"];
     for (const auto& [name, expected] : {std::pair("drawn", 199.0),
                                          {"failed", 1.0},
