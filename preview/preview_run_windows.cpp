@@ -144,7 +144,7 @@ void PrintSummary(const Options& options, const Outcome& outcome, const FrameSta
 
 void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                  const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines,
-                 const std::vector<PlaylistFailure>& failedPicks = {}) {
+                 const std::optional<std::vector<PlaylistFailure>>& failedPicks = {}) {
     if (paths.Of(Output::Report).empty()) {
         return;
     }

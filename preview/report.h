@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -56,7 +57,9 @@ struct Report {
     GlInfo gl;
     std::vector<FrameRecord> frames;
     std::vector<std::string> debugLines;
-    std::vector<PlaylistFailure> failedPicks = {};  ///< of a playlist in the live view
+
+    /// Of a playlist in the live view, which records no frames: the report then lists these instead.
+    std::optional<std::vector<PlaylistFailure>> failedPicks = {};
 };
 
 /// UTF-8, indented, ending in a newline.

@@ -22,8 +22,7 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
                                          .height = 360,
                                          .gl = {},
                                          .frames = frames,
-                                         .debugLines = {"Pass \"Image\": error", "\xC3\xA4"},
-                                         .failedPicks = {{{12, "\xE4"}, "why"}}});
+                                         .debugLines = {"Pass \"Image\": error", "\xC3\xA4"}});
     rapidjson::Document report;
     ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
     EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
@@ -32,10 +31,6 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
     EXPECT_STREQ(report["debugOutput"][0].GetString(), "Pass \"Image\": error");
     EXPECT_STREQ(report["debugOutput"][1].GetString(), "\xC3\xA4");
-    const rapidjson::Value& pick = report["failedPicks"][0];
-    EXPECT_EQ(pick["line"].GetInt(), 12);
-    EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
-    EXPECT_STREQ(pick["reason"].GetString(), "why");
     const rapidjson::Value& figures = report["statistics"];
     for (const auto& [name, expected] : {std::pair("drawn", 199.0),
                                          {"failed", 1.0},
@@ -48,6 +43,20 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
         EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
     }
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
+}
+
+TEST(Report, ListsTheFailuresOfAPlaylist) {
+    rapidjson::Document report;
+    report.Parse(ReportJson({.shader = "p",
+                             .gl = {},
+                             .frames = {},
+                             .debugLines = {},
+                             .failedPicks = std::vector<PlaylistFailure>{{{12, "\xE4"}, "why"}}})
+                     .c_str());
+    const rapidjson::Value& pick = report["failedPicks"][0];
+    EXPECT_EQ(pick["line"].GetInt(), 12);
+    EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
+    EXPECT_STREQ(pick["reason"].GetString(), "why");
 }
 
 TEST(Crc32, MatchesPngAndZipFiles) {
