@@ -21,6 +21,10 @@ struct Options {
     std::string pngPath;
     std::string framesFolder;
     std::string reportPath;
+    std::string videoPath;              ///< "-": standard output
+    std::int32_t framesPerSecond = 60;  ///< of the video
+    std::string favouritesPath;
+    std::int32_t secondsPerPick = 0;  ///< of a playlist in the window; 0: until a key is pressed
     std::string includeFolder;
     std::string eventsPath;
     std::string packPath;                  ///< only write the shader's document
@@ -36,7 +40,7 @@ struct Options {
 };
 
 /// What a run writes, in the order of `kOutputs`.
-enum class Output { Picture, Frames, Report };
+enum class Output { Picture, Frames, Report, Video, Favourites };
 
 /// Before the first frame the missing folders of the path are created, and it is tested for writing.
 struct OutputRow {
@@ -49,6 +53,8 @@ inline constexpr OutputRow kOutputs[] = {
     {"--png", &Options::pngPath, false},
     {"--frames-dir", &Options::framesFolder, true},
     {"--report", &Options::reportPath, false},
+    {"--video", &Options::videoPath, false},
+    {"--favourites", &Options::favouritesPath, false},
 };
 
 /// Parses the arguments (UTF-8, without the program's name). Throws `HostError` with `WrongUsage`.

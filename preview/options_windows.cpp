@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <cstdio>
 #include <optional>
 #include <variant>
 
@@ -137,21 +138,33 @@ constexpr OptionRow kOptions[] = {
 
     {"--window", "", &Arguments::window, "Show the frames in a window; F1 lists its keys"},
     {"--watch", "", &Arguments::watch, "Like --window, and reload when a file of the shader changes"},
+    {"--every",
+     "SECONDS",
+     &Arguments::secondsPerPick,
+     "In a window, show the playlist's next shader after this time",
+     {1, 86'400}},
+    {"--favourites", "FILE", &Arguments::favouritesPath,
+     "Playlist that Insert adds to (default favourites.txt beside the playlist)"},
     {"--png", "FILE", &Arguments::pngPath, "Write the last frame as a PNG"},
     {"--frames-dir", "DIR", &Arguments::framesFolder, "Write every frame as a PNG to this folder"},
     {"--report", "FILE", &Arguments::reportPath, "Write results, times and messages as JSON"},
+    {"--video", "FILE|-", &Arguments::videoPath,
+     "Write all frames as uncompressed video (Y4M); - is standard output"},
+    {"--rate", "N", &Arguments::framesPerSecond, "Frames per second of the video (default 60)", {1, 1000}},
     {"--pack", "FILE.json", &Arguments::packPath, "Draw nothing; write the shader's document"},
     {"--bench", "", &Arguments::bench, "Print a table of frame times"},
     {"--check", "", &Arguments::check, "Only load the shader; print errors with line numbers"},
     {"--info", "", &Arguments::info, "Print the notice about the shader"},
 };
 
-/// The live view has no end to report on.
-constexpr const char* kNotInWindow[] = {"--frames-dir", "--report", "--bench", "--check", "--info"};
+/// The live view has no end to report on. With a playlist, --report lists what failed.
+constexpr const char* kNotInWindow[] = {"--frames-dir", "--report", "--bench",
+                                        "--check",      "--info",   "--video"};
+constexpr const char* kOnlyWithPlaylistInWindow[] = {"--every", "--favourites"};
 
 /// Packing draws nothing.
-constexpr const char* kNotWithPack[] = {"--window", "--watch", "--png",   "--frames-dir",
-                                        "--report", "--bench", "--check", "--info"};
+constexpr const char* kNotWithPack[] = {"--window", "--watch", "--png",  "--frames-dir", "--report",
+                                        "--bench",  "--check", "--info", "--video"};
 
 CLI::Option* Declare(CLI::App& app, const OptionRow& row, bool& value) {
     return app.add_flag(row.name, value, row.help);
@@ -182,9 +195,16 @@ void DeclareOptions(CLI::App& app, Arguments& given) {
 }
 
 void RequireOneOutcome(const CLI::App& app, const Options& options) {
-    for (const char* name : kNotInWindow) {
-        if (options.window && app.count(name) > 0) {
-            RejectUsage(std::string(name) + " cannot be combined with --window or --watch");
+    const bool playsList = options.window && !options.playlistPath.empty();
+    for (const std::string name : kNotInWindow) {
+        if (options.window && app.count(name) > 0 && !(playsList && name == "--report")) {
+            RejectUsage(name + " cannot be combined with --window or --watch" +
+                        (name == "--report" ? " unless with --playlist" : ""));
+        }
+    }
+    for (const std::string name : kOnlyWithPlaylistInWindow) {
+        if (!playsList && app.count(name) > 0) {
+            RejectUsage(name + " needs --playlist and --window");
         }
     }
     const bool drawn = std::ranges::any_of(kNotWithPack, [&](auto name) { return app.count(name) > 0; });
@@ -214,14 +234,31 @@ void AddOutputSettings(const Arguments& given, std::vector<ControlSetting>& sett
     }
 }
 
-/// A fixed step and the clock exclude each other.
-void ChooseTime(Options& options) {
+/// A fixed step and the clock exclude each other. A video has the step of its rate.
+void ChooseTime(const CLI::App& app, Options& options) {
     const bool fixedStep =
         std::ranges::any_of(options.settings, [](auto& set) { return set.label == "Speed"; });
     if (options.realTime && fixedStep) {
         RejectUsage("specify only one of --real-time and --set \"Speed=...\"");
     }
     options.realTime = options.realTime || (options.window && !fixedStep);
+    if (options.videoPath.empty()) {
+        if (app.count("--rate") > 0) {
+            RejectUsage("--rate needs --video");
+        }
+        return;
+    }
+    if (options.realTime) {
+        RejectUsage("specify only one of --real-time and --video");
+    }
+    if (options.width % 2 != 0 || options.height % 2 != 0) {
+        RejectUsage("--video needs an even width and height, because two by two pixels share their colour");
+    }
+    if (!fixedStep) {
+        char step[32];
+        std::snprintf(step, sizeof step, "%.9g", 1.0 / options.framesPerSecond);
+        options.settings.push_back({"Speed", step});
+    }
 }
 
 void ChooseSize(const Arguments& given, Options& options) {
@@ -248,7 +285,7 @@ Options Validate(const CLI::App& app, const Arguments& given) {
     for (const std::string& assignment : given.assignments) {
         options.settings.push_back(ReadSetting(assignment));
     }
-    ChooseTime(options);
+    ChooseTime(app, options);
     return options;
 }
 

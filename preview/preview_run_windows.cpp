@@ -20,41 +20,14 @@
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
 #include "preview/report.h"
+#include "preview/run_paths.h"
+#include "preview/video.h"
 #include "preview/view/live_view.h"
+#include "preview/view/playlist_player.h"
 #include "service/service_urls.h"
 
 namespace pixelforge::preview {
 namespace {
-
-/// Absolute, because the current folder changes to the shader's. Empty for missing options.
-struct Paths {
-    std::wstring source;
-    std::wstring include;
-    std::wstring start;  ///< the initial current folder
-    std::wstring outputs[std::size(kOutputs)] = {};
-
-    const std::wstring& Of(Output output) const { return outputs[static_cast<std::size_t>(output)]; }
-};
-
-std::wstring AbsoluteOrEmpty(const std::string& path) {
-    return path.empty() ? std::wstring() : AbsolutePath(path);
-}
-
-const std::string& SourceName(const Options& options) {
-    if (!options.shaderId.empty()) {
-        return options.shaderId;
-    }
-    return options.documentPath.empty() ? options.playlistPath : options.documentPath;
-}
-
-Paths ResolvePaths(const Options& options) {
-    Paths paths = {.source = AbsolutePath(SourceName(options)),
-                   .include = AbsoluteOrEmpty(options.includeFolder),
-                   .start = AbsolutePath(".")};
-    std::ranges::transform(kOutputs, paths.outputs,
-                           [&](const OutputRow& row) { return AbsoluteOrEmpty(options.*row.path); });
-    return paths;
-}
 
 void SetIncludeFolder(const Options& options, const Paths& paths) {
     if (paths.include.empty()) {
@@ -97,30 +70,6 @@ SessionOptions SessionOptionsOf(const Options& options, const StagedShader& shad
             .autoOffscreen = true};
 }
 
-/// "DIR\frame-00001.png" and so on.
-std::wstring NumberedPicture(const std::wstring& folder, int number) {
-    wchar_t name[32];
-    std::swprintf(name, 32, L"\\frame-%05d.png", number);
-    return folder + name;
-}
-
-/// Otherwise a long run would be lost at its end.
-void RequireWritableOutput(const char* option, const std::wstring& path) {
-    const std::string failure = FailureOf([&] { RequireWritable(path); });
-    if (!failure.empty()) {
-        throw HostError(ExitStatus::WrongUsage, std::string(option) + ": " + failure);
-    }
-}
-
-void RequireWritableOutputs(const Paths& paths) {
-    for (std::size_t i = 0; i < std::size(kOutputs); ++i) {
-        const std::wstring& path = paths.outputs[i];
-        if (!path.empty()) {
-            RequireWritableOutput(kOutputs[i].option, kOutputs[i].folder ? NumberedPicture(path, 1) : path);
-        }
-    }
-}
-
 /// Shared by runs with and without a window.
 struct Run {
     const Options& options;
@@ -142,6 +91,10 @@ struct Outcome {
 Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
     HostSession session(library, SessionOptionsOf(run.options, run.shader.Staged()));
     session.Open();
+    std::optional<VideoWriter> video;
+    if (const std::wstring& path = run.paths.Of(Output::Video); !path.empty()) {
+        video.emplace(path, run.options.framesPerSecond);
+    }
     std::vector<FrameRecord> frames = RunFrames(
         session, {.frames = run.options.frames,
                   .checksums = !run.paths.Of(Output::Report).empty(),
@@ -151,6 +104,9 @@ Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
                   .frameDrawn = [&](int count) {
                       if (!run.paths.Of(Output::Frames).empty()) {
                           WritePng(NumberedPicture(run.paths.Of(Output::Frames), count), session.Picture());
+                      }
+                      if (video) {
+                          video->Write(session.Picture());
                       }
                   }});
     std::string pictureError;
@@ -187,7 +143,8 @@ void PrintSummary(const Options& options, const Outcome& outcome, const FrameSta
 }
 
 void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
-                 const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines) {
+                 const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines,
+                 const std::optional<std::vector<PlaylistFailure>>& failedPicks = {}) {
     if (paths.Of(Output::Report).empty()) {
         return;
     }
@@ -197,7 +154,8 @@ void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                                          .exitStatus = static_cast<int>(status),
                                          .gl = QueryGlInfo(),
                                          .frames = frames,
-                                         .debugLines = lines});
+                                         .debugLines = lines,
+                                         .failedPicks = failedPicks});
     WriteOutputFile(paths.Of(Output::Report), BytesOf(json));
 }
 
@@ -252,9 +210,34 @@ std::wstring PictureStem(const Paths& paths) {
     return paths.start + L"\\" + name.substr(0, name.rfind(L'.'));
 }
 
+std::optional<PlaylistPlayer> OpenPlaylist(const Run& run) {
+    if (run.options.playlistPath.empty()) {
+        return std::nullopt;
+    }
+    const std::wstring& favourites = run.paths.Of(Output::Favourites);
+    return std::optional<PlaylistPlayer>(
+        std::in_place,
+        PlaylistFiles{run.paths.source, run.options.playlistPath,
+                      favourites.empty() ? FolderOf(run.paths.source) + L"favourites.txt" : favourites},
+        run.shader.Staged(), std::chrono::seconds(run.options.secondsPerPick));
+}
+
+void PrintFailedPicks(const PlaylistPlayer& playlist) {
+    const auto failures = playlist.Order().Failures();
+    if (!failures.empty()) {
+        PrintError("preview: failed to load " + std::to_string(failures.size()) + " of the playlist's " +
+                   std::to_string(playlist.Order().LineCount()) + " shaders:");
+    }
+    for (const PlaylistFailure& failure : failures) {
+        PrintError(playlist.NameOf(failure.line) + ": " +
+                   failure.reason.substr(0, failure.reason.find('\n')));
+    }
+}
+
 ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
                        const Messages& readableLines) {
-    return RunLiveView(
+    auto playlist = OpenPlaylist(run);
+    const ExitStatus status = RunLiveView(
         library.Functions(),
         {.session = SessionOptionsOf(run.options, run.shader.Staged()),
          .name = SourceName(run.options),
@@ -264,13 +247,18 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
          .events = run.events,
          .stop = run.stop,
          .realTime = run.options.realTime,
-         .anotherPick = !run.options.playlistPath.empty(),
+         .playlist = playlist ? &*playlist : nullptr,
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
          .takeMessages = [&] {
              auto lines = readableLines();
              capture.Clear();
              return lines;
          }});
+    if (playlist) {
+        PrintFailedPicks(*playlist);
+        WriteReport(run.options, run.paths, status, {}, {}, playlist->Order().Failures());
+    }
+    return status;
 }
 
 /// A shader from the service has no folder.

@@ -9,6 +9,7 @@
 #include "preview/host/host_error.h"
 #include "preview/host/host_session.h"
 #include "preview/host/input_events.h"
+#include "preview/view/playlist_player.h"
 
 namespace pixelforge::preview {
 
@@ -21,7 +22,7 @@ struct LiveViewOptions {
     EventPlayer* events = nullptr;
     const std::atomic<bool>* stop = nullptr;  ///< set by another thread to end the view
     bool realTime = false;                    ///< shader time follows the clock
-    bool anotherPick = false;  ///< each load picks a shader, so a failed one is followed by another
+    PlaylistPlayer* playlist = nullptr;       ///< if not null, the next shader follows one that fails
 
     /// Polled between frames; true requests a reload. May be empty.
     std::function<bool()> sourceChanged = {};
@@ -30,7 +31,7 @@ struct LiveViewOptions {
     std::function<std::vector<std::string>()> takeMessages = {};
 };
 
-/// `Drawn` if a frame was drawn and, unless each load picks a shader, the last load succeeded.
+/// `Drawn` if a frame was drawn and, except with a playlist, the last load succeeded.
 ExitStatus RunLiveView(const ModuleFunctions& module, const LiveViewOptions& options);
 
 }  // namespace pixelforge::preview

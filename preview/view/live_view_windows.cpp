@@ -21,9 +21,6 @@ constexpr auto kFrameTime = std::chrono::microseconds(16'667);
 constexpr auto kTitlePeriod = std::chrono::milliseconds(500);
 constexpr auto kStatusTime = std::chrono::seconds(3);
 
-/// Before the next pick from a playlist, so that the error can be read and a playlist of identifiers that all
-/// fail does not flood the service.
-constexpr auto kRetryTime = std::chrono::seconds(1);
 constexpr DWORD kIdleMilliseconds = 50;
 
 /// For F11, unless --levels gives another one.
@@ -51,6 +48,7 @@ private:
     void Refit();
     void Reload();
     void ExpectLoad();
+    void ExecuteOnPlaylist(ViewCommand command);
     void DrawFrame();
     void HandleResult(FrameResult result);
     void HandleDrawn();
@@ -69,8 +67,7 @@ private:
     RealTime realTime_{session_};
     ControlChanges controls_;
     bool loading_ = true;  ///< the next frame loads the shader
-    bool failed_ = false;  ///< the last load failed: draws nothing until something changes or `retryTime_`
-    Clock::time_point retryTime_;
+    bool failed_ = false;  ///< the last load failed: draws nothing until something changes
     int failures_ = 0;
     bool paused_ = false;
     bool stepping_ = false;
@@ -124,6 +121,9 @@ ExitStatus LiveView::Run() {
         if (options_.sourceChanged && options_.sourceChanged()) {
             Reload();
         }
+        if (options_.playlist && !paused_ && options_.playlist->IsDue()) {
+            ExecuteOnPlaylist(ViewCommand::NextPick);
+        }
         UpdateText();
         UpdateTitle();
         if (Resting()) {
@@ -137,7 +137,7 @@ ExitStatus LiveView::Run() {
     if (!options_.lastPicture.empty() && drawn_ > 0) {
         SavePicture(options_.lastPicture);
     }
-    return drawn_ > 0 && (!failed_ || options_.anotherPick) ? ExitStatus::Drawn : ExitStatus::Failed;
+    return drawn_ > 0 && (!failed_ || options_.playlist) ? ExitStatus::Drawn : ExitStatus::Failed;
 }
 
 bool LiveView::Ended() const {
@@ -145,13 +145,12 @@ bool LiveView::Ended() const {
         return true;
     }
     const bool canRecover =
-        options_.sourceChanged || (options_.anotherPick && (drawn_ > 0 || failures_ < kMaxInitialFailures));
+        options_.sourceChanged || (options_.playlist && (drawn_ > 0 || failures_ < kMaxInitialFailures));
     return options_.frames > 0 && (drawn_ >= options_.frames || (failed_ && !canRecover));
 }
 
 bool LiveView::Resting() const {
-    const bool retry = options_.anotherPick && Clock::now() >= retryTime_;
-    return (failed_ && !retry) || (paused_ && !stepping_);
+    return failed_ || (paused_ && !stepping_);
 }
 
 void LiveView::ExecuteCommands() {
@@ -199,12 +198,20 @@ void LiveView::Execute(ViewCommand command) {
         case ViewCommand::SavePicture:
             SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
             break;
+        case ViewCommand::NextPick:
+        case ViewCommand::PreviousPick:
+        case ViewCommand::AddFavourite:
+            ExecuteOnPlaylist(command);
+            break;
     }
 }
 
 void LiveView::Pause(bool paused) {
     paused_ = paused;
     realTime_.Restart();
+    if (options_.playlist && !failed_) {
+        options_.playlist->RestartTime();
+    }
 }
 
 /// Applies a new window size, and changes of tiles, foreground or levels that require pre-initialisation.
@@ -230,6 +237,21 @@ void LiveView::Reload() {
 void LiveView::ExpectLoad() {
     loading_ = true;
     failed_ = false;
+}
+
+void LiveView::ExecuteOnPlaylist(ViewCommand command) {
+    if (!options_.playlist) {
+        ShowStatus(L"There is no playlist");
+    } else if (command == ViewCommand::AddFavourite) {
+        ShowStatus(options_.playlist->AddFavourite());
+    } else if (command == ViewCommand::PreviousPick && !options_.playlist->Previous()) {
+        ShowStatus(L"No shader was shown before this one");
+    } else {
+        if (command == ViewCommand::NextPick) {
+            options_.playlist->Next();
+        }
+        Reload();
+    }
 }
 
 void LiveView::DrawFrame() {
@@ -269,6 +291,9 @@ void LiveView::HandleDrawn() {
         loading_ = false;
         realTime_.Restart();
         frame_ = 0;
+        if (options_.playlist) {
+            options_.playlist->MarkDrawn();
+        }
         ShowLoadedNotice();
     }
     ++frame_;
@@ -280,15 +305,18 @@ void LiveView::HandleDrawn() {
 void LiveView::HandleFailure() {
     failed_ = true;
     ++failures_;
-    retryTime_ = Clock::now() + kRetryTime;
-    error_.clear();
+    std::string reason;
     for (const std::string& line : options_.takeMessages()) {
-        PrintLine(line);
-        error_ += FromUtf8(line) + L"\n";
+        reason += (reason.empty() ? "" : "\n") + line;
     }
-    if (error_.empty()) {
-        error_ = L"The shader failed to load; the module reported no reason.";
+    if (reason.empty()) {
+        reason = "The shader failed to load; the module reported no reason.";
     }
+    if (options_.playlist) {
+        reason = options_.playlist->MarkFailed(reason);
+    }
+    PrintLine(reason);
+    error_ = FromUtf8(reason);
 }
 
 void LiveView::ShowLoadedNotice() {
@@ -344,7 +372,8 @@ void LiveView::UpdateTitle() {
     }
     wchar_t rate[32];
     std::swprintf(rate, 32, L"%.1f frames/s", rate_);
-    view_.SetTitle(FileNameOf(FromUtf8(options_.name)) + L" - frame " + std::to_wstring(frame_) + L" - " +
+    const std::string name = options_.playlist ? options_.playlist->ShaderName() : options_.name;
+    view_.SetTitle(FileNameOf(FromUtf8(name)) + L" - frame " + std::to_wstring(frame_) + L" - " +
                    (failed_   ? L"failed to load"
                     : paused_ ? L"paused"
                               : rate) +

@@ -27,6 +27,9 @@ enum class ViewCommand {
     Foreground,
     Levels,
     SavePicture,
+    NextPick,
+    PreviousPick,
+    AddFavourite,
 };
 
 /// The live view's keys for the user, one line each.

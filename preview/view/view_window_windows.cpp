@@ -19,13 +19,15 @@ struct KeyBinding {
     const wchar_t* help;  ///< null: listed with another key
 };
 
-// Function keys and Pause only, plus "?" in WM_CHAR: letters, digits and arrows belong to the shader, which
-// also receives these keys. F10 is omitted because it opens the window's menu.
+// Function keys, Pause and Insert only, plus "?" in WM_CHAR: letters, digits and arrows belong to the shader,
+// which also receives these keys. F10 is omitted because it opens the window's menu.
 constexpr KeyBinding kKeys[] = {
     {F(1), false, ViewCommand::Help, L"F1 or ?\tshow this list"},
     {F(2), false, ViewCommand::Pause, L"F2 or Pause\tpause / resume"},
     {VK_PAUSE, false, ViewCommand::Pause, nullptr},
     {F(3), false, ViewCommand::Step, L"F3\tpause, then step one frame"},
+    {F(4), false, ViewCommand::NextPick, L"F4, Shift+F4\tnext / previous shader of the playlist"},
+    {F(4), true, ViewCommand::PreviousPick, nullptr},
     {F(5), false, ViewCommand::Reload, L"F5\treload the shader"},
     {F(6), false, ViewCommand::MoreColumns, L"F6, Shift+F6\tmore / fewer tiles across"},
     {F(6), true, ViewCommand::FewerColumns, nullptr},
@@ -35,6 +37,7 @@ constexpr KeyBinding kKeys[] = {
     {F(9), false, ViewCommand::Foreground, L"F9\tforeground only on / off"},
     {F(11), false, ViewCommand::Levels, L"F11\tlevel output / colours"},
     {F(12), false, ViewCommand::SavePicture, L"F12\tsave a PNG"},
+    {VK_INSERT, false, ViewCommand::AddFavourite, L"Insert\tadd the shader to the favourites"},
 };
 
 std::optional<ViewCommand> CommandOfKey(unsigned virtualKey, bool shift) {

@@ -8,8 +8,10 @@
 #include "module/controls.h"
 #include "module/module_instance.h"
 #include "preview/frame_run.h"
+#include "preview/host/file_paths.h"
 #include "preview/view/control_changes.h"
 #include "preview/view/live_view.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -112,16 +114,29 @@ TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
     }
 }
 
-TEST(LiveView, GoesOnToTheNextPickAfterAFailedLoad) {
+TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
+    const test::TempFile list("a\nb\nc\nd\n");
+    const test::TempFile favourites("x");
+    StagedShader staged = StagedShader::OfPlaylist({});
+    const std::wstring stagedPath =
+        L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
+    PlaylistPlayer player({list.Path(), "list", favourites.Path()}, staged, std::chrono::seconds(1));
+    EventPlayer events({{1, EventKind::KeyDown, VK_F4, 0}, {2, EventKind::KeyDown, VK_INSERT, 0}});
     calls.clear();
-    results = {Failed, Drawn, Failed};
-    LiveViewOptions options = {.session = {.width = 20, .height = 10},
-                               .name = "a",
-                               .frames = 3,
-                               .anotherPick = true,
-                               .takeMessages = [] { return std::vector<std::string>(); }};
+    results = {Failed};
+    const LiveViewOptions options = {.session = {.width = 20, .height = 10},
+                                     .name = "list",
+                                     .frames = 100,
+                                     .events = &events,
+                                     .playlist = &player,
+                                     .takeMessages = [] { return std::vector<std::string>(); }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
-    EXPECT_EQ(std::ranges::count(calls, "draw"), 5);
+    EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
+    EXPECT_EQ(player.Order().Failures().size(), 1u);
+    EXPECT_EQ(ReadInputFile(stagedPath), player.ShaderName() + "\r\n");
+    const auto marked = SplitPlaylist(ReadInputFile(favourites.Path()));
+    ASSERT_EQ(marked.size(), 2u);
+    EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
 }
 
 }  // namespace

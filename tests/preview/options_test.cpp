@@ -17,6 +17,9 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_TRUE(ParseOptions({"a.json", "--window"}).realTime);
     EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
     EXPECT_FALSE(ParseOptions({"a.json", "--window", "--set", "Speed=0.1"}).realTime);
+    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
+    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--set", "Speed=0"}).settings.size(), 1u);
+    EXPECT_EQ(ParseOptions({"--playlist", "p", "--window", "--report", "r"}).reportPath, "r");
     std::string joined;
     for (const ControlSetting& setting :
          ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings) {
@@ -46,6 +49,14 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
         {{"--id", "i", "--pack", "b.json"}, "--pack"},
         {{"a.json", "--real-time", "--set", "Speed=0.1"}, "--real-time"},
+        {{"a.json", "--window", "--report", "r"}, "unless with --playlist"},
+        {{"a.json", "--window", "--every", "1"}, "--every"},
+        {{"--playlist", "p", "--favourites", "f"}, "--favourites"},
+        {{"--playlist", "p", "--window", "--every", "0"}, "--every"},
+        {{"a.json", "--video", "v", "--size", "64x47"}, "even"},
+        {{"a.json", "--video", "v", "--real-time"}, "--video"},
+        {{"a.json", "--video", "v", "--window"}, "--video"},
+        {{"a.json", "--rate", "30"}, "--rate"},
         {{"--playlist", "p", "--watch"}, "shader file"}};
     for (const auto& [arguments, reason] : cases) {
         EXPECT_THAT([&] { ParseOptions(arguments); },

@@ -1,0 +1,34 @@
+// The files of a run: absolute paths, and the test that its outputs can be written.
+#pragma once
+
+#include <iterator>
+#include <string>
+
+#include "preview/options.h"
+
+namespace pixelforge::preview {
+
+/// Absolute, because the current folder changes to the shader's. Empty for missing options.
+struct Paths {
+    std::wstring source;
+    std::wstring include;
+    std::wstring start;  ///< the initial current folder
+    std::wstring outputs[std::size(kOutputs)] = {};
+
+    const std::wstring& Of(Output output) const { return outputs[static_cast<std::size_t>(output)]; }
+};
+
+/// The document, playlist or identifier that the user named.
+const std::string& SourceName(const Options& options);
+
+/// "-" for a video to standard output.
+Paths ResolvePaths(const Options& options);
+
+/// "DIR\frame-00001.png" and so on.
+std::wstring NumberedPicture(const std::wstring& folder, int number);
+
+/// Both throw `HostError` with `WrongUsage`. Without them a long run would be lost at its end.
+void RequireWritableOutput(const char* option, const std::wstring& path);
+void RequireWritableOutputs(const Paths& paths);
+
+}  // namespace pixelforge::preview
