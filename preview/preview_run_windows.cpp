@@ -15,6 +15,7 @@
 #include "preview/cleanup_on_abort.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/documents/shader_source.h"
+#include "preview/documents/source_faults.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
@@ -29,7 +30,7 @@ namespace {
 /// Absolute, because the current folder changes to the shader's. Empty for missing options.
 struct Paths {
     std::wstring source;
-    std::wstring include;
+    IncludeFolder include = {};
     std::wstring start;  ///< the initial current folder
     std::wstring outputs[std::size(kOutputs)] = {};
 
@@ -48,29 +49,59 @@ const std::string& SourceName(const Options& options) {
 }
 
 Paths ResolvePaths(const Options& options) {
-    Paths paths = {.source = AbsolutePath(SourceName(options)),
-                   .include = AbsoluteOrEmpty(options.includeFolder),
-                   .start = AbsolutePath(".")};
+    Paths paths = {.source = AbsolutePath(SourceName(options)), .start = AbsolutePath(".")};
     std::ranges::transform(kOutputs, paths.outputs,
                            [&](const OutputRow& row) { return AbsoluteOrEmpty(options.*row.path); });
     return paths;
 }
 
-void SetIncludeFolder(const Options& options, const Paths& paths) {
-    if (paths.include.empty()) {
-        return;
-    }
-    if (!IsExistingFolder(paths.include.c_str())) {
-        throw HostError(ExitStatus::WrongUsage, "--include: " + options.includeFolder + " is not a folder");
-    }
-    if (paths.include.size() >= kPathUnits) {
-        throw HostError(ExitStatus::WrongUsage, "--include: the path is too long for the module");
-    }
-    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", paths.include.c_str());
-}
-
 void PrintError(const std::string& text) {
     std::fprintf(stderr, "%s\n", text.c_str());
+}
+
+constexpr const wchar_t* kIncludeVariable = L"FOLDER_SHADERINCLUDE";
+
+IncludeFolder GivenIncludeFolder(const std::string& name) {
+    const std::wstring path = AbsolutePath(name);
+    if (!IsExistingFolder(path.c_str())) {
+        throw HostError(ExitStatus::WrongUsage, "--include: " + name + " is not a folder");
+    }
+    if (path.size() >= kPathUnits) {
+        throw HostError(ExitStatus::WrongUsage, "--include: the path is too long for the module");
+    }
+    return {path, name};
+}
+
+/// Of the environment, as the module reads it.
+IncludeFolder InheritedIncludeFolder(const Paths& paths, const std::string& sourceName) {
+    wchar_t value[kPathUnits] = {};
+    const DWORD length = GetEnvironmentVariableW(kIncludeVariable, value, kPathUnits);
+    if (length == 0) {
+        return {};
+    }
+    const std::string name = length < kPathUnits ? ToUtf8(value) : std::string();
+    const bool relative = name.find(':') != 1 && name.find_first_of("/\\") != 0;
+    const std::wstring path = AbsolutePath(relative ? ToUtf8(FolderOf(paths.source)) + name : name);
+    if (name.empty() || path.size() >= kPathUnits || !IsExistingFolder(path.c_str())) {
+        PrintError("preview: FOLDER_SHADERINCLUDE: the module ignores \"" + name +
+                   "\": " + (name.empty() ? "too long" : "not a folder"));
+        return {};
+    }
+    if (relative) {
+        PrintError("preview: FOLDER_SHADERINCLUDE: \"" + name +
+                   "\" is a relative path; preview looks for it in the shader's folder, a host in its own "
+                   "current folder");
+    }
+    const std::string beside = sourceName.substr(0, sourceName.find_last_of("/\\") + 1) + name;
+    return {path, relative ? beside : name};
+}
+
+void SetIncludeFolder(const Options& options, Paths& paths) {
+    paths.include = options.includeFolder.empty() ? InheritedIncludeFolder(paths, SourceName(options))
+                                                  : GivenIncludeFolder(options.includeFolder);
+    if (!paths.include.path.empty()) {
+        SetEnvironmentVariableW(kIncludeVariable, paths.include.path.c_str());
+    }
 }
 
 void PrintLines(const std::vector<std::string>& lines) {
@@ -237,6 +268,7 @@ ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const 
         throw HostError(ExitStatus::Failed, outcome.pictureError);
     }
     const std::vector<std::string> lines = readableLines();
+    PrintLines(run.shader.Warnings());
     PrintLines(lines);
     if (status == ExitStatus::Drawn) {
         PrintOutcome(run, outcome, statistics);
@@ -266,11 +298,13 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
          .realTime = run.options.realTime,
          .anotherPick = !run.options.playlistPath.empty(),
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
-         .takeMessages = [&] {
-             auto lines = readableLines();
-             capture.Clear();
-             return lines;
-         }});
+         .warnings = [&] { return run.shader.Warnings(); },
+         .takeMessages =
+             [&] {
+                 auto lines = readableLines();
+                 capture.Clear();
+                 return lines;
+             }});
 }
 
 /// A shader from the service has no folder.
@@ -287,6 +321,7 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
         return OpenedShader::OfIdentifier(options.shaderId);
     }
     if (options.documentPath.empty()) {
+        PrintLines(PlaylistFaults(ReadInputFile(paths.source), options.playlistPath));
         return OpenedShader::OfPlaylist(paths.source);
     }
     OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
@@ -348,7 +383,7 @@ ExitStatus RunPreview(const Options& options) {
             return ExitStatus::Drawn;
         }
     }
-    const Paths paths = ResolvePaths(options);
+    Paths paths = ResolvePaths(options);
     SetIncludeFolder(options, paths);
     std::optional<EventPlayer> events = ReadEvents(options);
     OpenedShader shader = OpenShader(options, paths);
@@ -358,7 +393,9 @@ ExitStatus RunPreview(const Options& options) {
         if (!shader.Errors().empty()) {
             return shader.Errors();
         }
-        return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
+        return EditorLines(
+            ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options)),
+            shader.Names());
     };
     try {
         std::optional<WorkingFolder> folder;

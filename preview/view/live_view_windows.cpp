@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <iterator>
 #include <optional>
 
 #include "base/load_error.h"
@@ -55,6 +56,8 @@ private:
     void HandleResult(FrameResult result);
     void HandleDrawn();
     void HandleFailure();
+    void ReportMessages();
+    void ReportLoad(const std::string& outcome) const;
     void ShowLoadedNotice();
     void SavePicture(const std::wstring& path);
     void ShowStatus(const std::wstring& text);
@@ -68,7 +71,8 @@ private:
     HostSession session_;
     RealTime realTime_{session_};
     ControlChanges controls_;
-    bool loading_ = true;  ///< the next frame loads the shader
+    bool loading_ = true;      ///< the next frame loads the shader
+    bool loadFailed_ = false;  ///< the last load that ended
     bool failed_ = false;  ///< the last load failed: draws nothing until something changes or `retryTime_`
     Clock::time_point retryTime_;
     int failures_ = 0;
@@ -77,7 +81,9 @@ private:
     bool helpShown_ = false;
     int frame_ = 0;  ///< drawn since the last load
     int drawn_ = 0;
-    std::wstring error_;
+    std::wstring messages_;  ///< of the last load
+    bool messagesShown_ = true;
+    std::optional<std::wstring> noticeText_;  ///< shown last
     std::wstring status_;
     Clock::time_point statusEnd_;
     std::optional<Clock::time_point> noticeEnd_;
@@ -122,6 +128,7 @@ ExitStatus LiveView::Run() {
         ExecuteCommands();
         Refit();
         if (options_.sourceChanged && options_.sourceChanged()) {
+            ReportLoad("reloading");
             Reload();
         }
         UpdateText();
@@ -174,6 +181,9 @@ void LiveView::Execute(ViewCommand command) {
             break;
         case ViewCommand::Reload:
             Reload();
+            break;
+        case ViewCommand::Messages:
+            messagesShown_ = !messagesShown_;
             break;
         case ViewCommand::MoreColumns:
             ShowStatus(controls_.ChangeCount("X Tiling", 1));
@@ -261,12 +271,14 @@ void LiveView::HandleResult(FrameResult result) {
 }
 
 void LiveView::HandleDrawn() {
-    for (const std::string& line : options_.takeMessages()) {
-        PrintLine(line);
-    }
-    error_.clear();
+    ReportMessages();
     if (loading_) {
+        ReportLoad("loaded");
+        if (options_.sourceChanged && loadFailed_) {
+            ShowStatus(L"Loaded again");
+        }
         loading_ = false;
+        loadFailed_ = false;
         realTime_.Restart();
         frame_ = 0;
         ShowLoadedNotice();
@@ -279,22 +291,48 @@ void LiveView::HandleDrawn() {
 /// The module destroys the old shader before it loads the new one; the window keeps showing the last picture.
 void LiveView::HandleFailure() {
     failed_ = true;
+    loadFailed_ = true;
     ++failures_;
     retryTime_ = Clock::now() + kRetryTime;
-    error_.clear();
-    for (const std::string& line : options_.takeMessages()) {
-        PrintLine(line);
-        error_ += FromUtf8(line) + L"\n";
+    ReportMessages();
+    if (messages_.empty()) {
+        messages_ = L"The shader failed to load; the module reported no reason.";
     }
-    if (error_.empty()) {
-        error_ = L"The shader failed to load; the module reported no reason.";
+    ReportLoad("failed to load");
+}
+
+/// The messages of a load stay in the window until the next one; hidden ones appear again if they differ.
+void LiveView::ReportMessages() {
+    const bool load = loading_ || failed_;
+    std::vector<std::string> lines;
+    if (load && options_.warnings) {
+        lines = options_.warnings();
+    }
+    std::ranges::move(options_.takeMessages(), std::back_inserter(lines));
+    std::wstring text;
+    for (const std::string& line : lines) {
+        PrintLine(line);
+        text += (text.empty() ? L"" : L"\r\n") + FromUtf8(line);
+    }
+    if (load && text != messages_) {
+        messages_ = text;
+        messagesShown_ = true;
     }
 }
 
+/// For editors that follow the output: when a list of errors begins and ends.
+void LiveView::ReportLoad(const std::string& outcome) const {
+    if (options_.sourceChanged) {
+        PrintLine("preview: " + options_.name + ": " + outcome);
+    }
+}
+
+/// Only once: not after each change of the shader's files.
 void LiveView::ShowLoadedNotice() {
     const auto notice = ReadNotice(HostSession::InfoText());
     const ControlRecord* seconds = session_.Control("Info Time");
-    if (notice && seconds && seconds->whole.value[0] > 0) {
+    if (notice && noticeText_ != HostSession::InfoText() && seconds && seconds->whole.value[0] > 0) {
+        noticeText_ = HostSession::InfoText();
         view_.ShowNotice(notice);
         noticeEnd_ = Clock::now() + std::chrono::seconds(seconds->whole.value[0]);
     }
@@ -324,11 +362,8 @@ void LiveView::UpdateText() {
     if (now >= statusEnd_) {
         status_.clear();
     }
-    std::wstring text = helpShown_ ? KeyList() : error_.empty() ? status_ : std::wstring();
-    if (!error_.empty()) {
-        text += (helpShown_ ? L"\n\n" : L"") + error_;
-    }
-    view_.ShowText(text);
+    view_.ShowMessages(messagesShown_ ? messages_ : std::wstring());
+    view_.ShowText(helpShown_ ? KeyList() : status_);
 }
 
 void LiveView::UpdateTitle() {
