@@ -3,14 +3,16 @@
 
 #include <algorithm>
 #include <charconv>
+#include <span>
 #include <unordered_set>
 
 #include "base/text.h"
-#include "document/shader_document.h"
 
 namespace pixelforge::preview {
 namespace {
 
+constexpr std::string_view kPassNames[] = {"Common",   "Buffer A", "Buffer B", "Buffer C",
+                                           "Buffer D", "Cube A",   "Image"};
 constexpr std::string_view kLoadFailure = "cannot load a shader: ";
 constexpr std::string_view kCandidates = "candidates are:";
 
@@ -61,8 +63,9 @@ int LastLine(std::string_view code) {
 
 class Translation {
 public:
-    Translation(const SourceNames& names, std::string shader) : names_(names), shader_(std::move(shader)) {}
+    explicit Translation(const SourceNames& names) : names_(names), shader_(names.shader) {}
 
+    void SetShader(std::string name) { shader_ = std::move(name); }
     void Add(const std::string& line);
     std::vector<std::string> Take();
 
@@ -81,7 +84,6 @@ private:
     const SourceNames& names_;
     std::string shader_;
     std::vector<std::string> lines_;
-    std::unordered_set<std::string> seen_;
     std::string candidatesAt_;  ///< position of the open list of candidates
     int candidates_ = 0;
 };
@@ -228,7 +230,8 @@ void Translation::AddLine(std::string line) {
 
 std::vector<std::string> Translation::Take() {
     EndCandidates();
-    std::erase_if(lines_, [&](const std::string& line) { return !seen_.insert(line).second; });
+    std::unordered_set<std::string> seen;
+    std::erase_if(lines_, [&](const std::string& line) { return !seen.insert(line).second; });
     return std::move(lines_);
 }
 
@@ -245,24 +248,22 @@ std::string Translation::InputPlaceOf(std::string_view pass, int channel) const 
     return input != names_.inputs.end() ? input->place : TextOf(pass).place;
 }
 
-/// Of a playlist's pick: the name after "cannot load a shader: ", the last of a load's lines.
-std::string ShaderName(const std::vector<std::string>& lines, const SourceNames& names) {
-    if (!names.shader.empty()) {
-        return names.shader;
+/// Of a playlist's pick: the name in the next failure, which is the last of a load's lines. Empty if that
+/// load did not fail.
+std::string NextPick(std::span<const std::string> lines) {
+    const auto failure =
+        std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with(kLoadFailure); });
+    if (failure == lines.end()) {
+        return {};
     }
-    for (std::string_view line : lines) {
-        if (Skip(line, kLoadFailure)) {
-            return std::string(line.substr(0, line.find(": ")));
-        }
-    }
-    return {};
+    const std::string_view pick = std::string_view(*failure).substr(kLoadFailure.size());
+    return std::string(pick.substr(0, pick.find(": ")));
 }
 
 }  // namespace
 
 std::string_view PassNameAt(std::string_view text) {
-    for (std::uint32_t slot = 1; slot < kPassSlots; ++slot) {
-        const std::string_view name = PassNarrowName(slot);
+    for (const std::string_view name : kPassNames) {
         const char next = text.size() > name.size() ? text[name.size()] : '\0';
         if (text.starts_with(name) && (next == ':' || next == ',' || next == ' ')) {
             return text.substr(0, name.size());
@@ -272,9 +273,12 @@ std::string_view PassNameAt(std::string_view text) {
 }
 
 std::vector<std::string> EditorLines(const std::vector<std::string>& lines, const SourceNames& names) {
-    Translation translation(names, ShaderName(lines, names));
-    for (const std::string& line : lines) {
-        translation.Add(line);
+    Translation translation(names);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        if (names.shader.empty() && (i == 0 || lines[i - 1].starts_with(kLoadFailure))) {
+            translation.SetShader(NextPick(std::span(lines).subspan(i)));
+        }
+        translation.Add(lines[i]);
     }
     return translation.Take();
 }

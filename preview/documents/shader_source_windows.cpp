@@ -3,7 +3,7 @@
 
 #include <windows.h>
 
-// strmif.h, dshow's own string helpers are not needed.
+// Otherwise the header redefines the runtime library's string functions.
 #define NO_DSHOW_STRSAFE
 #include <dshow.h>
 #include <mmdeviceapi.h>
@@ -17,10 +17,8 @@
 #include <utility>
 
 #include "base/file.h"
-#include "base/load_error.h"
 #include "base/text.h"
 #include "base/win_handles.h"
-#include "document/document_reader.h"
 #include "preview/documents/document_conversion.h"
 #include "preview/documents/source_faults.h"
 #include "preview/host/file_paths.h"
@@ -98,15 +96,6 @@ void ReadDocument(const std::wstring& path, ShaderSource& source) {
     if (auto converted = ConvertBareDocument(source.document)) {
         source.document = std::move(*converted);
         source.conversion = "document without \"Shader\", converted";
-    }
-    ShaderDocument document = {};
-    FailureOf([&] { ReadShaderDocument(source.document.c_str(), document); });  // the module reports it
-    for (std::uint32_t slot = 1; slot < kPassSlots; ++slot) {
-        const RenderPass& pass = document.passes[slot];
-        const std::string passName = PassNarrowName(slot);
-        if (pass.kind != PassKind::Other && pass.code) {
-            source.names.texts.push_back({passName, source.names.shader + ": " + passName, pass.code.get()});
-        }
     }
 }
 
@@ -196,7 +185,6 @@ ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFol
     } else {
         ReadDocument(absolutePath, source);
     }
-    const std::wstring& includeFolder = include.path;
     {
         const WorkingFolder here(absolutePath);
         std::ranges::move(MissingIncludes(source.names), std::back_inserter(source.warnings));
@@ -205,10 +193,10 @@ ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFol
     WarnOfAbsentDevice(source, true);
     const std::wstring folder = absolutePath.substr(0, absolutePath.find_last_of(L"\\/"));
     const std::size_t ownFiles = source.files.size();
-    AddNamedFiles(source.document, folder, includeFolder, source.files);
+    AddNamedFiles(source.document, folder, include.path, source.files);
     for (std::size_t i = ownFiles; i < source.files.size(); ++i) {
         if (MayNameFiles(source.files[i])) {
-            AddNamedFiles(ReadTextIfPossible(source.files[i]), folder, includeFolder, source.files);
+            AddNamedFiles(ReadTextIfPossible(source.files[i]), folder, include.path, source.files);
         }
     }
     return source;

@@ -5,14 +5,10 @@
 
 #include <algorithm>
 #include <iterator>
-#include <memory>
 #include <span>
 
 #include "base/file.h"
 #include "base/text.h"
-#include "document/shader_document.h"
-#include "glsl/include_preprocessor.h"
-#include "glsl/pass_source.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -22,6 +18,9 @@ using Value = rapidjson::Value;
 /// The module's limit.
 constexpr std::size_t kLongestIdentifier = 19;
 
+/// Ends recursive includes; the module accepts 60 files in a pass.
+constexpr std::size_t kMostTexts = 512;
+
 /// Of a generated playlist, to keep the terminal readable.
 constexpr std::size_t kMostPlaylistFaults = 20;
 
@@ -29,26 +28,12 @@ bool IsOneOf(std::string_view text, std::span<const std::string_view> choices) {
     return std::ranges::find(choices, text) != choices.end();
 }
 
-/// Why the module ignores a pass; empty if it does not.
-std::string PassFault(std::string_view type, std::string_view name) {
-    constexpr std::string_view kTypes[] = {"common", "image", "buffer", "cubemap"};
+bool IsKnownPass(std::string_view type, std::string_view name) {
     constexpr std::string_view kBuffers[] = {"Buffer A", "Buffer B", "Buffer C", "Buffer D",
                                              "Buf A",    "Buf B",    "Buf C",    "Buf D"};
     constexpr std::string_view kCubes[] = {"Cube A", "Cubemap A"};
-    const std::string quoted = "\"" + std::string(name) + "\"";
-    if (type == "sound") {
-        return "the Sound pass is ignored: the module plays no sound";
-    }
-    if (!IsOneOf(type, kTypes)) {
-        return "the pass of unknown type \"" + std::string(type) + "\" is ignored";
-    }
-    if (type == "buffer" && !IsOneOf(name, kBuffers)) {
-        return "the buffer " + quoted + " is ignored; expected Buffer A to Buffer D";
-    }
-    if (type == "cubemap" && !IsOneOf(name, kCubes)) {
-        return "the cube pass " + quoted + " is ignored; expected Cube A";
-    }
-    return {};
+    return type == "common" || type == "image" || (type == "buffer" && IsOneOf(name, kBuffers)) ||
+           (type == "cubemap" && IsOneOf(name, kCubes));
 }
 
 /// Messages use the long forms.
@@ -115,13 +100,20 @@ void DocumentCheck::CheckPass(const Value& pass) {
     const Value* type = Member(pass, "type");
     const Value* name = Member(pass, "name");
     const Value* inputs = Member(pass, "inputs");
-    const std::string fault = PassFault(Text(type), Text(name));
-    if (!fault.empty()) {
-        return Warn(PlaceOf(Text(type) == "buffer" || Text(type) == "cubemap" ? name : type), fault);
+    if (!IsKnownPass(Text(type), Text(name))) {
+        return Warn(PlaceOf(type),
+                    "the pass \"" + std::string(Text(name)) + "\" of type \"" + std::string(Text(type)) +
+                        "\" is ignored: " +
+                        (Text(type) == "sound" ? "the module plays no sound" : "unknown name or type"));
     }
+    const std::string fullName = FullPassName(Text(type), Text(name));
+    // Of two passes with one name the module uses the later.
+    std::erase_if(names_.texts, [&](const ShaderText& text) { return text.source == fullName; });
+    names_.texts.push_back(
+        {fullName, names_.shader + ": " + fullName, std::string(Text(Member(pass, "code")))});
     if (inputs && inputs->IsArray()) {
         for (const Value& input : inputs->GetArray()) {
-            CheckInput(input, FullPassName(Text(type), Text(name)));
+            CheckInput(input, fullName);
         }
     }
 }
@@ -182,96 +174,81 @@ std::string BesideShader(const SourceNames& names, const std::string& name) {
     return absolute ? name : folder + name;
 }
 
-HeapText Copy(std::string_view text) {
-    HeapText copy = AllocateHeapText(text.size() + 2);
-    if (copy) {
-        std::ranges::copy(text, copy.get());
-        NormalizeLineEnds(copy.get(), copy.get(), text.size() + 2);
+/// Whether a block comment is open after the line. Like the module, it finds one even after "//".
+bool InCommentAfter(std::string_view line, bool inComment) {
+    std::size_t at = line.find(inComment ? "*/" : "/*");
+    while (at != line.npos) {
+        inComment = !inComment;
+        at = line.find(inComment ? "*/" : "/*", at + 2);
     }
-    return copy;
+    return inComment;
 }
 
+/// Walks through the texts; each included file is appended to them.
 class IncludeCheck {
 public:
-    explicit IncludeCheck(SourceNames& names) : names_(names) {
-        CopyCut(context_->includeFolder, FromUtf8(names.includeFolder));
-    }
+    explicit IncludeCheck(SourceNames& names) : names_(names) {}
 
     std::vector<std::string> Run();
 
 private:
-    void ExpandPass(const std::string& pass);
-    void AddIncluded(std::wstring_view path);
-    void ReportUnknown(const ShaderText& text);
+    void CheckText(const ShaderText& text);
+    bool IsKnown(const std::string& source) const;
+    bool Add(const std::string& source, const std::string& place);
+    bool Find(const std::string& name);
     std::string Missing(const std::string& name) const;
 
     SourceNames& names_;
-    std::unique_ptr<IncludeContext> context_ = std::make_unique<IncludeContext>();
     std::vector<std::string> faults_;
 };
 
 std::vector<std::string> IncludeCheck::Run() {
-    const std::vector<ShaderText> passes = names_.texts;
-    for (const ShaderText& pass : passes) {
-        if (pass.source != "Common") {
-            ExpandPass(pass.source);
-        }
+    for (std::size_t i = 0; i < names_.texts.size(); ++i) {
+        CheckText(ShaderText(names_.texts[i]));
     }
     return std::move(faults_);
 }
 
-void IncludeCheck::ExpandPass(const std::string& pass) {
-    for (const ShaderText& text : names_.texts) {
-        if (text.source == pass || text.source == "Common") {
-            RegisterVirtualInclude(*context_, FromUtf8(text.source), Copy(text.code));
-        }
-    }
-    RegisterVirtualInclude(*context_, kPrefixName, Copy("\n"));
-    RegisterVirtualInclude(*context_, kSuffixName, Copy("\n"));
-    const std::string directives = "#include \"Common\"\n#include \"" + pass + "\"\n";
-    std::uint32_t line = 1;
-    context_->includedCount = 0;
-    // The module reports an expansion that fails.
-    PreprocessIncludes(*context_, directives.c_str(), nullptr, line, 0);
-    for (std::int32_t i = 0; i < context_->includedCount; ++i) {
-        AddIncluded(context_->included[i].name);
-    }
-    for (const ShaderText& text : names_.texts) {
-        ReportUnknown(text);
-    }
-    ClearVirtualIncludes(*context_);
-}
-
-void IncludeCheck::AddIncluded(std::wstring_view path) {
-    const std::string source = ToUtf8(path);
-    const bool known = std::ranges::any_of(names_.texts, [&](const ShaderText& text) {
-        return EqualIgnoringAsciiCase(FromUtf8(text.source), path);
-    });
-    std::uint32_t size = 0;
-    const HeapBytes bytes = known ? nullptr : ReadWholeFile(std::wstring(path).c_str(), &size);
-    if (!bytes) {
-        return;
-    }
-    const std::string inFolder = names_.includeFolder + "\\";
-    const bool beside = names_.includeFolder.empty() || !source.starts_with(inFolder);
-    names_.texts.push_back(
-        {source,
-         beside ? BesideShader(names_, source) : Joined(names_.includeName, source.substr(inFolder.size())),
-         std::string(reinterpret_cast<const char*>(bytes.get()), size)});
-}
-
-void IncludeCheck::ReportUnknown(const ShaderText& text) {
+void IncludeCheck::CheckText(const ShaderText& text) {
     std::string_view rest = text.code;
-    for (int line = 1; !rest.empty(); ++line) {
-        const std::string name(IncludedNameIn(TakeLine(rest)));
-        if (name.empty() || !context_->unknownNames.contains(FromUtf8(name))) {
-            continue;
+    bool inComment = false;
+    for (int number = 1; !rest.empty(); ++number) {
+        const std::string_view line = TakeLine(rest);
+        const std::string name(inComment ? std::string_view() : IncludedNameIn(line));
+        if (!name.empty() && !Find(name)) {
+            faults_.push_back(text.place + ":" + std::to_string(number) + ":1: warning: " + Missing(name));
         }
-        std::string fault = text.place + ":" + std::to_string(line) + ":1: warning: " + Missing(name);
-        if (std::ranges::find(faults_, fault) == faults_.end()) {
-            faults_.push_back(std::move(fault));
-        }
+        inComment = InCommentAfter(line, inComment);
     }
+}
+
+/// The module's own texts and passes have names, too.
+bool IncludeCheck::IsKnown(const std::string& source) const {
+    return source == "PREFIX" || source == "SUFFIX" ||
+           std::ranges::any_of(names_.texts, [&](const ShaderText& text) {
+               return EqualIgnoringAsciiCase(FromUtf8(text.source), FromUtf8(source));
+           });
+}
+
+bool IncludeCheck::Add(const std::string& source, const std::string& place) {
+    std::uint32_t size = 0;
+    const HeapBytes bytes =
+        names_.texts.size() < kMostTexts ? ReadWholeFile(FromUtf8(source).c_str(), &size) : HeapBytes();
+    if (bytes) {
+        names_.texts.push_back(
+            {source, place, std::string(reinterpret_cast<const char*>(bytes.get()), size)});
+    }
+    return static_cast<bool>(bytes);
+}
+
+bool IncludeCheck::Find(const std::string& name) {
+    const std::string inFolder = names_.includeFolder + "\\" + name;
+    if (IsKnown(name) || IsKnown(inFolder)) {
+        return true;
+    }
+    return IsOpenableLocalName(FromUtf8(name)) &&
+           (Add(name, BesideShader(names_, name)) ||
+            (!names_.includeFolder.empty() && Add(inFolder, Joined(names_.includeName, name))));
 }
 
 std::string IncludeCheck::Missing(const std::string& name) const {

@@ -9,8 +9,8 @@
 
 namespace pixelforge::preview {
 
-/// What the module ignores in a document of either format: passes and inputs. Also adds the document's inputs
-/// to `names.inputs`.
+/// What the module ignores in a document of either format: passes and inputs. Also adds the document's texts
+/// and inputs to `names`.
 std::vector<std::string> DocumentFaults(std::string_view document, SourceNames& names);
 
 /// The passes' include lines that name no file. The current folder must be the shader's. Also adds the

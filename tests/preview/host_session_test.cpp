@@ -116,38 +116,44 @@ TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
     }
 }
 
-bool IsNoticeVisible() {
-    bool visible = false;
-    const auto look = [](HWND window, LPARAM found) -> BOOL {
-        const HWND notice = FindWindowExW(window, nullptr, L"RICHEDIT50W", nullptr);
-        *reinterpret_cast<bool*>(found) |= notice && IsWindowVisible(notice);
+/// Of the live view's panel with a control of this class.
+bool IsVisible(const wchar_t* className) {
+    std::pair search(className, false);
+    const auto look = [](HWND window, LPARAM parameter) -> BOOL {
+        auto& [name, visible] = *reinterpret_cast<decltype(search)*>(parameter);
+        const HWND panel = FindWindowExW(window, nullptr, name, nullptr);
+        visible = visible || (panel && IsWindowVisible(panel));
         return TRUE;
     };
-    EnumThreadWindows(GetCurrentThreadId(), look, reinterpret_cast<LPARAM>(&visible));
-    return visible;
+    EnumThreadWindows(GetCurrentThreadId(), look, reinterpret_cast<LPARAM>(&search));
+    return search.second;
 }
 
-TEST(LiveView, ShowsTheNoticeOnceAndNotAfterAReload) {
+TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     results = {};
     bool shown = false;
     bool again = false;
+    bool warned = false;
     int loopsAfterReload = 0;
     std::atomic<bool> stop = false;
     LiveViewOptions options = {.session = {.width = 20, .height = 10, .settings = {{"Info Time", "1"}}},
                                .name = "a",
                                .stop = &stop,
+                               .warnings = [] { return std::vector<std::string>{"w"}; },
                                .takeMessages = [] { return std::vector<std::string>(); }};
     options.sourceChanged = [&] {
-        const bool visible = IsNoticeVisible();
+        const bool visible = IsVisible(L"RICHEDIT50W");
         again = again || (loopsAfterReload > 0 && visible);
         loopsAfterReload += shown && (!visible || loopsAfterReload > 0);
         shown = shown || visible;
         stop = loopsAfterReload == 5;
+        warned = IsVisible(L"EDIT");
         return loopsAfterReload == 1;
     };
     RunLiveView(kModule, options);
     EXPECT_TRUE(shown);
     EXPECT_FALSE(again);
+    EXPECT_TRUE(warned);
 }
 
 TEST(MessagePanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
