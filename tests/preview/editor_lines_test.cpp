@@ -106,10 +106,11 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
     const auto folder = std::filesystem::temp_directory_path() / "pixelforge-includes";
     std::filesystem::create_directories(folder);
     std::filesystem::current_path(folder);
+    std::ofstream("dot.") << "x";
     std::ofstream("here.glsl") << "\n#include \"deep.glsl\"\n";
     SourceNames names = {
         .shader = "s/p.glsl",
-        .texts = {{"Image", "s/p.glsl", "#include \"here.glsl\"\n#include \"//x/y\"\n"},
+        .texts = {{"Image", "s/p.glsl", "#include \"here.glsl\"\n#include \"dot.\"\n"},
                   {"Common", "s/p.common.glsl", "/*\n#include \"no.glsl\"\n*/\n"},
                   {"Buffer A", "s/p.a.glsl", "#include \"here.glsl\"\n#include \"Common\""}}};
     const Lines faults = MissingIncludes(names);
@@ -117,7 +118,7 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
     std::filesystem::remove_all(folder);
     EXPECT_THAT(
         faults,
-        ElementsAre("s/p.glsl:2:1: warning: no include file \"//x/y\"; the module does not open such a name",
+        ElementsAre("s/p.glsl:2:1: warning: no include file \"dot.\"; the module does not open such a name",
                     "s/here.glsl:2:1: warning: no include file \"deep.glsl\"; looked for s/deep.glsl; no "
                     "include folder is set"));
 }
