@@ -15,6 +15,7 @@
 #include "preview/cleanup_on_abort.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/documents/shader_source.h"
+#include "preview/documents/source_faults.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
@@ -28,19 +29,6 @@
 
 namespace pixelforge::preview {
 namespace {
-
-void SetIncludeFolder(const Options& options, const Paths& paths) {
-    if (paths.include.empty()) {
-        return;
-    }
-    if (!IsExistingFolder(paths.include.c_str())) {
-        throw HostError(ExitStatus::WrongUsage, "--include: " + options.includeFolder + " is not a folder");
-    }
-    if (paths.include.size() >= kPathUnits) {
-        throw HostError(ExitStatus::WrongUsage, "--include: the path is too long for the module");
-    }
-    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", paths.include.c_str());
-}
 
 void PrintError(const std::string& text) {
     std::fprintf(stderr, "%s\n", text.c_str());
@@ -195,6 +183,7 @@ ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const 
         throw HostError(ExitStatus::Failed, outcome.pictureError);
     }
     const std::vector<std::string> lines = readableLines();
+    PrintLines(run.shader.Warnings());
     PrintLines(lines);
     if (status == ExitStatus::Drawn) {
         PrintOutcome(run, outcome, statistics);
@@ -249,11 +238,13 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
          .realTime = run.options.realTime,
          .playlist = playlist ? &*playlist : nullptr,
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
-         .takeMessages = [&] {
-             auto lines = readableLines();
-             capture.Clear();
-             return lines;
-         }});
+         .warnings = [&] { return run.shader.Warnings(); },
+         .takeMessages =
+             [&] {
+                 auto lines = readableLines();
+                 capture.Clear();
+                 return lines;
+             }});
     if (playlist) {
         PrintFailedPicks(*playlist);
         WriteReport(run.options, run.paths, status, {}, {}, playlist->Order().Failures());
@@ -275,6 +266,7 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
         return OpenedShader::OfIdentifier(options.shaderId);
     }
     if (options.documentPath.empty()) {
+        PrintLines(PlaylistFaults(ReadInputFile(paths.source), options.playlistPath));
         return OpenedShader::OfPlaylist(paths.source);
     }
     OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
@@ -336,7 +328,7 @@ ExitStatus RunPreview(const Options& options) {
             return ExitStatus::Drawn;
         }
     }
-    const Paths paths = ResolvePaths(options);
+    Paths paths = ResolvePaths(options);
     SetIncludeFolder(options, paths);
     std::optional<EventPlayer> events = ReadEvents(options);
     OpenedShader shader = OpenShader(options, paths);
@@ -346,7 +338,9 @@ ExitStatus RunPreview(const Options& options) {
         if (!shader.Errors().empty()) {
             return shader.Errors();
         }
-        return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
+        return EditorLines(
+            ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options)),
+            shader.Names());
     };
     try {
         std::optional<WorkingFolder> folder;

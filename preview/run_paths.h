@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string>
 
+#include "preview/documents/shader_source.h"
 #include "preview/options.h"
 
 namespace pixelforge::preview {
@@ -11,7 +12,7 @@ namespace pixelforge::preview {
 /// Absolute, because the current folder changes to the shader's. Empty for missing options.
 struct Paths {
     std::wstring source;
-    std::wstring include;
+    IncludeFolder include = {};
     std::wstring start;  ///< the initial current folder
     std::wstring outputs[std::size(kOutputs)] = {};
 
@@ -23,6 +24,10 @@ const std::string& SourceName(const Options& options);
 
 /// "-" for a video to standard output.
 Paths ResolvePaths(const Options& options);
+
+/// Passes the folder of --include to the module. Without the option, reads the variable as the module does
+/// and prints what is wrong with it. Throws `HostError` with `WrongUsage` for a folder that cannot be used.
+void SetIncludeFolder(const Options& options, Paths& paths);
 
 /// "DIR\frame-00001.png" and so on.
 std::wstring NumberedPicture(const std::wstring& folder, int number);

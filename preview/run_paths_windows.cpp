@@ -1,9 +1,13 @@
 // Resolves the paths of a run and tests its outputs.
 #include "preview/run_paths.h"
 
+#include <windows.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <cwchar>
 
+#include "base/file.h"
 #include "base/load_error.h"
 #include "base/text.h"
 #include "preview/host/file_paths.h"
@@ -17,6 +21,47 @@ std::wstring AbsoluteOrEmpty(const std::string& path) {
     return path.empty() ? std::wstring() : AbsolutePath(path);
 }
 
+constexpr const wchar_t* kIncludeVariable = L"FOLDER_SHADERINCLUDE";
+
+void PrintWarning(const std::string& text) {
+    std::fprintf(stderr, "preview: %s\n", text.c_str());
+}
+
+IncludeFolder GivenIncludeFolder(const std::string& name) {
+    const std::wstring path = AbsolutePath(name);
+    if (!IsExistingFolder(path.c_str())) {
+        throw HostError(ExitStatus::WrongUsage, "--include: " + name + " is not a folder");
+    }
+    if (path.size() >= kPathUnits) {
+        throw HostError(ExitStatus::WrongUsage, "--include: the path is too long for the module");
+    }
+    return {path, name};
+}
+
+/// Of the environment, as the module reads it.
+IncludeFolder InheritedIncludeFolder(const Paths& paths, const std::string& sourceName) {
+    wchar_t value[kPathUnits] = {};
+    const DWORD length = GetEnvironmentVariableW(kIncludeVariable, value, kPathUnits);
+    if (length == 0) {
+        return {};
+    }
+    const std::string name = length < kPathUnits ? ToUtf8(value) : std::string();
+    const bool relative = name.find(':') != 1 && name.find_first_of("/\\") != 0;
+    const std::wstring path = AbsolutePath(relative ? ToUtf8(FolderOf(paths.source)) + name : name);
+    if (name.empty() || path.size() >= kPathUnits || !IsExistingFolder(path.c_str())) {
+        PrintWarning("FOLDER_SHADERINCLUDE: the module ignores \"" + name +
+                     "\": " + (name.empty() ? "too long" : "not a folder"));
+        return {};
+    }
+    if (relative) {
+        PrintWarning("FOLDER_SHADERINCLUDE: \"" + name +
+                     "\" is a relative path; preview looks for it in the shader's folder, a host in its own "
+                     "current folder");
+    }
+    const std::string beside = sourceName.substr(0, sourceName.find_last_of("/\\") + 1) + name;
+    return {path, relative ? beside : name};
+}
+
 }  // namespace
 
 const std::string& SourceName(const Options& options) {
@@ -27,9 +72,7 @@ const std::string& SourceName(const Options& options) {
 }
 
 Paths ResolvePaths(const Options& options) {
-    Paths paths = {.source = AbsolutePath(SourceName(options)),
-                   .include = AbsoluteOrEmpty(options.includeFolder),
-                   .start = AbsolutePath(".")};
+    Paths paths = {.source = AbsolutePath(SourceName(options)), .start = AbsolutePath(".")};
     std::ranges::transform(kOutputs, paths.outputs,
                            [&](const OutputRow& row) { return AbsoluteOrEmpty(options.*row.path); });
     if (FromUtf8(options.videoPath) == kStandardOutput) {
@@ -57,6 +100,14 @@ void RequireWritableOutputs(const Paths& paths) {
         if (!path.empty() && path != kStandardOutput) {
             RequireWritableOutput(kOutputs[i].option, kOutputs[i].folder ? NumberedPicture(path, 1) : path);
         }
+    }
+}
+
+void SetIncludeFolder(const Options& options, Paths& paths) {
+    paths.include = options.includeFolder.empty() ? InheritedIncludeFolder(paths, SourceName(options))
+                                                  : GivenIncludeFolder(options.includeFolder);
+    if (!paths.include.path.empty()) {
+        SetEnvironmentVariableW(kIncludeVariable, paths.include.path.c_str());
     }
 }
 

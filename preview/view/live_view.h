@@ -27,7 +27,11 @@ struct LiveViewOptions {
     /// Polled between frames; true requests a reload. May be empty.
     std::function<bool()> sourceChanged = {};
 
-    /// The module's messages since the last call, for stderr and, after a failed load, for the window.
+    /// What is wrong with the shader's source apart from the module's messages, shown with those of each
+    /// load. May be empty.
+    std::function<std::vector<std::string>()> warnings = {};
+
+    /// The module's messages since the last call, for stderr and, if they are a load's, for the window.
     std::function<std::vector<std::string>()> takeMessages = {};
 };
 

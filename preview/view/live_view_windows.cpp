@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <iterator>
 #include <optional>
 
 #include "base/load_error.h"
@@ -53,6 +54,9 @@ private:
     void HandleResult(FrameResult result);
     void HandleDrawn();
     void HandleFailure();
+    std::string TakeMessages() const;
+    void ReportMessages(const std::string& text);
+    void ReportLoad(const std::string& outcome) const;
     void ShowLoadedNotice();
     void SavePicture(const std::wstring& path);
     void ShowStatus(const std::wstring& text);
@@ -66,15 +70,18 @@ private:
     HostSession session_;
     RealTime realTime_{session_};
     ControlChanges controls_;
-    bool loading_ = true;  ///< the next frame loads the shader
-    bool failed_ = false;  ///< the last load failed: draws nothing until something changes
+    bool loading_ = true;      ///< the next frame loads the shader
+    bool loadFailed_ = false;  ///< the last load that ended
+    bool failed_ = false;      ///< the last load failed: draws nothing until something changes
     int failures_ = 0;
     bool paused_ = false;
     bool stepping_ = false;
     bool helpShown_ = false;
     int frame_ = 0;  ///< drawn since the last load
     int drawn_ = 0;
-    std::wstring error_;
+    std::wstring messages_;  ///< of the last load
+    bool messagesShown_ = true;
+    std::optional<std::wstring> noticeText_;  ///< shown last
     std::wstring status_;
     Clock::time_point statusEnd_;
     std::optional<Clock::time_point> noticeEnd_;
@@ -119,6 +126,7 @@ ExitStatus LiveView::Run() {
         ExecuteCommands();
         Refit();
         if (options_.sourceChanged && options_.sourceChanged()) {
+            ReportLoad("reloading");
             Reload();
         }
         if (options_.playlist && !paused_ && options_.playlist->IsDue()) {
@@ -173,6 +181,9 @@ void LiveView::Execute(ViewCommand command) {
             break;
         case ViewCommand::Reload:
             Reload();
+            break;
+        case ViewCommand::Messages:
+            messagesShown_ = !messagesShown_;
             break;
         case ViewCommand::MoreColumns:
             ShowStatus(controls_.ChangeCount("X Tiling", 1));
@@ -283,12 +294,14 @@ void LiveView::HandleResult(FrameResult result) {
 }
 
 void LiveView::HandleDrawn() {
-    for (const std::string& line : options_.takeMessages()) {
-        PrintLine(line);
-    }
-    error_.clear();
+    ReportMessages(TakeMessages());
     if (loading_) {
+        ReportLoad("loaded");
+        if (options_.sourceChanged && loadFailed_) {
+            ShowStatus(L"Loaded again");
+        }
         loading_ = false;
+        loadFailed_ = false;
         realTime_.Restart();
         frame_ = 0;
         if (options_.playlist) {
@@ -304,25 +317,61 @@ void LiveView::HandleDrawn() {
 /// The module destroys the old shader before it loads the new one; the window keeps showing the last picture.
 void LiveView::HandleFailure() {
     failed_ = true;
+    loadFailed_ = true;
     ++failures_;
-    std::string reason;
-    for (const std::string& line : options_.takeMessages()) {
-        reason += (reason.empty() ? "" : "\n") + line;
-    }
-    if (reason.empty()) {
-        reason = "The shader failed to load; the module reported no reason.";
+    std::string text = TakeMessages();
+    if (text.empty()) {
+        text = "The shader failed to load; the module reported no reason.";
     }
     if (options_.playlist) {
-        reason = options_.playlist->MarkFailed(reason);
+        text = options_.playlist->MarkFailed(text);
     }
-    PrintLine(reason);
-    error_ = FromUtf8(reason);
+    ReportMessages(text);
+    ReportLoad("failed to load");
 }
 
+/// Lines: for a load, first what preview itself found wrong, then the module's.
+std::string LiveView::TakeMessages() const {
+    std::vector<std::string> lines;
+    if (options_.warnings && (loading_ || failed_)) {
+        lines = options_.warnings();
+    }
+    std::ranges::move(options_.takeMessages(), std::back_inserter(lines));
+    std::string text;
+    for (const std::string& line : lines) {
+        text += (text.empty() ? "" : "\n") + line;
+    }
+    return text;
+}
+
+/// The messages of a load stay in the window until the next one; hidden ones appear again if they differ.
+void LiveView::ReportMessages(const std::string& text) {
+    if (!text.empty()) {
+        PrintLine(text);
+    }
+    std::wstring shown;
+    for (const wchar_t c : FromUtf8(text)) {
+        shown += c == L'\n' ? std::wstring(L"\r\n") : std::wstring(1, c);
+    }
+    if ((loading_ || failed_) && shown != messages_) {
+        messages_ = shown;
+        messagesShown_ = true;
+    }
+}
+
+/// For editors that follow the output: when a list of errors begins and ends.
+void LiveView::ReportLoad(const std::string& outcome) const {
+    if (options_.sourceChanged) {
+        PrintLine("preview: " + options_.name + ": " + outcome);
+    }
+}
+
+/// Only once: not after each change of the shader's files.
 void LiveView::ShowLoadedNotice() {
     const auto notice = ReadNotice(HostSession::InfoText());
     const ControlRecord* seconds = session_.Control("Info Time");
-    if (notice && seconds && seconds->whole.value[0] > 0) {
+    if (notice && noticeText_ != HostSession::InfoText() && seconds && seconds->whole.value[0] > 0) {
+        noticeText_ = HostSession::InfoText();
         view_.ShowNotice(notice);
         noticeEnd_ = Clock::now() + std::chrono::seconds(seconds->whole.value[0]);
     }
@@ -352,11 +401,8 @@ void LiveView::UpdateText() {
     if (now >= statusEnd_) {
         status_.clear();
     }
-    std::wstring text = helpShown_ ? KeyList() : error_.empty() ? status_ : std::wstring();
-    if (!error_.empty()) {
-        text += (helpShown_ ? L"\n\n" : L"") + error_;
-    }
-    view_.ShowText(text);
+    view_.ShowMessages(messagesShown_ ? messages_ : std::wstring());
+    view_.ShowText(helpShown_ ? KeyList() : status_);
 }
 
 void LiveView::UpdateTitle() {

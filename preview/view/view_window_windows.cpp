@@ -29,6 +29,7 @@ constexpr KeyBinding kKeys[] = {
     {F(4), false, ViewCommand::NextPick, L"F4, Shift+F4\tnext / previous shader of the playlist"},
     {F(4), true, ViewCommand::PreviousPick, nullptr},
     {F(5), false, ViewCommand::Reload, L"F5\treload the shader"},
+    {F(5), true, ViewCommand::Messages, L"Shift+F5\thide / show the shader's messages"},
     {F(6), false, ViewCommand::MoreColumns, L"F6, Shift+F6\tmore / fewer tiles across"},
     {F(6), true, ViewCommand::FewerColumns, nullptr},
     {F(7), false, ViewCommand::MoreRows, L"F7, Shift+F7\tmore / fewer tiles down"},
@@ -93,7 +94,8 @@ ViewWindow::ViewWindow(std::int32_t clientWidth, std::int32_t clientHeight)
       pictureDc_(CreateCompatibleDC(nullptr)),
       font_(MakeFont()),
       frame_(clientWidth, clientHeight, {.visible = true, .procedure = Procedure, .parameter = this}),
-      notice_(frame_.Handle()) {
+      notice_(frame_.Handle()),
+      messages_(frame_.Handle(), font_.Get()) {
     ready_ = true;
 }
 
@@ -143,7 +145,8 @@ void ViewWindow::DrawOverlay(SIZE size) {
     }
     const HDC dc = canvasDc_.Get();
     const GdiSelection font(dc, font_.Get());
-    RECT area = {2 * kMargin, 2 * kMargin, size.cx - 2 * kMargin, size.cy - 2 * kMargin};
+    const LONG top = messages_.Height() + 2 * kMargin;
+    RECT area = {2 * kMargin, top, size.cx - 2 * kMargin, size.cy - 2 * kMargin};
     DRAWTEXTPARAMS tabs{sizeof tabs, kTabCharacters, 0, 0, 0};
     DrawTextExW(dc, text_.data(), -1, &area, kTextLayout | DT_CALCRECT, &tabs);
     RECT box = area;
@@ -212,7 +215,12 @@ LRESULT ViewWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lPar
             return 0;
         case WM_SIZE:
             notice_.Place();
+            messages_.Place();
             return 0;
+        case WM_MOUSEWHEEL:
+        case WM_COMMAND:
+        case WM_CTLCOLORSTATIC:
+            return messages_.OnMessage(message, wParam, lParam);
         case WM_NOTIFY:
             return notice_.OnNotify(*AddressIn<const NMHDR>(lParam));
         case WM_ERASEBKGND:

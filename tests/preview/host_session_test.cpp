@@ -11,6 +11,7 @@
 #include "preview/host/file_paths.h"
 #include "preview/view/control_changes.h"
 #include "preview/view/live_view.h"
+#include "preview/view/notice_panel.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
@@ -39,6 +40,9 @@ std::int32_t Draw(ModuleInstance* instance, DrawContext* context) {
     speeds.push_back(DecimalValue(*instance, control::kSpeed));
     RECT client = {};
     GetClientRect(context->window, &client);
+    context->infoTextCallback(
+        LR"(\cf2 Shader: \cf3{\field{\*\fldinst HYPERLINK "s"}{\fldrslt n}}\line \cf2 Author: )"
+        LR"(\cf3{\field{\*\fldinst HYPERLINK "a"}{\fldrslt u}}\line \cf2 Description: d\par})");
     const bool fits = client.right == context->width && client.bottom == context->height;
     const auto frame = static_cast<std::size_t>(std::ranges::count(calls, "draw"));
     Record(fits ? "draw" : "draw in a window of another size");
@@ -112,6 +116,62 @@ TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
         HostSession session(kModule, options);
         EXPECT_THROW(session.Open(), HostError);
     }
+}
+
+/// Of the live view's panel with a control of this class.
+bool IsVisible(const wchar_t* className) {
+    std::pair search(className, false);
+    const auto look = [](HWND window, LPARAM parameter) -> BOOL {
+        auto& [name, visible] = *reinterpret_cast<decltype(search)*>(parameter);
+        const HWND panel = FindWindowExW(window, nullptr, name, nullptr);
+        visible = visible || (panel && IsWindowVisible(panel));
+        return TRUE;
+    };
+    EnumThreadWindows(GetCurrentThreadId(), look, reinterpret_cast<LPARAM>(&search));
+    return search.second;
+}
+
+TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
+    results = {};
+    bool shown = false;
+    bool again = false;
+    bool warned = false;
+    int loopsAfterReload = 0;
+    std::atomic<bool> stop = false;
+    LiveViewOptions options = {.session = {.width = 20, .height = 10, .settings = {{"Info Time", "1"}}},
+                               .name = "a",
+                               .stop = &stop,
+                               .warnings = [] { return std::vector<std::string>{"w"}; },
+                               .takeMessages = [] { return std::vector<std::string>(); }};
+    options.sourceChanged = [&] {
+        const bool visible = IsVisible(L"RICHEDIT50W");
+        again = again || (loopsAfterReload > 0 && visible);
+        loopsAfterReload += shown && (!visible || loopsAfterReload > 0);
+        shown = shown || visible;
+        stop = loopsAfterReload == 5;
+        warned = IsVisible(L"EDIT");
+        return loopsAfterReload == 1;
+    };
+    RunLiveView(kModule, options);
+    EXPECT_TRUE(shown);
+    EXPECT_FALSE(again);
+    EXPECT_TRUE(warned);
+}
+
+TEST(MessagePanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
+    HostWindow window(300, 150);
+    MessagePanel panel(window.Handle(), static_cast<HFONT>(GetStockObject(ANSI_FIXED_FONT)));
+    panel.Show(L"one line");
+    EXPECT_GT(panel.Height(), 5);
+    EXPECT_LT(panel.Height(), 50);
+    std::wstring text;
+    for (int i = 0; i < 50; ++i) {
+        text += L"line\r\n";
+    }
+    panel.Show(text);
+    EXPECT_EQ(panel.Height(), 50);
+    panel.Show({});
+    EXPECT_EQ(panel.Height(), 0);
 }
 
 TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
