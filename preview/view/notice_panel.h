@@ -41,8 +41,8 @@ public:
     /// The font must outlive the panel.
     MessagePanel(HWND parent, HFONT font);
 
-    /// Lines end in "\r\n". An empty text hides the panel.
-    void Show(const std::wstring& text);
+    /// Lines end in "\r\n". An empty text hides the panel. False if it shows this text already.
+    bool Show(const std::wstring& text);
 
     /// Positions it in the parent's client area.
     void Place();

@@ -116,14 +116,15 @@ MessagePanel::MessagePanel(HWND parent, HFONT font)
     }
 }
 
-void MessagePanel::Show(const std::wstring& text) {
+bool MessagePanel::Show(const std::wstring& text) {
     if (text == text_) {
-        return;
+        return false;
     }
     text_ = text;
     SetWindowTextW(control_.Get(), text.c_str());
     Place();
     ShowWindow(control_.Get(), text.empty() ? SW_HIDE : SW_SHOWNOACTIVATE);
+    return true;
 }
 
 void MessagePanel::Place() {

@@ -60,7 +60,7 @@ public:
     void ShowPicture(const FramePixels& pixels);
 
     /// In a panel that scrolls and covers at most the upper third; an empty text hides it.
-    void ShowMessages(const std::wstring& text) { messages_.Show(text); }
+    void ShowMessages(const std::wstring& text);
 
     /// Text over the picture in the upper left corner, below the messages; tabs separate two columns.
     void ShowText(const std::wstring& text);

@@ -123,6 +123,12 @@ void ViewWindow::ShowText(const std::wstring& text) {
     }
 }
 
+void ViewWindow::ShowMessages(const std::wstring& text) {
+    if (messages_.Show(text)) {
+        Redraw();  // other text starts below them
+    }
+}
+
 void ViewWindow::SetTitle(const std::wstring& title) {
     if (title != title_) {
         title_ = title;
@@ -169,6 +175,8 @@ void ViewWindow::Paint(HDC dc) {
         // The sizes differ while the user resizes the window.
         StretchBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, pictureDc_.Get(), 0, 0, pixels.width,
                    pixels.height, SRCCOPY);
+    } else {
+        PatBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, BLACKNESS);
     }
     DrawOverlay(size);
     BitBlt(dc, 0, 0, size.cx, size.cy, canvasDc_.Get(), 0, 0, SRCCOPY);
