@@ -59,7 +59,7 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.json", "--rate", "30"}, "--rate"},
         {{"--playlist", "p", "--watch"}, "shader file"}};
     for (const auto& [arguments, reason] : cases) {
-        EXPECT_THAT([&] { ParseOptions(arguments); },
+        EXPECT_THAT([&arguments = arguments] { ParseOptions(arguments); },
                     testing::Throws<HostError>(
                         testing::AllOf(testing::Property(&HostError::Status, ExitStatus::WrongUsage),
                                        testing::Property(&HostError::what, testing::HasSubstr(reason)))))
