@@ -286,7 +286,11 @@ std::wstring CachedFile(const std::string& identifier) {
                         "--forget: \"" + identifier + "\" is not a shader identifier");
     }
     const ModuleLibrary library;
-    ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\", folder, kPathUnits);
+    const DWORD units =
+        ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\", folder, kPathUnits);
+    if (units == 0 || units + std::wstring_view(entry.name).size() > kPathUnits) {
+        throw HostError(ExitStatus::Failed, "--forget: the path of the module's cache is too long");
+    }
     return std::wstring(folder) + entry.name;
 }
 

@@ -47,15 +47,27 @@ void CreateRenderer(ModuleInstance& instance, const DrawContext& context) {
     instance.errorFlag = 0;
 }
 
+/// Why no line was picked; ends where the path follows.
+std::string FaultOfPlaylist(const wchar_t* path) {
+    std::uint32_t size = 0;
+    if (!ReadWholeFile(path, &size)) {
+        return "cannot read the playlist ";
+    }
+    return size == 0 ? "empty playlist: "
+                     : "no complete line of at most 19 characters picked from the playlist ";
+}
+
 void PickFromPlaylist(const ModuleInstance& instance, wchar_t (&id)[kShaderIdUnits]) {
     wchar_t path[kPathUnits];
-    FormatBounded(path, kPathUnits, L"D:\\Moonreel\\Pixelforge\\Playlists\\%s",
-                  instance.playlistFiles->files.fileName);
+    if (FormatBounded(path, kPathUnits, L"D:\\Moonreel\\Pixelforge\\Playlists\\%s",
+                      instance.playlistFiles->files.fileName) != kFormatComplete) {
+        throw LoadError("the playlist's path is too long: " + ToUtf8(path));
+    }
     if (!IsExistingFile(path)) {
         throw LoadError("no such playlist: " + ToUtf8(path));
     }
     if (!PickShaderId(path, id)) {
-        throw LoadError("no complete line of at most 19 characters picked from the playlist " + ToUtf8(path));
+        throw LoadError(FaultOfPlaylist(path) + ToUtf8(path));
     }
 }
 

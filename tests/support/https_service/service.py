@@ -24,6 +24,7 @@ import urllib.parse
 
 KEY = "fz3kq9"
 STALL_SECONDS = 3
+LARGE = 64 << 20
 COLOURS = {"red": "vec3(1,0,0)", "green": "vec3(0,1,0)", "blue": "vec3(0,0,1)",
            "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb * texelFetch(iChannel1, ivec2(0), 0).rgb"}
 # One 24-bit pixel in a row padded to 4 bytes.
@@ -107,16 +108,24 @@ class Reply(http.server.BaseHTTPRequestHandler):
         self.begin(status, {"Content-Length": len(body), **headers})
         self.wfile.write(body)
 
-    def send_part(self, part, headers, pause=0, hang_up=True):
+    def send_part(self, part, headers, pause=0, hang_up=True, status=200):
         """Then hangs up, whatever the headers announced, unless `hang_up` is false."""
-        self.begin(200, headers)
+        self.begin(status, headers)
         self.wfile.write(part)
         self.wfile.flush()
         time.sleep(pause)
         self.close_connection = hang_up
 
-    def send_half(self, body, headers={}, pause=0):
-        self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, pause)
+    def send_half(self, body, headers={}, pause=0, status=200):
+        self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, pause, status=status)
+
+    def drip(self, body):
+        """A byte every second."""
+        self.begin(200, {"Content-Length": len(body)})
+        for byte in body:
+            self.wfile.write(bytes([byte]))
+            self.wfile.flush()
+            time.sleep(1)
 
     def redirect(self, target, status=302):
         self.send_whole(status, b"", {"Location": f"{target}?key={KEY}"})
@@ -140,11 +149,14 @@ CHUNKED = {"Transfer-Encoding": "chunked"}
 BEHAVIOURS = {
     "good": lambda reply, body, _: reply.send_whole(200, body),
     "empty": lambda reply, body, _: reply.send_whole(200, b""),
+    "blank": lambda reply, body, _: reply.send_whole(200, b" \r\n"),
     "missing": lambda reply, body, _: reply.send_whole(404, body),
     "broken": lambda reply, body, _: reply.send_whole(500, body),
+    "brokencut": lambda reply, body, _: reply.send_half(body, status=503),
     "error": lambda reply, body, _: reply.send_whole(200, b'{"Error":"Shader not found"}'),
     "garbage": lambda reply, body, _: reply.send_whole(200, b"<html>" + body),
     "gzip": lambda reply, body, _: reply.send_whole(200, gzip.compress(body), GZIP),
+    "bomb": lambda reply, body, _: reply.send_whole(200, gzip.compress(body + b" " * LARGE, 1), GZIP),
     "nolength": lambda reply, body, _: reply.send_part(body, {"Connection": "close"}),
     "chunked": lambda reply, body, _: reply.send_part(chunks(body) + b"0\r\n\r\n", CHUNKED, hang_up=False),
     "chunkcut": lambda reply, body, _: reply.send_part(chunks(body[:len(body) // 2]) + b"400\r\ncut", CHUNKED),
@@ -156,6 +168,8 @@ BEHAVIOURS = {
     "liar": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967295}),
     "wrapped": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967297}),
     "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "ten"}),
+    "nothing": lambda reply, body, _: reply.send_part(body, {"Content-Length": ""}),
+    "drip": lambda reply, body, _: reply.drip(body),
     "partial": lambda reply, body, _: reply.send_whole(206, body),
     "created": lambda reply, body, _: reply.send_whole(201, body),
     "cookie": lambda reply, body, _: reply.send_whole(200, body, {"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),
