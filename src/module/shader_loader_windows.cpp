@@ -93,6 +93,10 @@ void BuildGraph(ModuleInstance& instance) {
     if (instance.includeState) {
         instance.includeState->plainNamesOnly = instance.renderer->document.origin == DocumentOrigin::Service;
     }
+    // The host's overlay callback may have made another context current.
+    if (!IsRendererCurrent(*instance.renderer)) {
+        MakeRendererCurrent(*instance.renderer, instance.renderWindow);
+    }
     SetSampleExponent(WholeValue(instance, control::kMultiSample));
     BuildPassGraph(*instance.renderer);
 }
@@ -112,9 +116,12 @@ void RunSteps(ModuleInstance& instance, const DrawContext& context, wchar_t (&id
 
 bool RunLoader(ModuleInstance& instance, const DrawContext& context) {
     wchar_t id[kShaderIdUnits] = {};
-    const std::string reason = FailureOf([&] { RunSteps(instance, context, id); });
+    std::string reason = FailureOf([&] { RunSteps(instance, context, id); });
     if (reason.empty()) {
         return true;
+    }
+    if (instance.renderer && IsContextLost(*instance.renderer)) {
+        reason = kContextLost;
     }
     instance.errorFlag = 1;
     WriteDebugLine("cannot load a shader: " + (id[0] ? ToUtf8(id) + ": " : "") + reason);
