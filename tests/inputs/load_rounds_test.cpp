@@ -72,7 +72,8 @@ TEST(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
 }
 
 /// Unloads the module without destroying its instance.
-void UnloadLiveInstance(preview::HostWindow& window, bool draws, DWORD stay) {
+void UnloadLiveInstance(
+    preview::HostWindow& window, bool draws, DWORD stay, void (*beforeUnload)(HWND) = [](HWND) {}) {
     const preview::ModuleLibrary library;
     preview::ModuleFunctions functions = library.Functions();
     functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
@@ -87,6 +88,7 @@ void UnloadLiveInstance(preview::HostWindow& window, bool draws, DWORD stay) {
         EXPECT_EQ(session.DrawFrame(), FrameResult::Drawn);
     }
     Sleep(stay);
+    beforeUnload(window.Handle());
 }
 
 TEST(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
@@ -129,6 +131,42 @@ TEST(LoadRounds, UnloadTerminatesAHangingThread) {
     EXPECT_LE(ThreadIds().size(), threads);
     SetSound("signal=sine;hertz=1000");
     Round(400);
+}
+
+/// Here the module stays loaded, therefore these are the last tests.
+TEST(PinnedModule, AnotherSubclassOnTopStillCallsIt) {
+    static WNDPROC below = nullptr;
+    static constexpr WNDPROC above = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+        return CallWindowProcW(below, window, message, w, l);
+    };
+    preview::HostWindow window(32, 24);
+    UnloadLiveInstance(window, true, 300, [](HWND covered) {
+        below = reinterpret_cast<WNDPROC>(
+            SetWindowLongPtrW(covered, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
+        SendMessageW(covered, WM_KEYUP, 'A', 0);
+    });
+    EXPECT_TRUE(GetModuleHandleW(L"Pixelforge.dll"));
+    SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
+}
+
+TEST(PinnedModule, TheWindowsProcedureUnloadsItDuringACall) {
+    static std::optional<preview::ModuleLibrary> library;
+    static std::optional<ModuleRun> run;
+    const WNDPROC unload = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+        if (message == WM_APP) {
+            run.reset();
+            library.reset();
+        }
+        return DefWindowProcW(window, message, w, l);
+    };
+    preview::HostWindow window(32, 24, {.procedure = unload});
+    RunOptions options;
+    options.window = &window;
+    library.emplace();
+    run.emplace(DocumentBuilder().Image(MainImage(kWhite)).Json(), options, *library);
+    EXPECT_EQ(run->Frame(), FrameResult::Drawn);
+    SendMessageW(window.Handle(), WM_APP, 0, 0);
+    EXPECT_TRUE(GetModuleHandleW(L"Pixelforge.dll"));
 }
 
 }  // namespace
