@@ -71,6 +71,15 @@ TEST(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
     EXPECT_EQ(SoundObjects(), objects);
 }
 
+TEST(LoadRounds, AProcessWithoutFreeSlotsLoadsTheModule) {
+    std::vector<DWORD> slots;
+    for (DWORD slot = 0; (slot = FlsAlloc(nullptr)) != FLS_OUT_OF_INDEXES;) {
+        slots.push_back(slot);
+    }
+    EXPECT_EQ(LiveRun("music", "c = no_such_colour;", 32, 24).Frame(), FrameResult::Failed);
+    std::ranges::for_each(slots, FlsFree);
+}
+
 /// Unloads the module without destroying its instance.
 void UnloadLiveInstance(
     preview::HostWindow& window, bool draws, DWORD stay, void (*beforeUnload)(HWND) = [](HWND) {}) {
