@@ -20,7 +20,8 @@ void StopAudioCapture() noexcept;
 /// process attach.
 void AddAudioListener() noexcept;
 
-/// Removes a listener; the last one closes the stream and waits for that, at most a second. Not for process
+/// Removes a listener; the last one closes the stream and waits for that, at most two seconds. If it takes
+/// longer, it ends by itself, and so does an opening; the library stays loaded until then. Not for process
 /// detach, where the sound system could not finish its own threads.
 void RemoveAudioListener() noexcept;
 

@@ -31,6 +31,9 @@ constexpr unsigned kPassesPerDeviceCheck = 100;
 
 constexpr DWORD kStopTimeoutMilliseconds = 1000;
 
+/// How long an opening can delay the unload.
+constexpr DWORD kHoldTimeoutMilliseconds = 30'000;
+
 SpectrumBytes AudioSpectrum = {};
 
 // No destructors: process exit kills the thread at an arbitrary point, perhaps while it holds the heap lock,
@@ -40,18 +43,21 @@ std::atomic<std::int32_t> audioUsers{0};
 std::atomic<std::int32_t> audioStop{1};     ///< the stream must be closed: no listener, or the unload
 std::atomic<std::int32_t> audioUnload{0};   ///< the thread must leave this library's code
 std::atomic<std::int32_t> audioStarted{0};  ///< the thread has entered `CaptureProcedure`
+std::atomic<std::int32_t> audioAttempt{0};  ///< raised for each first listener; ends older attempts
 std::atomic<HANDLE> audioThread{nullptr};
-HANDLE audioStopEvent = nullptr;    ///< set together with `audioStop`
-HANDLE audioWakeEvent = nullptr;    ///< wakes the idle thread; resets itself
-HANDLE audioOpenedEvent = nullptr;  ///< set once the stream is open, or a failed attempt is cleaned up
-HANDLE audioClosedEvent = nullptr;  ///< set while the thread is idle, without objects of the sound system
-HANDLE audioDoneEvent = nullptr;    ///< set once the thread has left this library's code
-constinit SlimLock listenerLock;    ///< guards the count and what follows from a change
+HANDLE audioStopEvent = nullptr;     ///< set together with `audioStop`
+HANDLE audioWakeEvent = nullptr;     ///< wakes the idle thread; resets itself
+HANDLE audioSettledEvent = nullptr;  ///< set by the thread while it neither opens nor closes a stream
+HANDLE audioFreedEvent = nullptr;    ///< set while no hold exists
+HANDLE audioClosedEvent = nullptr;   ///< set while the thread is idle, without objects of the sound system
+HANDLE audioDoneEvent = nullptr;     ///< set once the thread has left this library's code
+constinit SlimLock listenerLock;     ///< guards the count and what follows from a change
 int audioListeners = 0;
 PTP_POOL audioPool = nullptr;
 PTP_WORK audioWork = nullptr;
 PTP_WORK audioHold = nullptr;
-std::atomic<HMODULE> audioLibrary{nullptr};  ///< the reference that `audioHold` still has to take over
+std::atomic<HMODULE> audioLibrary{nullptr};  ///< a listener's reference, for the next hold
+std::atomic<HMODULE> heldLibrary{nullptr};   ///< the reference of the submitted `audioHold`
 SpectrumState* audioState = nullptr;
 
 void AddFrames(const SampleFormat& format, const std::byte* frames, std::uint32_t count) noexcept {
@@ -93,8 +99,9 @@ void SleepBetweenPasses(HANDLE timer) noexcept {
     timeEndPeriod(1);
 }
 
-/// Returns on the stop request, when the default device changes, and when the device is lost.
-void ReadUntilStop(LoopbackStream& stream) {
+/// Returns on the stop request, also if a new listener has withdrawn it, when the default device changes, and
+/// when the device is lost.
+void ReadUntilStop(LoopbackStream& stream, std::int32_t attempt) {
     const SampleFormat format = stream.Format();
     SetCaptureRate(*audioState, format.rate);
     const auto sink = [&format](const std::byte* frames, std::uint32_t count) {
@@ -102,7 +109,7 @@ void ReadUntilStop(LoopbackStream& stream) {
     };
     const UniqueKernelHandle timer(CreateWaitableTimerW(nullptr, TRUE, nullptr));
     int failingPasses = 0;
-    for (unsigned pass = 1; !audioStop; ++pass) {
+    for (unsigned pass = 1; !audioStop && attempt == audioAttempt; ++pass) {
         failingPasses = FAILED(stream.ReadPackets(sink)) ? failingPasses + 1 : 0;
         if (failingPasses == kMaxFailingPasses ||
             (pass % kPassesPerDeviceCheck == 0 && stream.DefaultDeviceChanged())) {
@@ -112,11 +119,57 @@ void ReadUntilStop(LoopbackStream& stream) {
     }
 }
 
-void CaptureOnce() {
+/// Owns a reference to the library until the thread is settled: meanwhile it may be loading libraries or
+/// waiting for threads that end, and if it were terminated then, the process could be left without sound. If
+/// the host has already freed the library, it is unloaded when this returns, on this thread.
+void CALLBACK HoldLibrary(PTP_CALLBACK_INSTANCE instance, void*, PTP_WORK) {
+    FreeLibraryWhenCallbackReturns(instance, heldLibrary.exchange(nullptr));
+    WaitForSingleObject(audioSettledEvent, kHoldTimeoutMilliseconds);
+    SetEvent(audioFreedEvent);
+}
+
+/// Null if unavailable.
+HMODULE ReferenceLibrary() noexcept {
+    HMODULE library = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(HoldLibrary),
+                       &library);
+    return library;
+}
+
+void FreeReference(HMODULE library) noexcept {
+    if (library) {
+        FreeLibrary(library);
+    }
+}
+
+/// Keeps the library loaded until `audioSettledEvent` is set. False during an unload; the reference may even
+/// wait for the unload's loader lock, and the thread is terminated there. Every callback of `audioHold` owns
+/// a reference, so none is left when the library is unloaded.
+bool StartHold() noexcept {
+    ResetEvent(audioSettledEvent);
+    HMODULE library = audioLibrary.exchange(nullptr);
+    if (!library && !audioUnload) {
+        library = ReferenceLibrary();
+    }
+    if (!library || audioUnload) {
+        return false;
+    }
+    HMODULE submitted = nullptr;
+    ResetEvent(audioFreedEvent);
+    if (heldLibrary.compare_exchange_strong(submitted, library)) {
+        SubmitThreadpoolWork(audioHold);
+    } else {
+        FreeLibrary(library);
+    }
+    return true;
+}
+
+void CaptureOnce(std::int32_t attempt) {
     LoopbackStream stream;
     if (SUCCEEDED(stream.Open(audioStop))) {
-        SetEvent(audioOpenedEvent);
-        ReadUntilStop(stream);
+        SetEvent(audioSettledEvent);
+        ReadUntilStop(stream, attempt);
+        StartHold();
     }
     if (audioUnload) {
         stream.ReleaseDuringUnload();
@@ -127,11 +180,14 @@ void CaptureOnce() {
 void CaptureUntilStop() {
     ComApartment apartment;
     while (!audioStop) {
-        if (apartment) {
-            CaptureOnce();
+        const std::int32_t attempt = audioAttempt;
+        if (StartHold() && apartment) {
+            CaptureOnce(attempt);
         }
-        SetEvent(audioOpenedEvent);
-        WaitForStop(kRetryMilliseconds);
+        SetEvent(audioSettledEvent);
+        if (attempt == audioAttempt) {
+            WaitForStop(kRetryMilliseconds);
+        }
     }
     if (audioUnload) {
         apartment.Abandon();
@@ -168,8 +224,8 @@ void CALLBACK CaptureProcedure(PTP_CALLBACK_INSTANCE instance, void*, PTP_WORK) 
 }
 
 void FreeAudioBuffers() noexcept {
-    for (HANDLE* event :
-         {&audioStopEvent, &audioWakeEvent, &audioOpenedEvent, &audioClosedEvent, &audioDoneEvent}) {
+    for (HANDLE* event : {&audioStopEvent, &audioWakeEvent, &audioSettledEvent, &audioFreedEvent,
+                          &audioClosedEvent, &audioDoneEvent}) {
         UniqueKernelHandle(std::exchange(*event, nullptr)).Reset();
     }
     HeapRecord<SpectrumState>(std::exchange(audioState, nullptr)).reset();
@@ -178,46 +234,13 @@ void FreeAudioBuffers() noexcept {
 bool CreateAudioBuffers() noexcept {
     audioStopEvent = CreateEventW(nullptr, TRUE, TRUE, nullptr);
     audioWakeEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    audioOpenedEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    audioSettledEvent = CreateEventW(nullptr, TRUE, TRUE, nullptr);
+    audioFreedEvent = CreateEventW(nullptr, TRUE, TRUE, nullptr);
     audioClosedEvent = CreateEventW(nullptr, TRUE, TRUE, nullptr);
     audioDoneEvent = CreateEventW(nullptr, TRUE, FALSE, nullptr);
     audioState = NewHeapRecord<SpectrumState>().release();
-    return audioStopEvent && audioWakeEvent && audioOpenedEvent && audioClosedEvent && audioDoneEvent &&
-           audioState;
-}
-
-/// Keeps the library loaded while the stream is opened, for at most a second: opening loads libraries, and a
-/// thread that is terminated meanwhile can leave the whole process without sound. If the host has already
-/// freed the library, it is unloaded when this returns, on this thread.
-void CALLBACK HoldLibrary(PTP_CALLBACK_INSTANCE instance, void*, PTP_WORK) {
-    if (const HMODULE library = audioLibrary.exchange(nullptr)) {
-        FreeLibraryWhenCallbackReturns(instance, library);
-        WaitForSingleObject(audioOpenedEvent, kStopTimeoutMilliseconds);
-    }
-}
-
-/// The reference is taken here, on the host's thread: the capture thread could already be waiting for the
-/// unload's loader lock.
-void StartHold() noexcept {
-    ResetEvent(audioOpenedEvent);
-    HMODULE library = nullptr;
-    if (audioHold && GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                                        reinterpret_cast<LPCWSTR>(HoldLibrary), &library)) {
-        audioLibrary = library;
-        SubmitThreadpoolWork(audioHold);
-    }
-}
-
-/// Afterwards the library is unloaded as soon as the host frees it. The host's own reference keeps it loaded
-/// until then.
-void EndHold() noexcept {
-    SetEvent(audioOpenedEvent);
-    if (audioHold) {
-        WaitForThreadpoolWorkCallbacks(audioHold, TRUE);
-    }
-    if (const HMODULE library = audioLibrary.exchange(nullptr)) {
-        FreeLibrary(library);
-    }
+    return audioStopEvent && audioWakeEvent && audioSettledEvent && audioFreedEvent && audioClosedEvent &&
+           audioDoneEvent && audioState;
 }
 
 /// Under Wine each load of winmm leaks handles, so it is loaded permanently.
@@ -306,23 +329,37 @@ void StopAudioCapture() noexcept {
     FreeAudioBuffers();
 }
 
+/// The first hold's reference is taken here: the capture thread would have to wait for the loader lock of an
+/// early unload. The loader is called outside the lock, because a caller may hold the loader lock.
 void AddAudioListener() noexcept {
-    const std::lock_guard lock(listenerLock);
-    if (audioListeners++ == 0) {
-        StartHold();
-        audioStop = 0;
-        ResetEvent(audioStopEvent);
-        SetEvent(audioWakeEvent);
+    HMODULE library = ReferenceLibrary();
+    {
+        const std::lock_guard lock(listenerLock);
+        if (audioListeners++ == 0) {
+            library = audioLibrary.exchange(library);
+            ++audioAttempt;
+            audioStop = 0;
+            ResetEvent(audioStopEvent);
+            SetEvent(audioWakeEvent);
+        }
     }
+    FreeReference(library);
 }
 
+/// An opening that takes longer ends by itself; its hold keeps the library loaded until then.
 void RemoveAudioListener() noexcept {
-    const std::lock_guard lock(listenerLock);
-    if (--audioListeners == 0) {
-        RequestStop();
-        WaitForSingleObject(audioClosedEvent, kStopTimeoutMilliseconds);
-        EndHold();
+    HMODULE library = nullptr;
+    {
+        const std::lock_guard lock(listenerLock);
+        if (--audioListeners == 0) {
+            RequestStop();
+            if (WaitForSingleObject(audioClosedEvent, kStopTimeoutMilliseconds) == WAIT_OBJECT_0) {
+                WaitForSingleObject(audioFreedEvent, kStopTimeoutMilliseconds);
+            }
+            library = audioLibrary.exchange(nullptr);
+        }
     }
+    FreeReference(library);
 }
 
 void PublishSpectrum(const SpectrumBytes& bytes) noexcept {

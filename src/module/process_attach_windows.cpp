@@ -4,6 +4,7 @@
 #include <cxxabi.h>
 
 #include <mutex>
+#include <utility>
 
 #include "base/heap.h"
 #include "base/win_handles.h"
@@ -27,12 +28,15 @@ struct ExceptionState {
 
 DWORD exceptionSlot = FLS_OUT_OF_INDEXES;
 
+/// For all threads without a state of their own: the process has no free slot, or no memory is left.
+ExceptionState sharedExceptionState = {};
+
 /// The system calls this at the end of each thread and, for all threads, when the slot is freed.
 void WINAPI FreeExceptionState(void* state) {
     pixelforge::ReleaseHeapBlock(state);
 }
 
-/// Guards the use count, although the system serialises these calls.
+/// Guards the use count. The system serialises these calls; a detach may come on the capture pool's thread.
 constinit pixelforge::SlimLock loadLock;
 int loadCount = 0;
 
@@ -57,7 +61,7 @@ bool AddUse() {
 
 bool Attach(HMODULE module) {
     exceptionSlot = FlsAlloc(FreeExceptionState);
-    if (exceptionSlot == FLS_OUT_OF_INDEXES || !AddUse()) {
+    if (!AddUse()) {
         return false;
     }
     DisableThreadLibraryCalls(module);
@@ -71,6 +75,13 @@ void Detach() {
         pixelforge::StopAudioCapture();
     }
     loadCount -= loadCount > 0 ? 1 : 0;
+}
+
+void FreeExceptionSlot() {
+    const DWORD slot = std::exchange(exceptionSlot, FLS_OUT_OF_INDEXES);
+    if (slot != FLS_OUT_OF_INDEXES) {
+        FlsFree(slot);
+    }
 }
 
 /// On load, the C++ library linked into this DLL allocates a 70 KB reserve for exceptions and never frees it.
@@ -89,12 +100,16 @@ void FreeExceptionReserve() {
 namespace __cxxabiv1 {
 
 extern "C" __cxa_eh_globals* __cxa_get_globals_fast() noexcept {
-    return static_cast<__cxa_eh_globals*>(FlsGetValue(exceptionSlot));
+    void* const own = exceptionSlot != FLS_OUT_OF_INDEXES ? FlsGetValue(exceptionSlot) : nullptr;
+    return static_cast<__cxa_eh_globals*>(own ? own : &sharedExceptionState);
 }
 
 extern "C" __cxa_eh_globals* __cxa_get_globals() noexcept {
-    if (!FlsGetValue(exceptionSlot)) {
-        FlsSetValue(exceptionSlot, pixelforge::AllocateHeapBlock(sizeof(ExceptionState)));
+    if (exceptionSlot != FLS_OUT_OF_INDEXES && !FlsGetValue(exceptionSlot)) {
+        void* const created = pixelforge::AllocateHeapBlock(sizeof(ExceptionState));
+        if (created && !FlsSetValue(exceptionSlot, created)) {
+            pixelforge::ReleaseHeapBlock(created);
+        }
     }
     return __cxa_get_globals_fast();
 }
@@ -111,7 +126,7 @@ BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
         pixelforge::RestoreAllWindows();
         Detach();
         FreeExceptionReserve();
-        FlsFree(exceptionSlot);
+        FreeExceptionSlot();
     }
     return TRUE;
 }

@@ -23,11 +23,11 @@ struct PixelRect {
 bool AttachWindowInput(HWND__* window);
 
 /// Removes a user; the window's last one restores its original procedure. If another subclass was placed on
-/// top of this module's, it may still call it later: the module then stays loaded until the process ends.
+/// top of this module's, both stay, and the module stays loaded until the process ends. It also does if the
+/// procedure is still running after 100 ms, for example because the caller was called by it.
 void DetachWindowInput(HWND__* window) noexcept;
 
-/// For an unload while renderers still exist: restores the procedure of every window. A window with another
-/// subclass on top of this module's keeps both, and the module stays loaded.
+/// For an unload while renderers still exist: does the same for every window.
 void RestoreAllWindows() noexcept;
 
 /// The window's client rectangle, its upper left corner at 0, 0; empty for a null window.

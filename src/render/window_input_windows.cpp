@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 
@@ -24,6 +25,23 @@ struct SubclassedWindow {
 /// All windows with at least one user. Raw on purpose: destructors would run in process detach.
 SubclassedWindow* subclassedWindows = nullptr;
 constinit SlimLock subclassLock;  ///< guards the list and the replacement of procedures
+
+constexpr int kMaxCallWaits = 10;
+constexpr DWORD kCallWaitMilliseconds = 10;
+
+std::atomic<int> runningCalls{0};  ///< of `InputProcedure`, nested ones included
+std::atomic<bool> modulePinned{false};
+
+LRESULT CALLBACK InputProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
+/// On some systems this comes too late during an unload.
+void PinModule() noexcept {
+    if (!modulePinned.exchange(true)) {
+        HMODULE module = nullptr;
+        GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                           reinterpret_cast<LPCWSTR>(InputProcedure), &module);
+    }
+}
 
 void RecordInput(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexcept {
     InputState& input = HostInput();
@@ -48,15 +66,32 @@ void RecordInput(HWND window, UINT message, WPARAM wParam, LPARAM lParam) noexce
     }
 }
 
-LRESULT CALLBACK InputProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    RecordInput(window, message, wParam, lParam);
+/// A subclass on top of this one may keep calling it after the unload.
+void PinUnderAnotherSubclass(HWND window, WNDPROC original) noexcept {
+    const auto top = reinterpret_cast<WNDPROC>(GetWindowLongPtrW(window, GWLP_WNDPROC));
+    if (top != InputProcedure && top != original) {
+        PinModule();
+    }
+}
+
+LRESULT PassOn(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     auto original = reinterpret_cast<WNDPROC>(GetPropW(window, kProcedureProperty));
-    if (!original) {
+    if (original) {
+        PinUnderAnotherSubclass(window, original);
+    } else {
         // The drawing thread has just restored the original procedure.
         original = reinterpret_cast<WNDPROC>(GetWindowLongPtrW(window, GWLP_WNDPROC));
     }
     return original && original != InputProcedure ? CallWindowProcW(original, window, message, wParam, lParam)
                                                   : DefWindowProcW(window, message, wParam, lParam);
+}
+
+LRESULT CALLBACK InputProcedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    ++runningCalls;
+    RecordInput(window, message, wParam, lParam);
+    const LRESULT result = PassOn(window, message, wParam, lParam);
+    --runningCalls;
+    return result;
 }
 
 /// Sets the property first: on another thread, the window may call the new procedure immediately.
@@ -77,16 +112,28 @@ bool IsOursOnTop(HWND window) noexcept {
     return GetWindowLongPtrW(window, GWLP_WNDPROC) == reinterpret_cast<LONG_PTR>(InputProcedure);
 }
 
-void PinModule() noexcept {
-    HMODULE module = nullptr;
-    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                       reinterpret_cast<LPCWSTR>(InputProcedure), &module);
-}
-
 void RestoreProcedure(HWND window) noexcept {
     if (const HANDLE former = GetPropW(window, kProcedureProperty)) {
         SetWindowLongPtrW(window, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(former));
         RemovePropW(window, kProcedureProperty);
+    }
+}
+
+void RestoreOrPin(HWND window) noexcept {
+    if (IsOursOnTop(window)) {
+        RestoreProcedure(window);
+    } else if (IsWindow(window)) {
+        PinModule();
+    }
+}
+
+/// The host may be inside a call itself, in its own procedure or a modal loop, and unload the module there.
+void PinUnlessCallsEnd() noexcept {
+    for (int wait = 0; runningCalls > 0 && !modulePinned && wait < kMaxCallWaits; ++wait) {
+        Sleep(kCallWaitMilliseconds);
+    }
+    if (runningCalls > 0) {
+        PinModule();
     }
 }
 
@@ -131,31 +178,29 @@ bool AttachWindowInput(HWND window) {
 }
 
 void DetachWindowInput(HWND window) noexcept {
-    const std::lock_guard lock(subclassLock);
-    SubclassedWindow*& entry = Find(window);
-    if (!entry || --entry->users > 0) {
-        return;
-    }
-    if (Unlink(entry)->replacedByUs && IsWindow(window)) {
-        if (!IsOursOnTop(window)) {
-            PinModule();
+    {
+        const std::lock_guard lock(subclassLock);
+        SubclassedWindow*& entry = Find(window);
+        if (!entry || --entry->users > 0) {
+            return;
         }
-        RestoreProcedure(window);
+        if (Unlink(entry)->replacedByUs) {
+            RestoreOrPin(window);
+        }
     }
+    PinUnlessCallsEnd();
 }
 
 void RestoreAllWindows() noexcept {
-    const std::lock_guard lock(subclassLock);
-    while (const auto entry = Unlink(subclassedWindows)) {
-        if (!entry->replacedByUs) {
-            continue;
-        }
-        if (IsOursOnTop(entry->window)) {
-            RestoreProcedure(entry->window);
-        } else if (IsWindow(entry->window)) {
-            PinModule();
+    {
+        const std::lock_guard lock(subclassLock);
+        while (const auto entry = Unlink(subclassedWindows)) {
+            if (entry->replacedByUs) {
+                RestoreOrPin(entry->window);
+            }
         }
     }
+    PinUnlessCallsEnd();
 }
 
 PixelRect ClientRectOf(HWND window) noexcept {

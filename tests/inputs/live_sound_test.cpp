@@ -121,6 +121,23 @@ TEST(LiveSound, OpeningEndsWithTheLastInstance) {
     EXPECT_EQ(SoundCalls(), before + 1) << "calls after the device enumerator was created";
 }
 
+TEST(LiveSound, CaptureLastsAsLongAsAnyInstanceAndStartsAgain) {
+    const preview::ModuleLibrary loaded;
+    const long objects = SoundObjects();
+    for (const auto& [hertz, column] : {std::pair(1000, 26), std::pair(3000, 77)}) {
+        SetSound("signal=sine;hertz=" + std::to_string(hertz));
+        std::optional<SoundRun> first(std::in_place);
+        std::optional<SoundRun> second(std::in_place);
+        EXPECT_TRUE(second->DrawUntil([&] { return second->PeakNear(column) > 0; }, 5000)) << hertz;
+        first.reset();
+        const long calls = SoundCalls();
+        second->DrawFor(200);
+        EXPECT_GT(SoundCalls(), calls) << "capture ended with the first of two instances";
+        second.reset();
+        EXPECT_EQ(SoundObjects(), objects) << "capture goes on without an instance";
+    }
+}
+
 TEST(LiveSound, CaptureResumesWhenALostDeviceReturns) {
     const long objects = SoundObjects();
     for (const char* fault : {"gone=1", "fail=nextpacket", "fail=getbuffer"}) {

@@ -3,7 +3,11 @@
 
 #include <windows.h>
 
+#include <mmdeviceapi.h>
+#include <wrl/client.h>
+
 #include <algorithm>
+#include <vector>
 
 #include "base/text.h"
 #include "base/win_handles.h"
@@ -67,8 +71,18 @@ TEST(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
     EXPECT_EQ(SoundObjects(), objects);
 }
 
+TEST(LoadRounds, AProcessWithoutFreeSlotsLoadsTheModule) {
+    std::vector<DWORD> slots;
+    for (DWORD slot = 0; (slot = FlsAlloc(nullptr)) != FLS_OUT_OF_INDEXES;) {
+        slots.push_back(slot);
+    }
+    EXPECT_EQ(LiveRun("music", "c = no_such_colour;", 32, 24).Frame(), FrameResult::Failed);
+    std::ranges::for_each(slots, FlsFree);
+}
+
 /// Unloads the module without destroying its instance.
-void UnloadLiveInstance(preview::HostWindow& window, bool draws, DWORD stay) {
+void UnloadLiveInstance(
+    preview::HostWindow& window, bool draws, DWORD stay, void (*beforeUnload)(HWND) = [](HWND) {}) {
     const preview::ModuleLibrary library;
     preview::ModuleFunctions functions = library.Functions();
     functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
@@ -83,37 +97,85 @@ void UnloadLiveInstance(preview::HostWindow& window, bool draws, DWORD stay) {
         EXPECT_EQ(session.DrawFrame(), FrameResult::Drawn);
     }
     Sleep(stay);
+    beforeUnload(window.Handle());
 }
 
 TEST(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
-    SetSound("slow=150");
-    const long objects = SoundObjects();
-    const auto isGone = [&] { return !GetModuleHandleW(L"Pixelforge.dll") && SoundObjects() == objects; };
-    for (const DWORD stay : {0, 75, 140, 150, 160, 300}) {
-        for (const bool draws : {false, true}) {
+    const struct {
+        const char* sound;
+        std::vector<DWORD> stays;
+    } rows[] = {{"slow=150", {0, 75, 140, 150, 160, 300}},
+                {"slow=2000", {100}},           // an opening that outlasts the time for stopping a thread
+                {"slow=1000;gone=1", {3500}}};  // the second attempt
+    for (const auto& [sound, stays] : rows) {
+        SetSound(sound);
+        for (std::size_t i = 0; i < 2 * stays.size(); ++i) {
+            const long objects = SoundObjects();
+            const auto isGone = [&] {
+                return !GetModuleHandleW(L"Pixelforge.dll") && SoundObjects() == objects;
+            };
             preview::HostWindow window(32, 24);
             const LONG_PTR procedure = GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC);
-            UnloadLiveInstance(window, draws, stay);
-            for (int wait = 0; wait < 100 && !isGone(); ++wait) {
+            UnloadLiveInstance(window, i % 2 == 1, stays[i / 2]);
+            for (int wait = 0; wait < 150 && !isGone(); ++wait) {
                 Sleep(20);
             }
-            EXPECT_TRUE(isGone()) << "the capture thread was terminated after " << stay << " ms";
+            EXPECT_TRUE(isGone()) << "the capture thread was terminated: " << sound << ", row " << i;
             EXPECT_EQ(GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC), procedure);
             SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
         }
     }
+    const ComApartment apartment;
+    Microsoft::WRL::ComPtr<IMMDeviceEnumerator> enumerator;
+    EXPECT_EQ(CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
+                               IID_PPV_ARGS(enumerator.GetAddressOf())),
+              S_OK);
 }
 
 TEST(LoadRounds, UnloadTerminatesAHangingThread) {
-    for (const char* call : {"start", "nextpacket"}) {
-        SetSound(std::string("hang=") + call);
-        const std::size_t threads = ThreadIds().size();
-        LiveRun("music", kWhite, 32, 24).DrawFor(400);
-        WaitForThreads(threads);
-        EXPECT_LE(ThreadIds().size(), threads) << call;
-        SetSound("signal=sine;hertz=1000");
-        Round(400);
-    }
+    SetSound("hang=nextpacket");
+    const std::size_t threads = ThreadIds().size();
+    LiveRun("music", kWhite, 32, 24).DrawFor(400);
+    WaitForThreads(threads);
+    EXPECT_LE(ThreadIds().size(), threads);
+    SetSound("signal=sine;hertz=1000");
+    Round(400);
+}
+
+/// Here the module stays loaded, therefore these are the last tests.
+TEST(PinnedModule, AnotherSubclassOnTopStillCallsIt) {
+    static WNDPROC below = nullptr;
+    static constexpr WNDPROC above = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+        return CallWindowProcW(below, window, message, w, l);
+    };
+    preview::HostWindow window(32, 24);
+    UnloadLiveInstance(window, true, 300, [](HWND covered) {
+        below = reinterpret_cast<WNDPROC>(
+            SetWindowLongPtrW(covered, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
+        SendMessageW(covered, WM_KEYUP, 'A', 0);
+    });
+    EXPECT_TRUE(GetModuleHandleW(L"Pixelforge.dll"));
+    SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
+}
+
+TEST(PinnedModule, TheWindowsProcedureUnloadsItDuringACall) {
+    static std::optional<preview::ModuleLibrary> library;
+    static std::optional<ModuleRun> run;
+    const WNDPROC unload = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+        if (message == WM_APP) {
+            run.reset();
+            library.reset();
+        }
+        return DefWindowProcW(window, message, w, l);
+    };
+    preview::HostWindow window(32, 24, {.procedure = unload});
+    RunOptions options;
+    options.window = &window;
+    library.emplace();
+    run.emplace(DocumentBuilder().Image(MainImage(kWhite)).Json(), options, *library);
+    EXPECT_EQ(run->Frame(), FrameResult::Drawn);
+    SendMessageW(window.Handle(), WM_APP, 0, 0);
+    EXPECT_TRUE(GetModuleHandleW(L"Pixelforge.dll"));
 }
 
 }  // namespace

@@ -138,24 +138,30 @@ TEST(WindowSubclass, TheSubclassOfAnotherCopyStays) {
     RemovePropW(window.Handle(), L"OriginalWndProc");
 }
 
-TEST(WindowSubclass, AnUnloadRestoresAllWindowsButNotUnderAnotherSubclass) {
+TEST(WindowSubclass, AnotherSubclassOnTopStays) {
     const preview::HostWindow bare(64, 48);
     const preview::HostWindow covered(64, 48);
+    const preview::HostWindow detached(64, 48);
     const LONG_PTR original = ProcedureOf(bare);
-    for (const preview::HostWindow* window : {&bare, &bare, &covered}) {
+    for (const preview::HostWindow* window : {&bare, &bare, &covered, &detached}) {
         ASSERT_TRUE(AttachWindowInput(window->Handle()));
     }
     static WNDPROC below = nullptr;
     const WNDPROC above = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
         return CallWindowProcW(below, window, message, w, l);
     };
-    below = reinterpret_cast<WNDPROC>(
-        SetWindowLongPtrW(covered.Handle(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
+    for (const preview::HostWindow* window : {&covered, &detached}) {
+        below = reinterpret_cast<WNDPROC>(
+            SetWindowLongPtrW(window->Handle(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
+    }
+    DetachWindowInput(detached.Handle());
     RestoreAllWindows();
     EXPECT_EQ(ProcedureOf(bare), original);
     EXPECT_EQ(PropertyOf(bare), 0);
-    EXPECT_EQ(ProcedureOf(covered), reinterpret_cast<LONG_PTR>(above));
-    EXPECT_EQ(PropertyOf(covered), original) << "the subclass below the other one still needs it";
+    for (const preview::HostWindow* window : {&covered, &detached}) {
+        EXPECT_EQ(ProcedureOf(*window), reinterpret_cast<LONG_PTR>(above));
+        EXPECT_EQ(PropertyOf(*window), original) << "the subclass below the other one still needs it";
+    }
 }
 
 }  // namespace
