@@ -113,11 +113,15 @@ private:
     std::thread thread_;  ///< last: uses the others
 };
 
-/// User and kernel time.
+/// User and kernel time of those threads that still run: the pool's second thread only lives while the stream
+/// is opened.
 double ProcessorMilliseconds(const std::set<std::uint32_t>& threadIds) {
     double sum = 0;
     for (const std::uint32_t id : threadIds) {
         const UniqueKernelHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, id));
+        if (!thread) {
+            continue;
+        }
         FILETIME times[4] = {};
         if (!GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3])) {
             throw std::runtime_error("GetThreadTimes failed");
