@@ -199,7 +199,7 @@ void RequireOneOutcome(const CLI::App& app, const Options& options) {
     for (const std::string name : kNotInWindow) {
         if (options.window && app.count(name) > 0 && !(playsList && name == "--report")) {
             RejectUsage(name + " cannot be combined with --window or --watch" +
-                        (name == "--report" ? " unless with --playlist" : ""));
+                        (name == "--report" ? " except with --playlist" : ""));
         }
     }
     for (const std::string name : kOnlyWithPlaylistInWindow) {

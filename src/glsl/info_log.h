@@ -1,4 +1,4 @@
-// What an author is told about a pass that does not compile: driver logs with the pass's name and the
+// Messages for authors about a pass that does not compile: driver logs with the pass's name and the
 // author's own line numbers, and why a text could not be assembled.
 #pragma once
 

@@ -88,7 +88,7 @@ private:
     void EndOpenStretches(std::uint32_t lastLine);
 
     std::vector<Stretch> stretches_ = std::vector<Stretch>(1);
-    std::size_t open_ = 0;  ///< index of the first stretch that may go on
+    std::size_t open_ = 0;  ///< index of the first stretch that may continue
     std::uint32_t lastLine_ = 0;
     std::uint32_t nonAsciiLine_ = 0;
     std::uint32_t openConditions_ = 0;

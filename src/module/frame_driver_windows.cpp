@@ -73,9 +73,9 @@ bool ResetIsDue(ModuleInstance& instance) {
     return true;
 }
 
-/// Reports a failed frame, once a load. A lost context makes the next frame load again. If that does not
-/// last, the shader may be what hangs the graphics processor: the error screen then stays until the host
-/// initialises again.
+/// Reports a failed frame, once per load. A lost context makes the next frame load again. If the new context
+/// is soon lost as well, the shader may be hanging the graphics processor: the error screen then stays until
+/// the host initialises again.
 FrameResult FailFrame(ModuleInstance& instance, const char* reason) {
     ReportUndrawable(*instance.renderer, reason);
     if (instance.renderer->contextLost) {

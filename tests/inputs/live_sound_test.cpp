@@ -134,7 +134,7 @@ TEST(LiveSound, CaptureLastsAsLongAsAnyInstanceAndStartsAgain) {
         second->DrawFor(200);
         EXPECT_GT(SoundCalls(), calls) << "capture ended with the first of two instances";
         second.reset();
-        EXPECT_EQ(SoundObjects(), objects) << "capture goes on without an instance";
+        EXPECT_EQ(SoundObjects(), objects) << "capture continues without an instance";
     }
 }
 

@@ -49,7 +49,7 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
         {{"--id", "i", "--pack", "b.json"}, "--pack"},
         {{"a.json", "--real-time", "--set", "Speed=0.1"}, "--real-time"},
-        {{"a.json", "--window", "--report", "r"}, "unless with --playlist"},
+        {{"a.json", "--window", "--report", "r"}, "except with --playlist"},
         {{"a.json", "--window", "--every", "1"}, "--every"},
         {{"--playlist", "p", "--favourites", "f"}, "--favourites"},
         {{"--playlist", "p", "--window", "--every", "0"}, "--every"},
