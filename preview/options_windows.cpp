@@ -4,12 +4,15 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <initializer_list>
 #include <optional>
 #include <variant>
 
 #include "base/bitmap.h"
 #include "base/text.h"
+#include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
+#include "preview/view/control_changes.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -97,8 +100,8 @@ struct Arguments : Options {
     std::vector<std::string> assignments;
 };
 
-using Value = std::variant<bool Arguments::*, std::int32_t Arguments::*, std::string Arguments::*,
-                           std::vector<std::string> Arguments::*>;
+using Value = std::variant<bool Arguments::*, std::int32_t Arguments::*, double Arguments::*,
+                           std::string Arguments::*, std::vector<std::string> Arguments::*>;
 
 struct Range {
     std::int32_t least = 0;
@@ -137,7 +140,11 @@ constexpr OptionRow kOptions[] = {
 
     {"--window", "", &Arguments::window, "Show the frames in a window; F1 lists its keys"},
     {"--watch", "", &Arguments::watch, "Like --window, and reload when a file of the shader changes"},
-    {"--png", "FILE", &Arguments::pngPath, "Write the last frame as a PNG"},
+    {"--fullscreen", "", &Arguments::fullScreen, "Like --window, on the whole screen; Alt+Enter leaves it"},
+    {"--monitor", "N", &Arguments::monitor, "Monitor of the window, from 1", {1, 64}},
+    {"--scale", "S", &Arguments::scale, "Frame size by window size, 0.0625 to 4 (default 1)"},
+    {"--png", "FILE", &Arguments::pngPath,
+     "Write the last frame as a PNG; with --bench a graph of the times"},
     {"--frames-dir", "DIR", &Arguments::framesFolder, "Write every frame as a PNG to this folder"},
     {"--report", "FILE", &Arguments::reportPath, "Write results, times and messages as JSON"},
     {"--pack", "FILE.json", &Arguments::packPath, "Draw nothing; write the shader's document"},
@@ -149,9 +156,11 @@ constexpr OptionRow kOptions[] = {
 /// The live view has no end to report on.
 constexpr const char* kNotInWindow[] = {"--frames-dir", "--report", "--bench", "--check", "--info"};
 
+constexpr const char* kOnlyInWindow[] = {"--monitor", "--scale"};
+
 /// Packing draws nothing.
-constexpr const char* kNotWithPack[] = {"--window", "--watch", "--png",   "--frames-dir",
-                                        "--report", "--bench", "--check", "--info"};
+constexpr const char* kNotWithPack[] = {"--window", "--fullscreen", "--watch", "--png", "--frames-dir",
+                                        "--report", "--bench",      "--check", "--info"};
 
 CLI::Option* Declare(CLI::App& app, const OptionRow& row, bool& value) {
     return app.add_flag(row.name, value, row.help);
@@ -184,8 +193,16 @@ void DeclareOptions(CLI::App& app, Arguments& given) {
 void RequireOneOutcome(const CLI::App& app, const Options& options) {
     for (const char* name : kNotInWindow) {
         if (options.window && app.count(name) > 0) {
-            RejectUsage(std::string(name) + " cannot be combined with --window or --watch");
+            RejectUsage(std::string(name) + " cannot be combined with --window, --fullscreen or --watch");
         }
+    }
+    for (const char* name : kOnlyInWindow) {
+        if (!options.window && app.count(name) > 0) {
+            RejectUsage(std::string(name) + " needs --window, --fullscreen or --watch");
+        }
+    }
+    if (!(options.scale >= kSmallestScale && options.scale <= kLargestScale)) {
+        RejectUsage("--scale: the number must be from 0.0625 to 4");
     }
     const bool drawn = std::ranges::any_of(kNotWithPack, [&](auto name) { return app.count(name) > 0; });
     if (!options.packPath.empty() && (drawn || options.documentPath.empty())) {
@@ -237,7 +254,7 @@ void ChooseSize(const Arguments& given, Options& options) {
 
 Options Validate(const CLI::App& app, const Arguments& given) {
     Options options = given;
-    options.window = options.window || options.watch;
+    options.window = options.window || options.watch || options.fullScreen;
     RequireOneSource(options);
     RequireOneOutcome(app, options);
     ChooseSize(given, options);
@@ -250,6 +267,14 @@ Options Validate(const CLI::App& app, const Arguments& given) {
     }
     ChooseTime(options);
     return options;
+}
+
+bool HasExtension(const std::wstring& path, std::initializer_list<std::wstring_view> extensions) {
+    return std::ranges::any_of(extensions, [&](std::wstring_view extension) {
+        return path.size() > extension.size() &&
+               EqualIgnoringAsciiCase(std::wstring_view(path).substr(path.size() - extension.size()),
+                                      extension);
+    });
 }
 
 }  // namespace
@@ -269,6 +294,49 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
         RejectUsage(error.what());
     }
     return Validate(app, given);
+}
+
+const std::string& SourceName(const Options& options) {
+    if (!options.shaderId.empty()) {
+        return options.shaderId;
+    }
+    return options.documentPath.empty() ? options.playlistPath : options.documentPath;
+}
+
+std::string CommandOf(const Options& options) {
+    const char* const option = !options.shaderId.empty()       ? "--id "
+                               : !options.playlistPath.empty() ? "--playlist "
+                                                               : "";
+    const std::string& include = options.includeFolder;
+    return std::string("preview ") + option + QuotedArgument(SourceName(options)) +
+           (include.empty() ? std::string() : " --include " + QuotedArgument(include));
+}
+
+Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state) {
+    ReadInputFile(path);
+    Options next = options;
+    next.settings = state.settings;
+    next.fullScreen = state.fullScreen;
+    if (!state.fullScreen && state.width > 0 && state.height > 0) {
+        next.width = state.width;
+        next.height = state.height;
+    }
+    next.scale = state.scale;
+    next.place = state.place;
+    if (HasExtension(path, {L".png", L".jpg", L".jpeg", L".bmp", L".gif", L".tif", L".tiff"})) {
+        if (options.documentPath.empty()) {
+            throw HostError(ExitStatus::WrongUsage,
+                            "a picture needs a shader from a file, which reads it on iChannel0");
+        }
+        next.picturePath = ToUtf8(path);
+        return next;
+    }
+    const bool playlist = HasExtension(path, {L".playlist", L".txt"});
+    next.shaderId.clear();
+    next.picturePath.clear();
+    next.documentPath = playlist ? std::string() : ToUtf8(path);
+    next.playlistPath = playlist ? ToUtf8(path) : std::string();
+    return next;
 }
 
 }  // namespace pixelforge::preview

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/file.h"
 #include "base/load_error.h"
@@ -20,6 +21,7 @@
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
 #include "preview/report.h"
+#include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
 #include "service/service_urls.h"
 
@@ -38,13 +40,6 @@ struct Paths {
 
 std::wstring AbsoluteOrEmpty(const std::string& path) {
     return path.empty() ? std::wstring() : AbsolutePath(path);
-}
-
-const std::string& SourceName(const Options& options) {
-    if (!options.shaderId.empty()) {
-        return options.shaderId;
-    }
-    return options.documentPath.empty() ? options.playlistPath : options.documentPath;
 }
 
 Paths ResolvePaths(const Options& options) {
@@ -126,6 +121,7 @@ struct Run {
     const Options& options;
     const Paths& paths;
     OpenedShader& shader;
+    std::optional<Options>& next;  ///< a run that follows this one
     EventPlayer* events;
     const std::atomic<bool>* stop = nullptr;
 };
@@ -155,7 +151,11 @@ Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
                   }});
     std::string pictureError;
     if (!run.paths.Of(Output::Picture).empty() && Summarize(frames).failed == 0) {
-        pictureError = FailureOf([&] { WritePng(run.paths.Of(Output::Picture), session.Picture()); });
+        const std::wstring& path = run.paths.Of(Output::Picture);
+        pictureError = FailureOf([&] {
+            run.options.bench ? WriteFrameGraph(path, MeasuredTimes(frames))
+                              : WritePng(path, session.Picture());
+        });
     }
     return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
             pictureError};
@@ -264,13 +264,21 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
          .events = run.events,
          .stop = run.stop,
          .realTime = run.options.realTime,
+         .fullScreen = run.options.fullScreen,
+         .monitor = run.options.monitor,
+         .scale = run.options.scale,
          .anotherPick = !run.options.playlistPath.empty(),
+         .command = [&] { return CommandOf(run.options); },
+         .place = run.options.place,
+         .fileDropped = [&](const std::wstring& path,
+                            const ViewState& state) { run.next = OptionsForFile(run.options, path, state); },
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
-         .takeMessages = [&] {
-             auto lines = readableLines();
-             capture.Clear();
-             return lines;
-         }});
+         .takeMessages =
+             [&] {
+                 auto lines = readableLines();
+                 capture.Clear();
+                 return lines;
+             }});
 }
 
 /// A shader from the service has no folder.
@@ -290,6 +298,9 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
         return OpenedShader::OfPlaylist(paths.source);
     }
     OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
+    if (!options.picturePath.empty()) {
+        shader.UsePicture(options.picturePath);
+    }
     if (!shader.Conversion().empty()) {
         PrintError("preview: " + options.documentPath + ": " + shader.Conversion());
     }
@@ -308,6 +319,34 @@ std::wstring CachedFile(const std::string& identifier) {
     const ModuleLibrary library;
     ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\", folder, kPathUnits);
     return std::wstring(folder) + entry.name;
+}
+
+/// Draws the shader once; `next` is what a file dropped on the window asks for.
+ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
+    const Paths paths = ResolvePaths(options);
+    SetIncludeFolder(options, paths);
+    std::optional<EventPlayer> events = ReadEvents(options);
+    OpenedShader shader = OpenShader(options, paths);
+    RequireWritableOutputs(paths);
+    DebugCapture capture;
+    const Messages readableLines = [&] {
+        if (!shader.Errors().empty()) {
+            return shader.Errors();
+        }
+        return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
+    };
+    try {
+        std::optional<WorkingFolder> folder;
+        EnterFolder(options, paths, folder);
+        const CleanupOnAbort cleanup(shader.Staged());
+        const ModuleLibrary library;
+        const Run run{options, paths, shader, next, events ? &*events : nullptr, &cleanup.StopRequested()};
+        return options.window ? RunInWindow(run, library, capture, readableLines)
+                              : RunWithoutWindow(run, library, capture, readableLines);
+    } catch (const HostError&) {
+        PrintLines(readableLines());
+        throw;
+    }
 }
 
 }  // namespace
@@ -348,30 +387,13 @@ ExitStatus RunPreview(const Options& options) {
             return ExitStatus::Drawn;
         }
     }
-    const Paths paths = ResolvePaths(options);
-    SetIncludeFolder(options, paths);
-    std::optional<EventPlayer> events = ReadEvents(options);
-    OpenedShader shader = OpenShader(options, paths);
-    RequireWritableOutputs(paths);
-    DebugCapture capture;
-    const Messages readableLines = [&] {
-        if (!shader.Errors().empty()) {
-            return shader.Errors();
-        }
-        return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
-    };
-    try {
-        std::optional<WorkingFolder> folder;
-        EnterFolder(options, paths, folder);
-        const CleanupOnAbort cleanup(shader.Staged());
-        const ModuleLibrary library;
-        const Run run{options, paths, shader, events ? &*events : nullptr, &cleanup.StopRequested()};
-        return options.window ? RunInWindow(run, library, capture, readableLines)
-                              : RunWithoutWindow(run, library, capture, readableLines);
-    } catch (const HostError&) {
-        PrintLines(readableLines());
-        throw;
+    std::optional<Options> next = options;
+    ExitStatus status = ExitStatus::Failed;
+    while (next) {
+        const Options current = *std::exchange(next, std::nullopt);
+        status = RunOnce(current, next);
     }
+    return status;
 }
 
 }  // namespace pixelforge::preview

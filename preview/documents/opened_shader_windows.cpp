@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "preview/documents/document_conversion.h"
 #include "preview/documents/shader_source.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
@@ -85,15 +86,27 @@ OpenedShader OpenedShader::OfFile(const std::wstring& path, const std::wstring& 
     return shader;
 }
 
+void OpenedShader::StageAgain() {
+    ShaderSource source = ReadShaderSource(path_, includeFolder_, name_);
+    if (!picture_.empty()) {
+        source.document = WithPicture(source.document, picture_);
+    }
+    staged_.ReplaceDocument(StagedBytes(source));
+    errors_ = std::move(source.errors);
+    watch_->Watch(std::move(source.files));
+}
+
+void OpenedShader::UsePicture(const std::string& path) {
+    picture_ = path;
+    StageAgain();
+}
+
 bool OpenedShader::Refresh() {
     if (!watch_ || !watch_->Changed()) {
         return false;
     }
     try {
-        ShaderSource source = ReadShaderSource(path_, includeFolder_, name_);
-        staged_.ReplaceDocument(StagedBytes(source));
-        errors_ = std::move(source.errors);
-        watch_->Watch(std::move(source.files));
+        StageAgain();
         return true;
     } catch (const HostError&) {
         watch_->ReportAgain();

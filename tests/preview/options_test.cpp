@@ -3,6 +3,10 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
+
+#include "base/load_error.h"
 #include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
@@ -17,6 +21,7 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_TRUE(ParseOptions({"a.json", "--window"}).realTime);
     EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
     EXPECT_FALSE(ParseOptions({"a.json", "--window", "--set", "Speed=0.1"}).realTime);
+    EXPECT_TRUE(ParseOptions({"a.json", "--fullscreen"}).window);
     std::string joined;
     for (const ControlSetting& setting :
          ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings) {
@@ -42,6 +47,12 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.json", "--set", "Speed"}, "Label=value"},
         {{"a.json", "--tiles", "33x1"}, "32"},
         {{"a.json", "--window", "--bench"}, "--bench"},
+        {{"a.json", "--fullscreen", "--bench"}, "--bench"},
+        {{"a.json", "--scale", "0.5"}, "--scale"},
+        {{"a.json", "--window", "--scale", "4.1"}, "--scale"},
+        {{"a.json", "--window", "--scale", "nan"}, "--scale"},
+        {{"a.json", "--monitor", "1"}, "--monitor"},
+        {{"a.json", "--window", "--monitor", "0"}, "--monitor"},
         {{"a.glsl", "--pack", "a.glsl"}, ".json"},
         {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
         {{"--id", "i", "--pack", "b.json"}, "--pack"},
@@ -54,6 +65,27 @@ TEST(Options, RejectInvalidUsageWithAReason) {
                                        testing::Property(&HostError::what, testing::HasSubstr(reason)))))
             << testing::PrintToString(arguments);
     }
+}
+
+TEST(Options, OpenADroppedFile) {
+    const Options shown = ParseOptions({"--id", "i", "--window"});
+    for (const auto& [name, command] : {std::pair(L"a b.glsl", "preview \"a b.glsl\""),
+                                        {L"b.Playlist", "preview --playlist b.Playlist"},
+                                        {L"c.PNG", "a picture needs a shader"}}) {
+        std::ofstream(std::filesystem::path(name)).put(' ');
+        std::string result;
+        const std::string failure = FailureOf([&] { result = CommandOf(OptionsForFile(shown, name, {})); });
+        EXPECT_THAT(result + failure, testing::StartsWith(command));
+        std::filesystem::remove(name);
+    }
+    EXPECT_THROW(OptionsForFile(shown, L"missing.json", {}), HostError);
+    std::ofstream("c.png").put(' ');
+    const Options picture = OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png",
+                                           {.width = 7, .height = 9, .scale = 0.5});
+    EXPECT_EQ(picture.documentPath + picture.picturePath, "a.jsonc.png");
+    EXPECT_EQ(picture.scale, 0.5);
+    EXPECT_EQ(picture.width, 7);
+    std::filesystem::remove("c.png");
 }
 
 }  // namespace
