@@ -284,11 +284,6 @@ Value* InputsOfImage(Value& root) {
     return nullptr;
 }
 
-bool IsOnChannel0(const Value& input) {
-    const Value* channel = input.IsObject() ? Member(input, "channel") : nullptr;
-    return channel && channel->IsInt() && channel->GetInt() == 0;
-}
-
 }  // namespace
 
 MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFile>& passes,
@@ -355,7 +350,7 @@ std::string WithPicture(std::string_view document, std::string_view path) {
     json.EndObject();
     rapidjson::Document input(&tree.GetAllocator());
     input.Parse(json.Result().c_str());
-    inputs->Erase(std::remove_if(inputs->Begin(), inputs->End(), IsOnChannel0), inputs->End());
+    // Of several inputs on a channel the module uses the last.
     inputs->PushBack(input, tree.GetAllocator());
     rapidjson::StringBuffer text;
     rapidjson::Writer<rapidjson::StringBuffer> writer(text);

@@ -6,7 +6,8 @@
 #include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
+#include <utility>
+#include <vector>
 
 #include "preview/host/host_session.h"
 #include "preview/view/control_panel.h"
@@ -33,8 +34,8 @@ public:
     /// Both must outlive this.
     ControlChanges(HostSession& session, ViewWindow& view, ControlChangesOptions options);
 
-    /// False if the command is not about settings.
-    bool Execute(ViewCommand command);
+    /// Does nothing for a command that is not about settings.
+    void Execute(ViewCommand command);
 
     /// True once after a change that the module notices only when it loads.
     bool TakeReload() { return std::exchange(reload_, false); }
@@ -54,14 +55,14 @@ public:
     double Pace() const noexcept { return pace_; }  ///< shader time by clock time
 
 private:
-    std::wstring ChangeCount(std::string_view label, std::int32_t change);
-    std::wstring Toggle(std::string_view label);
+    std::wstring ChangeCount(const char* label, std::int32_t change);
+    std::wstring Toggle(const char* label);
     std::wstring ToggleLevels();
     std::wstring TogglePanel();
     std::wstring ChangePace(double factor);
     std::wstring ChangeScale(double factor);
     std::wstring CopyCommandLine();
-    void Set(const ControlSetting& setting);
+    std::wstring Set(const ControlSetting& setting);
     std::string CommandLine();
     std::wstring ReportOrUndo(const std::wstring& report, const std::function<void()>& undo);
 

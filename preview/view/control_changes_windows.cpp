@@ -2,9 +2,7 @@
 #include "preview/view/control_changes.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
-#include <utility>
 
 #include "base/bitmap.h"
 #include "base/load_error.h"
@@ -56,7 +54,7 @@ ControlChanges::ControlChanges(HostSession& session, ViewWindow& view, ControlCh
       followClock_(options_.followClock),
       scale_(options_.scale) {}
 
-bool ControlChanges::Execute(ViewCommand command) {
+void ControlChanges::Execute(ViewCommand command) {
     struct Row {
         ViewCommand command;
         std::function<std::wstring()> act;
@@ -78,11 +76,9 @@ bool ControlChanges::Execute(ViewCommand command) {
         {ViewCommand::HigherScale, [&] { return ChangeScale(2.0); }},
     };
     const auto* row = std::ranges::find(rows, command, &Row::command);
-    if (row == std::end(rows)) {
-        return false;
+    if (row != std::end(rows)) {
+        options_.report(row->act());
     }
-    options_.report(row->act());
-    return true;
 }
 
 void ControlChanges::RefreshPanel() {
@@ -95,25 +91,18 @@ SIZE ControlChanges::FrameSize() const {
     return ScaledSize(view_.Frame().ClientSize(), scale_);
 }
 
-std::wstring ControlChanges::ChangeCount(std::string_view label, std::int32_t change) {
-    ControlRecord* control = session_.Control(label);
+std::wstring ControlChanges::ChangeCount(const char* label, std::int32_t change) {
+    const ControlRecord* control = session_.Control(label);
     if (!control) {
         return {};
     }
-    std::int32_t& count = control->whole.value[0];
     const auto [least, most] = control->whole.bounds[0];
-    const std::int32_t previous = std::exchange(count, std::clamp(count + change, least, most));
-    return ReportOrUndo(FromUtf8(label) + L" " + std::to_wstring(count), [&] { count = previous; });
+    return Set({label, std::to_string(std::clamp(control->whole.value[0] + change, least, most))});
 }
 
-std::wstring ControlChanges::Toggle(std::string_view label) {
-    ControlRecord* control = session_.Control(label);
-    if (!control) {
-        return {};
-    }
-    std::int32_t& on = control->toggle.value[1];
-    const std::int32_t previous = std::exchange(on, on != 0 ? 0 : 1);
-    return ReportOrUndo(FromUtf8(label) + (on != 0 ? L" on" : L" off"), [&] { on = previous; });
+std::wstring ControlChanges::Toggle(const char* label) {
+    const ControlRecord* control = session_.Control(label);
+    return control ? Set({label, control->toggle.value[1] != 0 ? "false" : "true"}) : std::wstring();
 }
 
 std::wstring ControlChanges::ToggleLevels() {
@@ -125,10 +114,11 @@ std::wstring ControlChanges::ToggleLevels() {
 
 std::wstring ControlChanges::TogglePanel() {
     if (!panel_) {
-        panel_.emplace(view_.Frame().Handle(), session_.Controls(),
-                       PanelActions{.change = [this](const ControlSetting& setting) { Set(setting); },
-                                    .followClock = [this](bool follow) { followClock_ = follow; },
-                                    .copyCommandLine = [this] { options_.report(CopyCommandLine()); }});
+        panel_.emplace(
+            view_.Frame().Handle(), session_.Controls(),
+            PanelActions{.change = [this](const ControlSetting& setting) { options_.report(Set(setting)); },
+                         .followClock = [this](bool follow) { followClock_ = follow; },
+                         .copyCommandLine = [this] { options_.report(CopyCommandLine()); }});
     }
     panel_->Toggle();
     return {};
@@ -187,22 +177,22 @@ std::vector<ControlSetting> ControlChanges::Settings() const {
     return settings;
 }
 
-/// From the panel. A new speed ends following the clock, which would overwrite it.
-void ControlChanges::Set(const ControlSetting& setting) {
+/// A new speed ends following the clock, which would overwrite it.
+std::wstring ControlChanges::Set(const ControlSetting& setting) {
     const ControlRecord* control = session_.Control(setting.label);
     const std::string previous = control ? ControlValueText(*control) : std::string();
-    std::wstring report;
-    const std::string failure = FailureOf([&] {
-        session_.Controls().Apply(setting);
-        report = ReportOrUndo(FromUtf8(setting.label + " " + ControlValueText(*control)), [&] {
-            session_.Controls().Apply({setting.label, previous});
-        });
+    const std::string failure = FailureOf([&] { session_.Controls().Apply(setting); });
+    if (!failure.empty()) {
+        return FromUtf8(failure);
+    }
+    const std::wstring report = ReportOrUndo(FromUtf8(setting.label + " " + ControlValueText(*control)), [&] {
+        session_.Controls().Apply({setting.label, previous});
     });
-    options_.report(failure.empty() ? report : FromUtf8(failure));
-    if (control && ControlValueText(*control) != previous) {
+    if (ControlValueText(*control) != previous) {
         followClock_ = followClock_ && setting.label != "Speed";
         reload_ = reload_ || std::ranges::find(kReadAtLoad, setting.label) != std::end(kReadAtLoad);
     }
+    return report;
 }
 
 std::wstring ControlChanges::ReportOrUndo(const std::wstring& report, const std::function<void()>& undo) {

@@ -46,7 +46,8 @@ private:
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     void OnCommand(WORD id, WORD code, HWND control);
-    HWND Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, const RECT& area);
+    HWND Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, const RECT& area,
+             WORD id = 0);
     void AddRow(const ControlRecord& record, int top);
     void AddButtons(int top);
     void AddToolTip(HWND control, const std::string& text);

@@ -9,6 +9,7 @@
 #include "base/text.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
+#include "preview/view/view_window.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -31,7 +32,6 @@ constexpr DWORD kStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN;
 constexpr DWORD kExtendedStyle = WS_EX_TOOLWINDOW | WS_EX_CONTROLPARENT;
 constexpr WORD kFollowClockId = 100;
 constexpr WORD kCopyId = 101;
-constexpr WORD kRowId = 200;  ///< and above: the controls of the rows
 
 int Scaled(int pixels) {
     const WindowDc screen(nullptr);
@@ -159,18 +159,17 @@ void ControlPanel::AddRow(const ControlRecord& record, int top) {
 
 void ControlPanel::AddButtons(int top) {
     followClock_ = Add(L"BUTTON", L"Speed follows the clock", BS_AUTOCHECKBOX | WS_TABSTOP,
-                       Area(kMargin, top, kInnerWidth / 2, kControlHeight));
-    const HWND copy = Add(L"BUTTON", L"Copy as command line", BS_PUSHBUTTON | WS_TABSTOP,
-                          Area(kMargin + kInnerWidth / 2, top, kInnerWidth / 2, kRowHeight));
-    SetWindowLongPtrW(followClock_, GWLP_ID, kFollowClockId);
-    SetWindowLongPtrW(copy, GWLP_ID, kCopyId);
+                       Area(kMargin, top, kInnerWidth / 2, kControlHeight), kFollowClockId);
+    Add(L"BUTTON", L"Copy as command line", BS_PUSHBUTTON | WS_TABSTOP,
+        Area(kMargin + kInnerWidth / 2, top, kInnerWidth / 2, kRowHeight), kCopyId);
 }
 
-HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, const RECT& area) {
+HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, const RECT& area,
+                       WORD id) {
     const HWND control =
         CreateWindowExW(0, windowClass, text.c_str(), style | WS_CHILD | WS_VISIBLE, area.left, area.top,
                         area.right - area.left, area.bottom - area.top, window_.Get(),
-                        reinterpret_cast<HMENU>(static_cast<UINT_PTR>(kRowId)), class_.Module(), nullptr);
+                        reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), class_.Module(), nullptr);
     SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font_.Get()), FALSE);
     return control;
 }
@@ -277,6 +276,8 @@ LRESULT ControlPanel::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lP
         case WM_CLOSE:
             Toggle();
             return 0;
+        case WM_SYSCOMMAND:  // as in the view
+            return IsMenuKey(wParam, lParam) ? 0 : DefWindowProcW(window, message, wParam, lParam);
         default:
             return DefWindowProcW(window, message, wParam, lParam);
     }

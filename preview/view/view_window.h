@@ -56,6 +56,11 @@ struct ViewWindowOptions {
 /// The live view's keys for the user, one line each.
 std::wstring KeyList();
 
+/// True for a WM_SYSCOMMAND of Alt alone, which would open the window's menu and take the keys.
+constexpr bool IsMenuKey(WPARAM wParam, LPARAM lParam) {
+    return (wParam & 0xFFF0) == SC_KEYMENU && lParam == 0;
+}
+
 /// Use only on the thread that created it; input arrives while that thread dispatches messages. The module
 /// gets its own hidden window, because on some systems GDI output on a window with an OpenGL context stays
 /// invisible. Keys and mouse are forwarded to it.
@@ -106,6 +111,7 @@ public:
 private:
     static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
     LRESULT Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+    bool TakeKey(UINT message, WPARAM wParam, LPARAM lParam);
     void ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const;
     void Paint(HDC dc);
     void DrawOverlay(SIZE size);

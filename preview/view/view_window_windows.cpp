@@ -280,7 +280,7 @@ LRESULT CALLBACK ViewWindow::Procedure(HWND window, UINT message, WPARAM wParam,
         return DefWindowProcW(window, message, wParam, lParam);
     }
     view->ForwardInput(message, wParam, lParam);
-    return view->Handle(window, message, wParam, lParam);
+    return view->TakeKey(message, wParam, lParam) ? 0 : view->Handle(window, message, wParam, lParam);
 }
 
 void ViewWindow::ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const {
@@ -308,19 +308,31 @@ void ViewWindow::TakeDrop(HDROP drop) {
     droppedFile_ = path;
 }
 
-LRESULT ViewWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+bool ViewWindow::TakeKey(UINT message, WPARAM wParam, LPARAM lParam) {
+    std::optional<ViewCommand> command;
     switch (message) {
         case WM_SYSKEYDOWN:  // F10, and every key with Alt
         case WM_KEYDOWN:
-            if (const auto command = CommandOfKey(static_cast<unsigned>(wParam), HeldKeys())) {
-                commands_.push_back(*command);
-                return 0;
-            }
-            return DefWindowProcW(window, message, wParam, lParam);
-        case WM_SYSKEYUP:  // F10 would open the window's menu
-            return wParam == VK_F10 ? 0 : DefWindowProcW(window, message, wParam, lParam);
+            command = CommandOfKey(static_cast<unsigned>(wParam), HeldKeys());
+            break;
+        case WM_CHAR:
+            command = wParam == L'?' ? std::optional(ViewCommand::Help) : std::nullopt;
+            break;
         case WM_SYSCHAR:  // Alt+Enter would beep
-            return wParam == VK_RETURN ? 0 : DefWindowProcW(window, message, wParam, lParam);
+            return wParam == VK_RETURN;
+        case WM_SYSCOMMAND:
+            return IsMenuKey(wParam, lParam);
+        default:
+            return false;
+    }
+    if (command) {
+        commands_.push_back(*command);
+    }
+    return command.has_value();
+}
+
+LRESULT ViewWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    switch (message) {
         case WM_SETCURSOR:
             if (fullScreen_ && LOWORD(lParam) == HTCLIENT) {
                 SetCursor(nullptr);
@@ -329,11 +341,6 @@ LRESULT ViewWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lPar
             return DefWindowProcW(window, message, wParam, lParam);
         case WM_DROPFILES:
             TakeDrop(reinterpret_cast<HDROP>(wParam));
-            return 0;
-        case WM_CHAR:
-            if (wParam == L'?') {
-                commands_.push_back(ViewCommand::Help);
-            }
             return 0;
         case WM_LBUTTONDOWN:
             SetCapture(window);
