@@ -113,11 +113,15 @@ private:
     std::thread thread_;  ///< last: uses the others
 };
 
-/// User and kernel time.
+/// User and kernel time of those threads that still run: the pool's second thread only lives while the stream
+/// is opened.
 double ProcessorMilliseconds(const std::set<std::uint32_t>& threadIds) {
     double sum = 0;
     for (const std::uint32_t id : threadIds) {
         const UniqueKernelHandle thread(OpenThread(THREAD_QUERY_INFORMATION, FALSE, id));
+        if (!thread) {
+            continue;
+        }
         FILETIME times[4] = {};
         if (!GetThreadTimes(thread.Get(), &times[0], &times[1], &times[2], &times[3])) {
             throw std::runtime_error("GetThreadTimes failed");
@@ -145,6 +149,12 @@ void Start() {
     if (StartAudioCapture() != 1) {
         throw std::runtime_error("StartAudioCapture failed");
     }
+    AddAudioListener();
+}
+
+void Stop() {
+    RemoveAudioListener();
+    StopAudioCapture();
 }
 
 /// Runs both threads at the same time, so that other programs affect both alike.
@@ -168,7 +178,7 @@ void MeasureThread(const char* name, const char* sound, int seconds, std::option
         const double ratio = subjectTime / peerTime;
         report.Add({name, "bare loop", subjectTime, peerTime, ratio, ratio, ratio, limit});
     }
-    StopAudioCapture();
+    Stop();
 }
 
 /// Reports the median time of 20,000 calls.
@@ -193,7 +203,7 @@ void TimeBothSidesOfTheLock(Report& report) {
         "20,000 x CopyAudioSpectrum", [&] { bytes = CopyAudioSpectrum(); }, report);
     TimeCalls(
         "20,000 x PublishSpectrum", [&] { PublishSpectrum(bytes); }, report);
-    StopAudioCapture();
+    Stop();
 }
 
 /// Unloading the module includes waiting for the thread.

@@ -76,7 +76,9 @@ function(pixelforge_test name)
   gtest_discover_tests(${name}_test
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS ${label} TIMEOUT ${timeout} ENVIRONMENT "PIXELFORGE_TIMEOUT=${emulatorTimeout}")
+    # A time zone other than UTC.
+    PROPERTIES LABELS ${label} TIMEOUT ${timeout} ENVIRONMENT "PIXELFORGE_TIMEOUT=${emulatorTimeout}"
+      ENVIRONMENT_MODIFICATION "TZ=set:LOCAL-5:45")
 endfunction()
 
 # Where test programs find the repository: Wine maps the root directory to drive Z:.

@@ -24,6 +24,10 @@ struct Options {
     std::string pngPath;
     std::string framesFolder;
     std::string reportPath;
+    std::string videoPath;              ///< "-": standard output
+    std::int32_t framesPerSecond = 60;  ///< of the video
+    std::string favouritesPath;
+    std::int32_t secondsPerPick = 0;  ///< of a playlist in the window; 0: until a key is pressed
     std::string includeFolder;
     std::string eventsPath;
     std::string packPath;                  ///< only write the shader's document
@@ -44,7 +48,7 @@ struct Options {
 };
 
 /// What a run writes, in the order of `kOutputs`.
-enum class Output { Picture, Frames, Report };
+enum class Output { Picture, Frames, Report, Video, Favourites };
 
 /// Before the first frame the missing folders of the path are created, and it is tested for writing.
 struct OutputRow {
@@ -57,19 +61,11 @@ inline constexpr OutputRow kOutputs[] = {
     {"--png", &Options::pngPath, false},
     {"--frames-dir", &Options::framesFolder, true},
     {"--report", &Options::reportPath, false},
+    {"--video", &Options::videoPath, false},
+    {"--favourites", &Options::favouritesPath, false},
 };
 
 /// Parses the arguments (UTF-8, without the program's name). Throws `HostError` with `WrongUsage`.
 Options ParseOptions(const std::vector<std::string>& arguments);
-
-/// Identifier or path of the shader or playlist, as the user wrote it.
-const std::string& SourceName(const Options& options);
-
-/// The command line that opens the shader, without its settings.
-std::string CommandOf(const Options& options);
-
-/// For the view that follows when this file is dropped on the window: a playlist, a picture for channel 0 of
-/// the current shader, or else a shader. Throws `HostError` if the file cannot be used.
-Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state);
 
 }  // namespace pixelforge::preview

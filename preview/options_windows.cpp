@@ -4,7 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
-#include <initializer_list>
+#include <cstdio>
 #include <optional>
 #include <variant>
 
@@ -143,24 +143,36 @@ constexpr OptionRow kOptions[] = {
     {"--fullscreen", "", &Arguments::fullScreen, "Like --window, on the whole screen; Alt+Enter leaves it"},
     {"--monitor", "N", &Arguments::monitor, "Monitor of the window, from 1", {1, 64}},
     {"--scale", "S", &Arguments::scale, "Frame size by window size, 0.0625 to 4 (default 1)"},
+    {"--every",
+     "SECONDS",
+     &Arguments::secondsPerPick,
+     "In a window, show the playlist's next shader after this time",
+     {1, 86'400}},
+    {"--favourites", "FILE", &Arguments::favouritesPath,
+     "Playlist that Insert adds to (default favourites.txt beside the playlist)"},
     {"--png", "FILE", &Arguments::pngPath,
      "Write the last frame as a PNG; with --bench a graph of the times"},
     {"--frames-dir", "DIR", &Arguments::framesFolder, "Write every frame as a PNG to this folder"},
     {"--report", "FILE", &Arguments::reportPath, "Write results, times and messages as JSON"},
+    {"--video", "FILE|-", &Arguments::videoPath,
+     "Write all frames as uncompressed video (Y4M); - is standard output"},
+    {"--rate", "N", &Arguments::framesPerSecond, "Frames per second of the video (default 60)", {1, 1000}},
     {"--pack", "FILE.json", &Arguments::packPath, "Draw nothing; write the shader's document"},
     {"--bench", "", &Arguments::bench, "Print a table of frame times"},
     {"--check", "", &Arguments::check, "Only load the shader; print errors with line numbers"},
     {"--info", "", &Arguments::info, "Print the notice about the shader"},
 };
 
-/// The live view has no end to report on.
-constexpr const char* kNotInWindow[] = {"--frames-dir", "--report", "--bench", "--check", "--info"};
+/// The live view has no end to report on. With a playlist, --report lists what failed.
+constexpr const char* kNotInWindow[] = {"--frames-dir", "--report", "--bench",
+                                        "--check",      "--info",   "--video"};
+constexpr const char* kOnlyWithPlaylistInWindow[] = {"--every", "--favourites"};
 
 constexpr const char* kOnlyInWindow[] = {"--monitor", "--scale"};
 
 /// Packing draws nothing.
-constexpr const char* kNotWithPack[] = {"--window", "--fullscreen", "--watch", "--png", "--frames-dir",
-                                        "--report", "--bench",      "--check", "--info"};
+constexpr const char* kNotWithPack[] = {"--window", "--fullscreen", "--watch", "--png",  "--frames-dir",
+                                        "--report", "--bench",      "--check", "--info", "--video"};
 
 CLI::Option* Declare(CLI::App& app, const OptionRow& row, bool& value) {
     return app.add_flag(row.name, value, row.help);
@@ -191,9 +203,16 @@ void DeclareOptions(CLI::App& app, Arguments& given) {
 }
 
 void RequireOneOutcome(const CLI::App& app, const Options& options) {
-    for (const char* name : kNotInWindow) {
-        if (options.window && app.count(name) > 0) {
-            RejectUsage(std::string(name) + " cannot be combined with --window, --fullscreen or --watch");
+    const bool playsList = options.window && !options.playlistPath.empty();
+    for (const std::string name : kNotInWindow) {
+        if (options.window && app.count(name) > 0 && !(playsList && name == "--report")) {
+            RejectUsage(name + " cannot be combined with --window, --fullscreen or --watch" +
+                        (name == "--report" ? " except with --playlist" : ""));
+        }
+    }
+    for (const std::string name : kOnlyWithPlaylistInWindow) {
+        if (!playsList && app.count(name) > 0) {
+            RejectUsage(name + " needs --playlist and --window");
         }
     }
     for (const char* name : kOnlyInWindow) {
@@ -231,14 +250,31 @@ void AddOutputSettings(const Arguments& given, std::vector<ControlSetting>& sett
     }
 }
 
-/// A fixed step and the clock exclude each other.
-void ChooseTime(Options& options) {
+/// A fixed step and the clock exclude each other. A video has the step of its rate.
+void ChooseTime(const CLI::App& app, Options& options) {
     const bool fixedStep =
         std::ranges::any_of(options.settings, [](auto& set) { return set.label == "Speed"; });
     if (options.realTime && fixedStep) {
         RejectUsage("specify only one of --real-time and --set \"Speed=...\"");
     }
     options.realTime = options.realTime || (options.window && !fixedStep);
+    if (options.videoPath.empty()) {
+        if (app.count("--rate") > 0) {
+            RejectUsage("--rate needs --video");
+        }
+        return;
+    }
+    if (options.realTime) {
+        RejectUsage("specify only one of --real-time and --video");
+    }
+    if (options.width % 2 != 0 || options.height % 2 != 0) {
+        RejectUsage("--video needs an even width and height, because two by two pixels share their colour");
+    }
+    if (!fixedStep) {
+        char step[32];
+        std::snprintf(step, sizeof step, "%.9g", 1.0 / options.framesPerSecond);
+        options.settings.push_back({"Speed", step});
+    }
 }
 
 void ChooseSize(const Arguments& given, Options& options) {
@@ -265,16 +301,8 @@ Options Validate(const CLI::App& app, const Arguments& given) {
     for (const std::string& assignment : given.assignments) {
         options.settings.push_back(ReadSetting(assignment));
     }
-    ChooseTime(options);
+    ChooseTime(app, options);
     return options;
-}
-
-bool HasExtension(const std::wstring& path, std::initializer_list<std::wstring_view> extensions) {
-    return std::ranges::any_of(extensions, [&](std::wstring_view extension) {
-        return path.size() > extension.size() &&
-               EqualIgnoringAsciiCase(std::wstring_view(path).substr(path.size() - extension.size()),
-                                      extension);
-    });
 }
 
 }  // namespace
@@ -294,49 +322,6 @@ Options ParseOptions(const std::vector<std::string>& arguments) {
         RejectUsage(error.what());
     }
     return Validate(app, given);
-}
-
-const std::string& SourceName(const Options& options) {
-    if (!options.shaderId.empty()) {
-        return options.shaderId;
-    }
-    return options.documentPath.empty() ? options.playlistPath : options.documentPath;
-}
-
-std::string CommandOf(const Options& options) {
-    const char* const option = !options.shaderId.empty()       ? "--id "
-                               : !options.playlistPath.empty() ? "--playlist "
-                                                               : "";
-    const std::string& include = options.includeFolder;
-    return std::string("preview ") + option + QuotedArgument(SourceName(options)) +
-           (include.empty() ? std::string() : " --include " + QuotedArgument(include));
-}
-
-Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state) {
-    ReadInputFile(path);
-    Options next = options;
-    next.settings = state.settings;
-    next.fullScreen = state.fullScreen;
-    if (!state.fullScreen && state.width > 0 && state.height > 0) {
-        next.width = state.width;
-        next.height = state.height;
-    }
-    next.scale = state.scale;
-    next.place = state.place;
-    if (HasExtension(path, {L".png", L".jpg", L".jpeg", L".bmp", L".gif", L".tif", L".tiff"})) {
-        if (options.documentPath.empty()) {
-            throw HostError(ExitStatus::WrongUsage,
-                            "a picture needs a shader from a file, which reads it on iChannel0");
-        }
-        next.picturePath = ToUtf8(path);
-        return next;
-    }
-    const bool playlist = HasExtension(path, {L".playlist", L".txt"});
-    next.shaderId.clear();
-    next.picturePath.clear();
-    next.documentPath = playlist ? std::string() : ToUtf8(path);
-    next.playlistPath = playlist ? ToUtf8(path) : std::string();
-    return next;
 }
 
 }  // namespace pixelforge::preview

@@ -16,53 +16,21 @@
 #include "preview/cleanup_on_abort.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/documents/shader_source.h"
+#include "preview/documents/source_faults.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
 #include "preview/report.h"
+#include "preview/run_paths.h"
+#include "preview/video.h"
 #include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
+#include "preview/view/playlist_player.h"
 #include "service/service_urls.h"
 
 namespace pixelforge::preview {
 namespace {
-
-/// Absolute, because the current folder changes to the shader's. Empty for missing options.
-struct Paths {
-    std::wstring source;
-    std::wstring include;
-    std::wstring start;  ///< the initial current folder
-    std::wstring outputs[std::size(kOutputs)] = {};
-
-    const std::wstring& Of(Output output) const { return outputs[static_cast<std::size_t>(output)]; }
-};
-
-std::wstring AbsoluteOrEmpty(const std::string& path) {
-    return path.empty() ? std::wstring() : AbsolutePath(path);
-}
-
-Paths ResolvePaths(const Options& options) {
-    Paths paths = {.source = AbsolutePath(SourceName(options)),
-                   .include = AbsoluteOrEmpty(options.includeFolder),
-                   .start = AbsolutePath(".")};
-    std::ranges::transform(kOutputs, paths.outputs,
-                           [&](const OutputRow& row) { return AbsoluteOrEmpty(options.*row.path); });
-    return paths;
-}
-
-void SetIncludeFolder(const Options& options, const Paths& paths) {
-    if (paths.include.empty()) {
-        return;
-    }
-    if (!IsExistingFolder(paths.include.c_str())) {
-        throw HostError(ExitStatus::WrongUsage, "--include: " + options.includeFolder + " is not a folder");
-    }
-    if (paths.include.size() >= kPathUnits) {
-        throw HostError(ExitStatus::WrongUsage, "--include: the path is too long for the module");
-    }
-    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", paths.include.c_str());
-}
 
 void PrintError(const std::string& text) {
     std::fprintf(stderr, "%s\n", text.c_str());
@@ -92,30 +60,6 @@ SessionOptions SessionOptionsOf(const Options& options, const StagedShader& shad
             .autoOffscreen = true};
 }
 
-/// "DIR\frame-00001.png" and so on.
-std::wstring NumberedPicture(const std::wstring& folder, int number) {
-    wchar_t name[32];
-    std::swprintf(name, 32, L"\\frame-%05d.png", number);
-    return folder + name;
-}
-
-/// Otherwise a long run would be lost at its end.
-void RequireWritableOutput(const char* option, const std::wstring& path) {
-    const std::string failure = FailureOf([&] { RequireWritable(path); });
-    if (!failure.empty()) {
-        throw HostError(ExitStatus::WrongUsage, std::string(option) + ": " + failure);
-    }
-}
-
-void RequireWritableOutputs(const Paths& paths) {
-    for (std::size_t i = 0; i < std::size(kOutputs); ++i) {
-        const std::wstring& path = paths.outputs[i];
-        if (!path.empty()) {
-            RequireWritableOutput(kOutputs[i].option, kOutputs[i].folder ? NumberedPicture(path, 1) : path);
-        }
-    }
-}
-
 /// Shared by runs with and without a window.
 struct Run {
     const Options& options;
@@ -138,6 +82,10 @@ struct Outcome {
 Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
     HostSession session(library, SessionOptionsOf(run.options, run.shader.Staged()));
     session.Open();
+    std::optional<VideoWriter> video;
+    if (const std::wstring& path = run.paths.Of(Output::Video); !path.empty()) {
+        video.emplace(path, run.options.framesPerSecond);
+    }
     std::vector<FrameRecord> frames = RunFrames(
         session, {.frames = run.options.frames,
                   .checksums = !run.paths.Of(Output::Report).empty(),
@@ -147,6 +95,9 @@ Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
                   .frameDrawn = [&](int count) {
                       if (!run.paths.Of(Output::Frames).empty()) {
                           WritePng(NumberedPicture(run.paths.Of(Output::Frames), count), session.Picture());
+                      }
+                      if (video) {
+                          video->Write(session.Picture());
                       }
                   }});
     std::string pictureError;
@@ -187,7 +138,8 @@ void PrintSummary(const Options& options, const Outcome& outcome, const FrameSta
 }
 
 void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
-                 const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines) {
+                 const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines,
+                 const std::optional<std::vector<PlaylistFailure>>& failedPicks = {}) {
     if (paths.Of(Output::Report).empty()) {
         return;
     }
@@ -197,7 +149,8 @@ void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
                                          .exitStatus = static_cast<int>(status),
                                          .gl = QueryGlInfo(),
                                          .frames = frames,
-                                         .debugLines = lines});
+                                         .debugLines = lines,
+                                         .failedPicks = failedPicks});
     WriteOutputFile(paths.Of(Output::Report), BytesOf(json));
 }
 
@@ -237,6 +190,7 @@ ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const 
         throw HostError(ExitStatus::Failed, outcome.pictureError);
     }
     const std::vector<std::string> lines = readableLines();
+    PrintLines(run.shader.Warnings());
     PrintLines(lines);
     if (status == ExitStatus::Drawn) {
         PrintOutcome(run, outcome, statistics);
@@ -252,9 +206,34 @@ std::wstring PictureStem(const Paths& paths) {
     return paths.start + L"\\" + name.substr(0, name.rfind(L'.'));
 }
 
+std::optional<PlaylistPlayer> OpenPlaylist(const Run& run) {
+    if (run.options.playlistPath.empty()) {
+        return std::nullopt;
+    }
+    const std::wstring& favourites = run.paths.Of(Output::Favourites);
+    return std::optional<PlaylistPlayer>(
+        std::in_place,
+        PlaylistFiles{run.paths.source, run.options.playlistPath,
+                      favourites.empty() ? FolderOf(run.paths.source) + L"favourites.txt" : favourites},
+        run.shader.Staged(), std::chrono::seconds(run.options.secondsPerPick));
+}
+
+void PrintFailedPicks(const PlaylistPlayer& playlist) {
+    const auto failures = playlist.Order().Failures();
+    if (!failures.empty()) {
+        PrintError("preview: failed to load " + std::to_string(failures.size()) + " of the playlist's " +
+                   std::to_string(playlist.Order().LineCount()) + " shaders:");
+    }
+    for (const PlaylistFailure& failure : failures) {
+        PrintError(playlist.NameOf(failure.line) + ": " +
+                   failure.reason.substr(0, failure.reason.find('\n')));
+    }
+}
+
 ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
                        const Messages& readableLines) {
-    return RunLiveView(
+    auto playlist = OpenPlaylist(run);
+    const ExitStatus status = RunLiveView(
         library.Functions(),
         {.session = SessionOptionsOf(run.options, run.shader.Staged()),
          .name = SourceName(run.options),
@@ -267,18 +246,24 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
          .fullScreen = run.options.fullScreen,
          .monitor = run.options.monitor,
          .scale = run.options.scale,
-         .anotherPick = !run.options.playlistPath.empty(),
+         .playlist = playlist ? &*playlist : nullptr,
          .command = [&] { return CommandOf(run.options); },
          .place = run.options.place,
          .fileDropped = [&](const std::wstring& path,
                             const ViewState& state) { run.next = OptionsForFile(run.options, path, state); },
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
+         .warnings = [&] { return run.shader.Warnings(); },
          .takeMessages =
              [&] {
                  auto lines = readableLines();
                  capture.Clear();
                  return lines;
              }});
+    if (playlist) {
+        PrintFailedPicks(*playlist);
+        WriteReport(run.options, run.paths, status, {}, {}, playlist->Order().Failures());
+    }
+    return status;
 }
 
 /// A shader from the service has no folder.
@@ -295,6 +280,7 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
         return OpenedShader::OfIdentifier(options.shaderId);
     }
     if (options.documentPath.empty()) {
+        PrintLines(PlaylistFaults(ReadInputFile(paths.source), options.playlistPath));
         return OpenedShader::OfPlaylist(paths.source);
     }
     OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
@@ -317,13 +303,17 @@ std::wstring CachedFile(const std::string& identifier) {
                         "--forget: \"" + identifier + "\" is not a shader identifier");
     }
     const ModuleLibrary library;
-    ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\", folder, kPathUnits);
+    const DWORD units =
+        ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\", folder, kPathUnits);
+    if (units == 0 || units + std::wstring_view(entry.name).size() > kPathUnits) {
+        throw HostError(ExitStatus::Failed, "--forget: the path of the module's cache is too long");
+    }
     return std::wstring(folder) + entry.name;
 }
 
 /// Draws the shader once; `next` is what a file dropped on the window asks for.
 ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
-    const Paths paths = ResolvePaths(options);
+    Paths paths = ResolvePaths(options);
     SetIncludeFolder(options, paths);
     std::optional<EventPlayer> events = ReadEvents(options);
     OpenedShader shader = OpenShader(options, paths);
@@ -333,7 +323,9 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
         if (!shader.Errors().empty()) {
             return shader.Errors();
         }
-        return ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options));
+        return EditorLines(
+            ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options)),
+            shader.Names());
     };
     try {
         std::optional<WorkingFolder> folder;

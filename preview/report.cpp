@@ -100,6 +100,26 @@ void WriteFrames(JsonWriter& json, const std::vector<FrameRecord>& frames) {
     json.EndArray();
 }
 
+void WriteDebugOutput(JsonWriter& json, const std::vector<std::string>& lines) {
+    json.BeginArray("debugOutput");
+    for (const std::string& line : lines) {
+        json.Text({}, line);
+    }
+    json.EndArray();
+}
+
+void WriteFailedPicks(JsonWriter& json, const std::vector<PlaylistFailure>& failures) {
+    json.BeginArray("failedPicks");
+    for (const PlaylistFailure& failure : failures) {
+        json.BeginObject();
+        WriteCount(json, "line", failure.line.number);
+        json.Text("shader", failure.line.Name());
+        json.Text("reason", failure.reason);
+        json.EndObject();
+    }
+    json.EndArray();
+}
+
 }  // namespace
 
 std::uint32_t Crc32(std::span<const std::uint8_t> bytes) noexcept {
@@ -140,13 +160,13 @@ std::string ReportJson(const Report& report) {
     json.Integer("height", report.height);
     json.Integer("exitStatus", report.exitStatus);
     WriteGl(json, report.gl);
-    WriteStatistics(json, Summarize(report.frames));
-    WriteFrames(json, report.frames);
-    json.BeginArray("debugOutput");
-    for (const std::string& line : report.debugLines) {
-        json.Text({}, line);
+    if (report.failedPicks) {
+        WriteFailedPicks(json, *report.failedPicks);
+    } else {
+        WriteStatistics(json, Summarize(report.frames));
+        WriteFrames(json, report.frames);
+        WriteDebugOutput(json, report.debugLines);
     }
-    json.EndArray();
     json.EndObject();
     return json.Result() + "\n";
 }

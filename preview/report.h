@@ -3,11 +3,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "module/host_abi.h"
+#include "preview/host/playlist_lines.h"
 
 namespace pixelforge::preview {
 
@@ -58,6 +60,9 @@ struct Report {
     GlInfo gl;
     std::vector<FrameRecord> frames;
     std::vector<std::string> debugLines;
+
+    /// Of a playlist in the live view, which records no frames: the report then lists these instead.
+    std::optional<std::vector<PlaylistFailure>> failedPicks = {};
 };
 
 /// UTF-8, indented, ending in a newline.

@@ -12,7 +12,7 @@ import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-LINK = re.compile(r"\]\(([^):]+?)(?:#[^)]*)?\)")
+LINK = re.compile(r"\]\(([^):#]+)(?:#[^)]*)?\)")
 
 
 def code_lines(page):

@@ -101,7 +101,6 @@ private:
     CommentLines found_;
     std::string_view line_;
     int lineNumber_ = 0;
-    std::array<int, 4> setInLine_ = {};  ///< 0: not yet
 };
 
 CommentLines Reader::Read() {
@@ -154,7 +153,7 @@ void Reader::ReadInput(Words words) {
     if (file_.stem == "common") {
         return Fail(words[0], "Common has no inputs of its own");
     }
-    int& line = setInLine_[static_cast<std::size_t>(digit - '0')];
+    int& line = found_.lines[static_cast<std::size_t>(digit - '0')];
     if (line != 0) {
         return Fail(words[0], key + " is already set in line " + std::to_string(line));
     }

@@ -40,7 +40,8 @@ inline constexpr int kBufferAId = 257;
 struct CommentLines {
     bool nameInputs = false;  ///< true: at least one line names an input
     Channels channels = {};
-    std::string name;  ///< this and the next three are empty without a line
+    std::array<int, 4> lines = {};  ///< where each channel is named; 0: nowhere
+    std::string name;               ///< this and the next three are empty without a line
     std::string author;
     std::string description;
     std::string tags;                 ///< separated by blanks

@@ -148,8 +148,22 @@ void WriteInputs(JsonWriter& json, const Channels& channels) {
     json.EndArray();
 }
 
+const PassRow& RowOf(std::string_view stem) {
+    return *std::ranges::find(kPasses, stem, &PassRow::stem);
+}
+
+void AddInputPlaces(const PassFile& pass, const CommentLines& comments, std::vector<InputPlace>& inputs) {
+    for (std::size_t channel = 0; channel < comments.lines.size(); ++channel) {
+        if (const int line = comments.lines[channel]; line != 0) {
+            inputs.push_back({RowOf(pass.stem).name, static_cast<int>(channel),
+                              std::string(comments.channels[channel].type),
+                              pass.name + ":" + std::to_string(line) + ":1"});
+        }
+    }
+}
+
 void WritePassFile(JsonWriter& json, const PassFile& pass, const Channels& channels) {
-    const PassRow& row = *std::ranges::find(kPasses, pass.stem, &PassRow::stem);
+    const PassRow& row = RowOf(pass.stem);
     json.BeginObject();
     json.Text("type", row.type);
     json.Text("name", row.name);
@@ -286,6 +300,10 @@ Value* InputsOfImage(Value& root) {
 
 }  // namespace
 
+std::string_view PassNameOf(std::string_view stem) {
+    return RowOf(stem).name;
+}
+
 MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFile>& passes,
                                  const FileExists& exists) {
     MadeDocument made;
@@ -293,6 +311,7 @@ MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFi
     for (const PassFile& pass : passes) {
         comments.push_back(ReadCommentLines(pass, passes, exists));
         std::ranges::copy(comments.back().errors, std::back_inserter(made.errors));
+        AddInputPlaces(pass, comments.back(), made.inputs);
     }
     const CommentLines& image = comments.front();
     const bool explicitInputs = std::ranges::any_of(comments, &CommentLines::nameInputs);

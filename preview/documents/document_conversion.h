@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "preview/documents/comment_lines.h"
+#include "preview/documents/editor_lines.h"
 
 namespace pixelforge::preview {
 
@@ -16,7 +17,11 @@ inline constexpr std::string_view kPassFileStems[] = {"common", "a", "b", "c", "
 struct MadeDocument {
     std::string json;                 ///< UTF-8
     std::vector<std::string> errors;  ///< of comment lines, see `CommentLines`
+    std::vector<InputPlace> inputs;   ///< of comment lines
 };
+
+/// The document's name for the pass of a plain shader's file: "Buffer A" for "a".
+std::string_view PassNameOf(std::string_view stem);
 
 /// The document of these passes, the image first. `stem` is the shader's file name without extension: the
 /// document's id and, without a comment line for it, its name. If no comment line names an input, every pass

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "preview/documents/shader_source.h"
 #include "preview/host/staged_shader.h"
 
 namespace pixelforge::preview {
@@ -48,18 +49,21 @@ public:
     static OpenedShader OfIdentifier(const std::string& identifier);
     static OpenedShader OfPlaylist(const std::wstring& path);
 
-    /// The include folder may be empty; `name` is the path as the user wrote it.
-    static OpenedShader OfFile(const std::wstring& path, const std::wstring& includeFolder,
+    /// `name` is the path as the user wrote it.
+    static OpenedShader OfFile(const std::wstring& path, const IncludeFolder& include,
                                const std::string& name);
 
     StagedShader& Staged() noexcept { return staged_; }
 
     /// How the file was converted to a document; empty if it was not.
-    const std::string& Conversion() const noexcept { return conversion_; }
+    const std::string& Conversion() const noexcept { return source_.conversion; }
 
     /// What is wrong with a plain shader's comment lines. Its document is staged empty, so that the module
     /// cannot load it.
-    const std::vector<std::string>& Errors() const noexcept { return errors_; }
+    const std::vector<std::string>& Errors() const noexcept { return source_.errors; }
+
+    const std::vector<std::string>& Warnings() const noexcept { return source_.warnings; }
+    const SourceNames& Names() const noexcept { return source_.names; }
 
     /// Stages the shader again if one of its files has changed. Returns true if so: the module must reload. A
     /// file that cannot be read is assumed to be still being written and is retried later.
@@ -75,10 +79,8 @@ private:
 
     StagedShader staged_;
     std::wstring path_;
-    std::wstring includeFolder_;
-    std::string name_;
-    std::string conversion_;
-    std::vector<std::string> errors_;
+    IncludeFolder include_;
+    ShaderSource source_;
     std::optional<FileWatch> watch_;
     std::string picture_;  ///< see `UsePicture`
 };

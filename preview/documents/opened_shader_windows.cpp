@@ -8,7 +8,6 @@
 
 #include "base/text.h"
 #include "preview/documents/document_conversion.h"
-#include "preview/documents/shader_source.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 
@@ -66,34 +65,34 @@ std::vector<FileWatch::Stamp> FileWatch::ReadStamps() const {
 
 OpenedShader OpenedShader::OfIdentifier(const std::string& identifier) {
     const auto line = Narrow(FromUtf8(identifier) + L"\r\n", TextEncoding::AnsiCodePage);
-    return OpenedShader(StagedShader::OfPlaylist(BytesOf(line.value_or(std::string()))));
+    OpenedShader shader(StagedShader::OfPlaylist(BytesOf(line.value_or(std::string()))));
+    shader.source_.names.shader = identifier;
+    return shader;
 }
 
 OpenedShader OpenedShader::OfPlaylist(const std::wstring& path) {
     return OpenedShader(StagedShader::OfPlaylist(BytesOf(ReadInputFile(path))));
 }
 
-OpenedShader OpenedShader::OfFile(const std::wstring& path, const std::wstring& includeFolder,
+OpenedShader OpenedShader::OfFile(const std::wstring& path, const IncludeFolder& include,
                                   const std::string& name) {
-    ShaderSource source = ReadShaderSource(path, includeFolder, name);
+    ShaderSource source = ReadShaderSource(path, include, name);
     OpenedShader shader(StagedShader::OfDocument(StagedBytes(source)));
     shader.path_ = path;
-    shader.includeFolder_ = includeFolder;
-    shader.name_ = name;
-    shader.errors_ = std::move(source.errors);
-    shader.conversion_ = std::move(source.conversion);
-    shader.watch_.emplace(std::move(source.files));
+    shader.include_ = include;
+    shader.watch_.emplace(source.files);
+    shader.source_ = std::move(source);
     return shader;
 }
 
 void OpenedShader::StageAgain() {
-    ShaderSource source = ReadShaderSource(path_, includeFolder_, name_);
+    ShaderSource source = ReadShaderSource(path_, include_, source_.names.shader);
     if (!picture_.empty()) {
         source.document = WithPicture(source.document, picture_);
     }
     staged_.ReplaceDocument(StagedBytes(source));
-    errors_ = std::move(source.errors);
-    watch_->Watch(std::move(source.files));
+    watch_->Watch(source.files);
+    source_ = std::move(source);
 }
 
 void OpenedShader::UsePicture(const std::string& path) {

@@ -1,14 +1,26 @@
 // Reads the shader and collects the paths of its files.
 #include "preview/documents/shader_source.h"
 
+#include <windows.h>
+
+// Otherwise the header redefines the runtime library's string functions.
+#define NO_DSHOW_STRSAFE
+#include <dshow.h>
+#include <mmdeviceapi.h>
+#include <wrl/client.h>
+
 #include <algorithm>
+#include <iterator>
 #include <span>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "base/file.h"
 #include "base/text.h"
+#include "base/win_handles.h"
 #include "preview/documents/document_conversion.h"
+#include "preview/documents/source_faults.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 
@@ -17,6 +29,8 @@ namespace {
 
 /// Also ends recursive includes.
 constexpr std::size_t kMaximumFiles = 512;
+
+using Microsoft::WRL::ComPtr;
 
 /// As UTF-8 without a byte order mark.
 std::string ReadText(const std::wstring& path) {
@@ -52,7 +66,8 @@ std::string StemOf(const std::wstring& path) {
     return ToUtf8(name.substr(0, name.rfind(L'.')));
 }
 
-void ReadPlainShader(const std::wstring& path, const std::string& name, ShaderSource& source) {
+void ReadPlainShader(const std::wstring& path, ShaderSource& source) {
+    const std::string& name = source.names.shader;
     std::vector<PassFile> passes = {{"image", ReadText(path), name}};
     source.conversion = "plain shader, used as the Image pass";
     for (const std::string_view stem : kPassFileStems) {
@@ -68,13 +83,70 @@ void ReadPlainShader(const std::wstring& path, const std::string& name, ShaderSo
     });
     source.document = std::move(made.json);
     source.errors = std::move(made.errors);
+    source.names.inputs = std::move(made.inputs);
+    for (PassFile& pass : passes) {
+        source.names.texts.push_back(
+            {std::string(PassNameOf(pass.stem)), std::move(pass.name), std::move(pass.code)});
+    }
 }
 
 void ReadDocument(const std::wstring& path, ShaderSource& source) {
     source.document = ReadInputFile(path);
+    source.warnings = DocumentFaults(source.document, source.names);
     if (auto converted = ConvertBareDocument(source.document)) {
         source.document = std::move(*converted);
         source.conversion = "document without \"Shader\", converted";
+    }
+}
+
+// Devices. A thread of their own, because the module expects a host's thread without COM.
+
+template <class Work>
+void OnComThread(const Work& work) {
+    std::thread([&] {
+        const ComApartment apartment;
+        work();
+    }).join();
+}
+
+bool HasSoundOutput() {
+    ComPtr<IMMDeviceEnumerator> devices;
+    ComPtr<IMMDevice> device;
+    return SUCCEEDED(CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
+                                      IID_PPV_ARGS(devices.GetAddressOf()))) &&
+           SUCCEEDED(devices->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf()));
+}
+
+bool HasCamera() {
+    ComPtr<ICreateDevEnum> devices;
+    ComPtr<IEnumMoniker> cameras;
+    ComPtr<IMoniker> first;
+    return SUCCEEDED(CoCreateInstance(CLSID_SystemDeviceEnum, nullptr, CLSCTX_INPROC_SERVER,
+                                      IID_PPV_ARGS(devices.GetAddressOf()))) &&
+           devices->CreateClassEnumerator(CLSID_VideoInputDeviceCategory, cameras.GetAddressOf(), 0) ==
+               S_OK &&
+           cameras->Next(1, first.GetAddressOf(), nullptr) == S_OK;
+}
+
+void WarnOfAbsentDevice(ShaderSource& source, bool camera) {
+    bool wanted = false;
+    bool present = false;
+    const auto fits = [camera](const InputPlace& input) {
+        constexpr std::string_view kSound[] = {"audio", "music", "musicstream", "mic"};
+        return camera ? input.type == "webcam" : std::ranges::find(kSound, input.type) != std::end(kSound);
+    };
+    for (const InputPlace& input : source.names.inputs) {
+        if (!fits(input)) {
+            continue;
+        }
+        if (!std::exchange(wanted, true)) {
+            OnComThread([&] { present = camera ? HasCamera() : HasSoundOutput(); });
+        }
+        if (!present) {
+            source.warnings.push_back(
+                input.place + ": warning: " + input.pass + ", iChannel" + std::to_string(input.channel) +
+                (camera ? ": there is no camera" : ": there is no sound output device"));
+        }
     }
 }
 
@@ -102,21 +174,29 @@ bool MayNameFiles(const std::wstring& path) {
 
 }  // namespace
 
-ShaderSource ReadShaderSource(const std::wstring& absolutePath, const std::wstring& includeFolder,
-                              std::string_view name) {
+ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFolder& include,
+                              const std::string& name) {
     ShaderSource source;
+    source.names = {
+        .shader = name, .file = true, .includeFolder = ToUtf8(include.path), .includeName = include.name};
     source.files.push_back(absolutePath);
     if (IsPlainShader(absolutePath)) {
-        ReadPlainShader(absolutePath, std::string(name), source);
+        ReadPlainShader(absolutePath, source);
     } else {
         ReadDocument(absolutePath, source);
     }
+    {
+        const WorkingFolder here(absolutePath);
+        std::ranges::move(MissingIncludes(source.names), std::back_inserter(source.warnings));
+    }
+    WarnOfAbsentDevice(source, false);
+    WarnOfAbsentDevice(source, true);
     const std::wstring folder = absolutePath.substr(0, absolutePath.find_last_of(L"\\/"));
     const std::size_t ownFiles = source.files.size();
-    AddNamedFiles(source.document, folder, includeFolder, source.files);
+    AddNamedFiles(source.document, folder, include.path, source.files);
     for (std::size_t i = ownFiles; i < source.files.size(); ++i) {
         if (MayNameFiles(source.files[i])) {
-            AddNamedFiles(ReadTextIfPossible(source.files[i]), folder, includeFolder, source.files);
+            AddNamedFiles(ReadTextIfPossible(source.files[i]), folder, include.path, source.files);
         }
     }
     return source;

@@ -31,6 +31,9 @@ std::string ReadInputFile(const std::wstring& absolutePath);
 /// Creates or replaces a file. Throws `HostError` with `Failed` and leaves no half-written file.
 void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes);
 
+/// Adds to the end of a file, or creates it. Throws `HostError` with `Failed`.
+void AppendToFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes);
+
 /// Creates the missing folders of a path. Throws `HostError` with `WrongUsage`.
 void MakeFolders(const std::wstring& absoluteFolder);
 

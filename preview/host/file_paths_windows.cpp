@@ -125,6 +125,14 @@ void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint
     throw HostError(ExitStatus::Failed, problem);
 }
 
+void AppendToFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes) {
+    const auto file = AdoptFileHandle(CreateFileW(LongPath(absolutePath).c_str(), FILE_APPEND_DATA, 0,
+                                                  nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file || !WriteAll(file.Get(), bytes)) {
+        throw HostError(ExitStatus::Failed, WithLastError("cannot write " + ToUtf8(absolutePath)));
+    }
+}
+
 void MakeFolders(const std::wstring& absoluteFolder) {
     const std::wstring folder = LongPath(absoluteFolder);
     if (IsExistingFolder(folder.c_str())) {

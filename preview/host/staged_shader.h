@@ -35,6 +35,9 @@ public:
     /// Replaces the document's copy. Throws `HostError` with `Failed`.
     void ReplaceDocument(std::span<const std::uint8_t> document);
 
+    /// Replaces the playlist's text. Throws `HostError` with `Failed`.
+    void ReplacePlaylist(std::span<const std::uint8_t> playlist);
+
     void Remove() noexcept;
 
 private:

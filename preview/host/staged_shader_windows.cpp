@@ -164,6 +164,10 @@ void StagedShader::ReplaceDocument(std::span<const std::uint8_t> document) {
     WriteOutputFile(aliasPath_, document);
 }
 
+void StagedShader::ReplacePlaylist(std::span<const std::uint8_t> playlist) {
+    WriteOutputFile(InPlaylistFolder(PlaylistNameOf(tag_)), playlist);
+}
+
 void StagedShader::Remove() noexcept {
     for (auto file = createdFiles_.rbegin(); file != createdFiles_.rend(); ++file) {
         DeleteFileW(file->c_str());

@@ -10,6 +10,7 @@
 #include "preview/host/host_error.h"
 #include "preview/host/host_session.h"
 #include "preview/host/input_events.h"
+#include "preview/view/playlist_player.h"
 
 namespace pixelforge::preview {
 
@@ -33,9 +34,9 @@ struct LiveViewOptions {
     const std::atomic<bool>* stop = nullptr;  ///< set by another thread to end the view
     bool realTime = false;                    ///< shader time follows the clock
     bool fullScreen = false;
-    std::int32_t monitor = 0;  ///< from 1; 0: the system's choice
-    double scale = 1.0;        ///< frame size by window size
-    bool anotherPick = false;  ///< each load picks a shader, so a failed one is followed by another
+    std::int32_t monitor = 0;            ///< from 1; 0: the system's choice
+    double scale = 1.0;                  ///< frame size by window size
+    PlaylistPlayer* playlist = nullptr;  ///< if not null, the next shader follows one that fails
 
     /// The command line that opens the shader, without settings. May be empty.
     std::function<std::string()> command = {};
@@ -49,11 +50,15 @@ struct LiveViewOptions {
     /// Polled between frames; true requests a reload. May be empty.
     std::function<bool()> sourceChanged = {};
 
-    /// The module's messages since the last call, for stderr and, after a failed load, for the window.
+    /// What is wrong with the shader's source apart from the module's messages, shown with those of each
+    /// load. May be empty.
+    std::function<std::vector<std::string>()> warnings = {};
+
+    /// The module's messages since the last call, for stderr and, if they are a load's, for the window.
     std::function<std::vector<std::string>()> takeMessages = {};
 };
 
-/// `Drawn` if a frame was drawn and, unless each load picks a shader, the last load succeeded.
+/// `Drawn` if a frame was drawn and, except with a playlist, the last load succeeded.
 ExitStatus RunLiveView(const ModuleFunctions& module, const LiveViewOptions& options);
 
 }  // namespace pixelforge::preview

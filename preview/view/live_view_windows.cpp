@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <iterator>
 #include <optional>
 
 #include "base/load_error.h"
@@ -21,9 +22,6 @@ constexpr auto kFrameTime = std::chrono::microseconds(16'667);
 constexpr auto kTitlePeriod = std::chrono::milliseconds(500);
 constexpr auto kStatusTime = std::chrono::seconds(3);
 
-/// Before the next pick from a playlist, so that the error can be read and a playlist of identifiers that all
-/// fail does not flood the service.
-constexpr auto kRetryTime = std::chrono::seconds(1);
 constexpr DWORD kIdleMilliseconds = 50;
 
 /// For F11, unless --levels gives another one.
@@ -52,10 +50,14 @@ private:
     void Reload();
     void ExpectLoad();
     void OpenDroppedFile();
+    void ExecuteOnPlaylist(ViewCommand command);
     void DrawFrame();
     void HandleResult(FrameResult result);
     void HandleDrawn();
     void HandleFailure();
+    std::string TakeMessages() const;
+    void ReportMessages(const std::string& text);
+    void ReportLoad(const std::string& outcome) const;
     void ShowLoadedNotice();
     void SavePicture(const std::wstring& path);
     void ShowStatus(const std::wstring& text);
@@ -69,9 +71,9 @@ private:
     HostSession session_;
     RealTime realTime_{session_};
     ControlChanges controls_;
-    bool loading_ = true;  ///< the next frame loads the shader
-    bool failed_ = false;  ///< the last load failed: draws nothing until something changes or `retryTime_`
-    Clock::time_point retryTime_;
+    bool loading_ = true;      ///< the next frame loads the shader
+    bool loadFailed_ = false;  ///< the last load that ended
+    bool failed_ = false;      ///< the last load failed: draws nothing until something changes
     int failures_ = 0;
     bool paused_ = false;
     bool stepping_ = false;
@@ -79,7 +81,9 @@ private:
     bool replaced_ = false;  ///< by another view
     int frame_ = 0;          ///< drawn since the last load
     int drawn_ = 0;
-    std::wstring error_;
+    std::wstring messages_;  ///< of the last load
+    bool messagesShown_ = true;
+    std::optional<std::wstring> noticeText_;  ///< shown last
     std::wstring status_;
     Clock::time_point statusEnd_;
     std::optional<Clock::time_point> noticeEnd_;
@@ -132,8 +136,15 @@ ExitStatus LiveView::Run() {
         ExecuteCommands();
         Refit();
         OpenDroppedFile();
-        if (controls_.TakeReload() || (options_.sourceChanged && options_.sourceChanged())) {
+        const bool changed = options_.sourceChanged && options_.sourceChanged();
+        if (changed) {
+            ReportLoad("reloading");
+        }
+        if (controls_.TakeReload() || changed) {
             Reload();
+        }
+        if (options_.playlist && !paused_ && options_.playlist->IsDue()) {
+            ExecuteOnPlaylist(ViewCommand::NextPick);
         }
         UpdateText();
         UpdateTitle();
@@ -148,7 +159,7 @@ ExitStatus LiveView::Run() {
     if (!options_.lastPicture.empty() && drawn_ > 0) {
         SavePicture(options_.lastPicture);
     }
-    return drawn_ > 0 && (!failed_ || options_.anotherPick) ? ExitStatus::Drawn : ExitStatus::Failed;
+    return drawn_ > 0 && (!failed_ || options_.playlist) ? ExitStatus::Drawn : ExitStatus::Failed;
 }
 
 bool LiveView::Ended() const {
@@ -156,13 +167,12 @@ bool LiveView::Ended() const {
         return true;
     }
     const bool canRecover =
-        options_.sourceChanged || (options_.anotherPick && (drawn_ > 0 || failures_ < kMaxInitialFailures));
+        options_.sourceChanged || (options_.playlist && (drawn_ > 0 || failures_ < kMaxInitialFailures));
     return options_.frames > 0 && (drawn_ >= options_.frames || (failed_ && !canRecover));
 }
 
 bool LiveView::Resting() const {
-    const bool retry = options_.anotherPick && Clock::now() >= retryTime_;
-    return (failed_ && !retry) || (paused_ && !stepping_);
+    return failed_ || (paused_ && !stepping_);
 }
 
 void LiveView::ExecuteCommands() {
@@ -186,8 +196,16 @@ void LiveView::Execute(ViewCommand command) {
         case ViewCommand::Reload:
             Reload();
             break;
+        case ViewCommand::Messages:
+            messagesShown_ = !messagesShown_;
+            break;
         case ViewCommand::SavePicture:
             SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
+            break;
+        case ViewCommand::NextPick:
+        case ViewCommand::PreviousPick:
+        case ViewCommand::AddFavourite:
+            ExecuteOnPlaylist(command);
             break;
         case ViewCommand::FullScreen:
             view_.SetFullScreen(!view_.IsFullScreen());
@@ -204,6 +222,9 @@ void LiveView::Execute(ViewCommand command) {
 void LiveView::Pause(bool paused) {
     paused_ = paused;
     realTime_.Restart();
+    if (options_.playlist && !failed_) {
+        options_.playlist->RestartTime();
+    }
 }
 
 /// Applies a new window size, and changes of tiles, foreground or levels that require pre-initialisation.
@@ -249,6 +270,21 @@ void LiveView::ExpectLoad() {
     failed_ = false;
 }
 
+void LiveView::ExecuteOnPlaylist(ViewCommand command) {
+    if (!options_.playlist) {
+        ShowStatus(L"There is no playlist");
+    } else if (command == ViewCommand::AddFavourite) {
+        ShowStatus(options_.playlist->AddFavourite());
+    } else if (command == ViewCommand::PreviousPick && !options_.playlist->Previous()) {
+        ShowStatus(L"No shader was shown before this one");
+    } else {
+        if (command == ViewCommand::NextPick) {
+            options_.playlist->Next();
+        }
+        Reload();
+    }
+}
+
 void LiveView::DrawFrame() {
     if (options_.events) {
         options_.events->Play(drawn_, view_.Frame());
@@ -283,14 +319,19 @@ void LiveView::HandleResult(FrameResult result) {
 }
 
 void LiveView::HandleDrawn() {
-    for (const std::string& line : options_.takeMessages()) {
-        PrintLine(line);
-    }
-    error_.clear();
+    ReportMessages(TakeMessages());
     if (loading_) {
+        ReportLoad("loaded");
+        if (options_.sourceChanged && loadFailed_) {
+            ShowStatus(L"Loaded again");
+        }
         loading_ = false;
+        loadFailed_ = false;
         realTime_.Restart();
         frame_ = 0;
+        if (options_.playlist) {
+            options_.playlist->MarkDrawn();
+        }
         ShowLoadedNotice();
     }
     ++frame_;
@@ -301,22 +342,61 @@ void LiveView::HandleDrawn() {
 /// The module destroys the old shader before it loads the new one; the window keeps showing the last picture.
 void LiveView::HandleFailure() {
     failed_ = true;
+    loadFailed_ = true;
     ++failures_;
-    retryTime_ = Clock::now() + kRetryTime;
-    error_.clear();
-    for (const std::string& line : options_.takeMessages()) {
-        PrintLine(line);
-        error_ += FromUtf8(line) + L"\n";
+    std::string text = TakeMessages();
+    if (text.empty()) {
+        text = "The shader failed to load; the module reported no reason.";
     }
-    if (error_.empty()) {
-        error_ = L"The shader failed to load; the module reported no reason.";
+    if (options_.playlist) {
+        text = options_.playlist->MarkFailed(text);
+    }
+    ReportMessages(text);
+    ReportLoad("failed to load");
+}
+
+/// Lines: for a load, first what preview itself found wrong, then the module's.
+std::string LiveView::TakeMessages() const {
+    std::vector<std::string> lines;
+    if (options_.warnings && (loading_ || failed_)) {
+        lines = options_.warnings();
+    }
+    std::ranges::move(options_.takeMessages(), std::back_inserter(lines));
+    std::string text;
+    for (const std::string& line : lines) {
+        text += (text.empty() ? "" : "\n") + line;
+    }
+    return text;
+}
+
+/// The messages of a load stay in the window until the next one; hidden ones appear again if they differ.
+void LiveView::ReportMessages(const std::string& text) {
+    if (!text.empty()) {
+        PrintLine(text);
+    }
+    std::wstring shown;
+    for (const wchar_t c : FromUtf8(text)) {
+        shown += c == L'\n' ? std::wstring(L"\r\n") : std::wstring(1, c);
+    }
+    if ((loading_ || failed_) && shown != messages_) {
+        messages_ = shown;
+        messagesShown_ = true;
     }
 }
 
+/// For editors that follow the output: when a list of errors begins and ends.
+void LiveView::ReportLoad(const std::string& outcome) const {
+    if (options_.sourceChanged) {
+        PrintLine("preview: " + options_.name + ": " + outcome);
+    }
+}
+
+/// Only once: not after each change of the shader's files.
 void LiveView::ShowLoadedNotice() {
     const auto notice = ReadNotice(HostSession::InfoText());
     const ControlRecord* seconds = session_.Control("Info Time");
-    if (notice && seconds && seconds->whole.value[0] > 0) {
+    if (notice && noticeText_ != HostSession::InfoText() && seconds && seconds->whole.value[0] > 0) {
+        noticeText_ = HostSession::InfoText();
         view_.ShowNotice(notice);
         noticeEnd_ = Clock::now() + std::chrono::seconds(seconds->whole.value[0]);
     }
@@ -346,11 +426,8 @@ void LiveView::UpdateText() {
     if (now >= statusEnd_) {
         status_.clear();
     }
-    std::wstring text = helpShown_ ? KeyList() : error_.empty() ? status_ : std::wstring();
-    if (!error_.empty()) {
-        text += (helpShown_ ? L"\n\n" : L"") + error_;
-    }
-    view_.ShowText(text);
+    view_.ShowMessages(messagesShown_ ? messages_ : std::wstring());
+    view_.ShowText(helpShown_ ? KeyList() : status_);
     controls_.RefreshPanel();
 }
 
@@ -367,7 +444,8 @@ void LiveView::UpdateTitle() {
     }
     wchar_t rate[32];
     std::swprintf(rate, 32, L"%.1f frames/s", rate_);
-    view_.SetTitle(FileNameOf(FromUtf8(options_.name)) + L" - frame " + std::to_wstring(frame_) + L" - " +
+    const std::string name = options_.playlist ? options_.playlist->ShaderName() : options_.name;
+    view_.SetTitle(FileNameOf(FromUtf8(name)) + L" - frame " + std::to_wstring(frame_) + L" - " +
                    (failed_   ? L"failed to load"
                     : paused_ ? L"paused"
                               : rate) +

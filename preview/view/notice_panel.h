@@ -1,9 +1,10 @@
-// The notice strip along the lower edge of the live view.
+// The panels of the live view: the notice along the lower edge, messages along the upper one.
 #pragma once
 
 #include <windows.h>
 
 #include <optional>
+#include <string>
 
 #include "base/win_handles.h"
 #include "preview/host/module_library.h"
@@ -32,6 +33,32 @@ private:
     UniqueHandle<LoadedLibraryTraits> library_;
     UniqueWindow control_;
     std::optional<Notice> notice_;
+};
+
+/// A read-only edit control that scrolls by wheel and scroll bar, at most a third of the parent's height.
+class MessagePanel {
+public:
+    /// The font must outlive the panel.
+    MessagePanel(HWND parent, HFONT font);
+
+    /// Lines end in "\r\n". An empty text hides the panel. False if it shows this text already.
+    bool Show(const std::wstring& text);
+
+    /// Positions it in the parent's client area.
+    void Place();
+
+    /// Pixels of the parent that it covers; 0 while hidden.
+    int Height() const noexcept { return height_; }
+
+    /// The parent's WM_MOUSEWHEEL, WM_COMMAND and WM_CTLCOLORSTATIC. The focus stays with the parent.
+    LRESULT OnMessage(UINT message, WPARAM wParam, LPARAM lParam) const;
+
+private:
+    HWND parent_;
+    UniqueWindow control_;
+    std::wstring text_;
+    int lineHeight_ = 1;
+    int height_ = 0;
 };
 
 }  // namespace pixelforge::preview

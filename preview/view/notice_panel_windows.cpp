@@ -1,9 +1,10 @@
-// The notice's rich edit control.
+// The rich edit control of the notice, and the edit control of messages.
 #include "preview/view/notice_panel.h"
 
 #include <richedit.h>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <string>
 
 #include "service/service_urls.h"
@@ -14,6 +15,9 @@ namespace {
 constexpr int kHeight = 84;
 constexpr COLORREF kBackground = RGB(16, 20, 28);  // first in the colour table of `NoticeAsRichText`
 constexpr DWORD kStyle = WS_CHILD | WS_CLIPSIBLINGS | ES_MULTILINE | ES_READONLY;
+constexpr COLORREF kMessageColor = RGB(255, 255, 255);
+constexpr int kMessageMargin = 12;
+constexpr int kShareOfHeight = 3;
 
 /// Both libraries are part of the system; the newer one supports emoji and right-to-left text.
 UniqueWindow MakeControl(HWND parent, UniqueHandle<LoadedLibraryTraits>& library) {
@@ -95,6 +99,62 @@ void NoticePanel::OpenLinkAt(LPARAM point) {
     if (IsServiceLink(link)) {
         ShellExecuteW(parent_, L"open", link.c_str(), nullptr, nullptr, SW_SHOWNORMAL);
     }
+}
+
+MessagePanel::MessagePanel(HWND parent, HFONT font)
+    : parent_(parent),
+      control_(CreateWindowExW(0, L"EDIT", L"", kStyle | WS_VSCROLL | ES_AUTOVSCROLL, 0, 0, 10, 10, parent,
+                               nullptr, GetModuleHandleW(nullptr), nullptr)) {
+    SendMessageW(control_.Get(), WM_SETFONT, reinterpret_cast<WPARAM>(font), FALSE);
+    SendMessageW(control_.Get(), EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN,
+                 MAKELPARAM(kMessageMargin, kMessageMargin));
+    const WindowDc dc(control_.Get());
+    const GdiSelection selection(dc.Get(), font);
+    TEXTMETRICW metrics = {};
+    if (GetTextMetricsW(dc.Get(), &metrics)) {
+        lineHeight_ = static_cast<int>(metrics.tmHeight);
+    }
+}
+
+bool MessagePanel::Show(const std::wstring& text) {
+    if (text == text_) {
+        return false;
+    }
+    text_ = text;
+    SetWindowTextW(control_.Get(), text.c_str());
+    Place();
+    ShowWindow(control_.Get(), text.empty() ? SW_HIDE : SW_SHOWNOACTIVATE);
+    return true;
+}
+
+void MessagePanel::Place() {
+    RECT client = {};
+    GetClientRect(parent_, &client);
+    const int most = static_cast<int>(client.bottom) / kShareOfHeight;
+    // The width first: it decides into how many lines the text breaks.
+    SetWindowPos(control_.Get(), HWND_TOP, 0, 0, client.right, most, SWP_NOACTIVATE);
+    const auto lines = static_cast<int>(SendMessageW(control_.Get(), EM_GETLINECOUNT, 0, 0));
+    const int shown = std::min(most, lines * lineHeight_ + 2);
+    SetWindowPos(control_.Get(), HWND_TOP, 0, 0, client.right, shown, SWP_NOACTIVATE);
+    height_ = text_.empty() ? 0 : shown;
+}
+
+LRESULT MessagePanel::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) const {
+    if (message == WM_MOUSEWHEEL) {
+        return SendMessageW(control_.Get(), message, wParam, lParam);
+    }
+    if (reinterpret_cast<HWND>(lParam) != control_.Get()) {
+        return DefWindowProcW(parent_, message, wParam, lParam);
+    }
+    if (message == WM_COMMAND && HIWORD(wParam) == EN_SETFOCUS) {
+        SetFocus(parent_);
+    }
+    if (message == WM_CTLCOLORSTATIC) {
+        SetTextColor(reinterpret_cast<HDC>(wParam), kMessageColor);
+        SetBkColor(reinterpret_cast<HDC>(wParam), RGB(0, 0, 0));
+        return reinterpret_cast<LRESULT>(GetStockObject(BLACK_BRUSH));
+    }
+    return 0;
 }
 
 }  // namespace pixelforge::preview

@@ -26,6 +26,7 @@ enum class ViewCommand {
     Pause,
     Step,
     Reload,
+    Messages,
     MoreColumns,
     FewerColumns,
     MoreRows,
@@ -34,6 +35,9 @@ enum class ViewCommand {
     Foreground,
     Levels,
     SavePicture,
+    NextPick,
+    PreviousPick,
+    AddFavourite,
     Panel,
     CopyCommandLine,
     Slower,
@@ -95,7 +99,10 @@ public:
     /// Copies the picture and shows it until the next one.
     void ShowPicture(const FramePixels& pixels);
 
-    /// Text over the picture in the upper left corner; tabs separate two columns.
+    /// In a panel that scrolls and covers at most the upper third; an empty text hides it.
+    void ShowMessages(const std::wstring& text);
+
+    /// Text over the picture in the upper left corner, below the messages; tabs separate two columns.
     void ShowText(const std::wstring& text);
     void SetTitle(const std::wstring& title);
 
@@ -136,6 +143,7 @@ private:
     UniqueFont font_;
     HostWindow frame_;
     NoticePanel notice_;
+    MessagePanel messages_;
 };
 
 }  // namespace pixelforge::preview

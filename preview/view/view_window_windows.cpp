@@ -31,7 +31,10 @@ constexpr KeyBinding kKeys[] = {
     {F(2), 0, ViewCommand::Pause, L"F2 or Pause\tpause / resume"},
     {VK_PAUSE, 0, ViewCommand::Pause, nullptr},
     {F(3), 0, ViewCommand::Step, L"F3\tpause, then step one frame"},
+    {F(4), 0, ViewCommand::NextPick, L"F4, Shift+F4\tnext / previous shader of the playlist"},
+    {F(4), kShift, ViewCommand::PreviousPick, nullptr},
     {F(5), 0, ViewCommand::Reload, L"F5\treload the shader"},
+    {F(5), kShift, ViewCommand::Messages, L"Shift+F5\thide / show the shader's messages"},
     {F(6), 0, ViewCommand::MoreColumns, L"F6, Shift+F6\tmore / fewer tiles across"},
     {F(6), kShift, ViewCommand::FewerColumns, nullptr},
     {F(7), 0, ViewCommand::MoreRows, L"F7, Shift+F7\tmore / fewer tiles down"},
@@ -40,6 +43,7 @@ constexpr KeyBinding kKeys[] = {
     {F(9), 0, ViewCommand::Foreground, L"F9\tforeground only on / off"},
     {F(11), 0, ViewCommand::Levels, L"F11\tlevel output / colours"},
     {F(12), 0, ViewCommand::SavePicture, L"F12\tsave a PNG"},
+    {VK_INSERT, 0, ViewCommand::AddFavourite, L"Insert\tadd the shader to the favourites"},
     {VK_TAB, 0, ViewCommand::Panel, L"Tab or F10\tall controls"},
     {F(10), 0, ViewCommand::Panel, nullptr},
     {F(10), kShift, ViewCommand::CopyCommandLine, L"Shift+F10\tcopy the settings as a command line"},
@@ -128,7 +132,8 @@ ViewWindow::ViewWindow(const ViewWindowOptions& options)
       pictureDc_(CreateCompatibleDC(nullptr)),
       font_(MakeFont()),
       frame_(options.width, options.height, {.visible = true, .procedure = Procedure, .parameter = this}),
-      notice_(frame_.Handle()) {
+      notice_(frame_.Handle()),
+      messages_(frame_.Handle(), font_.Get()) {
     ready_ = true;
     DragAcceptFiles(frame_.Handle(), TRUE);
     const std::optional<WindowPlace> place =
@@ -203,6 +208,12 @@ void ViewWindow::ShowText(const std::wstring& text) {
     }
 }
 
+void ViewWindow::ShowMessages(const std::wstring& text) {
+    if (messages_.Show(text)) {
+        Redraw();  // other text starts below them
+    }
+}
+
 void ViewWindow::SetTitle(const std::wstring& title) {
     if (title != title_) {
         title_ = title;
@@ -240,7 +251,8 @@ void ViewWindow::DrawOverlay(SIZE size) {
     }
     const HDC dc = canvasDc_.Get();
     const GdiSelection font(dc, font_.Get());
-    RECT area = {2 * kMargin, 2 * kMargin, size.cx - 2 * kMargin, size.cy - 2 * kMargin};
+    const LONG top = messages_.Height() + 2 * kMargin;
+    RECT area = {2 * kMargin, top, size.cx - 2 * kMargin, size.cy - 2 * kMargin};
     DRAWTEXTPARAMS tabs{sizeof tabs, kTabCharacters, 0, 0, 0};
     DrawTextExW(dc, text_.data(), -1, &area, kTextLayout | DT_CALCRECT, &tabs);
     RECT box = area;
@@ -264,6 +276,8 @@ void ViewWindow::Paint(HDC dc) {
         SetStretchBltMode(canvasDc_.Get(), COLORONCOLOR);
         StretchBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, pictureDc_.Get(), 0, 0, pixels.width,
                    pixels.height, SRCCOPY);
+    } else {
+        PatBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, BLACKNESS);
     }
     graph_.Draw(canvasDc_.Get(), size, font_.Get());
     DrawOverlay(size);
@@ -351,7 +365,12 @@ LRESULT ViewWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lPar
             return 0;
         case WM_SIZE:
             notice_.Place();
+            messages_.Place();
             return 0;
+        case WM_MOUSEWHEEL:
+        case WM_COMMAND:
+        case WM_CTLCOLORSTATIC:
+            return messages_.OnMessage(message, wParam, lParam);
         case WM_NOTIFY:
             return notice_.OnNotify(*AddressIn<const NMHDR>(lParam));
         case WM_ERASEBKGND:

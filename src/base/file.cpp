@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 #include <string>
 
+#include "base/load_error.h"
 #include "base/text.h"
 
 namespace pixelforge {
@@ -58,6 +60,10 @@ std::wstring_view WithoutDrive(std::wstring_view name) noexcept {
 }
 
 }  // namespace
+
+HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
+    return ReadWholeFile(path, outSize, {std::numeric_limits<std::uint64_t>::max(), ""});
+}
 
 bool FolderOfPath(const wchar_t* path, wchar_t* out) noexcept {
     const std::wstring_view full = path ? path : L"";

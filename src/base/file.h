@@ -9,6 +9,8 @@
 
 namespace pixelforge {
 
+struct SizeLimit;
+
 /// Number of zero bytes that `ReadWholeFile` adds after the data.
 inline constexpr std::size_t kSpareFileBytes = 4;
 
@@ -17,8 +19,8 @@ inline constexpr std::size_t kSpareFileBytes = 4;
 /// cannot be opened, a short read, or a file of 4 GiB or more.
 HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize);
 
-/// Bytes of an existing file; 0 for anything else.
-std::uint64_t SizeOfFile(const wchar_t* path) noexcept;
+/// The same, but throws `LoadError` for a file larger than `limit`.
+HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize, const SizeLimit& limit);
 
 /// True for an existing path that is not a folder.
 bool IsExistingFile(const wchar_t* path) noexcept;

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/file.h"
+#include "base/load_error.h"
 #include "base/text.h"
 
 namespace pixelforge {
@@ -32,10 +33,15 @@ bool ReadExactly(const std::string& path, std::uint8_t* data, std::size_t size) 
 
 }  // namespace
 
-HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
+HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize, const SizeLimit& limit) {
     const auto status = StatusOf(path);
-    if (!outSize || !status || !S_ISREG(status->st_mode) ||
-        status->st_size > std::numeric_limits<std::uint32_t>::max()) {
+    if (!outSize || !status || !S_ISREG(status->st_mode)) {
+        return nullptr;
+    }
+    if (static_cast<std::uint64_t>(status->st_size) > limit.bytes) {
+        throw LoadError(limit.fault);
+    }
+    if (status->st_size > std::numeric_limits<std::uint32_t>::max()) {
         return nullptr;
     }
     const auto bytes = static_cast<std::uint32_t>(status->st_size);
@@ -45,11 +51,6 @@ HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
     }
     *outSize = bytes;
     return block;
-}
-
-std::uint64_t SizeOfFile(const wchar_t* path) noexcept {
-    const auto status = StatusOf(path);
-    return status && S_ISREG(status->st_mode) ? static_cast<std::uint64_t>(status->st_size) : 0;
 }
 
 bool IsExistingFile(const wchar_t* path) noexcept {

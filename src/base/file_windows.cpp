@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "base/file.h"
+#include "base/load_error.h"
 #include "base/win_handles.h"
 
 namespace pixelforge {
@@ -40,14 +41,20 @@ DWORD AttributesOf(const wchar_t* path) noexcept {
 
 }  // namespace
 
-HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
+HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize, const SizeLimit& limit) {
     if (!path || !*path || !outSize) {
         return nullptr;
     }
     const UniqueKernelHandle file = OpenDiskFile(path);
+    // Of the opened file: that of the path may be a link's, or change before the read.
     LARGE_INTEGER size = {};
-    if (!file || !GetFileSizeEx(file.Get(), &size) || size.QuadPart < 0 ||
-        size.QuadPart > std::numeric_limits<std::uint32_t>::max()) {
+    if (!file || !GetFileSizeEx(file.Get(), &size) || size.QuadPart < 0) {
+        return nullptr;
+    }
+    if (static_cast<std::uint64_t>(size.QuadPart) > limit.bytes) {
+        throw LoadError(limit.fault);
+    }
+    if (size.QuadPart > std::numeric_limits<std::uint32_t>::max()) {
         return nullptr;
     }
     const auto bytes = static_cast<std::uint32_t>(size.QuadPart);
@@ -57,14 +64,6 @@ HeapBytes ReadWholeFile(const wchar_t* path, std::uint32_t* outSize) {
     }
     *outSize = bytes;
     return block;
-}
-
-std::uint64_t SizeOfFile(const wchar_t* path) noexcept {
-    WIN32_FILE_ATTRIBUTE_DATA data = {};
-    if (!IsExistingFile(path) || !GetFileAttributesExW(path, GetFileExInfoStandard, &data)) {
-        return 0;
-    }
-    return std::uint64_t{data.nFileSizeHigh} << 32 | data.nFileSizeLow;
 }
 
 bool IsExistingFile(const wchar_t* path) noexcept {

@@ -1,6 +1,7 @@
 // Load failures: the failing step throws, and `FailureOf` turns the exception into a reason.
 #pragma once
 
+#include <cstdint>
 #include <exception>
 #include <new>
 #include <stdexcept>
@@ -12,6 +13,12 @@ namespace pixelforge {
 class LoadError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
+};
+
+/// The most bytes accepted from outside, and the text of the `LoadError` for more.
+struct SizeLimit {
+    std::uint64_t bytes;
+    const char* fault;
 };
 
 /// Runs `work` and returns why it failed; empty on success.

@@ -130,19 +130,19 @@ private:
     ATOM atom_ = 0;
 };
 
-/// A critical section for use with `std::lock_guard`.
-class CriticalSection {
+/// A lock for use with `std::lock_guard`, not recursive. It is constant-initialised and needs no release, so
+/// that it can be a static object of a library that is unloaded.
+class SlimLock {
 public:
-    CriticalSection() noexcept { InitializeCriticalSection(&section_); }
-    CriticalSection(const CriticalSection&) = delete;
-    CriticalSection& operator=(const CriticalSection&) = delete;
-    ~CriticalSection() { DeleteCriticalSection(&section_); }
+    constexpr SlimLock() noexcept = default;
+    SlimLock(const SlimLock&) = delete;
+    SlimLock& operator=(const SlimLock&) = delete;
 
-    void lock() noexcept { EnterCriticalSection(&section_); }
-    void unlock() noexcept { LeaveCriticalSection(&section_); }
+    void lock() noexcept { AcquireSRWLockExclusive(&lock_); }
+    void unlock() noexcept { ReleaseSRWLockExclusive(&lock_); }
 
 private:
-    CRITICAL_SECTION section_;
+    SRWLOCK lock_ = SRWLOCK_INIT;
 };
 
 /// A single-threaded COM apartment for one scope. An apartment of another kind that the host has already

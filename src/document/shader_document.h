@@ -74,6 +74,7 @@ struct Medium {
     UniqueBitmap faces[6];  ///< a texture uses the first, a cube map all six in GL face order
     HeapBytes volume;       ///< a whole volume file of `volumeBytes` bytes
     std::uint32_t volumeBytes;
+    std::uint64_t bytes;  ///< of each of its textures in the document's budget
     ChannelSize size;
     std::string fault;  ///< why it cannot be shown: one clause of UTF-8, or empty
 };
@@ -122,7 +123,7 @@ struct ShaderDocument {
     ShaderInfo info;
     RenderPass passes[kPassSlots];  ///< indexed by `PassKind`
     DocumentOrigin origin;          ///< set by `LoadShaderById`
-    std::uint64_t mediaBytes;       ///< of its pictures and volumes decoded so far
+    std::uint64_t mediaBytes;       ///< of the textures of its pictures and volumes so far
 };
 
 }  // namespace pixelforge

@@ -86,7 +86,7 @@ const char* DescribeFault(JsonTextFault fault) noexcept {
         case JsonTextFault::None:
             return "usable";
         case JsonTextFault::Empty:
-            return "empty";
+            return "empty, or only blanks";
         case JsonTextFault::ByteOrderMark:
             return "begins with a byte-order mark; save it as UTF-8 without one";
         case JsonTextFault::NoBrace:

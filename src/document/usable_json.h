@@ -1,7 +1,15 @@
 // A cheap check of text before it is parsed as JSON.
 #pragma once
 
+#include <cstdint>
+
+#include "base/load_error.h"
+
 namespace pixelforge {
+
+/// Of a document's text. The largest in circulation have 2.4 MB. Reading needs about five times a text's
+/// size.
+inline constexpr SizeLimit kDocumentLimit = {std::uint64_t{64} << 20, "the document is larger than 64 MiB"};
 
 enum class JsonTextFault {
     None,

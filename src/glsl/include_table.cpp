@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "base/debug_output.h"
 #include "base/file.h"
 
 namespace pixelforge {
@@ -65,7 +66,16 @@ bool FormatFolderPath(const IncludeContext& context, const wchar_t* name,
 
 bool MayOpen(const IncludeContext& context, std::wstring_view name) noexcept {
     return context.unknownNames.size() < kUnknownNames &&
-           (context.plainNamesOnly ? IsPlainFileName(name) : IsOpenableLocalName(name));
+           (context.plainNamesOnly ? context.includeFolder[0] != L'\0' && IsPlainFileName(name)
+                                   : IsOpenableLocalName(name));
+}
+
+void RememberUnknown(IncludeContext& context, const wchar_t* name) {
+    context.unknownNames.insert(name);
+    if (context.unknownNames.size() == kUnknownNames) {
+        WriteDebugLine(std::to_string(kUnknownNames) +
+                       " names of #include lead to no file; no more are looked for");
+    }
 }
 
 IncludedName* AppendIncluded(IncludeContext& context, std::wstring_view name) noexcept {
@@ -126,11 +136,11 @@ HeapText ResolveInclude(IncludeContext& context, const wchar_t* name, std::uint3
             resolved = folderPath;
             text = ReadText(folderPath, *outLength);
         }
+        if (!text) {
+            RememberUnknown(context, name);
+        }
     }
     if (!text) {
-        if (*outError == 0 && context.unknownNames.size() < kUnknownNames) {
-            context.unknownNames.insert(name);
-        }
         return nullptr;
     }
 

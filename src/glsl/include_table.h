@@ -14,7 +14,7 @@ namespace pixelforge {
 
 inline constexpr std::int32_t kIncludeEntries = 64;
 
-/// After this many unknown names, a run opens no more files: each name costs up to two searches.
+/// After this many names without a file, a run opens no more files: each name costs up to two searches.
 inline constexpr std::size_t kUnknownNames = 4096;
 
 struct VirtualInclude {

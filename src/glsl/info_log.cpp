@@ -14,6 +14,9 @@
 namespace pixelforge {
 namespace {
 
+/// A driver may write an error for each line of a generated text.
+constexpr std::size_t kMaxLogLines = 1000;
+
 /// A position at the start of a log line, and the rest of the line.
 struct Position {
     std::string_view severity;  ///< "ERROR: " or "WARNING: " before the position, else empty
@@ -206,6 +209,10 @@ std::vector<std::string> MapInfoLog(std::string_view passName, std::string_view 
     const LogTranslation translation(passName, text, lines);
     std::vector<std::string> translated;
     while (!log.empty()) {
+        if (translated.size() == kMaxLogLines) {
+            translated.push_back(std::string(passName) + ": the rest of the driver's log is left out");
+            break;
+        }
         std::string_view line = TakeLine(log);
         while (line.ends_with('\r') || line.ends_with('\0')) {
             line.remove_suffix(1);

@@ -1,4 +1,4 @@
-// What an author is told about a pass that does not compile: driver logs with the pass's name and the
+// Messages for authors about a pass that does not compile: driver logs with the pass's name and the
 // author's own line numbers, and why a text could not be assembled.
 #pragma once
 
@@ -19,7 +19,7 @@ class LineMap;
 /// In the module's own lines, the position becomes words: "Image: after the end of Image (a brace may be
 /// missing): ...". Numbers after an author's `#line` are mapped as well. Every other line only gets the
 /// pass's name: other forms, lines missing from the map, numbers out of range, and positions that may mean
-/// several lines because of `#line`.
+/// several lines because of `#line`. After 1000 lines, one line says that the rest is left out.
 std::vector<std::string> MapInfoLog(std::string_view passName, std::string_view log, std::string_view text,
                                     const LineMap& lines);
 

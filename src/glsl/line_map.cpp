@@ -13,6 +13,9 @@
 namespace pixelforge {
 namespace {
 
+/// Beyond it the numbers count as unreadable: each log line is compared with each `#line`.
+constexpr std::size_t kMaxLineDirectives = 1000;
+
 /// A text as the GLSL preprocessor sees it: lines joined at a final backslash and within a block comment,
 /// each comment replaced by a space.
 class LogicalLines {
@@ -102,16 +105,17 @@ Directive ParseDirective(std::string_view code) {
 
 struct LineArgument {
     std::uint32_t number = 0;
-    std::uint32_t sourceString = 0;
+    std::optional<std::uint32_t> sourceString;
 };
 
 /// Reads "NUMBER" or "NUMBER STRING". std::nullopt for other arguments: macros, and octal and hexadecimal
 /// numbers, which drivers read differently.
 std::optional<LineArgument> ParseLineArgument(std::string_view text) {
     LineArgument argument;
-    for (std::uint32_t* const field : {&argument.number, &argument.sourceString}) {
+    for (const bool first : {true, false}) {
+        std::uint32_t& field = first ? argument.number : argument.sourceString.emplace();
         const bool octal = text.size() > 1 && text.starts_with('0');
-        const auto [next, error] = std::from_chars(text.data(), text.data() + text.size(), *field);
+        const auto [next, error] = std::from_chars(text.data(), text.data() + text.size(), field);
         if (octal || error != std::errc()) {
             return std::nullopt;
         }
@@ -192,18 +196,25 @@ void DriverLines::ReadDirective(std::string_view code, std::uint32_t firstLine) 
 }
 
 /// Drivers disagree about a directive that extends over several lines. Whether a conditional one ends the
-/// earlier numbers is unknown.
+/// earlier numbers is unknown. Without a source string the current one stays, which after a conditional
+/// directive may be unknown.
 void DriverLines::ReadLineDirective(std::string_view text, std::uint32_t firstLine) {
     const std::optional<LineArgument> argument = ParseLineArgument(text);
-    if (!argument || firstLine != lastLine_) {
-        readable_ = false;
+    const std::uint32_t current = stretches_.back().sourceString;
+    const bool oneString =
+        std::all_of(stretches_.begin() + static_cast<std::ptrdiff_t>(open_), stretches_.end(),
+                    [current](const Stretch& open) { return open.sourceString == current; });
+    readable_ = readable_ && argument && firstLine == lastLine_ && (argument->sourceString || oneString) &&
+                stretches_.size() <= kMaxLineDirectives;
+    if (!readable_) {
         return;
     }
     if (openConditions_ == 0) {
         EndOpenStretches(lastLine_);
     }
-    stretches_.push_back(
-        {.first = lastLine_ + 1, .number = argument->number, .sourceString = argument->sourceString});
+    stretches_.push_back({.first = lastLine_ + 1,
+                          .number = argument->number,
+                          .sourceString = argument->sourceString.value_or(current)});
 }
 
 void DriverLines::EndOpenStretches(std::uint32_t lastLine) {

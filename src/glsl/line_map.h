@@ -64,7 +64,8 @@ public:
 
     /// The lines of the text, counted from 1, that a driver may mean; `sourceString` is absent if unknown.
     /// Several if a `#line` repeats numbers or is conditional; none if one cannot be read, for example
-    /// because of a macro. Without any `#line`, numbers past the text's end are found, too.
+    /// because of a macro, or if there are more than 1000. Without any `#line`, numbers past the text's end
+    /// are found, too.
     std::vector<std::uint32_t> Find(std::uint32_t number, std::optional<std::uint32_t> sourceString) const;
 
     /// The number of lines in the text.
@@ -87,7 +88,7 @@ private:
     void EndOpenStretches(std::uint32_t lastLine);
 
     std::vector<Stretch> stretches_ = std::vector<Stretch>(1);
-    std::size_t open_ = 0;  ///< index of the first stretch that may go on
+    std::size_t open_ = 0;  ///< index of the first stretch that may continue
     std::uint32_t lastLine_ = 0;
     std::uint32_t nonAsciiLine_ = 0;
     std::uint32_t openConditions_ = 0;

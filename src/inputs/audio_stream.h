@@ -41,6 +41,10 @@ public:
     /// it.
     HRESULT ReadPackets(const PacketSink& sink);
 
+    /// For the unload, whose caller holds the loader lock: stops the stream and leaves the releases that may
+    /// wait for the end of another thread, which needs that lock, to the system's thread pool.
+    void ReleaseDuringUnload() noexcept;
+
     /// True if another device has become the default; false if unknown.
     bool DefaultDeviceChanged() const noexcept;
 
@@ -52,6 +56,7 @@ private:
     HRESULT InitializeClient();
     HRESULT GetCaptureService();
     HRESULT Start();
+    void Stop() noexcept;
     HRESULT ReadPacket(const PacketSink& sink);
 
     // Released in reverse order.

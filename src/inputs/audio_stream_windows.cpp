@@ -2,6 +2,7 @@
 #include "inputs/audio_stream.h"
 
 #include <cwchar>
+#include <utility>
 
 namespace pixelforge {
 namespace {
@@ -24,12 +25,33 @@ HRESULT RequireObject(HRESULT result, const void* object) noexcept {
     return SUCCEEDED(result) && !object ? E_POINTER : result;
 }
 
+/// Runs the object's own `Release`, which lies outside this library, on a thread of the system's pool: on
+/// x64, the third entry of its table has the signature of a work item. An object that cannot be queued leaks.
+void ReleaseOnPoolThread(IUnknown* object) noexcept {
+    if (object) {
+        QueueUserWorkItem((*reinterpret_cast<LPTHREAD_START_ROUTINE**>(object))[2], object,
+                          WT_EXECUTEDEFAULT);
+    }
+}
+
 }  // namespace
 
 LoopbackStream::~LoopbackStream() {
-    if (started_) {
+    Stop();
+}
+
+void LoopbackStream::Stop() noexcept {
+    if (std::exchange(started_, false)) {
         client_->Stop();
     }
+}
+
+void LoopbackStream::ReleaseDuringUnload() noexcept {
+    Stop();
+    capture_.Reset();
+    ReleaseOnPoolThread(client_.Detach());
+    ReleaseOnPoolThread(device_.Detach());
+    ReleaseOnPoolThread(enumerator_.Detach());
 }
 
 HRESULT LoopbackStream::Open(const std::atomic<std::int32_t>& stop) {

@@ -20,16 +20,11 @@ HBITMAP webcamFrame = nullptr;
 std::uint32_t webcamUsers = 0;  ///< loads that found or started a camera; never decremented
 std::uint32_t webcamTick = 0;
 std::uint32_t webcamVersion = 0;
-
-/// Guards `webcam` and every snapshot.
-CriticalSection& WebcamLock() {
-    static CriticalSection webcamLock;
-    return webcamLock;
-}
+constinit SlimLock webcamLock;  ///< guards `webcam` and every snapshot
 
 /// An object whose graph failed to start is kept and not retried.
 void OpenCamera() {
-    const std::lock_guard lock(WebcamLock());
+    const std::lock_guard lock(webcamLock);
     bool started = webcam != nullptr;
     if (!started) {
         webcam = new CVMR_Capture;
@@ -39,7 +34,7 @@ void OpenCamera() {
 }
 
 Snapshot TakeSnapshot() {
-    const std::lock_guard lock(WebcamLock());
+    const std::lock_guard lock(webcamLock);
     return webcam ? webcam->TakeSnapshot() : Snapshot{};
 }
 
@@ -83,7 +78,7 @@ const std::uint8_t* WebcamPixels() noexcept {
 }
 
 void UnloadWebcam() {
-    const std::lock_guard lock(WebcamLock());
+    const std::lock_guard lock(webcamLock);
     delete webcam;
     webcam = nullptr;
     webcamTick = 0;

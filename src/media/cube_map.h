@@ -37,7 +37,8 @@ struct CrossCells {
 std::optional<CrossCells> CellsOfCross(std::int32_t boxWidth, std::int32_t boxHeight) noexcept;
 
 /// Fills `faces` with square 32-bit top-down sections in GL face order. False, with `faces` unchanged, for a
-/// picture without a cross or if out of memory.
-bool SplitCubeCross(HBITMAP__* image, UniqueBitmap (&faces)[6]);
+/// picture without a cross or if out of memory; throws `LoadError` if the faces would have more than
+/// `mostBytes`.
+bool SplitCubeCross(UniqueBitmap image, UniqueBitmap (&faces)[6], std::uint64_t mostBytes);
 
 }  // namespace pixelforge

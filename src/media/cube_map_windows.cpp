@@ -5,7 +5,9 @@
 
 #include <algorithm>
 
+#include "base/load_error.h"
 #include "base/win_handles.h"
+#include "media/image_decoder.h"
 
 namespace pixelforge {
 namespace {
@@ -57,16 +59,23 @@ UniqueBitmap StretchFace(HDC cross, const PixelBox& cell, std::int32_t size) {
 
 }  // namespace
 
-bool SplitCubeCross(HBITMAP image, UniqueBitmap (&faces)[6]) {
-    const SectionPixels size = PixelsOf(image);
-    UniqueBitmap picture = CopyBox(image, {0, 0, size.width, size.height});
+// Each bitmap may have hundreds of megabytes and is released as soon as the next one exists.
+bool SplitCubeCross(UniqueBitmap image, UniqueBitmap (&faces)[6], std::uint64_t mostBytes) {
+    const SectionPixels size = PixelsOf(image.Get());
+    UniqueBitmap picture = CopyBox(image.Get(), {0, 0, size.width, size.height});
+    image.Reset();
     const PixelBox box = BoxOfCross(picture.Get());
     const auto cells = CellsOfCross(box.width, box.height);
     if (!cells) {
         return false;
     }
+    // A picture much longer than wide, or the reverse, has larger faces than itself.
+    const auto side = static_cast<std::uint64_t>(cells->faceSize);
+    if (std::size(cells->faces) * 4 * side * side > mostBytes) {
+        throw LoadError(kBeyondBudget);
+    }
     const UniqueBitmap cross = CopyBox(picture.Get(), box);
-    picture.Reset();  // may be hundreds of megabytes
+    picture.Reset();
     const Canvas from(cross.Get());
     UniqueBitmap cut[6];
     for (std::size_t face = 0; face < std::size(cut); ++face) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <map>
 #include <memory>
 #include <string>
@@ -102,7 +103,8 @@ void FindPassMedia(InternetSession* session, const ShaderDocument& document, Ren
                    FetchedFiles& files) {
     for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
         PassInput& input = pass.inputs[channel];
-        if (!ShowsFile(input.ctype)) {
+        const bool named = input.src[0] || input.refusedSrc[0];
+        if (!ShowsFile(input.ctype) || !named) {
             continue;
         }
         const std::string failure = FailureOf([&] { FindMedium(session, document, input, files); });
@@ -112,14 +114,26 @@ void FindPassMedia(InternetSession* session, const ShaderDocument& document, Ren
     }
 }
 
+/// What is left of the budget with `bytes` in use.
+std::uint64_t BytesLeft(std::uint64_t bytes) noexcept {
+    return kMediaBudget - std::min(bytes, kMediaBudget);
+}
+
+void AddWithinBudget(std::uint64_t& bytes, std::uint64_t added) {
+    if (added > BytesLeft(bytes)) {
+        throw LoadError(kBeyondBudget);
+    }
+    bytes += added;
+}
+
 /// `bytes` of the document's budget are in use; the picture's are added.
 UniqueBitmap DecodePicture(const wchar_t* path, std::uint64_t& bytes) {
     std::string reason;
-    UniqueBitmap picture = DecodeImageFile(path, reason, kMediaBudget - bytes);
+    UniqueBitmap picture = DecodeImageFile(path, reason, BytesLeft(bytes));
     if (!picture) {
         throw LoadError(reason);
     }
-    bytes += PixelsOf(picture.Get()).bytes.size();
+    AddWithinBudget(bytes, PixelsOf(picture.Get()).bytes.size());
     return picture;
 }
 
@@ -140,16 +154,16 @@ void LoadFaceFiles(const wchar_t* src, Medium& medium, std::uint64_t& bytes) {
 /// that depth.
 void LoadCross(const wchar_t* src, Medium& medium, std::uint64_t& bytes) {
     std::uint64_t bytesWithPicture = bytes;
-    const UniqueBitmap picture = DecodePicture(src, bytesWithPicture);
+    UniqueBitmap picture = DecodePicture(src, bytesWithPicture);
     const SectionPixels size = PixelsOf(picture.Get());
     if (std::uint64_t{4} * static_cast<std::uint32_t>(size.width) * static_cast<std::uint32_t>(size.height) >
-        kMediaBudget - bytes) {
+        BytesLeft(bytes)) {
         throw LoadError(kBeyondBudget);
     }
-    if (!SplitCubeCross(picture.Get(), medium.faces)) {
+    if (!SplitCubeCross(std::move(picture), medium.faces, BytesLeft(bytes))) {
         throw LoadError("no cross of 4 by 3 cells in the picture");
     }
-    bytes += std::size(medium.faces) * PixelsOf(medium.faces[0].Get()).bytes.size();
+    AddWithinBudget(bytes, std::size(medium.faces) * PixelsOf(medium.faces[0].Get()).bytes.size());
 }
 
 void LoadCubeMap(const wchar_t* src, Medium& medium, std::uint64_t& bytes) {
@@ -167,10 +181,7 @@ ChannelSize SizeOfPicture(const Medium& medium) noexcept {
 }
 
 ChannelSize LoadVolume(const wchar_t* src, Medium& medium, std::uint64_t& bytes) {
-    if (SizeOfFile(src) > kMediaBudget - bytes) {
-        throw LoadError(kBeyondBudget);
-    }
-    HeapBytes file = ReadWholeFile(src, &medium.volumeBytes);
+    HeapBytes file = ReadWholeFile(src, &medium.volumeBytes, {BytesLeft(bytes), kBeyondBudget});
     if (!file) {
         throw LoadError("cannot be read");
     }
@@ -178,8 +189,12 @@ ChannelSize LoadVolume(const wchar_t* src, Medium& medium, std::uint64_t& bytes)
     if (!header) {
         throw LoadError("not a volume file");
     }
+    constexpr std::uint32_t kAnySide = std::numeric_limits<std::uint32_t>::max();
+    if (const char* fault = FaultOfVolume(*header, medium.volumeBytes, kAnySide)) {
+        throw LoadError(fault);
+    }
+    AddWithinBudget(bytes, std::max<std::uint64_t>(medium.volumeBytes, TextureBytesOfVolume(*header)));
     medium.volume = std::move(file);
-    bytes += medium.volumeBytes;
     return {static_cast<float>(header->width), static_cast<float>(header->height),
             static_cast<float>(header->depth)};
 }
@@ -234,11 +249,13 @@ bool LoadDocumentMedia(InternetSession* session, ShaderDocument& document) {
 void LoadMedium(ShaderDocument& document, const PassInput& input) {
     Medium& medium = *input.medium;
     if (medium.faces[0] || medium.volume) {
+        AddWithinBudget(document.mediaBytes, medium.bytes);
         return;
     }
     Medium loaded = {};
     std::uint64_t bytes = document.mediaBytes;
     loaded.size = LoadFile(input, loaded, bytes);
+    loaded.bytes = bytes - document.mediaBytes;
     document.mediaBytes = bytes;
     medium = std::move(loaded);
 }

@@ -17,11 +17,13 @@ void RestrictSources(ShaderDocument& document);
 
 /// Finds the file of every texture, cube-map and volume channel on the local disk, in the cache or at the
 /// service, each file once, replaces `src` with its path and gives the channel its medium, still to be
-/// loaded. A channel without a file stays empty and is reported once. Always true.
+/// loaded. A channel without a file stays empty and is reported once; one with an empty `src` is skipped.
+/// Always true.
 bool LoadDocumentMedia(InternetSession* session, ShaderDocument& document);
 
-/// Reads and decodes the file of an input that has a medium, unless its pixels are there already, within the
-/// document's budget. Throws `LoadError` if the file cannot be shown; the medium is then unchanged.
+/// Prepares the pixels of an input that has a medium for one more texture, and adds it to `mediaBytes`: reads
+/// and decodes the file, unless its pixels are there already. Throws `LoadError`, without changes, if the
+/// file cannot be shown or does not fit into the document's budget.
 void LoadMedium(ShaderDocument& document, const PassInput& input);
 
 /// Reports on the debugger output that a channel stays empty. `reason` is one clause of UTF-8.

@@ -9,7 +9,7 @@ UniqueBitmap DecodeImageFile(const wchar_t*, std::string& reason, std::uint64_t)
     return {};
 }
 
-bool SplitCubeCross(HBITMAP__*, UniqueBitmap (&)[6]) {
+bool SplitCubeCross(UniqueBitmap, UniqueBitmap (&)[6], std::uint64_t) {
     return false;
 }
 

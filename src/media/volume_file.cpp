@@ -36,6 +36,10 @@ std::optional<VolumeHeader> ReadVolumeHeader(std::span<const std::uint8_t> file)
     return VolumeHeader{WordAt(file, 1), WordAt(file, 2), WordAt(file, 3), file[kChannelsOffset]};
 }
 
+std::uint64_t TextureBytesOfVolume(const VolumeHeader& header) noexcept {
+    return std::uint64_t{header.width} * header.height * header.depth * header.channels;
+}
+
 const char* FaultOfVolume(const VolumeHeader& header, std::uint64_t fileBytes,
                           std::uint32_t largestSide) noexcept {
     const auto [shortest, longest] = std::minmax({header.width, header.height, header.depth});

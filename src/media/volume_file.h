@@ -19,6 +19,9 @@ struct VolumeHeader {
 /// std::nullopt if the bytes do not start with a complete header. Its values are not validated.
 std::optional<VolumeHeader> ReadVolumeHeader(std::span<const std::uint8_t> file) noexcept;
 
+/// Of a valid volume. One with four channels has four bytes per voxel, although its file is read at one.
+std::uint64_t TextureBytesOfVolume(const VolumeHeader& header) noexcept;
+
 /// Why a volume cannot be shown, as one clause; null for a valid one: sides of 1 to `largestSide`, 1, 2 or 4
 /// channels, and a file of `fileBytes` bytes that holds every voxel to be read.
 const char* FaultOfVolume(const VolumeHeader& header, std::uint64_t fileBytes,

@@ -3,6 +3,8 @@
 
 #include <windows.h>
 
+#include <utility>
+
 #include "base/bitmap.h"
 #include "base/win_handles.h"
 #include "module/animation.h"
@@ -19,6 +21,9 @@ namespace pixelforge {
 namespace {
 
 constexpr COLORREF kErrorTextColor = RGB(30, 255, 60);
+
+/// A second lost context within this time is blamed on the shader.
+constexpr std::uint64_t kLossMilliseconds = 60'000;
 
 /// Clears `needsLoad` during the load, as the host may call back into the module, and sets it again unless
 /// the load succeeds.
@@ -68,13 +73,18 @@ bool ResetIsDue(ModuleInstance& instance) {
     return true;
 }
 
-/// Reports the frame, once a load. A lost context makes the next frame load again.
-void GiveUpContext(ModuleInstance& instance, const DrawContext& context) {
-    GlRenderer& renderer = *instance.renderer;
-    ReportUndrawable(renderer, WhyNotCurrent(renderer, context.window));
-    if (renderer.contextLost) {
-        instance.needsLoad = 1;
+/// Reports a failed frame, once per load. A lost context makes the next frame load again. If the new context
+/// is soon lost as well, the shader may be hanging the graphics processor: the error screen then stays until
+/// the host initialises again.
+FrameResult FailFrame(ModuleInstance& instance, const char* reason) {
+    ReportUndrawable(*instance.renderer, reason);
+    if (instance.renderer->contextLost) {
+        const std::uint64_t now = GetTickCount64();
+        const std::uint64_t previous = std::exchange(instance.contextLossTick, now);
+        const bool again = previous != 0 && now - previous < kLossMilliseconds;
+        (again ? instance.errorFlag : instance.needsLoad) = 1;
     }
+    return FrameResult::Failed;
 }
 
 bool RenderOneFrame(ModuleInstance& instance) {
@@ -120,7 +130,6 @@ void Composite(const FrameBitmaps& bitmaps, const DrawContext& context, bool for
 /// or foreground pixels are copied to the host's bitmap; otherwise the frame stays there for tiling.
 bool DeliverFrame(ModuleInstance& instance, const DrawContext& context, const FrameBitmaps& bitmaps) {
     if (!ReadFrameIntoBitmap(instance.renderer, instance.useOffscreen ? bitmaps.own : bitmaps.host)) {
-        ReportUndrawable(*instance.renderer, "the bitmap is missing, not 32-bit or not of the frame's size");
         return false;
     }
     const bool foregroundOnly = SwitchValue(instance, control::kForegroundOnly);
@@ -158,8 +167,7 @@ FrameResult DrawFrame(ModuleInstance& instance, const DrawContext& context) {
         return FrameResult::NothingDrawn;
     }
     if (instance.renderer && !MakeRendererCurrent(*instance.renderer, context.window)) {
-        GiveUpContext(instance, context);
-        return FrameResult::Failed;
+        return FailFrame(instance, WhyNotCurrent(*instance.renderer, context.window));
     }
     if (ResetIsDue(instance)) {
         return FrameResult::ResetWanted;
@@ -169,11 +177,11 @@ FrameResult DrawFrame(ModuleInstance& instance, const DrawContext& context) {
     }
     AnimateFrame(instance, context);
     if (!RenderOneFrame(instance)) {
-        return FrameResult::Failed;
+        return FailFrame(instance, "the driver rejects a render target");
     }
     const FrameBitmaps bitmaps = {PixelsOf(instance.offscreenBitmap), PixelsOf(context.bitmap)};
     if (!DeliverFrame(instance, context, bitmaps)) {
-        return FrameResult::Failed;
+        return FailFrame(instance, "the bitmap is missing, not 32-bit or not of the frame's size");
     }
     TileFrame(instance, context, bitmaps);
     return FrameResult::Drawn;

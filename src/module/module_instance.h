@@ -96,6 +96,7 @@ struct ModuleInstance {
     InfoTextCallback infoTextCallback;
     wchar_t editorPath[kPathUnits];    ///< with forward slashes, or empty
     wchar_t infoText[kInfoTextUnits];  ///< the rich text last passed to the host
+    std::uint64_t contextLossTick;     ///< system tick count of the last lost context, or 0
 };
 
 static_assert(offsetof(ModuleInstance, fastBuffers) == 0);
@@ -111,7 +112,7 @@ static_assert(offsetof(ModuleInstance, includeState) == 72);
 static_assert(offsetof(ModuleInstance, animationFlags) == 80);
 static_assert(offsetof(ModuleInstance, progressionMode) == 84);
 
-/// Fills the host's record; the build text holds the compile time.
+/// Fills the host's record; the build text holds the build date and time that CMake sets.
 std::int32_t DescribeModule(ModuleDescription& description) noexcept;
 
 /// Stores a new instance for the host and creates the controls. 0 if the heap is exhausted.

@@ -12,6 +12,7 @@
 #include "base/heap.h"
 #include "base/text.h"
 #include "glsl/include_preprocessor.h"
+#include "inputs/audio_capture.h"
 #include "inputs/webcam_capture.h"
 #include "module/animation.h"
 #include "module/controls.h"
@@ -105,6 +106,7 @@ std::int32_t BuildInstance(ModuleInstance** instance, AllocateControl allocate, 
     created->progressionMode = kInitialProgressionMode;
     BuildControls(*created, allocate, hostContext);
     ++liveInstances;
+    AddAudioListener();
     static_cast<void>(unfinished.owner.release());
     return 1;
 }
@@ -148,6 +150,7 @@ std::int32_t DestroyInstance(ModuleInstance* instance) {
     if (--liveInstances == 0) {
         UnloadWebcam();
     }
+    RemoveAudioListener();
     return 1;
 }
 

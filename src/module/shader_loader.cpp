@@ -12,19 +12,9 @@
 namespace pixelforge {
 namespace {
 
-/// The largest documents in circulation have 2.4 MB. Reading needs about five times a text's size.
-constexpr std::uint64_t kMostDocumentBytes = std::uint64_t{64} << 20;
-
-void RequireDocumentSize(std::uint64_t bytes) {
-    if (bytes > kMostDocumentBytes) {
-        throw LoadError("the document is larger than 64 MiB");
-    }
-}
-
 HeapBytes ReadLocalFile(const wchar_t* path) {
-    RequireDocumentSize(SizeOfFile(path));
     std::uint32_t size = 0;
-    HeapBytes text = ReadWholeFile(path, &size);
+    HeapBytes text = ReadWholeFile(path, &size, kDocumentLimit);
     if (!text) {
         throw LoadError("cannot be read");
     }
@@ -43,7 +33,6 @@ HeapBytes FetchDocument(InternetSession* session, const wchar_t* id) {
     if (!text) {
         throw LoadError(reason);
     }
-    RequireDocumentSize(size);
     return text;
 }
 

@@ -47,15 +47,27 @@ void CreateRenderer(ModuleInstance& instance, const DrawContext& context) {
     instance.errorFlag = 0;
 }
 
+/// Why no line was picked; ends where the path follows.
+std::string FaultOfPlaylist(const wchar_t* path) {
+    std::uint32_t size = 0;
+    if (!ReadWholeFile(path, &size)) {
+        return "cannot read the playlist ";
+    }
+    return size == 0 ? "empty playlist: "
+                     : "no complete line of at most 19 characters picked from the playlist ";
+}
+
 void PickFromPlaylist(const ModuleInstance& instance, wchar_t (&id)[kShaderIdUnits]) {
     wchar_t path[kPathUnits];
-    FormatBounded(path, kPathUnits, L"D:\\Moonreel\\Pixelforge\\Playlists\\%s",
-                  instance.playlistFiles->files.fileName);
+    if (FormatBounded(path, kPathUnits, L"D:\\Moonreel\\Pixelforge\\Playlists\\%s",
+                      instance.playlistFiles->files.fileName) != kFormatComplete) {
+        throw LoadError("the playlist's path is too long: " + ToUtf8(path));
+    }
     if (!IsExistingFile(path)) {
         throw LoadError("no such playlist: " + ToUtf8(path));
     }
     if (!PickShaderId(path, id)) {
-        throw LoadError("no complete line of at most 19 characters picked from the playlist " + ToUtf8(path));
+        throw LoadError(FaultOfPlaylist(path) + ToUtf8(path));
     }
 }
 
@@ -81,6 +93,10 @@ void BuildGraph(ModuleInstance& instance) {
     if (instance.includeState) {
         instance.includeState->plainNamesOnly = instance.renderer->document.origin == DocumentOrigin::Service;
     }
+    // The host's overlay callback may have made another context current.
+    if (!IsRendererCurrent(*instance.renderer)) {
+        MakeRendererCurrent(*instance.renderer, instance.renderWindow);
+    }
     SetSampleExponent(WholeValue(instance, control::kMultiSample));
     BuildPassGraph(*instance.renderer);
 }
@@ -100,9 +116,12 @@ void RunSteps(ModuleInstance& instance, const DrawContext& context, wchar_t (&id
 
 bool RunLoader(ModuleInstance& instance, const DrawContext& context) {
     wchar_t id[kShaderIdUnits] = {};
-    const std::string reason = FailureOf([&] { RunSteps(instance, context, id); });
+    std::string reason = FailureOf([&] { RunSteps(instance, context, id); });
     if (reason.empty()) {
         return true;
+    }
+    if (instance.renderer && IsContextLost(*instance.renderer)) {
+        reason = kContextLost;
     }
     instance.errorFlag = 1;
     WriteDebugLine("cannot load a shader: " + (id[0] ? ToUtf8(id) + ": " : "") + reason);

@@ -136,10 +136,14 @@ void ShowMedium(GlRenderer& renderer, PassInput& input, ChannelSlot& slot) {
     Medium& medium = *input.medium;
     slot.texture = FindTexture(renderer, input);
     if (!slot.texture && medium.fault.empty()) {
+        const std::uint64_t bytesBefore = renderer.document.mediaBytes;
         medium.fault = FailureOf([&] {
             LoadMedium(renderer.document, input);
             slot.texture = std::make_shared<MediaTexture>(MediaTexture{CreateMediaTexture(input), true});
         });
+        if (!slot.texture) {
+            renderer.document.mediaBytes = bytesBefore;
+        }
     }
     if (!medium.fault.empty() || !IsAwaited(renderer, medium)) {
         ReleasePixels(medium);

@@ -9,12 +9,15 @@ namespace pixelforge {
 
 struct GlRenderer;
 
+inline constexpr const char* kContextLost = "the OpenGL context is lost";
+
 /// Saves the thread's current context and restores it at the end of the scope, on a new device context if the
 /// caller has released the old one. If there was none, or it no longer exists, nothing is current afterwards.
+/// A separate surface for reading is not restored: the caller then reads from the one it draws on.
 class CurrentContextKeeper {
 public:
-    /// The system does not know the window of a released device context. It is searched for among this
-    /// thread's windows, with `ownWindow`, the one that the module draws on, as the last choice.
+    /// The system does not know the window of a released device context. It is searched for among the
+    /// process's windows, with `ownWindow`, the one that the module draws on, as the last choice.
     explicit CurrentContextKeeper(HWND__* ownWindow = nullptr) noexcept;
     ~CurrentContextKeeper();
     CurrentContextKeeper(const CurrentContextKeeper&) = delete;
@@ -26,7 +29,7 @@ public:
 private:
     HDC__* dc_;
     HGLRC__* context_;
-    HWND__* window_;  ///< of `dc_`; null without a context
+    HWND__* window_;  ///< of `dc_`; null without a context, or if it is uncertain
 };
 
 /// Creates the renderer's context on `window`, or on a hidden window if that is null, makes it current and
@@ -44,6 +47,9 @@ void ReleaseContext(GlRenderer& renderer) noexcept;
 /// context or the entry points are not ready or the context cannot be made current there. False also after
 /// a reset of the graphics processor, which sets `contextLost`.
 bool MakeRendererCurrent(GlRenderer& renderer, HWND__* window) noexcept;
+
+/// True if the context is lost. Asks the driver while the context is current, and sets `contextLost`.
+bool IsContextLost(GlRenderer& renderer) noexcept;
 
 /// Why `MakeRendererCurrent` failed, as one clause. Sets `contextLost` if the context cannot be made current
 /// on its own window either, although that still exists.

@@ -6,6 +6,7 @@
 #include <GL/glew.h>
 #include <GL/wglew.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <string>
@@ -101,29 +102,33 @@ void SetWindowPixelFormat(HDC dc) noexcept {
 
 /// If the driver offers it, a context that is lost after a reset of the graphics processor, instead of
 /// drawing undefined pixels from then on. GLEW knows the extension from the process's first context.
-HGLRC NewContext(HDC dc) noexcept {
+HGLRC NewContext(HDC dc, bool& reportsResets) noexcept {
     static constexpr int kLostOnReset[] = {WGL_CONTEXT_FLAGS_ARB, WGL_CONTEXT_ROBUST_ACCESS_BIT_ARB,
                                            WGL_CONTEXT_RESET_NOTIFICATION_STRATEGY_ARB,
                                            WGL_LOSE_CONTEXT_ON_RESET_ARB, 0};
     const HGLRC context = WGLEW_ARB_create_context_robustness && wglCreateContextAttribsARB
                               ? wglCreateContextAttribsARB(dc, nullptr, kLostOnReset)
                               : nullptr;
+    reportsResets = context != nullptr;
     return context ? context : wglCreateContext(dc);
 }
 
-/// Creates a context on the window and makes it current, replacing the renderer's earlier one.
+/// Creates a context on the window and makes it current, replacing the renderer's earlier one. A failure
+/// leaves the earlier one current.
 bool CreateOnWindow(GlRenderer& renderer, HWND window) noexcept {
     const WindowDc dc(window);
     if (!dc) {
         return false;
     }
     SetWindowPixelFormat(dc.Get());
-    const HGLRC context = NewContext(dc.Get());
+    bool reportsResets = false;
+    const HGLRC context = NewContext(dc.Get(), reportsResets);
     if (!context) {
         return false;
     }
     if (!wglMakeCurrent(dc.Get(), context)) {
         wglDeleteContext(context);
+        wglMakeCurrent(renderer.context ? dc.Get() : nullptr, renderer.context);
         return false;
     }
     if (renderer.context) {
@@ -131,11 +136,14 @@ bool CreateOnWindow(GlRenderer& renderer, HWND window) noexcept {
     }
     renderer.context = context;
     renderer.contextReady = 1;
+    renderer.reportsResets = reportsResets;
     renderer.ownerThread = GetCurrentThreadId();
     return true;
 }
 
-/// With experimental loading GLEW looks up every function by name, whatever extensions the driver lists.
+/// With experimental loading GLEW looks up every function by name and takes a version or an extension for
+/// supported if it finds the addresses, which some drivers return for any name. Only `glewGetExtension` knows
+/// what the driver lists.
 bool LoadEntryPoints() noexcept {
     if (const GLubyte* version = glGetString(GL_VERSION)) {
         std::strncpy(glVersionText, reinterpret_cast<const char*>(version), sizeof(glVersionText) - 1);
@@ -150,7 +158,11 @@ bool CreateWithEntryPoints(GlRenderer& renderer, HWND window) noexcept {
     if (!CreateOnWindow(renderer, window) || !LoadEntryPoints()) {
         return false;
     }
-    return reportedResets || !WGLEW_ARB_create_context_robustness || CreateOnWindow(renderer, window);
+    if (reportedResets || !WGLEW_ARB_create_context_robustness) {
+        return true;
+    }
+    CreateOnWindow(renderer, window);  // else the first one does
+    return LoadEntryPoints();
 }
 
 /// A search for the window that a released device context belonged to.
@@ -158,25 +170,33 @@ struct DcSearch {
     HDC dc;
     HWND ownWindow;
     HWND found;
+    int candidates;
     BOOL goesOn;
 };
 
+bool IsOfThisProcess(HWND window) noexcept {
+    DWORD process = 0;
+    return GetWindowThreadProcessId(window, &process) != 0 && process == GetCurrentProcessId();
+}
+
 /// Possible are windows with a pixel format, as GL needs one, and without a device context of their own. Of
 /// several it is the one to which the system lends the same device context again: it prefers the last one.
+/// They may belong to any thread, which is why the whole process is searched.
 void CheckWindow(HWND window, DcSearch& search) noexcept {
     if (GetClassLongPtrW(window, GCL_STYLE) & (CS_OWNDC | CS_CLASSDC)) {
         return;
     }
     const WindowDc lent(window);
-    if (GetPixelFormat(lent.Get()) != 0) {
+    if (lent && GetPixelFormat(lent.Get()) != 0) {
         search.goesOn = lent.Get() != search.dc;
-        search.found = search.found && search.goesOn ? search.found : window;
+        search.candidates = search.goesOn ? search.candidates + 1 : 1;
+        search.found = window;
     }
 }
 
 BOOL CALLBACK CheckForeignWindow(HWND window, LPARAM parameter) {
     DcSearch& search = *reinterpret_cast<DcSearch*>(parameter);
-    if (window != search.ownWindow) {
+    if (window != search.ownWindow && IsOfThisProcess(window)) {
         CheckWindow(window, search);
     }
     return search.goesOn;
@@ -189,16 +209,34 @@ BOOL CALLBACK CheckForeignWindows(HWND window, LPARAM parameter) {
     return reinterpret_cast<DcSearch*>(parameter)->goesOn;
 }
 
-HWND WindowOf(HDC dc, HWND ownWindow) noexcept {
-    if (HWND window = WindowFromDC(dc)) {
-        return window;
+/// The window of the last search, checked first: a caller that releases its device context does so in each
+/// frame.
+std::atomic<HWND> lastFound{nullptr};
+
+/// Null if no window is possible, or several are and none has the same device context.
+HWND SearchWindow(HDC dc, HWND ownWindow) noexcept {
+    const DcSearch start = {dc, ownWindow, nullptr, 0, TRUE};
+    DcSearch search = start;
+    const auto parameter = reinterpret_cast<LPARAM>(&search);
+    CheckForeignWindow(lastFound, parameter);
+    if (search.goesOn) {
+        search = start;
+        EnumWindows(CheckForeignWindows, parameter);
     }
-    DcSearch search = {dc, ownWindow, nullptr, TRUE};
-    EnumThreadWindows(GetCurrentThreadId(), CheckForeignWindows, reinterpret_cast<LPARAM>(&search));
     if (search.goesOn && ownWindow) {
-        CheckWindow(ownWindow, search);
+        DcSearch own = start;
+        CheckWindow(ownWindow, own);
+        search = own.goesOn && search.candidates > 0 ? search : own;
     }
-    return search.found ? search.found : ownWindow;
+    lastFound = search.candidates == 1 ? search.found : nullptr;
+    return lastFound;
+}
+
+/// The system may have lent a released device context to another window since; one without a pixel format
+/// cannot be the context's.
+HWND WindowOf(HDC dc, HWND ownWindow) noexcept {
+    const HWND window = WindowFromDC(dc);
+    return window && GetPixelFormat(dc) != 0 ? window : SearchWindow(dc, ownWindow);
 }
 
 bool MakeCurrentOn(HWND window, HGLRC context) noexcept {
@@ -206,12 +244,16 @@ bool MakeCurrentOn(HWND window, HGLRC context) noexcept {
     return dc && wglMakeCurrent(dc.Get(), context);
 }
 
-/// Some drivers return addresses of functions that they do not support, hence the versions and extensions.
-bool WasReset() noexcept {
-    if ((GLEW_VERSION_4_5 || GLEW_KHR_robustness) && glGetGraphicsResetStatus) {
-        return glGetGraphicsResetStatus() != GL_NO_ERROR;
+/// The renderer's context is current.
+bool WasReset(const GlRenderer& renderer) noexcept {
+    if (!renderer.reportsResets) {
+        return false;
     }
-    return GLEW_ARB_robustness && glGetGraphicsResetStatusARB && glGetGraphicsResetStatusARB() != GL_NO_ERROR;
+    if (glewGetExtension("GL_ARB_robustness") && glGetGraphicsResetStatusARB) {
+        return glGetGraphicsResetStatusARB() != GL_NO_ERROR;
+    }
+    return glewGetExtension("GL_KHR_robustness") && glGetGraphicsResetStatus &&
+           glGetGraphicsResetStatus() != GL_NO_ERROR;
 }
 
 }  // namespace
@@ -225,7 +267,7 @@ CurrentContextKeeper::~CurrentContextKeeper() {
     if (wglGetCurrentContext() == context_ && wglGetCurrentDC() == dc_) {
         return;
     }
-    if (!context_ || (!wglMakeCurrent(dc_, context_) && !MakeCurrentOn(window_, context_))) {
+    if (!context_ || (!wglMakeCurrent(dc_, context_) && !(window_ && MakeCurrentOn(window_, context_)))) {
         wglMakeCurrent(nullptr, nullptr);
     }
 }
@@ -284,11 +326,15 @@ bool MakeRendererCurrent(GlRenderer& renderer, HWND window) noexcept {
         return false;
     }
     wglMakeCurrent(nullptr, nullptr);
-    if (!MakeCurrentOn(window, renderer.context) || !IsGlUsable()) {
+    if (!MakeCurrentOn(window, renderer.context) || !(IsGlUsable() || LoadEntryPoints())) {
         return false;
     }
-    renderer.contextLost = WasReset();
-    return !renderer.contextLost;
+    return !IsContextLost(renderer);
+}
+
+bool IsContextLost(GlRenderer& renderer) noexcept {
+    renderer.contextLost = renderer.contextLost || (IsRendererCurrent(renderer) && WasReset(renderer));
+    return renderer.contextLost;
 }
 
 bool IsRendererCurrent(const GlRenderer& renderer) noexcept {
@@ -301,7 +347,7 @@ const char* WhyNotCurrent(GlRenderer& renderer, HWND window) noexcept {
     }
     if (IsWindow(renderer.hostWindow) && !MakeRendererCurrent(renderer, renderer.hostWindow)) {
         renderer.contextLost = true;
-        return "the OpenGL context is lost";
+        return kContextLost;
     }
     if (!renderer.hostWindow) {
         return "there was no window at pre-initialisation";

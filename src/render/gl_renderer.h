@@ -52,7 +52,9 @@ struct GlRenderer {
     std::uint32_t bufferFormat;   ///< internal format of this graph's flat targets
     std::int32_t tracksWindowSize;
     bool inputAttached;    ///< counted as a user of the subclass of `hostWindow`
+    bool reportsResets;    ///< the context was created so that it is lost on a reset and reports that
     bool contextLost;      ///< only another renderer can draw again
+    bool lossReported;     ///< see `ReportUndrawable`
     bool failureReported;  ///< see `ReportUndrawable`
 
     double exactTime;           ///< seconds of shader time
@@ -81,7 +83,8 @@ HeapRecord<GlRenderer> CreateGlRenderer(HWND__* hostWindow, std::int32_t width, 
 /// Releases everything; null is allowed.
 void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept;
 
-/// Writes "cannot draw: " and why, unless this renderer has written such a line before.
+/// Writes "cannot draw: " and why, unless this renderer has written such a line before. If the context is
+/// lost, that is the reason, and it is written even after another one.
 void ReportUndrawable(GlRenderer& renderer, std::string_view reason);
 
 /// Sets the frame's size in pixels.

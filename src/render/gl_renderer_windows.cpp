@@ -94,8 +94,9 @@ void DestroyGlRenderer(HeapRecord<GlRenderer> renderer) noexcept {
 }
 
 void ReportUndrawable(GlRenderer& renderer, std::string_view reason) {
-    if (!std::exchange(renderer.failureReported, true)) {
-        WriteDebugLine("cannot draw: " + std::string(reason));
+    const bool lost = IsContextLost(renderer);
+    if (!std::exchange(lost ? renderer.lossReported : renderer.failureReported, true)) {
+        WriteDebugLine("cannot draw: " + std::string(lost ? kContextLost : reason));
     }
 }
 

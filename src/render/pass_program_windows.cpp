@@ -54,7 +54,7 @@ bool CheckLinked(PassSlot& slot, GlName program, const LineMap& lines) {
 
 /// By default a driver may use fewer threads than it could.
 void AllowAllCompilerThreads() {
-    if (GLEW_KHR_parallel_shader_compile && glMaxShaderCompilerThreadsKHR) {
+    if (glewGetExtension("GL_KHR_parallel_shader_compile") && glMaxShaderCompilerThreadsKHR) {
         glMaxShaderCompilerThreadsKHR(0xFFFFFFFFU);
     }
 }

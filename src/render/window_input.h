@@ -22,8 +22,13 @@ struct PixelRect {
 /// counted, if the window is null or its procedure cannot be replaced.
 bool AttachWindowInput(HWND__* window);
 
-/// Removes a user; the window's last one restores its original procedure.
+/// Removes a user; the window's last one restores its original procedure. If another subclass was placed on
+/// top of this module's, both stay, and the module stays loaded until the process ends. It also does if the
+/// procedure is still running after 100 ms, for example because the caller was called by it.
 void DetachWindowInput(HWND__* window) noexcept;
+
+/// For an unload while renderers still exist: does the same for every window.
+void RestoreAllWindows() noexcept;
 
 /// The window's client rectangle, its upper left corner at 0, 0; empty for a null window.
 PixelRect ClientRectOf(HWND__* window) noexcept;

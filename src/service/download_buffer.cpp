@@ -6,8 +6,6 @@
 #include <new>
 #include <utility>
 
-#include "base/load_error.h"
-
 namespace pixelforge {
 namespace {
 
@@ -15,7 +13,9 @@ constexpr std::uint64_t kFirstCapacity = 4096;
 
 }  // namespace
 
-void DownloadBuffer::Start(std::uint32_t announcedBytes) {
+void DownloadBuffer::Start(std::uint32_t announcedBytes, const SizeLimit& limit) {
+    limit_ = limit;
+    RequireWithinLimit(announcedBytes);
     announced_ = announcedBytes;
     count_ = 0;
     Allocate(announcedBytes ? announcedBytes : kFirstCapacity);
@@ -28,14 +28,15 @@ std::span<std::uint8_t> DownloadBuffer::Room() noexcept {
 
 void DownloadBuffer::Add(std::size_t bytes) {
     count_ += bytes;
-    if (count_ < capacity_ || count_ == announced_) {
+    RequireWithinLimit(count_);
+    if (count_ < capacity_ || count_ == announced_ || count_ == limit_.bytes) {
         return;
     }
     std::uint64_t capacity = capacity_ * 2;
     while (capacity <= count_) {
         capacity *= 2;
     }
-    Allocate(capacity);
+    Allocate(std::min(capacity, limit_.bytes));
 }
 
 HeapBytes DownloadBuffer::Take() noexcept {
@@ -44,10 +45,13 @@ HeapBytes DownloadBuffer::Take() noexcept {
     return std::move(block_);
 }
 
-void DownloadBuffer::Allocate(std::uint64_t capacity) {
-    if (capacity > kLargestCapacity) {
-        throw LoadError("the service's response exceeds 1 GiB");
+void DownloadBuffer::RequireWithinLimit(std::uint64_t bytes) const {
+    if (bytes > limit_.bytes) {
+        throw LoadError(limit_.fault);
     }
+}
+
+void DownloadBuffer::Allocate(std::uint64_t capacity) {
     HeapBytes block(static_cast<std::uint8_t*>(AllocateHeapBlock(static_cast<std::size_t>(capacity) + 1)));
     if (!block) {
         throw std::bad_alloc();

@@ -5,18 +5,20 @@
 #include <span>
 
 #include "base/heap.h"
+#include "base/load_error.h"
 
 namespace pixelforge {
 
-/// Starts at the announced length, or at 4096 bytes without one, and doubles when full. One spare byte beyond
-/// the capacity terminates text, and lets a body of exactly its announced length end without growing.
+/// A server that never stops sending must not exhaust the host's memory.
+inline constexpr SizeLimit kResponseLimit = {std::uint64_t{1} << 30, "the service's response exceeds 1 GiB"};
+
+/// Starts at the announced length, or at 4096 bytes without one, and doubles when full, up to the limit. One
+/// spare byte beyond the capacity terminates text, and lets a body of exactly its announced length end
+/// without growing.
 class DownloadBuffer {
 public:
-    /// A server that never stops sending must not exhaust the host's memory.
-    static constexpr std::uint64_t kLargestCapacity = std::uint64_t{1} << 30;
-
-    /// `announcedBytes` is 0 if unknown. Throws `LoadError` above the largest capacity, and `std::bad_alloc`.
-    void Start(std::uint32_t announcedBytes);
+    /// `announcedBytes` is 0 if unknown. Throws `LoadError` above the limit, and `std::bad_alloc`.
+    void Start(std::uint32_t announcedBytes, const SizeLimit& limit = kResponseLimit);
 
     /// Where to write the next bytes; never empty.
     std::span<std::uint8_t> Room() noexcept;
@@ -31,9 +33,11 @@ public:
     HeapBytes Take() noexcept;
 
 private:
+    void RequireWithinLimit(std::uint64_t bytes) const;
     void Allocate(std::uint64_t capacity);
 
     HeapBytes block_;
+    SizeLimit limit_ = kResponseLimit;
     std::uint64_t announced_ = 0;
     std::uint64_t capacity_ = 0;
     std::uint64_t count_ = 0;

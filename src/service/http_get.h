@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "base/heap.h"
 #include "base/unique_handle.h"
+#include "service/download_buffer.h"
 
 namespace pixelforge {
 
@@ -37,11 +39,15 @@ struct HttpReply {
     std::uint32_t status = 0;  ///< of the final response, after redirects; 0 if there was none
 };
 
+/// Why a response with this status has no whole body to use; empty for 200 to 299 other than 206.
+std::string FaultOfStatus(std::uint32_t status);
+
 /// Fetches a URL. A null session is replaced by a private one for this call. Throws `LoadError` without a
-/// connection or a trusted certificate, for more than 10 redirects and a redirect to another scheme than
-/// https, if the transfer ends before its announced length, if `progress` (may be null) cancels, and above
-/// 1 GiB.
-HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress);
+/// connection or a trusted certificate, for more than 10 redirects and a redirect to a scheme other than
+/// https, if the transfer ends before its announced length or averages below 1 KiB/s after a minute, if
+/// `progress` (may be null) cancels, and for a body above `limit`.
+HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress,
+                       const SizeLimit& limit = kResponseLimit);
 
 /// Only the body, whatever the status: a server's error page counts too. Null, with a length of 0, on
 /// failure.

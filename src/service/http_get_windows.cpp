@@ -6,17 +6,18 @@
 #include <objbase.h>
 #include <wininet.h>
 
-#include <limits>
+#include <algorithm>
+#include <charconv>
 #include <memory>
 #include <new>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "base/load_error.h"
 #include "base/text.h"
-#include "service/download_buffer.h"
 
 namespace pixelforge {
 namespace {
@@ -36,6 +37,12 @@ constexpr DWORD kSchemeUnits = 32;
 constexpr DWORD kPlainFlags = INTERNET_FLAG_RELOAD | INTERNET_FLAG_NO_CACHE_WRITE | INTERNET_FLAG_NO_COOKIES |
                               INTERNET_FLAG_NO_AUTO_REDIRECT;
 constexpr int kMaximumRedirects = 10;
+
+/// The only success whose body is not the whole file.
+constexpr std::uint32_t kStatusPartialContent = 206;
+
+constexpr ULONGLONG kSlowStartMilliseconds = 60'000;
+constexpr std::uint64_t kSlowestBytesPerSecond = 1024;
 
 using HeaderText = std::unique_ptr<wchar_t[], HeapBlockDeleter>;
 
@@ -94,11 +101,11 @@ HeaderText MakeHeaders() {
     return headers;
 }
 
-UniqueInternetHandle OpenRequest(HINTERNET internet, const wchar_t* url) {
+UniqueInternetHandle OpenRequest(HINTERNET internet, const wchar_t* url, DWORD flags) {
     const HeaderText headers = MakeHeaders();
     const std::size_t length = headers ? std::wstring_view(headers.get()).size() : 0;
     UniqueInternetHandle request(
-        InternetOpenUrlW(internet, url, headers.get(), static_cast<DWORD>(length), RequestFlags(url), 0));
+        InternetOpenUrlW(internet, url, headers.get(), static_cast<DWORD>(length), flags, 0));
     if (!request) {
         ThrowLastError("the service cannot be reached");
     }
@@ -126,16 +133,14 @@ std::uint32_t QueryStatus(HINTERNET request) noexcept {
 
 /// 0 without the header. WinINet's own conversion wraps larger numbers and ignores words.
 std::uint32_t AnnouncedBytes(HINTERNET request) {
-    const std::wstring text = QueryHeader(request, HTTP_QUERY_CONTENT_LENGTH).value_or(L"0");
-    constexpr std::uint64_t kLargest = std::numeric_limits<std::uint32_t>::max();
-    std::uint64_t bytes = text.empty() ? kLargest + 1 : 0;
-    for (const wchar_t c : text) {
-        bytes = c >= L'0' && c <= L'9' ? bytes * 10 + static_cast<unsigned>(c - L'0') : kLargest + 1;
-        if (bytes > kLargest) {
-            throw LoadError("the length of the service's response is not a 32-bit number");
-        }
+    const std::string text = ToUtf8(QueryHeader(request, HTTP_QUERY_CONTENT_LENGTH).value_or(L"0"));
+    const char* const end = text.data() + text.size();
+    std::uint32_t bytes = 0;
+    const auto [stop, error] = std::from_chars(text.data(), end, bytes);
+    if (error != std::errc() || stop != end) {
+        throw LoadError("the length of the service's response is not a 32-bit number");
     }
-    return static_cast<std::uint32_t>(bytes);
+    return bytes;
 }
 
 /// If so, the announced length is that of the compressed body.
@@ -144,18 +149,34 @@ bool IsCompressed(HINTERNET request) {
     return EqualIgnoringAsciiCase(encoding, L"gzip") || EqualIgnoringAsciiCase(encoding, L"deflate");
 }
 
+/// Reads what has arrived: a read of more would block until all of it is there. 0 at the end.
+DWORD ReadAvailable(HINTERNET request, std::span<std::uint8_t> room) {
+    DWORD available = 0;
+    if (!InternetQueryDataAvailable(request, &available, 0, 0)) {
+        ThrowLastError("the service's response broke off");
+    }
+    const DWORD wanted = std::clamp(available, DWORD{1}, static_cast<DWORD>(room.size()));
+    DWORD got = 0;
+    if (!InternetReadFile(request, room.data(), wanted, &got)) {
+        ThrowLastError("the service's response broke off");
+    }
+    return got;
+}
+
+/// WinINet's time-out begins again with each byte.
+void RequireSpeed(ULONGLONG started, std::uint64_t bytes) {
+    const ULONGLONG elapsed = GetTickCount64() - started;
+    if (elapsed > kSlowStartMilliseconds && bytes < elapsed / 1000 * kSlowestBytesPerSecond) {
+        throw LoadError("the service sends too slowly");
+    }
+}
+
 /// WinINet reports no error for a truncated body, hence the check against the `expected` bytes.
 void ReadBody(HINTERNET request, DownloadBuffer& body, std::uint32_t expected, HttpProgress progress) {
-    for (;;) {
-        const std::span<std::uint8_t> room = body.Room();
-        DWORD got = 0;
-        if (!InternetReadFile(request, room.data(), static_cast<DWORD>(room.size()), &got)) {
-            ThrowLastError("the service's response broke off");
-        }
-        if (got == 0) {
-            break;
-        }
+    const ULONGLONG started = GetTickCount64();
+    while (const DWORD got = ReadAvailable(request, body.Room())) {
         body.Add(got);
+        RequireSpeed(started, body.Count());
         if (progress && progress(body.Count()) == 0) {
             throw LoadError("the transfer was cancelled");
         }
@@ -165,16 +186,25 @@ void ReadBody(HINTERNET request, DownloadBuffer& body, std::uint32_t expected, H
     }
 }
 
-HttpReply ReadReply(HINTERNET request, HttpProgress progress) {
+void ReadWholeBody(HINTERNET request, HttpProgress progress, const SizeLimit& limit, DownloadBuffer& body) {
     const std::uint32_t announced = AnnouncedBytes(request);
-    DownloadBuffer body;
-    body.Start(announced);
+    body.Start(announced, limit);
     if (progress) {
         progress(0);
     }
     ReadBody(request, body, IsCompressed(request) ? 0 : announced, progress);
+}
+
+/// Of a bad status and a bad body, the status is the cause.
+HttpReply ReadReply(HINTERNET request, HttpProgress progress, const SizeLimit& limit) {
     HttpReply reply;
     reply.status = QueryStatus(request);
+    DownloadBuffer body;
+    const std::string failure = FailureOf([&] { ReadWholeBody(request, progress, limit, body); });
+    if (!failure.empty()) {
+        const std::string badStatus = FaultOfStatus(reply.status);
+        throw LoadError(badStatus.empty() ? failure : badStatus);
+    }
     reply.length = body.Count();
     reply.body = body.Take();
     return reply;
@@ -197,13 +227,15 @@ std::optional<std::wstring> RedirectTarget(HINTERNET request, const wchar_t* url
 }
 
 /// Follows redirects itself: WinINet does so without a limit, and from https to http.
-HttpReply Get(HINTERNET internet, const wchar_t* url, HttpProgress progress) {
+HttpReply Get(HINTERNET internet, const wchar_t* url, HttpProgress progress, const SizeLimit& limit) {
     std::wstring target;
     for (int redirects = 0; redirects <= kMaximumRedirects; ++redirects) {
-        const UniqueInternetHandle request = OpenRequest(internet, url);
+        // A redirect may name any host, which must not learn who is logged in to this machine.
+        const DWORD login = redirects == 0 ? 0 : INTERNET_FLAG_NO_AUTH;
+        const UniqueInternetHandle request = OpenRequest(internet, url, RequestFlags(url) | login);
         const auto next = RedirectTarget(request.Get(), url);
         if (!next) {
-            return ReadReply(request.Get(), progress);
+            return ReadReply(request.Get(), progress, limit);
         }
         target = *next;
         url = target.c_str();
@@ -236,15 +268,24 @@ HeapRecord<InternetSession> OpenInternetSession() {
 
 const wchar_t* extraHeaderText = L"";
 
-HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress) {
+std::string FaultOfStatus(std::uint32_t status) {
+    if (status == 0) {
+        return "the service closed the connection without a response";
+    }
+    const bool whole = status >= 200 && status <= 299 && status != kStatusPartialContent;
+    return whole ? std::string() : "the service returned status " + std::to_string(status);
+}
+
+HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress,
+                       const SizeLimit& limit) {
     if (session) {
-        return Get(session->handle.Get(), url, progress);
+        return Get(session->handle.Get(), url, progress, limit);
     }
     const UniqueInternetHandle internet = OpenInternet();
     if (!internet) {
         ThrowLastError("no Internet session");
     }
-    return Get(internet.Get(), url, progress);
+    return Get(internet.Get(), url, progress, limit);
 }
 
 HeapBytes HttpGet(InternetSession* session, const wchar_t* url, std::uint32_t* outLength,

@@ -13,8 +13,8 @@ struct InternetSession;
 
 /// The bytes of a service URL, followed by a zero byte. A cached file is returned unchecked, without a
 /// request. A fetched body is returned only once it is stored; an empty one, one with a status of 206 or
-/// outside 200 to 299, and a shader document that is not usable JSON are neither stored nor returned. Null on
-/// failure, with one clause of UTF-8 in `reason`.
+/// outside 200 to 299, and a shader document that is not usable JSON are neither stored nor returned. Shader
+/// documents, cached or fetched, have at most 64 MiB. Null on failure, with one clause of UTF-8 in `reason`.
 HeapBytes FetchWithCache(InternetSession* session, const wchar_t* url, std::uint32_t* outLength,
                          std::string& reason);
 

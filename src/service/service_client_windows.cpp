@@ -13,9 +13,6 @@
 namespace pixelforge {
 namespace {
 
-/// The only success whose body is not the whole file.
-constexpr std::uint32_t kStatusPartialContent = 206;
-
 constexpr const char* kInvalidName = "not a valid name for the service";
 
 /// Checks a copy, because the check truncates its text and the cache stores the response unchanged.
@@ -23,7 +20,7 @@ void RequireUsableJson(std::span<const std::uint8_t> body) {
     std::string copy(body.begin(), body.end());
     const JsonTextFault fault = CheckJsonText(copy.data());
     if (fault != JsonTextFault::None) {
-        throw LoadError(std::string("the response: ") + DescribeFault(fault));
+        throw LoadError(std::string("the service's response: ") + DescribeFault(fault));
     }
 }
 
@@ -33,11 +30,9 @@ std::span<const std::uint8_t> BodyOf(const HttpReply& reply) {
 
 /// Cached files never expire, so bad replies must not be stored.
 void RequireCacheableReply(const HttpReply& reply, ServiceContent content) {
-    if (reply.status == 0) {
-        throw LoadError("the service closed the connection without a response");
-    }
-    if (reply.status < 200 || reply.status > 299 || reply.status == kStatusPartialContent) {
-        throw LoadError("the service returned status " + std::to_string(reply.status));
+    const std::string badStatus = FaultOfStatus(reply.status);
+    if (!badStatus.empty()) {
+        throw LoadError(badStatus);
     }
     if (reply.length == 0) {
         throw LoadError("the service's response is empty");
@@ -47,9 +42,13 @@ void RequireCacheableReply(const HttpReply& reply, ServiceContent content) {
     }
 }
 
+const SizeLimit& LimitOf(ServiceContent content) noexcept {
+    return content == ServiceContent::Shader ? kDocumentLimit : kResponseLimit;
+}
+
 HttpReply FetchAndStore(InternetSession* session, const wchar_t* url, ServiceContent content,
                         const wchar_t* path) {
-    HttpReply reply = HttpGetReply(session, url, nullptr);
+    HttpReply reply = HttpGetReply(session, url, nullptr, LimitOf(content));
     RequireCacheableReply(reply, content);
     // The file did not exist a moment ago. If it does now, another process has stored it in full, and may
     // hold it open, which prevents replacing it.
@@ -69,7 +68,7 @@ HttpReply ReadOrFetch(InternetSession* session, const wchar_t* url) {
         return FetchAndStore(session, url, entry.content, path);
     }
     HttpReply cached;
-    cached.body = ReadWholeFile(path, &cached.length);
+    cached.body = ReadWholeFile(path, &cached.length, LimitOf(entry.content));
     if (!cached.body) {
         throw LoadError("its cached file cannot be read");
     }
@@ -110,7 +109,8 @@ void FetchFile(InternetSession* session, const wchar_t* shaderId, const wchar_t*
     }
     CopyCut(outPath, kPathUnits, path);
     if (!IsExistingFile(path)) {
-        const HttpReply reply = HttpGetReply(session, download.url, AlwaysContinue);
+        const HttpReply reply =
+            HttpGetReply(session, download.url, AlwaysContinue, LimitOf(download.content));
         RequireCacheableReply(reply, download.content);
         StoreResponse(path, BodyOf(reply));
     }

@@ -1,7 +1,6 @@
 // Formats and classifies URLs of the web service.
 #include "service/service_urls.h"
 
-#include <algorithm>
 #include <charconv>
 #include <optional>
 #include <string>
@@ -47,8 +46,8 @@ std::optional<std::wstring> PercentDecoded(std::wstring_view text) {
     for (std::size_t i = 0; i < encoded.size(); ++i) {
         unsigned value = static_cast<unsigned char>(encoded[i]);
         if (encoded[i] == '%') {
-            const char* const end = encoded.data() + std::min(i + 3, encoded.size());
-            if (std::from_chars(encoded.data() + i + 1, end, value, 16).ptr != encoded.data() + i + 3) {
+            const char* const digits = encoded.data() + i + 1;
+            if (encoded.size() - i < 3 || std::from_chars(digits, digits + 2, value, 16).ptr != digits + 2) {
                 return std::nullopt;
             }
             i += 2;

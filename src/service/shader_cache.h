@@ -10,9 +10,9 @@ namespace pixelforge {
 
 /// Creates the module's data folder with a "Shaders" subfolder, and `cacheRoot` with "Shaders" for documents,
 /// "Assets" for media files and "Searches". `cacheRoot` replaces the initial cache root,
-/// "E:\PixelforgeCache". Removes temporary files that are older than a day from the subfolders. An empty or
-/// null path skips its steps; failures are ignored and the result is always true. Call it once at process
-/// start, before anything uses the cache.
+/// "E:\PixelforgeCache". Removes temporary files of the cache that are older than a day from the cache's
+/// three subfolders. An empty or null path skips its steps; failures are ignored and the result is always
+/// true. Call it once at process start, before anything uses the cache.
 bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot);
 
 /// The identifier in lower case, "_", and a hexadecimal mask of its capitals (bit i for character i): the

@@ -22,6 +22,11 @@ enum class Compression {
     On,
 };
 
+enum class LeftOvers {
+    Keep,
+    Remove,
+};
+
 /// Creates one folder, whose parent must exist. True if the folder exists afterwards, even if another process
 /// created it.
 bool EnsureFolder(const wchar_t* path) {
@@ -44,7 +49,12 @@ void CompressFolder(const wchar_t* path) noexcept {
 /// Enough for any transfer: a younger file may belong to another process.
 constexpr std::uint64_t kLeftOverAge100ns = std::uint64_t{24} * 3600 * 10'000'000;
 
-constexpr std::size_t kTemporaryNameUnits = 21;
+/// "~", 16 hexadecimal digits and ".tmp".
+bool IsTemporaryName(std::wstring_view name) noexcept {
+    const auto isDigit = [](wchar_t c) { return (c >= L'0' && c <= L'9') || (c >= L'A' && c <= L'F'); };
+    return name.size() == 21 && name.starts_with(L'~') && name.ends_with(L".tmp") &&
+           std::ranges::all_of(name.substr(1, 16), isDigit);
+}
 
 struct FileSearchTraits {
     using Handle = HANDLE;
@@ -57,10 +67,9 @@ std::uint64_t In100ns(const FILETIME& time) noexcept {
 
 /// Checks the name again: the system's search also matches short names.
 bool IsLeftOver(const WIN32_FIND_DATAW& file) noexcept {
-    const std::wstring_view name = file.cFileName;
     FILETIME now;
     GetSystemTimeAsFileTime(&now);
-    return name.size() == kTemporaryNameUnits && name.starts_with(L'~') && name.ends_with(L".tmp") &&
+    return IsTemporaryName(file.cFileName) &&
            In100ns(file.ftLastWriteTime) + kLeftOverAge100ns < In100ns(now);
 }
 
@@ -81,12 +90,14 @@ void RemoveLeftOvers(const wchar_t* folder) noexcept {
     }
 }
 
-void MakeSubfolder(const wchar_t* parent, const wchar_t* name, Compression compression) {
+void MakeSubfolder(const wchar_t* parent, const wchar_t* name, Compression compression, LeftOvers leftOvers) {
     wchar_t path[kPathUnits];
     if (FormatBounded(path, kPathUnits, L"%s\\%s", parent, name) != kFormatComplete || !EnsureFolder(path)) {
         return;
     }
-    RemoveLeftOvers(path);
+    if (leftOvers == LeftOvers::Remove) {
+        RemoveLeftOvers(path);
+    }
     if (compression == Compression::On) {
         CompressFolder(path);
     }
@@ -124,15 +135,16 @@ bool WriteFileAtomically(const wchar_t* folder, const wchar_t* path, std::span<c
 bool CreateCacheFolders(const wchar_t* dataFolder, const wchar_t* cacheRoot) {
     if (dataFolder && *dataFolder) {
         EnsureFolder(dataFolder);
-        MakeSubfolder(dataFolder, L"Shaders", Compression::On);
+        // The user's own folder.
+        MakeSubfolder(dataFolder, L"Shaders", Compression::On, LeftOvers::Keep);
     }
     if (cacheRoot && *cacheRoot) {
         CopyCut(cacheRootPath, cacheRoot);
         EnsureFolder(cacheRootPath);
-        MakeSubfolder(cacheRootPath, L"Shaders", Compression::On);
+        MakeSubfolder(cacheRootPath, L"Shaders", Compression::On, LeftOvers::Remove);
         // Media files are already compressed.
-        MakeSubfolder(cacheRootPath, L"Assets", Compression::Off);
-        MakeSubfolder(cacheRootPath, L"Searches", Compression::On);
+        MakeSubfolder(cacheRootPath, L"Assets", Compression::Off, LeftOvers::Remove);
+        MakeSubfolder(cacheRootPath, L"Searches", Compression::On, LeftOvers::Remove);
     }
     return true;
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "base/load_error.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge {
@@ -19,6 +20,11 @@ TEST(ReadWholeFile, ReturnsTheBytesFollowedByZeros) {
         ASSERT_TRUE(block);
         ASSERT_EQ(size, bytes.size());
         EXPECT_EQ(std::string(block.get(), block.get() + size + 4), bytes + std::string(4, '\0'));
+        EXPECT_TRUE(ReadWholeFile(file.Path().c_str(), &size, {bytes.size(), "too large"}));
+        EXPECT_EQ(FailureOf([&] {
+                      ReadWholeFile(file.Path().c_str(), &size, {bytes.size() - 1, "too large"});
+                  }),
+                  bytes.empty() ? "" : "too large");
     }
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <functional>
 
@@ -15,11 +16,13 @@ namespace {
 
 const std::string kWhite = DocumentBuilder().Image(MainImage("c = vec4(1);")).Json();
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
-/// Counts frames from 1 in the red level.
+/// The number of frames drawn, iFrame, and iTime in steps of the default speed.
 const std::string kCounter =
     DocumentBuilder()
         .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0);"), kReadsA)
-        .Image(MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x / 255.0, 0, 0, 1);"), kReadsA)
+        .Image(
+            MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x, iFrame, iTime / 0.03, 255) / 255.0;"),
+            kReadsA)
         .Json();
 
 TEST(Driver, EveryExportRejectsNullRecords) {
@@ -51,6 +54,8 @@ TEST(Driver, TheDescriptionFillsAnUninitialisedRecord) {
     ModuleDescription description;
     std::memset(static_cast<void*>(&description), 0xCD, sizeof(description));
     ASSERT_EQ(Module().Functions().getDescription(&description), 1);
+    EXPECT_TRUE(std::ranges::equal(description.leading, std::array{1u, 0x18008u, 1u, 20000u}));
+    EXPECT_EQ(description.trailing, 1u);
     EXPECT_STREQ(description.displayName, L"Pixelforge");
     EXPECT_STREQ(description.description, L"Runs Pixelforge shaders");
     const std::wstring build = description.buildText;  // "(REL) Nov  9 2024 @ 23:42:18"
@@ -61,11 +66,12 @@ TEST(Driver, TheDescriptionFillsAnUninitialisedRecord) {
 TEST(Driver, DrawingCanBeSwitchedOffAndOn) {
     ModuleRun run(kCounter);
     run.Session().Control("Draw Event")->toggle.value[1] = 0;
-    EXPECT_EQ(run.Frames(2), FrameResult::NothingDrawn);
+    EXPECT_EQ(run.Frames(3), FrameResult::NothingDrawn);
     EXPECT_EQ(run.Pixel(0, 0), 0u);
+    EXPECT_EQ(run.Session().Instance()->color.stripeToggle, 0) << "nor do they advance the colours";
     run.Session().Control("Draw Event")->toggle.value[1] = 1;
     EXPECT_EQ(run.Frame(), FrameResult::Drawn);
-    EXPECT_EQ(run.Pixel(0, 0), 0x010000u) << "skipped frames do not advance the shader";
+    EXPECT_EQ(run.Pixel(0, 0), 0x010001u) << "skipped frames do not advance the shader";
 }
 
 TEST(Driver, WithoutABitmapFramesFailWithOneLine) {
@@ -84,11 +90,13 @@ TEST(Driver, AResetIsRequestedImmediatelyAndThenOncePerInterval) {
     ModuleInstance* instance = run.Session().Instance();
     EXPECT_EQ(module.drawFrame(instance, &run.Session().Context()), 2);
     EXPECT_EQ(module.drawFrame(instance, &run.Session().Context()), 1) << "five seconds have not passed";
-    EXPECT_EQ(run.Pixel(0, 0), 0x040000u) << "without initialisation the old shader continues";
+    EXPECT_EQ(run.Pixel(0, 0), 0x040204u) << "without initialisation the old shader continues";
     instance->nextResetTick = 0;
     EXPECT_EQ(run.Frame(), FrameResult::ResetWanted);  // this host initialises again
+    EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+    EXPECT_EQ(run.Pixel(0, 0), 0x020002u) << "a new load starts with cleared buffers";
     EXPECT_EQ(run.Frame(), FrameResult::Drawn);
-    EXPECT_EQ(run.Pixel(0, 0), 0x010000u) << "a new load starts with cleared buffers";
+    EXPECT_EQ(run.Pixel(0, 0), 0x030103u) << "iFrame is 0 twice";
 }
 
 TEST(Driver, TheErrorScreenIsWrittenInGreenOnBlack) {

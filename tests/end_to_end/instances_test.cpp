@@ -1,6 +1,13 @@
 // Several instances, several threads, and windows that cannot carry a context.
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
+#include <GL/gl.h>
+
+#include <array>
+#include <future>
+#include <string>
 #include <thread>
 
 #include "module/module_instance.h"
@@ -12,12 +19,14 @@ namespace {
 
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
 
-/// Red counts the frames, green shows whether buffers clamp at 1, blue is a multiple of the time.
+/// Red counts the frames, plus 16 if there are several samples; green shows whether buffers clamp at 1, blue
+/// is a multiple of the time.
 const std::string kCounter =
     DocumentBuilder()
         .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0 / 64.0, 3.0, 0, 1);"),
                 kReadsA)
         .Image(MainImage("vec4 a = texelFetch(iChannel0, ivec2(p), 0);\n"
+                         "if (gl_NumSamples > 1) a.x += 0.25;\n"
                          "c = vec4(a.x / 255.0 * 64.0, a.y / 3.0, iTime * 4.0 / 255.0, 1);"),
                kReadsA)
         .Json();
@@ -33,12 +42,12 @@ TEST(Instances, DoNotAffectEachOthersSettings) {
     for (std::uint32_t frame = 1; frame <= 4; ++frame) {
         ASSERT_EQ(first.Frame(), FrameResult::Drawn) << first.Words();
         ASSERT_EQ(second.Frame(), FrameResult::Drawn) << second.Words();
-        EXPECT_EQ(first.Pixel(5, 5), frame << 16 | 0xFF00 | 2 * frame) << "floats, sampled";
-        EXPECT_EQ(second.Pixel(5, 5) & 0xFFFF, 85u << 8 | frame) << "bytes: 1 / 3";
+        EXPECT_EQ(first.Pixel(5, 5), (frame + 16) << 16 | 0xFF00 | 2 * frame) << "floats, sampled";
+        EXPECT_EQ(second.Pixel(5, 5) & 0x10FFFF, 85u << 8 | frame) << "bytes: 1 / 3";
     }
     second.Session().Close();
     EXPECT_EQ(first.Frame(), FrameResult::Drawn);
-    EXPECT_EQ(first.Pixel(5, 5), 0x05FF0Au);
+    EXPECT_EQ(first.Pixel(5, 5), 0x15FF0Au);
 }
 
 TEST(Instances, MayDrawFromAlternatingThreads) {
@@ -55,48 +64,100 @@ TEST(Instances, MayDrawFromAlternatingThreads) {
     }
 }
 
+UniqueWindow NewWindow() {
+    return UniqueWindow(
+        CreateWindowW(L"STATIC", L"", WS_POPUP, 0, 0, 16, 16, nullptr, nullptr, nullptr, nullptr));
+}
+
+/// A window that belongs to another thread.
+class ThreadWindow {
+public:
+    ThreadWindow() { handle = created_.get_future().get(); }
+    ~ThreadWindow() {
+        PostMessageW(handle, WM_APP, 0, 0);
+        thread_.join();
+    }
+
+    HWND handle;
+
+private:
+    std::promise<HWND> created_;
+    std::thread thread_{[this] {
+        const UniqueWindow window = NewWindow();
+        created_.set_value(window.Get());
+        MSG message = {};
+        while (GetMessageW(&message, nullptr, 0, 0) > 0 && message.message != WM_APP) {
+            DispatchMessageW(&message);
+        }
+    }};
+};
+
+enum class CallersDc { InUse, Released, LentToAnotherWindow };
+
 /// A window of a class that shares its device contexts, and a context that is current on it although its
-/// device context may have been released.
+/// device context may have been released. The context could also draw on the module's window.
 struct Caller {
-    explicit Caller(bool releases) {
-        HDC dc = GetDC(window.Get());
+    explicit Caller(CallersDc state) {
+        HDC dc = GetDC(window.handle);
         PIXELFORMATDESCRIPTOR format = {};
         format.nSize = sizeof(format);
         format.nVersion = 1;
-        format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL;
+        format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
         format.cColorBits = 32;
         SetPixelFormat(dc, ChoosePixelFormat(dc, &format), &format);
         context = wglCreateContext(dc);
         EXPECT_TRUE(wglMakeCurrent(dc, context));
-        if (releases) {
-            ReleaseDC(window.Get(), dc);
+        glClearColor(0.2F, 0.4F, 0.6F, 1.0F);
+        glClear(GL_COLOR_BUFFER_BIT);
+        if (state != CallersDc::InUse) {
+            ReleaseDC(window.handle, dc);
         }
+        if (state == CallersDc::LentToAnotherWindow) {
+            int attempts = 100;
+            while (GetDC(another.Get()) != dc && --attempts > 0) {
+            }
+            EXPECT_GT(attempts, 0) << "the device context is not lent again";
+        }
+    }
+    /// What the window shows, through the current context.
+    void ExpectCurrent(const char* when) const {
+        EXPECT_EQ(wglGetCurrentContext(), context) << when;
+        std::array<std::uint8_t, 4> pixel = {};
+        glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, pixel.data());
+        EXPECT_EQ(pixel, (std::array<std::uint8_t, 4>{51, 102, 153, 255})) << "another window " << when;
     }
     ~Caller() {
         wglMakeCurrent(nullptr, nullptr);
         wglDeleteContext(context);
     }
 
-    UniqueWindow window{
-        CreateWindowW(L"STATIC", L"", WS_POPUP, 0, 0, 16, 16, nullptr, nullptr, nullptr, nullptr)};
+    ThreadWindow window;
+    UniqueWindow another = NewWindow();
     HGLRC context;
 };
 
 TEST(Instances, EveryExportRestoresTheCallersGlContext) {
-    for (const bool releases : {false, true}) {
-        SCOPED_TRACE(releases ? "a released device context" : "a device context in use");
-        const Caller caller(releases);
+    for (const CallersDc state : {CallersDc::InUse, CallersDc::Released, CallersDc::LentToAnotherWindow}) {
+        SCOPED_TRACE("device context " + std::to_string(static_cast<int>(state)));
+        const Caller caller(state);
         {
             ModuleRun good(kCounter);
+            DrawContext& context = good.Session().Context();
+            context.infoTextCallback = [](const wchar_t* text) {
+                if (*text) {
+                    wglMakeCurrent(nullptr, nullptr);
+                }
+            };
+            Module().Functions().preInitialize(good.Session().Instance(), &context);
+            EXPECT_EQ(good.Frame(), FrameResult::Drawn) << "the overlay's callback changes the context";
+            caller.ExpectCurrent("after a load");
             EXPECT_EQ(good.Frame(), FrameResult::Drawn);
-            EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after a load";
-            EXPECT_EQ(good.Frame(), FrameResult::Drawn);
-            EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after a frame";
-            ModuleRun bad(DocumentBuilder().Image("not GLSL").Json());
-            EXPECT_EQ(bad.Frame(), FrameResult::Failed);
-            EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after a failed load";
+            caller.ExpectCurrent("after a frame");
         }
-        EXPECT_EQ(wglGetCurrentContext(), caller.context) << "after destruction";
+        caller.ExpectCurrent("after destruction");
+        ModuleRun bad(DocumentBuilder().Image("not GLSL").Json());
+        EXPECT_EQ(bad.Frame(), FrameResult::Failed);
+        caller.ExpectCurrent("after a failed load");
     }
 }
 
@@ -125,14 +186,23 @@ TEST(Instances, WithoutAUsableWindowFailEachFrameWithOneLineUntilThereIsOne) {
     }
 }
 
-TEST(Instances, LoadAgainAfterTheirGlContextIsLost) {
+TEST(Instances, LoadAgainAfterTheirGlContextIsLostButNotTwiceInAMinute) {
     ModuleRun run(kCounter);
+    const std::string line = "Pixelforge: cannot draw: the OpenGL context is lost\n";
+    const auto lose = [&] {
+        wglDeleteContext(run.Session().Instance()->renderer->context);
+        EXPECT_EQ(run.Frame(), FrameResult::Failed);
+    };
     EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
-    wglDeleteContext(run.Session().Instance()->renderer->context);
-    EXPECT_EQ(run.Frame(), FrameResult::Failed);
-    EXPECT_EQ(run.Words(), "Pixelforge: cannot draw: the OpenGL context is lost\n");
+    lose();
+    EXPECT_EQ(run.Words(), line);
     EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
     EXPECT_EQ(run.Pixel(5, 5) >> 16, 1U) << "the counter starts again";
+    lose();
+    EXPECT_EQ(run.Frames(2), FrameResult::NothingDrawn) << "the error screen";
+    EXPECT_EQ(run.Words(), line + line);
+    run.Session().Initialize();
+    EXPECT_EQ(run.Frame(), FrameResult::Drawn);
 }
 
 }  // namespace

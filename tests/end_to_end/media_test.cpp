@@ -5,11 +5,14 @@
 #include <cmath>
 #include <functional>
 
+#include "base/text.h"
 #include "tests/end_to_end/module_run.h"
 #include "tests/end_to_end/temp_folder.h"
 
 namespace pixelforge::test {
 namespace {
+
+namespace fs = std::filesystem;
 
 std::string Picture(const std::string& name) {
     return PIXELFORGE_SOURCE_DIR "/tests/data/pictures/" + name;
@@ -51,13 +54,15 @@ TEST(Media, PicturesOfEachDepthShowTheirPixels) {
         "              : texelFetch(iChannel2, at, 0);\n"
         "if (p.y > 12.0) c = c.aaaa;\n"
         "else if (p.y > 6.0) c = texelFetch(iChannel3, at, 0);\n"
-        "if (p.x > 24.0) c = vec4(iChannelResolution[2] / 255.0 + iChannelTime[2], 1);");
+        "if (p.x > 24.0) c = vec4(iChannelResolution[2] / 255.0 + iChannelTime[2], 1);\n"
+        "if (p.x > 28.0) c = textureLod(iChannel3, vec2(0.5), 9.0);");
     for (const bool flip : {false, true}) {
         std::vector<Input> inputs = {
             Medium(0, "texture", Picture("rgba8.png")), Medium(1, "texture", Picture("rgb8.png")),
             Medium(2, "texture", Picture("grey8.png")), Medium(3, "texture", Picture("rgba8.png"))};
         for (Input& input : inputs) {
             input.vflip = flip == (input.channel < 3) ? "true" : "false";
+            input.filter = "mipmap";
         }
         ModuleRun run(DocumentBuilder().Image(code, inputs).Json());
         ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
@@ -70,6 +75,7 @@ TEST(Media, PicturesOfEachDepthShowTheirPixels) {
             EXPECT_EQ(run.Pixel(x, y + 12), (texel >> 24) * 0x010101) << x << ", " << y;
         }
         EXPECT_EQ(run.Pixel(25, 5), 0x040301u);
+        EXPECT_NEAR(run.Pixel(29, 5) >> 16, 80, 1) << "the mean red";
         EXPECT_EQ(run.Words(), "");
     }
 }
@@ -100,55 +106,13 @@ TEST(Media, TallPicturesTurnOverAndPaddedRowsAreSkipped) {
     }
 }
 
-int Level(int x, int) {
-    return 10 + 60 * x;
-}
-
-/// The sample at a coordinate in one row of four levels.
-double Sampled(double s, bool repeat, bool linear) {
-    const auto texel = [repeat](double at) {
-        const int x = static_cast<int>(std::floor(at));
-        return Level(repeat ? (x % 4 + 4) % 4 : std::clamp(x, 0, 3), 0);
-    };
-    const double left = s * 4 - 0.5;
-    const double part = left - std::floor(left);
-    return linear ? texel(left) * (1 - part) + texel(left + 1) * part : texel(s * 4);
-}
-
-TEST(Media, EveryWrapAndFilterTakesEffect) {
-    const TempFolder folder;
-    const std::string row = folder.Write("row.bmp", Bmp(4, 1, Level));
-    // From -1 to 3 over the width; magnified, so that mipmap filters linearly. On top the smallest mipmap.
-    const std::string code = MainImage(
-        "vec2 at = vec2(p.x / 8.0 - 1.0, 0.5);\n"
-        "c = p.y < 6.0 ? textureLod(iChannel0, at, 0.0) : p.y < 12.0 ? textureLod(iChannel1, at, 0.0)\n"
-        "              : textureLod(iChannel2, at, p.y < 18.0 ? 0.0 : 8.0);");
-    for (const bool repeat : {false, true}) {
-        std::vector<Input> inputs;
-        for (const char* filter : {"nearest", "linear", "mipmap"}) {
-            Input& input = inputs.emplace_back(Medium(static_cast<int>(inputs.size()), "texture", row));
-            input.filter = filter;
-            input.wrap = repeat ? "repeat" : "clamp";
-        }
-        ModuleRun run(DocumentBuilder().Image(code, inputs).Json());
-        ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
-        for (int x = 0; x < 32; ++x) {
-            const double s = (x + 0.5) / 8 - 1;
-            for (int filter = 0; filter < 3; ++filter) {
-                EXPECT_NEAR(run.Pixel(x, 3 + 6 * filter), Sampled(s, repeat, filter > 0), 1.5)
-                    << "filter " << filter << ", repeat " << repeat << ", column " << x;
-            }
-            EXPECT_NEAR(run.Pixel(x, 20), 100, 1.5) << "the mean";
-        }
-    }
-}
-
 /// The quarters of a face differ, so that rotated or mirrored faces are detected.
 int FaceColour(int face, bool right, bool lower) {
     return 0x201030 + face * 0x200000 + (right ? 0x006000 : 0) + (lower ? 0x000090 : 0);
 }
 
-/// Two by two positions of each face, as seen from the cube's centre.
+/// Two by two positions of each face, as seen from the cube's centre; above them the faces' mean, an edge of
+/// the first and the fifth, and the size.
 const std::string kSixViews = MainImage(
     "const vec3 ahead[6] = vec3[](vec3(1,0,0), vec3(-1,0,0), vec3(0,1,0), vec3(0,-1,0), vec3(0,0,1), "
     "vec3(0,0,-1));\n"
@@ -157,20 +121,29 @@ const std::string kSixViews = MainImage(
     "const vec3 up[6] = vec3[](vec3(0,1,0), vec3(0,1,0), vec3(0,0,-1), vec3(0,0,1), vec3(0,1,0), "
     "vec3(0,1,0));\n"
     "ivec2 at = ivec2(p); int face = at.x / 2 % 6; vec2 place = vec2(at.x % 2, at.y % 2) - 0.5;\n"
-    "c = texture(iChannel0, ahead[face] + place.x * right[face] + place.y * up[face]);\n"
-    "if (p.y > 8.0) c = vec4(iChannelResolution[0] / 255.0, 1);");
+    "c = textureLod(iChannel0, ahead[face] + place.x * right[face] + place.y * up[face], 0.0);\n"
+    "if (p.y > 4.0) c = textureLod(iChannel0, ahead[face], 9.0);\n"
+    "if (p.y > 8.0) c = textureLod(iChannel0, vec3(1.0, 0.5, 0.9999), 0.0);\n"
+    "if (p.y > 12.0) c = vec4(iChannelResolution[0] / 255.0, 1);");
 
-void ExpectSixFaces(const std::string& file, int side) {
-    ModuleRun run(DocumentBuilder().Image(kSixViews, {Medium(0, "cubemap", file)}).Json());
+void ExpectSixFaces(const std::string& file) {
+    Input input = Medium(0, "cubemap", file);
+    input.filter = "mipmap";
+    ModuleRun run(DocumentBuilder().Image(kSixViews, {input}).Json());
     ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
-    for (int i = 0; i < 24; ++i) {
-        const int expected = FaceColour(i / 2 % 6, i % 2 == 1, i < 12);
-        const auto seen = static_cast<int>(run.Pixel(i % 12, i / 12));
+    const auto expect = [&](int x, int y, int expected, int tolerance = 2) {
         for (int shift = 0; shift < 24; shift += 8) {
-            EXPECT_NEAR(seen >> shift & 0xFF, expected >> shift & 0xFF, 2) << file << ": " << i;
+            EXPECT_NEAR(run.Pixel(x, y) >> shift & 0xFF, expected >> shift & 0xFF, tolerance)
+                << file << ": " << x << ", " << y;
         }
+    };
+    for (int x = 0; x < 12; ++x) {
+        expect(x, 0, FaceColour(x / 2, x % 2 == 1, true));
+        expect(x, 1, FaceColour(x / 2, x % 2 == 1, false));
+        expect(x, 5, FaceColour(x / 2, false, false) + 0x003048, 4);
     }
-    EXPECT_EQ(run.Pixel(3, 20), static_cast<std::uint32_t>(side << 16 | side << 8 | 1));
+    expect(3, 10, FaceColour(2, false, false) + 0x003000);
+    EXPECT_EQ(run.Pixel(3, 20), 0x101001u);
     EXPECT_EQ(run.Words(), "");
 }
 
@@ -184,15 +157,15 @@ TEST(Media, CubeMapsOfSixFilesAndOfOneCrossAreUpright) {
     for (int face = 5; face > 0; --face) {
         write(face);
     }
-    ExpectSixFaces(write(0), 16);
+    ExpectSixFaces(write(0));
     const auto cross = [](int x, int y) {
         constexpr int kFaces[3][4] = {{-1, 2, -1, -1}, {1, 4, 0, 5}, {-1, 3, -1, -1}};
-        const int column = (x - 6 + 20) / 20 - 1;
-        const int row = (y - 5 + 20) / 20 - 1;
+        const int column = (x - 6 + 16) / 16 - 1;
+        const int row = (y - 5 + 16) / 16 - 1;
         const bool inside = column >= 0 && column < 4 && row >= 0 && row < 3 && kFaces[row][column] >= 0;
-        return inside ? FaceColour(kFaces[row][column], (x - 6) % 20 >= 10, (y - 5) % 20 >= 10) : 0xFFFFFF;
+        return inside ? FaceColour(kFaces[row][column], (x - 6) % 16 >= 8, (y - 5) % 16 >= 8) : 0xFFFFFF;
     };
-    ExpectSixFaces(folder.Write("cross.bmp", Bmp(92, 70, cross)), 20);
+    ExpectSixFaces(folder.Write("cross.bmp", Bmp(76, 58, cross)));
 }
 
 /// 3 x 2 x 2 voxels; the bytes count up from 20 in steps of 3.
@@ -207,15 +180,22 @@ std::string Volume(char channels, int bytes) {
 
 TEST(Media, VolumesOfEachChannelCountShowOneValuePerVoxel) {
     const TempFolder folder;
-    ModuleRun run(DocumentBuilder()
-                      .Image(MainImage("ivec3 at = ivec3(int(p.x) % 3, int(p.y) % 2, int(p.x) / 3 % 2);\n"
-                                       "c = p.y < 2.0 ? texelFetch(iChannel0, at, 0) : p.y < 4.0\n"
-                                       "    ? texelFetch(iChannel1, at, 0) : texelFetch(iChannel2, at, 0);\n"
-                                       "if (p.x > 8.0) c = vec4(iChannelResolution[1] / 255.0, 1);"),
-                             {Medium(0, "volume", folder.Write("1.bin", Volume(1, 12))),
-                              Medium(1, "volume", folder.Write("2.bin", Volume(2, 24))),
-                              Medium(2, "volume", folder.Write("4.bin", Volume(4, 12)))})
-                      .Json());
+    ModuleRun run(
+        DocumentBuilder()
+            .Image(MainImage("ivec3 at = ivec3(int(p.x) % 3, int(p.y) % 2, int(p.x) / 3 % 2);\n"
+                             "c = p.y < 2.0 ? texelFetch(iChannel0, at, 0) : p.y < 4.0\n"
+                             "    ? texelFetch(iChannel1, at, 0) : texelFetch(iChannel2, at, 0);\n"
+                             "vec3 far = vec3(0, 0, 1) + (vec3(at) + 0.5) / vec3(3, 2, 2);\n"
+                             "if (p.y > 6.0) c = textureLod(iChannel3, far, p.y < 8.0 ? 0.0 : 9.0);\n"
+                             "if (p.x > 8.0) c = vec4(iChannelResolution[1] / 255.0, 1);"),
+                   {Medium(0, "volume", folder.Write("1.bin", Volume(1, 12))),
+                    Medium(1, "volume", folder.Write("2.bin", Volume(2, 24))),
+                    Medium(2, "volume", folder.Write("4.bin", Volume(4, 12))),
+                    {.channel = 3,
+                     .ctype = "volume",
+                     .filter = "mipmap",
+                     .src = folder.Write("1.bin", Volume(1, 12))}})
+            .Json());
     ASSERT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
     for (int i = 0; i < 12; ++i) {
         const int x = i % 3 + i / 6 * 3;
@@ -224,6 +204,8 @@ TEST(Media, VolumesOfEachChannelCountShowOneValuePerVoxel) {
         EXPECT_EQ(run.Pixel(x, y), static_cast<unsigned>(20 + 3 * i) << 16) << i;
         EXPECT_NEAR(run.Pixel(x, y + 2) >> 16, (low + 256 * (low + 3)) / 257.0, 0.6) << "16 bits, " << i;
         EXPECT_EQ(run.Pixel(x, y + 4), run.Pixel(x, y)) << "four channels, one byte per voxel, " << i;
+        EXPECT_EQ(run.Pixel(x, y + 6), run.Pixel(i % 3 + 3, y)) << "beyond the last slice, " << i;
+        EXPECT_NEAR(run.Pixel(x, y + 8) >> 16, 36.5, 1) << "the mean";
     }
     EXPECT_EQ(run.Pixel(9, 9), 0x030202u);
 }
@@ -234,6 +216,7 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
     for (int face = 1; face < 6; ++face) {
         folder.Write("odd_" + std::to_string(face) + ".bmp", Bmp(face == 5 ? 8 : 4, face == 5 ? 8 : 4, grey));
         folder.Write("bad_" + std::to_string(face) + ".bmp", face == 3 ? "" : Bmp(4, 4, grey));
+        folder.Write("oblong_" + std::to_string(face) + ".bmp", Bmp(8, 4, grey));
         folder.Write("gap_" + std::to_string(face == 3 ? 6 : face) + ".bmp", Bmp(4, 4, grey));
     }
     const struct {
@@ -248,6 +231,7 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
         {Medium(0, "texture", "a\x1B[31m"), "a?[31m: it names no file"},
         {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
         {Medium(0, "cubemap", folder.Write("odd.bmp", Bmp(4, 4, grey))), "odd.bmp: its six faces"},
+        {Medium(0, "cubemap", folder.Write("oblong.bmp", Bmp(8, 4, grey))), "oblong.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("gap.bmp", Bmp(4, 4, grey))), "gap.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("bad.bmp", Bmp(4, 4, grey))), "bad.bmp: face 3: not a picture"},
         {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: not a volume"},
@@ -267,6 +251,57 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
         EXPECT_NE(output.find(words), output.npos) << output;
         EXPECT_EQ(std::ranges::count(output, '\n'), 1) << output;
     }
+}
+
+/// A file of the same name lies in every place that some name leads to, so each shows where it was found.
+TEST(Origin, DecidesWhichFilesADocumentReads) {
+    Module();  // publishes the data folder
+    wchar_t data[MAX_PATH] = {};
+    GetEnvironmentVariableW(L"DAT_BASEFOLDER", data, MAX_PATH);
+    const fs::path cache = fs::path(data) / "Pixelforge" / "PixelforgeCache";
+    const fs::path before = fs::current_path();
+    const TempFolder folder;
+    fs::create_directories(folder.Path() / "current");
+    fs::create_directories(folder.Path() / "include");
+    fs::current_path(folder.Path() / "current");
+    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", (folder.Path() / "include").c_str());
+    const std::string id = "bait" + std::to_string(GetCurrentProcessId());
+    const auto write = [&](const std::string& place, int colour, const char* term) {
+        folder.Write(place + id + ".bmp", Bmp(4, 1, [colour](int, int) { return colour; }));
+        folder.Write(place + id + ".glsl", term);
+    };
+    write("", 0xFF0000, "+ 1.0");
+    write("current/", 0x0000FF, "+ 2.0");
+    write("include/", 0xFFFFFF, "+ 16.0");
+    const std::string path = (folder.Path() / id).string();
+    std::string code = "float files = 0.0\n";
+    std::vector<Input> inputs;
+    for (const std::string& name : {id, "..\\" + id, path, "\\\\?\\" + path}) {
+        code += "#include \"" + name + ".glsl\"\n";
+        inputs.push_back(Medium(static_cast<int>(inputs.size()), "texture", name + ".bmp"));
+    }
+    code += ";\n#define T(n) texelFetch(iChannel##n, ivec2(0), 0)\n";
+    code += MainImage("c = vec4[](T(0), T(1), T(2), T(3), vec4(files / 255.0))[min(int(p.x), 4)];");
+    const std::string document = DocumentBuilder().Image(code, inputs).Json();
+    const fs::path cached[] = {cache / "Shaders" / (id + "_0.json"), cache / "Assets" / (id + ".bmp")};
+    std::ofstream(cached[0], std::ios::binary) << document;
+    std::ofstream(cached[1], std::ios::binary) << Bmp(4, 1, [](int, int) { return 0x00FF00; });
+    constexpr std::uint32_t kExpected[2][5] = {{0x0000FF, 0xFF0000, 0xFF0000, 0, 0x040404},
+                                               {0x00FF00, 0x00FF00, 0x00FF00, 0x00FF00, 0x101010}};
+    const std::string playlist = id + "\n";
+    for (const bool isOfService : {false, true}) {
+        ModuleRun run(isOfService ? preview::StagedShader::OfPlaylist(BytesOf(playlist))
+                                  : preview::StagedShader::OfDocument(BytesOf(document)));
+        EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
+        for (int x = 0; x < 5; ++x) {
+            EXPECT_EQ(run.Pixel(x, 0), kExpected[isOfService][x]) << x << ", service: " << isOfService;
+        }
+    }
+    for (const fs::path& file : cached) {
+        fs::remove(file);
+    }
+    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", nullptr);
+    fs::current_path(before);
 }
 
 }  // namespace

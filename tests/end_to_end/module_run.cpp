@@ -27,8 +27,12 @@ const preview::ModuleLibrary& Module() {
 
 ModuleRun::ModuleRun(const std::string& document, const RunOptions& options,
                      const preview::ModuleLibrary& library)
+    : ModuleRun(preview::StagedShader::OfDocument(BytesOf(document)), options, library) {}
+
+ModuleRun::ModuleRun(preview::StagedShader shader, const RunOptions& options,
+                     const preview::ModuleLibrary& library)
     : firstLine_(Capture().Lines().size()),
-      drop_(preview::StagedShader::OfDocument(BytesOf(document))),
+      drop_(std::move(shader)),
       session_(library, Named(options, drop_.PlaylistName())) {
     session_.Open();
 }

@@ -40,6 +40,10 @@ public:
     /// All debugger output since the run began; simultaneous runs share it.
     std::string Words() const;
 
+    /// Of another playlist.
+    explicit ModuleRun(preview::StagedShader shader, const RunOptions& options = {},
+                       const preview::ModuleLibrary& library = Module());
+
 private:
     std::size_t firstLine_;
     preview::StagedShader drop_;

@@ -158,11 +158,15 @@ TEST_F(IncludeFiles, AreNotLookedForAgainInTheSameRun) {
     };
     EXPECT_FALSE(found(L"late.glsl"));
     WriteInFolder(L"late.glsl", "x");
+    WriteInFolder(L"last.glsl", "x");
     WriteInFolder(L"next.glsl", "x");
     EXPECT_FALSE(found(L"late.glsl"));
-    for (std::size_t i = 1; i < 4096; ++i) {
+    for (std::size_t i = 1; i < 4095; ++i) {
         EXPECT_FALSE(found(std::to_wstring(i).c_str()));
+        EXPECT_FALSE(found((L"//host/" + std::to_wstring(i)).c_str())) << "refused without a search";
     }
+    EXPECT_TRUE(found(L"last.glsl"));
+    EXPECT_FALSE(found(L"4095"));
     EXPECT_FALSE(found(L"next.glsl"));
     ClearVirtualIncludes(*context_);
     EXPECT_TRUE(found(L"late.glsl"));

@@ -57,6 +57,13 @@ TEST(MapInfoLog, RewritesKnownPositionsOnly) {
     EXPECT_EQ(Mapped(std::string_view("a\0b\0", 4)), std::string("Image: a\0b", 10));
     EXPECT_THAT(MapInfoLog("Image", "0:19(1): a\n\r\n\n0:20(2): b\nImage:\n", "", SampleMap()),
                 testing::ElementsAre("Image: Common:10:1: a", "Image:3:2: b", "Image: Image:"));
+    std::string huge;
+    for (int i = 0; i <= 1000; ++i) {
+        huge += "a\n";
+    }
+    const std::vector<std::string> bounded = MapInfoLog("Image", huge, "", LineMap());
+    EXPECT_EQ(bounded.size(), 1001U);
+    EXPECT_EQ(bounded.back(), "Image: the rest of the driver's log is left out");
 }
 
 }  // namespace

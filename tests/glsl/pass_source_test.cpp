@@ -217,12 +217,19 @@ TEST_F(PassSource, NamesTextLineAndCauseOfARefusedInclude) {
 // The version line and the prefix have 33 lines, Common begins at 34. Drivers start to count afresh at
 // `#line`.
 TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
+    std::string manyLines;
+    for (int i = 0; i <= 1000; ++i) {
+        manyLines += "#line 500\n";
+    }
     const struct {
-        const char* common;
-        const char* image;
+        std::string common;
+        std::string image;
         const char* log;
         const char* message;
     } cases[] = {
+        {"", manyLines, "0:35(1): error: x", "Image: 0:35(1): error: x"},
+        {"", "#line 40 5\na\n#line 50\nb", "ERROR: 5:50: x", "Image:4: ERROR: x"},
+        {"", "#if 1\n#line 40 5\n#endif\n#line 50\nb", "ERROR: 5:50: x", "Image: ERROR: 5:50: x"},
         {"", "a\n#line 100\nb\nc", "0:101(3): error: x", "Image:4:3: error: x"},
         {"", "a\n#line 100\nb\nc", "0:35(3): error: x", "Image:1:3: error: x"},
         {"#line 7\nx", "a\nb", "0:7(1): error: x", "Image: Common:2:1: error: x"},

@@ -67,16 +67,19 @@ TEST_F(DiskFaultTest, AFolderInPlaceOfAFileOrTheReverseFailsTheFetch) {
 }
 
 TEST_F(DiskFaultTest, OnlyOldTemporaryFilesAreRemovedAtStart) {
-    for (const char* file : {"Assets/~0123456789ABCDEF.tmp", "Shaders/~00000000FFFFFFFF.tmp",
-                             "Assets/~old.tmp", "Assets/picture.tmp"}) {
+    std::filesystem::create_directories(root_ / "own" / "Shaders");
+    for (const char* file :
+         {"Assets/~0123456789ABCDEF.tmp", "Shaders/~00000000FFFFFFFF.tmp", "Assets/~old.tmp",
+          "Assets/picture.tmp", "Searches/~0123456789ABCDEG.tmp", "own/Shaders/~0123456789ABCDEF.tmp"}) {
         WriteCached(file, "left over");
         std::filesystem::last_write_time(
             root_ / file, std::filesystem::file_time_type::clock::now() - std::chrono::hours(25));
     }
     WriteCached("Assets/~0123456789ABCDE0.tmp", "being written");
-    CreateCacheFolders(L"", root_.c_str());
+    CreateCacheFolders((root_ / "own").c_str(), root_.c_str());
     EXPECT_THAT(CachedFiles(),
-                ElementsAre("Assets/picture.tmp", "Assets/~0123456789ABCDE0.tmp", "Assets/~old.tmp"));
+                ElementsAre("Assets/picture.tmp", "Assets/~0123456789ABCDE0.tmp", "Assets/~old.tmp",
+                            "Searches/~0123456789ABCDEG.tmp", "own/Shaders/~0123456789ABCDEF.tmp"));
 }
 
 TEST_F(DiskFaultTest, AnUnreadableCachedFileFailsWithoutARequest) {
@@ -87,6 +90,21 @@ TEST_F(DiskFaultTest, AnUnreadableCachedFileFailsWithoutARequest) {
     ASSERT_TRUE(held);
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
     EXPECT_THAT(Requests(), IsEmpty());
+}
+
+TEST_F(DiskFaultTest, ACachedDocumentAbove64MiBIsNotRead) {
+    WriteCached("Shaders/red1_0.json", "{}");
+    UniqueKernelHandle file =
+        AdoptFileHandle(CreateFileW((root_ / "Shaders" / "red1_0.json").c_str(), GENERIC_READ | GENERIC_WRITE,
+                                    0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    // A mapping enlarges the file beyond this process's limit.
+    UniqueKernelHandle mapping(
+        CreateFileMappingW(file.Get(), nullptr, PAGE_READWRITE, 0, (64u << 20) + 1, nullptr));
+    ASSERT_TRUE(mapping);
+    mapping.Reset();
+    file.Reset();
+    EXPECT_FALSE(Fetch(ShaderUrl(L"red1")));
+    EXPECT_EQ(reason_, "the document is larger than 64 MiB");
 }
 
 constexpr int kSharedFiles = 40;

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "media/document_media.h"
+#include "preview/host/debug_capture.h"
 #include "service/service_client.h"
 #include "service/service_urls.h"
 #include "tests/https_service/service_support.h"
@@ -13,6 +14,8 @@
 namespace pixelforge::test {
 namespace {
 
+using testing::AllOf;
+using testing::Each;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -57,13 +60,18 @@ TEST_F(FetchWithCacheTest, StoresOnlyGoodResponses) {
         {ShaderUrl(L"stall-red1"), "cut short"},
         {ShaderUrl(L"chunkcut-red1"), ""},
         {ShaderUrl(L"gzipcut-red1"), ""},
-        {ShaderUrl(L"liar-red1"), "exceeds 1 GiB"},
+        {ShaderUrl(L"liar-red1"), "larger than 64 MiB"},
+        {ShaderUrl(L"bomb-red1"), "larger than 64 MiB"},
+        {ShaderUrl(L"blank-red1"), "only blanks"},
+        {ShaderUrl(L"brokencut-red1"), "status 503"},
+        {MediaUrl(L"liar-10.bin"), "exceeds 1 GiB"},
         {ShaderUrl(L"closed-red1"), "without a response"},
         {MediaUrl(L"empty-10.bin"), "response is empty"},
         {MediaUrl(L"partial-10.bin"), "status 206"},
         {MediaUrl(L"identitycut-10.bin"), "cut short"},
         {MediaUrl(L"wrapped-10.bin"), "32-bit"},
         {MediaUrl(L"word-10.bin"), "32-bit"},
+        {MediaUrl(L"nothing-10.bin"), "32-bit"},
         {MediaUrl(L"notgzip-10.bin"), "decompressed (error 12175)"},
         {MediaUrl(L"loop-10.bin"), "more than 10 times"},
         {MediaUrl(L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin"), "more than 10 times"},
@@ -150,7 +158,11 @@ TEST_F(FetchWithCacheTest, ALoadRequestsEachFileOnce) {
                 CopyCut(pass.inputs[channel].src, channel % 2 == 0 ? L"missing-1.bin" : L"32.bin");
             }
         }
+        document->passes[1].inputs[0].src[0] = L'\0';
+        const preview::DebugCapture capture;
         EXPECT_TRUE(LoadDocumentMedia(session_.get(), *document));
+        EXPECT_THAT(capture.Lines(), AllOf(SizeIs(15), Each(HasSubstr("missing-1.bin: "))))
+            << "not the empty name";
         EXPECT_THAT(Requests(), SizeIs(requests));
         EXPECT_FALSE(document->passes[7].inputs[2].medium);
         EXPECT_EQ(document->passes[0].inputs[3].medium, document->passes[7].inputs[3].medium);

@@ -2,11 +2,15 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <set>
 
 #include "base/random.h"
+#include "base/win_handles.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/host_session.h"
 #include "preview/host/module_library.h"
@@ -62,6 +66,8 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
     }
     const auto playlist = preview::StagedShader::OfPlaylist(
         {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+    const std::string bait = "tile" + stamp + ".bmp";
+    std::ofstream(bait) << "A stranger's document must not find this in the current folder.";
     const preview::DebugCapture capture;
     const preview::ModuleLibrary module;
     std::size_t failed = 0;
@@ -80,11 +86,34 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
         preview::ForgetCachedShader(id);
         EXPECT_FALSE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
     }
-    EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/tile" + stamp + ".bmp\t")));
-    EXPECT_TRUE(std::filesystem::remove(Cached("Assets/tile" + stamp + ".bmp")));
+    EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/" + bait + "\t")));
+    EXPECT_TRUE(std::filesystem::remove(Cached("Assets/" + bait)));
+    EXPECT_TRUE(std::filesystem::remove(bait));
     EXPECT_THAT(capture.Lines(),
                 Contains(testing::AnyOf(HasSubstr("deadone: the service returned status 404"),
                                         HasSubstr("cut-red: the service's response was cut short"))));
+}
+
+TEST(Playlist, OneThatYieldsNoLineIsReportedWithTheCause) {
+    constexpr std::pair<std::string_view, const char*> kCases[] = {
+        {"", "empty playlist: D:"},
+        {"deadone", "no complete line"},
+        {"locked\n", "cannot read the playlist D:"}};
+    const preview::ModuleLibrary module;
+    for (const auto& [lines, words] : kCases) {
+        const auto playlist = preview::StagedShader::OfPlaylist(
+            {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+        const std::string path = "D:\\Moonreel\\Pixelforge\\Playlists\\" + playlist.PlaylistName();
+        const DWORD sharing = lines.starts_with("locked") ? 0 : FILE_SHARE_READ | FILE_SHARE_DELETE;
+        const UniqueKernelHandle held = AdoptFileHandle(CreateFileA(
+            path.c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        const preview::DebugCapture capture;
+        preview::HostSession session(module,
+                                     {.width = 16, .height = 16, .playlistName = playlist.PlaylistName()});
+        session.Open();
+        EXPECT_EQ(session.DrawFrame(), FrameResult::Failed);
+        EXPECT_THAT(capture.Lines(), Contains(HasSubstr(words)));
+    }
 }
 
 }  // namespace

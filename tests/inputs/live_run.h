@@ -35,9 +35,14 @@ inline long DoubleCounter(const wchar_t* library, const char* function) {
     return reinterpret_cast<long (*)()>(reinterpret_cast<void (*)()>(GetProcAddress(module, function)))();
 }
 
-/// Live COM objects of each double.
+/// Live COM objects of each double; a terminated thread leaves its objects.
 inline long SoundObjects() {
     return DoubleCounter(L"sound_double.dll", "SoundDoubleObjects");
+}
+
+/// Calls of the sound double's methods so far.
+inline long SoundCalls() {
+    return DoubleCounter(L"sound_double.dll", "SoundDoubleCalls");
 }
 
 inline long CameraObjects() {

@@ -93,7 +93,7 @@ TEST(LiveSound, FaultsNeitherStopFramesNorSpinNorLeak) {
         // Each pass reads at most 64 packets.
         {64 * 4 * 60, {"packets=endless"}},
     };
-    const auto calls = [] { return DoubleCounter(L"sound_double.dll", "SoundDoubleCalls"); };
+    const long objects = SoundObjects();
     for (const auto& [maxCallsPerSecond, faults] : cases) {
         for (const char* fault : faults) {
             SCOPED_TRACE(fault);
@@ -101,18 +101,45 @@ TEST(LiveSound, FaultsNeitherStopFramesNorSpinNorLeak) {
             {
                 SoundRun run;
                 run.DrawFor(300);
-                const long before = calls();
+                const long before = SoundCalls();
                 const ULONGLONG start = GetTickCount64();
                 run.DrawFor(500);
                 const double seconds = static_cast<double>(GetTickCount64() - start) / 1000;
-                EXPECT_LT(static_cast<double>(calls() - before) / seconds, maxCallsPerSecond);
+                EXPECT_LT(static_cast<double>(SoundCalls() - before) / seconds, maxCallsPerSecond);
             }
-            EXPECT_EQ(SoundObjects(), 0);
+            EXPECT_EQ(SoundObjects(), objects);
         }
     }
 }
 
+TEST(LiveSound, OpeningEndsWithTheLastInstance) {
+    SetSound("slow=200");
+    const long before = SoundCalls();
+    LiveRun run("music", "c = vec4(1);", 32, 24);
+    Sleep(100);
+    run.Close();
+    EXPECT_EQ(SoundCalls(), before + 1) << "calls after the device enumerator was created";
+}
+
+TEST(LiveSound, CaptureLastsAsLongAsAnyInstanceAndStartsAgain) {
+    const preview::ModuleLibrary loaded;
+    const long objects = SoundObjects();
+    for (const auto& [hertz, column] : {std::pair(1000, 26), std::pair(3000, 77)}) {
+        SetSound("signal=sine;hertz=" + std::to_string(hertz));
+        std::optional<SoundRun> first(std::in_place);
+        std::optional<SoundRun> second(std::in_place);
+        EXPECT_TRUE(second->DrawUntil([&] { return second->PeakNear(column) > 0; }, 5000)) << hertz;
+        first.reset();
+        const long calls = SoundCalls();
+        second->DrawFor(200);
+        EXPECT_GT(SoundCalls(), calls) << "capture ended with the first of two instances";
+        second.reset();
+        EXPECT_EQ(SoundObjects(), objects) << "capture continues without an instance";
+    }
+}
+
 TEST(LiveSound, CaptureResumesWhenALostDeviceReturns) {
+    const long objects = SoundObjects();
     for (const char* fault : {"gone=1", "fail=nextpacket", "fail=getbuffer"}) {
         SCOPED_TRACE(fault);
         SetSound("signal=sine;hertz=1000");
@@ -120,7 +147,7 @@ TEST(LiveSound, CaptureResumesWhenALostDeviceReturns) {
         ASSERT_TRUE(run.DrawUntil([&] { return run.PeakNear(26) > 0; }, 5000));
         SetSound(fault);
         run.DrawFor(1700);
-        EXPECT_EQ(SoundObjects(), 0) << "the lost device was not released";
+        EXPECT_EQ(SoundObjects(), objects) << "the lost device was not released";
         SetSound("signal=sine;hertz=3000");
         EXPECT_TRUE(run.DrawUntil([&] { return std::abs(run.PeakNear(77) - 76.8) <= 2; }, 8000));
     }

@@ -140,9 +140,24 @@ TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
     }
 }
 
-/// A cross is copied at 32 bits.
+/// Of 24 bits; every pixel but the first belongs to the cross.
+std::string Cross(unsigned width, unsigned height) {
+    const unsigned rowBytes = (width * 3 + 3) / 4 * 4;
+    std::string picture = ContentOf("colour24.bmp").substr(0, 54) + std::string(rowBytes * height, '\xFF');
+    std::memcpy(&picture[18], &width, 4);
+    std::memcpy(&picture[22], &height, 4);
+    picture.replace(picture.size() - rowBytes, 3, 3, '\0');
+    return picture;
+}
+
+/// A cross is copied at 32 bits; its faces, and the texture of a volume of four channels, may be larger.
 TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
-    const test::TempFile volume("BIN" + std::string(29, '\1'), L".bin");
+    const std::string side("\2\0\0", 4);
+    const test::TempFile volume("BIN\1" + side + side + side + "\1" + std::string(19, '\0'), L".bin");
+    const test::TempFile deepVolume("BIN\1" + side + side + side + "\4" + std::string(11, '\0'), L".bin");
+    const test::TempFile thin(Cross(20, 150), L".bmp");
+    const test::TempFile wide(Cross(200, 15), L".bmp");
+    const test::TempFile tooLarge(Cross(20, 16384), L".bmp");
     const struct {
         ChannelType type;
         std::wstring file;
@@ -150,10 +165,14 @@ TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
     } cases[] = {
         {ChannelType::Texture, PathOf("sheared_rgb8.png"), 36},
         {ChannelType::CubeMap, PathOf("rgb8.png"), 48},
-        {ChannelType::Volume, volume.Path(), 32},
+        {ChannelType::CubeMap, thin.Path(), 6 * 50 * 50 * 4},
+        {ChannelType::CubeMap, wide.Path(), 6 * 50 * 50 * 4},
+        {ChannelType::CubeMap, tooLarge.Path(), kMediaBudget + 1},
+        {ChannelType::Volume, volume.Path(), 36},
+        {ChannelType::Volume, deepVolume.Path(), 32},
     };
     for (const auto& each : cases) {
-        for (const std::uint64_t left : {each.bytes - 1, each.bytes}) {
+        for (const std::uint64_t left : {each.bytes - 1, std::min(each.bytes, kMediaBudget)}) {
             const auto document = NewHeapRecord<ShaderDocument>();
             PassInput& input = document->passes[7].inputs[0];
             input.ctype = each.type;
@@ -162,6 +181,7 @@ TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
             document->mediaBytes = kMediaBudget - left;
             const std::string failure = FailureOf([&] { LoadMedium(*document, input); });
             EXPECT_EQ(failure == kBeyondBudget, left < each.bytes) << failure << ", " << each.bytes;
+            EXPECT_EQ(failure.empty(), document->mediaBytes == kMediaBudget) << document->mediaBytes;
         }
     }
 }

@@ -1,4 +1,4 @@
-// The colour progression, frame by frame.
+// The colour progression, frame by frame, and the tile mask.
 #include "module/animation.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 namespace pixelforge {
 namespace {
 
-TEST(Animation, ColourIndexFollowsItsControlsPlusOneStepForAnyPalette) {
+TEST(Animation, ColourIndexAndTileMaskFollowTheirControls) {
     constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
     constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
@@ -32,7 +32,8 @@ TEST(Animation, ColourIndexFollowsItsControlsPlusOneStepForAnyPalette) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);
-        ControlRecord colorIndex = {}, progressionRate = {}, alternateColors = {};
+        ControlRecord colorIndex = {}, progressionRate = {}, alternateColors = {}, columns = {}, mask = {};
+        columns.whole.value[0] = 3;
         colorIndex.decimal.value[0] = each.colorIndex;
         progressionRate.decimal.value[0] = each.rate;
         alternateColors.toggle.value[1] = each.alternate ? 1 : 0;
@@ -41,10 +42,13 @@ TEST(Animation, ColourIndexFollowsItsControlsPlusOneStepForAnyPalette) {
         instance.color.colorIndex = &colorIndex;
         instance.color.progressionRate = &progressionRate;
         instance.color.alternateColors = &alternateColors;
+        instance.tiling.xTiling = &columns;
+        instance.tiling.tileMask = &mask;
         DrawContext context = {};
         context.levelDivisor = each.levelDivisor;
         AnimateFrame(instance, context);
         EXPECT_EQ(instance.color.index, each.first);
+        EXPECT_TRUE(mask.mask.gridSize[0] == 3 && mask.mask.gridSize[1] == 1) << "columns, rows";
         AnimateFrame(instance, context);
         EXPECT_EQ(instance.color.index, each.second);
         EXPECT_FLOAT_EQ(instance.color.progress, each.progress);

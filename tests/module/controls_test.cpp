@@ -1,19 +1,54 @@
-// The control table as the host receives it.
+// The control records as the host receives them.
 #include "module/controls.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include "base/text.h"
 
 namespace pixelforge {
 namespace {
 
+/// Kind, names, description, options, host pair and value area, in the order of creation.
+const char* const kExpected[] = {
+    "1|General|General module configuration controls|0|0 0|",
+    "4|General/Speed|Animation speed|31|1 1|-1 1 -0.01 0.02 -0.01 0.02 0.03 0.03 ",
+    "6|General/Playlist File(s)|Select Pixelforge playlist file(s)|1|3 3|Playlist Files\t*.playlist\t\t "
+    "GlowBench.exe ",
+    "5|General/Fast Buffers|Faster but less compatible frame buffer format|3|1 1|0.5 0.5 0 0 ",
+    "2|General/Multi-Sample|Number of samples for multi-sampling. Higher values will increase image quality "
+    "at the cost of compatibility, resource use, and frame rate.|3|1 1|0 5 0 5 0 5 0 0 ",
+    "2|General/Info Time|Number of seconds to display shader information.|3|1 1|0 60 1 60 1 60 4 4 ",
+    "5|General/Foreground Only|Only draw foreground (non-black) pixels.|3|1 1|0.5 0.5 0 0 ",
+    "4|General/Starting Index|Starting position for animation|3|2 2|0 4000 0 4000 0 4000 0.01 0.01 ",
+    "1|Color|Configure the color index and progression|0|0 0|",
+    "4|Color/Color Index|Index of the primary drawing color|31|4 4|0 1 0.01 1 0.01 1 1 1 ",
+    "4|Color/Progression rate|Rate at which colors in a frame vary from the primary color|31|1 1|0 1 0 1 0 1 "
+    "0.1 0.1 ",
+    "5|Color/Alternate Colors|Alternate indices to force striping|3|1 1|0.5 0.5 0 0 ",
+    "1|Tiling|Set the tiling extents and method|0|0 0|",
+    "2|Tiling/X Tiling|Maximum number of tiles on the X-axis|31|1 1|1 32 1 8 1 8 1 1 ",
+    "2|Tiling/Y Tiling|Maximum number of tiles on the Y-axis|31|1 1|1 32 1 8 1 8 1 1 ",
+    "5|Tiling/Mirroring|Switch the orientation of odd tiles|31|1 1|0.5 0.5 1 1 ",
+    "7|Tiling/Tile Mask|Controls which tiles are displayed|3|1 1|32 32 ",
+    "1|Drawing|Set the conditions for when the module will draw or reset|0|0 0|",
+    "5|Drawing/Draw Event|The module will draw when TRUE.|31|1 1|0.5 0.5 1 1 ",
+    "5|Drawing/Reset Event|Forces the module to reset and reinitialize when TRUE.|31|1 1|0.5 0.5 0 0 ",
+    "2|Drawing/Min Reset Time|Minimum time until next reset event in milliseconds.|31|1 1|0 20000 0 20000 0 "
+    "20000 5000 5000 ",
+};
+constexpr std::size_t kCount = std::size(kExpected);
+
 /// A host whose records are uninitialised, and which returns null for the row `refused`.
 struct FakeHost {
-    std::vector<ControlRecord> records = std::vector<ControlRecord>(ControlTable().size());
-    std::size_t refused = SIZE_MAX;
+    std::vector<ControlRecord> records = std::vector<ControlRecord>(kCount);
+    std::size_t refused = kCount;
     std::size_t requested = 0;
 
     static ControlRecord* Allocate(void* context) {
@@ -24,53 +59,81 @@ struct FakeHost {
     }
 };
 
-/// The complete contents of a field that holds this text.
-std::wstring Padded(std::wstring_view text) {
-    std::wstring field(text);
-    field.resize(kHostTextUnits);
-    return field;
+/// A whole text field, with "/" for each NUL but the final ones.
+std::string FieldText(const wchar_t (&field)[kHostTextUnits]) {
+    std::string text;
+    for (const wchar_t unit : field) {
+        text += unit == 0 ? '/' : unit < 0x80 ? static_cast<char>(unit) : '?';
+    }
+    return text.substr(0, text.find_last_not_of('/') + 1);
 }
 
-TEST(Controls, EveryRowFillsAnUninitialisedRecordAndARefusedOneIsSkipped) {
-    for (std::size_t refused = 0; refused <= ControlTable().size(); ++refused) {
+/// The record as written in the table.
+std::string Described(const ControlRecord& record) {
+    EXPECT_EQ(record.one, 1U);
+    std::ostringstream out;
+    out << static_cast<int>(record.kind) << "|" << FieldText(record.names) << "|"
+        << FieldText(record.description) << "|" << record.options << "|" << record.hostPair[0] << " "
+        << record.hostPair[1] << "|";
+    if (record.kind == ControlKind::FileList) {
+        const FileListArea& files = record.files;
+        EXPECT_TRUE(!files.reserved && files.reserved16 == 0);
+        out << ToUtf8(files.filter) << " " << ToUtf8(files.editorName) << " " << FieldText(files.fileName);
+        return out.str();
+    }
+    constexpr std::size_t kNumbers[] = {0, 0, 8, 0, 8, 4, 0, 2};
+    constexpr std::size_t kFloats[] = {0, 0, 0, 0, 8, 2, 0, 0};  // the first of the numbers
+    const auto kind = static_cast<std::size_t>(record.kind);
+    std::int32_t numbers[8];
+    std::memcpy(numbers, &record.whole, sizeof(numbers));
+    for (std::size_t i = 0; i < kNumbers[kind]; ++i) {
+        out << (i < kFloats[kind] ? double{std::bit_cast<float>(numbers[i])} : numbers[i]) << " ";
+    }
+    return out.str();
+}
+
+TEST(Controls, FillUninitialisedRecordsAndSkipRefusedOnes) {
+    for (std::size_t refused = 0; refused <= kCount; ++refused) {
         SCOPED_TRACE(refused);
         FakeHost host;
         host.refused = refused;
         ModuleInstance instance = {};
         BuildControls(instance, &FakeHost::Allocate, &host);
-        ASSERT_EQ(host.requested, ControlTable().size());
-        for (std::size_t i = 0; i < host.requested; ++i) {
-            const ControlRow& row = *ControlTable()[i];
-            const ControlRecord& record = host.records[i];
-            if (row.slot) {
-                EXPECT_EQ(*row.slot(instance), i == refused ? nullptr : &record);
+        ASSERT_EQ(host.requested, kCount);
+        const ControlRecord* const kept[kCount] = {
+            nullptr,
+            instance.speed,
+            instance.playlistFiles,
+            instance.fastBuffers,
+            instance.multiSample,
+            instance.infoTime,
+            instance.foregroundOnly,
+            instance.startingIndex,
+            nullptr,
+            instance.color.colorIndex,
+            instance.color.progressionRate,
+            instance.color.alternateColors,
+            nullptr,
+            instance.tiling.xTiling,
+            instance.tiling.yTiling,
+            instance.tiling.mirroring,
+            instance.tiling.tileMask,
+            nullptr,
+            instance.drawEvent,
+            instance.resetEvent,
+            instance.minResetTime,
+        };
+        for (std::size_t i = 0; i < kCount; ++i) {
+            const bool isHeader = kExpected[i][0] == '1';
+            EXPECT_EQ(kept[i], isHeader || i == refused ? nullptr : &host.records[i]) << i;
+            if (i != refused) {
+                EXPECT_EQ(Described(host.records[i]), kExpected[i]);
             }
-            if (i == refused) {
-                continue;
-            }
-            EXPECT_EQ(record.kind, row.kind);
-            EXPECT_EQ(std::wstring(record.names, kHostTextUnits), Padded(row.names));
-            EXPECT_EQ(std::wstring(record.description, kHostTextUnits), Padded(row.description));
         }
         EXPECT_EQ(DecimalValue(instance, control::kSpeed), 0.03F);
         EXPECT_EQ(WholeValue(instance, control::kMinResetTime), 5000);
         EXPECT_TRUE(SwitchValue(instance, control::kDrawEvent));
     }
-}
-
-TEST(Controls, BoundsAndValuesAreWhereTheirKindExpectsThem) {
-    FakeHost host;
-    ModuleInstance instance = {};
-    BuildControls(instance, &FakeHost::Allocate, &host);
-    const DecimalNumberArea speed = {{{-1.0F, 1.0F}, {-0.01F, 0.02F}, {-0.01F, 0.02F}}, {0.03F, 0.03F}};
-    EXPECT_EQ(std::memcmp(&instance.speed->decimal, &speed, sizeof(speed)), 0);
-    const WholeNumberArea infoTime = {{{0, 60}, {1, 60}, {1, 60}}, {4, 4}};
-    EXPECT_EQ(std::memcmp(&instance.infoTime->whole, &infoTime, sizeof(infoTime)), 0);
-    const SwitchArea mirroring = {{0.5F, 0.5F}, {1, 1}};
-    EXPECT_EQ(std::memcmp(&instance.tiling.mirroring->toggle, &mirroring, sizeof(mirroring)), 0);
-    EXPECT_EQ(instance.tiling.tileMask->mask.gridSize[1], 32);
-    EXPECT_STREQ(instance.playlistFiles->files.filter, L"Playlist Files\t*.playlist\t\t");
-    EXPECT_STREQ(instance.playlistFiles->files.fileName, L"");
 }
 
 TEST(Controls, OnlyTextsWithTwoNulsWithinTheFieldAreCopied) {
@@ -81,11 +144,12 @@ TEST(Controls, OnlyTextsWithTwoNulsWithinTheFieldAreCopied) {
         {L"no end", L""},
         {std::wstring(L"one NUL\0", 8), L""},
     };
-    for (const auto& [text, copied] : cases) {
+    for (auto [text, copied] : cases) {
         wchar_t field[kHostTextUnits];
         std::fill(std::begin(field), std::end(field), L'?');
         CopyDoubleTerminated(field, text);
-        EXPECT_EQ(std::wstring(field, kHostTextUnits), Padded(copied)) << testing::PrintToString(text);
+        copied.resize(kHostTextUnits);
+        EXPECT_EQ(std::wstring(field, kHostTextUnits), copied) << testing::PrintToString(text);
     }
 }
 

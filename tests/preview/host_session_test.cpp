@@ -13,9 +13,12 @@
 #include "module/controls.h"
 #include "module/module_instance.h"
 #include "preview/frame_run.h"
+#include "preview/host/file_paths.h"
 #include "preview/view/control_changes.h"
 #include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
+#include "preview/view/notice_panel.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -44,6 +47,9 @@ std::int32_t Draw(ModuleInstance* instance, DrawContext* context) {
     speeds.push_back(DecimalValue(*instance, control::kSpeed));
     RECT client = {};
     GetClientRect(context->window, &client);
+    context->infoTextCallback(
+        LR"(\cf2 Shader: \cf3{\field{\*\fldinst HYPERLINK "s"}{\fldrslt n}}\line \cf2 Author: )"
+        LR"(\cf3{\field{\*\fldinst HYPERLINK "a"}{\fldrslt u}}\line \cf2 Description: d\par})");
     const bool fits = client.right == context->width && client.bottom == context->height;
     const auto frame = static_cast<std::size_t>(std::ranges::count(calls, "draw"));
     Record(fits ? "draw" : "draw in a window of another size");
@@ -117,16 +123,85 @@ TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
     }
 }
 
-TEST(LiveView, GoesOnToTheNextPickAfterAFailedLoad) {
-    calls.clear();
-    results = {Failed, Drawn, Failed};
-    LiveViewOptions options = {.session = {.width = 20, .height = 10},
+/// Of the live view's panel with a control of this class.
+bool IsVisible(const wchar_t* className) {
+    std::pair search(className, false);
+    const auto look = [](HWND window, LPARAM parameter) -> BOOL {
+        auto& [name, visible] = *reinterpret_cast<decltype(search)*>(parameter);
+        const HWND panel = FindWindowExW(window, nullptr, name, nullptr);
+        visible = visible || (panel && IsWindowVisible(panel));
+        return TRUE;
+    };
+    EnumThreadWindows(GetCurrentThreadId(), look, reinterpret_cast<LPARAM>(&search));
+    return search.second;
+}
+
+TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
+    results = {};
+    bool shown = false;
+    bool again = false;
+    bool warned = false;
+    int loopsAfterReload = 0;
+    std::atomic<bool> stop = false;
+    LiveViewOptions options = {.session = {.width = 20, .height = 10, .settings = {{"Info Time", "1"}}},
                                .name = "a",
-                               .frames = 3,
-                               .anotherPick = true,
+                               .stop = &stop,
+                               .warnings = [] { return std::vector<std::string>{"w"}; },
                                .takeMessages = [] { return std::vector<std::string>(); }};
+    options.sourceChanged = [&] {
+        const bool visible = IsVisible(L"RICHEDIT50W");
+        again = again || (loopsAfterReload > 0 && visible);
+        loopsAfterReload += shown && (!visible || loopsAfterReload > 0);
+        shown = shown || visible;
+        stop = loopsAfterReload == 5;
+        warned = IsVisible(L"EDIT");
+        return loopsAfterReload == 1;
+    };
+    RunLiveView(kModule, options);
+    EXPECT_TRUE(shown);
+    EXPECT_FALSE(again);
+    EXPECT_TRUE(warned);
+}
+
+TEST(MessagePanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
+    HostWindow window(300, 150);
+    MessagePanel panel(window.Handle(), static_cast<HFONT>(GetStockObject(ANSI_FIXED_FONT)));
+    panel.Show(L"one line");
+    EXPECT_GT(panel.Height(), 5);
+    EXPECT_LT(panel.Height(), 50);
+    std::wstring text;
+    for (int i = 0; i < 50; ++i) {
+        text += L"line\r\n";
+    }
+    panel.Show(text);
+    EXPECT_EQ(panel.Height(), 50);
+    panel.Show({});
+    EXPECT_EQ(panel.Height(), 0);
+}
+
+TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
+    const test::TempFile list("a\nb\nc\nd\n");
+    const test::TempFile favourites("x");
+    StagedShader staged = StagedShader::OfPlaylist({});
+    const std::wstring stagedPath =
+        L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
+    PlaylistPlayer player({list.Path(), "list", favourites.Path()}, staged, std::chrono::seconds(1));
+    EventPlayer events({{1, EventKind::KeyDown, VK_F4, 0}, {2, EventKind::KeyDown, VK_INSERT, 0}});
+    calls.clear();
+    results = {Failed};
+    const LiveViewOptions options = {.session = {.width = 20, .height = 10},
+                                     .name = "list",
+                                     .frames = 100,
+                                     .events = &events,
+                                     .playlist = &player,
+                                     .takeMessages = [] { return std::vector<std::string>(); }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
-    EXPECT_EQ(std::ranges::count(calls, "draw"), 5);
+    EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
+    EXPECT_EQ(player.Order().Failures().size(), 1u);
+    EXPECT_EQ(ReadInputFile(stagedPath), player.ShaderName() + "\r\n");
+    const auto marked = SplitPlaylist(ReadInputFile(favourites.Path()));
+    ASSERT_EQ(marked.size(), 2u);
+    EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
 }
 
 HDROP DropOf(const std::wstring& path) {

@@ -8,6 +8,7 @@
 
 #include "base/load_error.h"
 #include "preview/host/host_error.h"
+#include "preview/run_paths.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -22,6 +23,9 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
     EXPECT_FALSE(ParseOptions({"a.json", "--window", "--set", "Speed=0.1"}).realTime);
     EXPECT_TRUE(ParseOptions({"a.json", "--fullscreen"}).window);
+    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
+    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--set", "Speed=0"}).settings.size(), 1u);
+    EXPECT_EQ(ParseOptions({"--playlist", "p", "--window", "--report", "r"}).reportPath, "r");
     std::string joined;
     for (const ControlSetting& setting :
          ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings) {
@@ -57,9 +61,17 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
         {{"--id", "i", "--pack", "b.json"}, "--pack"},
         {{"a.json", "--real-time", "--set", "Speed=0.1"}, "--real-time"},
+        {{"a.json", "--window", "--report", "r"}, "except with --playlist"},
+        {{"a.json", "--window", "--every", "1"}, "--every"},
+        {{"--playlist", "p", "--favourites", "f"}, "--favourites"},
+        {{"--playlist", "p", "--window", "--every", "0"}, "--every"},
+        {{"a.json", "--video", "v", "--size", "64x47"}, "even"},
+        {{"a.json", "--video", "v", "--real-time"}, "--video"},
+        {{"a.json", "--video", "v", "--window"}, "--video"},
+        {{"a.json", "--rate", "30"}, "--rate"},
         {{"--playlist", "p", "--watch"}, "shader file"}};
     for (const auto& [arguments, reason] : cases) {
-        EXPECT_THAT([&] { ParseOptions(arguments); },
+        EXPECT_THAT([&arguments = arguments] { ParseOptions(arguments); },
                     testing::Throws<HostError>(
                         testing::AllOf(testing::Property(&HostError::Status, ExitStatus::WrongUsage),
                                        testing::Property(&HostError::what, testing::HasSubstr(reason)))))

@@ -45,6 +45,20 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
 }
 
+TEST(Report, ListsTheFailuresOfAPlaylist) {
+    rapidjson::Document report;
+    report.Parse(ReportJson({.shader = "p",
+                             .gl = {},
+                             .frames = {},
+                             .debugLines = {},
+                             .failedPicks = std::vector<PlaylistFailure>{{{12, "\xE4"}, "why"}}})
+                     .c_str());
+    const rapidjson::Value& pick = report["failedPicks"][0];
+    EXPECT_EQ(pick["line"].GetInt(), 12);
+    EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
+    EXPECT_STREQ(pick["reason"].GetString(), "why");
+}
+
 TEST(Crc32, MatchesPngAndZipFiles) {
     const std::uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
     EXPECT_EQ(Crc32(digits), 0xCBF43926u);

@@ -13,6 +13,7 @@
 #include "preview/host/host_error.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
+#include "preview/video.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
@@ -34,6 +35,33 @@ TEST(PngFile, HoldsTheFrameTheRightWayUpWithoutItsAlpha) {
             EXPECT_EQ(pixels.bytes[i], frame[row * 16 + i % 12 / 3 * 4 + i % 3])
                 << bottomUp << ", byte " << i;
         }
+    }
+}
+
+// The corners of the colour cube in limited range. The blocks differ, so that a flip or a transposition
+// fails.
+TEST(VideoFile, HoldsEachFrameInLimitedRange) {
+    const std::uint8_t colors[4][4] = {{0, 0, 255, 9}, {255, 0, 0, 9}, {0, 255, 0, 9}, {255, 255, 255, 9}};
+    const std::string luma("\x51\x51\x29\x29\x51\x51\x29\x29\x91\x91\xEB\xEB\x91\x91\xEB\xEB");
+    const std::string frame = "FRAME\n" + luma + "\x5A\xF0\x36\x80" + "\xF0\x6E\x22\x80";
+    for (const bool bottomUp : {false, true}) {
+        std::vector<std::uint8_t> bytes;
+        for (int i = 0; i < 16; ++i) {
+            const auto& color = colors[(i / 8 != 0) != bottomUp ? 2 + i % 4 / 2 : i % 4 / 2];
+            bytes.insert(bytes.end(), color, color + 4);
+        }
+        const FramePixels pixels = {.bytes = bytes, .width = 4, .height = 4, .bottomUp = bottomUp};
+        const test::TempFile file("", L".y4m");
+        {
+            VideoWriter video(file.Path(), 25);
+            video.Write(pixels);
+            video.Write(pixels);
+            EXPECT_THROW(video.Write({.bytes = bytes, .width = 8, .height = 2}), HostError);
+        }
+        EXPECT_EQ(
+            ReadInputFile(file.Path()),
+            "YUV4MPEG2 W4 H4 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED XMATRIX=BT.601\n" + frame + frame)
+            << bottomUp;
     }
 }
 

@@ -6,7 +6,6 @@
 #include <GL/glew.h>
 #include <GL/wglew.h>
 
-#include <tuple>
 #include <utility>
 
 #include "base/load_error.h"
@@ -49,24 +48,31 @@ TEST(GlContext, NamesAreNotDeletedInAForeignContext) {
     }
 }
 
-/// Clears GLEW's entry points, as with a GL 1.1 driver, so that calling one crashes. A second call restores
-/// them.
-void SwapEntryPoints() {
-    const auto swap = [](auto&... entries) {
-        static auto saved = std::make_tuple(std::decay_t<decltype(entries)>()...);
-        std::tie(entries...) = std::exchange(saved, std::make_tuple(entries...));
-    };
-    swap(__glewGenFramebuffers, __glewDeleteFramebuffers, __glewDeleteVertexArrays, __glewDeleteBuffers,
-         __glewDeleteProgram, __glewUseProgram, __glewCreateShader);
+/// Clears GLEW's entry points, as another instance's GL 1.1 driver would, so that calling one crashes.
+void ClearEntryPoints() {
+    const auto clear = [](auto&... entries) { ((entries = nullptr), ...); };
+    clear(__glewGenFramebuffers, __glewDeleteFramebuffers, __glewDeleteVertexArrays, __glewDeleteBuffers,
+          __glewDeleteProgram, __glewUseProgram, __glewCreateShader);
 }
+
+/// The driver reports a reset for one scope.
+class ResetScope {
+public:
+    ~ResetScope() { __glewGetGraphicsResetStatusARB = original_; }
+
+private:
+    PFNGLGETGRAPHICSRESETSTATUSARBPROC original_ =
+        std::exchange(__glewGetGraphicsResetStatusARB, []() -> GLenum { return GL_UNKNOWN_CONTEXT_RESET; });
+};
 
 TEST(GlContext, AnUnusableContextIsRefused) {
     Stage stage;
     const Picture picture = stage.LoadImage("c = vec4(1.0);").Show();
     GlRenderer& renderer = stage.Renderer();
-    const auto expectRefusals = [&] {
+    const auto makeCurrent = [&] { return MakeRendererCurrent(renderer, stage.Window().Handle()); };
+    const auto expectRefusals = [&](bool evenToMakeCurrent = true) {
         const FrameParameters parameters{1, 0.25F};
-        EXPECT_FALSE(MakeRendererCurrent(renderer, stage.Window().Handle()));
+        EXPECT_FALSE(evenToMakeCurrent && makeCurrent());
         EXPECT_EQ(FailureOf([&] { BuildPassGraph(renderer); }), "no usable OpenGL context");
         EXPECT_EQ(RenderFrame(&renderer, &parameters, 1, 0, 0), 0);
         EXPECT_EQ(ReadFrameIntoBitmap(&renderer, PixelsOf(picture.Bitmap())), 0);
@@ -77,25 +83,37 @@ TEST(GlContext, AnUnusableContextIsRefused) {
     renderer.glewReady = 0;
     expectRefusals();
     renderer.glewReady = 1;
-    const auto status =
-        std::exchange(__glewGetGraphicsResetStatus, []() -> GLenum { return GL_UNKNOWN_CONTEXT_RESET; });
-    expectRefusals();
-    __glewGetGraphicsResetStatus = status;
+    {
+        const ResetScope reset;
+        renderer.reportsResets = false;
+        EXPECT_TRUE(makeCurrent()) << "the address of the function proves nothing";
+        renderer.reportsResets = true;
+        expectRefusals();
+    }
     expectRefusals();
     renderer.contextLost = false;
-    SwapEntryPoints();
-    expectRefusals();
+    ClearEntryPoints();
+    expectRefusals(false);
+    EXPECT_TRUE(makeCurrent()) << "the entry points are looked up again";
+    EXPECT_EQ(stage.Frame().At(5, 5), picture.At(5, 5));
+    ClearEntryPoints();
     DestroyGlRenderer(stage.Release());
-    SwapEntryPoints();
 }
 
 TEST(GlContext, IsLostOnAResetWhereTheDriverReportsThem) {
     const Stage first;  // loads the entry points
-    __WGLEW_ARB_create_context_robustness = GL_TRUE;
-    const Stage stage;
-    GLint flags = 0;
-    glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
-    EXPECT_TRUE(flags & GL_CONTEXT_FLAG_ROBUST_ACCESS_BIT);
+    const bool listed = WGLEW_ARB_create_context_robustness;
+    for (const bool known : {true, false}) {
+        __WGLEW_ARB_create_context_robustness = known;
+        Stage stage;
+        EXPECT_EQ(stage.Renderer().reportsResets, known || listed);
+        GLint flags = 0;
+        GLint strategy = 0;
+        glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
+        glGetIntegerv(GL_RESET_NOTIFICATION_STRATEGY, &strategy);
+        EXPECT_EQ((flags & GL_CONTEXT_FLAG_ROBUST_ACCESS_BIT) != 0, known || listed);
+        EXPECT_EQ(strategy == GL_LOSE_CONTEXT_ON_RESET, listed) << "Wine 8 knows only the flag";
+    }
 }
 
 std::string driverCalls;
@@ -129,6 +147,16 @@ TEST(GlContext, AllPassesReachTheDriverBeforeTheFirstQuestion) {
 }
 
 using GlErrors = StageTest;
+
+TEST_F(GlErrors, ALostContextIsNamedEvenAfterAnotherReason) {
+    stage_.Renderer().reportsResets = true;
+    ReportUndrawable(stage_.Renderer(), "x");
+    const ResetScope reset;
+    ReportUndrawable(stage_.Renderer(), "x");
+    ReportUndrawable(stage_.Renderer(), "x");
+    EXPECT_EQ(TakeLines(), (std::vector<std::string>{"Pixelforge: cannot draw: x",
+                                                     "Pixelforge: cannot draw: the OpenGL context is lost"}));
+}
 
 TEST_F(GlErrors, EachReportFetchesOneError) {
     glEnable(0xFFFF);

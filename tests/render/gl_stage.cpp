@@ -1,6 +1,8 @@
 // Stage and picture of the engine's tests.
 #include "tests/render/gl_stage.h"
 
+#include <GL/glew.h>
+
 #include <ostream>
 
 #include "base/load_error.h"
@@ -67,6 +69,21 @@ Picture Stage::Frame(float speed) {
 Picture Stage::Show() {
     EXPECT_TRUE(Build()) << Reason();
     return Frame();
+}
+
+StageTest::StageTest() {
+    static const auto attach = __glewFramebufferTexture2D;
+    __glewFramebufferTexture2D = [](auto... arguments) {
+        attach(arguments...);
+        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) {
+            glClearColor(1, 1, 1, 1);
+            glClear(GL_COLOR_BUFFER_BIT);
+        }
+    };
+}
+
+StageTest::~StageTest() {
+    EXPECT_EQ(TakeLines(), std::vector<std::string>());
 }
 
 std::vector<std::string> StageTest::TakeLines() {

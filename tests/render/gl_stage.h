@@ -69,10 +69,12 @@ private:
     std::string reason_;
 };
 
-/// A test with a stage. Debugger output that the test does not consume fails it.
+/// A test with a stage, whose driver leaves white in new render targets, as memory in use before may hold
+/// anything. Debugger output that the test does not consume fails it.
 class StageTest : public testing::Test {
 protected:
-    ~StageTest() override { EXPECT_EQ(TakeLines(), std::vector<std::string>()); }
+    StageTest();
+    ~StageTest() override;
 
     /// Returns the debugger output so far, and clears it.
     std::vector<std::string> TakeLines();

@@ -18,8 +18,8 @@ constexpr std::uint64_t kPictureBytes = 48;
 class MediaTexturesTest : public StageTest {
 protected:
     /// Three channels of one picture; the second is the other way round.
-    bool Build(std::uint64_t bytesInUse) {
-        const std::string file = PIXELFORGE_SOURCE_DIR "/tests/data/pictures/rgba8.png";
+    bool Build(std::uint64_t bytesInUse, const std::string& name = "rgba8.png") {
+        const std::string file = PIXELFORGE_SOURCE_DIR "/tests/data/pictures/" + name;
         std::vector<Input> inputs;
         for (int channel = 0; channel < 3; ++channel) {
             inputs.push_back({.channel = channel,
@@ -39,7 +39,7 @@ protected:
 };
 
 TEST_F(MediaTexturesTest, AFileIsDecodedOnceForAllItsChannels) {
-    ASSERT_TRUE(Build(kMediaBudget - kPictureBytes)) << stage_.Reason();
+    ASSERT_TRUE(Build(kMediaBudget - 2 * kPictureBytes)) << stage_.Reason();
     const ShaderDocument& document = stage_.Renderer().document;
     EXPECT_EQ(document.mediaBytes, kMediaBudget);
     EXPECT_FALSE(document.passes[7].inputs[0].medium->faces[0]);
@@ -52,6 +52,15 @@ TEST_F(MediaTexturesTest, ChannelsBeyondTheBudgetStayEmpty) {
     EXPECT_FALSE(Channel(0).texture || Channel(1).texture || Channel(2).texture);
     const auto reason = EndsWith("rgba8.png: " + std::string(kBeyondBudget));
     EXPECT_THAT(TakeLines(), ElementsAre(reason, reason, reason));
+    ASSERT_TRUE(Build(kMediaBudget - kPictureBytes)) << stage_.Reason();
+    EXPECT_TRUE(Channel(0).texture && !Channel(1).texture && Channel(2).texture) << "one for two channels";
+    EXPECT_THAT(TakeLines(), ElementsAre(reason));
+}
+
+TEST_F(MediaTexturesTest, APictureThatIsRefusedLeavesTheBudgetUnchanged) {
+    ASSERT_TRUE(Build(5, "grey16.png")) << stage_.Reason();
+    EXPECT_EQ(stage_.Renderer().document.mediaBytes, 5u);
+    EXPECT_THAT(TakeLines(), testing::Each(EndsWith("16-bit pictures are not supported")));
 }
 
 }  // namespace

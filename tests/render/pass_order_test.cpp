@@ -1,6 +1,11 @@
 // Which frame's picture a pass reads from another; Cube A; the uniforms of a frame.
+#include <windows.h>
+
+#include <GL/glew.h>
+
 #include <gtest/gtest.h>
 
+#include "inputs/webcam_capture.h"
 #include "tests/render/gl_stage.h"
 
 namespace pixelforge::test {
@@ -13,6 +18,7 @@ TEST_F(PassOrder, EarlierPassesShowThisFrameAndLaterOnesThePrevious) {
     const Input b1 = {.channel = 1, .id = 258};
     const Input d2 = {.channel = 2, .id = 260};
     const Input cube3 = {.channel = 3, .ctype = "cubemap", .id = 41};
+    const Input mipmapped3 = {.channel = 3, .ctype = "cubemap", .id = 41, .filter = "mipmap"};
     // Red counts the pass's frames; the other components show what it read from other passes.
     stage_.Load(
         DocumentBuilder()
@@ -26,9 +32,9 @@ TEST_F(PassOrder, EarlierPassesShowThisFrameAndLaterOnesThePrevious) {
                   {cube3})
             .Image(
                 Body("float v[8] = float[8](T(0).r, T(0).g, T(0).b, T(1).g, T(2).r, T(2).g, T(2).b, T(0).a);"
-                     "float cube = texture(iChannel3, vec3(-1, 0.5, 0)).r;"
+                     "float cube = textureLod(iChannel3, vec3(-1, 0.5, 0), 9.0).r;"
                      "c = vec4(v[int(p.x) & 7], floor(p.y), cube, 255.0) / 255.0;"),
-                {a0, b1, d2, cube3}));
+                {a0, b1, d2, mipmapped3}));
     ASSERT_TRUE(stage_.Build()) << stage_.Reason();
     for (int frame = 1; frame <= 4; ++frame) {
         const Picture picture = stage_.Frame();
@@ -75,25 +81,57 @@ TEST_F(PassOrder, ChannelsWithoutATextureReadBlackButHaveASize) {
     }
 }
 
+TEST_F(PassOrder, LiveTexturesAreUploadedWhenTheyChange) {
+    stage_.LoadImage("c = T(0) + T(1);",
+                     {{.channel = 0, .ctype = "keyboard"}, {.channel = 1, .ctype = "webcam"}});
+    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    LiveTexture* const live[] = {&stage_.Renderer().keyboard, &stage_.Renderer().webcam};
+    int uploads[2] = {};
+    for (int frame = 0; frame < 32; ++frame) {
+        live[0]->mipmapsStale = live[1]->mipmapsStale = false;  // until the next upload
+        stage_.Draw();
+        uploads[0] += live[0]->mipmapsStale;
+        uploads[1] += live[1]->mipmapsStale;
+    }
+    EXPECT_EQ(uploads[0], 0);
+    EXPECT_EQ(uploads[1], 2) << "of the camera, on every 16th frame";
+    for (int i = 0; i < 2; ++i) {
+        GLint format = 0;
+        glBindTexture(GL_TEXTURE_2D, live[i]->texture.Get());
+        glGetTexLevelParameteriv(GL_TEXTURE_2D, 0, GL_TEXTURE_INTERNAL_FORMAT, &format);
+        EXPECT_EQ(format, i == 0 ? GL_R8_SNORM : GL_RGBA);
+    }
+    UnloadWebcam();
+}
+
+/// CTest runs it in a time zone other than UTC.
 TEST_F(PassOrder, UniformsOfAFrame) {
     stage_.Load(DocumentBuilder()
                     .Common("uniform vec3 resolution; uniform float time;")
-                    .Image(Body("vec4 v[4] = vec4[4](vec4(iResolution, iTime * 4.0),\n"
+                    .Image(Body("vec4 v[5] = vec4[5](vec4(iResolution, iTime * 4.0),\n"
                                 "vec4(iTimeDelta * 4.0, iFrame, iSampleRate, iFrameRate < 0.0 ? 1.0 : 2.0),\n"
-                                "vec4(iDate.x - 2000.0, iDate.yz, floor(iDate.w / 3600.0)),\n"
+                                "vec4(iDate.xyz - vec3(2000, 0, 0), 0.0), mod(floor(iDate.w / vec4(65536, "
+                                "256, 1, 1)), 256.0),\n"
                                 "vec4(resolution.y, time * 4.0, iChannelTime[2], 7.0));\n"
-                                "c = v[int(p.x) & 3] / 255.0;")));
+                                "c = v[min(int(p.x), 4)] / 255.0;")));
     ASSERT_TRUE(stage_.Build()) << stage_.Reason();
     stage_.Renderer().startTick = GetTickCount64() - 50;
-    for (int frame = 1; frame <= 3; ++frame) {
-        SYSTEMTIME now = {};
+    SYSTEMTIME now = {};
+    const auto clock = [&now] {
         GetLocalTime(&now);
+        return (now.wHour * 60 + now.wMinute) * 60 + now.wSecond;
+    };
+    for (int frame = 1; frame <= 3; ++frame) {
+        const int before = clock();
         const Picture picture = stage_.Frame(0.5F);
         EXPECT_EQ(picture.At(0, 5), (Color{64, 48, 1, 2 * frame}));
         // The counter goes -1, 0, 1; the rate of the first frame is negative.
         EXPECT_EQ(picture.At(1, 5), (Color{2, frame == 3 ? 1 : 0, 0, frame == 1 ? 1 : 2}));
-        EXPECT_EQ(picture.At(2, 5), (Color{now.wYear - 2000, now.wMonth, now.wDay, now.wHour}));
-        EXPECT_EQ(picture.At(3, 5), (Color{48, 2 * frame, 0, 7}));
+        EXPECT_EQ(picture.At(2, 5), (Color{now.wYear - 2000, now.wMonth, now.wDay, 0}));
+        const Color seconds = picture.At(3, 5);
+        EXPECT_LE(before, seconds.r << 16 | seconds.g << 8 | seconds.b);
+        EXPECT_GE(clock(), seconds.r << 16 | seconds.g << 8 | seconds.b);
+        EXPECT_EQ(picture.At(4, 5), (Color{48, 2 * frame, 0, 7}));
     }
 }
 

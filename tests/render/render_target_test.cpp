@@ -35,15 +35,17 @@ TEST_F(RenderTarget, UnsupportedSampleExponentsKeepThePrevious) {
 TEST_F(RenderTarget, ChannelsSampleOneTextureWithTheirOwnSettingsAndFreshMipmaps) {
     for (const int exponent : {0, 2}) {
         const SampleScope samples(exponent);
-        // Left half: 2.25 columns past the right edge, then a quarter into the third column. Right half: the
+        // Left half: past the right and the upper edge, then a quarter into the third column. Right half: the
         // smallest mipmap, the mean: 31.5, 23.5 and the frame's number.
         stage_.Load(
             DocumentBuilder()
                 .Buffer('A', Body("c = vec4(floor(p), T(0).b + 2.0, 0.0);"), {{.channel = 0, .id = 257}})
                 .Image(
-                    Body("vec2 far = vec2(66.25, 5.5) / vec2(64, 48), near = vec2(10.0, 5.5) / vec2(64, 48);"
-                         "c = vec4(texture(iChannel0, far).r, texture(iChannel1, far).r,"
-                         "    texture(iChannel2, near).r * 10.0, texture(iChannel0, near).r) / 255.0;"
+                    Body("vec4 one4 = vec4(1, 4, 0, 0);"
+                         "vec2 far = vec2(66.25, 50.5) / vec2(64, 48), near = vec2(10.0, 5.5) / vec2(64, 48);"
+                         "c = vec4(dot(texture(iChannel0, far), one4), dot(texture(iChannel1, far), one4),"
+                         "    5.0 * (texture(iChannel2, near).r + textureLod(iChannel3, near, 0.0).r), "
+                         "texture(iChannel0, near).r) / 255.0;"
                          "if (p.x > 32.0) c = textureLod(iChannel3, vec2(0.3), 16.0) * 2.0 / 255.0;"),
                     {{.channel = 0, .wrap = "repeat"},
                      {.channel = 1, .wrap = "clamp"},
@@ -52,29 +54,35 @@ TEST_F(RenderTarget, ChannelsSampleOneTextureWithTheirOwnSettingsAndFreshMipmaps
         ASSERT_TRUE(stage_.Build()) << stage_.Reason();
         for (int frame = 1; frame <= 3; ++frame) {
             const Picture picture = stage_.Frame();
-            EXPECT_EQ(picture.At(20, 20), (Color{2, 63, 95, 10}));
+            EXPECT_EQ(picture.At(20, 20), (Color{2 + 4 * 2, 63 + 4 * 47, 95, 10}));
             EXPECT_EQ(picture.At(40, 20), (Color{63, 47, 4 * frame, 0}));
         }
     }
 }
 
-TEST_F(RenderTarget, TheFrameFollowsAWindowOfItsSize) {
+TEST_F(RenderTarget, TheFrameFollowsAWindowOfItsSizeAndCubeAStays) {
+    const Input cube = {.channel = 0, .ctype = "cubemap", .id = 41};
     stage_.Load(DocumentBuilder()
                     .Buffer('A', Body("c = T(0) + vec4(1.0);"), {{.channel = 0, .id = 257}})
-                    .Image(Body("c = vec4(iFrame, iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;"),
-                           {{.channel = 0, .id = 257}}));
-    EXPECT_EQ(stage_.Show().At(60, 40), (Color{0, 64, 1, 48}));
-    EXPECT_EQ(stage_.Frame().At(60, 40), (Color{0, 64, 2, 48}));
-    EXPECT_EQ(stage_.Frame().At(60, 40), (Color{1, 64, 3, 48}));
+                    .Pass("cubemap", "Cube A",
+                          "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
+                          "    c = texture(iChannel0, rd) + vec4(16.0); }\n",
+                          {cube})
+                    .Image(Body("c = vec4(float(iFrame) + texture(iChannel1, vec3(1)).r,"
+                                "iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;"),
+                           {{.channel = 0, .id = 257}, {.channel = 1, .ctype = "cubemap", .id = 41}}));
+    EXPECT_EQ(stage_.Show().At(60, 40), (Color{16, 64, 1, 48}));
+    EXPECT_EQ(stage_.Frame().At(60, 40), (Color{32, 64, 2, 48}));
+    EXPECT_EQ(stage_.Frame().At(60, 40), (Color{49, 64, 3, 48}));
     stage_.Window().SetClientSize(80, 36);
     const Picture old(64, 48);
     stage_.Draw();
     EXPECT_EQ(ReadFrameIntoBitmap(&stage_.Renderer(), PixelsOf(old.Bitmap())), 0);
-    EXPECT_EQ(stage_.Read().At(79, 35), (Color{0, 80, 1, 36}));
-    EXPECT_EQ(stage_.Frame().At(79, 35), (Color{0, 80, 2, 36}));
-    EXPECT_EQ(stage_.Frame().At(79, 35), (Color{1, 80, 3, 36}));
+    EXPECT_EQ(stage_.Read().At(79, 35), (Color{64, 80, 1, 36}));
+    EXPECT_EQ(stage_.Frame().At(79, 35), (Color{80, 80, 2, 36}));
+    EXPECT_EQ(stage_.Frame().At(79, 35), (Color{97, 80, 3, 36}));
     stage_.Window().SetClientSize(0, 0);
-    EXPECT_EQ(stage_.Frame().At(79, 35), (Color{2, 80, 4, 36}));
+    EXPECT_EQ(stage_.Frame().At(79, 35), (Color{114, 80, 4, 36}));
 }
 
 TEST_F(RenderTarget, ARefusedTargetIsReportedOnceAndNothingIsDrawn) {

@@ -56,13 +56,16 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
     Stage late;
     LoadKeyboardImage(late);
     EXPECT_EQ(late.Frame().At(1, 5), (Color{0, 0, 255, 255})) << "a later renderer sees the current state";
+    SendMessageW(stage_.Window().Handle(), WM_KEYDOWN, 'B', 0);  // no toggled key is left
+    SendMessageW(stage_.Window().Handle(), WM_KEYUP, 'B', 0);
 }
 
 TEST_F(WindowInput, TheMouseReachesTheShader) {
-    stage_.Load(DocumentBuilder()
-                    .Common("uniform vec4 mouse;")
-                    .Image(Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);")));
-    ASSERT_TRUE(stage_.Build()) << stage_.Reason();
+    const DocumentBuilder document =
+        DocumentBuilder()
+            .Common("uniform vec4 mouse;")
+            .Image(Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);"));
+    ASSERT_TRUE(stage_.Load(document).Build()) << stage_.Reason();
     const auto send = [this](UINT message, int x, int y) {
         SendMessageW(stage_.Window().Handle(), message, 0, MAKELPARAM(x, y));
     };
@@ -74,10 +77,9 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
         int y;
         int mouse[4];
     } steps[] = {
-        {WM_MOUSEMOVE, 7, 7, {0, 0, 0, 0}},         {WM_LBUTTONDOWN, 20, 0, {20, 48, 20, 48}},
-        {WM_NULL, 0, 0, {20, 48, 20, -48}},         {WM_MOUSEMOVE, 30, 18, {30, 30, 20, -48}},
-        {WM_MOUSEMOVE, -7, -20, {-7, 68, 20, -48}}, {WM_LBUTTONUP, 31, 19, {-7, 68, -20, -48}},
-        {WM_MOUSEMOVE, 1, 1, {-7, 68, -20, -48}},
+        {WM_LBUTTONDOWN, 20, 0, {20, 48, 20, 48}},  {WM_NULL, 0, 0, {20, 48, 20, -48}},
+        {WM_MOUSEMOVE, 30, 18, {30, 30, 20, -48}},  {WM_MOUSEMOVE, -7, -20, {-7, 68, 20, -48}},
+        {WM_LBUTTONUP, 31, 19, {-7, 68, -20, -48}}, {WM_MOUSEMOVE, 1, 1, {-7, 68, -20, -48}},
     };
     for (const auto& [message, x, y, mouse] : steps) {
         send(message, x, y);
@@ -88,6 +90,10 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
     send(WM_LBUTTONDOWN, 10, 28);
     send(WM_LBUTTONUP, 10, 28);
     EXPECT_EQ(stage_.Frame().At(0, 0), (Color{138, 148, 118, 108})) << "released between two frames";
+    send(WM_LBUTTONDOWN, 10, 28);
+    Stage late;
+    EXPECT_EQ(late.Load(document).Show().At(0, 0), (Color{138, 148, 138, 108})) << "no click of its own";
+    send(WM_LBUTTONUP, 10, 28);
 }
 
 TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
@@ -130,6 +136,32 @@ TEST(WindowSubclass, TheSubclassOfAnotherCopyStays) {
     DetachWindowInput(window.Handle());
     EXPECT_EQ(PropertyOf(window), procedure);
     RemovePropW(window.Handle(), L"OriginalWndProc");
+}
+
+TEST(WindowSubclass, AnotherSubclassOnTopStays) {
+    const preview::HostWindow bare(64, 48);
+    const preview::HostWindow covered(64, 48);
+    const preview::HostWindow detached(64, 48);
+    const LONG_PTR original = ProcedureOf(bare);
+    for (const preview::HostWindow* window : {&bare, &bare, &covered, &detached}) {
+        ASSERT_TRUE(AttachWindowInput(window->Handle()));
+    }
+    static WNDPROC below = nullptr;
+    const WNDPROC above = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+        return CallWindowProcW(below, window, message, w, l);
+    };
+    for (const preview::HostWindow* window : {&covered, &detached}) {
+        below = reinterpret_cast<WNDPROC>(
+            SetWindowLongPtrW(window->Handle(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
+    }
+    DetachWindowInput(detached.Handle());
+    RestoreAllWindows();
+    EXPECT_EQ(ProcedureOf(bare), original);
+    EXPECT_EQ(PropertyOf(bare), 0);
+    for (const preview::HostWindow* window : {&covered, &detached}) {
+        EXPECT_EQ(ProcedureOf(*window), reinterpret_cast<LONG_PTR>(above));
+        EXPECT_EQ(PropertyOf(*window), original) << "the subclass below the other one still needs it";
+    }
 }
 
 }  // namespace

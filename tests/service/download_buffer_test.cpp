@@ -11,6 +11,19 @@
 namespace pixelforge {
 namespace {
 
+TEST(DownloadBuffer, HoldsBodiesUpToTheLimit) {
+    for (const std::uint32_t announced : {0u, 3000u, 9000u}) {
+        DownloadBuffer buffer;
+        buffer.Start(announced, {9000, "too large"});
+        while (buffer.Count() < 9000) {
+            buffer.Add(std::min<std::size_t>(buffer.Room().size(), 9000 - buffer.Count()));
+        }
+        EXPECT_EQ(FailureOf([&] { buffer.Add(1); }), "too large") << announced;
+        EXPECT_LE(buffer.Capacity(), 9000u);
+        EXPECT_EQ(FailureOf([&] { buffer.Start(9001, {9000, "too large"}); }), "too large");
+    }
+}
+
 TEST(DownloadBuffer, StartsAtTheAnnouncedLengthAndDoublesWhenFull) {
     const struct {
         std::uint32_t announced;

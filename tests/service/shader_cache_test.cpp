@@ -53,6 +53,7 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
         {documents + L"a%00?key=k", L""},
         {documents + L"a%E4?key=k", L""},
         {documents + L"a%4?key=k", L""},
+        {documents + L"a%?key=k", L""},
         {documents + L"query/f", L"Searches\\MYAAAAAA.json"},
         {documents + L"query/media/a/", L"Searches\\NVSWI2LBF5QS6AAA.json"},
         {documents + L"query/" + std::wstring(161, L'q'), L""},

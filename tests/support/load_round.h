@@ -8,7 +8,7 @@
 
 namespace pixelforge::test {
 
-/// Milliseconds between load and unload: before, during and after the capture thread's start-up.
+/// Milliseconds between load and unload: before and after the capture thread's start.
 inline constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
 
 /// Loads the module from the program's folder, waits and unloads it. Returns the milliseconds that loading

@@ -2,8 +2,8 @@
 and over HTTP for redirects.
 
 The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document
-of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp". The media file "4096.bin" has
-4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS);
+of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp", under two names. The media file
+"4096.bin" has 4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS);
 another may follow one that redirects. The host name selects the certificate: the subdomains "untrusted." and
 "wrongname." get a bad one. Each request is logged before the response, one line of host, path and headers. The
 file READY is created once the service listens. The service stops at the end of its standard input.
@@ -24,8 +24,9 @@ import urllib.parse
 
 KEY = "fz3kq9"
 STALL_SECONDS = 3
+LARGE = 64 << 20
 COLOURS = {"red": "vec3(1,0,0)", "green": "vec3(0,1,0)", "blue": "vec3(0,0,1)",
-           "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb"}
+           "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb * texelFetch(iChannel1, ivec2(0), 0).rgb"}
 # One 24-bit pixel in a row padded to 4 bytes.
 TILE = struct.pack("<2sIIIIiiHHIIiiII", b"BM", 58, 0, 54, 40, 1, 1, 1, 24, 0, 4, 2835, 2835, 0, 0) + b"\0\xff\xff\0"
 
@@ -45,7 +46,7 @@ def document(identifier):
         "id": 1, "src": f"/media/a/{identifier}.bmp", "ctype": "texture", "channel": 0,
         "sampler": {"filter": "nearest", "wrap": "clamp", "vflip": "true", "srgb": "false", "internal": "byte"},
     }
-    inputs = [tile] if identifier.lower().startswith("tile") else []
+    inputs = [tile, dict(tile, channel=1, src=f"{identifier}.bmp")] if identifier.lower().startswith("tile") else []
     image = {"inputs": inputs, "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
     shader = {"ver": "0.1", "info": info, "renderpass": [image]}
     # The final line feed is not part of the document, but must be cached with it.
@@ -107,16 +108,24 @@ class Reply(http.server.BaseHTTPRequestHandler):
         self.begin(status, {"Content-Length": len(body), **headers})
         self.wfile.write(body)
 
-    def send_part(self, part, headers, pause=0, hang_up=True):
+    def send_part(self, part, headers, pause=0, hang_up=True, status=200):
         """Then hangs up, whatever the headers announced, unless `hang_up` is false."""
-        self.begin(200, headers)
+        self.begin(status, headers)
         self.wfile.write(part)
         self.wfile.flush()
         time.sleep(pause)
         self.close_connection = hang_up
 
-    def send_half(self, body, headers={}, pause=0):
-        self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, pause)
+    def send_half(self, body, headers={}, pause=0, status=200):
+        self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, pause, status=status)
+
+    def drip(self, body):
+        """A byte every second."""
+        self.begin(200, {"Content-Length": len(body)})
+        for byte in body:
+            self.wfile.write(bytes([byte]))
+            self.wfile.flush()
+            time.sleep(1)
 
     def redirect(self, target, status=302):
         self.send_whole(status, b"", {"Location": f"{target}?key={KEY}"})
@@ -140,11 +149,14 @@ CHUNKED = {"Transfer-Encoding": "chunked"}
 BEHAVIOURS = {
     "good": lambda reply, body, _: reply.send_whole(200, body),
     "empty": lambda reply, body, _: reply.send_whole(200, b""),
+    "blank": lambda reply, body, _: reply.send_whole(200, b" \r\n"),
     "missing": lambda reply, body, _: reply.send_whole(404, body),
     "broken": lambda reply, body, _: reply.send_whole(500, body),
+    "brokencut": lambda reply, body, _: reply.send_half(body, status=503),
     "error": lambda reply, body, _: reply.send_whole(200, b'{"Error":"Shader not found"}'),
     "garbage": lambda reply, body, _: reply.send_whole(200, b"<html>" + body),
     "gzip": lambda reply, body, _: reply.send_whole(200, gzip.compress(body), GZIP),
+    "bomb": lambda reply, body, _: reply.send_whole(200, gzip.compress(body + b" " * LARGE, 1), GZIP),
     "nolength": lambda reply, body, _: reply.send_part(body, {"Connection": "close"}),
     "chunked": lambda reply, body, _: reply.send_part(chunks(body) + b"0\r\n\r\n", CHUNKED, hang_up=False),
     "chunkcut": lambda reply, body, _: reply.send_part(chunks(body[:len(body) // 2]) + b"400\r\ncut", CHUNKED),
@@ -156,6 +168,8 @@ BEHAVIOURS = {
     "liar": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967295}),
     "wrapped": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967297}),
     "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "ten"}),
+    "nothing": lambda reply, body, _: reply.send_part(body, {"Content-Length": ""}),
+    "drip": lambda reply, body, _: reply.drip(body),
     "partial": lambda reply, body, _: reply.send_whole(206, body),
     "created": lambda reply, body, _: reply.send_whole(201, body),
     "cookie": lambda reply, body, _: reply.send_whole(200, body, {"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),

@@ -42,6 +42,15 @@ HRESULT Outcome(const char* call) {
     return S_OK;
 }
 
+/// Like parts of the real sound system, waits for a thread to end, which is impossible for the thread while
+/// another one holds the loader lock.
+void JoinThread() {
+    const HANDLE thread = CreateThread(
+        nullptr, 0, [](void*) -> DWORD { return 0; }, nullptr, 0, nullptr);
+    WaitForSingleObject(thread, INFINITE);
+    CloseHandle(thread);
+}
+
 struct Format {
     WORD bits = static_cast<WORD>(Settings().Number("bits", 32));
     WORD channels = static_cast<WORD>(Settings().Number("channels", 2));
@@ -133,6 +142,8 @@ private:
 
 class AudioClient final : public ComObject<IAudioClient> {
 public:
+    ~AudioClient() override { JoinThread(); }
+
     HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
         *format = nullptr;
         const HRESULT result = Outcome("mixformat");
@@ -223,6 +234,8 @@ public:
 };
 
 IUnknown* MakeEnumerator() {
+    Sleep(static_cast<DWORD>(Settings().Number("slow", 0)));
+    JoinThread();
     return SUCCEEDED(Outcome("create")) || Settings().Is("gone", "1") ? new DeviceEnumerator : nullptr;
 }
 
