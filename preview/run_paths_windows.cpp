@@ -13,6 +13,7 @@
 #include "base/text.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
+#include "preview/host/playlist_lines.h"
 #include "preview/video.h"
 #include "preview/view/control_changes.h"
 
@@ -91,7 +92,7 @@ std::string CommandOf(const Options& options) {
 }
 
 Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state) {
-    ReadInputFile(path);
+    const std::string bytes = ReadInputFile(path);
     Options next = options;
     next.settings = state.settings;
     next.fullScreen = state.fullScreen;
@@ -110,6 +111,9 @@ Options OptionsForFile(const Options& options, const std::wstring& path, const V
         return next;
     }
     const bool playlist = HasExtension(path, {L".playlist", L".txt"});
+    if (playlist && SplitPlaylist(bytes).empty()) {
+        throw HostError(ExitStatus::WrongUsage, "the playlist has no line that ends in a line break");
+    }
     next.shaderId.clear();
     next.picturePath.clear();
     next.documentPath = playlist ? std::string() : ToUtf8(path);

@@ -84,7 +84,7 @@ TEST(Options, OpenADroppedFile) {
     for (const auto& [name, command] : {std::pair(L"a b.glsl", "preview \"a b.glsl\""),
                                         {L"b.Playlist", "preview --playlist b.Playlist"},
                                         {L"c.PNG", "a picture needs a shader"}}) {
-        std::ofstream(std::filesystem::path(name)).put(' ');
+        std::ofstream(std::filesystem::path(name)) << "a\n";
         Options next;
         const std::string failure = FailureOf([&] { next = OptionsForFile(shown, name, {}); });
         EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(command));
@@ -93,6 +93,9 @@ TEST(Options, OpenADroppedFile) {
     }
     EXPECT_THROW(OptionsForFile(shown, L"missing.json", {}), HostError);
     std::ofstream("c.png").put(' ');
+    std::ofstream("c.txt").put('a');
+    EXPECT_THROW(OptionsForFile(shown, L"c.txt", {}), HostError) << "no line break";
+    std::filesystem::remove("c.txt");
     const Options picture = OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png",
                                            {.width = 7, .height = 9, .scale = 0.5});
     EXPECT_EQ(picture.documentPath + picture.picturePath, "a.jsonc.png");
