@@ -2,10 +2,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "preview/host/host_controls.h"
+#include "preview/host/host_window.h"
+#include "preview/view/live_view.h"
 
 namespace pixelforge::preview {
 
@@ -32,6 +35,11 @@ struct Options {
     std::int32_t levels = 0;               ///< divisor of level output; 0: colours
     bool realTime = false;                 ///< "Speed" is the time since the previous frame
     bool window = false;                   ///< the live view
+    bool fullScreen = false;
+    std::int32_t monitor = 0;          ///< from 1; 0: the system's choice
+    double scale = 1.0;                ///< of the live view's frames
+    std::optional<WindowPlace> place;  ///< of the window that this run replaces
+    std::string picturePath;           ///< dropped on the window: on channel 0 of the shader's image
     bool watch = false;
     bool check = false;  ///< only load
     bool bench = false;

@@ -10,7 +10,9 @@
 
 #include "base/bitmap.h"
 #include "base/text.h"
+#include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
+#include "preview/view/control_changes.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -98,8 +100,8 @@ struct Arguments : Options {
     std::vector<std::string> assignments;
 };
 
-using Value = std::variant<bool Arguments::*, std::int32_t Arguments::*, std::string Arguments::*,
-                           std::vector<std::string> Arguments::*>;
+using Value = std::variant<bool Arguments::*, std::int32_t Arguments::*, double Arguments::*,
+                           std::string Arguments::*, std::vector<std::string> Arguments::*>;
 
 struct Range {
     std::int32_t least = 0;
@@ -138,6 +140,9 @@ constexpr OptionRow kOptions[] = {
 
     {"--window", "", &Arguments::window, "Show the frames in a window; F1 lists its keys"},
     {"--watch", "", &Arguments::watch, "Like --window, and reload when a file of the shader changes"},
+    {"--fullscreen", "", &Arguments::fullScreen, "Like --window, on the whole screen; Alt+Enter leaves it"},
+    {"--monitor", "N", &Arguments::monitor, "Monitor of the window, from 1", {1, 64}},
+    {"--scale", "S", &Arguments::scale, "Frame size by window size, 0.0625 to 4 (default 1)"},
     {"--every",
      "SECONDS",
      &Arguments::secondsPerPick,
@@ -145,7 +150,8 @@ constexpr OptionRow kOptions[] = {
      {1, 86'400}},
     {"--favourites", "FILE", &Arguments::favouritesPath,
      "Playlist that Insert adds to (default favourites.txt beside the playlist)"},
-    {"--png", "FILE", &Arguments::pngPath, "Write the last frame as a PNG"},
+    {"--png", "FILE", &Arguments::pngPath,
+     "Write the last frame as a PNG; with --bench a graph of the times"},
     {"--frames-dir", "DIR", &Arguments::framesFolder, "Write every frame as a PNG to this folder"},
     {"--report", "FILE", &Arguments::reportPath, "Write results, times and messages as JSON"},
     {"--video", "FILE|-", &Arguments::videoPath,
@@ -162,9 +168,11 @@ constexpr const char* kNotInWindow[] = {"--frames-dir", "--report", "--bench",
                                         "--check",      "--info",   "--video"};
 constexpr const char* kOnlyWithPlaylistInWindow[] = {"--every", "--favourites"};
 
+constexpr const char* kOnlyInWindow[] = {"--monitor", "--scale"};
+
 /// Packing draws nothing.
-constexpr const char* kNotWithPack[] = {"--window", "--watch", "--png",  "--frames-dir", "--report",
-                                        "--bench",  "--check", "--info", "--video"};
+constexpr const char* kNotWithPack[] = {"--window", "--fullscreen", "--watch", "--png",  "--frames-dir",
+                                        "--report", "--bench",      "--check", "--info", "--video"};
 
 CLI::Option* Declare(CLI::App& app, const OptionRow& row, bool& value) {
     return app.add_flag(row.name, value, row.help);
@@ -198,7 +206,7 @@ void RequireOneOutcome(const CLI::App& app, const Options& options) {
     const bool playsList = options.window && !options.playlistPath.empty();
     for (const std::string name : kNotInWindow) {
         if (options.window && app.count(name) > 0 && !(playsList && name == "--report")) {
-            RejectUsage(name + " cannot be combined with --window or --watch" +
+            RejectUsage(name + " cannot be combined with --window, --fullscreen or --watch" +
                         (name == "--report" ? " except with --playlist" : ""));
         }
     }
@@ -206,6 +214,14 @@ void RequireOneOutcome(const CLI::App& app, const Options& options) {
         if (!playsList && app.count(name) > 0) {
             RejectUsage(name + " needs --playlist and --window");
         }
+    }
+    for (const char* name : kOnlyInWindow) {
+        if (!options.window && app.count(name) > 0) {
+            RejectUsage(std::string(name) + " needs --window, --fullscreen or --watch");
+        }
+    }
+    if (!(options.scale >= kSmallestScale && options.scale <= kLargestScale)) {
+        RejectUsage("--scale: the number must be from 0.0625 to 4");
     }
     const bool drawn = std::ranges::any_of(kNotWithPack, [&](auto name) { return app.count(name) > 0; });
     if (!options.packPath.empty() && (drawn || options.documentPath.empty())) {
@@ -274,7 +290,7 @@ void ChooseSize(const Arguments& given, Options& options) {
 
 Options Validate(const CLI::App& app, const Arguments& given) {
     Options options = given;
-    options.window = options.window || options.watch;
+    options.window = options.window || options.watch || options.fullScreen;
     RequireOneSource(options);
     RequireOneOutcome(app, options);
     ChooseSize(given, options);

@@ -8,6 +8,7 @@
 #include <functional>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "base/file.h"
 #include "base/load_error.h"
@@ -23,6 +24,7 @@
 #include "preview/report.h"
 #include "preview/run_paths.h"
 #include "preview/video.h"
+#include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
 #include "preview/view/playlist_player.h"
 #include "service/service_urls.h"
@@ -63,6 +65,7 @@ struct Run {
     const Options& options;
     const Paths& paths;
     OpenedShader& shader;
+    std::optional<Options>& next;  ///< a run that follows this one
     EventPlayer* events;
     const std::atomic<bool>* stop = nullptr;
 };
@@ -99,7 +102,11 @@ Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
                   }});
     std::string pictureError;
     if (!run.paths.Of(Output::Picture).empty() && Summarize(frames).failed == 0) {
-        pictureError = FailureOf([&] { WritePng(run.paths.Of(Output::Picture), session.Picture()); });
+        const std::wstring& path = run.paths.Of(Output::Picture);
+        pictureError = FailureOf([&] {
+            run.options.bench ? WriteFrameGraph(path, MeasuredTimes(frames))
+                              : WritePng(path, session.Picture());
+        });
     }
     return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
             pictureError};
@@ -236,7 +243,14 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCaptur
          .events = run.events,
          .stop = run.stop,
          .realTime = run.options.realTime,
+         .fullScreen = run.options.fullScreen,
+         .monitor = run.options.monitor,
+         .scale = run.options.scale,
          .playlist = playlist ? &*playlist : nullptr,
+         .command = [&] { return CommandOf(run.options); },
+         .place = run.options.place,
+         .fileDropped = [&](const std::wstring& path,
+                            const ViewState& state) { run.next = OptionsForFile(run.options, path, state); },
          .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
          .warnings = [&] { return run.shader.Warnings(); },
          .takeMessages =
@@ -270,6 +284,9 @@ OpenedShader OpenShader(const Options& options, const Paths& paths) {
         return OpenedShader::OfPlaylist(paths.source);
     }
     OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
+    if (!options.picturePath.empty()) {
+        shader.UsePicture(options.picturePath);
+    }
     if (!shader.Conversion().empty()) {
         PrintError("preview: " + options.documentPath + ": " + shader.Conversion());
     }
@@ -292,6 +309,36 @@ std::wstring CachedFile(const std::string& identifier) {
         throw HostError(ExitStatus::Failed, "--forget: the path of the module's cache is too long");
     }
     return std::wstring(folder) + entry.name;
+}
+
+/// Draws the shader once; `next` is what a file dropped on the window asks for.
+ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
+    Paths paths = ResolvePaths(options);
+    SetIncludeFolder(options, paths);
+    std::optional<EventPlayer> events = ReadEvents(options);
+    OpenedShader shader = OpenShader(options, paths);
+    RequireWritableOutputs(paths);
+    DebugCapture capture;
+    const Messages readableLines = [&] {
+        if (!shader.Errors().empty()) {
+            return shader.Errors();
+        }
+        return EditorLines(
+            ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options)),
+            shader.Names());
+    };
+    try {
+        std::optional<WorkingFolder> folder;
+        EnterFolder(options, paths, folder);
+        const CleanupOnAbort cleanup(shader.Staged());
+        const ModuleLibrary library;
+        const Run run{options, paths, shader, next, events ? &*events : nullptr, &cleanup.StopRequested()};
+        return options.window ? RunInWindow(run, library, capture, readableLines)
+                              : RunWithoutWindow(run, library, capture, readableLines);
+    } catch (const HostError&) {
+        PrintLines(readableLines());
+        throw;
+    }
 }
 
 }  // namespace
@@ -332,32 +379,13 @@ ExitStatus RunPreview(const Options& options) {
             return ExitStatus::Drawn;
         }
     }
-    Paths paths = ResolvePaths(options);
-    SetIncludeFolder(options, paths);
-    std::optional<EventPlayer> events = ReadEvents(options);
-    OpenedShader shader = OpenShader(options, paths);
-    RequireWritableOutputs(paths);
-    DebugCapture capture;
-    const Messages readableLines = [&] {
-        if (!shader.Errors().empty()) {
-            return shader.Errors();
-        }
-        return EditorLines(
-            ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options)),
-            shader.Names());
-    };
-    try {
-        std::optional<WorkingFolder> folder;
-        EnterFolder(options, paths, folder);
-        const CleanupOnAbort cleanup(shader.Staged());
-        const ModuleLibrary library;
-        const Run run{options, paths, shader, events ? &*events : nullptr, &cleanup.StopRequested()};
-        return options.window ? RunInWindow(run, library, capture, readableLines)
-                              : RunWithoutWindow(run, library, capture, readableLines);
-    } catch (const HostError&) {
-        PrintLines(readableLines());
-        throw;
+    std::optional<Options> next = options;
+    ExitStatus status = ExitStatus::Failed;
+    while (next) {
+        const Options current = *std::exchange(next, std::nullopt);
+        status = RunOnce(current, next);
     }
+    return status;
 }
 
 }  // namespace pixelforge::preview

@@ -27,14 +27,13 @@ constexpr std::array<std::uint32_t, 256> MakeCrcTable() {
 
 constexpr auto kCrcTable = MakeCrcTable();
 
-std::vector<double> SortedTimes(std::span<const FrameRecord> frames, bool withLoading) {
+std::vector<double> Times(std::span<const FrameRecord> frames, bool withLoading) {
     std::vector<double> times;
     for (const FrameRecord& frame : frames) {
         if (frame.result == FrameResult::Drawn && (withLoading || !frame.loading)) {
             times.push_back(frame.milliseconds);
         }
     }
-    std::ranges::sort(times);
     return times;
 }
 
@@ -131,14 +130,17 @@ std::uint32_t Crc32(std::span<const std::uint8_t> bytes) noexcept {
     return ~crc;
 }
 
+std::vector<double> MeasuredTimes(std::span<const FrameRecord> frames) {
+    const std::vector<double> times = Times(frames, false);
+    return times.empty() ? Times(frames, true) : times;
+}
+
 FrameStatistics Summarize(std::span<const FrameRecord> frames) {
     FrameStatistics statistics;
     statistics.drawn = CountResults(frames, FrameResult::Drawn);
     statistics.failed = CountResults(frames, FrameResult::Failed);
-    std::vector<double> times = SortedTimes(frames, false);
-    if (times.empty()) {
-        times = SortedTimes(frames, true);
-    }
+    std::vector<double> times = MeasuredTimes(frames);
+    std::ranges::sort(times);
     statistics.measured = times.size();
     statistics.medianMilliseconds = Median(times);
     statistics.percentile95Milliseconds = Percentile(times, 95.0);

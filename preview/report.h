@@ -35,6 +35,9 @@ struct FrameStatistics {
     double framesPerSecond = 0.0;  ///< from the median
 };
 
+/// Milliseconds of the frames that `Summarize` measures, in their order.
+std::vector<double> MeasuredTimes(std::span<const FrameRecord> frames);
+
 /// Times are based on the drawn frames that did not load; if there are none, on all drawn frames.
 FrameStatistics Summarize(std::span<const FrameRecord> frames);
 

@@ -22,6 +22,13 @@ struct Paths {
 /// The document, playlist or identifier that the user named.
 const std::string& SourceName(const Options& options);
 
+/// The command line that opens the shader, without its settings.
+std::string CommandOf(const Options& options);
+
+/// For the view that follows when this file is dropped on the window: a playlist, a picture for channel 0 of
+/// the current shader, or else a shader. Throws `HostError` if the file cannot be used.
+Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state);
+
 /// "-" for a video to standard output.
 Paths ResolvePaths(const Options& options);
 

@@ -6,13 +6,16 @@
 #include <algorithm>
 #include <cstdio>
 #include <cwchar>
+#include <initializer_list>
 
 #include "base/file.h"
 #include "base/load_error.h"
 #include "base/text.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
+#include "preview/host/playlist_lines.h"
 #include "preview/video.h"
+#include "preview/view/control_changes.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -62,6 +65,14 @@ IncludeFolder InheritedIncludeFolder(const Paths& paths, const std::string& sour
     return {path, relative ? beside : name};
 }
 
+bool HasExtension(const std::wstring& path, std::initializer_list<std::wstring_view> extensions) {
+    return std::ranges::any_of(extensions, [&](std::wstring_view extension) {
+        return path.size() > extension.size() &&
+               EqualIgnoringAsciiCase(std::wstring_view(path).substr(path.size() - extension.size()),
+                                      extension);
+    });
+}
+
 }  // namespace
 
 const std::string& SourceName(const Options& options) {
@@ -69,6 +80,45 @@ const std::string& SourceName(const Options& options) {
         return options.shaderId;
     }
     return options.documentPath.empty() ? options.playlistPath : options.documentPath;
+}
+
+std::string CommandOf(const Options& options) {
+    const char* const option = !options.shaderId.empty()       ? "--id "
+                               : !options.playlistPath.empty() ? "--playlist "
+                                                               : "";
+    const std::string& include = options.includeFolder;
+    return std::string("preview ") + option + QuotedArgument(SourceName(options)) +
+           (include.empty() ? std::string() : " --include " + QuotedArgument(include));
+}
+
+Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state) {
+    const std::string bytes = ReadInputFile(path);
+    Options next = options;
+    next.settings = state.settings;
+    next.fullScreen = state.fullScreen;
+    if (!state.fullScreen && state.width > 0 && state.height > 0) {
+        next.width = state.width;
+        next.height = state.height;
+    }
+    next.scale = state.scale;
+    next.place = state.place;
+    if (HasExtension(path, {L".png", L".jpg", L".jpeg", L".bmp", L".gif", L".tif", L".tiff"})) {
+        if (options.documentPath.empty()) {
+            throw HostError(ExitStatus::WrongUsage,
+                            "a picture needs a shader from a file, which reads it on iChannel0");
+        }
+        next.picturePath = ToUtf8(path);
+        return next;
+    }
+    const bool playlist = HasExtension(path, {L".playlist", L".txt"});
+    if (playlist && SplitPlaylist(bytes).empty()) {
+        throw HostError(ExitStatus::WrongUsage, "the playlist has no line that ends in a line break");
+    }
+    next.shaderId.clear();
+    next.picturePath.clear();
+    next.documentPath = playlist ? std::string() : ToUtf8(path);
+    next.playlistPath = playlist ? ToUtf8(path) : std::string();
+    return next;
 }
 
 Paths ResolvePaths(const Options& options) {

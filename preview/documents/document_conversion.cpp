@@ -2,6 +2,8 @@
 #include "preview/documents/document_conversion.h"
 
 #include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
 
 #include <algorithm>
 #include <iterator>
@@ -274,6 +276,28 @@ void WritePass(JsonWriter& json, const Value& pass) {
     json.EndObject();
 }
 
+// Changes to documents.
+
+/// Null unless there is such an array.
+Value* ArrayIn(Value& object, const char* key) {
+    const auto found = object.IsObject() ? object.FindMember(key) : Value::MemberIterator();
+    const bool any = object.IsObject() && found != object.MemberEnd() && found->value.IsArray();
+    return any ? &found->value : nullptr;
+}
+
+/// Null if there is no image pass.
+Value* InputsOfImage(Value& root) {
+    const bool enclosed = root.IsObject() && root.HasMember("Shader");
+    Value* passes = enclosed ? ArrayIn(root["Shader"], "renderpass") : nullptr;
+    for (rapidjson::SizeType i = 0; passes && i < passes->Size(); ++i) {
+        Value& pass = (*passes)[i];
+        if (pass.IsObject() && Text(pass, "type") == "image") {
+            return ArrayIn(pass, "inputs");
+        }
+    }
+    return nullptr;
+}
+
 }  // namespace
 
 std::string_view PassNameOf(std::string_view stem) {
@@ -326,6 +350,31 @@ std::optional<std::string> ConvertBareDocument(std::string_view document) {
                             ForEachObject(*shader, "renderpass",
                                           [&](const Value& pass) { WritePass(json, pass); });
                         });
+}
+
+std::string WithPicture(std::string_view document, std::string_view path) {
+    rapidjson::Document tree;
+    tree.Parse<kParseFlags>(document.data(), document.size());
+    Value* inputs = tree.HasParseError() ? nullptr : InputsOfImage(tree);
+    if (!inputs) {
+        return std::string(document);
+    }
+    JsonWriter json;
+    json.BeginObject();
+    json.Text("ctype", "texture");
+    json.Integer("channel", 0);
+    json.Integer("id", 0);
+    json.Text("src", path);
+    WriteSampler(json, ChannelInput{.filter = "mipmap", .wrap = "repeat", .vflip = "true"});
+    json.EndObject();
+    rapidjson::Document input(&tree.GetAllocator());
+    input.Parse(json.Result().c_str());
+    // Of several inputs on a channel the module uses the last.
+    inputs->PushBack(input, tree.GetAllocator());
+    rapidjson::StringBuffer text;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
+    tree.Accept(writer);
+    return text.GetString();
 }
 
 }  // namespace pixelforge::preview

@@ -30,6 +30,10 @@ std::string_view PassNameOf(std::string_view stem);
 MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFile>& passes,
                                  const FileExists& exists);
 
+/// The document with this file as a picture on channel 0 of its image, instead of the input there. Unchanged
+/// if it has no image pass. UTF-8.
+std::string WithPicture(std::string_view document, std::string_view path);
+
 /// The same shader in the module's format. The other format in circulation lacks the enclosing "Shader" (and
 /// may be an array), calls an input's kind "type" and its file "filepath", and uses text ids. std::nullopt
 /// for any other text. UTF-8.

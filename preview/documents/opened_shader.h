@@ -69,14 +69,20 @@ public:
     /// file that cannot be read is assumed to be still being written and is retried later.
     bool Refresh();
 
+    /// Stages the shader again with this picture on channel 0 of its image. Throws `HostError`. Only for a
+    /// shader from a file.
+    void UsePicture(const std::string& path);
+
 private:
     explicit OpenedShader(StagedShader staged) : staged_(std::move(staged)) {}
+    void StageAgain();
 
     StagedShader staged_;
     std::wstring path_;
     IncludeFolder include_;
     ShaderSource source_;
     std::optional<FileWatch> watch_;
+    std::string picture_;  ///< see `UsePicture`
 };
 
 }  // namespace pixelforge::preview

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "preview/documents/document_conversion.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 
@@ -84,15 +85,27 @@ OpenedShader OpenedShader::OfFile(const std::wstring& path, const IncludeFolder&
     return shader;
 }
 
+void OpenedShader::StageAgain() {
+    ShaderSource source = ReadShaderSource(path_, include_, source_.names.shader);
+    if (!picture_.empty()) {
+        source.document = WithPicture(source.document, picture_);
+    }
+    staged_.ReplaceDocument(StagedBytes(source));
+    watch_->Watch(source.files);
+    source_ = std::move(source);
+}
+
+void OpenedShader::UsePicture(const std::string& path) {
+    picture_ = path;
+    StageAgain();
+}
+
 bool OpenedShader::Refresh() {
     if (!watch_ || !watch_->Changed()) {
         return false;
     }
     try {
-        ShaderSource source = ReadShaderSource(path_, include_, source_.names.shader);
-        staged_.ReplaceDocument(StagedBytes(source));
-        watch_->Watch(source.files);
-        source_ = std::move(source);
+        StageAgain();
         return true;
     } catch (const HostError&) {
         watch_->ReportAgain();

@@ -100,31 +100,6 @@ bool WriteGrid(BitMaskArea& area, std::string_view text) {
     return true;
 }
 
-/// The names field holds the group's name and the label; a group header has no label.
-std::string LabelOf(const ControlRecord& control) {
-    const std::wstring_view field(control.names, kHostTextUnits);
-    const std::size_t groupUnits = TextUpToNul(field).size();
-    return groupUnits + 1 < field.size() ? ToUtf8(TextUpToNul(field.substr(groupUnits + 1))) : std::string();
-}
-
-std::string RangeText(const ControlRecord& control) {
-    switch (control.kind) {
-        case ControlKind::GroupHeader:
-            return {};
-        case ControlKind::WholeNumber:
-            return "whole number, " + BoundsText(control.whole);
-        case ControlKind::DecimalNumber:
-            return "number, " + BoundsText(control.decimal);
-        case ControlKind::Switch:
-            return "true or false";
-        case ControlKind::FileList:
-            return "file name in the playlist folder";
-        case ControlKind::BitMask:
-            return "columns x rows, 1x1 to 32x32";
-    }
-    return {};
-}
-
 bool WriteValue(ControlRecord& control, std::string_view value) {
     switch (control.kind) {
         case ControlKind::GroupHeader:
@@ -163,6 +138,39 @@ std::string ControlValueText(const ControlRecord& control) {
     return {};
 }
 
+/// The names field holds the group's name and the label.
+std::string ControlLabel(const ControlRecord& control) {
+    const std::wstring_view field(control.names, kHostTextUnits);
+    const std::size_t groupUnits = TextUpToNul(field).size();
+    return groupUnits + 1 < field.size() ? ToUtf8(TextUpToNul(field.substr(groupUnits + 1))) : std::string();
+}
+
+std::string ControlGroup(const ControlRecord& control) {
+    return ToUtf8(TextUpToNul(std::wstring_view(control.names, kHostTextUnits)));
+}
+
+std::string ControlDescription(const ControlRecord& control) {
+    return ToUtf8(TextUpToNul(std::wstring_view(control.description, kHostTextUnits)));
+}
+
+std::string ControlRangeText(const ControlRecord& control) {
+    switch (control.kind) {
+        case ControlKind::GroupHeader:
+            return {};
+        case ControlKind::WholeNumber:
+            return "whole number, " + BoundsText(control.whole);
+        case ControlKind::DecimalNumber:
+            return "number, " + BoundsText(control.decimal);
+        case ControlKind::Switch:
+            return "true or false";
+        case ControlKind::FileList:
+            return "file name in the playlist folder";
+        case ControlKind::BitMask:
+            return "columns x rows, 1x1 to 32x32";
+    }
+    return {};
+}
+
 ControlRecord* HostControls::Allocate(void* hostContext) noexcept {
     try {
         auto& records = static_cast<HostControls*>(hostContext)->records_;
@@ -179,7 +187,7 @@ ControlRecord* HostControls::Find(std::string_view label) const {
         return nullptr;
     }
     const auto found =
-        std::ranges::find_if(records_, [&](const auto& record) { return LabelOf(*record) == label; });
+        std::ranges::find_if(records_, [&](const auto& record) { return ControlLabel(*record) == label; });
     return found != records_.end() ? found->get() : nullptr;
 }
 
@@ -191,21 +199,38 @@ void HostControls::Apply(const ControlSetting& setting) {
     }
     if (!WriteValue(*control, setting.value)) {
         throw HostError(ExitStatus::WrongUsage, "\"" + setting.label + "\" cannot be \"" + setting.value +
-                                                    "\": " + RangeText(*control));
+                                                    "\": " + ControlRangeText(*control));
     }
+}
+
+void HostControls::KeepDefaults() {
+    defaults_.clear();
+    for (const auto& record : records_) {
+        defaults_.push_back(ControlValueText(*record));
+    }
+}
+
+std::vector<ControlSetting> HostControls::Changed() const {
+    std::vector<ControlSetting> changed;
+    for (std::size_t i = 0; i < defaults_.size(); ++i) {
+        if (const std::string value = ControlValueText(*records_[i]); value != defaults_[i]) {
+            changed.push_back({ControlLabel(*records_[i]), value});
+        }
+    }
+    return changed;
 }
 
 std::string HostControls::Listing() const {
     std::string listing;
     for (const auto& record : records_) {
-        const std::string label = LabelOf(*record);
+        const std::string label = ControlLabel(*record);
         if (label.empty()) {
             continue;
         }
         if (!listing.empty()) {
             listing += '\n';
         }
-        listing += "  " + label + " = " + ControlValueText(*record) + "  (" + RangeText(*record) + ")";
+        listing += "  " + label + " = " + ControlValueText(*record) + "  (" + ControlRangeText(*record) + ")";
     }
     return listing;
 }

@@ -19,6 +19,16 @@ struct ControlSetting {
 /// The control's value as the user would write it.
 std::string ControlValueText(const ControlRecord& control);
 
+/// Empty for a group header.
+std::string ControlLabel(const ControlRecord& control);
+
+/// For a group header its own name.
+std::string ControlGroup(const ControlRecord& control);
+std::string ControlDescription(const ControlRecord& control);
+
+/// The values that `HostControls::Apply` accepts, for the user; empty for a group header.
+std::string ControlRangeText(const ControlRecord& control);
+
 /// Owns the records that the module fills in. Their addresses are stable while this lives.
 class HostControls {
 public:
@@ -33,10 +43,18 @@ public:
     /// outside the control's first pair of bounds, which leaves the record unchanged.
     void Apply(const ControlSetting& setting);
 
+    /// In the order in which the module declared them.
+    const std::vector<std::unique_ptr<ControlRecord>>& Records() const noexcept { return records_; }
+
+    /// Makes the current values those that `Changed` compares with.
+    void KeepDefaults();
+    std::vector<ControlSetting> Changed() const;
+
 private:
     std::string Listing() const;
 
     std::vector<std::unique_ptr<ControlRecord>> records_;
+    std::vector<std::string> defaults_;  ///< for each record
 };
 
 }  // namespace pixelforge::preview

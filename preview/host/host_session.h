@@ -120,8 +120,8 @@ public:
     explicit RealTime(HostSession& session) : session_(session) {}
 
     /// Call before each frame. The first one, and the first after `Restart`, advances by a sixtieth of a
-    /// second.
-    void Advance();
+    /// second. `pace` multiplies the step; below 0 time runs backwards.
+    void Advance(double pace = 1.0);
 
     /// Excludes the time since the last frame: a load, a pause.
     void Restart() noexcept { previous_.reset(); }

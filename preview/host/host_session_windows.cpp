@@ -82,6 +82,7 @@ void HostSession::Open() {
 void HostSession::BuildControls() {
     RequireSuccess(module_.buildControlStructure(&instance_, nullptr, &HostControls::Allocate, &controls_),
                    "ModuleBuildControlStructure");
+    controls_.KeepDefaults();
     if (!options_.playlistName.empty()) {
         controls_.Apply({"Playlist File(s)", options_.playlistName});
     }
@@ -195,11 +196,11 @@ const std::wstring& HostSession::InfoText() noexcept {
     return StoredInfoText();
 }
 
-void RealTime::Advance() {
+void RealTime::Advance(double pace) {
     constexpr std::chrono::duration<double> kFirstStep(1.0 / 60);
     const auto now = std::chrono::steady_clock::now();
     const auto step = previous_ ? now - *previous_ : kFirstStep;
-    session_.SetSpeed(std::chrono::duration<double>(step).count());
+    session_.SetSpeed(std::chrono::duration<double>(step).count() * pace);
     previous_ = now;
 }
 

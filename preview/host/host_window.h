@@ -7,6 +7,12 @@
 
 namespace pixelforge::preview {
 
+/// The upper left corner of a window's frame, on the desktop.
+struct WindowPlace {
+    std::int32_t left;
+    std::int32_t top;
+};
+
 /// The defaults make a hidden window.
 struct HostWindowOptions {
     bool visible = false;                ///< shown immediately, with a resizable frame
@@ -27,7 +33,8 @@ public:
     void SetClientSize(std::int32_t width, std::int32_t height);
     SIZE ClientSize() const;  ///< empty while the window is minimised
 
-    /// Dispatches all pending messages of this thread.
+    /// Dispatches all pending messages of this thread. A window with WS_EX_CONTROLPARENT gets a dialog's
+    /// keys, but function keys go to its owner.
     void PumpMessages();
 
 private:

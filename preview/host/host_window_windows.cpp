@@ -30,6 +30,20 @@ SIZE OuterSize(std::int32_t clientWidth, std::int32_t clientHeight, DWORD style)
     return {area.right - area.left, area.bottom - area.top};
 }
 
+/// True if the message was consumed.
+bool HandleAsDialog(MSG& message) {
+    const HWND root = GetAncestor(message.hwnd, GA_ROOT);
+    if (!root || (GetWindowLongPtrW(root, GWL_EXSTYLE) & WS_EX_CONTROLPARENT) == 0) {
+        return false;
+    }
+    const bool isKey = message.message >= WM_KEYFIRST && message.message <= WM_KEYLAST;
+    if (isKey && message.message != WM_CHAR && message.wParam >= VK_F1 && message.wParam <= VK_F24) {
+        message.hwnd = GetWindow(root, GW_OWNER);
+        return false;
+    }
+    return IsDialogMessageW(root, &message) != FALSE;
+}
+
 }  // namespace
 
 HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight, const HostWindowOptions& options)
@@ -67,8 +81,10 @@ SIZE HostWindow::ClientSize() const {
 void HostWindow::PumpMessages() {
     MSG message;
     while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-        TranslateMessage(&message);
-        DispatchMessageW(&message);
+        if (!HandleAsDialog(message)) {
+            TranslateMessage(&message);
+            DispatchMessageW(&message);
+        }
     }
 }
 

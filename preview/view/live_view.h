@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,16 @@
 
 namespace pixelforge::preview {
 
+/// What the next view in this one's place starts with.
+struct ViewState {
+    std::vector<ControlSetting> settings = {};
+    std::int32_t width = 0;  ///< of the window's client area
+    std::int32_t height = 0;
+    bool fullScreen = false;
+    double scale = 1.0;
+    WindowPlace place = {};
+};
+
 struct LiveViewOptions {
     SessionOptions session;         ///< the view replaces its window
     std::string name;               ///< path or identifier of the shader, for the title
@@ -22,7 +33,19 @@ struct LiveViewOptions {
     EventPlayer* events = nullptr;
     const std::atomic<bool>* stop = nullptr;  ///< set by another thread to end the view
     bool realTime = false;                    ///< shader time follows the clock
-    PlaylistPlayer* playlist = nullptr;       ///< if not null, the next shader follows one that fails
+    bool fullScreen = false;
+    std::int32_t monitor = 0;            ///< from 1; 0: the system's choice
+    double scale = 1.0;                  ///< frame size by window size
+    PlaylistPlayer* playlist = nullptr;  ///< if not null, the next shader follows one that fails
+
+    /// The command line that opens the shader, without settings. May be empty.
+    std::function<std::string()> command = {};
+
+    std::optional<WindowPlace> place = {};  ///< of the window, instead of a monitor
+
+    /// The user dropped the file with this absolute path on the window. The view then ends, unless this
+    /// throws `HostError`. May be empty.
+    std::function<void(const std::wstring&, const ViewState&)> fileDropped = {};
 
     /// Polled between frames; true requests a reload. May be empty.
     std::function<bool()> sourceChanged = {};

@@ -49,6 +49,7 @@ private:
     void Refit();
     void Reload();
     void ExpectLoad();
+    void OpenDroppedFile();
     void ExecuteOnPlaylist(ViewCommand command);
     void DrawFrame();
     void HandleResult(FrameResult result);
@@ -77,7 +78,8 @@ private:
     bool paused_ = false;
     bool stepping_ = false;
     bool helpShown_ = false;
-    int frame_ = 0;  ///< drawn since the last load
+    bool replaced_ = false;  ///< by another view
+    int frame_ = 0;          ///< drawn since the last load
     int drawn_ = 0;
     std::wstring messages_;  ///< of the last load
     bool messagesShown_ = true;
@@ -91,9 +93,8 @@ private:
 };
 
 /// The system may have limited the window's size.
-SIZE ClientSizeOf(ViewWindow& view) {
-    const SIZE size = view.Frame().ClientSize();
-    return {std::max<LONG>(size.cx, 1), std::max<LONG>(size.cy, 1)};
+SIZE FrameSize(ViewWindow& view, double scale) {
+    return ScaledSize(view.Frame().ClientSize(), scale);
 }
 
 SessionOptions InWindow(SessionOptions session, HostWindow& window) {
@@ -106,11 +107,20 @@ SessionOptions InWindow(SessionOptions session, HostWindow& window) {
 
 LiveView::LiveView(const ModuleFunctions& module, const LiveViewOptions& options)
     : options_(options),
-      view_(options.session.width, options.session.height),
-      moduleWindow_(ClientSizeOf(view_).cx, ClientSizeOf(view_).cy),
+      view_({.width = options.session.width,
+             .height = options.session.height,
+             .fullScreen = options.fullScreen,
+             .monitor = options.monitor,
+             .place = options.place}),
+      moduleWindow_(FrameSize(view_, options.scale).cx, FrameSize(view_, options.scale).cy),
       session_(module, InWindow(options.session, moduleWindow_)),
-      controls_(session_,
-                options.session.levelOutput != 0 ? options.session.levelDivisor : kDefaultLevelDivisor) {
+      controls_(session_, view_,
+                {.levelDivisor =
+                     options.session.levelOutput != 0 ? options.session.levelDivisor : kDefaultLevelDivisor,
+                 .followClock = options.realTime,
+                 .scale = options.scale,
+                 .command = options.command,
+                 .report = [this](const std::wstring& text) { ShowStatus(text); }}) {
     view_.ForwardInputTo(moduleWindow_.Handle());
     session_.Open();
 }
@@ -125,8 +135,12 @@ ExitStatus LiveView::Run() {
         view_.Frame().PumpMessages();
         ExecuteCommands();
         Refit();
-        if (options_.sourceChanged && options_.sourceChanged()) {
+        OpenDroppedFile();
+        const bool changed = options_.sourceChanged && options_.sourceChanged();
+        if (changed) {
             ReportLoad("reloading");
+        }
+        if (controls_.TakeReload() || changed) {
             Reload();
         }
         if (options_.playlist && !paused_ && options_.playlist->IsDue()) {
@@ -149,7 +163,7 @@ ExitStatus LiveView::Run() {
 }
 
 bool LiveView::Ended() const {
-    if (view_.Closed() || (options_.stop && options_.stop->load())) {
+    if (replaced_ || view_.Closed() || (options_.stop && options_.stop->load())) {
         return true;
     }
     const bool canRecover =
@@ -185,27 +199,6 @@ void LiveView::Execute(ViewCommand command) {
         case ViewCommand::Messages:
             messagesShown_ = !messagesShown_;
             break;
-        case ViewCommand::MoreColumns:
-            ShowStatus(controls_.ChangeCount("X Tiling", 1));
-            break;
-        case ViewCommand::FewerColumns:
-            ShowStatus(controls_.ChangeCount("X Tiling", -1));
-            break;
-        case ViewCommand::MoreRows:
-            ShowStatus(controls_.ChangeCount("Y Tiling", 1));
-            break;
-        case ViewCommand::FewerRows:
-            ShowStatus(controls_.ChangeCount("Y Tiling", -1));
-            break;
-        case ViewCommand::Mirror:
-            ShowStatus(controls_.Toggle("Mirroring"));
-            break;
-        case ViewCommand::Foreground:
-            ShowStatus(controls_.Toggle("Foreground Only"));
-            break;
-        case ViewCommand::Levels:
-            ShowStatus(controls_.ToggleLevels());
-            break;
         case ViewCommand::SavePicture:
             SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
             break;
@@ -213,6 +206,15 @@ void LiveView::Execute(ViewCommand command) {
         case ViewCommand::PreviousPick:
         case ViewCommand::AddFavourite:
             ExecuteOnPlaylist(command);
+            break;
+        case ViewCommand::FullScreen:
+            view_.SetFullScreen(!view_.IsFullScreen());
+            break;
+        case ViewCommand::Graph:
+            view_.Graph().Toggle();
+            break;
+        default:
+            controls_.Execute(command);
             break;
     }
 }
@@ -227,10 +229,11 @@ void LiveView::Pause(bool paused) {
 
 /// Applies a new window size, and changes of tiles, foreground or levels that require pre-initialisation.
 void LiveView::Refit() {
-    const SIZE size = view_.Frame().ClientSize();
-    if (size.cx < 1 || size.cy < 1) {
+    const SIZE window = view_.Frame().ClientSize();
+    if (window.cx < 1 || window.cy < 1) {
         return;
     }
+    const SIZE size = controls_.FrameSize();
     const DrawContext& context = session_.Context();
     if (size.cx != context.width || size.cy != context.height) {
         moduleWindow_.SetClientSize(size.cx, size.cy);
@@ -243,6 +246,23 @@ void LiveView::Refit() {
 void LiveView::Reload() {
     session_.Initialize();
     ExpectLoad();
+}
+
+void LiveView::OpenDroppedFile() {
+    const auto path = view_.DroppedFile();
+    if (!path || !options_.fileDropped) {
+        return;
+    }
+    const SIZE size = view_.Frame().ClientSize();
+    const ViewState state = {.settings = controls_.Settings(),
+                             .width = size.cx,
+                             .height = size.cy,
+                             .fullScreen = view_.IsFullScreen(),
+                             .scale = controls_.Scale(),
+                             .place = view_.Place()};
+    const std::string failure = FailureOf([&] { options_.fileDropped(*path, state); });
+    replaced_ = failure.empty();
+    ShowStatus(FromUtf8(failure));
 }
 
 void LiveView::ExpectLoad() {
@@ -271,10 +291,15 @@ void LiveView::DrawFrame() {
     }
     stepping_ = false;
     failed_ = false;
-    if (options_.realTime) {
-        realTime_.Advance();
+    if (controls_.FollowsClock()) {
+        realTime_.Advance(controls_.Pace());
     }
-    HandleResult(session_.DrawFrame());
+    const auto start = Clock::now();
+    const FrameResult result = session_.DrawFrame();
+    if (result == FrameResult::Drawn && !loading_) {
+        view_.Graph().Add(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+    }
+    HandleResult(result);
 }
 
 void LiveView::HandleResult(FrameResult result) {
@@ -403,6 +428,7 @@ void LiveView::UpdateText() {
     }
     view_.ShowMessages(messagesShown_ ? messages_ : std::wstring());
     view_.ShowText(helpShown_ ? KeyList() : status_);
+    controls_.RefreshPanel();
 }
 
 void LiveView::UpdateTitle() {

@@ -2,8 +2,10 @@
 #include "preview/view/view_window.h"
 
 #include <algorithm>
+#include <cstring>
 
 #include "base/bitmap.h"
+#include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -12,38 +14,58 @@ constexpr unsigned F(unsigned number) {
     return VK_F1 + number - 1;
 }
 
+constexpr unsigned kShift = 1;
+constexpr unsigned kControl = 2;
+constexpr unsigned kAlt = 4;
+
 struct KeyBinding {
     unsigned virtualKey;
-    bool shift;
+    unsigned held;  ///< the sum of `kShift`, `kControl` and `kAlt`
     ViewCommand command;
     const wchar_t* help;  ///< null: listed with another key
 };
 
-// Function keys, Pause and Insert only, plus "?" in WM_CHAR: letters, digits and arrows belong to the shader,
-// which also receives these keys. F10 is omitted because it opens the window's menu.
+// No letters, digits or arrows: they belong to the shader, which also receives these keys. "?" is in WM_CHAR.
 constexpr KeyBinding kKeys[] = {
-    {F(1), false, ViewCommand::Help, L"F1 or ?\tshow this list"},
-    {F(2), false, ViewCommand::Pause, L"F2 or Pause\tpause / resume"},
-    {VK_PAUSE, false, ViewCommand::Pause, nullptr},
-    {F(3), false, ViewCommand::Step, L"F3\tpause, then step one frame"},
-    {F(4), false, ViewCommand::NextPick, L"F4, Shift+F4\tnext / previous shader of the playlist"},
-    {F(4), true, ViewCommand::PreviousPick, nullptr},
-    {F(5), false, ViewCommand::Reload, L"F5\treload the shader"},
-    {F(5), true, ViewCommand::Messages, L"Shift+F5\thide / show the shader's messages"},
-    {F(6), false, ViewCommand::MoreColumns, L"F6, Shift+F6\tmore / fewer tiles across"},
-    {F(6), true, ViewCommand::FewerColumns, nullptr},
-    {F(7), false, ViewCommand::MoreRows, L"F7, Shift+F7\tmore / fewer tiles down"},
-    {F(7), true, ViewCommand::FewerRows, nullptr},
-    {F(8), false, ViewCommand::Mirror, L"F8\tmirror every second tile on / off"},
-    {F(9), false, ViewCommand::Foreground, L"F9\tforeground only on / off"},
-    {F(11), false, ViewCommand::Levels, L"F11\tlevel output / colours"},
-    {F(12), false, ViewCommand::SavePicture, L"F12\tsave a PNG"},
-    {VK_INSERT, false, ViewCommand::AddFavourite, L"Insert\tadd the shader to the favourites"},
+    {F(1), 0, ViewCommand::Help, L"F1 or ?\tshow this list"},
+    {F(2), 0, ViewCommand::Pause, L"F2 or Pause\tpause / resume"},
+    {VK_PAUSE, 0, ViewCommand::Pause, nullptr},
+    {F(3), 0, ViewCommand::Step, L"F3\tpause, then step one frame"},
+    {F(4), 0, ViewCommand::NextPick, L"F4, Shift+F4\tnext / previous shader of the playlist"},
+    {F(4), kShift, ViewCommand::PreviousPick, nullptr},
+    {F(5), 0, ViewCommand::Reload, L"F5\treload the shader"},
+    {F(5), kShift, ViewCommand::Messages, L"Shift+F5\thide / show the shader's messages"},
+    {F(6), 0, ViewCommand::MoreColumns, L"F6, Shift+F6\tmore / fewer tiles across"},
+    {F(6), kShift, ViewCommand::FewerColumns, nullptr},
+    {F(7), 0, ViewCommand::MoreRows, L"F7, Shift+F7\tmore / fewer tiles down"},
+    {F(7), kShift, ViewCommand::FewerRows, nullptr},
+    {F(8), 0, ViewCommand::Mirror, L"F8\tmirror every second tile on / off"},
+    {F(9), 0, ViewCommand::Foreground, L"F9\tforeground only on / off"},
+    {F(11), 0, ViewCommand::Levels, L"F11\tlevel output / colours"},
+    {F(12), 0, ViewCommand::SavePicture, L"F12\tsave a PNG"},
+    {VK_INSERT, 0, ViewCommand::AddFavourite, L"Insert\tadd the shader to the favourites"},
+    {VK_TAB, 0, ViewCommand::Panel, L"Tab or F10\tall controls"},
+    {F(10), 0, ViewCommand::Panel, nullptr},
+    {F(10), kShift, ViewCommand::CopyCommandLine, L"Shift+F10\tcopy the settings as a command line"},
+    {F(2), kShift, ViewCommand::Slower, L"Shift+F2, F3\ttime slower / faster"},
+    {F(3), kShift, ViewCommand::Faster, nullptr},
+    {F(3), kControl, ViewCommand::Backwards, L"Ctrl+F3\ttime backwards / forwards"},
+    {F(12), kShift, ViewCommand::Graph, L"Shift+F12\tgraph of frame times"},
+    {VK_RETURN, kAlt, ViewCommand::FullScreen, L"Alt+Enter\tfull screen / window"},
+    {VK_OEM_MINUS, kControl, ViewCommand::LowerScale, L"Ctrl+Minus, Plus\tlower / higher resolution"},
+    {VK_SUBTRACT, kControl, ViewCommand::LowerScale, nullptr},
+    {VK_OEM_PLUS, kControl, ViewCommand::HigherScale, nullptr},
+    {VK_ADD, kControl, ViewCommand::HigherScale, nullptr},
 };
 
-std::optional<ViewCommand> CommandOfKey(unsigned virtualKey, bool shift) {
+unsigned HeldKeys() {
+    const auto held = [](int key, unsigned flag) { return GetKeyState(key) < 0 ? flag : 0U; };
+    return held(VK_SHIFT, kShift) | held(VK_CONTROL, kControl) | held(VK_MENU, kAlt);
+}
+
+std::optional<ViewCommand> CommandOfKey(unsigned virtualKey, unsigned held) {
     for (const KeyBinding& key : kKeys) {
-        if (key.virtualKey == virtualKey && key.shift == shift) {
+        if (key.virtualKey == virtualKey && key.held == held) {
             return key.command;
         }
     }
@@ -54,7 +76,7 @@ constexpr COLORREF kTextColor = RGB(255, 255, 255);
 constexpr int kMargin = 12;
 constexpr int kFontPixels = 16;
 constexpr UINT kTextLayout = DT_EXPANDTABS | DT_NOPREFIX | DT_WORDBREAK | DT_TABSTOP;
-constexpr int kTabCharacters = 16;
+constexpr int kTabCharacters = 18;
 
 UniqueFont MakeFont() {
     return UniqueFont(CreateFontW(-kFontPixels, 0, 0, 0, FW_NORMAL, FALSE, FALSE, FALSE, DEFAULT_CHARSET,
@@ -65,6 +87,22 @@ UniqueFont MakeFont() {
 template <class Object>
 Object* AddressIn(LPARAM number) {
     return reinterpret_cast<Object*>(number);
+}
+
+/// Throws `HostError` with `WrongUsage` if there is none with this number.
+WindowPlace CornerOfMonitor(std::int32_t number) {
+    std::vector<RECT> areas;
+    const auto add = [](HMONITOR, HDC, LPRECT area, LPARAM list) -> BOOL {
+        AddressIn<std::vector<RECT>>(list)->push_back(*area);
+        return TRUE;
+    };
+    EnumDisplayMonitors(nullptr, nullptr, add, reinterpret_cast<LPARAM>(&areas));
+    if (number < 1 || static_cast<std::size_t>(number) > areas.size()) {
+        throw HostError(ExitStatus::WrongUsage, "--monitor: there is no monitor " + std::to_string(number) +
+                                                    ", only 1 to " + std::to_string(areas.size()));
+    }
+    const RECT& area = areas[static_cast<std::size_t>(number) - 1];
+    return {area.left, area.top};
 }
 
 /// Replaces a bitmap of a different size. False if out of memory.
@@ -89,14 +127,61 @@ std::wstring KeyList() {
     return list + L"All other keys and the mouse go to the shader.";
 }
 
-ViewWindow::ViewWindow(std::int32_t clientWidth, std::int32_t clientHeight)
+ViewWindow::ViewWindow(const ViewWindowOptions& options)
     : canvasDc_(CreateCompatibleDC(nullptr)),
       pictureDc_(CreateCompatibleDC(nullptr)),
       font_(MakeFont()),
-      frame_(clientWidth, clientHeight, {.visible = true, .procedure = Procedure, .parameter = this}),
+      frame_(options.width, options.height, {.visible = true, .procedure = Procedure, .parameter = this}),
       notice_(frame_.Handle()),
       messages_(frame_.Handle(), font_.Get()) {
     ready_ = true;
+    DragAcceptFiles(frame_.Handle(), TRUE);
+    const std::optional<WindowPlace> place =
+        options.place || options.monitor == 0 ? options.place : CornerOfMonitor(options.monitor);
+    if (place) {
+        SetWindowPos(frame_.Handle(), nullptr, place->left, place->top, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    }
+    if (options.fullScreen) {
+        SetFullScreen(true);
+    }
+}
+
+ViewWindow::~ViewWindow() {
+    ready_ = false;
+    SetThreadExecutionState(ES_CONTINUOUS);
+}
+
+void ViewWindow::SetFullScreen(bool on) {
+    if (on == fullScreen_) {
+        return;
+    }
+    const HWND window = frame_.Handle();
+    const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
+    fullScreen_ = on;
+    SetThreadExecutionState(on ? ES_CONTINUOUS | ES_DISPLAY_REQUIRED | ES_SYSTEM_REQUIRED : ES_CONTINUOUS);
+    if (on) {
+        placement_.length = sizeof placement_;
+        GetWindowPlacement(window, &placement_);
+        MONITORINFO monitor = {};
+        monitor.cbSize = sizeof monitor;
+        GetMonitorInfoW(MonitorFromWindow(window, MONITOR_DEFAULTTONEAREST), &monitor);
+        const RECT& area = monitor.rcMonitor;
+        SetWindowLongPtrW(window, GWL_STYLE, style & ~static_cast<LONG_PTR>(WS_OVERLAPPEDWINDOW));
+        SetWindowPos(window, HWND_TOP, area.left, area.top, area.right - area.left, area.bottom - area.top,
+                     SWP_FRAMECHANGED);
+    } else {
+        SetWindowLongPtrW(window, GWL_STYLE, style | static_cast<LONG_PTR>(WS_OVERLAPPEDWINDOW));
+        SetWindowPlacement(window, &placement_);
+        SetWindowPos(window, nullptr, 0, 0, 0, 0, SWP_NOMOVE | SWP_NOSIZE | SWP_NOZORDER | SWP_FRAMECHANGED);
+    }
+}
+
+WindowPlace ViewWindow::Place() const {
+    RECT area = placement_.rcNormalPosition;
+    if (!fullScreen_) {
+        GetWindowRect(frame_.Handle(), &area);
+    }
+    return {area.left, area.top};
 }
 
 std::optional<ViewCommand> ViewWindow::NextCommand() {
@@ -136,6 +221,21 @@ void ViewWindow::SetTitle(const std::wstring& title) {
     }
 }
 
+bool ViewWindow::CopyText(const std::wstring& text) {
+    const std::size_t bytes = (text.size() + 1) * sizeof(wchar_t);
+    const HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, bytes);
+    if (!block || !OpenClipboard(frame_.Handle())) {
+        GlobalFree(block);
+        return false;
+    }
+    std::memcpy(GlobalLock(block), text.c_str(), bytes);
+    GlobalUnlock(block);
+    EmptyClipboard();
+    const bool copied = SetClipboardData(CF_UNICODETEXT, block) != nullptr;
+    CloseClipboard();
+    return copied;
+}
+
 void ViewWindow::ShowNotice(const std::optional<Notice>& notice) {
     notice_.Show(notice);
 }
@@ -172,12 +272,14 @@ void ViewWindow::Paint(HDC dc) {
     if (picture_) {
         const GdiSelection picture(pictureDc_.Get(), picture_.Get());
         const SectionPixels pixels = PixelsOf(picture_.Get());
-        // The sizes differ while the user resizes the window.
+        // The sizes differ at another scale than 1, and while the user resizes the window.
+        SetStretchBltMode(canvasDc_.Get(), COLORONCOLOR);
         StretchBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, pictureDc_.Get(), 0, 0, pixels.width,
                    pixels.height, SRCCOPY);
     } else {
         PatBlt(canvasDc_.Get(), 0, 0, size.cx, size.cy, BLACKNESS);
     }
+    graph_.Draw(canvasDc_.Get(), size, font_.Get());
     DrawOverlay(size);
     BitBlt(dc, 0, 0, size.cx, size.cy, canvasDc_.Get(), 0, 0, SRCCOPY);
 }
@@ -192,27 +294,67 @@ LRESULT CALLBACK ViewWindow::Procedure(HWND window, UINT message, WPARAM wParam,
         return DefWindowProcW(window, message, wParam, lParam);
     }
     view->ForwardInput(message, wParam, lParam);
-    return view->Handle(window, message, wParam, lParam);
+    return view->TakeKey(message, wParam, lParam) ? 0 : view->Handle(window, message, wParam, lParam);
 }
 
 void ViewWindow::ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const {
     constexpr UINT kForwarded[] = {WM_KEYDOWN, WM_KEYUP, WM_MOUSEMOVE, WM_LBUTTONDOWN, WM_LBUTTONUP};
     if (inputTarget_ && std::ranges::find(kForwarded, message) != std::end(kForwarded)) {
-        SendMessageW(inputTarget_, message, wParam, lParam);
+        const bool isKey = message == WM_KEYDOWN || message == WM_KEYUP;
+        SendMessageW(inputTarget_, message, wParam, isKey ? lParam : InTarget(lParam));
     }
+}
+
+LPARAM ViewWindow::InTarget(LPARAM position) const {
+    RECT target = {};
+    GetClientRect(inputTarget_, &target);
+    const SIZE size = frame_.ClientSize();
+    const int x = MulDiv(static_cast<short>(LOWORD(position)), target.right, std::max<int>(size.cx, 1));
+    const int y = MulDiv(static_cast<short>(HIWORD(position)), target.bottom, std::max<int>(size.cy, 1));
+    return MAKELPARAM(static_cast<WORD>(x), static_cast<WORD>(y));
+}
+
+void ViewWindow::TakeDrop(HDROP drop) {
+    const UINT units = DragQueryFileW(drop, 0, nullptr, 0);
+    std::wstring path(units, L'\0');
+    DragQueryFileW(drop, 0, path.data(), units + 1);
+    DragFinish(drop);
+    droppedFile_ = path;
+}
+
+bool ViewWindow::TakeKey(UINT message, WPARAM wParam, LPARAM lParam) {
+    std::optional<ViewCommand> command;
+    switch (message) {
+        case WM_SYSKEYDOWN:  // F10, and every key with Alt
+        case WM_KEYDOWN:
+            command = CommandOfKey(static_cast<unsigned>(wParam), HeldKeys());
+            break;
+        case WM_CHAR:
+            command = wParam == L'?' ? std::optional(ViewCommand::Help) : std::nullopt;
+            break;
+        case WM_SYSCHAR:  // Alt+Enter would beep
+            return wParam == VK_RETURN;
+        case WM_SYSCOMMAND:
+            return IsMenuKey(wParam, lParam);
+        default:
+            return false;
+    }
+    if (command) {
+        commands_.push_back(*command);
+    }
+    return command.has_value();
 }
 
 LRESULT ViewWindow::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
-        case WM_KEYDOWN:
-            if (const auto command = CommandOfKey(static_cast<unsigned>(wParam), GetKeyState(VK_SHIFT) < 0)) {
-                commands_.push_back(*command);
+        case WM_SETCURSOR:
+            if (fullScreen_ && LOWORD(lParam) == HTCLIENT) {
+                SetCursor(nullptr);
+                return TRUE;
             }
-            return 0;
-        case WM_CHAR:
-            if (wParam == L'?') {
-                commands_.push_back(ViewCommand::Help);
-            }
+            return DefWindowProcW(window, message, wParam, lParam);
+        case WM_DROPFILES:
+            TakeDrop(reinterpret_cast<HDROP>(wParam));
             return 0;
         case WM_LBUTTONDOWN:
             SetCapture(window);

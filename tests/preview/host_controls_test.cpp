@@ -11,7 +11,10 @@ namespace {
 
 class HostControlsTest : public testing::Test {
 protected:
-    HostControlsTest() { BuildControls(module_, &HostControls::Allocate, &controls_); }
+    HostControlsTest() {
+        BuildControls(module_, &HostControls::Allocate, &controls_);
+        controls_.KeepDefaults();
+    }
 
     std::string ValueOf(const std::string& label) { return ControlValueText(*controls_.Find(label)); }
 
@@ -28,6 +31,13 @@ TEST_F(HostControlsTest, PassValidValuesToTheModule) {
         controls_.Apply({label, value});
         EXPECT_EQ(ValueOf(label), value);
     }
+    std::string changed;
+    for (const ControlSetting& setting : controls_.Changed()) {
+        changed += setting.label + "=" + setting.value + ";";
+    }
+    EXPECT_EQ(
+        changed,
+        "Speed=-0.5;Playlist File(s)=l\xC3\xA4uft.playlist;Multi-Sample=5;Tile Mask=8x4;Draw Event=false;");
     EXPECT_EQ(DecimalValue(module_, control::kSpeed), -0.5F);
     EXPECT_EQ(WholeValue(module_, control::kMultiSample), 5);
     EXPECT_FALSE(SwitchValue(module_, control::kDrawEvent));

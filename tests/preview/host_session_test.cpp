@@ -2,14 +2,20 @@
 #include "preview/host/host_session.h"
 
 #include <gmock/gmock.h>
+#include <windows.h>
+
+#include <commctrl.h>
+#include <shlobj.h>
 
 #include <algorithm>
+#include <cstring>
 
 #include "module/controls.h"
 #include "module/module_instance.h"
 #include "preview/frame_run.h"
 #include "preview/host/file_paths.h"
 #include "preview/view/control_changes.h"
+#include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
 #include "preview/view/notice_panel.h"
 #include "tests/support/temp_file.h"
@@ -22,7 +28,8 @@ using testing::ElementsAre;
 
 std::vector<std::string> calls;
 std::vector<FrameResult> results;  ///< one per call of "draw"; `Drawn` after the last
-std::vector<float> speeds;         ///< at each call of "draw"
+SIZE drawnSize = {};
+std::vector<float> speeds;  ///< at each call of "draw"
 
 std::int32_t Record(const char* call) {
     calls.emplace_back(call);
@@ -46,6 +53,7 @@ std::int32_t Draw(ModuleInstance* instance, DrawContext* context) {
     const bool fits = client.right == context->width && client.bottom == context->height;
     const auto frame = static_cast<std::size_t>(std::ranges::count(calls, "draw"));
     Record(fits ? "draw" : "draw in a window of another size");
+    drawnSize = {context->width, context->height};
     return static_cast<std::int32_t>(frame < results.size() ? results[frame] : Drawn);
 }
 
@@ -107,9 +115,6 @@ TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
     const ControlSetting tiles = {"Y Tiling", "2"};
     HostSession alone(kModule, {.settings = {foreground}, .autoOffscreen = true});
     alone.Open();
-    ControlChanges changes(alone, 64);
-    EXPECT_THAT(ToUtf8(changes.ChangeCount("X Tiling", 1)), testing::HasSubstr("cannot be combined"));
-    EXPECT_EQ(alone.Control("X Tiling")->whole.value[0], 1);
     for (const SessionOptions& options :
          {SessionOptions{.settings = {tiles, foreground}, .autoOffscreen = true},
           SessionOptions{.settings = {tiles}, .levelOutput = 1, .autoOffscreen = true}}) {
@@ -197,6 +202,147 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const auto marked = SplitPlaylist(ReadInputFile(favourites.Path()));
     ASSERT_EQ(marked.size(), 2u);
     EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
+}
+
+HDROP DropOf(const std::wstring& path) {
+    const HGLOBAL block = GlobalAlloc(GHND, sizeof(DROPFILES) + (path.size() + 2) * sizeof(wchar_t));
+    auto* drop = static_cast<DROPFILES*>(GlobalLock(block));
+    drop->pFiles = sizeof(DROPFILES);
+    drop->fWide = TRUE;
+    std::memcpy(drop + 1, path.data(), path.size() * sizeof(wchar_t));
+    GlobalUnlock(block);
+    return static_cast<HDROP>(block);
+}
+
+BOOL CALLBACK DropOnVisible(HWND window, LPARAM path) {
+    if (IsWindowVisible(window)) {
+        PostMessageW(window, WM_DROPFILES,
+                     reinterpret_cast<WPARAM>(DropOf(reinterpret_cast<const wchar_t*>(path))), 0);
+    }
+    return TRUE;
+}
+
+TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
+    calls.clear();
+    results.clear();
+    const wchar_t* const files[] = {L"C:\\unusable", L"C:\\b.glsl"};
+    std::vector<std::wstring> dropped;
+    ViewState last = {};
+    LiveViewOptions options = {
+        .session = {.settings = {{"Multi-Sample", "2"}}},
+        .name = "a",
+        .frames = 200,
+        .fullScreen = true,
+        .scale = 0.25,
+        .fileDropped =
+            [&](const std::wstring& path, const ViewState& state) {
+                dropped.push_back(path);
+                last = state;
+                if (dropped.size() < std::size(files)) {
+                    throw HostError(ExitStatus::WrongUsage, "unusable");
+                }
+            },
+        .takeMessages =
+            [&] {
+                EXPECT_EQ(drawnSize.cx, GetSystemMetrics(SM_CXSCREEN) / 4);
+                EXPECT_EQ(drawnSize.cy, GetSystemMetrics(SM_CYSCREEN) / 4);
+                EnumThreadWindows(GetCurrentThreadId(), DropOnVisible,
+                                  reinterpret_cast<LPARAM>(files[std::min<std::size_t>(dropped.size(), 1)]));
+                return std::vector<std::string>();
+            }};
+    EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
+    EXPECT_THAT(dropped, ElementsAre(files[0], files[1]));
+    EXPECT_TRUE(last.fullScreen);
+    ASSERT_EQ(last.settings.size(), 1u);
+    EXPECT_EQ(last.settings[0].label, "Multi-Sample");
+}
+
+class ControlChangesTest : public testing::Test {
+protected:
+    ControlChangesTest() {
+        session_.Open();
+        changes_.Execute(ViewCommand::Panel);
+        changes_.RefreshPanel();
+        panel_ = FindWindowW(L"PixelforgePreviewPanel", nullptr);
+    }
+
+    /// The panel's control that follows its label by this many.
+    HWND Part(const wchar_t* label, int next) const {
+        HWND part = FindWindowExW(panel_, nullptr, nullptr, label);
+        for (; next > 0; --next) {
+            part = GetWindow(part, GW_HWNDNEXT);
+        }
+        return part;
+    }
+    void MoveSlider(const wchar_t* label, int position) const {
+        SendMessageW(Part(label, 1), TBM_SETPOS, TRUE, position);
+        SendMessageW(panel_, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(Part(label, 1)));
+    }
+    void EditField(const wchar_t* label, const wchar_t* text) const {
+        SetFocus(Part(label, 2));
+        SetWindowTextW(Part(label, 2), text);
+        SendMessageW(panel_, WM_COMMAND, IDOK, 0);
+    }
+    std::string ValueOf(const char* label) const { return ControlValueText(*session_.Control(label)); }
+
+    ViewWindow view_{{.width = 240, .height = 120}};
+    HostSession session_{kModule, {.autoOffscreen = true}};
+    std::string said_;
+    ControlChanges changes_{session_,
+                            view_,
+                            {.levelDivisor = 64,
+                             .followClock = true,
+                             .command = [] { return "preview a.json"; },
+                             .report = [this](const std::wstring& text) { said_ = ToUtf8(text); }}};
+    HWND panel_ = nullptr;
+};
+
+TEST_F(ControlChangesTest, SetsControlsFromThePanel) {
+    MoveSlider(L"X Tiling", 4);
+    EXPECT_EQ(ValueOf("X Tiling"), "4");
+    EditField(L"X Tiling", L"40");
+    EXPECT_THAT(said_, testing::HasSubstr("1 to 32"));
+    EXPECT_EQ(ValueOf("X Tiling"), "4");
+    SendMessageW(Part(L"Foreground Only", 0), BM_CLICK, 0, 0);
+    EXPECT_THAT(said_, testing::HasSubstr("cannot be combined"));
+    changes_.RefreshPanel();
+    EXPECT_EQ(SendMessageW(Part(L"Foreground Only", 0), BM_GETCHECK, 0, 0), BST_UNCHECKED);
+    EXPECT_FALSE(changes_.TakeReload());
+    SendMessageW(Part(L"Fast Buffers", 0), BM_CLICK, 0, 0);
+    EXPECT_TRUE(changes_.TakeReload());
+    EXPECT_TRUE(changes_.FollowsClock());
+    EditField(L"Speed", L"0.5");
+    EXPECT_FALSE(changes_.FollowsClock());
+    changes_.Execute(ViewCommand::CopyCommandLine);
+    EXPECT_THAT(said_, testing::EndsWith("preview a.json --window --size 240x120 --set Speed=0.5 "
+                                         "--set \"Fast Buffers=true\" --set \"X Tiling=4\""));
+}
+
+TEST_F(ControlChangesTest, ChangesPaceAndScale) {
+    changes_.Execute(ViewCommand::Slower);
+    changes_.Execute(ViewCommand::Backwards);
+    EXPECT_EQ(changes_.Pace(), -0.5);
+    RealTime time(session_);
+    time.Advance(changes_.Pace());
+    EXPECT_FLOAT_EQ(session_.Control("Speed")->decimal.value[0], -0.5F / 60);
+    changes_.Execute(ViewCommand::LowerScale);
+    EXPECT_EQ(changes_.FrameSize().cx, 120);
+}
+
+TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
+    const HostSurface surface(8, 100);
+    {
+        const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
+        const std::vector<double> times = {10.0, 20.0, 100.0, 5.0};
+        DrawFrameGraph(surface.DeviceContext(), {0, 0, 8, 100}, nullptr, times, 4);
+        GdiFlush();
+    }
+    const FramePixels pixels = surface.Pixels();
+    const auto bottom = [&](std::int32_t x) { return pixels.At(x, 99); };
+    EXPECT_NE(bottom(0), bottom(2)) << "in time, late";
+    EXPECT_NE(bottom(2), bottom(4)) << "late, very late";
+    EXPECT_EQ(bottom(0), bottom(7));
+    EXPECT_NE(pixels.At(4, 45), pixels.At(6, 45)) << "75 of 133 milliseconds";
 }
 
 }  // namespace

@@ -3,7 +3,12 @@
 
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <fstream>
+
+#include "base/load_error.h"
 #include "preview/host/host_error.h"
+#include "preview/run_paths.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -17,6 +22,7 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_TRUE(ParseOptions({"a.json", "--window"}).realTime);
     EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
     EXPECT_FALSE(ParseOptions({"a.json", "--window", "--set", "Speed=0.1"}).realTime);
+    EXPECT_TRUE(ParseOptions({"a.json", "--fullscreen"}).window);
     EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
     EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--set", "Speed=0"}).settings.size(), 1u);
     EXPECT_EQ(ParseOptions({"--playlist", "p", "--window", "--report", "r"}).reportPath, "r");
@@ -45,6 +51,12 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.json", "--set", "Speed"}, "Label=value"},
         {{"a.json", "--tiles", "33x1"}, "32"},
         {{"a.json", "--window", "--bench"}, "--bench"},
+        {{"a.json", "--fullscreen", "--bench"}, "--bench"},
+        {{"a.json", "--scale", "0.5"}, "--scale"},
+        {{"a.json", "--window", "--scale", "4.1"}, "--scale"},
+        {{"a.json", "--window", "--scale", "nan"}, "--scale"},
+        {{"a.json", "--monitor", "1"}, "--monitor"},
+        {{"a.json", "--window", "--monitor", "0"}, "--monitor"},
         {{"a.glsl", "--pack", "a.glsl"}, ".json"},
         {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
         {{"--id", "i", "--pack", "b.json"}, "--pack"},
@@ -65,6 +77,31 @@ TEST(Options, RejectInvalidUsageWithAReason) {
                                        testing::Property(&HostError::what, testing::HasSubstr(reason)))))
             << testing::PrintToString(arguments);
     }
+}
+
+TEST(Options, OpenADroppedFile) {
+    const Options shown = ParseOptions({"--id", "i", "--window"});
+    for (const auto& [name, command] : {std::pair(L"a b.glsl", "preview \"a b.glsl\""),
+                                        {L"b.Playlist", "preview --playlist b.Playlist"},
+                                        {L"c.PNG", "a picture needs a shader"}}) {
+        std::ofstream(std::filesystem::path(name)) << "a\n";
+        Options next;
+        const std::string failure = FailureOf([&] { next = OptionsForFile(shown, name, {}); });
+        EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(command));
+        EXPECT_TRUE(next.documentPath.empty() || next.playlistPath.empty());
+        std::filesystem::remove(name);
+    }
+    EXPECT_THROW(OptionsForFile(shown, L"missing.json", {}), HostError);
+    std::ofstream("c.png").put(' ');
+    std::ofstream("c.txt").put('a');
+    EXPECT_THROW(OptionsForFile(shown, L"c.txt", {}), HostError) << "no line break";
+    std::filesystem::remove("c.txt");
+    const Options picture = OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png",
+                                           {.width = 7, .height = 9, .scale = 0.5});
+    EXPECT_EQ(picture.documentPath + picture.picturePath, "a.jsonc.png");
+    EXPECT_EQ(picture.scale, 0.5);
+    EXPECT_EQ(picture.width, 7);
+    std::filesystem::remove("c.png");
 }
 
 }  // namespace
