@@ -1,4 +1,4 @@
-// Channel sources, frame rate and keys, without a window.
+// Channel sources and the frame rate.
 #include "render/frame_inputs.h"
 
 #include <gtest/gtest.h>
@@ -26,18 +26,6 @@ TEST(FrameRateUniform, IsSixtyUntilAMillisecondHasPassed) {
     EXPECT_EQ(FrameRateUniform(500, 0), 60.0F);
     EXPECT_EQ(FrameRateUniform(30, 2000), 15.0F);
     EXPECT_EQ(FrameRateUniform(2'000'000'000, 1'000'000'000), 2000.0F) << "no overflow after days";
-}
-
-TEST(InputState, IgnoresInvalidVirtualKeyCodes) {
-    InputState input;
-    for (const std::uint64_t key : {std::uint64_t{256}, ~std::uint64_t{0}, std::uint64_t{1} << 32}) {
-        input.KeyDown(key);
-        input.KeyUp(key);
-    }
-    KeyboardImage image;
-    input.ReadKeyboard(image);
-    EXPECT_EQ(image, KeyboardImage{});
-    EXPECT_EQ(input.KeyboardChanges(), 0U);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <GL/glew.h>
 #include <GL/wglew.h>
+#include <gmock/gmock.h>
 
 #include <utility>
 
@@ -16,9 +17,15 @@
 namespace pixelforge::test {
 namespace {
 
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
 TEST(GlContext, NamesAreNotDeletedInAForeignContext) {
     Stage foreign;
-    foreign.LoadImage("c = vec4(1.0);").Show();
+    const Input keyboard = {.ctype = "keyboard"};
+    foreign.LoadImage("c = vec4(1.0);", {keyboard}).Start();
     const HGLRC foreignContext = wglGetCurrentContext();
     HeapRecord<GlRenderer> withoutWindow;
     HeapRecord<GlRenderer> onLostWindow;
@@ -31,7 +38,7 @@ TEST(GlContext, NamesAreNotDeletedInAForeignContext) {
         hidden.cbSize = sizeof(hidden);
         EXPECT_FALSE(GetClassInfoExW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &hidden));
         Stage stage;
-        stage.LoadImage("c = vec4(1.0);").Show();
+        stage.LoadImage("c = vec4(1.0);", {keyboard}).Start();
         onLostWindow = stage.Release();
     }
     DestroyGlRenderer(std::move(withoutWindow));
@@ -41,6 +48,7 @@ TEST(GlContext, NamesAreNotDeletedInAForeignContext) {
     const GlRenderer& left = foreign.Renderer();
     EXPECT_TRUE(glIsVertexArray(left.vertexArray.Get()));
     EXPECT_TRUE(glIsBuffer(left.vertexBuffer.Get()));
+    EXPECT_TRUE(glIsTexture(left.keyboard.texture.Get()));
     EXPECT_TRUE(glIsProgram(left.slots[7].program.Get()));
     for (const PassTarget& target : left.slots[7].targets) {
         EXPECT_TRUE(glIsTexture(target.texture.Get()));
@@ -116,34 +124,21 @@ TEST(GlContext, IsLostOnAResetWhereTheDriverReportsThem) {
     }
 }
 
-std::string driverCalls;
-
-/// Notes each call of an entry point with a letter, for one scope.
-template <char kLetter, class... Arguments>
-class CallNote {
-public:
-    using Entry = void(GLAPIENTRY*)(Arguments...);
-    explicit CallNote(Entry& entry) : entry_(entry) {
-        original = std::exchange(entry, [](Arguments... arguments) {
-            driverCalls += kLetter;
-            original(arguments...);
-        });
-    }
-    ~CallNote() { entry_ = original; }
-
-private:
-    static inline Entry original;
-    Entry& entry_;
-};
-
 TEST(GlContext, AllPassesReachTheDriverBeforeTheFirstQuestion) {
-    Stage stage;
-    const CallNote<'c', GLuint> compile(__glewCompileShader);
-    const CallNote<'l', GLuint> link(__glewLinkProgram);
-    const CallNote<'s', GLuint, GLenum, GLint*> shaderState(__glewGetShaderiv);
-    const CallNote<'p', GLuint, GLenum, GLint*> programState(__glewGetProgramiv);
-    stage.Load(DocumentBuilder().Buffer('A', Body("c = p.xyxy;")).Image(Body("c = p.xyxy;"))).Show();
-    EXPECT_EQ(driverCalls.substr(0, driverCalls.find_first_of("sp")), "cccll") << driverCalls;
+    Stage stage;  // loads the entry points
+    static int linked;
+    static int linkedAtQuestion;
+    linked = 0;
+    linkedAtQuestion = -1;
+    static const auto link = __glewLinkProgram;
+    static const auto ask = __glewGetShaderiv;
+    __glewLinkProgram = [](GLuint program) { link(program), ++linked; };
+    __glewGetShaderiv = [](auto... question) {
+        linkedAtQuestion = linkedAtQuestion < 0 ? linked : linkedAtQuestion;
+        ask(question...);
+    };
+    stage.Load(DocumentBuilder().Buffer('A', Body("c = p.xyxy;")).Image(Body("c = p.xyxy;"))).Start();
+    EXPECT_EQ(linkedAtQuestion, 2);
 }
 
 using GlErrors = StageTest;
@@ -156,6 +151,16 @@ TEST_F(GlErrors, ALostContextIsNamedEvenAfterAnotherReason) {
     ReportUndrawable(stage_.Renderer(), "x");
     EXPECT_EQ(TakeLines(), (std::vector<std::string>{"Pixelforge: cannot draw: x",
                                                      "Pixelforge: cannot draw: the OpenGL context is lost"}));
+}
+
+TEST_F(GlErrors, ALinkersLogNamesThePass) {
+    stage_.Load(DocumentBuilder()
+                    .Buffer('B', Body("c = vec4(missing());").insert(0, "float missing();\n"))
+                    .Image("void mainImage(out vec4 c, in vec2 p);"));
+    EXPECT_FALSE(stage_.Build());
+    EXPECT_EQ(stage_.Reason(), "Buffer B does not link, Image does not link");
+    EXPECT_THAT(TakeLines(), ElementsAre(AllOf(StartsWith("Pixelforge: Buffer B: "), HasSubstr("missing")),
+                                         AllOf(StartsWith("Pixelforge: Image: "), HasSubstr("mainImage"))));
 }
 
 TEST_F(GlErrors, EachReportFetchesOneError) {

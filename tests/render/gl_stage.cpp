@@ -3,8 +3,6 @@
 
 #include <GL/glew.h>
 
-#include <ostream>
-
 #include "base/load_error.h"
 #include "document/document_reader.h"
 #include "render/gl_context.h"
@@ -12,15 +10,9 @@
 
 namespace pixelforge::test {
 
-void PrintTo(const Color& color, std::ostream* out) {
-    *out << "(" << color.r << ", " << color.g << ", " << color.b << ", " << color.a << ")";
-}
-
 Color Picture::At(int x, int y) const {
-    const preview::FramePixels pixels = surface_.Pixels();
-    const std::uint32_t color = pixels.At(x, pixels.height - 1 - y);
-    const auto byte = [color](int shift) { return static_cast<int>(color >> shift & 0xFF); };
-    return Color{byte(16), byte(8), byte(0), byte(24)};
+    const auto bytes = Pixels().Row(Pixels().height - 1 - y).subspan(static_cast<std::size_t>(x) * 4, 4);
+    return {bytes[2], bytes[1], bytes[0], bytes[3]};
 }
 
 std::string Body(const std::string& body) {
@@ -66,8 +58,12 @@ Picture Stage::Frame(float speed) {
     return Read();
 }
 
-Picture Stage::Show() {
+void Stage::Start() {
     EXPECT_TRUE(Build()) << Reason();
+}
+
+Picture Stage::Show() {
+    Start();
     return Frame();
 }
 
@@ -83,6 +79,7 @@ StageTest::StageTest() {
 }
 
 StageTest::~StageTest() {
+    SetSampleExponent(0);
     EXPECT_EQ(TakeLines(), std::vector<std::string>());
 }
 

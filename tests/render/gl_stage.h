@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -17,22 +18,13 @@
 
 namespace pixelforge::test {
 
-struct Color {
-    int r, g, b, a;
-    bool operator==(const Color&) const = default;
-};
+/// Red, green, blue, alpha.
+using Color = std::array<int, 4>;
 
-void PrintTo(const Color& color, std::ostream* out);
-
-/// A 32-bit picture; as in a shader, y counts upward from the lowest row.
-class Picture {
-public:
-    Picture(int width, int height) : surface_(width, height) {}
-    HBITMAP Bitmap() const { return surface_.Bitmap(); }
+struct Picture : preview::HostSurface {
+    using HostSurface::HostSurface;
+    /// As in a shader, y counts upward from the lowest row.
     Color At(int x, int y) const;
-
-private:
-    preview::HostSurface surface_;
 };
 
 /// A `mainImage` with this body: `c` is the colour, `p` the coordinate, T(n) channel n's texel at `p`.
@@ -50,6 +42,8 @@ public:
 
     bool Build();
     const std::string& Reason() const { return reason_; }
+    /// Builds; a failure fails the test.
+    void Start();
 
     /// Draw a frame, read it back, or both; failures fail the test.
     void Draw(float speed = 0.25F);
@@ -81,12 +75,6 @@ protected:
 
     preview::DebugCapture output_;
     Stage stage_;
-};
-
-/// Sets the process's sample exponent for one scope; 0 afterwards.
-struct SampleScope {
-    explicit SampleScope(int exponent) { SetSampleExponent(exponent); }
-    ~SampleScope() { SetSampleExponent(0); }
 };
 
 }  // namespace pixelforge::test

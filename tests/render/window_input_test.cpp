@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+#include <utility>
+
 #include "tests/render/gl_stage.h"
 
 namespace pixelforge::test {
@@ -10,12 +14,15 @@ namespace {
 
 using WindowInput = StageTest;
 
-LONG_PTR ProcedureOf(const preview::HostWindow& window) {
-    return GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC);
+/// The window's procedure, and the one that its property keeps.
+std::pair<LONG_PTR, LONG_PTR> SubclassOf(const preview::HostWindow& window) {
+    return {GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC),
+            reinterpret_cast<LONG_PTR>(GetPropW(window.Handle(), L"OriginalWndProc"))};
 }
 
-LONG_PTR PropertyOf(const preview::HostWindow& window) {
-    return reinterpret_cast<LONG_PTR>(GetPropW(window.Handle(), L"OriginalWndProc"));
+/// A host's own procedure.
+LRESULT CALLBACK AnswerProcedure(HWND window, UINT message, WPARAM w, LPARAM l) {
+    return message == WM_APP ? 77 : DefWindowProcW(window, message, w, l);
 }
 
 /// Shows held, pressed and toggled of the keys A and B in the first two columns.
@@ -25,7 +32,7 @@ void LoadKeyboardImage(Stage& stage, const std::string& filter = "nearest") {
         "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
         "texture(iChannel2, vec2(float(k.x) + 0.5, 2.5) / vec2(256.0, 3.0)).x, 1.0);",
         {{.channel = 2, .ctype = "keyboard", .filter = filter}});
-    ASSERT_TRUE(stage.Build()) << stage.Reason();
+    stage.Start();
 }
 
 TEST_F(WindowInput, KeysReachEveryRenderer) {
@@ -42,6 +49,8 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
         {WM_KEYDOWN, 'A', {255, 255, 255, 255}, {0, 0, 0, 255}},
         {WM_KEYDOWN, 'A', {255, 255, 0, 255}, {0, 0, 0, 255}},
         {WM_KEYDOWN, 'B', {255, 255, 0, 255}, {255, 255, 255, 255}},
+        {WM_KEYDOWN, 256, {255, 255, 0, 255}, {255, 255, 255, 255}},  // no key
+        {WM_KEYUP, 256, {255, 255, 0, 255}, {255, 255, 255, 255}},
         {WM_KEYUP, 'A', {0, 0, 0, 255}, {255, 255, 255, 255}},
         {WM_KEYUP, 'B', {0, 0, 0, 255}, {0, 0, 255, 255}},
     };
@@ -65,7 +74,7 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
         DocumentBuilder()
             .Common("uniform vec4 mouse;")
             .Image(Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);"));
-    ASSERT_TRUE(stage_.Load(document).Build()) << stage_.Reason();
+    stage_.Load(document).Start();
     const auto send = [this](UINT message, int x, int y) {
         SendMessageW(stage_.Window().Handle(), message, 0, MAKELPARAM(x, y));
     };
@@ -97,70 +106,86 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
 }
 
 TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
-    const WNDPROC procedure = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
-        return message == WM_APP ? 77 : DefWindowProcW(window, message, w, l);
-    };
-    const preview::HostWindow first(64, 48, {.procedure = procedure});
+    const preview::HostWindow first(64, 48, {.procedure = AnswerProcedure});
     const preview::HostWindow second(64, 48);
-    const LONG_PTR original = ProcedureOf(first);
-    const LONG_PTR originalOfSecond = ProcedureOf(second);
+    const auto original = SubclassOf(first);
+    const auto originalOfSecond = SubclassOf(second);
     HeapRecord<GlRenderer> renderer = CreateGlRenderer(first.Handle(), 64, 48);
-    const LONG_PTR ours = ProcedureOf(first);
-    EXPECT_NE(ours, original);
+    const auto ours = SubclassOf(first);
+    EXPECT_NE(ours.first, original.first);
+    EXPECT_EQ(ours.second, original.first);
     EXPECT_EQ(SendMessageW(first.Handle(), WM_APP, 0, 0), 77) << "the window's own procedure still runs";
     ASSERT_TRUE(AttachWindowInput(first.Handle()));
     ASSERT_TRUE(AttachWindowInput(second.Handle()));
-    EXPECT_EQ(PropertyOf(first), original);
 
     DestroyGlRenderer(std::move(renderer));
-    EXPECT_EQ(ProcedureOf(first), ours);
+    EXPECT_EQ(SubclassOf(first), ours);
     DetachWindowInput(first.Handle());
-    EXPECT_EQ(ProcedureOf(first), original);
-    EXPECT_EQ(PropertyOf(first), 0);
-    EXPECT_EQ(ProcedureOf(second), ours);
+    EXPECT_EQ(SubclassOf(first), original);
+    EXPECT_EQ(SubclassOf(second).first, ours.first);
     DetachWindowInput(first.Handle());
     DetachWindowInput(second.Handle());
-    EXPECT_EQ(ProcedureOf(second), originalOfSecond);
+    EXPECT_EQ(SubclassOf(second), originalOfSecond);
 
     const HWND gone = preview::HostWindow(8, 8).Handle();
     EXPECT_FALSE(AttachWindowInput(gone));
     DetachWindowInput(gone);
 }
 
+TEST(WindowSubclass, UsersOnTwoThreadsComeAndGoWhileTheySend) {
+    constexpr int kRounds = 200;
+    preview::HostWindow window(64, 48, {.procedure = AnswerProcedure});
+    const auto original = SubclassOf(window);
+    const auto use = [target = window.Handle()] {
+        int answers = 0;
+        for (int round = 0; round < kRounds; ++round) {
+            AttachWindowInput(target);
+            answers += SendMessageW(target, WM_APP, 0, 0) == 77;
+            DetachWindowInput(target);
+        }
+        return answers;
+    };
+    std::future<int> users[] = {std::async(std::launch::async, use), std::async(std::launch::async, use)};
+    for (std::future<int>& user : users) {
+        while (user.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+            window.PumpMessages();
+        }
+        EXPECT_EQ(user.get(), kRounds);
+    }
+    EXPECT_EQ(SubclassOf(window), original);
+}
+
 TEST(WindowSubclass, TheSubclassOfAnotherCopyStays) {
     const preview::HostWindow window(64, 48);
-    const LONG_PTR procedure = ProcedureOf(window);
-    SetPropW(window.Handle(), L"OriginalWndProc", reinterpret_cast<HANDLE>(procedure));
+    SetPropW(window.Handle(), L"OriginalWndProc", reinterpret_cast<HANDLE>(SubclassOf(window).first));
+    const auto before = SubclassOf(window);
     ASSERT_TRUE(AttachWindowInput(window.Handle()));
-    EXPECT_EQ(ProcedureOf(window), procedure);
+    EXPECT_EQ(SubclassOf(window), before);
     DetachWindowInput(window.Handle());
-    EXPECT_EQ(PropertyOf(window), procedure);
+    EXPECT_EQ(SubclassOf(window), before);
     RemovePropW(window.Handle(), L"OriginalWndProc");
 }
 
 TEST(WindowSubclass, AnotherSubclassOnTopStays) {
-    const preview::HostWindow bare(64, 48);
-    const preview::HostWindow covered(64, 48);
-    const preview::HostWindow detached(64, 48);
-    const LONG_PTR original = ProcedureOf(bare);
+    const preview::HostWindow windows[] = {{64, 48}, {64, 48}, {64, 48}};
+    const auto& [bare, covered, detached] = windows;
+    const auto original = SubclassOf(bare);
     for (const preview::HostWindow* window : {&bare, &bare, &covered, &detached}) {
         ASSERT_TRUE(AttachWindowInput(window->Handle()));
     }
-    static WNDPROC below = nullptr;
-    const WNDPROC above = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
-        return CallWindowProcW(below, window, message, w, l);
-    };
-    for (const preview::HostWindow* window : {&covered, &detached}) {
-        below = reinterpret_cast<WNDPROC>(
-            SetWindowLongPtrW(window->Handle(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
-    }
+    static const auto below = reinterpret_cast<WNDPROC>(SubclassOf(bare).first);
+    const auto above =
+        reinterpret_cast<LONG_PTR>(+[](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+            return CallWindowProcW(below, window, message, w, l);
+        });
+    SetWindowLongPtrW(covered.Handle(), GWLP_WNDPROC, above);
+    SetWindowLongPtrW(detached.Handle(), GWLP_WNDPROC, above);
     DetachWindowInput(detached.Handle());
     RestoreAllWindows();
-    EXPECT_EQ(ProcedureOf(bare), original);
-    EXPECT_EQ(PropertyOf(bare), 0);
+    EXPECT_EQ(SubclassOf(bare), original);
     for (const preview::HostWindow* window : {&covered, &detached}) {
-        EXPECT_EQ(ProcedureOf(*window), reinterpret_cast<LONG_PTR>(above));
-        EXPECT_EQ(PropertyOf(*window), original) << "the subclass below the other one still needs it";
+        EXPECT_EQ(SubclassOf(*window), std::pair(above, original.first))
+            << "the lower subclass still needs it";
     }
 }
 
