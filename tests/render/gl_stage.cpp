@@ -19,13 +19,13 @@ std::string Body(const std::string& body) {
     return "#define T(n) texelFetch(iChannel##n, ivec2(p), 0)\n" + MainImage(body);
 }
 
-Stage::Stage() {
-    renderer_->includes = includes_.get();
+Stage::Stage() : renderer(CreateGlRenderer(window.Handle(), 64, 48)) {
+    renderer->includes = includes.get();
 }
 
 Stage& Stage::Load(const DocumentBuilder& document) {
-    renderer_->document = ShaderDocument{};
-    ReadShaderDocument(document.Json().c_str(), renderer_->document);
+    renderer->document = ShaderDocument{};
+    ReadShaderDocument(document.Json().c_str(), renderer->document);
     return *this;
 }
 
@@ -34,22 +34,20 @@ Stage& Stage::LoadImage(const std::string& body, const std::vector<Input>& input
 }
 
 bool Stage::Build() {
-    if (!MakeRendererCurrent(*renderer_, window_.Handle())) {
-        return false;
-    }
-    reason_ = FailureOf([this] { BuildPassGraph(*renderer_); });
-    return reason_.empty();
+    MakeRendererCurrent(*renderer, window.Handle());
+    reason = FailureOf([this] { BuildPassGraph(*renderer); });
+    return reason.empty();
 }
 
 void Stage::Draw(float speed) {
     const FrameParameters parameters{1, speed};
-    EXPECT_TRUE(MakeRendererCurrent(*renderer_, window_.Handle()));
-    EXPECT_EQ(RenderFrame(renderer_.get(), &parameters, 1, 0, 0), 1);
+    EXPECT_TRUE(MakeRendererCurrent(*renderer, window.Handle()));
+    EXPECT_EQ(RenderFrame(renderer.get(), &parameters, 1, 0, 0), 1);
 }
 
 Picture Stage::Read() {
-    Picture picture(static_cast<int>(renderer_->resolution[0]), static_cast<int>(renderer_->resolution[1]));
-    EXPECT_EQ(ReadFrameIntoBitmap(renderer_.get(), PixelsOf(picture.Bitmap())), 1);
+    Picture picture(static_cast<int>(renderer->resolution[0]), static_cast<int>(renderer->resolution[1]));
+    EXPECT_EQ(ReadFrameIntoBitmap(renderer.get(), PixelsOf(picture.Bitmap())), 1);
     return picture;
 }
 
@@ -59,7 +57,7 @@ Picture Stage::Frame(float speed) {
 }
 
 void Stage::Start() {
-    EXPECT_TRUE(Build()) << Reason();
+    EXPECT_TRUE(Build()) << reason;
 }
 
 Picture Stage::Show() {

@@ -32,35 +32,27 @@ std::string Body(const std::string& body);
 
 /// One renderer on a window of 64 x 48 pixels. Its context is current from the start; each frame makes it
 /// current again.
-class Stage {
-public:
+struct Stage {
     Stage();
 
     Stage& Load(const DocumentBuilder& document);
     /// A document with only an Image pass of this body.
     Stage& LoadImage(const std::string& body, const std::vector<Input>& inputs = {});
 
+    /// False, with the reason, if the graph cannot be built.
     bool Build();
-    const std::string& Reason() const { return reason_; }
-    /// Builds; a failure fails the test.
-    void Start();
 
-    /// Draw a frame, read it back, or both; failures fail the test.
+    /// Build the graph, draw a frame, read it back, or do all; a failure fails the test.
+    void Start();
     void Draw(float speed = 0.25F);
     Picture Read();
     Picture Frame(float speed = 0.25F);
-    /// Builds the graph and returns the first frame.
     Picture Show();
 
-    preview::HostWindow& Window() { return window_; }
-    GlRenderer& Renderer() { return *renderer_; }
-    HeapRecord<GlRenderer> Release() { return std::move(renderer_); }
-
-private:
-    preview::HostWindow window_{64, 48};
-    HeapRecord<GlRenderer> renderer_ = CreateGlRenderer(window_.Handle(), 64, 48);
-    HeapRecord<IncludeContext> includes_ = NewHeapRecord<IncludeContext>();
-    std::string reason_;
+    preview::HostWindow window{64, 48};
+    HeapRecord<IncludeContext> includes = NewHeapRecord<IncludeContext>();
+    HeapRecord<GlRenderer> renderer;
+    std::string reason;
 };
 
 /// A test with a stage, whose driver leaves white in new render targets, as memory in use before may hold

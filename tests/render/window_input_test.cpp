@@ -1,8 +1,6 @@
 // Keys and mouse through real window messages, and restoring the window's procedure.
 #include "render/window_input.h"
 
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <future>
 #include <utility>
@@ -26,24 +24,20 @@ LRESULT CALLBACK AnswerProcedure(HWND window, UINT message, WPARAM w, LPARAM l) 
 }
 
 /// Shows held, pressed and toggled of the keys A and B in the first two columns.
-void LoadKeyboardImage(Stage& stage, const std::string& filter = "nearest") {
-    stage.LoadImage(
-        "ivec2 k = ivec2(65 + int(p.x), 0);"
-        "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
-        "texture(iChannel2, vec2(float(k.x) + 0.5, 2.5) / vec2(256.0, 3.0)).x, 1.0);",
-        {{.channel = 2, .ctype = "keyboard", .filter = filter}});
-    stage.Start();
-}
+constexpr const char* kKeys =
+    "ivec2 k = ivec2(65 + int(p.x), 0);"
+    "c = vec4(texelFetch(iChannel2, k, 0).x, texelFetch(iChannel2, k + ivec2(0, 1), 0).x,"
+    "texture(iChannel2, vec2(float(k.x) + 0.5, 2.5) / vec2(256.0, 3.0)).x, 1.0);";
 
 TEST_F(WindowInput, KeysReachEveryRenderer) {
     Stage other;
-    LoadKeyboardImage(stage_);
-    LoadKeyboardImage(other, "mipmap");
+    const std::vector<Input> keyboard = {{.channel = 2, .ctype = "keyboard"}};
+    stage_.LoadImage(kKeys, keyboard).Start();
+    other.LoadImage(kKeys, {{.channel = 2, .ctype = "keyboard", .filter = "mipmap"}}).Start();
     const struct {
         UINT message;
         WPARAM key;
-        Color a;
-        Color b;
+        Color a, b;
     } steps[] = {
         {WM_NULL, 0, {0, 0, 0, 255}, {0, 0, 0, 255}},
         {WM_KEYDOWN, 'A', {255, 255, 255, 255}, {0, 0, 0, 255}},
@@ -55,7 +49,7 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
         {WM_KEYUP, 'B', {0, 0, 0, 255}, {0, 0, 255, 255}},
     };
     for (const auto& step : steps) {
-        SendMessageW(stage_.Window().Handle(), step.message, step.key, 0);
+        SendMessageW(stage_.window.Handle(), step.message, step.key, 0);
         for (Stage* each : {&stage_, &other}) {
             const Picture picture = each->Frame();
             EXPECT_EQ(picture.At(0, 5), step.a) << "step " << &step - steps;
@@ -63,10 +57,10 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
         }
     }
     Stage late;
-    LoadKeyboardImage(late);
-    EXPECT_EQ(late.Frame().At(1, 5), (Color{0, 0, 255, 255})) << "a later renderer sees the current state";
-    SendMessageW(stage_.Window().Handle(), WM_KEYDOWN, 'B', 0);  // no toggled key is left
-    SendMessageW(stage_.Window().Handle(), WM_KEYUP, 'B', 0);
+    EXPECT_EQ(late.LoadImage(kKeys, keyboard).Show().At(1, 5), (Color{0, 0, 255, 255}))
+        << "a later renderer sees the current state";
+    SendMessageW(stage_.window.Handle(), WM_KEYDOWN, 'B', 0);  // no toggled key is left
+    SendMessageW(stage_.window.Handle(), WM_KEYUP, 'B', 0);
 }
 
 TEST_F(WindowInput, TheMouseReachesTheShader) {
@@ -75,25 +69,18 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
             .Common("uniform vec4 mouse;")
             .Image(Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);"));
     stage_.Load(document).Start();
-    const auto send = [this](UINT message, int x, int y) {
-        SendMessageW(stage_.Window().Handle(), message, 0, MAKELPARAM(x, y));
+    const auto send = [this](int message, int x, int y) {
+        SendMessageW(stage_.window.Handle(), static_cast<UINT>(message), 0, MAKELPARAM(x, y));
     };
     // Positions count from the lower left. z and w hold the click's position: negative while the button is
     // up, and w positive only in the click's first frame.
-    const struct {
-        UINT message;
-        int x;
-        int y;
-        int mouse[4];
-    } steps[] = {
-        {WM_LBUTTONDOWN, 20, 0, {20, 48, 20, 48}},  {WM_NULL, 0, 0, {20, 48, 20, -48}},
-        {WM_MOUSEMOVE, 30, 18, {30, 30, 20, -48}},  {WM_MOUSEMOVE, -7, -20, {-7, 68, 20, -48}},
-        {WM_LBUTTONUP, 31, 19, {-7, 68, -20, -48}}, {WM_MOUSEMOVE, 1, 1, {-7, 68, -20, -48}},
-    };
-    for (const auto& [message, x, y, mouse] : steps) {
+    const int steps[][7] = {
+        {WM_LBUTTONDOWN, 20, 0, 20, 48, 20, 48},  {WM_NULL, 0, 0, 20, 48, 20, -48},
+        {WM_MOUSEMOVE, 30, 18, 30, 30, 20, -48},  {WM_MOUSEMOVE, -7, -20, -7, 68, 20, -48},
+        {WM_LBUTTONUP, 31, 19, -7, 68, -20, -48}, {WM_MOUSEMOVE, 1, 1, -7, 68, -20, -48}};
+    for (const auto& [message, x, y, currentX, currentY, z, w] : steps) {
         send(message, x, y);
-        EXPECT_EQ(stage_.Frame().At(0, 0),
-                  (Color{mouse[0] + 128, mouse[1] + 128, mouse[2] + 128, mouse[3] + 128}))
+        EXPECT_EQ(stage_.Frame().At(0, 0), (Color{currentX + 128, currentY + 128, z + 128, w + 128}))
             << "message " << message << " at " << x << ", " << y;
     }
     send(WM_LBUTTONDOWN, 10, 28);
@@ -115,8 +102,7 @@ TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
     EXPECT_NE(ours.first, original.first);
     EXPECT_EQ(ours.second, original.first);
     EXPECT_EQ(SendMessageW(first.Handle(), WM_APP, 0, 0), 77) << "the window's own procedure still runs";
-    ASSERT_TRUE(AttachWindowInput(first.Handle()));
-    ASSERT_TRUE(AttachWindowInput(second.Handle()));
+    ASSERT_TRUE(AttachWindowInput(first.Handle()) && AttachWindowInput(second.Handle()));
 
     DestroyGlRenderer(std::move(renderer));
     EXPECT_EQ(SubclassOf(first), ours);
@@ -145,47 +131,42 @@ TEST(WindowSubclass, UsersOnTwoThreadsComeAndGoWhileTheySend) {
         }
         return answers;
     };
-    std::future<int> users[] = {std::async(std::launch::async, use), std::async(std::launch::async, use)};
-    for (std::future<int>& user : users) {
-        while (user.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
-            window.PumpMessages();
-        }
-        EXPECT_EQ(user.get(), kRounds);
+    auto first = std::async(std::launch::async, use);
+    auto both = std::async(std::launch::async, [&] { return use() + first.get(); });
+    while (both.wait_for(std::chrono::milliseconds(1)) != std::future_status::ready) {
+        window.PumpMessages();
     }
+    EXPECT_EQ(both.get(), 2 * kRounds);
     EXPECT_EQ(SubclassOf(window), original);
 }
 
-TEST(WindowSubclass, TheSubclassOfAnotherCopyStays) {
-    const preview::HostWindow window(64, 48);
-    SetPropW(window.Handle(), L"OriginalWndProc", reinterpret_cast<HANDLE>(SubclassOf(window).first));
-    const auto before = SubclassOf(window);
-    ASSERT_TRUE(AttachWindowInput(window.Handle()));
-    EXPECT_EQ(SubclassOf(window), before);
-    DetachWindowInput(window.Handle());
-    EXPECT_EQ(SubclassOf(window), before);
-    RemovePropW(window.Handle(), L"OriginalWndProc");
-}
-
-TEST(WindowSubclass, AnotherSubclassOnTopStays) {
-    const preview::HostWindow windows[] = {{64, 48}, {64, 48}, {64, 48}};
-    const auto& [bare, covered, detached] = windows;
+TEST(WindowSubclass, OtherSubclassesStay) {
+    const preview::HostWindow windows[5] = {{64, 48}, {64, 48}, {64, 48}, {64, 48}, {64, 48}};
+    const auto& [bare, covered, coveredToo, foreign, foreignToo] = windows;
     const auto original = SubclassOf(bare);
-    for (const preview::HostWindow* window : {&bare, &bare, &covered, &detached}) {
-        ASSERT_TRUE(AttachWindowInput(window->Handle()));
+    const auto kept = reinterpret_cast<HANDLE>(original.first);  // by another copy of the module
+    SetPropW(foreign.Handle(), L"OriginalWndProc", kept);
+    SetPropW(foreignToo.Handle(), L"OriginalWndProc", kept);
+    const auto ofCopy = SubclassOf(foreign);
+    ASSERT_TRUE(AttachWindowInput(bare.Handle()));
+    for (const preview::HostWindow& window : windows) {
+        ASSERT_TRUE(AttachWindowInput(window.Handle()));
     }
+    EXPECT_EQ(SubclassOf(foreign), ofCopy);
     static const auto below = reinterpret_cast<WNDPROC>(SubclassOf(bare).first);
     const auto above =
         reinterpret_cast<LONG_PTR>(+[](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
             return CallWindowProcW(below, window, message, w, l);
         });
     SetWindowLongPtrW(covered.Handle(), GWLP_WNDPROC, above);
-    SetWindowLongPtrW(detached.Handle(), GWLP_WNDPROC, above);
-    DetachWindowInput(detached.Handle());
+    SetWindowLongPtrW(coveredToo.Handle(), GWLP_WNDPROC, above);
+    DetachWindowInput(coveredToo.Handle());
+    DetachWindowInput(foreignToo.Handle());
     RestoreAllWindows();
-    EXPECT_EQ(SubclassOf(bare), original);
-    for (const preview::HostWindow* window : {&covered, &detached}) {
-        EXPECT_EQ(SubclassOf(*window), std::pair(above, original.first))
-            << "the lower subclass still needs it";
+    const std::pair ofOurs(above, original.first);  // the lower subclass still needs the property
+    const std::pair<LONG_PTR, LONG_PTR> expected[] = {original, ofOurs, ofOurs, ofCopy, ofCopy};
+    for (std::size_t i = 0; i < std::size(windows); ++i) {
+        EXPECT_EQ(SubclassOf(windows[i]), expected[i]) << "window " << i;
     }
 }
 
