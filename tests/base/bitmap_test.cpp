@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 #include <numeric>
+#include <tuple>
 
 #include "base/win_handles.h"
 
@@ -25,9 +25,9 @@ TEST(CreatePictureBitmap, Has8BitGreyPalette) {
 }
 
 TEST(Bitmaps, RejectHostileSizes) {
-    constexpr std::int32_t max = std::numeric_limits<std::int32_t>::max();
-    for (const auto& [width, height] :
-         {std::pair(0, 1), {1, 0}, {-4, 4}, {4, -4}, {30000, 30000}, {max, max}, {1 << 16, 1 << 16}}) {
+    constexpr int kMax = 0x7FFFFFFF;
+    const int sizes[][2] = {{0, 1}, {1, 0}, {-4, 4}, {4, -4}, {30000, 30000}, {kMax, kMax}, {65536, 65536}};
+    for (const auto& [width, height] : sizes) {
         EXPECT_FALSE(CreateHostBitmap(width, height)) << width << " x " << height;
         EXPECT_FALSE(CreatePictureBitmap(width, height, 32)) << width << " x " << height;
     }
@@ -37,22 +37,13 @@ TEST(Bitmaps, RejectHostileSizes) {
 
 TEST(CopyToTopDown, KeepsDepthAndByteOrder) {
     // The first two have padded rows. The image sizes are 0 or wrong; Wine corrects wrong ones.
-    const struct {
-        LONG width, height;
-        WORD bitsPerPixel;
-        DWORD imageSize;
-        std::size_t bytes;
-    } cases[] = {{5, 3, 24, 0, 48}, {3, 4, 8, 0x7FFFFFFF, 16}, {6, -2, 32, 0x7FFFFFFF, 48}};
+    const std::tuple<LONG, LONG, WORD, DWORD, std::size_t> cases[] = {
+        {5, 3, 24, 0, 48}, {3, 4, 8, 0x7FFFFFFF, 16}, {6, -2, 32, 0x7FFFFFFF, 48}};
     for (const auto& [width, height, depth, imageSize, bytes] : cases) {
-        struct {
-            BITMAPINFOHEADER header;
-            RGBQUAD colours[256];
-        } info = {};
-        info.header = {sizeof(info.header), width, height, 1, depth, BI_RGB, imageSize, 0, 0, 0, 0};
+        BITMAPINFO info[100] = {};  // with room for a palette
+        info->bmiHeader = {sizeof(BITMAPINFOHEADER), width, height, 1, depth, BI_RGB, imageSize, 0, 0, 0, 0};
         void* bits = nullptr;
-        const UniqueBitmap source(CreateDIBSection(nullptr, reinterpret_cast<const BITMAPINFO*>(&info),
-                                                   DIB_RGB_COLORS, &bits, nullptr, 0));
-        ASSERT_TRUE(source);
+        const UniqueBitmap source(CreateDIBSection(nullptr, info, DIB_RGB_COLORS, &bits, nullptr, 0));
         const std::span given(static_cast<std::uint8_t*>(bits), bytes);
         std::iota(given.begin(), given.end(), std::uint8_t{1});
         const UniqueBitmap copy = CopyToTopDown(source.Get());

@@ -5,8 +5,10 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "base/load_error.h"
+#include "base/text.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge {
@@ -37,35 +39,40 @@ TEST(ReadWholeFile, AcceptsOnlyDiskFiles) {
     }
 }
 
+TEST(FolderOfPath, EndsWithTheSeparatorOrTheDriveIfItFits) {
+    wchar_t folder[kPathUnits];
+    const std::wstring longest(kPathUnits - 2, L'a');
+    for (const std::wstring& path :
+         {std::wstring(L"C:\\a/"), std::wstring(L"C:"), std::wstring(), longest + L"/"}) {
+        EXPECT_EQ(FolderOfPath((path + L"b").c_str(), folder) ? folder : L"none", path);
+    }
+    EXPECT_FALSE(FolderOfPath((longest + L"a/").c_str(), folder) || FolderOfPath(L"", folder));
+}
+
 TEST(FileNames, MayOnlyNameLocalFiles) {
-    const std::wstring plain[] = {
+    const std::vector<std::wstring> refused = {
+        L"", L"C:", L"1:\\a", L"ab:stream", L"C:\\a:b", L"a.", L"a ", L"dir./b", L"...",
+        // devices
+        L"CON", L"con.txt", L"x/NUL", L"aux.tar.gz", L"C:\\prn\\a", L"C:nul", L"Com1", L"lpt9.x",
+        L"COM\u00B2", L"nul .txt", L" nul", L"CONIN$",
+        // network and device paths in every spelling
+        L"\\\\server\\share\\a", L"//server/share/a", L"\\/server/a", L"\\\\?\\C:\\a", L"\\\\.\\COM1",
+        L"//./pipe/x", L"\\??\\C:\\a",
+        // characters that no file system stores
+        L"a\nb", L"a<b", L"a>b", L"a|b", L"a\"b", L"a?b", L"a*b", std::wstring(1, L'\0'),
+        std::wstring(300, L'a')};
+    const std::vector<std::wstring> local = {L".", L"..", L"media/a.png", L"..\\textures\\a.png", L"./a",
+                                             // rooted
+                                             L"C:\\shaders\\a.json", L"C:a", L"/rooted", L"\\rooted",
+                                             L"a\\\\b", L"a\\", L"folder.d/x"};
+    const std::vector<std::wstring> plain = {
         L"a.png", L"a b",     L"..a",  L"console.txt",          L"com.txt",
         L"com10", L".hidden", L"nul_", L"\u00FCber \u732B.png", std::wstring(255, L'a')};
-    const std::wstring local[] = {L".",           L"..",
-                                  L"media/a.png", L"..\\textures\\a.png",
-                                  L"./a",         L"C:\\shaders\\a.json",
-                                  L"C:a",         L"/rooted",
-                                  L"\\rooted",    L"a\\\\b",
-                                  L"a\\",         L"folder.d/x"};
-    const std::wstring refused[] = {L"", L"C:", L"1:\\a", L"ab:stream", L"C:\\a:b", L"a.", L"a ", L"dir./b",
-                                    L"...",
-                                    // devices
-                                    L"CON", L"con.txt", L"x/NUL", L"aux.tar.gz", L"C:\\prn\\a", L"C:nul",
-                                    L"Com1", L"lpt9.x", L"COM\u00B2", L"nul .txt", L"CONIN$",
-                                    // network and device paths in every spelling
-                                    L"\\\\server\\share\\a", L"//server/share/a", L"\\/server/a",
-                                    L"\\\\?\\C:\\a", L"\\\\.\\COM1", L"//./pipe/x", L"\\??\\C:\\a",
-                                    // characters that no file system stores
-                                    L"a\nb", L"a<b", L"a>b", L"a|b", L"a\"b", L"a?b", L"a*b",
-                                    std::wstring(1, L'\0'), std::wstring(300, L'a')};
-    for (const std::wstring& name : plain) {
-        EXPECT_TRUE(IsOpenableLocalName(name) && IsPlainFileName(name)) << testing::PrintToString(name);
-    }
-    for (const std::wstring& name : local) {
-        EXPECT_TRUE(IsOpenableLocalName(name) && !IsPlainFileName(name)) << testing::PrintToString(name);
-    }
-    for (const std::wstring& name : refused) {
-        EXPECT_FALSE(IsOpenableLocalName(name) || IsPlainFileName(name)) << testing::PrintToString(name);
+    for (int level = 0; level < 3; ++level) {
+        for (const std::wstring& name : level == 0 ? refused : level == 1 ? local : plain) {
+            EXPECT_EQ(IsOpenableLocalName(name), level > 0) << testing::PrintToString(name);
+            EXPECT_EQ(IsPlainFileName(name), level > 1) << testing::PrintToString(name);
+        }
     }
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 namespace pixelforge {
 namespace {
@@ -11,11 +12,7 @@ namespace {
 using namespace std::string_view_literals;
 
 TEST(Conversion, RoundTripsInTheDetectedEncoding) {
-    const struct {
-        std::string_view bytes;
-        TextEncoding encoding;
-        std::wstring units;
-    } cases[] = {
+    const std::tuple<std::string_view, TextEncoding, std::wstring> cases[] = {
         {""sv, TextEncoding::Utf8, L""},
         {"a\0b\x7F"sv, TextEncoding::Utf8, std::wstring(L"a\0b\x7F", 4)},
         {"\xC2\x80\xDF\xBF\xE0\xA0\x80"sv, TextEncoding::Utf8, L"\x80\x7FF\x800"},
@@ -23,10 +20,10 @@ TEST(Conversion, RoundTripsInTheDetectedEncoding) {
         {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"sv, TextEncoding::Utf8, {0xD800, 0xDC00, 0xDBFF, 0xDFFF}},
         {"\xE4\x80\x9F\x81\xFF"sv, TextEncoding::AnsiCodePage, {0xE4, 0x20AC, 0x178, 0x81, 0xFF}},
     };
-    for (const auto& each : cases) {
-        EXPECT_EQ(DetectEncoding(each.bytes), each.encoding) << testing::PrintToString(each.bytes);
-        EXPECT_EQ(Widen(each.bytes, each.encoding), each.units) << testing::PrintToString(each.bytes);
-        EXPECT_EQ(Narrow(each.units, each.encoding), each.bytes) << testing::PrintToString(each.bytes);
+    for (const auto& [bytes, encoding, units] : cases) {
+        EXPECT_EQ(DetectEncoding(bytes), encoding) << testing::PrintToString(bytes);
+        EXPECT_EQ(Widen(bytes, encoding), units) << testing::PrintToString(bytes);
+        EXPECT_EQ(Narrow(units, encoding), bytes) << testing::PrintToString(bytes);
     }
 }
 
@@ -60,23 +57,33 @@ TEST(FormatBounded, ReportsTruncation) {
     EXPECT_STREQ(field, L"");
 }
 
+TEST(Text, IsCutToFieldsMadePrintableAndCompared) {
+    wchar_t field[4] = {};
+    for (const auto& [text, cut] : {std::pair(L"abcd"sv, L"abc"), {L"ab\0c"sv, L"ab"}}) {
+        CopyCut(field, text);
+        EXPECT_STREQ(field, cut);
+    }
+    EXPECT_EQ(WithoutControls("\x1F ~\x7F\xC2\x80\xC2\x9F\xC2\xA0"sv), "  ~   \xC2\xA0");
+    EXPECT_TRUE(EqualIgnoringAsciiCase(L"aZ", L"Az"));
+    EXPECT_FALSE(EqualIgnoringAsciiCase(L"@[", L"`{") || StartsWithIgnoringAsciiCase(L"a", L"ab"));
+    char text[8] = "a\r\n\r";
+    EndWithOneNewline(text);
+    EXPECT_STREQ(text, "a\n");
+}
+
 TEST(NormalizeLineEnds, TurnsEveryLineEndIntoOneNewlineWithinTheCapacity) {
-    const struct {
-        std::string source;
-        std::size_t capacity;
-        const char* expected;
-    } cases[] = {
+    const std::tuple<std::string, std::size_t, const char*> cases[] = {
         {"a\r\nb\n\rc\rd\ne\r", 64, "a\nb\nc\nd\ne\n"},
         {"\r\n\r\n", 64, "\n\n"},
         {"\r\n\n", 64, "\n\n"},
         {"ab\r\ncd", 5, "ab\nc"},
         {"ab\r\ncd", 4, "ab\n"},
         {"ab", 1, ""},
-    };
-    for (const auto& each : cases) {
-        std::string text = each.source + std::string(64, '\0');
-        NormalizeLineEnds(text.data(), text.data(), each.capacity);
-        EXPECT_STREQ(text.c_str(), each.expected) << testing::PrintToString(each.source);
+        {"\n\na\r\r", 64, "\n\na\n\n"}};
+    for (const auto& [source, capacity, expected] : cases) {
+        std::string text = source + std::string(64, '\0');
+        NormalizeLineEnds(text.data(), text.data(), capacity);
+        EXPECT_STREQ(text.c_str(), expected) << testing::PrintToString(source);
     }
 }
 

@@ -213,7 +213,10 @@ TEST(Media, VolumesOfEachChannelCountShowOneValuePerVoxel) {
 TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
     const TempFolder folder;
     const auto grey = [](int, int) { return 0x808080; };
+    std::string deep = Bmp(4, 4, grey) + std::string(16, '\0');
+    deep[28] = 32;  // bits per pixel
     for (int face = 1; face < 6; ++face) {
+        folder.Write("deep_" + std::to_string(face) + ".bmp", face == 5 ? deep : Bmp(4, 4, grey));
         folder.Write("odd_" + std::to_string(face) + ".bmp", Bmp(face == 5 ? 8 : 4, face == 5 ? 8 : 4, grey));
         folder.Write("bad_" + std::to_string(face) + ".bmp", face == 3 ? "" : Bmp(4, 4, grey));
         folder.Write("oblong_" + std::to_string(face) + ".bmp", Bmp(8, 4, grey));
@@ -231,6 +234,7 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
         {Medium(0, "texture", "a\x1B[31m"), "a?[31m: it names no file"},
         {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
         {Medium(0, "cubemap", folder.Write("odd.bmp", Bmp(4, 4, grey))), "odd.bmp: its six faces"},
+        {Medium(0, "cubemap", folder.Write("deep.bmp", Bmp(4, 4, grey))), "deep.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("oblong.bmp", Bmp(8, 4, grey))), "oblong.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("gap.bmp", Bmp(4, 4, grey))), "gap.bmp: its six faces"},
         {Medium(0, "cubemap", folder.Write("bad.bmp", Bmp(4, 4, grey))), "bad.bmp: face 3: not a picture"},

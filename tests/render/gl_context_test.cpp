@@ -5,6 +5,7 @@
 
 #include <GL/glew.h>
 #include <GL/wglew.h>
+#include <gmock/gmock.h>
 
 #include <utility>
 
@@ -16,9 +17,13 @@
 namespace pixelforge::test {
 namespace {
 
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
 TEST(GlContext, NamesAreNotDeletedInAForeignContext) {
     Stage foreign;
-    foreign.LoadImage("c = vec4(1.0);").Show();
+    const std::vector<Input> keyboard = {{.ctype = "keyboard"}};
+    foreign.LoadImage("c = vec4(1.0);", keyboard).Start();
     const HGLRC foreignContext = wglGetCurrentContext();
     HeapRecord<GlRenderer> withoutWindow;
     HeapRecord<GlRenderer> onLostWindow;
@@ -27,25 +32,23 @@ TEST(GlContext, NamesAreNotDeletedInAForeignContext) {
         withoutWindow = CreateGlRenderer(nullptr, 64, 48);
         EXPECT_EQ(withoutWindow->contextReady, 1);
         EXPECT_FALSE(MakeRendererCurrent(*withoutWindow, nullptr)) << "no window to draw on";
-        WNDCLASSEXW hidden = {};
-        hidden.cbSize = sizeof(hidden);
-        EXPECT_FALSE(GetClassInfoExW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &hidden));
+        WNDCLASSW hidden = {};
+        EXPECT_FALSE(GetClassInfoW(GetModuleHandleW(nullptr), L"OGLHiddenWindowClass", &hidden));
         Stage stage;
-        stage.LoadImage("c = vec4(1.0);").Show();
-        onLostWindow = stage.Release();
+        stage.LoadImage("c = vec4(1.0);", keyboard).Start();
+        onLostWindow = std::move(stage.renderer);
     }
     DestroyGlRenderer(std::move(withoutWindow));
     DestroyGlRenderer(std::move(onLostWindow));
     ASSERT_EQ(wglGetCurrentContext(), foreignContext);
     // Created in the same order, the objects of all three have the same names.
-    const GlRenderer& left = foreign.Renderer();
+    const GlRenderer& left = *foreign.renderer;
     EXPECT_TRUE(glIsVertexArray(left.vertexArray.Get()));
     EXPECT_TRUE(glIsBuffer(left.vertexBuffer.Get()));
+    EXPECT_TRUE(glIsTexture(left.keyboard.texture.Get()));
     EXPECT_TRUE(glIsProgram(left.slots[7].program.Get()));
-    for (const PassTarget& target : left.slots[7].targets) {
-        EXPECT_TRUE(glIsTexture(target.texture.Get()));
-        EXPECT_TRUE(glIsFramebuffer(target.framebuffer.Get()));
-    }
+    EXPECT_TRUE(glIsTexture(left.slots[7].targets[1].texture.Get()));
+    EXPECT_TRUE(glIsFramebuffer(left.slots[7].targets[1].framebuffer.Get()));
 }
 
 /// Clears GLEW's entry points, as another instance's GL 1.1 driver would, so that calling one crashes.
@@ -56,20 +59,17 @@ void ClearEntryPoints() {
 }
 
 /// The driver reports a reset for one scope.
-class ResetScope {
-public:
-    ~ResetScope() { __glewGetGraphicsResetStatusARB = original_; }
-
-private:
-    PFNGLGETGRAPHICSRESETSTATUSARBPROC original_ =
+struct ResetScope {
+    ~ResetScope() { __glewGetGraphicsResetStatusARB = original; }
+    PFNGLGETGRAPHICSRESETSTATUSARBPROC original =
         std::exchange(__glewGetGraphicsResetStatusARB, []() -> GLenum { return GL_UNKNOWN_CONTEXT_RESET; });
 };
 
 TEST(GlContext, AnUnusableContextIsRefused) {
     Stage stage;
     const Picture picture = stage.LoadImage("c = vec4(1.0);").Show();
-    GlRenderer& renderer = stage.Renderer();
-    const auto makeCurrent = [&] { return MakeRendererCurrent(renderer, stage.Window().Handle()); };
+    GlRenderer& renderer = *stage.renderer;
+    const auto makeCurrent = [&] { return MakeRendererCurrent(renderer, stage.window.Handle()); };
     const auto expectRefusals = [&](bool evenToMakeCurrent = true) {
         const FrameParameters parameters{1, 0.25F};
         EXPECT_FALSE(evenToMakeCurrent && makeCurrent());
@@ -97,7 +97,7 @@ TEST(GlContext, AnUnusableContextIsRefused) {
     EXPECT_TRUE(makeCurrent()) << "the entry points are looked up again";
     EXPECT_EQ(stage.Frame().At(5, 5), picture.At(5, 5));
     ClearEntryPoints();
-    DestroyGlRenderer(stage.Release());
+    DestroyGlRenderer(std::move(stage.renderer));
 }
 
 TEST(GlContext, IsLostOnAResetWhereTheDriverReportsThem) {
@@ -106,9 +106,8 @@ TEST(GlContext, IsLostOnAResetWhereTheDriverReportsThem) {
     for (const bool known : {true, false}) {
         __WGLEW_ARB_create_context_robustness = known;
         Stage stage;
-        EXPECT_EQ(stage.Renderer().reportsResets, known || listed);
-        GLint flags = 0;
-        GLint strategy = 0;
+        EXPECT_EQ(stage.renderer->reportsResets, known || listed);
+        GLint flags = 0, strategy = 0;
         glGetIntegerv(GL_CONTEXT_FLAGS, &flags);
         glGetIntegerv(GL_RESET_NOTIFICATION_STRATEGY, &strategy);
         EXPECT_EQ((flags & GL_CONTEXT_FLAG_ROBUST_ACCESS_BIT) != 0, known || listed);
@@ -116,55 +115,36 @@ TEST(GlContext, IsLostOnAResetWhereTheDriverReportsThem) {
     }
 }
 
-std::string driverCalls;
-
-/// Notes each call of an entry point with a letter, for one scope.
-template <char kLetter, class... Arguments>
-class CallNote {
-public:
-    using Entry = void(GLAPIENTRY*)(Arguments...);
-    explicit CallNote(Entry& entry) : entry_(entry) {
-        original = std::exchange(entry, [](Arguments... arguments) {
-            driverCalls += kLetter;
-            original(arguments...);
-        });
-    }
-    ~CallNote() { entry_ = original; }
-
-private:
-    static inline Entry original;
-    Entry& entry_;
-};
-
-TEST(GlContext, AllPassesReachTheDriverBeforeTheFirstQuestion) {
-    Stage stage;
-    const CallNote<'c', GLuint> compile(__glewCompileShader);
-    const CallNote<'l', GLuint> link(__glewLinkProgram);
-    const CallNote<'s', GLuint, GLenum, GLint*> shaderState(__glewGetShaderiv);
-    const CallNote<'p', GLuint, GLenum, GLint*> programState(__glewGetProgramiv);
-    stage.Load(DocumentBuilder().Buffer('A', Body("c = p.xyxy;")).Image(Body("c = p.xyxy;"))).Show();
-    EXPECT_EQ(driverCalls.substr(0, driverCalls.find_first_of("sp")), "cccll") << driverCalls;
-}
-
 using GlErrors = StageTest;
 
-TEST_F(GlErrors, ALostContextIsNamedEvenAfterAnotherReason) {
-    stage_.Renderer().reportsResets = true;
-    ReportUndrawable(stage_.Renderer(), "x");
-    const ResetScope reset;
-    ReportUndrawable(stage_.Renderer(), "x");
-    ReportUndrawable(stage_.Renderer(), "x");
-    EXPECT_EQ(TakeLines(), (std::vector<std::string>{"Pixelforge: cannot draw: x",
-                                                     "Pixelforge: cannot draw: the OpenGL context is lost"}));
-}
-
-TEST_F(GlErrors, EachReportFetchesOneError) {
+TEST_F(GlErrors, EachIsReportedOnceAndALostContextEvenAfterAnotherReason) {
     glEnable(0xFFFF);
     EXPECT_EQ(ReportGlError(), 1280U);
-    const std::string line =
-        "GL_INVALID_ENUM: An unacceptable value is specified for an enumerated argument.";
-    EXPECT_EQ(TakeLines(), std::vector{line});
     EXPECT_EQ(ReportGlError(), 0U);
+    stage_.renderer->reportsResets = true;
+    ReportUndrawable(*stage_.renderer, "x");
+    const ResetScope reset;
+    ReportUndrawable(*stage_.renderer, "x");
+    ReportUndrawable(*stage_.renderer, "x");
+    EXPECT_THAT(
+        TakeLines(),
+        ElementsAre("GL_INVALID_ENUM: An unacceptable value is specified for an enumerated argument.",
+                    "Pixelforge: cannot draw: x", "Pixelforge: cannot draw: the OpenGL context is lost"));
+}
+
+TEST_F(GlErrors, PassesLinkBeforeTheFirstQuestionAndTheLinkersLogNamesThem) {
+    static std::string calls;
+    calls.clear();
+    static const auto link = __glewLinkProgram;
+    static const auto ask = __glewGetShaderiv;
+    __glewLinkProgram = [](GLuint program) { calls += "link ", link(program); };
+    __glewGetShaderiv = [](auto... question) { calls += "ask ", ask(question...); };
+    const std::string noBody = "void mainImage(out vec4 c, in vec2 p);";
+    EXPECT_FALSE(stage_.Load(DocumentBuilder().Buffer('B', noBody).Image(noBody)).Build());
+    EXPECT_EQ(calls.find("link link ask"), 0U) << calls;
+    EXPECT_EQ(stage_.reason, "Buffer B does not link, Image does not link");
+    EXPECT_THAT(TakeLines(), ElementsAre(MatchesRegex("Pixelforge: Buffer B: .*mainImage.*"),
+                                         MatchesRegex("Pixelforge: Image: .*mainImage.*")));
 }
 
 }  // namespace

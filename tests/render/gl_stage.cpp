@@ -3,8 +3,6 @@
 
 #include <GL/glew.h>
 
-#include <ostream>
-
 #include "base/load_error.h"
 #include "document/document_reader.h"
 #include "render/gl_context.h"
@@ -12,28 +10,22 @@
 
 namespace pixelforge::test {
 
-void PrintTo(const Color& color, std::ostream* out) {
-    *out << "(" << color.r << ", " << color.g << ", " << color.b << ", " << color.a << ")";
-}
-
 Color Picture::At(int x, int y) const {
-    const preview::FramePixels pixels = surface_.Pixels();
-    const std::uint32_t color = pixels.At(x, pixels.height - 1 - y);
-    const auto byte = [color](int shift) { return static_cast<int>(color >> shift & 0xFF); };
-    return Color{byte(16), byte(8), byte(0), byte(24)};
+    const auto bytes = Pixels().Row(Pixels().height - 1 - y).subspan(static_cast<std::size_t>(x) * 4, 4);
+    return {bytes[2], bytes[1], bytes[0], bytes[3]};
 }
 
 std::string Body(const std::string& body) {
     return "#define T(n) texelFetch(iChannel##n, ivec2(p), 0)\n" + MainImage(body);
 }
 
-Stage::Stage() {
-    renderer_->includes = includes_.get();
+Stage::Stage() : renderer(CreateGlRenderer(window.Handle(), 64, 48)) {
+    renderer->includes = includes.get();
 }
 
 Stage& Stage::Load(const DocumentBuilder& document) {
-    renderer_->document = ShaderDocument{};
-    ReadShaderDocument(document.Json().c_str(), renderer_->document);
+    renderer->document = ShaderDocument{};
+    ReadShaderDocument(document.Json().c_str(), renderer->document);
     return *this;
 }
 
@@ -42,22 +34,20 @@ Stage& Stage::LoadImage(const std::string& body, const std::vector<Input>& input
 }
 
 bool Stage::Build() {
-    if (!MakeRendererCurrent(*renderer_, window_.Handle())) {
-        return false;
-    }
-    reason_ = FailureOf([this] { BuildPassGraph(*renderer_); });
-    return reason_.empty();
+    MakeRendererCurrent(*renderer, window.Handle());
+    reason = FailureOf([this] { BuildPassGraph(*renderer); });
+    return reason.empty();
 }
 
 void Stage::Draw(float speed) {
     const FrameParameters parameters{1, speed};
-    EXPECT_TRUE(MakeRendererCurrent(*renderer_, window_.Handle()));
-    EXPECT_EQ(RenderFrame(renderer_.get(), &parameters, 1, 0, 0), 1);
+    EXPECT_TRUE(MakeRendererCurrent(*renderer, window.Handle()));
+    EXPECT_EQ(RenderFrame(renderer.get(), &parameters, 1, 0, 0), 1);
 }
 
 Picture Stage::Read() {
-    Picture picture(static_cast<int>(renderer_->resolution[0]), static_cast<int>(renderer_->resolution[1]));
-    EXPECT_EQ(ReadFrameIntoBitmap(renderer_.get(), PixelsOf(picture.Bitmap())), 1);
+    Picture picture(static_cast<int>(renderer->resolution[0]), static_cast<int>(renderer->resolution[1]));
+    EXPECT_EQ(ReadFrameIntoBitmap(renderer.get(), PixelsOf(picture.Bitmap())), 1);
     return picture;
 }
 
@@ -66,8 +56,12 @@ Picture Stage::Frame(float speed) {
     return Read();
 }
 
+void Stage::Start() {
+    EXPECT_TRUE(Build()) << reason;
+}
+
 Picture Stage::Show() {
-    EXPECT_TRUE(Build()) << Reason();
+    Start();
     return Frame();
 }
 
@@ -83,6 +77,7 @@ StageTest::StageTest() {
 }
 
 StageTest::~StageTest() {
+    SetSampleExponent(0);
     EXPECT_EQ(TakeLines(), std::vector<std::string>());
 }
 

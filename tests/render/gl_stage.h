@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <string>
 #include <vector>
 
@@ -17,22 +18,13 @@
 
 namespace pixelforge::test {
 
-struct Color {
-    int r, g, b, a;
-    bool operator==(const Color&) const = default;
-};
+/// Red, green, blue, alpha.
+using Color = std::array<int, 4>;
 
-void PrintTo(const Color& color, std::ostream* out);
-
-/// A 32-bit picture; as in a shader, y counts upward from the lowest row.
-class Picture {
-public:
-    Picture(int width, int height) : surface_(width, height) {}
-    HBITMAP Bitmap() const { return surface_.Bitmap(); }
+struct Picture : preview::HostSurface {
+    using HostSurface::HostSurface;
+    /// As in a shader, y counts upward from the lowest row.
     Color At(int x, int y) const;
-
-private:
-    preview::HostSurface surface_;
 };
 
 /// A `mainImage` with this body: `c` is the colour, `p` the coordinate, T(n) channel n's texel at `p`.
@@ -40,33 +32,27 @@ std::string Body(const std::string& body);
 
 /// One renderer on a window of 64 x 48 pixels. Its context is current from the start; each frame makes it
 /// current again.
-class Stage {
-public:
+struct Stage {
     Stage();
 
     Stage& Load(const DocumentBuilder& document);
     /// A document with only an Image pass of this body.
     Stage& LoadImage(const std::string& body, const std::vector<Input>& inputs = {});
 
+    /// False, with the reason, if the graph cannot be built.
     bool Build();
-    const std::string& Reason() const { return reason_; }
 
-    /// Draw a frame, read it back, or both; failures fail the test.
+    /// Build the graph, draw a frame, read it back, or do all; a failure fails the test.
+    void Start();
     void Draw(float speed = 0.25F);
     Picture Read();
     Picture Frame(float speed = 0.25F);
-    /// Builds the graph and returns the first frame.
     Picture Show();
 
-    preview::HostWindow& Window() { return window_; }
-    GlRenderer& Renderer() { return *renderer_; }
-    HeapRecord<GlRenderer> Release() { return std::move(renderer_); }
-
-private:
-    preview::HostWindow window_{64, 48};
-    HeapRecord<GlRenderer> renderer_ = CreateGlRenderer(window_.Handle(), 64, 48);
-    HeapRecord<IncludeContext> includes_ = NewHeapRecord<IncludeContext>();
-    std::string reason_;
+    preview::HostWindow window{64, 48};
+    HeapRecord<IncludeContext> includes = NewHeapRecord<IncludeContext>();
+    HeapRecord<GlRenderer> renderer;
+    std::string reason;
 };
 
 /// A test with a stage, whose driver leaves white in new render targets, as memory in use before may hold
@@ -81,12 +67,6 @@ protected:
 
     preview::DebugCapture output_;
     Stage stage_;
-};
-
-/// Sets the process's sample exponent for one scope; 0 afterwards.
-struct SampleScope {
-    explicit SampleScope(int exponent) { SetSampleExponent(exponent); }
-    ~SampleScope() { SetSampleExponent(0); }
 };
 
 }  // namespace pixelforge::test

@@ -1,0 +1,124 @@
+// Counts what the module acquires and releases through its imports over the whole life of instances.
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <dbghelp.h>
+
+#include <array>
+#include <filesystem>
+#include <map>
+#include <thread>
+
+#include "tests/end_to_end/module_run.h"
+#include "tests/end_to_end/temp_folder.h"
+
+namespace pixelforge::test {
+namespace {
+
+template <class... Names>
+constexpr std::array<std::string_view, sizeof...(Names)> List(Names... names) {
+    return {names...};
+}
+
+/// Functions that the module imports or asks OpenGL for: one that acquires, then the one that releases.
+constexpr auto kCalls =
+    List("malloc", "free", "calloc", "free", "realloc", "free", "GlobalAlloc", "GlobalFree", "CreateFileW",
+         "CloseHandle", "CreateEventW", "CloseHandle", "CreateDIBSection", "DeleteObject",
+         "CreateCompatibleDC", "DeleteDC", "GetDC", "ReleaseDC", "SetPropW", "RemovePropW", "InternetOpenW",
+         "InternetCloseHandle", "wglCreateContext", "wglDeleteContext", "wglCreateContextAttribsARB",
+         "wglDeleteContext", "glGenTextures", "glDeleteTextures", "glGenSamplers", "glDeleteSamplers",
+         "glGenFramebuffers", "glDeleteFramebuffers", "glGenBuffers", "glDeleteBuffers", "glGenVertexArrays",
+         "glDeleteVertexArrays", "glCreateProgram", "glDeleteProgram", "glCreateShader", "glDeleteShader");
+
+/// Of this thread, as others may be in the middle of their work; by the function that would release.
+thread_local std::map<std::string_view, int> unreleased;
+
+using Word = std::uintptr_t;
+/// With as many words as any of the functions has parameters; the others ignore the rest.
+using Function = Word (*)(Word, Word, Word, Word, Word, Word, Word);
+
+template <std::size_t kCall>
+Function original = nullptr;
+
+template <std::size_t kCall>
+Word Count(Word a, Word b, Word c, Word d, Word e, Word f, Word g) {
+    constexpr std::string_view name = kCalls[kCall];
+    const Word result = original<kCall>(a, b, c, d, e, f, g);
+    const bool succeeded = result + 1 > 1 && (name != "realloc" || a == 0);  // 0 and -1 are failures
+    if (name.starts_with("gl") || name == "ReleaseDC" || (kCall % 2 == 0 ? succeeded : a != 0)) {
+        unreleased[kCalls[kCall | 1]] += kCall % 2 == 0 ? 1 : -1;
+    }
+    return result;
+}
+
+/// Returns the counting version of a function, or the function itself if it is not counted.
+template <std::size_t kCall = 0>
+Word Counted(std::string_view name, Word function) {
+    if constexpr (kCall < kCalls.size()) {
+        if (function == 0 || name != kCalls[kCall]) {
+            return Counted<kCall + 1>(name, function);
+        }
+        original<kCall> = reinterpret_cast<Function>(function);
+        return reinterpret_cast<Word>(&Count<kCall>);
+    }
+    return function;
+}
+
+void CountImportsOf(HMODULE module) {
+    const auto base = reinterpret_cast<Word>(module);
+    ULONG size = 0;
+    const void* imports = ImageDirectoryEntryToData(module, TRUE, IMAGE_DIRECTORY_ENTRY_IMPORT, &size);
+    for (auto* library = static_cast<const IMAGE_IMPORT_DESCRIPTOR*>(imports); library->Name; ++library) {
+        const auto* names = reinterpret_cast<const Word*>(base + library->OriginalFirstThunk);
+        for (auto* entry = reinterpret_cast<Word*>(base + library->FirstThunk); *entry; ++entry, ++names) {
+            const std::string_view name = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + *names)->Name;
+            DWORD protection = 0;
+            VirtualProtect(entry, sizeof(*entry), PAGE_READWRITE, &protection);
+            const auto find = [](const char* gl) {
+                return Counted(gl, reinterpret_cast<Word>(wglGetProcAddress(gl)));
+            };
+            *entry = name == "wglGetProcAddress" ? reinterpret_cast<Word>(+find) : Counted(name, *entry);
+        }
+    }
+}
+
+/// Fails once, then pre-initialises and loads twice with every kind of input.
+void UseInstances(const preview::ModuleLibrary& library) {
+    EXPECT_EQ(ModuleRun("no document", {}, library).Frames(2), FrameResult::Failed);
+    const std::string media = PIXELFORGE_SOURCE_DIR "/examples/media/";
+    const std::string white = MainImage("c = vec4(1);");
+    const std::vector<Input> live = {
+        {.ctype = "keyboard"}, {.channel = 1, .ctype = "music"}, {.channel = 2, .ctype = "webcam"}};
+    const std::vector<Input> files = {{},
+                                      {.channel = 1, .ctype = "texture", .src = media + "room.png"},
+                                      {.channel = 2, .ctype = "cubemap", .src = media + "evening.png"},
+                                      {.channel = 3, .ctype = "volume", .src = media + "clouds.bin"}};
+    const std::string document = DocumentBuilder().Buffer('A', white, live).Image(white, files).Json();
+    ModuleRun run(document, {}, library);
+    run.Session().Control("Multi-Sample")->whole.value[0] = 1;
+    EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+    EXPECT_TRUE(run.Session().Refit(40, 24));
+    EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+    EXPECT_EQ(run.Words(), "");
+}
+
+/// Its own copy of the module, which no other test keeps loaded.
+TEST(Census, InstancesReleaseAllThatTheyAcquire) {
+    const TempFolder folder;
+    const std::filesystem::path path = folder.Path() / "Census.dll";
+    std::filesystem::copy_file(preview::ModulePathBesideProgram(), path);
+    std::thread([&path] {
+        const preview::ModuleLibrary library(path.wstring());
+        CountImportsOf(GetModuleHandleW(path.c_str()));
+        UseInstances(library);
+        EXPECT_EQ(unreleased.size(), 15U) << "not everything was counted";
+        for (const auto& [release, count] : unreleased) {
+            EXPECT_EQ(count, release == "GlobalFree" ? 1 : 0)
+                << release << ", 1 for this thread's exceptions";
+        }
+    }).join();
+}
+
+}  // namespace
+}  // namespace pixelforge::test
