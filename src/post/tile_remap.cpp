@@ -95,8 +95,8 @@ void CopyReversed(const std::byte* end, std::size_t count, std::byte* output) no
     }
 }
 
-/// Copies past the cache: storing there would first read what `output` held, half as much again as a copy
-/// moves. Only the ends that are no whole groups in `output` are stored in the cache.
+/// Copies past the cache, which would first read what `output` holds. Only the ends of `output` outside whole
+/// groups go through the cache.
 void StreamPixels(const std::byte* from, std::size_t count, std::byte* output) noexcept {
     const std::size_t bytes = count * kPixelBytes;
     std::size_t i = std::min<std::size_t>(bytes, -reinterpret_cast<std::uintptr_t>(output) % kGroupBytes);
@@ -111,8 +111,8 @@ void StreamPixels(const std::byte* from, std::size_t count, std::byte* output) n
 /// The source columns of a strip of the output. Tiles across mostly repeat, mirrored ones in reverse, but not
 /// where rounding places their edges differently: only what the columns themselves show is used.
 struct Strip {
-    Strip(const TileAxis& across, std::int32_t left) noexcept
-        : width(static_cast<std::size_t>(std::min(across.outputSize - left, kStripColumns))) {
+    Strip(const TileAxis& across, std::int32_t left, std::int32_t columnCount) noexcept
+        : width(static_cast<std::size_t>(columnCount)) {
         for (std::size_t x = 0; x < width; ++x) {
             const std::int32_t column = across.SourceIndex(left + static_cast<std::int32_t>(x));
             columns[x] = static_cast<std::uint32_t>(column);
@@ -204,8 +204,9 @@ std::int32_t TileRemap(const PixelView& destination, const ConstPixelView& sourc
     const bool flip = grid.flipOddTiles != 0;
     const TileAxis across = {destination.width, grid.tilesX, grid.frameWidth, source.width, flip};
     const TileAxis down = {destination.height, grid.tilesY, grid.frameHeight, source.height, flip};
-    for (std::int32_t left = 0; left < destination.width; left += kStripColumns) {
-        RemapStrip(Strip(across, left), down, source,
+    for (std::int32_t left = 0, width = 0; left < destination.width; left += width) {
+        width = std::min(destination.width - left, kStripColumns);
+        RemapStrip(Strip(across, left, width), down, source,
                    At(static_cast<std::byte*>(destination.bits), static_cast<std::size_t>(left)),
                    static_cast<std::size_t>(destination.width));
     }
