@@ -2,7 +2,6 @@
 #include "post/bitmap_adapter.h"
 
 #include <algorithm>
-#include <limits>
 
 #include "post/tile_remap.h"
 
@@ -25,9 +24,8 @@ std::uint64_t PixelCount(const BITMAP* bitmap) noexcept {
 }  // namespace
 
 std::uint32_t SharedPixelCount(const BITMAP* first, const BITMAP* second) noexcept {
-    const std::uint64_t shared = std::min(PixelCount(first), PixelCount(second));
     return static_cast<std::uint32_t>(
-        std::min<std::uint64_t>(shared, std::numeric_limits<std::uint32_t>::max()));
+        std::min({PixelCount(first), PixelCount(second), std::uint64_t{UINT32_MAX}}));
 }
 
 std::int32_t TileRemap(const BITMAP* destination, const BITMAP* source, std::uint64_t, std::uint64_t,

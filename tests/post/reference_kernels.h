@@ -11,10 +11,7 @@ namespace pixelforge::reference {
 
 inline void ForegroundCopy(const std::uint32_t* source, std::uint32_t* destination, std::uint32_t count) {
     for (std::uint32_t i = 0; i < count; ++i) {
-        const std::uint32_t rgb = source[i] & 0xFFFFFF;
-        if (rgb != 0) {
-            destination[i] = rgb;
-        }
+        destination[i] = (source[i] & 0xFFFFFF) != 0 ? source[i] & 0xFFFFFF : destination[i];
     }
 }
 
@@ -30,29 +27,21 @@ inline void LevelCopy(const std::uint32_t* source, std::uint32_t* destination, s
 }
 
 inline std::int32_t Truncate(float value) {
-    return static_cast<std::int32_t>(
-        std::clamp(std::trunc(static_cast<double>(value)), -2147483648.0, 2147483647.0));
+    return static_cast<std::int32_t>(std::clamp(double{value}, -2147483648.0, 2147483647.0));
 }
 
 /// One axis: the source coordinate for output coordinate `x`. The multiply-add rounds twice.
-inline std::int64_t SourceCoordinate(std::int32_t x, float tileWidth, std::int32_t flipOddTiles,
-                                     std::int32_t frameWidth, std::int32_t sourceWidth) {
-    const float qx = static_cast<float>(x) / tileWidth;
-    float wholePart = 0;
-    const float fx = std::modf(qx, &wholePart);
-    float lx = fx * tileWidth;
-    const std::int32_t tx = Truncate(qx);
-    if (flipOddTiles != 0 && (tx & 1) != 0) {
-        const float product = -fx * tileWidth;
-        lx = product + tileWidth;
+inline std::int64_t SourceCoordinate(std::int32_t x, float tileSize, std::int32_t flipOddTiles,
+                                     std::int32_t frameSize, std::int64_t sourceSize) {
+    const float position = static_cast<float>(x) / tileSize;
+    const float fraction = position - std::trunc(position);
+    float inside = fraction * tileSize;
+    if (flipOddTiles != 0 && (Truncate(position) & 1) != 0) {
+        inside = -fraction * tileSize + tileSize;
     }
-    const float scaled = lx * static_cast<float>(frameWidth);
-    const float ratio = scaled / tileWidth;
-    const std::int64_t s = Truncate(ratio + 0.5F);
-    const std::int64_t n = sourceWidth;
-    const std::int64_t r = (s < 0 ? -s : s) % n;
-    const std::int64_t q = s / n;
-    return (q & 1) != 0 ? n - 1 - r : r;
+    const std::int64_t s = Truncate(inside * static_cast<float>(frameSize) / tileSize + 0.5F);
+    const std::int64_t rest = (s < 0 ? -s : s) % sourceSize;
+    return (s / sourceSize & 1) != 0 ? sourceSize - 1 - rest : rest;
 }
 
 inline void TileRemap(const PixelView& destination, const ConstPixelView& source, const TileGrid& grid) {
@@ -62,11 +51,11 @@ inline void TileRemap(const PixelView& destination, const ConstPixelView& source
     const float tileHeight = static_cast<float>(destination.height) / static_cast<float>(grid.tilesY);
     for (std::int32_t y = 0; y < destination.height; ++y) {
         for (std::int32_t x = 0; x < destination.width; ++x) {
-            const std::int64_t sx =
+            const auto column =
                 SourceCoordinate(x, tileWidth, grid.flipOddTiles, grid.frameWidth, source.width);
-            const std::int64_t sy =
+            const auto row =
                 SourceCoordinate(y, tileHeight, grid.flipOddTiles, grid.frameHeight, source.height);
-            output[std::int64_t{y} * destination.width + x] = input[sy * source.width + sx];
+            *output++ = input[row * source.width + column];
         }
     }
 }

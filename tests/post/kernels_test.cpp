@@ -1,0 +1,168 @@
+// Pixel kernels against their reference implementations, at any alignment, between guard bytes.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <random>
+#include <vector>
+
+#include "post/compositing.h"
+#include "post/tile_remap.h"
+#include "tests/post/reference_kernels.h"
+
+namespace pixelforge {
+namespace {
+
+using Pixels = std::vector<std::uint32_t>;
+
+/// The same sequence on every run and in every build.
+using Random = std::independent_bits_engine<std::mt19937, 32, std::uint32_t>;
+
+std::int32_t Between(Random& random, std::int32_t low, std::int32_t high) {
+    return low + static_cast<std::int32_t>(random() % static_cast<std::uint32_t>(high - low + 1));
+}
+
+/// One third black with random alpha, one third with a single dark channel, the rest arbitrary.
+Pixels RandomPixels(Random& random, std::size_t count) {
+    Pixels pixels(count);
+    for (std::uint32_t& pixel : pixels) {
+        const std::uint32_t any = random();
+        const std::uint32_t masks[] = {0xFF000000, 0xFF000001U << (any >> 30) * 8, 0xFFFFFFFF};
+        pixel = any & masks[random() % 3];
+    }
+    return pixels;
+}
+
+constexpr std::size_t kGuardBytes = 64;
+
+/// A copy of pixels from byte `start` on (at least `kGuardBytes`), between guard bytes.
+std::vector<std::uint8_t> Guarded(const Pixels& pixels, std::size_t start) {
+    std::vector<std::uint8_t> bytes(start + pixels.size() * 4 + kGuardBytes, 0xA5);
+    std::memcpy(bytes.data() + start, pixels.data(), pixels.size() * 4);
+    return bytes;
+}
+
+constexpr std::uint32_t kDivisors[] = {1, 2, 3, 7, 16, 255, 256, 764, 765, 766, 0x7FFFFFFF, 0xFFFFFFFF};
+
+TEST(Compositing, MatchesReferenceAtEverySizeAndAlignment) {
+    Random random(1);
+    for (std::uint32_t round = 0; round < 600; ++round) {
+        const std::uint32_t count = round < 70 ? round + 1 : 1 + random() % 5000;
+        const Pixels source = RandomPixels(random, count);
+        const Pixels host = RandomPixels(random, count);
+        const std::uint32_t divisor = kDivisors[round % std::size(kDivisors)];
+        std::vector<Pixels> expected(3, host);
+        reference::ForegroundCopy(source.data(), expected[0].data(), count);
+        reference::LevelCopy(source.data(), expected[1].data(), count, divisor, 0);
+        reference::LevelCopy(source.data(), expected[2].data(), count, divisor, -5);
+        const std::size_t start = kGuardBytes + random() % 33;
+        const std::size_t sourceStart = kGuardBytes + random() % 33;
+        const auto from = Guarded(source, sourceStart);
+        const void* const bits = from.data() + sourceStart;
+        std::vector to(3, Guarded(host, start));
+        ASSERT_EQ(ForegroundCopy(bits, to[0].data() + start, count), 1);
+        ASSERT_EQ(LevelCopy(bits, to[1].data() + start, count, divisor, 0), 1);
+        ASSERT_EQ(LevelCopy(bits, to[2].data() + start, count, divisor, -5), 1);
+        for (std::size_t form = 0; form < 3; ++form) {
+            ASSERT_TRUE(to[form] == Guarded(expected[form], start)) << form << '/' << count << '/' << divisor;
+        }
+    }
+}
+
+TEST(Compositing, DividesEverySumByEveryDivisorExactly) {
+    Pixels sums(766);
+    for (std::uint32_t sum = 0; sum < sums.size(); ++sum) {
+        sums[sum] = 0x7F000000 | (sum + 2) / 3 << 16 | (sum + 1) / 3 << 8 | sum / 3;
+    }
+    for (std::uint32_t divisor = 1; divisor <= 800; ++divisor) {
+        Pixels levels(sums.size(), 0xDEADBEEF);
+        Pixels expected = levels;
+        reference::LevelCopy(sums.data(), expected.data(), 766, divisor, 0);
+        ASSERT_EQ(LevelCopy(sums.data(), levels.data(), 766, divisor, 0), 1);
+        ASSERT_EQ(levels, expected) << divisor;
+    }
+}
+
+struct Size {
+    std::int32_t width;
+    std::int32_t height;
+    std::size_t Area() const { return static_cast<std::size_t>(width) * static_cast<std::size_t>(height); }
+};
+
+void ExpectEqualsFormula(Random& random, Size output, Size input, const TileGrid& grid) {
+    const Pixels source = RandomPixels(random, input.Area());
+    Pixels expected(output.Area());
+    reference::TileRemap({expected.data(), output.width, output.height},
+                         {source.data(), input.width, input.height}, grid);
+    const std::size_t start = kGuardBytes + random() % 33;
+    const std::size_t sourceStart = kGuardBytes + random() % 33;
+    const auto from = Guarded(source, sourceStart);
+    auto to = Guarded(Pixels(output.Area(), 0xDEADBEEF), start);
+    const PixelView view = {to.data() + start, output.width, output.height};
+    ASSERT_EQ(TileRemap(view, {from.data() + sourceStart, input.width, input.height}, grid), 1);
+    ASSERT_TRUE(to == Guarded(expected, start))
+        << output.width << "x" << output.height << " from " << input.width << "x" << input.height
+        << ", frame " << grid.frameWidth << "x" << grid.frameHeight << ", tiles " << grid.tilesX << "x"
+        << grid.tilesY << ", flip " << grid.flipOddTiles;
+}
+
+// One third are a few rows or a column of display length, where rounding matters next to tile edges; one
+// third have tiles of whole pixels, which repeat.
+TEST(TileRemap, MatchesReferenceOnRandomPictures) {
+    Random random(2);
+    const auto anySize = [&random] {
+        const Size sizes[] = {{Between(random, 1, 300), Between(random, 1, 300)},
+                              {Between(random, 300, 9000), Between(random, 1, 4)},
+                              {1, Between(random, 300, 9000)}};
+        return sizes[std::max(Between(random, -3, 2), 0)];
+    };
+    for (int round = 0; round < 900; ++round) {
+        const Size tiles = {Between(random, 1, 32), Between(random, 1, 32)};
+        Size output = anySize();
+        if (round % 3 == 1) {
+            output = {tiles.width * Between(random, 1, 12), tiles.height * Between(random, 1, 12)};
+        }
+        const Size frame = round % 2 != 0 ? output : anySize();
+        const Size input = round % 4 == 3 ? anySize() : frame;
+        const TileGrid grid = {frame.width, frame.height, tiles.width, tiles.height,
+                               round % 5 < 2 ? 0 : Between(random, -1, 1)};
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualsFormula(random, output, input, grid));
+    }
+}
+
+TEST(TileRemap, MatchesReferenceOnExtremeSizes) {
+    Random random(4);
+    const std::int32_t extremes[] = {INT_MIN, INT_MIN + 1, -65537, -300,    -1,       0,           1,
+                                     2,       299,         65536,  1000003, 16777217, INT_MAX - 1, INT_MAX};
+    for (const std::int32_t frame : extremes) {
+        for (const std::int32_t tiles : extremes) {
+            const TileGrid grid = {frame, Between(random, 0, 1) != 0 ? INT_MAX : -(frame / 2),
+                                   tiles < 1 ? 3 : tiles, tiles < 1 ? 5 : INT_MAX - tiles + 1, 1};
+            const Size input = {Between(random, 1, 40), Between(random, 1, 40)};
+            ASSERT_NO_FATAL_FAILURE(ExpectEqualsFormula(random, {61, 37}, input, grid));
+        }
+    }
+}
+
+TEST(Kernels, RejectInvalidArgumentsWithoutWriting) {
+    const std::uint32_t in = 7;
+    std::uint32_t out = 42;
+    EXPECT_EQ(ForegroundCopy(nullptr, &out, 1) | LevelCopy(nullptr, &out, 1, 1, 0), 0) << "no source";
+    EXPECT_EQ(ForegroundCopy(&in, nullptr, 1) | LevelCopy(&in, nullptr, 1, 1, 0), 0);
+    EXPECT_EQ(ForegroundCopy(&in, &out, 0) | LevelCopy(&in, &out, 0, 1, 0), 0) << "no pixels";
+    EXPECT_EQ(LevelCopy(&in, &out, 1, 0, 0), 0) << "divisor 0";
+    for (const std::int32_t bad : {0, -1, INT_MIN}) {
+        for (int place = 0; place < 6; ++place) {
+            std::int32_t n[6] = {1, 1, 1, 1, 1, 1};
+            n[place] = bad;
+            EXPECT_EQ(TileRemap({&out, n[0], n[1]}, {&in, n[2], n[3]}, {1, 1, n[4], n[5], 0}), 0);
+        }
+    }
+    const TileGrid one = {1, 1, 1, 1, 0};
+    EXPECT_EQ(TileRemap({nullptr, 1, 1}, {&in, 1, 1}, one) | TileRemap({&out, 1, 1}, {nullptr, 1, 1}, one),
+              0);
+    EXPECT_EQ(out, 42U);
+}
+
+}  // namespace
+}  // namespace pixelforge
