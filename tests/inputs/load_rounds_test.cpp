@@ -123,6 +123,7 @@ TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
             kSound.Resume();
             EXPECT_TRUE(WaitUntil([&] { return kSound.Count("objects") == counts[0]; }));
         }
+        EXPECT_TRUE(WaitUntil([] { return !GetModuleHandleW(L"Pixelforge.dll"); }));
         ExpectThreads(threads);
     }
     counts = Counts();  // the terminated thread's objects are lost
