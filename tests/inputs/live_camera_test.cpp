@@ -1,13 +1,15 @@
 // The camera picture in a webcam channel, and every way a camera can fail.
 #include <gtest/gtest.h>
 
+#include <thread>
+
+#include "base/win_handles.h"
+#include "inputs/webcam_capture.h"
+#include "preview/documents/shader_source.h"
 #include "tests/inputs/live_run.h"
 
 namespace pixelforge::test {
 namespace {
-
-constexpr std::int32_t kWidth = 64;
-constexpr std::int32_t kHeight = 48;
 
 /// Draws the webcam channel, except for the first column, which shows the channel's resolution.
 const char* const kBody =
@@ -19,25 +21,34 @@ using Colours = std::vector<std::uint32_t>;
 const Colours kFullPicture = {0x0000FF, 0xFFFFFF, 0xFF0000, 0x00FF00};
 const Colours kBlack = {0, 0, 0, 0};
 
-/// The colours at the centres of the four quarters: lower left, lower right, upper left, upper right.
-Colours Quarters(const LiveRun& run) {
-    return {run.Pixel(kWidth / 4, kHeight / 4), run.Pixel(kWidth * 3 / 4, kHeight / 4),
-            run.Pixel(kWidth / 4, kHeight * 3 / 4), run.Pixel(kWidth * 3 / 4, kHeight * 3 / 4)};
-}
+class LiveCamera : public DeviceTest {
+protected:
+    LiveCamera() {
+        WaitForSingleObject(turn_.Get(), INFINITE);
+        kSound.Set("gone=1");
+    }
+    ~LiveCamera() override { ReleaseMutex(turn_.Get()); }
 
-void ExpectPicture(const std::string& settings, const Colours& quarters) {
-    SCOPED_TRACE(settings);
-    SetCamera("pattern=quadrants;" + settings);
-    LiveRun run("webcam", kBody, kWidth, kHeight);
-    run.DrawUntil([&] { return quarters != kBlack && Quarters(run) == quarters; },
-                  quarters == kBlack ? 400 : 6000);
-    EXPECT_EQ(Quarters(run), quarters);
-    EXPECT_EQ(run.Pixel(0, 0), 0x804800U) << "iChannelResolution is not 1280 x 720";
-    run.Close();
-    EXPECT_EQ(CameraObjects(), 0);
-}
+    /// The colours at the centres of the four quarters: lower left, lower right, upper left, upper right.
+    void ExpectPicture(const std::string& settings, const Colours& quarters) {
+        SCOPED_TRACE(settings);
+        kCamera.Set("pattern=quadrants;" + settings);
+        LiveRun run("webcam", kBody);
+        EXPECT_EQ(run.Frame(), FrameResult::Drawn);
+        const Colours drawn = {run.Pixel(kWidth / 4, kHeight / 4), run.Pixel(kWidth * 3 / 4, kHeight / 4),
+                               run.Pixel(kWidth / 4, kHeight * 3 / 4),
+                               run.Pixel(kWidth * 3 / 4, kHeight * 3 / 4)};
+        EXPECT_EQ(drawn, quarters);
+        EXPECT_EQ(run.Pixel(0, 0), 0x804800U) << "iChannelResolution is not 1280 x 720";
+    }
 
-TEST(LiveCamera, ShowsFirst640x480PixelsOfEveryFormat) {
+private:
+    /// One test at a time: all programs share the system's device list.
+    const UniqueKernelHandle turn_{CreateMutexW(nullptr, FALSE, L"Pixelforge camera double")};
+    const preview::ModuleLibrary loaded_;  ///< keeps the module's state between instances
+};
+
+TEST_F(LiveCamera, ShowsFirst640x480PixelsOfEveryFormat) {
     for (const char* form :
          {"image=32", "image=24", "topdown=1", "image=24;topdown=1", "formats=1280x480,640x960,640x480"}) {
         ExpectPicture(form, kFullPicture);
@@ -47,14 +58,14 @@ TEST(LiveCamera, ShowsFirst640x480PixelsOfEveryFormat) {
     ExpectPicture("formats=320x240", {0x00FF00, 0, 0, 0});
 }
 
-TEST(LiveCamera, StaysOffIfTheShaderDoesNotCompile) {
-    SetCamera("");
-    LiveRun run("webcam", "c = no_such_colour;", kWidth, kHeight);
+TEST_F(LiveCamera, StaysOffIfTheShaderDoesNotCompile) {
+    const long calls = kCamera.Count("any");
+    LiveRun run("webcam", "c = no_such_colour;");
     EXPECT_EQ(run.Frame(), FrameResult::Failed);
-    EXPECT_EQ(CameraObjects(), 0);
+    EXPECT_EQ(kCamera.Count("any"), calls);
 }
 
-TEST(LiveCamera, FaultsNeitherStopFramesNorLeak) {
+TEST_F(LiveCamera, FaultsNeitherStopFramesNorLeak) {
     // The last block is one byte short of the header and 640 x 480 x 4.
     for (const char* fault : {"device=none", "device=nameless", "fail=renderer", "fail=windowless",
                               "fail=config", "fail=position", "fail=camera", "fail=enumpins", "fail=pin",
@@ -67,25 +78,65 @@ TEST(LiveCamera, FaultsNeitherStopFramesNorLeak) {
                                  "formattype=other;formats=640x480", "block=1228840"}) {
         ExpectPicture(harmless, kFullPicture);
     }
+    // Formats that are not read are not chosen, either.
+    for (const char* unread : {"formattype=other", "formatbytes=87"}) {
+        ExpectPicture(unread, {0x00FF00, 0, 0, 0});
+    }
 }
 
-TEST(LiveCamera, PictureChangesOnEverySixteenthFrame) {
-    SetCamera("pattern=quadrants");
-    LiveRun run("webcam", kBody, kWidth, kHeight);
-    ASSERT_TRUE(run.DrawUntil([&] { return Quarters(run) == kFullPicture; }, 6000));
-    SetCamera("pattern=scene");
-    int frames = 0;
-    int changes = 0;
-    std::uint32_t last = run.Pixel(20, 30);
-    run.DrawUntil(
-        [&] {
-            changes += run.Pixel(20, 30) != last;
-            last = run.Pixel(20, 30);
-            return ++frames == 48;
-        },
-        10000);
-    EXPECT_GE(changes, 1);
-    EXPECT_LE(changes, 3);
+TEST_F(LiveCamera, TakesASnapshotForTheFirstAndEverySixteenthFrame) {
+    kCamera.Set("");
+    for (int load = 0; load < 2; ++load) {
+        const long before = kCamera.Count("image");
+        LiveRun run("webcam", kBody);
+        for (int frame = 0; frame < 20; ++frame) {
+            EXPECT_EQ(run.Frame(), FrameResult::Drawn);
+            EXPECT_EQ(kCamera.Count("image") - before, frame / 16 + 1)
+                << "load " << load << ", frame " << frame;
+        }
+    }
+}
+
+/// The camera's double updates the device list when the module creates its renderer.
+TEST_F(LiveCamera, AbsentDevicesAreWarnedOf) {
+    for (const std::string sound : {"", "gone=1", "fail=create"}) {
+        for (const std::string camera : {"", "device=none"}) {
+            kSound.Set("gone=1");
+            kCamera.Set(camera);
+            LiveRun("webcam", "c = vec4(1);").Frame();
+            kSound.Set(sound);
+            std::string ends;
+            for (const std::string& warning :
+                 preview::ReadShaderSource(L"" PIXELFORGE_SOURCE_DIR "/examples/kinds.json", {}, "")
+                     .warnings) {
+                ends += warning.substr(warning.rfind(": "));
+            }
+            EXPECT_EQ(ends, (sound.empty() ? "" : ": there is no sound output device") +
+                                std::string(camera.empty() ? "" : ": there is no camera"));
+        }
+    }
+}
+
+/// False in the apartment that all threads without one share.
+bool IsInOwnApartment() {
+    APTTYPE type = APTTYPE_MTA;
+    APTTYPEQUALIFIER qualifier = {};
+    return SUCCEEDED(CoGetApartmentType(&type, &qualifier)) && type != APTTYPE_MTA;
+}
+
+TEST_F(LiveCamera, LeavesItsOwnApartmentAndNoOther) {
+    kCamera.Set("");
+    std::thread([] {  // the system may have put the main thread into one
+        EXPECT_TRUE(LoadWebcam());
+        EXPECT_TRUE(IsInOwnApartment());
+        UnloadWebcam();
+        EXPECT_FALSE(IsInOwnApartment());
+        const ComApartment apartment;
+        std::thread(LoadWebcam).join();
+        UnloadWebcam();
+        EXPECT_TRUE(IsInOwnApartment());
+    })
+        .join();
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Loads the module for one test and draws the sound and picture of the device doubles.
+// The device doubles as tests see them, and a module that draws their sound and picture.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -6,93 +6,91 @@
 #include <windows.h>
 
 #include <cstdint>
-#include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "preview/host/module_library.h"
 #include "tests/end_to_end/module_run.h"
-#include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
 
-/// The doubles reread their settings on every call.
-inline void SetSound(const std::string& settings) {
-    SetEnvironmentVariableA("PIXELFORGE_SOUND", settings.c_str());
-}
+struct DeviceDouble {
+    const char* settings;
+    const wchar_t* library;
 
-inline void SetCamera(const std::string& settings) {
-    SetEnvironmentVariableA("PIXELFORGE_CAMERA", settings.c_str());
-}
+    /// A double rereads its settings in every call.
+    void Set(const std::string& text) const { SetEnvironmentVariableA(settings, text.c_str()); }
 
-/// Calls a counter that a double exports; 0 while the double is not loaded.
-inline long DoubleCounter(const wchar_t* library, const char* function) {
-    const HMODULE module = GetModuleHandleW(library);
-    if (!module) {
-        return 0;
+    /// See the double's exports.
+    long Count(const char* name) const {
+        return reinterpret_cast<long (*)(const char*)>(Export("DoubleCount"))(name);
     }
-    return reinterpret_cast<long (*)()>(reinterpret_cast<void (*)()>(GetProcAddress(module, function)))();
+    void Resume() const { Export("DoubleResume")(); }
+
+private:
+    using Function = void (*)();
+
+    /// The double stays loaded, so that its counters last.
+    Function Export(const char* name) const {
+        return reinterpret_cast<Function>(GetProcAddress(LoadLibraryW(library), name));
+    }
+};
+
+inline constexpr DeviceDouble kSound = {"PIXELFORGE_SOUND", L"sound_double.dll"};
+inline constexpr DeviceDouble kCamera = {"PIXELFORGE_CAMERA", L"camera_double.dll"};
+
+/// False after half a minute.
+template <class Condition>
+bool WaitUntil(const Condition& condition) {
+    for (int wait = 0; wait < 1500 && !condition(); ++wait) {
+        Sleep(20);
+    }
+    return condition();
 }
 
-/// Live COM objects of each double; a terminated thread leaves its objects.
-inline long SoundObjects() {
-    return DoubleCounter(L"sound_double.dll", "SoundDoubleObjects");
-}
+/// A test fails if it leaves objects or task memory of the doubles, or breaks the rules of their interfaces.
+class DeviceTest : public testing::Test {
+protected:
+    static std::vector<long> Counts() {
+        return {kSound.Count("objects"), kSound.Count("misuse"), kCamera.Count("objects"),
+                kCamera.Count("misuse")};
+    }
 
-/// Calls of the sound double's methods so far.
-inline long SoundCalls() {
-    return DoubleCounter(L"sound_double.dll", "SoundDoubleCalls");
-}
+    ~DeviceTest() override { EXPECT_EQ(Counts(), counts) << "sound objects, misuses; camera's"; }
 
-inline long CameraObjects() {
-    return DoubleCounter(L"camera_double.dll", "CameraDoubleObjects");
-}
+    std::vector<long> counts = Counts();  ///< at the start
+};
+
+/// Pixels of all frames: the width of a spectrum.
+constexpr std::int32_t kWidth = 512;
+constexpr std::int32_t kHeight = 48;
 
 /// Loads the module on construction and unloads it on destruction. The image pass has one channel, of type
 /// `channel`.
-class LiveRun {
+class LiveRun : preview::ModuleLibrary, public ModuleRun {
 public:
-    LiveRun(const char* channel, const char* body, std::int32_t width, std::int32_t height)
-        : LiveRun(DocumentBuilder().Image(MainImage(body), {{.channel = 0, .ctype = channel}}).Json(), width,
-                  height) {}
+    LiveRun(const char* channel, const char* body, preview::HostWindow* window = nullptr)
+        : ModuleRun(DocumentBuilder().Image(MainImage(body), {{.channel = 0, .ctype = channel}}).Json(),
+                    Options(window), *this) {}
 
-    /// Draws about 50 frames per second until `seen` returns true; false on timeout. A failed frame fails the
-    /// test.
-    bool DrawUntil(const std::function<bool()>& seen, DWORD milliseconds) {
-        const ULONGLONG end = GetTickCount64() + milliseconds;
-        do {
+    /// Draws until `seen` returns true. A failed frame fails the test.
+    template <class Condition>
+    bool DrawUntil(const Condition& seen) {
+        return WaitUntil([&] {
             const FrameResult result = Frame();
             EXPECT_EQ(result, FrameResult::Drawn);
-            if (result != FrameResult::Drawn || seen()) {
-                return result == FrameResult::Drawn;
-            }
-            Sleep(20);
-        } while (GetTickCount64() < end);
-        return false;
+            return result != FrameResult::Drawn || seen();
+        });
     }
-
-    FrameResult Frame() { return run_->Frame(); }
-
-    void DrawFor(DWORD milliseconds) {
-        DrawUntil([] { return false; }, milliseconds);
-    }
-
-    /// 0xRRGGBB; x from the left, y from the bottom.
-    std::uint32_t Pixel(std::int32_t x, std::int32_t y) const { return run_->Pixel(x, y); }
-
-    void Close() { run_.reset(); }
 
 private:
-    LiveRun(const std::string& document, std::int32_t width, std::int32_t height) {
+    static RunOptions Options(preview::HostWindow* window) {
         RunOptions options;
-        options.width = width;
-        options.height = height;
-        run_.emplace(document, options, library_);
+        options.width = kWidth;
+        options.height = kHeight;
+        options.window = window;
+        return options;
     }
-
-    preview::ModuleLibrary library_;
-    std::optional<ModuleRun> run_;
 };
 
 }  // namespace pixelforge::test

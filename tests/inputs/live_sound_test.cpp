@@ -1,13 +1,38 @@
 // Captured sound from the device to the picture, and every way a device can fail.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
+#include <windows.h>
 
+#include <mmsystem.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <optional>
+#include <thread>
+
+#include "inputs/audio_capture.h"
 #include "tests/inputs/live_run.h"
+
+/// The system does not reveal how often its timer's resolution has been raised, so these calls are linked
+/// here.
+static std::atomic<int> raises{0};
+static std::atomic<int> lowers{0};
+extern "C" {
+decltype(&timeBeginPeriod) __imp_timeBeginPeriod = [](UINT period) -> MMRESULT {
+    raises += period == 1;
+    return TIMERR_NOERROR;
+};
+decltype(&timeEndPeriod) __imp_timeEndPeriod = [](UINT period) -> MMRESULT {
+    lowers += period == 1;
+    return TIMERR_NOERROR;
+};
+}
 
 namespace pixelforge::test {
 namespace {
+
+using LiveSound = DeviceTest;
 
 /// Draws the 512 x 2 sound texture pixel by pixel; black if it has another size.
 class SoundRun : public LiveRun {
@@ -15,31 +40,27 @@ public:
     SoundRun()
         : LiveRun("music",
                   "c = vec4(texelFetch(iChannel0, ivec2(p), 0).x);"
-                  "if (iChannelResolution[0].xy != vec2(512, 2)) c = vec4(0);",
-                  512, 2) {}
+                  "if (iChannelResolution[0].xy != vec2(512, 2)) c = vec4(0);") {}
 
-    std::vector<int> Row(std::int32_t y) const {
-        std::vector<int> levels;
-        for (std::int32_t x = 0; x < 512; ++x) {
-            levels.push_back(static_cast<int>(Pixel(x, y) >> 16));
-        }
-        return levels;
-    }
+    int Level(int x, int y) const { return static_cast<int>(Pixel(x, y) >> 16); }
 
     /// The peak within 10 columns of `column`, 0 if they are black. The tilt can raise noise farther away.
-    double PeakNear(int column) const {
-        const std::vector<int> row = Row(0);
-        const auto peak = std::max_element(row.begin() + column - 10, row.begin() + column + 11);
-        return *peak > 0 ? static_cast<double>(peak - row.begin()) : 0;
+    int PeakNear(int column) const {
+        int peak = column - 10;
+        for (int x = peak; x <= column + 10; ++x) {
+            peak = Level(x, 0) > Level(peak, 0) ? x : peak;
+        }
+        return Level(peak, 0) > 0 ? peak : 0;
     }
+
+    bool ShowsTone(int column) const { return std::abs(PeakNear(column) - column) <= 2; }
 
     /// How often the waveform crosses its middle.
     int Crossings() const {
-        const std::vector<int> wave = Row(1);
         int crossings = 0;
-        bool above = wave.front() > 127;
-        for (const int level : wave) {
-            const bool nowAbove = above ? level > 96 : level > 160;
+        bool above = Level(0, 1) > 127;
+        for (int x = 0; x < 512; ++x) {
+            const bool nowAbove = above ? Level(x, 1) > 96 : Level(x, 1) > 160;
             crossings += nowAbove != above;
             above = nowAbove;
         }
@@ -47,7 +68,13 @@ public:
     }
 };
 
-TEST(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
+/// The columns of 1 and 3 kHz; 512 columns span 20 kHz.
+constexpr int kColumn1k = 26;
+constexpr int kColumn3k = 77;
+constexpr const char* kTone1k = "signal=sine;hertz=1000;";
+constexpr const char* kTone3k = "signal=sine;hertz=3000;";
+
+TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
     const struct {
         const char* format;
         int crossings;  ///< of 1 kHz in 512 samples; 0 if the format is unreadable
@@ -63,106 +90,152 @@ TEST(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.format);
-        SetSound(std::string("signal=sine;hertz=1000;") + each.format);
+        kSound.Set(std::string(kTone1k) + each.format);
+        const long packets = kSound.Count("releasebuffer");
         SoundRun run;
-        // 512 columns span 20 kHz.
-        const double column = each.crossings > 0 ? 25.6 : 0;
-        const auto shows = [&] { return column > 0 && std::abs(run.PeakNear(26) - column) <= 2; };
-        EXPECT_EQ(run.DrawUntil(shows, column > 0 ? 5000 : 600), column > 0);
-        run.DrawFor(500);
-        EXPECT_NEAR(run.PeakNear(26), column, 2);
+        EXPECT_TRUE(run.DrawUntil([&] { return kSound.Count("releasebuffer") > packets + 60; }));
+        EXPECT_NEAR(run.PeakNear(kColumn1k), each.crossings > 0 ? kColumn1k : 0, 2);
         EXPECT_NEAR(run.Crossings(), each.crossings, 1);
-    }
-}
-
-TEST(LiveSound, FaultsNeitherStopFramesNorSpinNorLeak) {
-    const struct {
-        double maxCallsPerSecond;  ///< to the device; far more mean that the thread spins
-        std::vector<const char*> faults;
-    } cases[] = {
-        // Retried every two seconds.
-        {20,
-         {"fail=create", "fail=endpoint", "fail=activate", "fail=mixformat", "fail=initialize",
-          "fail=service", "fail=start", "null=endpoint", "null=activate", "null=mixformat", "null=service",
-          "gone=1"}},
-        // A healthy stream of 100 packets per second takes about 400 calls.
-        {700,
-         {"fail=stop", "fail=nextpacket", "fail=getbuffer", "fail=releasebuffer", "null=getbuffer",
-          "packets=never", "packets=empty", "channels=0;block=4", "block=1", "block=0", "bits=0;block=8",
-          "rate=0"}},
-        // Each pass reads at most 64 packets.
-        {64 * 4 * 60, {"packets=endless"}},
-    };
-    const long objects = SoundObjects();
-    for (const auto& [maxCallsPerSecond, faults] : cases) {
-        for (const char* fault : faults) {
-            SCOPED_TRACE(fault);
-            SetSound(fault);
-            {
-                SoundRun run;
-                run.DrawFor(300);
-                const long before = SoundCalls();
-                const ULONGLONG start = GetTickCount64();
-                run.DrawFor(500);
-                const double seconds = static_cast<double>(GetTickCount64() - start) / 1000;
-                EXPECT_LT(static_cast<double>(SoundCalls() - before) / seconds, maxCallsPerSecond);
-            }
-            EXPECT_EQ(SoundObjects(), objects);
+        for (int x = 0; x < 512; ++x) {
+            const int level = run.Level(x, 1);
+            EXPECT_EQ(std::lround(std::lround(level * 127 / 255.0) * 255 / 127.0), level) << "not of 7 bits";
         }
     }
 }
 
-TEST(LiveSound, OpeningEndsWithTheLastInstance) {
-    SetSound("slow=200");
-    const long before = SoundCalls();
-    LiveRun run("music", "c = vec4(1);", 32, 24);
-    Sleep(100);
-    run.Close();
-    EXPECT_EQ(SoundCalls(), before + 1) << "calls after the device enumerator was created";
+TEST_F(LiveSound, FaultsNeitherStopFramesNorSpinNorLeak) {
+    const struct {
+        long calls;  ///< at most, to the device, within `milliseconds`; far more mean that the thread spins
+        int milliseconds;
+        std::vector<const char*> faults;
+    } cases[] = {
+        // Retried every two seconds.
+        {8,
+         2000,
+         {"fail=create", "fail=endpoint", "fail=activate", "fail=mixformat", "fail=initialize",
+          "fail=service", "fail=start", "null=endpoint", "null=activate", "null=mixformat", "null=service",
+          "gone=1"}},
+        // Each pass of 18 ms reads at most 64 packets, with three calls each.
+        {200,
+         18,
+         {"fail=stop", "fail=nextpacket", "fail=getbuffer", "fail=releasebuffer", "null=getbuffer",
+          "packets=never", "packets=empty", "channels=0;block=4", "block=1", "block=0", "bits=0;block=8",
+          "rate=0", "packets=endless"}},
+    };
+    for (const auto& [calls, milliseconds, faults] : cases) {
+        for (const char* fault : faults) {
+            SCOPED_TRACE(fault);
+            kSound.Set(fault);
+            const long before = kSound.Count("any");
+            const ULONGLONG start = GetTickCount64();
+            {
+                SoundRun run;
+                EXPECT_TRUE(run.DrawUntil([&] { return kSound.Count("any") > before; }));
+                Sleep(300);
+                EXPECT_EQ(run.Frame(), FrameResult::Drawn);
+            }
+            const auto periods = static_cast<long>(GetTickCount64() - start) / milliseconds + 2;
+            EXPECT_LE(kSound.Count("any") - before, calls * periods);
+        }
+    }
 }
 
-TEST(LiveSound, CaptureLastsAsLongAsAnyInstanceAndStartsAgain) {
+TEST_F(LiveSound, CaptureLastsAsLongAsAnyInstanceAndStartsAgain) {
     const preview::ModuleLibrary loaded;
-    const long objects = SoundObjects();
-    for (const auto& [hertz, column] : {std::pair(1000, 26), std::pair(3000, 77)}) {
-        SetSound("signal=sine;hertz=" + std::to_string(hertz));
+    for (const auto& [tone, column] : {std::pair(kTone1k, kColumn1k), std::pair(kTone3k, kColumn3k)}) {
+        kSound.Set(tone);
         std::optional<SoundRun> first(std::in_place);
         std::optional<SoundRun> second(std::in_place);
-        EXPECT_TRUE(second->DrawUntil([&] { return second->PeakNear(column) > 0; }, 5000)) << hertz;
+        EXPECT_TRUE(second->DrawUntil([&] { return second->PeakNear(column) > 0; })) << tone;
         first.reset();
-        const long calls = SoundCalls();
-        second->DrawFor(200);
-        EXPECT_GT(SoundCalls(), calls) << "capture ended with the first of two instances";
+        const long calls = kSound.Count("any");
+        EXPECT_TRUE(WaitUntil([&] { return kSound.Count("any") > calls; }))
+            << "ended with the first instance";
         second.reset();
-        EXPECT_EQ(SoundObjects(), objects) << "capture continues without an instance";
+        EXPECT_EQ(kSound.Count("objects"), counts[0]) << "capture continues without an instance";
     }
 }
 
-TEST(LiveSound, CaptureResumesWhenALostDeviceReturns) {
-    const long objects = SoundObjects();
+TEST_F(LiveSound, CaptureResumesWhenALostDeviceReturns) {
     for (const char* fault : {"gone=1", "fail=nextpacket", "fail=getbuffer"}) {
         SCOPED_TRACE(fault);
-        SetSound("signal=sine;hertz=1000");
+        kSound.Set(kTone1k);
         SoundRun run;
-        ASSERT_TRUE(run.DrawUntil([&] { return run.PeakNear(26) > 0; }, 5000));
-        SetSound(fault);
-        run.DrawFor(1700);
-        EXPECT_EQ(SoundObjects(), objects) << "the lost device was not released";
-        SetSound("signal=sine;hertz=3000");
-        EXPECT_TRUE(run.DrawUntil([&] { return std::abs(run.PeakNear(77) - 76.8) <= 2; }, 8000));
+        ASSERT_TRUE(run.DrawUntil([&] { return run.ShowsTone(kColumn1k); }));
+        kSound.Set(fault);
+        EXPECT_TRUE(run.DrawUntil([&] { return kSound.Count("objects") == counts[0]; })) << "not released";
+        kSound.Set(kTone3k);
+        EXPECT_TRUE(run.DrawUntil([&] { return run.ShowsTone(kColumn3k); }));
     }
 }
 
-TEST(LiveSound, CaptureFollowsTheDefaultDevice) {
-    SetSound("signal=sine;hertz=1000");
+TEST_F(LiveSound, CaptureFollowsTheDefaultDevice) {
+    kSound.Set(kTone1k);
     SoundRun run;
-    ASSERT_TRUE(run.DrawUntil([&] { return run.PeakNear(26) > 0; }, 5000));
-    for (const char* unnamed : {"fail=id", "null=id"}) {
-        SetSound(std::string("device=headphones;signal=sine;hertz=3000;") + unnamed);
-        EXPECT_FALSE(run.DrawUntil([&] { return run.PeakNear(77) > 0; }, 2500)) << "device without an id";
+    ASSERT_TRUE(run.DrawUntil([&] { return run.ShowsTone(kColumn1k); }));
+    const long stops = kSound.Count("stop");
+    for (const char* unknown : {"fail=endpoint;", "fail=id;", "null=id;"}) {
+        kSound.Set(std::string("device=headphones;") + unknown + kTone3k);
+        const long checks = kSound.Count("endpoint");
+        EXPECT_TRUE(WaitUntil([&] { return kSound.Count("endpoint") > checks + 1; }));
+        EXPECT_EQ(kSound.Count("stop"), stops) << unknown;
     }
-    SetSound("device=headphones;signal=sine;hertz=3000");
-    EXPECT_TRUE(run.DrawUntil([&] { return std::abs(run.PeakNear(77) - 76.8) <= 2; }, 10000));
+    kSound.Set(std::string("device=headphones;") + kTone3k);
+    EXPECT_TRUE(run.DrawUntil([&] { return run.ShowsTone(kColumn3k); }));
+}
+
+class CaptureThread : public DeviceTest {
+protected:
+    CaptureThread() { EXPECT_EQ(StartAudioCapture(), 1); }
+    ~CaptureThread() override { StopAudioCapture(); }
+};
+
+TEST_F(CaptureThread, OpeningStopsAfterTheStepThatTheLastListenerInterrupts) {
+    for (const char* step : {"create", "initialize"}) {
+        SCOPED_TRACE(step);
+        kSound.Set(std::string("hang=") + step);
+        const long before = kSound.Count(step);
+        AddAudioListener();
+        ASSERT_TRUE(WaitUntil([&] { return kSound.Count(step) > before; }));
+        const long calls = kSound.Count("any");
+        RemoveAudioListener();
+        kSound.Resume();
+        EXPECT_TRUE(WaitUntil([&] { return kSound.Count("objects") == counts[0]; }));
+        EXPECT_EQ(kSound.Count("any"), calls);
+    }
+}
+
+TEST_F(CaptureThread, SleepsWithARaisedTimerAlsoAfterSingleFailures) {
+    EXPECT_EQ(StartAudioCapture(), 1);
+    StopAudioCapture();  // leaves the first user's thread
+    kSound.Set("packets=never;flaky=nextpacket");
+    const int passes = raises + 120;
+    const long stops = kSound.Count("stop");
+    AddAudioListener();
+    EXPECT_TRUE(WaitUntil([&] { return raises > passes; }));
+    EXPECT_EQ(kSound.Count("stop"), stops) << "as if the device were lost";
+    RemoveAudioListener();
+    EXPECT_TRUE(WaitUntil([] { return raises == lowers; }));
+}
+
+TEST_F(CaptureThread, ReadersNeverSeeTornSpectra) {
+    std::atomic<bool> stop{false};
+    std::thread writer([&] {
+        SpectrumBytes bytes = {};
+        for (std::uint8_t level = 0; !stop; ++level) {
+            bytes.fill(level);
+            PublishSpectrum(bytes);
+        }
+    });
+    std::uint8_t last = 0;
+    for (int changes = 0; changes < 200 && !HasFailure();) {
+        const SpectrumBytes bytes = CopyAudioSpectrum();
+        EXPECT_EQ(std::ranges::count(bytes, bytes[0]), 1024);
+        changes += bytes[0] != last;
+        last = bytes[0];
+    }
+    stop = true;
+    writer.join();
 }
 
 }  // namespace

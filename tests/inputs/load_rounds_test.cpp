@@ -3,10 +3,9 @@
 
 #include <windows.h>
 
-#include <mmdeviceapi.h>
-#include <wrl/client.h>
-
 #include <algorithm>
+#include <cstdlib>
+#include <optional>
 #include <vector>
 
 #include "base/text.h"
@@ -21,62 +20,49 @@ namespace {
 
 constexpr const char* kWhite = "c = vec4(1);";
 
+class LoadRounds : public DeviceTest {};
+
 /// Loads and unloads without an instance, as a host does that looks through its modules, and then with a
 /// frame.
 void Round(DWORD stay) {
-    const long calls = SoundCalls();
+    const long calls = kSound.Count("any");
     EXPECT_TRUE(LoadRoundMilliseconds(stay)) << "cannot load and unload the module";
-    EXPECT_EQ(SoundCalls(), calls) << "the sound system was used without an instance";
-    EXPECT_EQ(LiveRun("music", kWhite, 32, 24).Frame(), FrameResult::Drawn);
-}
-
-/// One of the frames fails, because an exception must not leak either.
-void RoundOfTwoInstances() {
-    LiveRun drawn("music", kWhite, 32, 24);
-    LiveRun failed("music", "c = no_such_colour;", 32, 24);
-    EXPECT_EQ(drawn.Frame(), FrameResult::Drawn);
-    EXPECT_EQ(failed.Frame(), FrameResult::Failed);
+    EXPECT_EQ(kSound.Count("any"), calls) << "the sound system was used without an instance";
+    EXPECT_EQ(LiveRun("music", kWhite).Frame(), FrameResult::Drawn);
 }
 
 /// Threads may briefly outlive the module's unloading.
-void WaitForThreads(std::size_t count) {
-    for (int wait = 0; wait < 100 && ThreadIds().size() > count; ++wait) {
-        Sleep(20);
-    }
+void ExpectThreads(std::size_t most) {
+    EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= most; }));
 }
 
-TEST(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
-    SetSound("signal=sine;hertz=1000");
+TEST_F(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
+    kSound.Set("signal=sine;hertz=1000");
     const auto eightRounds = [] {
         std::ranges::for_each(kStays, Round);
-        RoundOfTwoInstances();
+        const LiveRun drawn("music", kWhite);
+        // An exception must not leak either.
+        EXPECT_EQ(LiveRun("music", "c = no_such_colour;").Frame(), FrameResult::Failed);
     };
-    const long objects = SoundObjects();
     eightRounds();
     Sleep(500);
     const std::size_t handles = OpenHandles();
     const std::size_t threads = ThreadIds().size();
     const std::size_t bytes = WorkingSetBytes();
-    {
-        const UniqueKernelHandle planted(CreateEventW(nullptr, FALSE, FALSE, nullptr));
-        ASSERT_EQ(OpenHandles(), handles + 1) << "OpenHandles missed a new handle";
-    }
     for (int i = 0; i < 25; ++i) {
         eightRounds();
     }
-    WaitForThreads(threads);
-    EXPECT_LE(ThreadIds().size(), threads);
+    ExpectThreads(threads);
     EXPECT_LE(OpenHandles(), handles + 5);
     EXPECT_LE(WorkingSetBytes(), bytes + (4U << 20));
-    EXPECT_EQ(SoundObjects(), objects);
 }
 
-TEST(LoadRounds, AProcessWithoutFreeSlotsLoadsTheModule) {
+TEST_F(LoadRounds, AProcessWithoutFreeSlotsLoadsTheModule) {
     std::vector<DWORD> slots;
     for (DWORD slot = 0; (slot = FlsAlloc(nullptr)) != FLS_OUT_OF_INDEXES;) {
         slots.push_back(slot);
     }
-    EXPECT_EQ(LiveRun("music", "c = no_such_colour;", 32, 24).Frame(), FrameResult::Failed);
+    EXPECT_EQ(LiveRun("music", "c = no_such_colour;").Frame(), FrameResult::Failed);
     std::ranges::for_each(slots, FlsFree);
 }
 
@@ -100,7 +86,7 @@ void UnloadLiveInstance(
     beforeUnload(window.Handle());
 }
 
-TEST(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
+TEST_F(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
     const struct {
         const char* sound;
         std::vector<DWORD> stays;
@@ -108,42 +94,53 @@ TEST(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
                 {"slow=2000", {100}},           // an opening that outlasts the time for stopping a thread
                 {"slow=1000;gone=1", {3500}}};  // the second attempt
     for (const auto& [sound, stays] : rows) {
-        SetSound(sound);
+        kSound.Set(sound);
         for (std::size_t i = 0; i < 2 * stays.size(); ++i) {
-            const long objects = SoundObjects();
-            const auto isGone = [&] {
-                return !GetModuleHandleW(L"Pixelforge.dll") && SoundObjects() == objects;
-            };
             preview::HostWindow window(32, 24);
             const LONG_PTR procedure = GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC);
             UnloadLiveInstance(window, i % 2 == 1, stays[i / 2]);
-            for (int wait = 0; wait < 150 && !isGone(); ++wait) {
-                Sleep(20);
-            }
-            EXPECT_TRUE(isGone()) << "the capture thread was terminated: " << sound << ", row " << i;
+            EXPECT_TRUE(WaitUntil([&] {
+                return !GetModuleHandleW(L"Pixelforge.dll") && kSound.Count("objects") == counts[0];
+            })) << "the capture thread was terminated: "
+                << sound << ", row " << i;
             EXPECT_EQ(GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC), procedure);
             SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
         }
     }
-    const ComApartment apartment;
-    Microsoft::WRL::ComPtr<IMMDeviceEnumerator> enumerator;
-    EXPECT_EQ(CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
-                               IID_PPV_ARGS(enumerator.GetAddressOf())),
-              S_OK);
 }
 
-TEST(LoadRounds, UnloadTerminatesAHangingThread) {
-    SetSound("hang=nextpacket");
+/// What the capture thread does when an instance ends and the module is unloaded.
+TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
     const std::size_t threads = ThreadIds().size();
-    LiveRun("music", kWhite, 32, 24).DrawFor(400);
-    WaitForThreads(threads);
-    EXPECT_LE(ThreadIds().size(), threads);
-    SetSound("signal=sine;hertz=1000");
+    for (const char* hang : {"stop", "nextpacket"}) {
+        kSound.Set(std::string("hang=") + hang);
+        const long calls = kSound.Count("nextpacket");
+        {
+            LiveRun run("music", kWhite);
+            EXPECT_TRUE(WaitUntil([&] { return kSound.Count("nextpacket") > calls; }));
+        }
+        if (std::string_view(hang) == "stop") {
+            kSound.Resume();
+            EXPECT_TRUE(WaitUntil([&] { return kSound.Count("objects") == counts[0]; }));
+        }
+        EXPECT_TRUE(WaitUntil([] { return !GetModuleHandleW(L"Pixelforge.dll"); }));
+        ExpectThreads(threads);
+    }
+    counts = Counts();  // the terminated thread's objects are lost
+    kSound.Set("signal=sine;hertz=1000");
     Round(400);
 }
 
-/// Here the module stays loaded, therefore these are the last tests.
-TEST(PinnedModule, AnotherSubclassOnTopStillCallsIt) {
+/// These tests leave the module loaded, so each runs in a process of its own.
+using PinnedModule = DeviceTest;
+
+void ExitIfPinned() {
+    const bool pinned = GetModuleHandleW(L"Pixelforge.dll") && !testing::Test::HasFailure();
+    std::fputs(pinned ? "still loaded" : "unloaded, or a frame failed", stderr);
+    std::exit(0);
+}
+
+void AnotherSubclassOnTopStillCallsIt() {
     static WNDPROC below = nullptr;
     static constexpr WNDPROC above = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
         return CallWindowProcW(below, window, message, w, l);
@@ -154,28 +151,28 @@ TEST(PinnedModule, AnotherSubclassOnTopStillCallsIt) {
             SetWindowLongPtrW(covered, GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(above)));
         SendMessageW(covered, WM_KEYUP, 'A', 0);
     });
-    EXPECT_TRUE(GetModuleHandleW(L"Pixelforge.dll"));
     SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
+    ExitIfPinned();
 }
 
-TEST(PinnedModule, TheWindowsProcedureUnloadsItDuringACall) {
-    static std::optional<preview::ModuleLibrary> library;
-    static std::optional<ModuleRun> run;
+void TheWindowsProcedureUnloadsItDuringACall() {
+    static std::optional<LiveRun> run;
     const WNDPROC unload = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
         if (message == WM_APP) {
             run.reset();
-            library.reset();
         }
         return DefWindowProcW(window, message, w, l);
     };
     preview::HostWindow window(32, 24, {.procedure = unload});
-    RunOptions options;
-    options.window = &window;
-    library.emplace();
-    run.emplace(DocumentBuilder().Image(MainImage(kWhite)).Json(), options, *library);
+    run.emplace("music", kWhite, &window);
     EXPECT_EQ(run->Frame(), FrameResult::Drawn);
     SendMessageW(window.Handle(), WM_APP, 0, 0);
-    EXPECT_TRUE(GetModuleHandleW(L"Pixelforge.dll"));
+    ExitIfPinned();
+}
+
+TEST_F(PinnedModule, SurvivesWhileAWindowMayCallIt) {
+    EXPECT_EXIT(AnotherSubclassOnTopStillCallsIt(), testing::ExitedWithCode(0), "still loaded");
+    EXPECT_EXIT(TheWindowsProcedureUnloadsItDuringACall(), testing::ExitedWithCode(0), "still loaded");
 }
 
 }  // namespace

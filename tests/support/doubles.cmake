@@ -3,7 +3,8 @@
 # pixelforge_device_double(<name> SOURCES ... [LINK libraries])
 function(pixelforge_device_double name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK")
-  add_library(${name} MODULE ${arg_SOURCES})
+  set(shared "${PROJECT_SOURCE_DIR}/tests/support/device_double")
+  add_library(${name} MODULE ${arg_SOURCES} "${shared}.cpp" "${shared}.def")
   set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY
     "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")

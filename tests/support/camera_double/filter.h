@@ -7,39 +7,45 @@
 #include <dshow.h>
 #include <wrl/client.h>
 
-#include "tests/support/camera_double/picture.h"
-#include "tests/support/com_object.h"
-#include "tests/support/double_settings.h"
+#include <functional>
+#include <utility>
 
-/// How the renderer gets the camera's picture: no frames flow between the two doubles.
-MIDL_INTERFACE("C3B1A6D4-7A4E-4F7B-9C58-2E6D0B9F1A37")
-IPictureSource : public IUnknown {
-    /// False if there is no frame yet.
-    virtual bool Newest(pixelforge::test::CameraShot & shot) = 0;
-};
-__CRT_UUID_DECL(IPictureSource, 0xC3B1A6D4, 0x7A4E, 0x4F7B, 0x9C, 0x58, 0x2E, 0x6D, 0x0B, 0x9F, 0x1A, 0x37)
+#include "tests/support/device_double.h"
+
 __CRT_UUID_DECL(IVMRWindowlessControl, 0x0EB1088C, 0x4DCD, 0x46F0, 0x87, 0x8F, 0x39, 0xDA, 0xE8, 0x6A, 0x51,
                 0xB7)
 __CRT_UUID_DECL(IVMRFilterConfig, 0x9E5530C5, 0x7034, 0x48B4, 0xBB, 0x46, 0x0B, 0x8A, 0x6E, 0xFC, 0x8E, 0x36)
 
 namespace pixelforge::test {
 
-inline DoubleSettings CameraSettings() {
-    return DoubleSettings("PIXELFORGE_CAMERA");
-}
+/// Size and time of a picture.
+struct CameraShot {
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    double seconds = 0;  ///< since the camera started
+};
 
-/// True if the setting "fail" names this call.
-inline bool CameraFails(const char* call) {
-    return CameraSettings().Is("fail", call);
-}
+/// How the renderer gets the camera's picture: no frames flow between the two doubles.
+struct PictureSource {
+    /// False if there is no frame yet.
+    virtual bool Newest(CameraShot& shot) const = 0;
+
+protected:
+    ~PictureSource() = default;
+};
 
 /// An enumerator of COM objects or media types.
 template <class Interface, class Item>
-class Enumerator : public ComObject<Interface> {
+class Enumerator final : public ComObject<Interface> {
 public:
-    HRESULT STDMETHODCALLTYPE Next(ULONG wanted, Item* items, ULONG* fetched) override {
+    /// False past the end.
+    using At = std::function<bool(ULONG index, Item* item)>;
+
+    explicit Enumerator(At at) : at_(std::move(at)) {}
+
+    STDMETHODIMP Next(ULONG wanted, Item* items, ULONG* fetched) override {
         ULONG count = 0;
-        for (; count < wanted && At(position_, items + count); ++count) {
+        for (; count < wanted && at_(position_, items + count); ++count) {
             ++position_;
         }
         if (fetched) {
@@ -47,117 +53,88 @@ public:
         }
         return count == wanted ? S_OK : S_FALSE;
     }
-    HRESULT STDMETHODCALLTYPE Reset() override {
+    STDMETHODIMP Reset() override {
         position_ = 0;
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE Skip(ULONG) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Clone(Interface**) override { return E_NOTIMPL; }
-
-protected:
-    /// False past the end.
-    virtual bool At(ULONG index, Item* item) = 0;
+    UNUSED_METHOD(Skip, ULONG)
+    UNUSED_METHOD(Clone, Interface**)
 
 private:
+    const At at_;
     ULONG position_ = 0;
 };
 
-class PinEnumerator final : public Enumerator<IEnumPins, IPin*> {
+/// A filter that is its own, only pin.
+template <PIN_DIRECTION direction, class... Others>
+class Filter : public ComObject<IBaseFilter, IPin, Others...> {
 public:
-    explicit PinEnumerator(IPin* pin) : pin_(pin) {}
+    /// The name is the one that the graph must know it by.
+    explicit Filter(std::wstring_view name) : name_(name) {}
 
-private:
-    bool At(ULONG index, IPin** pin) override {
-        *pin = nullptr;
-        return index == 0 && !CameraFails("pin") && SUCCEEDED(pin_.CopyTo(pin));
-    }
-    Microsoft::WRL::ComPtr<IPin> pin_;
-};
-
-template <class... Others>
-class Pin : public ComObject<IPin, Others...> {
-public:
-    Pin(PIN_DIRECTION direction, IBaseFilter* filter) : direction_(direction), filter_(filter) {}
-
-    void DetachFilter() { filter_ = nullptr; }
-
-    HRESULT STDMETHODCALLTYPE Disconnect() override {
-        const bool connected = peer_ != nullptr;
-        peer_.Reset();
-        return connected ? S_OK : S_FALSE;
-    }
-    HRESULT STDMETHODCALLTYPE ConnectedTo(IPin** pin) override {
-        *pin = nullptr;
-        return peer_ ? peer_.CopyTo(pin) : VFW_E_NOT_CONNECTED;
-    }
-    HRESULT STDMETHODCALLTYPE QueryPinInfo(PIN_INFO* info) override {
-        *info = {};
-        info->pFilter = filter_;
-        if (filter_) {
-            filter_->AddRef();
-        }
-        info->dir = direction_;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE QueryDirection(PIN_DIRECTION* direction) override {
-        *direction = direction_;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE ConnectionMediaType(AM_MEDIA_TYPE*) override { return VFW_E_NOT_CONNECTED; }
-    HRESULT STDMETHODCALLTYPE QueryId(LPWSTR*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE QueryAccept(const AM_MEDIA_TYPE*) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE QueryInternalConnections(IPin**, ULONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE EndOfStream() override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE BeginFlush() override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE EndFlush() override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE NewSegment(REFERENCE_TIME, REFERENCE_TIME, double) override { return S_OK; }
-
-protected:
-    Microsoft::WRL::ComPtr<IPin> peer_;
-
-private:
-    const PIN_DIRECTION direction_;
-    IBaseFilter* filter_;
-};
-
-/// A filter that creates and owns its only pin.
-template <class OnlyPin, class... Others>
-class Filter : public ComObject<IBaseFilter, Others...> {
-public:
-    Filter() { *pin_.GetAddressOf() = new OnlyPin(this); }  // this header's `Attach` adds a reference
-    ~Filter() override { pin_->DetachFilter(); }
-
-    HRESULT STDMETHODCALLTYPE Stop() override { return Enter(State_Stopped); }
-    HRESULT STDMETHODCALLTYPE Pause() override { return Enter(State_Paused); }
-    HRESULT STDMETHODCALLTYPE Run(REFERENCE_TIME) override { return Enter(State_Running); }
-    HRESULT STDMETHODCALLTYPE GetState(DWORD, FILTER_STATE* state) override {
+    STDMETHODIMP Stop() override { return Enter(State_Stopped); }
+    STDMETHODIMP Pause() override { return Enter(State_Paused); }
+    STDMETHODIMP Run(REFERENCE_TIME) override { return Enter(State_Running); }
+    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override {
         *state = state_;
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE SetSyncSource(IReferenceClock*) override { return S_OK; }
-    HRESULT STDMETHODCALLTYPE GetSyncSource(IReferenceClock** clock) override {
-        *clock = nullptr;
-        return S_OK;
-    }
-    HRESULT STDMETHODCALLTYPE EnumPins(IEnumPins** pins) override {
-        *pins = CameraFails("enumpins") ? nullptr : new PinEnumerator(pin_.Get());
+    STDMETHODIMP SetSyncSource(IReferenceClock*) override { return S_OK; }
+    STDMETHODIMP EnumPins(IEnumPins** pins) override {
+        const auto at = [pin = Microsoft::WRL::ComPtr<IPin>(this)](ULONG index, IPin** found) {
+            *found = nullptr;
+            return index == 0 && !Fails("pin") && SUCCEEDED(pin.CopyTo(found));
+        };
+        *pins = Fails("enumpins") ? nullptr : new Enumerator<IEnumPins, IPin*>(at);
         return *pins ? S_OK : E_FAIL;
     }
-    HRESULT STDMETHODCALLTYPE QueryFilterInfo(FILTER_INFO* info) override {
-        *info = {};
-        info->pGraph = graph_;
+    STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override {
+        *info = {{}, graph_};
         if (graph_) {
             graph_->AddRef();
         }
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE JoinFilterGraph(IFilterGraph* graph, LPCWSTR) override {
+    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override {
+        if (graph && name_ != name) {
+            CountCall("misuse");
+        }
         graph_ = graph;
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE GetClassID(CLSID*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE FindPin(LPCWSTR, IPin**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE QueryVendorInfo(LPWSTR*) override { return E_NOTIMPL; }
+    UNUSED_METHOD(GetSyncSource, IReferenceClock**)
+    UNUSED_METHOD(GetClassID, CLSID*)
+    UNUSED_METHOD(FindPin, LPCWSTR, IPin**)
+    UNUSED_METHOD(QueryVendorInfo, LPWSTR*)
+
+    /// Only a stopped filter may be disconnected.
+    STDMETHODIMP Disconnect() override {
+        if (peer_ && state_ != State_Stopped) {
+            CountCall("misuse");
+        }
+        return std::exchange(peer_, nullptr) ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP ConnectedTo(IPin** pin) override {
+        *pin = nullptr;
+        return peer_ ? peer_.CopyTo(pin) : VFW_E_NOT_CONNECTED;
+    }
+    STDMETHODIMP QueryPinInfo(PIN_INFO* info) override {
+        *info = {this, direction, {}};
+        this->AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP QueryDirection(PIN_DIRECTION* own) override {
+        *own = direction;
+        return S_OK;
+    }
+    STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE*) override { return S_OK; }
+    UNUSED_METHOD(ConnectionMediaType, AM_MEDIA_TYPE*)
+    UNUSED_METHOD(QueryId, LPWSTR*)
+    UNUSED_METHOD(QueryInternalConnections, IPin**, ULONG*)
+    UNUSED_METHOD(EndOfStream)
+    UNUSED_METHOD(BeginFlush)
+    UNUSED_METHOD(EndFlush)
+    UNUSED_METHOD(NewSegment, REFERENCE_TIME, REFERENCE_TIME, double)
 
 protected:
     virtual HRESULT Enter(FILTER_STATE state) {
@@ -170,14 +147,17 @@ protected:
         }
     }
 
-    Microsoft::WRL::ComPtr<OnlyPin> pin_;
+    Microsoft::WRL::ComPtr<IPin> peer_;
 
 private:
+    const std::wstring name_;
     FILTER_STATE state_ = State_Stopped;
     IFilterGraph* graph_ = nullptr;  ///< not owned: the graph owns the filter
 };
 
-IUnknown* MakeCamera();
 IUnknown* MakeRenderer();
+
+/// Adds the camera to the system's device list, or removes it.
+void ListCamera(bool listed);
 
 }  // namespace pixelforge::test

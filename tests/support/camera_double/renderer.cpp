@@ -1,91 +1,125 @@
 // The double of the windowless video renderer; its snapshots are the camera double's pictures.
 #include <algorithm>
+#include <cmath>
 #include <cstring>
+#include <vector>
 
 #include "tests/support/camera_double/filter.h"
 
 namespace pixelforge::test {
 namespace {
 
-class RendererPin final : public Pin<> {
-public:
-    explicit RendererPin(IBaseFilter* filter) : Pin(PINDIR_INPUT, filter) {}
+std::uint32_t Quadrant(double x, double y) {
+    constexpr std::uint32_t kColours[2][2] = {{0x0000FF, 0xFFFFFF}, {0xFF0000, 0x00FF00}};
+    return kColours[y < 0.5 ? 0 : 1][x < 0.5 ? 0 : 1];
+}
 
-    bool Newest(CameraShot& shot) const {
-        Microsoft::WRL::ComPtr<IPictureSource> source;
-        return peer_ && SUCCEEDED(peer_.As(&source)) && source->Newest(shot);
+std::uint32_t Colour(double red, double green, double blue) {
+    const auto level = [](double value) {
+        return static_cast<std::uint32_t>(std::clamp(value, 0.0, 1.0) * 255);
+    };
+    return level(red) << 16 | level(green) << 8 | level(blue);
+}
+
+/// For manual use: hills under an evening sky, with a sun moving from left to right.
+std::uint32_t Scene(double x, double y, double seconds) {
+    const double hill = 0.3 + 0.1 * std::sin(x * 7) + 0.04 * std::sin(x * 17 + 1);
+    if (y < hill) {
+        return Colour(0.1, 0.35 * y / hill + 0.1, 0.15);
     }
+    const double sunX = std::fmod(0.2 + seconds * 0.05, 1.2) - 0.1;
+    const double distance = std::hypot((x - sunX) * 4 / 3, y - 0.7);
+    const double glow = std::exp(-distance * 5);
+    if (distance < 0.08) {
+        return Colour(1, 0.95, 0.7);
+    }
+    return Colour(0.9 - 0.6 * y + glow, 0.5 - 0.2 * y + 0.6 * glow, 0.3 + 0.3 * y + 0.2 * glow);
+}
 
-    HRESULT STDMETHODCALLTYPE Connect(IPin*, const AM_MEDIA_TYPE*) override { return E_UNEXPECTED; }
-    HRESULT STDMETHODCALLTYPE ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override {
-        if (peer_) {
-            return VFW_E_ALREADY_CONNECTED;
+/// A packed DIB.
+std::vector<BYTE> PackPicture(const CameraShot& shot) {
+    const auto bits = static_cast<WORD>(NumberSetting("image", 32));
+    const bool topDown = IsSet("topdown", "1");
+    const bool quadrants = IsSet("pattern", "quadrants");
+    const LONG height = topDown ? -shot.height : shot.height;
+    const BITMAPINFOHEADER header = {sizeof(header), shot.width, height, 1, bits, BI_RGB, 0, 0, 0, 0, 0};
+    const std::size_t rowBytes = (static_cast<std::size_t>(shot.width) * bits + 31) / 32 * 4;
+    std::vector<BYTE> block(sizeof(header) + rowBytes * static_cast<std::size_t>(shot.height));
+    std::memcpy(block.data(), &header, sizeof(header));
+    for (std::int32_t row = 0; row < shot.height; ++row) {
+        const double y = ((topDown ? shot.height - 1 - row : row) + 0.5) / shot.height;
+        BYTE* to = &block[sizeof(header) + rowBytes * static_cast<std::size_t>(row)];
+        for (std::int32_t column = 0; column < shot.width; ++column, to += bits / 8) {
+            const double x = (column + 0.5) / shot.width;
+            const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, shot.seconds);
+            std::memcpy(to, &colour, bits / 8);
         }
-        peer_ = source;
-        return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE EnumMediaTypes(IEnumMediaTypes** types) override {
-        *types = nullptr;
-        return E_NOTIMPL;
-    }
-};
+    return block;
+}
 
-class Renderer final : public Filter<RendererPin, IVMRFilterConfig, IVMRWindowlessControl> {
+class Renderer final : public Filter<PINDIR_INPUT, IVMRFilterConfig, IVMRWindowlessControl> {
 public:
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID id, void** object) override {
-        const bool refused = (id == __uuidof(IVMRWindowlessControl) && CameraFails("windowless")) ||
-                             (id == __uuidof(IVMRFilterConfig) && CameraFails("config"));
+    using Filter::Filter;
+
+    STDMETHODIMP QueryInterface(REFIID id, void** object) override {
+        const bool refused = (id == __uuidof(IVMRWindowlessControl) && Fails("windowless")) ||
+                             (id == __uuidof(IVMRFilterConfig) && Fails("config"));
         return refused ? E_NOINTERFACE : Filter::QueryInterface(id, object);
     }
 
-    HRESULT STDMETHODCALLTYPE SetRenderingMode(DWORD mode) override {
+    STDMETHODIMP ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override {
+        peer_ = source;
+        return S_OK;
+    }
+    UNUSED_METHOD(Connect, IPin*, const AM_MEDIA_TYPE*)
+    UNUSED_METHOD(EnumMediaTypes, IEnumMediaTypes**)
+
+    STDMETHODIMP SetRenderingMode(DWORD mode) override {
         windowless_ = mode == VMRMode_Windowless;
         return S_OK;
     }
-    HRESULT STDMETHODCALLTYPE SetVideoPosition(const LPRECT, const LPRECT) override {
-        return CameraFails("position") ? E_FAIL : S_OK;
+    STDMETHODIMP SetVideoPosition(const LPRECT source, const LPRECT place) override {
+        return Fails("position") || source || !place || !IsRectEmpty(place) ? E_FAIL : S_OK;
     }
-    HRESULT STDMETHODCALLTYPE SetVideoClippingWindow(HWND window) override { return window ? S_OK : E_FAIL; }
+    STDMETHODIMP SetVideoClippingWindow(HWND window) override { return window ? S_OK : E_FAIL; }
 
     /// The setting "block" makes the block smaller than its header claims.
-    HRESULT STDMETHODCALLTYPE GetCurrentImage(BYTE** image) override {
+    STDMETHODIMP GetCurrentImage(BYTE** image) override {
         *image = nullptr;
-        const DoubleSettings settings = CameraSettings();
         CameraShot shot;
-        if (settings.Is("fail", "image") || !windowless_ || !pin_->Newest(shot)) {
+        const auto* camera = dynamic_cast<const PictureSource*>(peer_.Get());  // nothing else connects
+        if (Fails("image") || !windowless_ || !camera || !camera->Newest(shot)) {
             return E_FAIL;
         }
-        if (settings.Is("null", "image")) {
-            return S_OK;
+        if (!IsSet("null", "image")) {
+            const std::vector<BYTE> bytes = PackPicture(shot);
+            const auto size =
+                static_cast<std::size_t>(NumberSetting("block", static_cast<double>(bytes.size())));
+            *image = static_cast<BYTE*>(NewTaskBlock(size, 0));
+            std::memcpy(*image, bytes.data(), std::min(size, bytes.size()));
         }
-        const auto bits = static_cast<unsigned>(settings.Number("image", 32));
-        const auto bytes =
-            PackPicture(shot, settings.Text("pattern", "scene"), bits, settings.Is("topdown", "1"));
-        const auto size =
-            static_cast<std::size_t>(settings.Number("block", static_cast<double>(bytes.size())));
-        *image = static_cast<BYTE*>(CoTaskMemAlloc(size));
-        std::memcpy(*image, bytes.data(), std::min(size, bytes.size()));
         return S_OK;
     }
 
-    HRESULT STDMETHODCALLTYPE SetImageCompositor(IVMRImageCompositor*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetNumberOfStreams(DWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetNumberOfStreams(DWORD*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetRenderingPrefs(DWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetRenderingPrefs(DWORD*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetRenderingMode(DWORD*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetNativeVideoSize(LONG*, LONG*, LONG*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMinIdealVideoSize(LONG*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetMaxIdealVideoSize(LONG*, LONG*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetVideoPosition(LPRECT, LPRECT) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetAspectRatioMode(DWORD*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetAspectRatioMode(DWORD) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE RepaintVideo(HWND, HDC) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE DisplayModeChanged() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetBorderColor(COLORREF) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetBorderColor(COLORREF*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetColorKey(COLORREF) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetColorKey(COLORREF*) override { return E_NOTIMPL; }
+    UNUSED_METHOD(SetImageCompositor, IVMRImageCompositor*)
+    UNUSED_METHOD(SetNumberOfStreams, DWORD)
+    UNUSED_METHOD(GetNumberOfStreams, DWORD*)
+    UNUSED_METHOD(SetRenderingPrefs, DWORD)
+    UNUSED_METHOD(GetRenderingPrefs, DWORD*)
+    UNUSED_METHOD(GetRenderingMode, DWORD*)
+    UNUSED_METHOD(GetNativeVideoSize, LONG*, LONG*, LONG*, LONG*)
+    UNUSED_METHOD(GetMinIdealVideoSize, LONG*, LONG*)
+    UNUSED_METHOD(GetMaxIdealVideoSize, LONG*, LONG*)
+    UNUSED_METHOD(GetVideoPosition, LPRECT, LPRECT)
+    UNUSED_METHOD(GetAspectRatioMode, DWORD*)
+    UNUSED_METHOD(SetAspectRatioMode, DWORD)
+    UNUSED_METHOD(RepaintVideo, HWND, HDC)
+    UNUSED_METHOD(DisplayModeChanged)
+    UNUSED_METHOD(SetBorderColor, COLORREF)
+    UNUSED_METHOD(GetBorderColor, COLORREF*)
+    UNUSED_METHOD(SetColorKey, COLORREF)
+    UNUSED_METHOD(GetColorKey, COLORREF*)
 
 private:
     bool windowless_ = false;
@@ -93,8 +127,10 @@ private:
 
 }  // namespace
 
+/// The module creates the renderer first, so the device list is up to date when it searches for a camera.
 IUnknown* MakeRenderer() {
-    return CameraFails("renderer") ? nullptr : static_cast<IBaseFilter*>(new Renderer);
+    ListCamera(!IsSet("device", "none"));
+    return Fails("renderer") ? nullptr : static_cast<IBaseFilter*>(new Renderer(L"Video Mixing Renderer"));
 }
 
 }  // namespace pixelforge::test

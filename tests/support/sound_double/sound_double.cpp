@@ -1,43 +1,68 @@
 // A sound device that plays and fails as PIXELFORGE_SOUND specifies; see docs/doubles.md.
-#include <windows.h>
-
 #include <audioclient.h>
 #include <mmdeviceapi.h>
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdint>
-#include <string>
+#include <cstring>
+#include <utility>
 #include <vector>
 
-#include "tests/support/com_object.h"
-#include "tests/support/double_settings.h"
-#include "tests/support/sound_double/signal.h"
+#include "tests/support/device_double.h"
 
 namespace pixelforge::test {
+
+const char* const kSettings = "PIXELFORGE_SOUND";
+
 namespace {
 
 constexpr HRESULT kNoDevice = static_cast<HRESULT>(0x80070490);
 constexpr HRESULT kDeviceGone = static_cast<HRESULT>(0x88890004);
+constexpr double kTwoPi = 6.28318530717958647692;
+constexpr double kLevel = 0.5;  ///< of full scale
 
-std::atomic<long> calls{0};  ///< of all methods that a stream uses
-
-DoubleSettings Settings() {
-    return DoubleSettings("PIXELFORGE_SOUND");
+double Sine(double hertz, double seconds) {
+    return std::sin(kTwoPi * std::fmod(hertz * seconds, 1.0));
 }
 
-/// The result of the call with that name, subject to the settings "hang", "fail" and "gone".
-HRESULT Outcome(const char* call) {
-    ++calls;
-    const DoubleSettings settings = Settings();
-    if (settings.Is("hang", call)) {
-        Sleep(INFINITE);
-    }
-    if (settings.Is("fail", call)) {
+/// White noise as a pure function of the frame number.
+double Noise(std::uint64_t frame) {
+    std::uint64_t mixed = (frame + 1) * 0x9E3779B97F4A7C15U;
+    mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9U;
+    mixed = (mixed ^ mixed >> 27) * 0x94D049BB133111EBU;
+    return static_cast<double>(mixed >> 11) / 4503599627370496.0 - 1;
+}
+
+/// For manual use: four notes per second over a bass, with a drum every half second.
+double Music(double seconds, std::uint64_t frame) {
+    constexpr int kSteps[] = {0, 7, 12, 3, 15, 10, 19, 7};
+    const double beat = std::fmod(seconds, 0.5);
+    const double note = std::fmod(seconds, 0.25);
+    const double hertz = 220 * std::pow(2.0, kSteps[static_cast<std::size_t>(seconds * 4) % 8] / 12.0);
+    const double melody =
+        (Sine(hertz, seconds) + 0.5 * Sine(2 * hertz, seconds) + 0.25 * Sine(4 * hertz, seconds)) *
+        std::exp(-note * 8);
+    const double drum = (Sine(60, beat) + 0.6 * Noise(frame)) * std::exp(-beat * 9);
+    return 0.25 * melody + 0.2 * Sine(55, seconds) + 0.3 * drum;
+}
+
+/// Writes one sample as a float for 32 bits, otherwise as a little-endian integer; bits / 8 bytes.
+void WriteSample(double sample, unsigned bits, BYTE* place) {
+    const auto real = static_cast<float>(sample);
+    const double scale = std::ldexp(1.0, static_cast<int>(bits) - 1) - 1;
+    const auto integer = static_cast<std::int64_t>(std::lround(sample * scale));
+    std::memcpy(place, bits == 32 ? static_cast<const void*>(&real) : &integer, bits / 8);
+}
+
+/// The result of a call, subject to the settings "hang", "fail" and "gone".
+HRESULT Outcome(const std::string& call) {
+    if (Fails(call)) {
         return E_FAIL;
     }
-    if (settings.Is("gone", "1")) {
-        return std::string_view(call) == "endpoint" ? kNoDevice : kDeviceGone;
+    if (IsSet("gone", "1") && call != "create") {
+        return call == "endpoint" ? kNoDevice : kDeviceGone;
     }
     return S_OK;
 }
@@ -52,10 +77,10 @@ void JoinThread() {
 }
 
 struct Format {
-    WORD bits = static_cast<WORD>(Settings().Number("bits", 32));
-    WORD channels = static_cast<WORD>(Settings().Number("channels", 2));
-    DWORD rate = static_cast<DWORD>(Settings().Number("rate", 48000));
-    WORD frameBytes = static_cast<WORD>(Settings().Number("block", bits / 8 * channels));
+    WORD bits = static_cast<WORD>(NumberSetting("bits", 32));
+    WORD channels = static_cast<WORD>(NumberSetting("channels", 2));
+    DWORD rate = static_cast<DWORD>(NumberSetting("rate", 48000));
+    WORD frameBytes = static_cast<WORD>(NumberSetting("block", bits / 8 * channels));
 };
 
 /// For calls that return a new object; the setting "null" makes them succeed without one.
@@ -63,38 +88,37 @@ template <class Object>
 HRESULT CreateObject(const char* call, REFIID id, void** object) {
     *object = nullptr;
     const HRESULT result = Outcome(call);
-    return FAILED(result) || Settings().Is("null", call) ? result : TransferReference(new Object, id, object);
+    return FAILED(result) || IsSet("null", call) ? result : TransferReference(new Object, id, object);
 }
 
 /// Delivers packets of 10 ms in real time.
 class CaptureClient final : public ComObject<IAudioCaptureClient> {
 public:
-    HRESULT STDMETHODCALLTYPE GetNextPacketSize(UINT32* frames) override {
+    STDMETHODIMP GetNextPacketSize(UINT32* frames) override {
         const HRESULT result = Outcome("nextpacket");
         *frames = SUCCEEDED(result) && HasPacket() ? packetFrames_ : 0;
         return result;
     }
 
-    HRESULT STDMETHODCALLTYPE GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64*,
-                                        UINT64*) override {
+    STDMETHODIMP GetBuffer(BYTE** data, UINT32* frames, DWORD* flags, UINT64*, UINT64*) override {
         *data = nullptr;
         *frames = 0;
         *flags = 0;
         const HRESULT result = Outcome("getbuffer");
-        if (FAILED(result)) {
-            return result;
+        if (FAILED(result) || IsSet("packets", "empty")) {
+            return FAILED(result) ? result : AUDCLNT_S_BUFFER_EMPTY;
         }
-        if (Settings().Is("packets", "empty")) {
-            return AUDCLNT_S_BUFFER_EMPTY;
+        if (!IsSet("null", "getbuffer")) {
+            *data = &loop_[delivered_ % kLoopPackets * packetFrames_ * format_.frameBytes];
         }
-        *data = Settings().Is("null", "getbuffer")
-                    ? nullptr
-                    : &loop_[delivered_ % kLoopPackets * packetFrames_ * format_.frameBytes];
         *frames = packetFrames_;
         return S_OK;
     }
 
-    HRESULT STDMETHODCALLTYPE ReleaseBuffer(UINT32) override {
+    STDMETHODIMP ReleaseBuffer(UINT32 frames) override {
+        if (frames != packetFrames_) {
+            CountCall("misuse");
+        }
         ++delivered_;
         return Outcome("releasebuffer");
     }
@@ -106,23 +130,23 @@ private:
     static constexpr std::size_t kLoopPackets = 200;
 
     bool HasPacket() const {
-        const DoubleSettings settings = Settings();
-        if (settings.Is("packets", "endless") || settings.Is("packets", "empty")) {
+        if (IsSet("packets", "endless") || IsSet("packets", "empty")) {
             return true;
         }
         const std::chrono::duration<double> passed = Clock::now() - start_;
-        return !settings.Is("packets", "never") && packetFrames_ > 0 &&
+        return !IsSet("packets", "never") && packetFrames_ > 0 &&
                static_cast<double>(delivered_) * kPacketSeconds < passed.count();
     }
 
     /// Two seconds of sound, the period of all signals.
     std::vector<BYTE> MakeLoop() const {
-        const std::string signal = Settings().Text("signal", "music");
-        const double hertz = Settings().Number("hertz", 1000);
+        const bool music = IsSet("signal", "music") || Setting("signal").empty();
+        const double hertz = IsSet("signal", "sine") ? NumberSetting("hertz", 1000) : 0;
         const std::size_t sampleBytes = format_.bits / 8;
         std::vector<BYTE> loop(kLoopPackets * packetFrames_ * format_.frameBytes + 64);
         for (std::size_t frame = 0; frame < kLoopPackets * packetFrames_; ++frame) {
-            const double sample = SignalSample(signal, hertz, frame, format_.rate);
+            const double seconds = static_cast<double>(frame) / format_.rate;
+            const double sample = kLevel * (music ? Music(seconds, frame) : Sine(hertz, seconds));
             for (std::size_t channel = 0; channel < format_.channels; ++channel) {
                 const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
                 if (place + sampleBytes <= loop.size()) {
@@ -142,123 +166,111 @@ private:
 
 class AudioClient final : public ComObject<IAudioClient> {
 public:
-    ~AudioClient() override { JoinThread(); }
+    ~AudioClient() override {
+        JoinThread();
+        if (running_) {
+            CountCall("misuse");
+        }
+    }
 
-    HRESULT STDMETHODCALLTYPE GetMixFormat(WAVEFORMATEX** format) override {
+    STDMETHODIMP GetMixFormat(WAVEFORMATEX** format) override {
         *format = nullptr;
         const HRESULT result = Outcome("mixformat");
-        if (FAILED(result) || Settings().Is("null", "mixformat")) {
+        if (FAILED(result) || IsSet("null", "mixformat")) {
             return result;
         }
         const Format wanted;
-        auto* made = static_cast<WAVEFORMATEX*>(CoTaskMemAlloc(sizeof(WAVEFORMATEX)));
-        *made = {};
-        made->wFormatTag = wanted.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM;
-        made->nChannels = wanted.channels;
-        made->nSamplesPerSec = wanted.rate;
-        made->nAvgBytesPerSec = wanted.rate * wanted.frameBytes;
-        made->nBlockAlign = wanted.frameBytes;
-        made->wBitsPerSample = wanted.bits;
-        *format = made;
+        *format = static_cast<WAVEFORMATEX*>(NewTaskBlock(sizeof(WAVEFORMATEX)));
+        const auto tag = static_cast<WORD>(wanted.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM);
+        **format = {tag,
+                    wanted.channels,
+                    wanted.rate,
+                    wanted.rate * wanted.frameBytes,
+                    wanted.frameBytes,
+                    wanted.bits,
+                    0};
         return S_OK;
     }
 
     /// Accepts only the arguments of a loopback stream.
-    HRESULT STDMETHODCALLTYPE Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
-                                         REFERENCE_TIME period, const WAVEFORMATEX* format,
-                                         LPCGUID session) override {
+    STDMETHODIMP Initialize(AUDCLNT_SHAREMODE mode, DWORD flags, REFERENCE_TIME duration,
+                            REFERENCE_TIME period, const WAVEFORMATEX* format, LPCGUID session) override {
         const bool valid = mode == AUDCLNT_SHAREMODE_SHARED && flags == AUDCLNT_STREAMFLAGS_LOOPBACK &&
                            duration == 0 && period == 0 && format && !session;
         return valid ? Outcome("initialize") : E_INVALIDARG;
     }
 
-    HRESULT STDMETHODCALLTYPE GetService(REFIID id, void** service) override {
+    STDMETHODIMP GetService(REFIID id, void** service) override {
         return CreateObject<CaptureClient>("service", id, service);
     }
-    HRESULT STDMETHODCALLTYPE Start() override { return Outcome("start"); }
-    HRESULT STDMETHODCALLTYPE Stop() override { return Outcome("stop"); }
-
-    HRESULT STDMETHODCALLTYPE GetBufferSize(UINT32*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetStreamLatency(REFERENCE_TIME*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetCurrentPadding(UINT32*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE IsFormatSupported(AUDCLNT_SHAREMODE, const WAVEFORMATEX*,
-                                                WAVEFORMATEX**) override {
-        return E_NOTIMPL;
+    STDMETHODIMP Start() override {
+        const HRESULT result = Outcome("start");
+        running_ = SUCCEEDED(result);
+        return result;
     }
-    HRESULT STDMETHODCALLTYPE GetDevicePeriod(REFERENCE_TIME*, REFERENCE_TIME*) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE Reset() override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE SetEventHandle(HANDLE) override { return E_NOTIMPL; }
+    STDMETHODIMP Stop() override {
+        running_ = false;
+        return Outcome("stop");
+    }
+
+    UNUSED_METHOD(GetBufferSize, UINT32*)
+    UNUSED_METHOD(GetStreamLatency, REFERENCE_TIME*)
+    UNUSED_METHOD(GetCurrentPadding, UINT32*)
+    UNUSED_METHOD(IsFormatSupported, AUDCLNT_SHAREMODE, const WAVEFORMATEX*, WAVEFORMATEX**)
+    UNUSED_METHOD(GetDevicePeriod, REFERENCE_TIME*, REFERENCE_TIME*)
+    UNUSED_METHOD(Reset)
+    UNUSED_METHOD(SetEventHandle, HANDLE)
+
+private:
+    bool running_ = false;
 };
 
 class Device final : public ComObject<IMMDevice> {
 public:
-    HRESULT STDMETHODCALLTYPE Activate(REFIID id, DWORD, PROPVARIANT*, void** object) override {
+    STDMETHODIMP Activate(REFIID id, DWORD, PROPVARIANT*, void** object) override {
         return CreateObject<AudioClient>("activate", id, object);
     }
-    HRESULT STDMETHODCALLTYPE OpenPropertyStore(DWORD, IPropertyStore**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE GetId(LPWSTR* id) override {
+    STDMETHODIMP GetId(LPWSTR* id) override {
         const HRESULT result = Outcome("id");
         *id = nullptr;
-        if (SUCCEEDED(result) && !Settings().Is("null", "id")) {
-            *id = static_cast<LPWSTR>(CoTaskMemAlloc((name_.size() + 1) * sizeof(wchar_t)));
+        if (SUCCEEDED(result) && !IsSet("null", "id")) {
+            *id = static_cast<LPWSTR>(NewTaskBlock((name_.size() + 1) * sizeof(wchar_t)));
             std::ranges::copy_n(name_.c_str(), static_cast<std::ptrdiff_t>(name_.size() + 1), *id);
         }
         return result;
     }
-    HRESULT STDMETHODCALLTYPE GetState(DWORD*) override { return E_NOTIMPL; }
+    UNUSED_METHOD(OpenPropertyStore, DWORD, IPropertyStore**)
+    UNUSED_METHOD(GetState, DWORD*)
 
 private:
-    const std::string name_ = Settings().Text("device", "speakers");
+    const std::string name_ = Setting("device", "speakers");
 };
 
 class DeviceEnumerator final : public ComObject<IMMDeviceEnumerator> {
 public:
     /// Only the default playback device exists; there is no microphone.
-    HRESULT STDMETHODCALLTYPE GetDefaultAudioEndpoint(EDataFlow flow, ERole role,
-                                                      IMMDevice** device) override {
+    STDMETHODIMP GetDefaultAudioEndpoint(EDataFlow flow, ERole role, IMMDevice** device) override {
         *device = nullptr;
         return flow == eRender && role == eConsole
                    ? CreateObject<Device>("endpoint", __uuidof(IMMDevice), reinterpret_cast<void**>(device))
                    : kNoDevice;
     }
-    HRESULT STDMETHODCALLTYPE EnumAudioEndpoints(EDataFlow, DWORD, IMMDeviceCollection**) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE GetDevice(LPCWSTR, IMMDevice**) override { return E_NOTIMPL; }
-    HRESULT STDMETHODCALLTYPE RegisterEndpointNotificationCallback(IMMNotificationClient*) override {
-        return E_NOTIMPL;
-    }
-    HRESULT STDMETHODCALLTYPE UnregisterEndpointNotificationCallback(IMMNotificationClient*) override {
-        return E_NOTIMPL;
-    }
+    UNUSED_METHOD(EnumAudioEndpoints, EDataFlow, DWORD, IMMDeviceCollection**)
+    UNUSED_METHOD(GetDevice, LPCWSTR, IMMDevice**)
+    UNUSED_METHOD(RegisterEndpointNotificationCallback, IMMNotificationClient*)
+    UNUSED_METHOD(UnregisterEndpointNotificationCallback, IMMNotificationClient*)
 };
 
 IUnknown* MakeEnumerator() {
-    Sleep(static_cast<DWORD>(Settings().Number("slow", 0)));
+    Sleep(static_cast<DWORD>(NumberSetting("slow", 0)));
     JoinThread();
-    return SUCCEEDED(Outcome("create")) || Settings().Is("gone", "1") ? new DeviceEnumerator : nullptr;
+    return SUCCEEDED(Outcome("create")) ? new DeviceEnumerator : nullptr;
 }
 
 }  // namespace
+
+MakeObject MakerOf(REFCLSID id) {
+    return id == __uuidof(MMDeviceEnumerator) ? MakeEnumerator : nullptr;
+}
+
 }  // namespace pixelforge::test
-
-extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfaceId, void** object) {
-    using namespace pixelforge::test;
-    *object = nullptr;
-    return id == __uuidof(MMDeviceEnumerator)
-               ? TransferReference(new Factory<MakeEnumerator>, interfaceId, object)
-               : CLASS_E_CLASSNOTAVAILABLE;
-}
-
-extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
-    return S_FALSE;
-}
-
-/// Live COM objects; method calls so far.
-extern "C" long SoundDoubleObjects() {
-    return pixelforge::test::liveObjects;
-}
-
-extern "C" long SoundDoubleCalls() {
-    return pixelforge::test::calls;
-}

@@ -1,0 +1,118 @@
+// Settings, counters and exports of a device double.
+#include "tests/support/device_double.h"
+
+#include <algorithm>
+#include <map>
+#include <mutex>
+
+namespace pixelforge::test {
+namespace {
+
+const HANDLE resumed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+std::mutex countLock;  ///< guards the maps
+std::map<std::string, long> calls;
+std::map<void*, std::size_t> blocks;
+
+/// The pages that follow in the block's reservation, 0 once it is freed.
+std::size_t PagesAt(const void* block) {
+    MEMORY_BASIC_INFORMATION pages = {};
+    VirtualQuery(block, &pages, sizeof(pages));
+    return pages.State == MEM_COMMIT ? pages.RegionSize : 0;
+}
+
+class Factory final : public ComObject<IClassFactory> {
+public:
+    explicit Factory(MakeObject make) : make_(make) {}
+
+    STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** object) override {
+        return outer ? CLASS_E_NOAGGREGATION : TransferReference(make_(), id, object);
+    }
+    UNUSED_METHOD(LockServer, BOOL)
+
+private:
+    const MakeObject make_;
+};
+
+}  // namespace
+
+std::string Setting(std::string_view key, std::string_view fallback) {
+    char text[512] = {};
+    GetEnvironmentVariableA(kSettings, text, sizeof(text));
+    const std::string parts = ";" + std::string(text) + ";";
+    const std::string start = ";" + std::string(key) + "=";
+    const std::size_t found = parts.find(start);
+    if (found == std::string::npos) {
+        return std::string(fallback);
+    }
+    const std::size_t value = found + start.size();
+    return parts.substr(value, parts.find(';', value) - value);
+}
+
+double NumberSetting(std::string_view key, double fallback) {
+    const std::string text = Setting(key);
+    return text.empty() ? fallback : std::atof(text.c_str());
+}
+
+bool IsSet(std::string_view key, std::string_view value) {
+    return Setting(key) == value;
+}
+
+void CountCall(const std::string& call) {
+    const std::lock_guard lock(countLock);
+    ++calls[call];
+    ++calls["any"];
+}
+
+bool Fails(const std::string& call) {
+    CountCall(call);
+    if (IsSet("hang", call)) {
+        WaitForSingleObject(resumed, INFINITE);
+    }
+    return IsSet("fail", call) || (IsSet("flaky", call) && DoubleCount(call.c_str()) % 2 == 0);
+}
+
+void* NewTaskBlock(std::size_t bytes, std::size_t spare) {
+    void* const block = CoTaskMemAlloc(bytes + spare);
+    const std::lock_guard lock(countLock);
+    if (bytes + spare >= 1U << 20) {
+        blocks[block] = PagesAt(block);
+    }
+    return block;
+}
+
+HRESULT TransferReference(IUnknown* made, REFIID id, void** object) {
+    *object = nullptr;
+    if (!made) {
+        return E_FAIL;
+    }
+    const HRESULT result = made->QueryInterface(id, object);
+    made->Release();
+    return result;
+}
+
+}  // namespace pixelforge::test
+
+extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfaceId, void** object) {
+    using namespace pixelforge::test;
+    *object = nullptr;
+    const MakeObject make = MakerOf(id);
+    return make ? TransferReference(new Factory(make), interfaceId, object) : CLASS_E_CLASSNOTAVAILABLE;
+}
+
+extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
+    return S_FALSE;
+}
+
+extern "C" long pixelforge::test::DoubleCount(const char* name) {
+    const std::lock_guard lock(countLock);
+    if (std::string_view(name) != "objects") {
+        return calls[name];
+    }
+    const auto isLive = [](const auto& block) { return PagesAt(block.first) == block.second; };
+    return liveObjects + static_cast<long>(std::ranges::count_if(blocks, isLive));
+}
+
+/// Lets the call continue that the setting "hang" stopped.
+extern "C" void DoubleResume() {
+    SetEvent(pixelforge::test::resumed);
+}

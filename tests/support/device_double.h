@@ -1,0 +1,89 @@
+// What the device doubles share: settings, counters and base classes of their COM objects.
+#pragma once
+
+#include <windows.h>
+
+#include <unknwn.h>
+
+#include <atomic>
+#include <string>
+#include <string_view>
+
+/// A method that the module never calls.
+#define UNUSED_METHOD(name, ...)              \
+    STDMETHODIMP name(__VA_ARGS__) override { \
+        return E_NOTIMPL;                     \
+    }
+
+namespace pixelforge::test {
+
+/// The environment variable with the settings: "key=value" parts, separated by semicolons. It is read in
+/// every call, so that a test can change a device while it runs.
+extern const char* const kSettings;
+
+/// The value of `key`, or `fallback` if there is none.
+std::string Setting(std::string_view key, std::string_view fallback = {});
+double NumberSetting(std::string_view key, double fallback);
+bool IsSet(std::string_view key, std::string_view value);
+
+/// Counts the call for `DoubleCount`. The call "misuse" breaks an interface's rules.
+void CountCall(const std::string& call);
+
+/// Counts the call; hangs if the setting "hang" names it. True if "fail" names it, and every other time if
+/// "flaky" does.
+bool Fails(const std::string& call);
+
+/// Task memory for the caller to free. Only blocks of more than a megabyte are counted: the system reserves
+/// memory for each of them, and returns it.
+void* NewTaskBlock(std::size_t bytes, std::size_t spare = 0x123456);
+
+inline std::atomic<long> liveObjects{0};  ///< COM objects of this DLL, class factories included
+
+/// An object with the given interfaces; the first is its identity. Starts with one reference.
+template <class First, class... Others>
+class ComObject : public First, public Others... {
+public:
+    ComObject() { ++liveObjects; }
+    ComObject(const ComObject&) = delete;
+    ComObject& operator=(const ComObject&) = delete;
+
+    STDMETHODIMP QueryInterface(REFIID id, void** object) override {
+        *object = id == __uuidof(IUnknown) || id == __uuidof(First) ? static_cast<First*>(this) : nullptr;
+        ((id == __uuidof(Others) ? static_cast<void>(*object = static_cast<Others*>(this)) : void()), ...);
+        OfferBase(id, object);
+        return *object ? static_cast<void>(AddRef()), S_OK : E_NOINTERFACE;
+    }
+
+    STDMETHODIMP_(ULONG) AddRef() override { return ++references_; }
+
+    STDMETHODIMP_(ULONG) Release() override {
+        const ULONG left = --references_;
+        if (left == 0) {
+            delete this;
+        }
+        return left;
+    }
+
+protected:
+    virtual ~ComObject() { --liveObjects; }
+
+    /// Override for the interfaces that `First` derives from.
+    virtual void OfferBase(REFIID, void**) {}
+
+private:
+    std::atomic<ULONG> references_{1};
+};
+
+/// Returns the object with one reference, or null on failure.
+using MakeObject = IUnknown* (*)();
+
+/// How the DLL creates objects of the class; null for other classes. Each double defines it.
+MakeObject MakerOf(REFCLSID id);
+
+/// Calls with that name so far, or of "any" name. "objects": live COM objects and blocks of task memory.
+extern "C" long DoubleCount(const char* name);
+
+/// Transfers the object's only reference to the caller as interface `id`. Fails if `made` is null.
+HRESULT TransferReference(IUnknown* made, REFIID id, void** object);
+
+}  // namespace pixelforge::test
