@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <functional>
 
 #include "module/module_instance.h"
 #include "tests/end_to_end/module_run.h"
@@ -14,7 +13,7 @@
 namespace pixelforge::test {
 namespace {
 
-const std::string kWhite = DocumentBuilder().Image(MainImage("c = vec4(1);")).Json();
+const std::string kWhite = ImageDocument("c = vec4(1);");
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
 /// The number of frames drawn, iFrame, and iTime in steps of the default speed.
 const std::string kCounter =
@@ -61,6 +60,40 @@ TEST(Driver, TheDescriptionFillsAnUninitialisedRecord) {
     const std::wstring build = description.buildText;  // "(REL) Nov  9 2024 @ 23:42:18"
     EXPECT_EQ(build.substr(0, 6) + build.substr(17, 3), L"(REL)  @ ");
     EXPECT_EQ(build.size(), 28u);
+}
+
+std::wstring debuggerText;
+
+/// Decodes output as a debugger does; some systems convert wide output to the code page first.
+LONG CALLBACK AppendDebuggerText(EXCEPTION_POINTERS* pointers) {
+    const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
+    if (record.ExceptionCode == 0x4001000A) {
+        debuggerText += reinterpret_cast<const wchar_t*>(record.ExceptionInformation[1]);
+    } else if (record.ExceptionCode == 0x40010006) {
+        const auto* text = reinterpret_cast<const char*>(record.ExceptionInformation[1]);
+        debuggerText += Widen(text, TextEncoding::AnsiCodePage).value();
+    }
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+TEST(Driver, WithoutAPlaylistFramesPauseAndFailWithALineForDebuggers) {
+    const std::wstring missing = L"no such playlist: D:\\Moonreel\\Pixelforge\\Playlists\\";
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {L"", L"no playlist is selected"},
+        {L"\u00E4", missing + L"\u00E4"},
+        {std::wstring(226, L'x'), missing + std::wstring(226, L'x')},
+        {std::wstring(227, L'x'), L"the playlist's path is too long: "},
+    };
+    void* const handler = AddVectoredExceptionHandler(1, AppendDebuggerText);
+    for (const auto& [name, words] : cases) {
+        ModuleRun run(kWhite);
+        CopyCut(run.Session().Control("Playlist File(s)")->files.fileName, name);
+        const ULONGLONG start = GetTickCount64();
+        EXPECT_EQ(run.Frames(10), FrameResult::Failed);
+        EXPECT_TRUE(!name.empty() || GetTickCount64() - start >= 50) << "a host that retries would spin";
+        EXPECT_NE(std::exchange(debuggerText, {}).find(words), words.npos) << run.Words();
+    }
+    RemoveVectoredExceptionHandler(handler);
 }
 
 TEST(Driver, DrawingCanBeSwitchedOffAndOn) {
@@ -124,8 +157,10 @@ TEST(Driver, TheNoticeOffersAnInstalledEditor) {
     const TempFolder folder;
     Module();  // attaching to the process sets the variable
     SetEnvironmentVariableW(L"EXE_BASEFOLDER", folder.Path().c_str());
-    const auto notice = [] {
-        ModuleRun run(kWhite);
+    ModuleRun run(kWhite);
+    const auto notice = [&run] {
+        Module().Functions().preInitialize(run.Session().Instance(), &run.Session().Context());
+        run.Session().Initialize();
         EXPECT_EQ(run.Frame(), FrameResult::Drawn);
         return preview::HostSession::InfoText();
     };
@@ -136,66 +171,55 @@ TEST(Driver, TheNoticeOffersAnInstalledEditor) {
     std::replace(link.begin(), link.end(), '\\', '/');
     EXPECT_NE(notice().find(std::wstring(link.begin(), link.end())), std::wstring::npos)
         << "forward slashes, then the identifier";
+    run.Session().Close();
     EXPECT_EQ(preview::HostSession::InfoText(), L"") << "clean-up clears it";
     SetEnvironmentVariableW(L"EXE_BASEFOLDER", nullptr);
 }
 
-using Pixels = std::vector<std::uint32_t>;
-/// Applies a plain frame to the host's picture; both start with the lowest row.
-using Form = std::function<void(const Pixels& frame, Pixels& host)>;
-
-Form Tiles(std::int32_t x, std::int32_t y, std::int32_t mirrored) {
-    return [=](const Pixels& frame, Pixels& host) {
-        reference::TileRemap({host.data(), 32, 24}, {frame.data(), 32, 24}, {32, 24, x, y, mirrored});
-    };
-}
-
-Form Levels(std::int32_t foregroundOnly) {
-    return [=](const Pixels& frame, Pixels& host) {
-        reference::LevelCopy(frame.data(), host.data(), 32 * 24, 3, foregroundOnly);
-    };
-}
-
 TEST(Driver, EveryOutputFormMatchesItsFormula) {
-    const Form plain = [](const Pixels& frame, Pixels& host) { host = frame; };
-    const Form nothing = [](const Pixels&, Pixels&) {};
-    const Form foreground = [](const Pixels& frame, Pixels& host) {
-        reference::ForegroundCopy(frame.data(), host.data(), 32 * 24);
-    };
-    const struct {
-        const char* what;
-        std::int32_t ownBitmap, levels;  ///< the host's levelOutput at pre-initialisation and at the frame
-        std::vector<preview::ControlSetting> settings;
-        Form form;
-    } cases[] = {
-        {"direct, where the control has no effect", 0, 0, {{"Foreground Only", "1"}}, plain},
-        {"left in the module's bitmap", 1, 0, {}, nothing},
-        {"foreground", 1, 0, {{"Foreground Only", "1"}}, foreground},
-        {"levels", 1, 1, {}, Levels(0)},
-        {"levels of the foreground", 1, 1, {{"Foreground Only", "1"}}, Levels(1)},
-        {"tiles", 1, 0, {{"X Tiling", "3"}, {"Y Tiling", "2"}, {"Mirroring", "0"}}, Tiles(3, 2, 0)},
-        {"mirrored tiles", 1, 0, {{"X Tiling", "2"}, {"Mirroring", "1"}}, Tiles(2, 1, 1)},
-    };
     // Black on the left; elsewhere each pixel encodes its position.
-    const std::string code = MainImage("c = p.x < 9.0 ? vec4(0) : vec4(floor(p), 7, 255) / 255.0;");
-    Pixels frame(32 * 24);
+    const std::string document = ImageDocument("c = p.x < 9.0 ? vec4(0) : vec4(floor(p), 7, 255) / 255.0;");
+    std::vector<std::uint32_t> frame(32 * 24);
     for (std::uint32_t i = 0; i < frame.size(); ++i) {
         frame[i] = i % 32 < 9 ? 0 : 0xFF000007 | i % 32 << 16 | i / 32 << 8;
     }
-    for (const auto& each : cases) {
+    constexpr std::int32_t kTilings[][3] = {{1, 1, 1}, {3, 2, 0}, {2, 1, 1}};
+    for (int form = 0; form < 24; ++form) {
+        const bool own = form & 1;  // through the module's own bitmap
+        const bool levels = form & 2;
+        const bool foreground = form & 4;
+        const auto& [columns, rows, mirrored] = kTilings[form / 8];
         RunOptions options;
         options.levelDivisor = 3;
-        options.levelOutput = each.ownBitmap;
-        options.settings = each.settings;
-        ModuleRun run(DocumentBuilder().Image(code).Json(), options);
-        run.Session().Context().levelOutput = each.levels;
+        options.levelOutput = !own;
+        options.settings = {{"Foreground Only", foreground ? "1" : "0"},
+                            {"X Tiling", std::to_string(columns)},
+                            {"Y Tiling", std::to_string(rows)},
+                            {"Mirroring", std::to_string(mirrored)}};
+        ModuleRun run(document, options);
+        DrawContext& context = run.Session().Context();
+        context.levelOutput = own;
+        Module().Functions().preInitialize(run.Session().Instance(), &context);
+        context.levelOutput = levels;
         const std::span<const std::uint8_t> bytes = run.Session().Pixels().bytes;
         auto* host = reinterpret_cast<std::uint32_t*>(const_cast<std::uint8_t*>(bytes.data()));
-        Pixels expected(32 * 24, 0x123456);
+        std::vector<std::uint32_t> expected(32 * 24, 0x123456);
         std::copy(expected.begin(), expected.end(), host);
-        each.form(frame, expected);
+        if (columns + rows > 2) {
+            const std::vector<std::uint32_t> unused(32 * 24);  // the module's bitmap is black
+            reference::TileRemap({expected.data(), 32, 24}, {(own ? frame : unused).data(), 32, 24},
+                                 {32, 24, columns, rows, mirrored});
+        } else if (!own) {
+            expected = frame;
+        } else if (levels) {
+            reference::LevelCopy(frame.data(), expected.data(), 32 * 24, 3, foreground);
+        } else if (foreground) {
+            reference::ForegroundCopy(frame.data(), expected.data(), 32 * 24);
+        }
         EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
-        EXPECT_EQ(Pixels(host, host + 32 * 24), expected) << each.what;
+        EXPECT_EQ(std::vector(host, host + 32 * 24), expected)
+            << (own ? "own bitmap" : "direct") << (levels ? ", levels" : "")
+            << (foreground ? ", foreground" : "") << ", tiles " << columns << " x " << rows;
     }
 }
 

@@ -7,11 +7,6 @@
 namespace pixelforge::test {
 namespace {
 
-preview::SessionOptions Named(preview::SessionOptions options, const std::string& playlist) {
-    options.playlistName = playlist;
-    return options;
-}
-
 /// One per process, which can have only one debugger.
 preview::DebugCapture& Capture() {
     static preview::DebugCapture capture;
@@ -29,11 +24,10 @@ ModuleRun::ModuleRun(const std::string& document, const RunOptions& options,
                      const preview::ModuleLibrary& library)
     : ModuleRun(preview::StagedShader::OfDocument(BytesOf(document)), options, library) {}
 
-ModuleRun::ModuleRun(preview::StagedShader shader, const RunOptions& options,
-                     const preview::ModuleLibrary& library)
+ModuleRun::ModuleRun(preview::StagedShader shader, RunOptions options, const preview::ModuleLibrary& library)
     : firstLine_(Capture().Lines().size()),
       drop_(std::move(shader)),
-      session_(library, Named(options, drop_.PlaylistName())) {
+      session_(library, (options.playlistName = drop_.PlaylistName(), options)) {
     session_.Open();
 }
 

@@ -43,10 +43,18 @@ TEST(PickShaderId, IgnoresLinesWithoutALineEnd) {
 }
 
 TEST(PickShaderId, PicksTheRandomNumberModuloTheLines) {
-    constexpr std::string_view playlist = "\r\na\r\n\r\nb\n\rc\rd\nunfinished";
-    for (const auto& [number, id] : {std::pair(0u, L"a"), {3u, L"d"}, {6u, L"c"}, {0xFFFFFFFDu, L"b"}}) {
+    constexpr std::string_view playlist = "\r\na\r\n\r\nb\n\rc\rd\n\ne\nunfinished";
+    for (const auto& [number, id] : {std::pair(0u, L"a"), {0x80000000u, L"d"}, {7u, L"c"}}) {
         EXPECT_EQ(Pick(playlist, number), id) << number;
     }
+    std::uint32_t once = 0;
+    std::uint32_t always = 0xFFFFFFFF;
+    for (int i = 0; i < 100; ++i) {
+        const std::uint32_t drawn = SystemRandom();
+        once |= drawn;
+        always &= drawn;
+    }
+    EXPECT_TRUE(once == 0xFFFFFFFF && always == 0) << "each of the 32 bits varies";
 }
 
 }  // namespace
