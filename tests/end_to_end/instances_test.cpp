@@ -5,6 +5,7 @@
 
 #include <GL/gl.h>
 
+#include <functional>
 #include <future>
 #include <string>
 #include <thread>
@@ -156,26 +157,32 @@ TEST(Instances, EveryExportRestoresTheCallersGlContext) {
     }
 }
 
-TEST(Instances, WithoutAUsableWindowFailEachFrameWithOneLineUntilThereIsOne) {
+TEST(Instances, ThatCannotDrawFailEachFrameWithOneLineUntilTheyCan) {
     const preview::HostWindow other(32, 24);
     HWND const destroyed = preview::HostWindow(32, 24).Handle();
+    const auto without = [](HWND window) {
+        return [window](DrawContext& context) { context.window = window; };
+    };
     const struct {
-        HWND window;
+        std::function<void(DrawContext&)> change;
         bool atPreInitialisation;
         const char* words;
-    } cases[] = {{nullptr, false, "the window does not exist"},
-                 {destroyed, false, "the window does not exist"},
-                 {other.Handle(), false, "the window is not the one given at pre-initialisation"},
-                 {nullptr, true, "there was no window at pre-initialisation"}};
-    for (const auto& [window, atPreInitialisation, words] : cases) {
+    } cases[] = {{without(nullptr), false, "the window does not exist"},
+                 {without(destroyed), false, "the window does not exist"},
+                 {without(other.Handle()), false, "the window is not the one given at pre-initialisation"},
+                 {without(nullptr), true, "there was no window at pre-initialisation"},
+                 {[](DrawContext& context) { context.bitmap = nullptr; }, false,
+                  "the bitmap is missing, not 32-bit or not of the frame's size"}};
+    for (const auto& [change, atPreInitialisation, words] : cases) {
         ModuleRun run(kCounter);
         DrawContext& context = run.Session().Context();
-        HWND const usable = std::exchange(context.window, window);
+        const DrawContext usable = context;
+        change(context);
         if (atPreInitialisation) {
             Module().Functions().preInitialize(run.Session().Instance(), &context);
         }
-        EXPECT_EQ(run.Frames(3), FrameResult::Failed) << "the shader loads, but its context has no window";
-        context.window = usable;
+        EXPECT_EQ(run.Frames(3), FrameResult::Failed) << "the shader loads, but cannot be shown";
+        context = usable;
         EXPECT_EQ(run.Frame(), atPreInitialisation ? FrameResult::Failed : FrameResult::Drawn);
         EXPECT_EQ(run.Words(), std::string("Pixelforge: cannot draw: ") + words + "\n");
     }
