@@ -133,8 +133,8 @@ TEST(Driver, TheErrorScreenIsWrittenInGreenOnBlack) {
         }
     }
     EXPECT_GT(green, 50);
-    run.Session().Initialize();
-    EXPECT_EQ(run.Frame(), FrameResult::Drawn) << "initialisation clears the error state";
+    Module().Functions().preInitialize(run.Session().Instance(), &run.Session().Context());
+    EXPECT_EQ(run.Frame(), FrameResult::Drawn) << "pre-initialisation clears the error state";
 }
 
 TEST(Driver, TheNoticeOffersAnInstalledEditor) {
@@ -175,15 +175,17 @@ TEST(Driver, EveryOutputFormMatchesItsFormula) {
         const auto& [columns, rows, mirrored] = kTilings[form / 8];
         RunOptions options;
         options.levelDivisor = 3;
-        options.levelOutput = !own;
         options.settings = {{"Foreground Only", foreground ? "1" : "0"},
                             {"X Tiling", std::to_string(columns)},
                             {"Y Tiling", std::to_string(rows)},
                             {"Mirroring", std::to_string(mirrored)}};
         ModuleRun run(document, options);
         DrawContext& context = run.Session().Context();
-        context.levelOutput = own;
-        Module().Functions().preInitialize(run.Session().Instance(), &context);
+        for (const bool again : {false, true}) {
+            context.levelOutput = own == again;
+            context.width = again ? 32 : 16;
+            Module().Functions().preInitialize(run.Session().Instance(), &context);
+        }
         context.levelOutput = levels;
         const std::span<const std::uint8_t> bytes = run.Session().Pixels().bytes;
         auto* host = reinterpret_cast<std::uint32_t*>(const_cast<std::uint8_t*>(bytes.data()));

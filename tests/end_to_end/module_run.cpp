@@ -1,6 +1,8 @@
 // Opens and draws a run.
 #include "tests/end_to_end/module_run.h"
 
+#include <gtest/gtest.h>
+
 #include "base/text.h"
 #include "preview/host/debug_capture.h"
 
@@ -29,6 +31,11 @@ ModuleRun::ModuleRun(preview::StagedShader shader, RunOptions options, const pre
       drop_(std::move(shader)),
       session_(library, (options.playlistName = drop_.PlaylistName(), options)) {
     session_.Open();
+}
+
+DrawnRun::DrawnRun(std::string_view body, const std::vector<Input>& inputs, const RunOptions& options)
+    : ModuleRun(ImageDocument(body, inputs), options) {
+    EXPECT_EQ(Frame(), FrameResult::Drawn) << Words();
 }
 
 FrameResult ModuleRun::Frames(int count) {

@@ -50,4 +50,10 @@ private:
     preview::HostSession session_;
 };
 
+/// Has drawn the first frame of `ImageDocument`.
+struct DrawnRun : ModuleRun {
+    explicit DrawnRun(std::string_view body, const std::vector<Input>& inputs = {},
+                      const RunOptions& options = {});
+};
+
 }  // namespace pixelforge::test
