@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <process.h>
-#include <shlobj.h>
 
 #include <cstdio>
 #include <iterator>
@@ -17,12 +16,6 @@ namespace pixelforge::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-fs::path SystemFolder(int folder) {
-    wchar_t path[MAX_PATH] = {};
-    SHGetFolderPathW(nullptr, folder, nullptr, SHGFP_TYPE_CURRENT, path);
-    return path;
-}
 
 std::wstring Quoted(const fs::path& path) {
     return L'"' + path.wstring() + L'"';
@@ -62,8 +55,8 @@ void RemoveEmptyFolders(fs::path folder) {
 TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
     const TempFolder temp;
     const fs::path portable = temp.Path();
-    const fs::path installed = SystemFolder(CSIDL_PROGRAM_FILES) / "Larkvane" / "Moonreel";
-    const fs::path ofTheUser = SystemFolder(CSIDL_APPDATA) / "Larkvane" / "Moonreel";
+    const fs::path installed = fs::path(_wgetenv(L"ProgramFiles")) / "Larkvane" / "Moonreel";
+    const fs::path ofTheUser = fs::path(_wgetenv(L"APPDATA")) / "Larkvane" / "Moonreel";
     const fs::path developed = "D:\\C\\Projects\\pixelforge test";
     const struct {
         fs::path host, program, library, data;
