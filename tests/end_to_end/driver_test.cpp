@@ -77,9 +77,9 @@ TEST(Driver, WithoutAPlaylistFramesPauseAndFailWithALineForDebuggers) {
         {std::wstring(226, L'x'), missing + std::wstring(226, L'x')},
         {std::wstring(227, L'x'), L"the playlist's path is too long: "},
     };
-    void* const handler = AddVectoredExceptionHandler(1, AppendDebuggerText);
     for (const auto& [name, words] : cases) {
         ModuleRun run(kWhite);
+        void* const handler = AddVectoredExceptionHandler(1, AppendDebuggerText);  // before the run's own
         auto& selected = run.Session().Control("Playlist File(s)")->files.fileName;
         const std::wstring usable = selected;
         CopyCut(selected, name);
@@ -93,9 +93,9 @@ TEST(Driver, WithoutAPlaylistFramesPauseAndFailWithALineForDebuggers) {
         EXPECT_NE(run.Words().find("the host's frame has no pixels"), std::string::npos);
         run.Session().Context().height = 24;
         EXPECT_EQ(run.Frame(), FrameResult::Drawn) << "the load is retried";
+        RemoveVectoredExceptionHandler(handler);
         debuggerText.clear();
     }
-    RemoveVectoredExceptionHandler(handler);
 }
 
 TEST(Driver, DrawingCanBeSwitchedOffAndOn) {
