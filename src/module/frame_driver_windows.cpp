@@ -77,6 +77,9 @@ bool ResetIsDue(ModuleInstance& instance) {
 /// is soon lost as well, the shader may be hanging the graphics processor: the error screen then stays until
 /// the host initialises again.
 FrameResult FailFrame(ModuleInstance& instance, const char* reason) {
+    if (!instance.renderer) {
+        return FrameResult::Failed;  // the host has not initialised the instance
+    }
     ReportUndrawable(*instance.renderer, reason);
     if (instance.renderer->contextLost) {
         const std::uint64_t now = GetTickCount64();

@@ -4,44 +4,40 @@
 #include <windows.h>
 
 #include <process.h>
-#include <shlobj.h>
 
 #include <cstdio>
 #include <iterator>
 
 #include "base/text.h"
-#include "preview/host/module_library.h"
-#include "preview/host/staged_shader.h"
+#include "tests/end_to_end/module_run.h"
 #include "tests/end_to_end/temp_folder.h"
-#include "tests/support/document_builder.h"
 
 namespace pixelforge::test {
 namespace {
 
 namespace fs = std::filesystem;
 
-fs::path SystemFolder(int folder) {
-    wchar_t path[MAX_PATH] = {};
-    SHGetFolderPathW(nullptr, folder, nullptr, SHGFP_TYPE_CURRENT, path);
-    return path;
-}
-
 std::wstring Quoted(const fs::path& path) {
     return L'"' + path.wstring() + L'"';
 }
 
-/// The program, library and data folders that a host in this folder sees, one per line.
-std::string FoldersSeenFrom(const fs::path& folder) {
-    const fs::path module = preview::ModulePathBesideProgram();
-    const fs::path host = folder / "host.exe";
-    const fs::path output = folder / "folders.txt";
-    fs::create_directories(folder);
-    fs::copy_file(module.parent_path() / "host_probe.exe", host, fs::copy_options::overwrite_existing);
-    _wspawnl(_P_WAIT, host.c_str(), Quoted(host).c_str(), Quoted(module).c_str(), Quoted(output).c_str(),
+const fs::path kPrograms = fs::path(preview::ModulePathBesideProgram()).parent_path();
+
+std::string TextOf(const fs::path& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// The program, library and data folders that this program sees as the module's host, one per line. `longer`
+/// is appended to its path.
+std::string FoldersSeenBy(const fs::path& host, const std::wstring& longer) {
+    const fs::path output = fs::temp_directory_path() / "folders seen by a host";
+    fs::create_directories(host.parent_path());
+    fs::copy_file(kPrograms / "host_probe.exe", host, fs::copy_options::overwrite_existing);
+    _wspawnl(_P_WAIT, host.c_str(), Quoted(host).c_str(), Quoted(kPrograms / "Pixelforge.dll").c_str(),
+             Quoted(output).c_str(), longer.empty() ? nullptr : longer.c_str(),
              static_cast<wchar_t*>(nullptr));
-    std::ifstream file(output);
-    const std::string lines{std::istreambuf_iterator<char>(file), {}};
-    file.close();
+    const std::string lines = TextOf(output);
     fs::remove(output);
     fs::remove(host);
     return lines;
@@ -59,43 +55,44 @@ void RemoveEmptyFolders(fs::path folder) {
 TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
     const TempFolder temp;
     const fs::path portable = temp.Path();
-    const fs::path installed = SystemFolder(CSIDL_PROGRAM_FILES) / "Larkvane" / "Moonreel";
-    const fs::path ofTheUser = SystemFolder(CSIDL_APPDATA) / "Larkvane" / "Moonreel";
+    const fs::path installed = fs::path(_wgetenv(L"ProgramFiles")) / "Larkvane" / "Moonreel";
+    const fs::path ofTheUser = fs::path(_wgetenv(L"APPDATA")) / "Larkvane" / "Moonreel";
     const fs::path developed = "D:\\C\\Projects\\pixelforge test";
     const struct {
         fs::path host, program, library, data;
+        std::wstring longer = {};
     } cases[] = {
-        {portable, portable, portable / "DLL", portable},
-        {installed / "test", installed, installed / "DLL", ofTheUser},
-        {developed, developed, developed, "D:\\Moonreel"},
+        {portable / "h.exe", portable, portable / "DLL", portable},
+        {installed / "test" / "h.exe", installed, installed / "DLL", ofTheUser},
+        {developed / "h.exe", developed, developed, "D:\\Moonreel"},
+        {portable / "h.exe", "", "\\DLL", "", std::wstring(240, L'x')},
     };
-    for (const auto& [host, program, library, data] : cases) {
-        const fs::path tree = data / "Pixelforge";
+    for (const auto& [host, program, library, data, longer] : cases) {
+        const fs::path tree = (data.empty() ? "\\" : data) / "Pixelforge";
         const bool cacheWasThere = fs::exists(tree / "PixelforgeCache");
-        fs::create_directories(data);
-        EXPECT_EQ(FoldersSeenFrom(host),
+        fs::create_directories(tree.parent_path());
+        EXPECT_EQ(FoldersSeenBy(host, longer),
                   program.string() + "\n" + library.string() + "\n" + data.string() + "\n");
         for (const char* made :
              {"Shaders", "PixelforgeCache/Shaders", "PixelforgeCache/Assets", "PixelforgeCache/Searches"}) {
-            EXPECT_TRUE(fs::is_directory(tree / made)) << tree << ": " << made;
+            EXPECT_EQ(fs::is_directory(tree / made), !data.empty()) << tree << ": " << made;
         }
-        if (host == portable) {
+        if (program == portable || data.empty()) {
             continue;  // the temporary folder removes itself
         }
         if (!cacheWasThere) {
             fs::remove_all(tree / "PixelforgeCache");
         }
         RemoveEmptyFolders(tree / "Shaders");
-        RemoveEmptyFolders(host);
+        RemoveEmptyFolders(host.parent_path());
     }
 }
 
 TEST(ExampleHost, DrawsAPlaylist) {
-    const std::string document =
-        DocumentBuilder().Image(MainImage("c = vec4(1.0, iFrame == 58 ? 0.6 : 0.0, 0.2, 1.0);")).Json();
+    const std::string document = ImageDocument("c = vec4(1.0, iFrame == 58 ? 0.6 : 0.0, 0.2, 1.0);");
     const auto shader = preview::StagedShader::OfDocument(BytesOf(document));
-    const fs::path host = fs::path(preview::ModulePathBesideProgram()).parent_path() / "example_host.exe";
-    FILE* output = _popen((host.string() + " " + shader.PlaylistName()).c_str(), "r");
+    FILE* output =
+        _popen(((kPrograms / "example_host.exe").string() + " " + shader.PlaylistName()).c_str(), "r");
     char color[16] = {};
     EXPECT_TRUE(output && std::fgets(color, sizeof color, output));
     EXPECT_EQ(_pclose(output), 0);
@@ -105,18 +102,33 @@ TEST(ExampleHost, DrawsAPlaylist) {
 // The sound system looks for this optional library by name alone.
 TEST(HostModes, PreviewLoadsNoLibraryFromTheShadersFolder) {
     const TempFolder temp;
-    const fs::path programs = preview::ModulePathBesideProgram();
     const fs::path mark = temp.Path() / "planted library ran";
     const fs::path library = temp.Path() / "wineoss.drv";
-    fs::copy_file(programs.parent_path() / "planted_library.dll", library);
+    fs::copy_file(kPrograms / "planted_library.dll", library);
     const fs::path shader = temp.Write("a.glsl", "void mainImage(out vec4 c, vec2 p) { c = vec4(1); }");
-    const fs::path preview = programs.parent_path() / "preview.exe";
+    const fs::path preview = kPrograms / "preview.exe";
     EXPECT_EQ(_wspawnl(_P_WAIT, preview.c_str(), Quoted(preview).c_str(), Quoted(shader).c_str(), L"--size",
                        L"64x36", L"--frames", L"60", static_cast<wchar_t*>(nullptr)),
               0);
     EXPECT_FALSE(fs::exists(mark));
     FreeLibrary(LoadLibraryW(library.c_str()));
     EXPECT_TRUE(fs::exists(mark)) << "the planted library would not have shown that it ran";
+}
+
+// The system has already stopped all other threads, perhaps while they held the module's locks.
+TEST(HostModes, TheModuleDoesNothingWhenTheProcessEnds) {
+    const fs::path mark = kPrograms / "planted library ran";
+    const auto endWithALiveInstance = [] {
+        LoadLibraryW((kPrograms / "planted_library.dll").c_str());  // first, so that it is detached last
+        ModuleRun run(ImageDocument("c = vec4(1);"));
+        SetWindowTextW(run.Session().Window().Handle(), L"subclassed");
+        run.Frame();
+        ExitProcess(7);
+    };
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(endWithALiveInstance(), testing::ExitedWithCode(7), "");
+    EXPECT_EQ(TextOf(mark), "last, beside a subclassed window");
+    fs::remove(mark);
 }
 
 }  // namespace

@@ -1,16 +1,13 @@
 // Opens and draws a run.
 #include "tests/end_to_end/module_run.h"
 
+#include <gtest/gtest.h>
+
 #include "base/text.h"
 #include "preview/host/debug_capture.h"
 
 namespace pixelforge::test {
 namespace {
-
-preview::SessionOptions Named(preview::SessionOptions options, const std::string& playlist) {
-    options.playlistName = playlist;
-    return options;
-}
 
 /// One per process, which can have only one debugger.
 preview::DebugCapture& Capture() {
@@ -29,12 +26,16 @@ ModuleRun::ModuleRun(const std::string& document, const RunOptions& options,
                      const preview::ModuleLibrary& library)
     : ModuleRun(preview::StagedShader::OfDocument(BytesOf(document)), options, library) {}
 
-ModuleRun::ModuleRun(preview::StagedShader shader, const RunOptions& options,
-                     const preview::ModuleLibrary& library)
+ModuleRun::ModuleRun(preview::StagedShader shader, RunOptions options, const preview::ModuleLibrary& library)
     : firstLine_(Capture().Lines().size()),
       drop_(std::move(shader)),
-      session_(library, Named(options, drop_.PlaylistName())) {
+      session_(library, (options.playlistName = drop_.PlaylistName(), options)) {
     session_.Open();
+}
+
+DrawnRun::DrawnRun(std::string_view body, const std::vector<Input>& inputs, const RunOptions& options)
+    : ModuleRun(ImageDocument(body, inputs), options) {
+    EXPECT_EQ(Frame(), FrameResult::Drawn) << Words();
 }
 
 FrameResult ModuleRun::Frames(int count) {

@@ -41,13 +41,19 @@ public:
     std::string Words() const;
 
     /// Of another playlist.
-    explicit ModuleRun(preview::StagedShader shader, const RunOptions& options = {},
+    explicit ModuleRun(preview::StagedShader shader, RunOptions options = {},
                        const preview::ModuleLibrary& library = Module());
 
 private:
     std::size_t firstLine_;
     preview::StagedShader drop_;
     preview::HostSession session_;
+};
+
+/// Has drawn the first frame of `ImageDocument`.
+struct DrawnRun : ModuleRun {
+    explicit DrawnRun(std::string_view body, const std::vector<Input>& inputs = {},
+                      const RunOptions& options = {});
 };
 
 }  // namespace pixelforge::test

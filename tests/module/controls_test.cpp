@@ -1,4 +1,4 @@
-// The control records as the host receives them.
+// The control records as the host receives them, and what each frame makes of their values.
 #include "module/controls.h"
 
 #include <gtest/gtest.h>
@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "base/text.h"
+#include "module/animation.h"
 
 namespace pixelforge {
 namespace {
@@ -47,9 +49,9 @@ constexpr std::size_t kCount = std::size(kExpected);
 
 /// A host whose records are uninitialised, and which returns null for the row `refused`.
 struct FakeHost {
-    std::vector<ControlRecord> records = std::vector<ControlRecord>(kCount);
-    std::size_t refused = kCount;
+    std::size_t refused;
     std::size_t requested = 0;
+    std::vector<ControlRecord> records = std::vector<ControlRecord>(kCount);
 
     static ControlRecord* Allocate(void* context) {
         auto& host = *static_cast<FakeHost*>(context);
@@ -61,33 +63,30 @@ struct FakeHost {
 
 /// A whole text field, with "/" for each NUL but the final ones.
 std::string FieldText(const wchar_t (&field)[kHostTextUnits]) {
-    std::string text;
-    for (const wchar_t unit : field) {
-        text += unit == 0 ? '/' : unit < 0x80 ? static_cast<char>(unit) : '?';
-    }
-    return text.substr(0, text.find_last_not_of('/') + 1);
+    std::wstring text(field, kHostTextUnits);
+    std::ranges::replace(text, L'\0', L'/');
+    return ToUtf8(text.substr(0, text.find_last_not_of(L'/') + 1));
 }
 
 /// The record as written in the table.
 std::string Described(const ControlRecord& record) {
-    EXPECT_EQ(record.one, 1U);
     std::ostringstream out;
     out << static_cast<int>(record.kind) << "|" << FieldText(record.names) << "|"
         << FieldText(record.description) << "|" << record.options << "|" << record.hostPair[0] << " "
         << record.hostPair[1] << "|";
     if (record.kind == ControlKind::FileList) {
         const FileListArea& files = record.files;
-        EXPECT_TRUE(!files.reserved && files.reserved16 == 0);
         out << ToUtf8(files.filter) << " " << ToUtf8(files.editorName) << " " << FieldText(files.fileName);
-        return out.str();
-    }
-    constexpr std::size_t kNumbers[] = {0, 0, 8, 0, 8, 4, 0, 2};
-    constexpr std::size_t kFloats[] = {0, 0, 0, 0, 8, 2, 0, 0};  // the first of the numbers
-    const auto kind = static_cast<std::size_t>(record.kind);
-    std::int32_t numbers[8];
-    std::memcpy(numbers, &record.whole, sizeof(numbers));
-    for (std::size_t i = 0; i < kNumbers[kind]; ++i) {
-        out << (i < kFloats[kind] ? double{std::bit_cast<float>(numbers[i])} : numbers[i]) << " ";
+        EXPECT_TRUE(!files.reserved && files.reserved16 == 0);
+    } else {
+        constexpr int kNumbers[] = {0, 0, 8, 0, 8, 4, 0, 2};
+        constexpr int kFloats[] = {0, 0, 0, 0, 8, 2, 0, 0};  // the first of the numbers
+        const auto kind = static_cast<std::size_t>(record.kind);
+        std::int32_t numbers[8];
+        std::memcpy(numbers, &record.whole, sizeof(numbers));
+        for (int i = 0; i < kNumbers[kind]; ++i) {
+            out << (i < kFloats[kind] ? double{std::bit_cast<float>(numbers[i])} : numbers[i]) << " ";
+        }
     }
     return out.str();
 }
@@ -95,61 +94,91 @@ std::string Described(const ControlRecord& record) {
 TEST(Controls, FillUninitialisedRecordsAndSkipRefusedOnes) {
     for (std::size_t refused = 0; refused <= kCount; ++refused) {
         SCOPED_TRACE(refused);
-        FakeHost host;
-        host.refused = refused;
-        ModuleInstance instance = {};
-        BuildControls(instance, &FakeHost::Allocate, &host);
+        FakeHost host = {refused};
+        ModuleInstance made = {};
+        BuildControls(made, &FakeHost::Allocate, &host);
         ASSERT_EQ(host.requested, kCount);
+        const ColorBlock& color = made.color;
+        const TilingBlock& tiling = made.tiling;
         const ControlRecord* const kept[kCount] = {
-            nullptr,
-            instance.speed,
-            instance.playlistFiles,
-            instance.fastBuffers,
-            instance.multiSample,
-            instance.infoTime,
-            instance.foregroundOnly,
-            instance.startingIndex,
-            nullptr,
-            instance.color.colorIndex,
-            instance.color.progressionRate,
-            instance.color.alternateColors,
-            nullptr,
-            instance.tiling.xTiling,
-            instance.tiling.yTiling,
-            instance.tiling.mirroring,
-            instance.tiling.tileMask,
-            nullptr,
-            instance.drawEvent,
-            instance.resetEvent,
-            instance.minResetTime,
-        };
+            nullptr,          made.speed,       made.playlistFiles,    made.fastBuffers,
+            made.multiSample, made.infoTime,    made.foregroundOnly,   made.startingIndex,
+            nullptr,          color.colorIndex, color.progressionRate, color.alternateColors,
+            nullptr,          tiling.xTiling,   tiling.yTiling,        tiling.mirroring,
+            tiling.tileMask,  nullptr,          made.drawEvent,        made.resetEvent,
+            made.minResetTime};
         for (std::size_t i = 0; i < kCount; ++i) {
             const bool isHeader = kExpected[i][0] == '1';
             EXPECT_EQ(kept[i], isHeader || i == refused ? nullptr : &host.records[i]) << i;
-            if (i != refused) {
-                EXPECT_EQ(Described(host.records[i]), kExpected[i]);
-            }
+            EXPECT_TRUE(i == refused || host.records[i].one == 1) << i;
+            EXPECT_EQ(i == refused ? kExpected[i] : Described(host.records[i]), kExpected[i]);
         }
-        EXPECT_EQ(DecimalValue(instance, control::kSpeed), 0.03F);
-        EXPECT_EQ(WholeValue(instance, control::kMinResetTime), 5000);
-        EXPECT_TRUE(SwitchValue(instance, control::kDrawEvent));
+        EXPECT_EQ(DecimalValue(made, control::kSpeed), 0.03F);
+        EXPECT_EQ(WholeValue(made, control::kMinResetTime), 5000);
+        EXPECT_TRUE(SwitchValue(made, control::kDrawEvent));
     }
 }
 
 TEST(Controls, OnlyTextsWithTwoNulsWithinTheFieldAreCopied) {
     const std::pair<std::wstring, std::wstring> cases[] = {
-        {std::wstring(L"a\0b\0\0", 5), std::wstring(L"a\0b", 3)},
         {std::wstring(258, L'x') + std::wstring(2, L'\0'), std::wstring(258, L'x')},
         {std::wstring(259, L'x') + std::wstring(2, L'\0'), L""},
-        {L"no end", L""},
         {std::wstring(L"one NUL\0", 8), L""},
     };
-    for (auto [text, copied] : cases) {
+    for (const auto& [text, copied] : cases) {
         wchar_t field[kHostTextUnits];
         std::fill(std::begin(field), std::end(field), L'?');
         CopyDoubleTerminated(field, text);
-        copied.resize(kHostTextUnits);
-        EXPECT_EQ(std::wstring(field, kHostTextUnits), copied) << testing::PrintToString(text);
+        EXPECT_EQ(ToUtf8(copied), FieldText(field));
+    }
+}
+
+TEST(Animation, ColourIndexAndTileMaskFollowTheirControls) {
+    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
+    constexpr float kInfinity = std::numeric_limits<float>::infinity();
+    const struct {
+        const char* what;
+        std::int32_t levelDivisor;
+        float colorIndex, rate;
+        bool alternate;
+        std::int32_t first, second;  ///< colour index after one frame and after two
+        float progress, rateAfter;
+    } cases[] = {
+        {"read again on every frame", 256, 0.5F, 25.5F, false, 153, 153, 0.6F, 0.1F},
+        {"stripes", 10, 0.5F, 0, true, 10 - 4, 4, 0.5F, 0},
+        {"midway", 2, 0.25F, 0.5F, false, 0, 0, 0.75F, 0.5F},
+        {"at the end", 2, 0.5F, 0.5F, false, 1, 1, 1, 0.5F},
+        {"reversed after the end", 2, 1, 1, false, 1, 1, 1, -1},
+        {"reversed at the start", 2, 0, -1, false, 0, 0, 0, 1},
+        {"no colours", 0, 1e30F, 0, true, 0, 0, 1, 0},
+        {"one colour", 1, 0.5F, 1, false, 0, 0, 1, -kInfinity},
+        {"INT32_MAX colours", kMax, 1e30F, 0, true, 0, kMax, 1, 0},
+        {"INT32_MIN colours", kMin, 1e30F, 0, true, 0, kMin, 1, 0},
+    };
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.what);
+        ControlRecord colorIndex = {}, progressionRate = {}, alternateColors = {}, columns = {}, mask = {};
+        columns.whole.value[0] = 3;
+        colorIndex.decimal.value[0] = each.colorIndex;
+        progressionRate.decimal.value[0] = each.rate;
+        alternateColors.toggle.value[1] = each.alternate ? 1 : 0;
+        ModuleInstance instance = {};
+        instance.animationFlags = animation::kDefault;
+        instance.color.colorIndex = &colorIndex;
+        instance.color.progressionRate = &progressionRate;
+        instance.color.alternateColors = &alternateColors;
+        instance.tiling.xTiling = &columns;
+        instance.tiling.tileMask = &mask;
+        DrawContext context = {};
+        context.levelDivisor = each.levelDivisor;
+        AnimateFrame(instance, context);
+        EXPECT_EQ(instance.color.index, each.first);
+        EXPECT_TRUE(mask.mask.gridSize[0] == 3 && mask.mask.gridSize[1] == 1) << "columns, rows";
+        AnimateFrame(instance, context);
+        EXPECT_EQ(instance.color.index, each.second);
+        EXPECT_FLOAT_EQ(instance.color.progress, each.progress);
+        EXPECT_FLOAT_EQ(instance.color.rate, each.rateAfter);
     }
 }
 

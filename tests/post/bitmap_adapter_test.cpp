@@ -11,10 +11,11 @@ TEST(BitmapAdapter, AcceptsOnly32BitPictures) {
     const BITMAP words = {0, 6, 5, 24, 1, 32, pixels};
     const BITMAP small = {0, 3, 7, 12, 1, 32, pixels};
     const BITMAP bytes = {0, 6, 5, 8, 1, 8, pixels};
+    const BITMAP triples = {0, 6, 5, 20, 1, 24, pixels};
     const BITMAP empty = {0, 6, 5, 24, 1, 32, nullptr};
     const BITMAP negative = {0, 6, -5, 24, 1, 32, pixels};
     EXPECT_EQ(SharedPixelCount(&words, &small) + SharedPixelCount(&small, &words), 42U);
-    for (const BITMAP* bad : {static_cast<const BITMAP*>(nullptr), &bytes, &empty, &negative}) {
+    for (const BITMAP* bad : {static_cast<const BITMAP*>(nullptr), &bytes, &triples, &empty, &negative}) {
         EXPECT_EQ(SharedPixelCount(bad, &words), 0U);
         EXPECT_EQ(SharedPixelCount(&words, bad), 0U);
         EXPECT_EQ(TileRemap(bad, &words, 0, 0, 6, 5, 2, 2, 0), 0);

@@ -40,4 +40,9 @@ private:
 /// A `mainImage` function with the given body; the output colour is `c`, the coordinate `p`.
 std::string MainImage(std::string_view body);
 
+/// A document of one Image pass, which is `MainImage` of the body.
+inline std::string ImageDocument(std::string_view body, const std::vector<Input>& inputs = {}) {
+    return DocumentBuilder().Image(MainImage(body), inputs).Json();
+}
+
 }  // namespace pixelforge::test
