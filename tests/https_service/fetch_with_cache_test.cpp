@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "media/document_media.h"
+#include "media/image_decoder.h"
 #include "preview/host/debug_capture.h"
 #include "service/service_client.h"
 #include "service/service_urls.h"
@@ -46,7 +47,8 @@ TEST_F(FetchWithCacheTest, RequestsOnceAndThenReadsTheCachedFile) {
                                            "Shaders/redfox_3F.json"));
     EXPECT_EQ(ReadCached("Assets/300.bin"), Pattern(300));
     EXPECT_THAT(ReadCached("Shaders/redfox_3F.json"), HasSubstr("\"REDFOX\""));
-    EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\n")) << "stored as received";
+    EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\nTrailing words"))
+        << "stored as received";
 }
 
 TEST_F(FetchWithCacheTest, StoresOnlyGoodResponses) {
@@ -104,8 +106,10 @@ TEST_F(FetchWithCacheTest, ContactsAnotherHostOnlyWhenRedirected) {
 
 TEST_F(FetchWithCacheTest, PercentEncodesNames) {
     Download(L"red1", L"\uFF0E\uFF0E\uFF0F%2F.bin");
+    Download(L"red1", MediaUrl(L"%C3%A4.bin").c_str());
     Download(L"\u4E2D", nullptr);
     EXPECT_THAT(Requests(), ElementsAre(HasSubstr(" /media/a/%EF%BC%8E%EF%BC%8E%EF%BC%8F%252F.bin\t"),
+                                        HasSubstr(" /media/a/%C3%A4.bin\t"),
                                         HasSubstr(" /api/v1/shaders/%E4%B8%AD?key=")));
 }
 
@@ -148,24 +152,27 @@ TEST_F(FetchWithCacheTest, ADownloadSucceedsEvenIfItCannotBeStored) {
     EXPECT_FALSE(std::filesystem::exists(path_));
 }
 
-TEST_F(FetchWithCacheTest, ALoadRequestsEachFileOnce) {
+TEST_F(FetchWithCacheTest, ALoadRequestsEachFileOfADrawnPassOnce) {
     for (const std::size_t requests : {2, 3}) {  // the second load asks again for what is missing
         const auto document = NewHeapRecord<ShaderDocument>();
-        for (RenderPass& pass : document->passes) {
-            pass.kind = PassKind::Image;
+        document->mediaBytes = kMediaBudget;
+        for (std::uint32_t slot = 0; slot < kPassSlots; ++slot) {
+            document->passes[slot].kind = static_cast<PassKind>(slot);
             for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
-                pass.inputs[channel].ctype = channel < 3 ? ChannelType::Texture : ChannelType::Volume;
-                CopyCut(pass.inputs[channel].src, channel % 2 == 0 ? L"missing-1.bin" : L"32.bin");
+                PassInput& input = document->passes[slot].inputs[channel];
+                input.ctype = channel < 3 ? ChannelType::Texture : ChannelType::Volume;
+                CopyCut(input.src, slot == 0 ? L"33.bin" : channel % 2 == 0 ? L"missing-1.bin" : L"32.bin");
             }
         }
         document->passes[1].inputs[0].src[0] = L'\0';
         const preview::DebugCapture capture;
         EXPECT_TRUE(LoadDocumentMedia(session_.get(), *document));
-        EXPECT_THAT(capture.Lines(), AllOf(SizeIs(15), Each(HasSubstr("missing-1.bin: "))))
+        EXPECT_THAT(capture.Lines(), AllOf(SizeIs(13), Each(HasSubstr("missing-1.bin: "))))
             << "not the empty name";
         EXPECT_THAT(Requests(), SizeIs(requests));
+        EXPECT_EQ(document->mediaBytes, 0u);
         EXPECT_FALSE(document->passes[7].inputs[2].medium);
-        EXPECT_EQ(document->passes[0].inputs[3].medium, document->passes[7].inputs[3].medium);
+        EXPECT_EQ(document->passes[1].inputs[3].medium, document->passes[7].inputs[3].medium);
         EXPECT_NE(document->passes[7].inputs[1].medium, document->passes[7].inputs[3].medium);
     }
 }

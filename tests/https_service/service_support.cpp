@@ -14,19 +14,12 @@
 namespace pixelforge::test {
 namespace {
 
-std::vector<std::string> LinesOfLog() {
+std::ifstream OpenLog() {
     const char* path = std::getenv("PIXELFORGE_SERVICE_LOG");
-    std::ifstream file(path ? path : "");
-    EXPECT_TRUE(file) << "run these tests through with_service";
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+    return std::ifstream(path ? path : "", std::ios::binary | std::ios::ate);
 }
 
 }  // namespace
-
 std::wstring Url(const std::wstring& path, const std::wstring& subdomain) {
     return L"https://" + subdomain + kServiceHost + path;
 }
@@ -49,7 +42,8 @@ std::string Pattern(std::size_t size) {
 
 ServiceTest::ServiceTest()
     : root_(std::filesystem::temp_directory_path() / ("pixelforge-cache-" + std::to_string(SystemRandom()))),
-      firstRequest_(LinesOfLog().size()) {
+      firstRequest_(OpenLog().tellg()) {
+    EXPECT_GE(firstRequest_, 0) << "run these tests through with_service";
     CreateCacheFolders(L"", root_.c_str());
 }
 
@@ -71,8 +65,12 @@ std::optional<std::string> ServiceTest::Fetch(const std::wstring& url) {
 }
 
 std::vector<std::string> ServiceTest::Requests() const {
-    std::vector<std::string> lines = LinesOfLog();
-    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(firstRequest_));
+    std::ifstream log = OpenLog();
+    log.seekg(firstRequest_);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(log, line);) {
+        lines.push_back(line);
+    }
     return lines;
 }
 

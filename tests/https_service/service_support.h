@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +22,13 @@ std::wstring MediaUrl(const std::wstring& name);
 
 /// The body of the service's "SIZE.bin".
 std::string Pattern(std::size_t size);
+
+/// A function of the system, for a test that replaces the program's import of it.
+template <class Function>
+Function SystemCall(const char* module, const char* name) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(module), name)));
+}
 
 /// As logged by the service.
 inline constexpr char kUserAgent[] =
@@ -48,7 +58,7 @@ protected:
     HeapRecord<InternetSession> session_ = OpenInternetSession();
 
 private:
-    std::size_t firstRequest_;
+    const std::streamoff firstRequest_;
 };
 
 }  // namespace pixelforge::test

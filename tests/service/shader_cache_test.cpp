@@ -1,10 +1,8 @@
-// Names of cached files, compared with a reference implementation.
+// Names of cached files.
 #include "service/shader_cache.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <random>
 #include <string>
 
 #include "service/service_urls.h"
@@ -12,29 +10,22 @@
 namespace pixelforge {
 namespace {
 
-/// Bit by bit, most significant first, padded with zeros to whole groups of 40 bits.
-std::wstring EncodedBitByBit(const std::wstring& text) {
-    std::wstring bits;
-    for (const wchar_t unit : text) {
-        for (int bit = 7; bit >= 0; --bit) {
-            bits += (static_cast<std::uint32_t>(unit) >> bit & 1) ? L'1' : L'0';
-        }
+TEST(EncodeQueryName, WritesTheLowBytesInBase32UpTo160Characters) {
+    std::wstring longest;
+    for (int i = 0; i < 32; ++i) {
+        longest += L"OFYXC4LR";
     }
-    bits.resize((bits.size() + 39) / 40 * 40, L'0');
-    std::wstring symbols;
-    for (std::size_t i = 0; i < bits.size(); i += 5) {
-        symbols += L"ABCDEFGHIJKLMNOPQRSTUVWXYZ234567"[std::stoul(bits.substr(i, 5), nullptr, 2)];
-    }
-    return symbols;
-}
-
-TEST(EncodeQueryName, MatchesTheBitByBitEncodingUpTo160Characters) {
-    constexpr std::wstring_view kUnits = L"ab?=&%\u00E9\u4E2D\uFFFF\u0101";
-    std::mt19937 random(5);
+    const std::pair<std::wstring, std::wstring> cases[] = {
+        {L"", L""},
+        {L"f", L"MYAAAAAA"},
+        {L"foobar", L"MZXW6YTBOIAAAAAA"},
+        {L"\u00FF\u0100\u4E2D\uFFFF\u0101", L"74AC37YB"},
+        {std::wstring(160, L'q'), longest},
+    };
     wchar_t name[kPathUnits];
-    for (std::wstring text; text.size() <= 160; text += kUnits[random() % kUnits.size()]) {
-        ASSERT_TRUE(EncodeQueryName(text.c_str(), name));
-        EXPECT_EQ(name, EncodedBitByBit(text));
+    for (const auto& [query, expected] : cases) {
+        ASSERT_TRUE(EncodeQueryName(query.c_str(), name));
+        EXPECT_EQ(name, expected);
     }
     EXPECT_FALSE(EncodeQueryName(std::wstring(161, L'a').c_str(), name));
 }
@@ -64,10 +55,17 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
     };
     for (const auto& [url, name] : cases) {
         CacheEntry entry;
-        EXPECT_EQ(ClassifyUrl(url.c_str(), entry), !name.empty()) << testing::PrintToString(url);
-        if (!name.empty()) {
-            EXPECT_EQ(entry.name, name);
-        }
+        const bool known = ClassifyUrl(url.c_str(), entry);
+        EXPECT_EQ(known ? entry.name : L"", name) << testing::PrintToString(url);
+    }
+}
+
+TEST(FormatUrl, EncodesAllButUnreservedCharactersAndRefusesDotSegments) {
+    wchar_t url[kPathUnits];
+    EXPECT_TRUE(FormatMediaUrl(L"aZ09-._~ /\u00E4", url));
+    EXPECT_TRUE(std::wstring_view(url).ends_with(L"/media/a/aZ09-._~%20%2F%C3%A4")) << url;
+    for (const wchar_t* name : {L".", L".."}) {
+        EXPECT_FALSE(FormatMediaUrl(name, url) || FormatShaderUrl(name, url));
     }
 }
 

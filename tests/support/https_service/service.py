@@ -49,8 +49,8 @@ def document(identifier):
     inputs = [tile, dict(tile, channel=1, src=f"{identifier}.bmp")] if identifier.lower().startswith("tile") else []
     image = {"inputs": inputs, "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
     shader = {"ver": "0.1", "info": info, "renderpass": [image]}
-    # The final line feed is not part of the document, but must be cached with it.
-    return json.dumps({"Shader": shader}).encode() + b"\n"
+    # The words are not part of the document, but must be cached with it.
+    return json.dumps({"Shader": shader}).encode() + b"\nTrailing words"
 
 
 def pattern(size):
@@ -167,14 +167,14 @@ BEHAVIOURS = {
     "notgzip": lambda reply, body, _: reply.send_whole(200, body, GZIP),
     "liar": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967295}),
     "wrapped": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967297}),
-    "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "ten"}),
+    "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "10 bytes"}),
     "nothing": lambda reply, body, _: reply.send_part(body, {"Content-Length": ""}),
     "drip": lambda reply, body, _: reply.drip(body),
     "partial": lambda reply, body, _: reply.send_whole(206, body),
     "created": lambda reply, body, _: reply.send_whole(201, body),
     "cookie": lambda reply, body, _: reply.send_whole(200, body, {"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),
     "redirect": Reply.redirect_elsewhere,
-    "hop": lambda reply, _, name: reply.redirect(name, 308),
+    "hop": lambda reply, _, name: reply.redirect(name, (301, 303, 307, 308)[name.count("hop-") % 4]),
     "loop": lambda reply, _, __: reply.redirect(reply.path.partition("?")[0], 307),
     "plain": lambda reply, _, name: reply.redirect(f"http://{reply.server.host}{name}"),
     "closed": Reply.closed,
