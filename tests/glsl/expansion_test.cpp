@@ -5,43 +5,10 @@
 
 #include <iterator>
 #include <random>
-#include <span>
 #include <string>
-
-#include "glsl/comment_scan.h"
 
 namespace pixelforge {
 namespace {
-
-/// Calls `visit` with every text of up to `limit` symbols of `alphabet`, until a check fails.
-template <class Visit>
-void ForEachText(std::span<const std::string_view> alphabet, std::size_t limit, std::string& text,
-                 Visit visit) {
-    visit(text);
-    for (std::size_t i = 0; limit > 0 && i < alphabet.size() && !testing::Test::HasFatalFailure(); ++i) {
-        text += alphabet[i];
-        ForEachText(alphabet, limit - 1, text, visit);
-        text.resize(text.size() - alphabet[i].size());
-    }
-}
-
-// All texts of up to 8 of the characters that matter to the scan, at every position, for both flags.
-TEST(CommentScan, MatchesTheBackwardScanEverywhere) {
-    constexpr std::string_view kAlphabet[] = {"/", "*", "\n", "x"};
-    std::string text;
-    ForEachText(kAlphabet, 8, text, [](const std::string& candidate) {
-        CommentScan scan(candidate.c_str());
-        for (std::size_t p = 0; p <= candidate.size(); ++p) {
-            const char* const position = candidate.c_str() + p;
-            for (const bool flag : {false, true}) {
-                ASSERT_EQ(CommentScan(scan).SkipTo(position, flag),
-                          InsideCommentLiterally(candidate, static_cast<std::ptrdiff_t>(p), flag))
-                    << testing::PrintToString(candidate) << " at " << p << " with " << flag;
-            }
-            scan.SkipTo(position, false);
-        }
-    });
-}
 
 class LiteralExpansion : public testing::Test {
 protected:
@@ -61,16 +28,26 @@ protected:
         expansions_ += ours.success && !ours.names.empty() ? 1 : 0;
     }
 
+    /// All texts that continue `text` by up to `symbols` symbols; "#include" is one.
+    void CompareAll(std::string& text, int symbols) {
+        Compare(text);
+        for (const char* symbol : {"/", "*", "\n", "\"", "#include", " ", "a"}) {
+            if (symbols > 0 && !HasFatalFailure()) {
+                const std::size_t length = text.size();
+                CompareAll(text += symbol, symbols - 1);
+                text.resize(length);
+            }
+        }
+    }
+
     HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
     std::size_t failures_ = 0;
     std::size_t expansions_ = 0;
 };
 
-// All texts of up to PIXELFORGE_SYMBOLS symbols; "#include" is one symbol.
 TEST_F(LiteralExpansion, MatchesOnAllShortTexts) {
-    constexpr std::string_view kAlphabet[] = {"/", "*", "\n", "\"", "#include", " ", "a"};
     std::string text;
-    ForEachText(kAlphabet, PIXELFORGE_SYMBOLS, text, [this](const std::string& each) { Compare(each); });
+    CompareAll(text, PIXELFORGE_SYMBOLS);
     EXPECT_GT(failures_, 1'000U);
     EXPECT_GT(expansions_, 50U);
 }
