@@ -259,10 +259,35 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
          "Image: after the end of Image (a brace may be missing): error: unterminated"},
         {"", "a", "0:39(5): error: no mainImage",
          "Image: in the module's own lines after Image: error: no mainImage"},
+        {"#include \"noise\"", "a", "WARNING: 0:35: b\r", "Image: noise:2: WARNING: b"},
+        {"", "a", "0:35(2): warning: b: 0:35(2): c", "Image:1:2: warning: b: 0:35(2): c"},
+        {"", "a", "0:35(4294967295): b", "Image:1:4294967295: b"},
+        {"/*", "*/", "1: unexpected end of file", "Image: 1: unexpected end of file"},
+        {"", "\xE4", "1: unexpected end of file",
+         "Image: 1: unexpected end of file (the driver may end the text at the non-ASCII character in "
+         "Image:1)"},
     };
     for (const auto& c : cases) {
+        RegisterVirtualInclude(*context_, L"noise", CopyText("\nb"));
         EXPECT_EQ(Message(c.common, c.image, c.log), c.message) << c.common << c.image;
     }
+    for (const std::string kept :
+         {"2 errors generated.", "0:0(1): a", "0:35(", "0:-35(1): a", "0:4294967296(1): a", "1:35(1): a",
+          "0(35) error", "ERROR: 0:", "ERROR: \xFF\x80"}) {
+        EXPECT_EQ(Message("", "a", kept), "Image: " + kept);
+    }
+}
+
+TEST(MapInfoLog, DropsEmptyLinesAndAllAfterAThousand) {
+    std::string log = std::string("a\0b\0\n\r\n\n", 8) + "Image:\n";
+    EXPECT_EQ(MapInfoLog("Image", log, "", LineMap()),
+              (std::vector<std::string>{std::string("Image: a\0b", 10), "Image: Image:"}));
+    for (int i = 2; i <= 1000; ++i) {
+        log += "c\n";
+    }
+    const std::vector<std::string> bounded = MapInfoLog("Image", log, "", LineMap());
+    EXPECT_EQ(bounded.size(), 1001U);
+    EXPECT_EQ(bounded.back(), "Image: the rest of the driver's log is left out");
 }
 
 }  // namespace

@@ -51,7 +51,7 @@ namespace {
 
 class DiskFaultTest : public ServiceTest {
 protected:
-    DiskFaultTest() {
+    ~DiskFaultTest() override {
         atFlush = [](HANDLE) {};
         flushError = 0;
     }

@@ -8,7 +8,6 @@
 
 #include "base/random.h"
 #include "service/service_client.h"
-#include "service/service_urls.h"
 #include "service/shader_cache.h"
 
 namespace pixelforge::test {
@@ -20,18 +19,6 @@ std::ifstream OpenLog() {
 }
 
 }  // namespace
-std::wstring Url(const std::wstring& path, const std::wstring& subdomain) {
-    return L"https://" + subdomain + kServiceHost + path;
-}
-
-std::wstring ShaderUrl(const std::wstring& id) {
-    return Url(L"/api/v1/shaders/" + id + L"?key=fz3kq9");
-}
-
-std::wstring MediaUrl(const std::wstring& name) {
-    return Url(L"/media/a/" + name);
-}
-
 std::string Pattern(std::size_t size) {
     std::string bytes(size, '\0');
     for (std::size_t i = 0; i < size; ++i) {
