@@ -1,6 +1,5 @@
 // The check for usable JSON text and the document reader.
 #include <cwchar>
-#include <memory>
 #include <string>
 
 #include "base/load_error.h"
@@ -31,29 +30,24 @@ void CheckUsable(const HeapText& text) {
     Require(IsUsableJsonText(text.get()), "a usable text stays usable");
 }
 
-void CheckDocument(ShaderDocument& document) {
-    const ShaderInfo& info = document.info;
-    RequireTerminated(info.id, info.name, info.username, info.description, info.date, info.tags);
-    RestrictSources(document);
-    for (const RenderPass& pass : document.passes) {
-        for (const PassInput& input : pass.inputs) {
-            RequireTerminated(input.src);
-            Require(input.ctype <= ChannelType::Audio, "channel types are known");
-            Require(input.channel < kChannels, "channel numbers are in range");
-            Require(input.sourcePass >= -1 && input.sourcePass < static_cast<int>(kPassSlots),
-                    "source passes are slots");
-            Require(document.origin == DocumentOrigin::LocalFile || !std::wcspbrk(input.src, L"\\/:"),
-                    "sources of a service document are plain names");
-        }
-    }
-}
-
 void CheckRead(const HeapText& text, DocumentOrigin origin) {
-    const auto document = std::make_unique<ShaderDocument>();
+    const HeapRecord<ShaderDocument> document = NewHeapRecord<ShaderDocument>();
     document->origin = origin;
     const std::string error = FailureOf([&] { ReadShaderDocument(text.get(), *document); });
     Require(IsValidUtf8(error) && error.find('\n') == std::string::npos, "an error is one line of UTF-8");
-    CheckDocument(*document);
+    const ShaderInfo& info = document->info;
+    RequireTerminated(info.id, info.name, info.username, info.description, info.date, info.tags);
+    RestrictSources(*document);
+    for (const RenderPass& pass : document->passes) {
+        for (const PassInput& input : pass.inputs) {
+            RequireTerminated(input.src);
+            Require(input.ctype <= ChannelType::Audio && input.channel < kChannels && input.sourcePass >= 0 &&
+                        input.sourcePass < static_cast<int>(kPassSlots),
+                    "numbers are in range");
+            Require(origin == DocumentOrigin::LocalFile || !std::wcspbrk(input.src, L"\\/:"),
+                    "sources of a service document are plain names");
+        }
+    }
 }
 
 }  // namespace

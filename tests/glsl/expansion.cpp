@@ -6,123 +6,15 @@
 namespace pixelforge {
 namespace {
 
-constexpr std::size_t kPadding = 16;  ///< NULs after the text, more than any look-ahead
-
-bool IsBlank(char c) {
-    return c == ' ' || c == '\t';
-}
-
-std::size_t SkipBlanks(const std::string& text, std::size_t at) {
-    while (IsBlank(text[at])) {
-        ++at;
-    }
-    return at;
-}
-
+/// The text ends in more NULs than any look-ahead.
 bool IsDirective(const std::string& text, std::size_t cursor) {
-    while (cursor > 0 && text[cursor - 1] != '\n') {
-        --cursor;
-    }
-    const std::size_t start = SkipBlanks(text, cursor);
-    return text.compare(start, 8, "#include") == 0 && IsBlank(text[start + 8]);
+    const std::size_t newline = cursor == 0 ? std::string::npos : text.rfind('\n', cursor - 1);
+    const std::size_t start = text.find_first_not_of(" \t", newline + 1);  // 0 without a newline
+    return text.compare(start, 8, "#include") == 0 && (text[start + 8] == ' ' || text[start + 8] == '\t');
 }
 
-bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, ExpandedText& result);
-
-/// The product resolves names: only the walk through the text is compared.
-bool ExpandDirective(IncludeContext& context, const std::string& text, std::size_t cursor,
-                     std::uint32_t depth, ExpandedText& result) {
-    const std::size_t open = SkipBlanks(text, cursor + 8);
-    const std::size_t close = text[open] == '"' ? text.find('"', open + 1) : std::string::npos;
-    if (close == std::string::npos) {
-        return false;
-    }
-    const std::string narrow = text.substr(open + 1, close - open - 1);
-    const auto name = Widen(narrow, IsValidUtf8(narrow) ? TextEncoding::Utf8 : TextEncoding::AnsiCodePage);
-    if (!name || name->size() + 1 > 260) {
-        return false;
-    }
-    std::uint32_t length = 0;
-    IncludedName* entry = nullptr;
-    std::int32_t error = 0;
-    const HeapText included = ResolveInclude(context, name->c_str(), &length, &entry, &error);
-    if (!included) {
-        return error == 0;
-    }
-    entry->firstLine = result.line;
-    entry->depth = depth;
-    if (!Expand(context, included.get(), depth + 1, result)) {
-        return false;
-    }
-    entry->endLine = result.line;
-    return true;
-}
-
-bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, ExpandedText& result) {
-    text.append(kPadding, '\0');
-    std::size_t cursor = 0;
-    bool insideComment = false;
-    while (text[cursor] != '\0') {
-        if (!insideComment && IsDirective(text, cursor)) {
-            if (!ExpandDirective(context, text, cursor, depth, result)) {
-                return false;
-            }
-            while (text[cursor] != '\0' && text[cursor] != '\n') {
-                ++cursor;
-            }
-            cursor += text[cursor] == '\n' ? 1 : 0;
-        } else {
-            result.output += text[cursor];
-            result.line += text[cursor] == '\n' ? 1 : 0;
-            ++cursor;
-        }
-        insideComment = InsideCommentLiterally(text, static_cast<std::ptrdiff_t>(cursor), insideComment);
-    }
-    return true;
-}
-
-void BeginRun(IncludeContext& context) {
-    context.includedCount = 0;
-    context.unknownNames.clear();
-}
-
-void ListNames(const IncludeContext& context, std::wstring& names) {
-    for (std::int32_t i = 0; i < context.includedCount; ++i) {
-        const IncludedName& entry = context.included[i];
-        names += entry.name;
-        for (const std::uint32_t number : {entry.depth, entry.firstLine, entry.endLine}) {
-            names += L'|' + std::to_wstring(number);
-        }
-    }
-}
-
-}  // namespace
-
-HeapText CopyText(std::string_view text) {
-    HeapText copy = AllocateHeapText(text.size() + 1);
-    text.copy(copy.get(), text.size());
-    return copy;
-}
-
-ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text) {
-    BeginRun(context);
-    GrowBuffer output;
-    ExpandedText result;
-    result.success = PreprocessIncludes(context, CopyText(text).get(), &output, result.line, 0);
-    result.output.assign(reinterpret_cast<const char*>(output.data.get()), output.count);
-    ListNames(context, result.names);
-    return result;
-}
-
-ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text) {
-    BeginRun(context);
-    ExpandedText result;
-    result.success = Expand(context, text, 0, result);
-    ListNames(context, result.names);
-    return result;
-}
-
-bool InsideCommentLiterally(const std::string& text, std::ptrdiff_t p, bool flag) {
+/// The backward scan from position `p`.
+bool IsInsideComment(const std::string& text, std::ptrdiff_t p, bool flag) {
     const auto at = [&text](std::ptrdiff_t i) { return i < 0 ? '\0' : text[static_cast<std::size_t>(i)]; };
     while (p > 0) {
         if (at(p) == '/' && at(p - 1) == '*') {
@@ -141,6 +33,92 @@ bool InsideCommentLiterally(const std::string& text, std::ptrdiff_t p, bool flag
         }
     }
     return flag;
+}
+
+bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, ExpandedText& result);
+
+/// The product resolves names: only the walk through the text is compared.
+bool ExpandDirective(IncludeContext& context, const std::string& text, std::size_t cursor,
+                     std::uint32_t depth, ExpandedText& result) {
+    const std::size_t open = text.find_first_not_of(" \t", cursor + 8);
+    const std::size_t close = text[open] == '"' ? text.find('"', open + 1) : std::string::npos;
+    if (close == std::string::npos) {
+        return false;
+    }
+    const std::string narrow = text.substr(open + 1, close - open - 1);
+    const auto name = Widen(narrow, IsValidUtf8(narrow) ? TextEncoding::Utf8 : TextEncoding::AnsiCodePage);
+    if (!name || name->size() + 1 > 260) {
+        return false;
+    }
+    std::uint32_t length = 0;
+    IncludedName* entry = nullptr;
+    std::int32_t error = 0;
+    const HeapText included = ResolveInclude(context, name->c_str(), &length, &entry, &error);
+    if (!included) {
+        return error == 0;
+    }
+    entry->firstLine = result.line;
+    entry->depth = depth;
+    const bool expanded = Expand(context, included.get(), depth + 1, result);
+    entry->endLine = expanded ? result.line : 0;
+    return expanded;
+}
+
+bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, ExpandedText& result) {
+    text.append(16, '\0');
+    std::size_t cursor = 0;
+    bool insideComment = false;
+    while (text[cursor] != '\0') {
+        if (!insideComment && IsDirective(text, cursor)) {
+            if (!ExpandDirective(context, text, cursor, depth, result)) {
+                return false;
+            }
+            cursor = text.find_first_of(std::string_view("\n\0", 2), cursor);
+            cursor += text[cursor] == '\n' ? 1 : 0;
+        } else {
+            result.line += text[cursor] == '\n' ? 1 : 0;
+            result.output += text[cursor++];
+        }
+        insideComment = IsInsideComment(text, static_cast<std::ptrdiff_t>(cursor), insideComment);
+    }
+    return true;
+}
+
+template <class Expansion>
+ExpandedText Run(IncludeContext& context, Expansion expand) {
+    context.includedCount = 0;
+    context.unknownNames.clear();
+    ExpandedText result;
+    result.success = expand(result);
+    for (std::int32_t i = 0; i < context.includedCount; ++i) {
+        const IncludedName& entry = context.included[i];
+        result.names += entry.name;
+        for (const std::uint32_t number : {entry.depth, entry.firstLine, entry.endLine}) {
+            result.names += L'|' + std::to_wstring(number);
+        }
+    }
+    return result;
+}
+
+}  // namespace
+
+HeapText CopyText(std::string_view text) {
+    HeapText copy = AllocateHeapText(text.size() + 1);
+    text.copy(copy.get(), text.size());
+    return copy;
+}
+
+ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text) {
+    return Run(context, [&](ExpandedText& result) {
+        GrowBuffer output;
+        const bool success = PreprocessIncludes(context, CopyText(text).get(), &output, result.line, 0);
+        result.output.assign(reinterpret_cast<const char*>(output.data.get()), output.count);
+        return success;
+    });
+}
+
+ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text) {
+    return Run(context, [&](ExpandedText& result) { return Expand(context, text, 0, result); });
 }
 
 }  // namespace pixelforge

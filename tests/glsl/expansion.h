@@ -1,7 +1,6 @@
 // Expands texts with the product and, for comparison, with a slow literal implementation.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -25,8 +24,5 @@ struct ExpandedText {
 /// Both use the texts registered in `context` and start with an empty included list.
 ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text);
 ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text);
-
-/// The backward scan that decides whether position `p` is inside a block comment.
-bool InsideCommentLiterally(const std::string& text, std::ptrdiff_t p, bool flag);
 
 }  // namespace pixelforge

@@ -1,11 +1,11 @@
-// Where included names are found, and what makes a run fail.
+// Where included names are found, what makes a run fail, and the expansion of every kind of text.
 #include "glsl/include_preprocessor.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <optional>
+#include <iterator>
 #include <random>
 #include <string>
 
@@ -16,79 +16,25 @@ namespace {
 
 namespace fs = std::filesystem;
 
+/// Files in the include folder, next to it, and in the current folder.
 class Preprocessor : public testing::Test {
 protected:
-    /// std::nullopt if the run fails.
-    std::optional<std::string> Expand(const std::string& text) {
-        const ExpandedText result = ExpandedByProduct(*context_, text);
-        return result.success ? std::optional(result.output) : std::nullopt;
-    }
-    void Register(std::wstring_view name, std::string_view text) {
-        ASSERT_TRUE(RegisterVirtualInclude(*context_, name, CopyText(text)));
-    }
-
-    HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
-};
-
-TEST_F(Preprocessor, FindsRegisteredTextsByName) {
-    std::string umlauts;
-    for (int i = 0; i < 259; ++i) {
-        umlauts += "\xC3\xA4";
-    }
-    const struct {
-        const char* what;
-        std::string text;
-        std::optional<std::string> expected;
-    } cases[] = {
-        {"between lines", "a\n#include\t \"Common\" // x\nb", "a\nshared\nb"},
-        {"a letter or the quote right after the keyword", "#includes \"Common\"\n#include\"Common\"\n",
-         "#includes \"Common\"\n#include\"Common\"\n"},
-        {"registered without a text", "#include \"Nothing\"\na\n", "a\n"},
-        {"the same text under a name of different case",
-         "#include \"common\"\n#include \"Common\"\n#include \"Common\"\n", "shared\nshared\n"},
-        {"a name of 259 UTF-16 units", "#include \"" + umlauts + "\"\na", "a"},
-        {"a name of 260 UTF-16 units", "#include \"" + umlauts + "n\"\na", std::nullopt},
-        {"a name in UTF-8", "#include \"\xC3\xA4\"\n", "umlaut\n"},
-        {"a name in the ANSI code page", "#include \"\xE4\"\n", "umlaut\n"},
-        {"indented", "  #include \"Common\"\n", std::nullopt},
-        {"a malformed include in an included text", "#include \"Broken\"\n", std::nullopt},
-    };
-    Register(L"Common", "shared");
-    Register(L"Broken", "#include Common");
-    Register(L"\u00E4", "umlaut");
-    RegisterVirtualInclude(*context_, L"Nothing", nullptr);
-    for (const auto& c : cases) {
-        EXPECT_EQ(Expand(c.text), c.expected) << c.what;
-    }
-}
-
-TEST_F(Preprocessor, RefusesEntriesBeyondTheTables) {
-    std::string text;
-    for (int i = 0; i < kIncludeEntries; ++i) {
-        Register(L"n" + std::to_wstring(i), "x");
-        text += "#include \"n" + std::to_string(i) + "\"\n";
-    }
-    EXPECT_FALSE(RegisterVirtualInclude(*context_, L"more", nullptr));
-    EXPECT_EQ(Expand(text + "#include \"unknown\"\n")->size(), 128U);
-    EXPECT_FALSE(Expand(text + "#include \"N0\"\n"));
-    ClearVirtualIncludes(*context_);
-    EXPECT_EQ(Expand(text), "");
-}
-
-/// Files in the include folder, next to it, and in the current folder.
-class IncludeFiles : public Preprocessor {
-protected:
-    void SetUp() override {
+    Preprocessor() {
         fs::create_directories(root_ / "folder");
         fs::create_directories(root_ / "current");
         fs::current_path(root_ / "current");
         CopyCut(context_->includeFolder, (root_ / "folder").wstring());
     }
-    void TearDown() override {
+    ~Preprocessor() override {
         fs::current_path(former_);
         fs::remove_all(root_);
     }
 
+    /// "failed" if the run fails.
+    std::string Expand(const std::string& text) {
+        const ExpandedText result = ExpandedByProduct(*context_, text);
+        return result.success ? result.output : "failed";
+    }
     static void Write(const fs::path& path, std::string_view text) {
         std::ofstream(path, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
     }
@@ -97,26 +43,71 @@ protected:
         Write(std::wstring(context_->includeFolder) + L"\\" + std::wstring(name), text);
     }
 
-    fs::path former_ = fs::current_path();
-    fs::path root_ = fs::temp_directory_path() / ("include_files_" + std::to_string(std::random_device{}()));
+    const fs::path former_ = fs::current_path();
+    const fs::path root_ =
+        fs::temp_directory_path() / ("include_files_" + std::to_string(std::random_device{}()));
+    HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
 };
 
-// Untrusted texts can include neither files in the current folder nor names with a path.
-TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
+// A text is found whatever the case of its name; what is expanded only once is the name as written. A name
+// has at most 259 UTF-16 units.
+TEST_F(Preprocessor, FindsRegisteredTextsByName) {
+    std::string umlauts;
+    for (int i = 0; i < 259; ++i) {
+        umlauts += "\xC3\xA4";
+    }
+    const std::pair<std::string, std::string> cases[] = {
+        {"a\n#include\t \"Common\" // x\nb", "a\nshared\nb"},
+        {"#includes \"Common\"\n#include\"Common\"\n", "#includes \"Common\"\n#include\"Common\"\n"},
+        {"#include \"Nothing\"\na\n", "a\n"},
+        {"#include \"common\"\n#include \"Common\"\n#include \"Common\"\n", "shared\nshared\n"},
+        {"#include \"" + umlauts + "\"\na", "a"},
+        {"#include \"" + umlauts + "n\"\na", "failed"},
+        {"#include \"\xC3\xA4\"\n", "umlaut\n"},
+        {"#include \"\xE4\"\n", "umlaut\n"},
+    };
+    RegisterVirtualInclude(*context_, L"Common", CopyText("shared"));
+    RegisterVirtualInclude(*context_, L"\u00E4", CopyText("umlaut"));
+    RegisterVirtualInclude(*context_, L"Nothing", nullptr);
+    for (const auto& [text, expected] : cases) {
+        EXPECT_EQ(Expand(text), expected) << text;
+    }
+}
+
+TEST_F(Preprocessor, RefusesEntriesBeyondTheTables) {
+    std::string text;
+    for (int i = 0; i < kIncludeEntries; ++i) {
+        EXPECT_TRUE(RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), CopyText("x")));
+        text += "#include \"n" + std::to_string(i) + "\"\n";
+    }
+    EXPECT_FALSE(RegisterVirtualInclude(*context_, L"more", nullptr));
+    EXPECT_EQ(Expand(text + "#include \"unknown\"\n").size(), 128U);
+    EXPECT_EQ(Expand(text + "#include \"N0\"\n"), "failed");
+    ClearVirtualIncludes(*context_);
+    EXPECT_EQ(Expand(text), "");
+}
+
+// Untrusted texts can include neither files in the current folder nor names with a path. Some systems ignore
+// the dot of "real.glsl.".
+TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
+    using namespace std::string_view_literals;
     Write("both.glsl", "current");
     Write("own.glsl", "one\r\ntwo\rthree\n\n\n#include \"own.glsl\"\n");
     Write(root_ / "outer.glsl", "outer");
-    for (const wchar_t* name : {L"both.glsl", L"lib.glsl", L"known.glsl", L"real.glsl."}) {
-        WriteInFolder(name, "library");
+    for (const auto& [name, bytes] : {std::pair(L"both.glsl", "library"sv),
+                                      {L"lib.glsl", "library"sv},
+                                      {L"known.glsl", "library"sv},
+                                      {L"real.glsl.", "library"sv},
+                                      {L"empty.glsl", ""sv},
+                                      {L"zero.glsl", "\0\0\0"sv},
+                                      {L"marked.glsl", "\xEF\xBB\xBFmarked"sv},
+                                      {L"little.glsl",
+                                       "\xFF\xFE"
+                                       "a\0\xE4\0\n\0"sv},
+                                      {L"big.glsl", "\xFE\xFF\0a\0\n\0"sv}}) {
+        WriteInFolder(name, bytes);
     }
-    WriteInFolder(L"empty.glsl", "");
-    WriteInFolder(L"zero.glsl", std::string(3, '\0'));
-    WriteInFolder(L"marked.glsl", "\xEF\xBB\xBFmarked");
-    WriteInFolder(L"little.glsl", std::string("\xFF\xFE"
-                                              "a\0\xE4\0\n\0",
-                                              8));
-    WriteInFolder(L"big.glsl", std::string("\xFE\xFF\0a\0\n\0", 7));
-    Register(L"KNOWN.GLSL", "registered");
+    RegisterVirtualInclude(*context_, L"KNOWN.GLSL", CopyText("registered"));
     const struct {
         std::string name;
         const char* local;
@@ -133,7 +124,7 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
         {"marked.glsl", "marked\n", "marked\n"},
         {"little.glsl", "a\xC3\xA4\n", "a\xC3\xA4\n"},
         {"big.glsl", "a\n", "a\n"},
-        {"real.glsl.", "", ""},  // some systems ignore the trailing dot
+        {"real.glsl.", "", ""},
         {"CON", "", ""},
         {"\\\\?\\C:\\x", "", ""},
         {"", "", ""},
@@ -149,7 +140,7 @@ TEST_F(IncludeFiles, ResolveAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
 }
 
 // The count of unknown names is limited as well: a document with many of them must not stop the host.
-TEST_F(IncludeFiles, AreNotLookedForAgainInTheSameRun) {
+TEST_F(Preprocessor, DoesNotLookForAFileAgainInTheSameRun) {
     std::uint32_t length = 0;
     IncludedName* entry = nullptr;
     std::int32_t error = 0;
@@ -157,9 +148,9 @@ TEST_F(IncludeFiles, AreNotLookedForAgainInTheSameRun) {
         return ResolveInclude(*context_, name, &length, &entry, &error) != nullptr;
     };
     EXPECT_FALSE(found(L"late.glsl"));
-    WriteInFolder(L"late.glsl", "x");
-    WriteInFolder(L"last.glsl", "x");
-    WriteInFolder(L"next.glsl", "x");
+    for (const wchar_t* name : {L"late.glsl", L"last.glsl", L"next.glsl"}) {
+        WriteInFolder(name, "x");
+    }
     EXPECT_FALSE(found(L"late.glsl"));
     for (std::size_t i = 1; i < 4095; ++i) {
         EXPECT_FALSE(found(std::to_wstring(i).c_str()));
@@ -171,6 +162,51 @@ TEST_F(IncludeFiles, AreNotLookedForAgainInTheSameRun) {
     ClearVirtualIncludes(*context_);
     EXPECT_TRUE(found(L"late.glsl"));
     EXPECT_TRUE(found(L"next.glsl"));
+}
+
+/// Compares the linear expansion with the literal one.
+class LiteralExpansion : public testing::Test {
+protected:
+    /// Registers "", "a" and "//", which nest, leave comments open and end without a newline.
+    LiteralExpansion() {
+        RegisterVirtualInclude(*context_, L"", CopyText("/*\n#include \"a\"\n*/ <empty>\n#include \"\"\n"));
+        RegisterVirtualInclude(*context_, L"a", CopyText("<a>\n#include \"//\"\n/* open"));
+        RegisterVirtualInclude(*context_, L"//", CopyText("#include \"gone\"\n#include \"\"\nx"));
+    }
+
+    void Compare(const std::string& text) {
+        const ExpandedText ours = ExpandedByProduct(*context_, text);
+        const ExpandedText literal = ExpandedLiterally(*context_, text);
+        ASSERT_TRUE(ours == literal) << testing::PrintToString(text) << "\nbecomes " << ours.output
+                                     << "\ninstead of " << literal.output;
+        failures_ += ours.success ? 0 : 1;
+        expansions_ += ours.success && !ours.names.empty() ? 1 : 0;
+    }
+
+    HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
+    std::size_t failures_ = 0;
+    std::size_t expansions_ = 0;
+};
+
+// Long texts built from pieces that make directives likely after and within comments, and within a line with
+// a name eight characters after the cursor.
+TEST_F(LiteralExpansion, MatchesOnLongRandomTexts) {
+    // Three pieces in four are fillers: with more directives, most texts would fail within their first lines.
+    constexpr std::string_view kFillers[] = {"/", "*", "\n", " ", "a", "*/"};
+    constexpr std::string_view kPieces[] = {
+        "\"", "#include", "#include \"a\"\n", "#include \"\"\n", "#include \"//\"", "/*", "//", "*/aaaaaa",
+        "\t", "\n\n"};
+    std::mt19937 random(20231);
+    for (int i = 0; i < 4000; ++i) {
+        std::string text;
+        for (std::uint_fast32_t pieces = random() % 300; pieces > 0; --pieces) {
+            text += random() % 4 == 0 ? kPieces[random() % std::size(kPieces)]
+                                      : kFillers[random() % std::size(kFillers)];
+        }
+        ASSERT_NO_FATAL_FAILURE(Compare(text));
+    }
+    EXPECT_GT(failures_, 500U);
+    EXPECT_GT(expansions_, 500U);
 }
 
 }  // namespace

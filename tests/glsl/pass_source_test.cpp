@@ -15,65 +15,65 @@
 namespace pixelforge {
 namespace {
 
-const std::string kPrefix =
-    "#define HW_PERFORMANCE 1\n"
-    "#define char char_sYjan77j\n"
-    "#define packed packed_sYjan77j\n"
-    "uniform vec3      iResolution;           // viewport resolution (in pixels)\n"
-    "uniform float     iTime;                 // shader playback time (in seconds)\n"
-    "uniform float     iTimeDelta;            // render time (in seconds)\n"
-    "uniform int       iFrame;                // shader playback frame\n"
-    "uniform float     iFrameRate;            // frames per second\n"
-    "uniform float     iChannelTime[4];       // channel playback time (in seconds)\n"
-    "uniform vec3      iChannelResolution[4]; // channel resolution (in pixels)\n"
-    "uniform vec4      iMouse;                // mouse pixel coords. xy: current (if MLB down), zw: click\n"
-    "uniform vec4      iDate;                 // (year, month, day, time in seconds)\n"
-    "uniform float     iSampleRate;           // sound sample rate (i.e., 44100)\n"
-    "\n"
-    "#if __VERSION__ >= 420\n"
-    "    out vec4 pf_FragColor;\n"
-    "    vec4 pf_AssertColor = vec4(1e20);\n"
-    "    #define gl_FragColor pf_FragColor\n"
-    "#endif\n"
-    "\n"
-    "void pf_assert(bool cond, int v) {\n"
-    "    if (!cond) {\n"
-    "        if (v == 0) pf_AssertColor.x = -1.0;\n"
-    "        else if (v == 1) pf_AssertColor.y = -1.0;\n"
-    "        else if (v == 2) pf_AssertColor.z = -1.0;\n"
-    "        else pf_AssertColor.w = -1.0;\n"
-    "    }\n"
-    "}\n"
-    "\n"
-    "void pf_assert(bool cond) {\n"
-    "    if (!cond) pf_AssertColor.x = -1.0;\n"
-    "}\n";
+const std::string kPrefix = R"glsl(#define HW_PERFORMANCE 1
+#define char char_sYjan77j
+#define packed packed_sYjan77j
+uniform vec3      iResolution;           // viewport resolution (in pixels)
+uniform float     iTime;                 // shader playback time (in seconds)
+uniform float     iTimeDelta;            // render time (in seconds)
+uniform int       iFrame;                // shader playback frame
+uniform float     iFrameRate;            // frames per second
+uniform float     iChannelTime[4];       // channel playback time (in seconds)
+uniform vec3      iChannelResolution[4]; // channel resolution (in pixels)
+uniform vec4      iMouse;                // mouse pixel coords. xy: current (if MLB down), zw: click
+uniform vec4      iDate;                 // (year, month, day, time in seconds)
+uniform float     iSampleRate;           // sound sample rate (i.e., 44100)
 
-const std::string kImageMain =
-    "void main(void)\n"
-    "{\n"
-    "    vec4 color = vec4(0.0);\n"
-    "    mainImage(color, gl_FragCoord.xy);\n"
-    "    if (pf_AssertColor.x < 0.0) color = vec4(1.0, 0.0, 0.0, 1.0);\n"
-    "    if (pf_AssertColor.y < 0.0) color = vec4(0.0, 1.0, 0.0, 1.0);\n"
-    "    if (pf_AssertColor.z < 0.0) color = vec4(0.0, 0.0, 1.0, 1.0);\n"
-    "    if (pf_AssertColor.w < 0.0) color = vec4(1.0, 1.0, 0.0, 1.0);\n"
-    "    gl_FragColor = color;\n"
-    "}\n";
+#if __VERSION__ >= 420
+    out vec4 pf_FragColor;
+    vec4 pf_AssertColor = vec4(1e20);
+    #define gl_FragColor pf_FragColor
+#endif
 
-const std::string kCubeMain =
-    "uniform vec3 cmCornerVertices[5];\n"
-    "\n"
-    "void main(void)\n"
-    "{\n"
-    "    vec4 color = vec4(1e20);\n"
-    "    vec3 ro = cmCornerVertices[4];\n"
-    "    vec2 uv = gl_FragCoord.xy / iResolution.xy;\n"
-    "    vec3 rd = normalize( mix( mix( cmCornerVertices[0], cmCornerVertices[1], uv.x ),\n"
-    "                              mix( cmCornerVertices[3], cmCornerVertices[2], uv.x ), uv.y ) - ro );\n"
-    "    mainCubemap(color, gl_FragCoord.xy, ro, rd);\n"
-    "    gl_FragColor = color;\n"
-    "}\n";
+void pf_assert(bool cond, int v) {
+    if (!cond) {
+        if (v == 0) pf_AssertColor.x = -1.0;
+        else if (v == 1) pf_AssertColor.y = -1.0;
+        else if (v == 2) pf_AssertColor.z = -1.0;
+        else pf_AssertColor.w = -1.0;
+    }
+}
+
+void pf_assert(bool cond) {
+    if (!cond) pf_AssertColor.x = -1.0;
+}
+)glsl";
+
+const std::string kImageMain = R"glsl(void main(void)
+{
+    vec4 color = vec4(0.0);
+    mainImage(color, gl_FragCoord.xy);
+    if (pf_AssertColor.x < 0.0) color = vec4(1.0, 0.0, 0.0, 1.0);
+    if (pf_AssertColor.y < 0.0) color = vec4(0.0, 1.0, 0.0, 1.0);
+    if (pf_AssertColor.z < 0.0) color = vec4(0.0, 0.0, 1.0, 1.0);
+    if (pf_AssertColor.w < 0.0) color = vec4(1.0, 1.0, 0.0, 1.0);
+    gl_FragColor = color;
+}
+)glsl";
+
+const std::string kCubeMain = R"glsl(uniform vec3 cmCornerVertices[5];
+
+void main(void)
+{
+    vec4 color = vec4(1e20);
+    vec3 ro = cmCornerVertices[4];
+    vec2 uv = gl_FragCoord.xy / iResolution.xy;
+    vec3 rd = normalize( mix( mix( cmCornerVertices[0], cmCornerVertices[1], uv.x ),
+                              mix( cmCornerVertices[3], cmCornerVertices[2], uv.x ), uv.y ) - ro );
+    mainCubemap(color, gl_FragCoord.xy, ro, rd);
+    gl_FragColor = color;
+}
+)glsl";
 
 class PassSource : public testing::Test {
 protected:
@@ -259,10 +259,35 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
          "Image: after the end of Image (a brace may be missing): error: unterminated"},
         {"", "a", "0:39(5): error: no mainImage",
          "Image: in the module's own lines after Image: error: no mainImage"},
+        {"#include \"noise\"", "a", "WARNING: 0:35: b\r", "Image: noise:2: WARNING: b"},
+        {"", "a", "0:35(2): warning: b: 0:35(2): c", "Image:1:2: warning: b: 0:35(2): c"},
+        {"", "a", "0:35(4294967295): b", "Image:1:4294967295: b"},
+        {"/*", "*/", "1: unexpected end of file", "Image: 1: unexpected end of file"},
+        {"", "\xE4", "1: unexpected end of file",
+         "Image: 1: unexpected end of file (the driver may end the text at the non-ASCII character in "
+         "Image:1)"},
     };
     for (const auto& c : cases) {
+        RegisterVirtualInclude(*context_, L"noise", CopyText("\nb"));
         EXPECT_EQ(Message(c.common, c.image, c.log), c.message) << c.common << c.image;
     }
+    for (const std::string kept :
+         {"2 errors generated.", "0:0(1): a", "0:35(", "0:-35(1): a", "0:4294967296(1): a", "1:35(1): a",
+          "0(35) error", "ERROR: 0:", "ERROR: \xFF\x80"}) {
+        EXPECT_EQ(Message("", "a", kept), "Image: " + kept);
+    }
+}
+
+TEST(MapInfoLog, DropsEmptyLinesAndAllAfterAThousand) {
+    std::string log = std::string("a\0b\0\n\r\n\n", 8) + "Image:\n";
+    EXPECT_EQ(MapInfoLog("Image", log, "", LineMap()),
+              (std::vector<std::string>{std::string("Image: a\0b", 10), "Image: Image:"}));
+    for (int i = 2; i <= 1000; ++i) {
+        log += "c\n";
+    }
+    const std::vector<std::string> bounded = MapInfoLog("Image", log, "", LineMap());
+    EXPECT_EQ(bounded.size(), 1001U);
+    EXPECT_EQ(bounded.back(), "Image: the rest of the driver's log is left out");
 }
 
 }  // namespace

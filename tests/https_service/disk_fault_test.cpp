@@ -2,14 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <process.h>
 #include <windows.h>
 
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
+#include <functional>
 
 #include "base/win_handles.h"
 #include "service/service_client.h"
@@ -21,9 +19,86 @@ namespace {
 
 using testing::ElementsAre;
 using testing::IsEmpty;
-using testing::SizeIs;
 
-using DiskFaultTest = ServiceTest;
+std::function<void(HANDLE)> atFlush = [](HANDLE) {};
+DWORD flushError = 0;
+std::vector<std::filesystem::path> compressed;
+
+BOOL WINAPI Flush(HANDLE file) {
+    std::exchange(atFlush, [](HANDLE) {})(file);
+    SetLastError(flushError);
+    return flushError == 0 && SystemCall<decltype(&FlushFileBuffers)>("kernel32", "FlushFileBuffers")(file);
+}
+
+BOOL WINAPI Control(HANDLE folder, DWORD code, void* in, DWORD, void*, DWORD, DWORD*, OVERLAPPED*) {
+    wchar_t path[kPathUnits] = {};
+    GetFinalPathNameByHandleW(folder, path, kPathUnits, 0);
+    EXPECT_EQ(code, 0x9C040u);
+    EXPECT_EQ(*static_cast<USHORT*>(in), 1);
+    compressed.push_back(std::filesystem::path(path).filename());
+    return FALSE;
+}
+
+}  // namespace
+
+// The program's imports of these functions: disks that fail to flush and disks that compress are not there.
+extern "C" {
+decltype(&FlushFileBuffers) __imp_FlushFileBuffers = Flush;
+decltype(&DeviceIoControl) __imp_DeviceIoControl = Control;
+}
+
+namespace {
+
+class DiskFaultTest : public ServiceTest {
+protected:
+    ~DiskFaultTest() override {
+        atFlush = [](HANDLE) {};
+        flushError = 0;
+    }
+
+    static bool Store(const std::filesystem::path& path, std::string_view text) {
+        return StoreResponse(path.c_str(), {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    }
+    static UniqueKernelHandle Open(const std::filesystem::path& path, DWORD access = GENERIC_READ) {
+        return AdoptFileHandle(
+            CreateFileW(path.c_str(), access, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+
+    const std::filesystem::path file_ = root_ / "Assets" / "10.bin";
+};
+
+TEST_F(DiskFaultTest, ReplacesAFileOnceItsSuccessorIsFlushed) {
+    for (const auto& [error, stored] : {std::pair(0, true),
+                                        {ERROR_NOT_SUPPORTED, true},
+                                        {ERROR_INVALID_FUNCTION, true},
+                                        {ERROR_IO_DEVICE, false}}) {
+        WriteCached("Assets/10.bin", "old");
+        DWORD written = 0;
+        atFlush = [&](HANDLE file) {
+            written = GetFileSize(file, nullptr);
+            EXPECT_EQ(ReadCached("Assets/10.bin"), "old");
+        };
+        flushError = static_cast<DWORD>(error);
+        EXPECT_EQ(Store(file_, "newer"), stored) << error;
+        EXPECT_EQ(written, 5u);
+        EXPECT_EQ(ReadCached("Assets/10.bin"), stored ? "newer" : "old");
+        EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
+    }
+}
+
+TEST_F(DiskFaultTest, AnotherProcessMayStoreTheSameFileFirst) {
+    UniqueKernelHandle held;
+    atFlush = [&](HANDLE) {
+        EXPECT_TRUE(Store(file_, "first"));
+        held = Open(file_);
+    };
+    EXPECT_EQ(Fetch(MediaUrl(L"10.bin")), Pattern(10));
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "the file cannot be read";
+    EXPECT_THAT(Requests(), testing::SizeIs(1));
+    held.Reset();
+    EXPECT_EQ(ReadCached("Assets/10.bin"), "first");
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
+}
 
 TEST_F(DiskFaultTest, AFullDiskKeepsOnlyCompleteFiles) {
     const char* limit = std::getenv("PIXELFORGE_FILE_LIMIT");
@@ -37,120 +112,63 @@ TEST_F(DiskFaultTest, AFullDiskKeepsOnlyCompleteFiles) {
 
 TEST_F(DiskFaultTest, AReadOnlyDiskFailsTheFetch) {
     // Not even root can create files or folders in this file system.
-    const std::wstring fixed = L"Z:\\sys\\kernel";
+    const std::filesystem::path fixed = L"Z:\\sys\\kernel";
     ASSERT_TRUE(std::filesystem::is_directory(fixed));
-    EXPECT_TRUE(CreateCacheFolders(fixed.c_str(), (fixed + L"\\cache").c_str()));
+    EXPECT_TRUE(CreateCacheFolders(fixed.c_str(), (fixed / "cache").c_str()));
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
-    const std::uint8_t byte = 1;
-    EXPECT_FALSE(StoreResponse((fixed + L"\\x.bin").c_str(), {&byte, 1}));
+    EXPECT_FALSE(Store(fixed / "x.bin", "x"));
 }
 
-TEST_F(DiskFaultTest, ADeletedFolderIsRecreated) {
+TEST_F(DiskFaultTest, OneLevelOfFoldersIsRecreated) {
     for (int round = 0; round < 2; ++round) {
         EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
         EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
         std::filesystem::remove_all(root_ / "Assets");
     }
-    std::filesystem::remove_all(root_);
-    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "only one level is created";
-}
-
-TEST_F(DiskFaultTest, AFolderInPlaceOfAFileOrTheReverseFailsTheFetch) {
-    std::filesystem::create_directory(root_ / "Assets" / "10.bin");
-    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
-    EXPECT_THAT(CachedFiles(), IsEmpty());
+    std::filesystem::create_directories(file_);
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "a folder has the file's name";
     std::filesystem::remove_all(root_ / "Assets");
     WriteCached("Assets", "a file");
     EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
     EXPECT_THAT(CachedFiles(), ElementsAre("Assets"));
-    EXPECT_TRUE(Fetch(ShaderUrl(L"red1")));
+    std::filesystem::remove_all(root_);
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
 }
 
-TEST_F(DiskFaultTest, OnlyOldTemporaryFilesAreRemovedAtStart) {
+TEST_F(DiskFaultTest, StartingMakesTheFoldersAndRemovesOldTemporaryFiles) {
+    using std::chrono::hours;
     std::filesystem::create_directories(root_ / "own" / "Shaders");
-    for (const char* file :
-         {"Assets/~0123456789ABCDEF.tmp", "Shaders/~00000000FFFFFFFF.tmp", "Assets/~old.tmp",
-          "Assets/picture.tmp", "Searches/~0123456789ABCDEG.tmp", "own/Shaders/~0123456789ABCDEF.tmp"}) {
+    for (const auto& [file, age] : {std::pair("Assets/~0123456789ABCDEF.tmp", hours(25)),
+                                    {"Shaders/~00000000FFFFFFFF.tmp", hours(25)},
+                                    {"Searches/~00000000FFFFFFFF.tmp", hours(25)},
+                                    {"Assets/~0123456789ABCDE0.tmp", hours(23)},
+                                    {"Assets/~old.tmp", hours(25)},
+                                    {"Assets/picture.tmp", hours(25)},
+                                    {"Searches/~0123456789ABCDEG.tmp", hours(25)},
+                                    {"own/Shaders/~0123456789ABCDEF.tmp", hours(25)}}) {
         WriteCached(file, "left over");
-        std::filesystem::last_write_time(
-            root_ / file, std::filesystem::file_time_type::clock::now() - std::chrono::hours(25));
+        std::filesystem::last_write_time(root_ / file, std::filesystem::file_time_type::clock::now() - age);
     }
-    WriteCached("Assets/~0123456789ABCDE0.tmp", "being written");
+    compressed.clear();
     CreateCacheFolders((root_ / "own").c_str(), root_.c_str());
+    EXPECT_THAT(compressed, ElementsAre("Shaders", "Shaders", "Searches"));
     EXPECT_THAT(CachedFiles(),
                 ElementsAre("Assets/picture.tmp", "Assets/~0123456789ABCDE0.tmp", "Assets/~old.tmp",
                             "Searches/~0123456789ABCDEG.tmp", "own/Shaders/~0123456789ABCDEF.tmp"));
-}
-
-TEST_F(DiskFaultTest, AnUnreadableCachedFileFailsWithoutARequest) {
-    WriteCached("Assets/10.bin", "0123456789");
-    const UniqueKernelHandle held =
-        AdoptFileHandle(CreateFileW((root_ / "Assets" / "10.bin").c_str(), GENERIC_READ, 0, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    ASSERT_TRUE(held);
-    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
-    EXPECT_THAT(Requests(), IsEmpty());
+    CreateCacheFolders((root_ / "new").c_str(), (root_ / "new" / "cache").c_str());
+    for (const char* folder : {"Shaders", "cache/Shaders", "cache/Assets", "cache/Searches"}) {
+        EXPECT_TRUE(std::filesystem::is_directory(root_ / "new" / folder)) << folder;
+    }
 }
 
 TEST_F(DiskFaultTest, ACachedDocumentAbove64MiBIsNotRead) {
     WriteCached("Shaders/red1_0.json", "{}");
-    UniqueKernelHandle file =
-        AdoptFileHandle(CreateFileW((root_ / "Shaders" / "red1_0.json").c_str(), GENERIC_READ | GENERIC_WRITE,
-                                    0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     // A mapping enlarges the file beyond this process's limit.
-    UniqueKernelHandle mapping(
-        CreateFileMappingW(file.Get(), nullptr, PAGE_READWRITE, 0, (64u << 20) + 1, nullptr));
-    ASSERT_TRUE(mapping);
-    mapping.Reset();
-    file.Reset();
+    EXPECT_TRUE(UniqueKernelHandle(
+        CreateFileMappingW(Open(root_ / "Shaders" / "red1_0.json", GENERIC_READ | GENERIC_WRITE).Get(),
+                           nullptr, PAGE_READWRITE, 0, (64u << 20) + 1, nullptr)));
     EXPECT_FALSE(Fetch(ShaderUrl(L"red1")));
     EXPECT_EQ(reason_, "the document is larger than 64 MiB");
-}
-
-constexpr int kSharedFiles = 40;
-
-/// Fetches the same files in every thread and process, so that several fill one cache concurrently.
-void FillCache() {
-    const auto session = OpenInternetSession();
-    for (int i = 0; i < kSharedFiles; ++i) {
-        const std::wstring url = MediaUrl(std::to_wstring(20000 + i) + L".bin");
-        std::uint32_t length = 0;
-        std::string reason;
-        const HeapBytes body = FetchWithCache(session.get(), url.c_str(), &length, reason);
-        ASSERT_TRUE(body) << reason;
-        ASSERT_EQ(std::string(reinterpret_cast<const char*>(body.get()), length), Pattern(length));
-    }
-}
-
-/// Starts this program again, for the current test only.
-std::intptr_t StartSecondProcess() {
-    wchar_t program[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, program, MAX_PATH);
-    const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
-    const std::string name = std::string("--gtest_filter=") + test.test_suite_name() + "." + test.name();
-    return _wspawnl(_P_NOWAIT, program, L"test", std::wstring(name.begin(), name.end()).c_str(), nullptr);
-}
-
-TEST_F(DiskFaultTest, ProcessesAndThreadsFillOneCacheWithCompleteFiles) {
-    if (const wchar_t* shared = _wgetenv(L"PIXELFORGE_SHARED_CACHE")) {
-        // The second process, whose summary must not be mistaken for ours.
-        ASSERT_TRUE(std::freopen("NUL", "w", stdout));
-        CreateCacheFolders(nullptr, shared);
-        return FillCache();
-    }
-    SetEnvironmentVariableW(L"PIXELFORGE_SHARED_CACHE", root_.c_str());
-    const std::intptr_t other = StartSecondProcess();
-    ASSERT_NE(other, -1);
-    std::thread second(FillCache);
-    FillCache();
-    second.join();
-    int status = -1;
-    _cwait(&status, other, 0);
-    EXPECT_EQ(status, 0);
-    EXPECT_THAT(CachedFiles(), SizeIs(kSharedFiles));
-    for (const std::string& file : CachedFiles()) {
-        EXPECT_EQ(ReadCached(file), Pattern(std::stoul(file.substr(file.find('/') + 1)))) << file;
-    }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "base/text.h"
 #include "media/document_media.h"
+#include "media/image_decoder.h"
 #include "preview/host/debug_capture.h"
 #include "service/service_client.h"
 #include "service/service_urls.h"
@@ -46,67 +47,56 @@ TEST_F(FetchWithCacheTest, RequestsOnceAndThenReadsTheCachedFile) {
                                            "Shaders/redfox_3F.json"));
     EXPECT_EQ(ReadCached("Assets/300.bin"), Pattern(300));
     EXPECT_THAT(ReadCached("Shaders/redfox_3F.json"), HasSubstr("\"REDFOX\""));
-    EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\n")) << "stored as received";
+    EXPECT_THAT(ReadCached("Shaders/gzip-redfox_120.json"), EndsWith("}\nTrailing words"))
+        << "stored as received";
 }
 
 TEST_F(FetchWithCacheTest, StoresOnlyGoodResponses) {
-    const std::pair<std::wstring, const char*> cases[] = {
-        {ShaderUrl(L"missing-red1"), "status 404"},
-        {ShaderUrl(L"broken-red1"), "status 500"},
-        {ShaderUrl(L"error-red1"), "error document"},
-        {ShaderUrl(L"garbage-red1"), "brace"},
-        {ShaderUrl(L"empty-red1"), "empty"},
-        {ShaderUrl(L"cut-red1"), "cut short"},
-        {ShaderUrl(L"stall-red1"), "cut short"},
-        {ShaderUrl(L"chunkcut-red1"), ""},
-        {ShaderUrl(L"gzipcut-red1"), ""},
-        {ShaderUrl(L"liar-red1"), "larger than 64 MiB"},
-        {ShaderUrl(L"bomb-red1"), "larger than 64 MiB"},
-        {ShaderUrl(L"blank-red1"), "only blanks"},
-        {ShaderUrl(L"brokencut-red1"), "status 503"},
-        {MediaUrl(L"liar-10.bin"), "exceeds 1 GiB"},
-        {ShaderUrl(L"closed-red1"), "without a response"},
-        {MediaUrl(L"empty-10.bin"), "response is empty"},
-        {MediaUrl(L"partial-10.bin"), "status 206"},
-        {MediaUrl(L"identitycut-10.bin"), "cut short"},
-        {MediaUrl(L"wrapped-10.bin"), "32-bit"},
-        {MediaUrl(L"word-10.bin"), "32-bit"},
-        {MediaUrl(L"nothing-10.bin"), "32-bit"},
-        {MediaUrl(L"notgzip-10.bin"), "decompressed (error 12175)"},
-        {MediaUrl(L"loop-10.bin"), "more than 10 times"},
-        {MediaUrl(L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin"), "more than 10 times"},
-        {MediaUrl(L"plain-10.bin"), "without https"},
-        {MediaUrl(L"plain-redirect-10.bin"), "without https"},
-        {Url(L"/media/a/10.bin", L"untrusted."), "error 12057"},
-        {Url(L"/media/a/10.bin", L"wrongname."), "error 12038"},
-        {Url(L"/media/a/10.bin", L"nowhere."), "cannot be reached"},
-        {L"https://127.0.0.1:1/media/a/10.bin", "cannot be reached"},
-        {L"unknown://x/media/a/10.bin", "cannot be reached"},
+    const std::wstring media = L"/media/a/10.bin";
+    const std::pair<const char*, std::vector<std::wstring>> cases[] = {
+        {"status 404", {ShaderUrl(L"missing-red1")}},
+        {"status 500", {ShaderUrl(L"broken-red1")}},
+        {"status 503", {ShaderUrl(L"brokencut-red1")}},
+        {"status 206", {MediaUrl(L"partial-10.bin")}},
+        {"error document", {ShaderUrl(L"error-red1")}},
+        {"response is empty", {ShaderUrl(L"empty-red1"), MediaUrl(L"empty-10.bin")}},
+        {"cut short", {ShaderUrl(L"cut-red1"), MediaUrl(L"identitycut-10.bin")}},
+        {"", {ShaderUrl(L"chunkcut-red1"), ShaderUrl(L"gzipcut-red1")}},
+        {"larger than 64 MiB", {ShaderUrl(L"liar-red1"), ShaderUrl(L"bomb-red1")}},
+        {"exceeds 1 GiB", {MediaUrl(L"liar-10.bin")}},
+        {"without a response", {ShaderUrl(L"closed-red1")}},
+        {"32-bit", {MediaUrl(L"wrapped-10.bin"), MediaUrl(L"word-10.bin"), MediaUrl(L"nothing-10.bin")}},
+        {"decompressed (error 12175)", {MediaUrl(L"notgzip-10.bin")}},
+        {"more than 10 times", {MediaUrl(L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin")}},
+        {"without https", {MediaUrl(L"plain-10.bin"), MediaUrl(L"plain-redirect-10.bin")}},
+        {"error 12057", {Url(media, L"untrusted.")}},
+        {"error 12038", {Url(media, L"wrongname.")}},
+        {"cannot be reached",
+         {Url(media, L"nowhere."), L"https://127.0.0.1:1" + media, L"unknown://x" + media}},
     };
-    for (const auto& [url, reason] : cases) {
-        SCOPED_TRACE(testing::PrintToString(url));
-        EXPECT_FALSE(Fetch(url));
-        EXPECT_THAT(reason_, HasSubstr(reason));
-        EXPECT_THAT(CachedFiles(), IsEmpty());
-        EXPECT_TRUE(Fetch(ShaderUrl(L"red1"))) << reason_;
-        EXPECT_TRUE(std::filesystem::remove(root_ / "Shaders" / "red1_0.json"));
+    for (const auto& [reason, urls] : cases) {
+        for (const std::wstring& url : urls) {
+            SCOPED_TRACE(testing::PrintToString(url));
+            EXPECT_FALSE(Fetch(url));
+            EXPECT_THAT(reason_, HasSubstr(reason));
+            EXPECT_THAT(CachedFiles(), IsEmpty());
+            EXPECT_TRUE(Fetch(ShaderUrl(L"red1"))) << reason_;
+            EXPECT_TRUE(std::filesystem::remove(root_ / "Shaders" / "red1_0.json"));
+        }
     }
 }
 
-TEST_F(FetchWithCacheTest, ContactsAnotherHostOnlyWhenRedirected) {
-    ASSERT_TRUE(Fetch(MediaUrl(L"20.bin")));
+TEST_F(FetchWithCacheTest, RequestsEncodedNamesFromTheServiceAndWhereItRedirects) {
     ASSERT_TRUE(Fetch(MediaUrl(L"redirect-21.bin")));
-    const std::string host = Narrow(kServiceHost, TextEncoding::Utf8).value();
-    EXPECT_THAT(Requests(), ElementsAre(StartsWith(host + " /media/a/20.bin\t"),
-                                        StartsWith(host + " /media/a/redirect-21.bin\t"),
-                                        StartsWith("elsewhere." + host + " ")));
-}
-
-TEST_F(FetchWithCacheTest, PercentEncodesNames) {
-    Download(L"red1", L"\uFF0E\uFF0E\uFF0F%2F.bin");
+    Download(L"red1", L"aZ09-._~\uFF0E\uFF0F%2F.bin");
+    Download(L"red1", MediaUrl(L"%C3%A4.bin").c_str());
     Download(L"\u4E2D", nullptr);
-    EXPECT_THAT(Requests(), ElementsAre(HasSubstr(" /media/a/%EF%BC%8E%EF%BC%8E%EF%BC%8F%252F.bin\t"),
-                                        HasSubstr(" /api/v1/shaders/%E4%B8%AD?key=")));
+    const std::string host = Narrow(kServiceHost, TextEncoding::Utf8).value();
+    EXPECT_THAT(Requests(), ElementsAre(StartsWith(host + " /media/a/redirect-21.bin\t"),
+                                        StartsWith("elsewhere." + host + " "),
+                                        StartsWith(host + " /media/a/aZ09-._~%EF%BC%8E%EF%BC%8F%252F.bin\t"),
+                                        StartsWith(host + " /media/a/%C3%A4.bin\t"),
+                                        StartsWith(host + " /api/v1/shaders/%E4%B8%AD?key=")));
 }
 
 TEST_F(FetchWithCacheTest, RejectsBadNamesWithoutARequest) {
@@ -148,24 +138,27 @@ TEST_F(FetchWithCacheTest, ADownloadSucceedsEvenIfItCannotBeStored) {
     EXPECT_FALSE(std::filesystem::exists(path_));
 }
 
-TEST_F(FetchWithCacheTest, ALoadRequestsEachFileOnce) {
+TEST_F(FetchWithCacheTest, ALoadRequestsEachFileOfADrawnPassOnce) {
     for (const std::size_t requests : {2, 3}) {  // the second load asks again for what is missing
         const auto document = NewHeapRecord<ShaderDocument>();
-        for (RenderPass& pass : document->passes) {
-            pass.kind = PassKind::Image;
+        document->mediaBytes = kMediaBudget;
+        for (std::uint32_t slot = 0; slot < kPassSlots; ++slot) {
+            document->passes[slot].kind = static_cast<PassKind>(slot);
             for (std::uint32_t channel = 0; channel < kChannels; ++channel) {
-                pass.inputs[channel].ctype = channel < 3 ? ChannelType::Texture : ChannelType::Volume;
-                CopyCut(pass.inputs[channel].src, channel % 2 == 0 ? L"missing-1.bin" : L"32.bin");
+                PassInput& input = document->passes[slot].inputs[channel];
+                input.ctype = channel < 3 ? ChannelType::Texture : ChannelType::Volume;
+                CopyCut(input.src, slot == 0 ? L"33.bin" : channel % 2 == 0 ? L"missing-1.bin" : L"32.bin");
             }
         }
         document->passes[1].inputs[0].src[0] = L'\0';
         const preview::DebugCapture capture;
         EXPECT_TRUE(LoadDocumentMedia(session_.get(), *document));
-        EXPECT_THAT(capture.Lines(), AllOf(SizeIs(15), Each(HasSubstr("missing-1.bin: "))))
+        EXPECT_THAT(capture.Lines(), AllOf(SizeIs(13), Each(HasSubstr("missing-1.bin: "))))
             << "not the empty name";
         EXPECT_THAT(Requests(), SizeIs(requests));
+        EXPECT_EQ(document->mediaBytes, 0u);
         EXPECT_FALSE(document->passes[7].inputs[2].medium);
-        EXPECT_EQ(document->passes[0].inputs[3].medium, document->passes[7].inputs[3].medium);
+        EXPECT_EQ(document->passes[1].inputs[3].medium, document->passes[7].inputs[3].medium);
         EXPECT_NE(document->passes[7].inputs[1].medium, document->passes[7].inputs[3].medium);
     }
 }

@@ -21,14 +21,14 @@
 namespace pixelforge::test {
 namespace {
 
+namespace fs = std::filesystem;
+
 using testing::Contains;
 using testing::HasSubstr;
 
-/// The cache lies beside this program, so each run uses new identifiers. They have no capitals, which would
-/// change the mask in the file name.
-std::filesystem::path Cached(const std::string& file) {
-    const std::filesystem::path program = preview::ModulePathBesideProgram();
-    return program.parent_path() / "Pixelforge" / "PixelforgeCache" / file;
+preview::StagedShader Playlist(std::string_view lines) {
+    return preview::StagedShader::OfPlaylist(
+        {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
 }
 
 struct Played {
@@ -58,14 +58,17 @@ Played Play(const preview::ModuleLibrary& module, const preview::StagedShader& p
 }
 
 TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
+    // The cache lies beside this program, so each run uses new identifiers. They have no capitals, which
+    // would change the mask in the file name.
+    const fs::path cache =
+        fs::path(preview::ModulePathBesideProgram()).parent_path() / "Pixelforge" / "PixelforgeCache";
     const std::string stamp = std::to_string(SystemRandom() % 100'000'000);
     const std::string good[] = {"red" + stamp, "green" + stamp, "blue" + stamp, "tile" + stamp};
     std::string lines = "deadone\r\ncut-red\r\n";
     for (const std::string& id : good) {
         lines += id + "\r\n";
     }
-    const auto playlist = preview::StagedShader::OfPlaylist(
-        {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+    const preview::StagedShader playlist = Playlist(lines);
     const std::string bait = "tile" + stamp + ".bmp";
     std::ofstream(bait) << "A stranger's document must not find this in the current folder.";
     const preview::DebugCapture capture;
@@ -82,13 +85,13 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
     EXPECT_THAT(Requests(), testing::Each(HasSubstr(kUserAgent)));
     for (const std::string& id : good) {
         EXPECT_THAT(Requests(), Contains(HasSubstr(" /api/v1/shaders/" + id + "?key=fz3kq9\t")));
-        EXPECT_TRUE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
+        EXPECT_TRUE(fs::exists(cache / "Shaders" / (id + "_0.json")));
         preview::ForgetCachedShader(id);
-        EXPECT_FALSE(std::filesystem::exists(Cached("Shaders/" + id + "_0.json")));
+        EXPECT_FALSE(fs::exists(cache / "Shaders" / (id + "_0.json")));
     }
     EXPECT_THAT(Requests(), Contains(HasSubstr(" /media/a/" + bait + "\t")));
-    EXPECT_TRUE(std::filesystem::remove(Cached("Assets/" + bait)));
-    EXPECT_TRUE(std::filesystem::remove(bait));
+    EXPECT_TRUE(fs::remove(cache / "Assets" / bait));
+    EXPECT_TRUE(fs::remove(bait));
     EXPECT_THAT(capture.Lines(),
                 Contains(testing::AnyOf(HasSubstr("deadone: the service returned status 404"),
                                         HasSubstr("cut-red: the service's response was cut short"))));
@@ -101,8 +104,7 @@ TEST(Playlist, OneThatYieldsNoLineIsReportedWithTheCause) {
         {"locked\n", "cannot read the playlist D:"}};
     const preview::ModuleLibrary module;
     for (const auto& [lines, words] : kCases) {
-        const auto playlist = preview::StagedShader::OfPlaylist(
-            {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
+        const preview::StagedShader playlist = Playlist(lines);
         const std::string path = "D:\\Moonreel\\Pixelforge\\Playlists\\" + playlist.PlaylistName();
         const DWORD sharing = lines.starts_with("locked") ? 0 : FILE_SHARE_READ | FILE_SHARE_DELETE;
         const UniqueKernelHandle held = AdoptFileHandle(CreateFileA(

@@ -8,37 +8,17 @@
 
 #include "base/random.h"
 #include "service/service_client.h"
-#include "service/service_urls.h"
 #include "service/shader_cache.h"
 
 namespace pixelforge::test {
 namespace {
 
-std::vector<std::string> LinesOfLog() {
+std::ifstream OpenLog() {
     const char* path = std::getenv("PIXELFORGE_SERVICE_LOG");
-    std::ifstream file(path ? path : "");
-    EXPECT_TRUE(file) << "run these tests through with_service";
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);) {
-        lines.push_back(line);
-    }
-    return lines;
+    return std::ifstream(path ? path : "", std::ios::binary | std::ios::ate);
 }
 
 }  // namespace
-
-std::wstring Url(const std::wstring& path, const std::wstring& subdomain) {
-    return L"https://" + subdomain + kServiceHost + path;
-}
-
-std::wstring ShaderUrl(const std::wstring& id) {
-    return Url(L"/api/v1/shaders/" + id + L"?key=fz3kq9");
-}
-
-std::wstring MediaUrl(const std::wstring& name) {
-    return Url(L"/media/a/" + name);
-}
-
 std::string Pattern(std::size_t size) {
     std::string bytes(size, '\0');
     for (std::size_t i = 0; i < size; ++i) {
@@ -49,7 +29,8 @@ std::string Pattern(std::size_t size) {
 
 ServiceTest::ServiceTest()
     : root_(std::filesystem::temp_directory_path() / ("pixelforge-cache-" + std::to_string(SystemRandom()))),
-      firstRequest_(LinesOfLog().size()) {
+      firstRequest_(OpenLog().tellg()) {
+    EXPECT_GE(firstRequest_, 0) << "run these tests through with_service";
     CreateCacheFolders(L"", root_.c_str());
 }
 
@@ -71,8 +52,12 @@ std::optional<std::string> ServiceTest::Fetch(const std::wstring& url) {
 }
 
 std::vector<std::string> ServiceTest::Requests() const {
-    std::vector<std::string> lines = LinesOfLog();
-    lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(firstRequest_));
+    std::ifstream log = OpenLog();
+    log.seekg(firstRequest_);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(log, line);) {
+        lines.push_back(line);
+    }
     return lines;
 }
 

@@ -3,22 +3,39 @@
 
 #include <gtest/gtest.h>
 
+#include <windows.h>
+
 #include <filesystem>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "service/http_get.h"
+#include "service/service_urls.h"
 
 namespace pixelforge::test {
 
 /// "https://", the host below `subdomain` (which ends in a dot, or is empty), and the path.
-std::wstring Url(const std::wstring& path, const std::wstring& subdomain = L"");
-std::wstring ShaderUrl(const std::wstring& id);
-std::wstring MediaUrl(const std::wstring& name);
+inline std::wstring Url(const std::wstring& path, const std::wstring& subdomain = L"") {
+    return L"https://" + subdomain + kServiceHost + path;
+}
+inline std::wstring ShaderUrl(const std::wstring& id) {
+    return Url(L"/api/v1/shaders/" + id + L"?key=fz3kq9");
+}
+inline std::wstring MediaUrl(const std::wstring& name) {
+    return Url(L"/media/a/" + name);
+}
 
 /// The body of the service's "SIZE.bin".
 std::string Pattern(std::size_t size);
+
+/// A function of the system, for a test that replaces the program's import of it.
+template <class Function>
+Function SystemCall(const char* module, const char* name) {
+    return reinterpret_cast<Function>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(module), name)));
+}
 
 /// As logged by the service.
 inline constexpr char kUserAgent[] =
@@ -48,7 +65,7 @@ protected:
     HeapRecord<InternetSession> session_ = OpenInternetSession();
 
 private:
-    std::size_t firstRequest_;
+    const std::streamoff firstRequest_;
 };
 
 }  // namespace pixelforge::test

@@ -96,8 +96,7 @@ TEST(VolumeFile, ValidatesSidesChannelsAndLength) {
     };
     for (const auto& [header, voxelBytes, fits] : cases) {
         const char* fault = FaultOfVolume(header, kVolumeHeaderBytes + voxelBytes, 2048);
-        EXPECT_EQ(!fault, fits) << header.width << " " << header.height << " " << header.depth << " "
-                                << int{header.channels} << " " << voxelBytes;
+        EXPECT_EQ(!fault, fits) << header.width << " " << int{header.channels} << " " << voxelBytes;
     }
     // Sides whose product overflows 64 bits.
     EXPECT_TRUE(FaultOfVolume({kMax, kMax, kMax, 1}, kMax, kMax));

@@ -39,32 +39,18 @@ std::string ContentOf(const std::string& name) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-Bytes ColourAt(int x, int y) {
-    return {200 - 30 * x - 20 * y, 30 + 50 * y, 20 + 40 * x};
-}
-
-Bytes ColourAndAlphaAt(int x, int y) {
-    Bytes bytes = ColourAt(x, y);
-    bytes.push_back(255 - 40 * (x + y));
-    return bytes;
-}
-
-Bytes GreyAt(int x, int y) {
-    return {10 + 40 * x + 15 * y};
-}
-
-Bytes IndexAt(int x, int y) {
-    return {x + 2 * y};
-}
-
+/// The bytes of a pixel by column and row.
+using PixelOf = Bytes (*)(int, int);
+constexpr PixelOf kColour = [](int x, int y) {
+    return Bytes{200 - 30 * x - 20 * y, 30 + 50 * y, 20 + 40 * x};
+};
+constexpr PixelOf kColourAndAlpha = [](int x, int y) {
+    return Bytes{200 - 30 * x - 20 * y, 30 + 50 * y, 20 + 40 * x, 255 - 40 * (x + y)};
+};
+constexpr PixelOf kGrey = [](int x, int y) { return Bytes{10 + 40 * x + 15 * y}; };
+constexpr PixelOf kIndex = [](int x, int y) { return Bytes{x + 2 * y}; };
 /// Two flat blocks of 8 x 8 pixels, which lossy compression hardly changes.
-Bytes BlockAt(int x, int) {
-    return x < 8 ? Bytes{40, 100, 200} : Bytes{220, 60, 30};
-}
-
-Bytes InksOfBlockAt(int x, int) {
-    return x < 8 ? Bytes{0, 127, 204, 55} : Bytes{220, 185, 0, 35};
-}
+constexpr PixelOf kBlock = [](int x, int) { return x < 8 ? Bytes{40, 100, 200} : Bytes{220, 60, 30}; };
 
 /// Rows follow each other without the section's padding, so those of sheared pictures start too early for the
 /// section, and the bytes after the last row stay 0.
@@ -73,22 +59,14 @@ TEST(DecodeImageFile, KeepsDepthColoursAndUnpaddedRows) {
         const char* file;
         int width;
         int height;
-        Bytes (*pixelOf)(int, int);
+        PixelOf pixelOf;
         std::size_t padding;  ///< bytes of all rows
         int tolerance;
     } cases[] = {
-        {"rgb8.png", 4, 3, ColourAt, 0, 0},
-        {"rgba8.png", 4, 3, ColourAndAlphaAt, 0, 0},
-        {"interlaced.png", 4, 3, ColourAndAlphaAt, 0, 0},
-        {"grey8.png", 4, 3, GreyAt, 0, 0},
-        {"palette8.png", 4, 3, IndexAt, 0, 0},
-        {"palette.gif", 4, 3, IndexAt, 0, 0},
-        {"palette8.bmp", 4, 3, IndexAt, 0, 0},
-        {"colour24.bmp", 4, 3, ColourAt, 0, 0},
-        {"sheared_rgb8.png", 3, 3, ColourAt, 9, 0},
-        {"sheared_grey8.png", 5, 3, GreyAt, 9, 0},
-        {"progressive.jpg", 16, 8, BlockAt, 0, 3},
-        {"cmyk.jpg", 16, 8, InksOfBlockAt, 0, 3},
+        {"rgb8.png", 4, 3, kColour, 0, 0},        {"rgba8.png", 4, 3, kColourAndAlpha, 0, 0},
+        {"grey8.png", 4, 3, kGrey, 0, 0},         {"palette8.png", 4, 3, kIndex, 0, 0},
+        {"colour24.bmp", 4, 3, kColour, 0, 0},    {"sheared_rgb8.png", 3, 3, kColour, 9, 0},
+        {"sheared_grey8.png", 5, 3, kGrey, 9, 0}, {"progressive.jpg", 16, 8, kBlock, 0, 3},
     };
     for (const auto& each : cases) {
         Bytes expected;
@@ -105,12 +83,14 @@ TEST(DecodeImageFile, KeepsDepthColoursAndUnpaddedRows) {
     }
 }
 
-/// A black picture whose header claims a size that its data does not have.
-std::string Claiming(unsigned width, unsigned height) {
-    std::string header = ContentOf("colour24.bmp").substr(0, 54);
-    std::memcpy(&header[18], &width, 4);
-    std::memcpy(&header[22], &height, 4);
-    return header + std::string(64, '\0');
+/// A white picture of 24 bits whose header claims a size, with the rows for `dataHeight`; its first pixel is
+/// black, so that every other one belongs to a cross.
+std::string Picture(unsigned width, unsigned height, unsigned rowBytes = 64, unsigned dataHeight = 1) {
+    std::string picture =
+        ContentOf("colour24.bmp").substr(0, 54) + std::string(rowBytes * dataHeight, '\xFF');
+    std::memcpy(&picture[18], &width, 4);
+    std::memcpy(&picture[22], &height, 4);
+    return picture.replace(picture.size() - rowBytes, 3, 3, '\0');
 }
 
 TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
@@ -121,12 +101,12 @@ TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
         {picture.substr(0, 8), ""},
         {picture.substr(0, 30), ""},
         {picture.substr(0, 50), ""},
-        {Claiming(16385, 1), "larger than"},
-        {Claiming(1, 16385), "larger than"},
-        {Claiming(16384, 0x7FFFFFFF), "larger than"},
-        {Claiming(0, 5), "no pixels"},
-        {Claiming(5, 0), "no pixels"},
-        {Claiming(0xFFFFFFFF, 0xFFFFFFFF), ""},
+        {Picture(16385, 1), "larger than"},
+        {Picture(1, 16385), "larger than"},
+        {Picture(16384, 0x7FFFFFFF), "larger than"},
+        {Picture(0, 5), "no pixels"},
+        {Picture(5, 0), "no pixels"},
+        {Picture(0xFFFFFFFF, 0xFFFFFFFF), ""},
         {ContentOf("grey1.png"), "1-bit picture"},
         {ContentOf("palette4.bmp"), "4-bit picture"},
         {ContentOf("rgb16.png"), "48-bit picture"},
@@ -140,24 +120,14 @@ TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
     }
 }
 
-/// Of 24 bits; every pixel but the first belongs to the cross.
-std::string Cross(unsigned width, unsigned height) {
-    const unsigned rowBytes = (width * 3 + 3) / 4 * 4;
-    std::string picture = ContentOf("colour24.bmp").substr(0, 54) + std::string(rowBytes * height, '\xFF');
-    std::memcpy(&picture[18], &width, 4);
-    std::memcpy(&picture[22], &height, 4);
-    picture.replace(picture.size() - rowBytes, 3, 3, '\0');
-    return picture;
-}
-
 /// A cross is copied at 32 bits; its faces, and the texture of a volume of four channels, may be larger.
 TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
     const std::string side("\2\0\0", 4);
     const test::TempFile volume("BIN\1" + side + side + side + "\1" + std::string(19, '\0'), L".bin");
     const test::TempFile deepVolume("BIN\1" + side + side + side + "\4" + std::string(11, '\0'), L".bin");
-    const test::TempFile thin(Cross(20, 150), L".bmp");
-    const test::TempFile wide(Cross(200, 15), L".bmp");
-    const test::TempFile tooLarge(Cross(20, 16384), L".bmp");
+    const test::TempFile thin(Picture(20, 150, 60, 150), L".bmp");
+    const test::TempFile wide(Picture(200, 15, 600, 15), L".bmp");
+    const test::TempFile tooLarge(Picture(20, 16384, 60, 16384), L".bmp");
     const struct {
         ChannelType type;
         std::wstring file;

@@ -3,8 +3,8 @@ and over HTTP for redirects.
 
 The requested name selects the content. Identifiers that start with "red", "green" or "blue" give a document
 of that colour, "tile" one that shows its picture, the yellow "IDENTIFIER.bmp", under two names. The media file
-"4096.bin" has 4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin" (see BEHAVIOURS);
-another may follow one that redirects. The host name selects the certificate: the subdomains "untrusted." and
+"4096.bin" has 4096 bytes of a fixed pattern. A prefix selects a way to misbehave: "cut-red", "gzip-4096.bin"
+(see BEHAVIOURS); another may follow one that redirects. The host name selects the certificate: the subdomains "untrusted." and
 "wrongname." get a bad one. Each request is logged before the response, one line of host, path and headers. The
 file READY is created once the service listens. The service stops at the end of its standard input.
 """
@@ -23,8 +23,8 @@ import time
 import urllib.parse
 
 KEY = "fz3kq9"
-STALL_SECONDS = 3
 LARGE = 64 << 20
+PATTERN = bytes(i * 31 % 251 for i in range(251))
 COLOURS = {"red": "vec3(1,0,0)", "green": "vec3(0,1,0)", "blue": "vec3(0,0,1)",
            "tile": "texelFetch(iChannel0, ivec2(0), 0).rgb * texelFetch(iChannel1, ivec2(0), 0).rgb"}
 # One 24-bit pixel in a row padded to 4 bytes.
@@ -37,32 +37,22 @@ def document(identifier):
     if colour is None:
         return None
     code = f"void mainImage(out vec4 c, in vec2 p)\n{{\n    c = vec4({colour}, 1);\n}}\n"
-    info = {
-        "id": identifier, "date": "1700000000", "viewed": 1, "name": f"A {identifier} shader",
-        "username": "tester", "description": "One colour", "likes": 0, "published": 3, "flags": 0,
-        "usePreview": 0, "tags": ["test"], "hasliked": 0,
-    }
-    tile = {
-        "id": 1, "src": f"/media/a/{identifier}.bmp", "ctype": "texture", "channel": 0,
-        "sampler": {"filter": "nearest", "wrap": "clamp", "vflip": "true", "srgb": "false", "internal": "byte"},
-    }
-    inputs = [tile, dict(tile, channel=1, src=f"{identifier}.bmp")] if identifier.lower().startswith("tile") else []
-    image = {"inputs": inputs, "outputs": [], "code": code, "name": "Image", "description": "", "type": "image"}
+    info = dict.fromkeys(("viewed", "likes", "published", "flags", "usePreview", "hasliked"), 0)
+    info.update(dict.fromkeys(("date", "name", "username", "description"), "test"), id=identifier, tags=[])
+    sampler = {"filter": "nearest", "wrap": "clamp", "vflip": "true", "srgb": "false", "internal": "byte"}
+    inputs = [{"id": 1, "src": src, "ctype": "texture", "channel": channel, "sampler": sampler}
+              for channel, src in enumerate((f"/media/a/{identifier}.bmp", f"{identifier}.bmp"))]
+    image = {"type": "image", "code": code, "inputs": inputs if identifier.lower().startswith("tile") else []}
     shader = {"ver": "0.1", "info": info, "renderpass": [image]}
-    # The final line feed is not part of the document, but must be cached with it.
-    return json.dumps({"Shader": shader}).encode() + b"\n"
-
-
-def pattern(size):
-    block = bytes(i * 31 % 251 for i in range(251 * 256))
-    return (block * (size // len(block) + 1))[:size]
+    # The words are not part of the document, but must be cached with it.
+    return json.dumps({"Shader": shader}).encode() + b"\nTrailing words"
 
 
 def media(name):
     size = re.fullmatch(r"(\d+)\.bin", name)
     if re.fullmatch(r"tile\d+\.bmp", name):
         return TILE
-    return pattern(int(size[1])) if size else None
+    return (PATTERN * (int(size[1]) // 251 + 1))[:int(size[1])] if size else None
 
 
 class Reply(http.server.BaseHTTPRequestHandler):
@@ -108,16 +98,15 @@ class Reply(http.server.BaseHTTPRequestHandler):
         self.begin(status, {"Content-Length": len(body), **headers})
         self.wfile.write(body)
 
-    def send_part(self, part, headers, pause=0, hang_up=True, status=200):
+    def send_part(self, part, headers, hang_up=True, status=200):
         """Then hangs up, whatever the headers announced, unless `hang_up` is false."""
         self.begin(status, headers)
         self.wfile.write(part)
         self.wfile.flush()
-        time.sleep(pause)
         self.close_connection = hang_up
 
-    def send_half(self, body, headers={}, pause=0, status=200):
-        self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, pause, status=status)
+    def send_half(self, body, headers={}, status=200):
+        self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, status=status)
 
     def drip(self, body):
         """A byte every second."""
@@ -133,7 +122,7 @@ class Reply(http.server.BaseHTTPRequestHandler):
     def redirect_elsewhere(self, _, name):
         self.redirect(f"https://elsewhere.{self.server.host}{name}")
 
-    def closed(self, _, __):
+    def close(self):
         self.close_connection = True
 
 
@@ -149,57 +138,43 @@ CHUNKED = {"Transfer-Encoding": "chunked"}
 BEHAVIOURS = {
     "good": lambda reply, body, _: reply.send_whole(200, body),
     "empty": lambda reply, body, _: reply.send_whole(200, b""),
-    "blank": lambda reply, body, _: reply.send_whole(200, b" \r\n"),
     "missing": lambda reply, body, _: reply.send_whole(404, body),
     "broken": lambda reply, body, _: reply.send_whole(500, body),
     "brokencut": lambda reply, body, _: reply.send_half(body, status=503),
     "error": lambda reply, body, _: reply.send_whole(200, b'{"Error":"Shader not found"}'),
-    "garbage": lambda reply, body, _: reply.send_whole(200, b"<html>" + body),
     "gzip": lambda reply, body, _: reply.send_whole(200, gzip.compress(body), GZIP),
     "bomb": lambda reply, body, _: reply.send_whole(200, gzip.compress(body + b" " * LARGE, 1), GZIP),
     "nolength": lambda reply, body, _: reply.send_part(body, {"Connection": "close"}),
     "chunked": lambda reply, body, _: reply.send_part(chunks(body) + b"0\r\n\r\n", CHUNKED, hang_up=False),
     "chunkcut": lambda reply, body, _: reply.send_part(chunks(body[:len(body) // 2]) + b"400\r\ncut", CHUNKED),
     "cut": lambda reply, body, _: reply.send_half(body),
-    "stall": lambda reply, body, _: reply.send_half(body, pause=STALL_SECONDS),
     "gzipcut": lambda reply, body, _: reply.send_half(gzip.compress(body), GZIP),
     "identitycut": lambda reply, body, _: reply.send_half(body, {"Content-Encoding": "identity"}),
     "notgzip": lambda reply, body, _: reply.send_whole(200, body, GZIP),
     "liar": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967295}),
     "wrapped": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967297}),
-    "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "ten"}),
+    "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "10 bytes"}),
     "nothing": lambda reply, body, _: reply.send_part(body, {"Content-Length": ""}),
     "drip": lambda reply, body, _: reply.drip(body),
     "partial": lambda reply, body, _: reply.send_whole(206, body),
-    "created": lambda reply, body, _: reply.send_whole(201, body),
     "cookie": lambda reply, body, _: reply.send_whole(200, body, {"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),
     "redirect": Reply.redirect_elsewhere,
-    "hop": lambda reply, _, name: reply.redirect(name, 308),
-    "loop": lambda reply, _, __: reply.redirect(reply.path.partition("?")[0], 307),
+    "hop": lambda reply, _, name: reply.redirect(name, (301, 303, 307, 308)[name.count("hop-") % 4]),
     "plain": lambda reply, _, name: reply.redirect(f"http://{reply.server.host}{name}"),
-    "closed": Reply.closed,
+    "closed": lambda reply, _, __: reply.close(),
 }
 
 
 class Service(http.server.ThreadingHTTPServer):
-    """Over HTTP."""
+    """Over HTTPS on port 443, else over HTTP."""
     daemon_threads = True
     request_queue_size = 64
     lock = threading.Lock()
 
-    def __init__(self, address, host, log):
-        super().__init__(address, Reply)
+    def __init__(self, address, port, host, log, certificates):
+        super().__init__((address, port), Reply)
         self.host = host
         self.log = log
-
-    def record(self, line):
-        with self.lock, self.log.open("a") as log:
-            log.write(line)
-
-
-class SecureService(Service):
-    def __init__(self, address, host, log, certificates):
-        super().__init__(address, host, log)
         contexts = {name: self.make_context(certificates / name) for name in ("good", "untrusted", "wrongname")}
 
         def choose(connection, server_name, _):
@@ -207,7 +182,11 @@ class SecureService(Service):
             connection.context = contexts.get(kind, contexts["good"])
 
         contexts["good"].sni_callback = choose
-        self.context = contexts["good"]
+        self.context = contexts["good"] if port == 443 else None
+
+    def record(self, line):
+        with self.lock, self.log.open("a") as log:
+            log.write(line)
 
     @staticmethod
     def make_context(files):
@@ -217,6 +196,8 @@ class SecureService(Service):
 
     def finish_request(self, request, client_address):
         """Does the handshake on the connection's thread, so that a slow client blocks nobody else."""
+        if not self.context:
+            return super().finish_request(request, client_address)
         try:
             with self.context.wrap_socket(request, server_side=True) as connection:
                 super().finish_request(connection, client_address)
@@ -227,12 +208,10 @@ class SecureService(Service):
 
 def main():
     host, address, certificates, log, ready = sys.argv[1:]
-    log = pathlib.Path(log)
-    plain = Service((address, 80), host, log)
-    secure = SecureService((address, 443), host, log, pathlib.Path(certificates))
-    pathlib.Path(ready).touch()
-    for service in (plain, secure):
+    for port in (80, 443):
+        service = Service(address, port, host, pathlib.Path(log), pathlib.Path(certificates))
         threading.Thread(target=service.serve_forever, daemon=True).start()
+    pathlib.Path(ready).touch()
     sys.stdin.read()
 
 
