@@ -148,9 +148,8 @@ bool Translation::AddIncluded(std::string_view rest) {
 
 void Translation::AddWithoutPosition(const ShaderText& text, std::string_view message) {
     if (Skip(message, "after the end of " + text.source + " (a brace may be missing): ")) {
-        const std::string_view severity = TakeSeverity(message, "error: ");
-        AddLine(EndOf(text) + std::string(severity) + std::string(message) +
-                " (after the end of the text; a brace may be missing)");
+        AddMessage(EndOf(text),
+                   std::string(message) + " (after the end of the text; a brace may be missing)");
     } else if (Skip(message, "in the module's own lines after " + text.source + ": ")) {
         AddMessage(EndOf(text), message);
     } else if (std::string_view rest = message; TakeSeverity(rest, {}).empty()) {

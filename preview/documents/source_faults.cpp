@@ -64,10 +64,11 @@ private:
 };
 
 std::vector<std::string> DocumentCheck::Run() {
-    // The module itself reports a text that is no JSON.
+    if (tree_.HasParseError()) {
+        return {};  // the module reports it
+    }
     for (const char* passes : {"/Shader/renderpass", "/renderpass", "/0/renderpass"}) {
-        for (const Value* pass :
-             tree_.HasParseError() ? std::vector<const Value*>() : ObjectsAt(tree_, passes)) {
+        for (const Value* pass : ObjectsAt(tree_, passes)) {
             CheckPass(*pass);
         }
     }

@@ -16,12 +16,21 @@ LPARAM KeyFlags(std::int32_t virtualKey, bool up) {
     return static_cast<LPARAM>(1u | scan << 16 | (up ? 0xC0000000u : 0u));
 }
 
+/// Posted messages do not change the state of Shift, Control and Alt, which a window asks for.
+void HoldKey(std::int32_t virtualKey, bool down) {
+    BYTE keys[256] = {};
+    GetKeyboardState(keys);
+    keys[virtualKey & 0xFF] = down ? 0x80 : 0;
+    SetKeyboardState(keys);
+}
+
 void Deliver(const InputEvent& event, HostWindow& window) {
     if (event.kind == EventKind::Resize) {
         return window.SetClientSize(event.a, event.b);
     }
     const UINT message = kMessages[static_cast<std::size_t>(event.kind)];
     if (message == WM_KEYDOWN || message == WM_KEYUP) {
+        HoldKey(event.a, message == WM_KEYDOWN);
         PostMessageW(window.Handle(), message, static_cast<WPARAM>(event.a),
                      KeyFlags(event.a, message == WM_KEYUP));
     } else {
