@@ -2,9 +2,12 @@
 #include "preview/documents/comment_lines.h"
 
 #include <algorithm>
+#include <regex>
 #include <span>
+#include <utility>
 
 #include "base/file.h"
+#include "base/load_error.h"
 #include "base/text.h"
 
 namespace pixelforge::preview {
@@ -13,12 +16,44 @@ namespace {
 constexpr std::string_view kMark = "//@";
 constexpr std::string_view kBlanks = " \t\r";
 constexpr std::string_view kChannel = "iChannel";
+
+/// The words that name an input other than a picture.
+struct Kind {
+    std::string_view word;
+    std::size_t words;  ///< 2: followed by a buffer's letter or a file
+    std::string_view type;
+    int id;
+};
+
+constexpr Kind kKinds[] = {{"buffer", 2, "buffer", kBufferAId},
+                           {"cube", 1, "cubemap", kCubeId},
+                           {"cube", 2, "cubemap", 0},
+                           {"volume", 2, "volume", 0},
+                           {"sound", 1, "music", 0},
+                           {"camera", 1, "webcam", 0},
+                           {"keyboard", 1, "keyboard", kKeyboardId}};
 constexpr const char* kInputs =
     "expected a picture's file name, buffer a to buffer d, cube, cube FILE, volume FILE, keyboard, sound or "
     "camera";
 
-/// Units of a document's "src", without the terminator.
-constexpr std::size_t kLongestPath = 259;
+struct Setting {
+    std::string_view key;
+    std::string_view ChannelInput::*field;
+    std::vector<std::string_view> values;
+    const char* expected;
+};
+
+const Setting kSettings[] = {
+    {"filter", &ChannelInput::filter, {"nearest", "linear", "mipmap"}, "nearest, linear or mipmap"},
+    {"wrap", &ChannelInput::wrap, {"clamp", "repeat"}, "clamp or repeat"},
+    {"vflip", &ChannelInput::vflip, {"false", "true"}, "false or true"},
+};
+
+constexpr std::pair<std::string_view, std::string CommentLines::*> kProperties[] = {
+    {"name", &CommentLines::name},
+    {"author", &CommentLines::author},
+    {"description", &CommentLines::description},
+    {"tags", &CommentLines::tags}};
 
 struct Word {
     std::string_view text;  ///< without quotes
@@ -43,217 +78,141 @@ std::vector<Word> SplitWords(std::string_view line) {
     return words;
 }
 
-std::string Lower(std::string_view text) {
-    std::string lower(text);
+std::string Lower(const Word& word) {
+    std::string lower(word.text);
     std::ranges::transform(lower, lower.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; });
     return lower;
 }
 
 /// A document that the user packs and passes on must find its files wherever it is put.
-bool LeavesFolder(std::string_view path) {
-    if (path.find(':') != std::string_view::npos || path.find_first_of("/\\") == 0) {
-        return true;
-    }
-    while (!path.empty()) {
-        const std::string_view component = path.substr(0, path.find_first_of("/\\"));
-        if (component == "..") {
-            return true;
-        }
-        path.remove_prefix(std::min(component.size() + 1, path.size()));
-    }
-    return false;
+bool LeavesFolder(const std::string& path) {
+    static const std::regex outside(R"(^[/\\]|:|(^|[/\\])\.\.([/\\]|$))");
+    return std::regex_search(path, outside);
 }
 
-struct Setting {
-    std::string_view key;
-    std::string_view ChannelInput::*field;
-    std::vector<std::string_view> values;
+/// One comment line. The functions on it throw for its first error.
+struct Line {
+    const PassFile& file;
+    const std::vector<PassFile>& passes;
+    const FileExists& exists;
+    std::string_view text;
+    int number;
+    CommentLines& found;
 };
 
-const std::vector<Setting>& Settings() {
-    static const std::vector<Setting> settings = {
-        {"filter", &ChannelInput::filter, {"nearest", "linear", "mipmap"}},
-        {"wrap", &ChannelInput::wrap, {"clamp", "repeat"}},
-        {"vflip", &ChannelInput::vflip, {"false", "true"}}};
-    return settings;
+[[noreturn]] void Fail(const Line& line, const Word& word, const std::string& clause) {
+    const auto column = word.text.data() - line.text.data() + (word.quoted ? 0 : 1);
+    throw LoadError(line.file.name + ":" + std::to_string(line.number) + ":" + std::to_string(column) +
+                    ": error: " + WithoutControls(clause));
 }
 
-class Reader {
-public:
-    Reader(const PassFile& file, const std::vector<PassFile>& passes, const FileExists& exists)
-        : file_(file), passes_(passes), exists_(exists) {}
-
-    CommentLines Read();
-
-private:
-    void ReadLine(Words words);
-    void ReadInput(Words words);
-    void ReadSource(Words source, ChannelInput& input);
-    void ReadFile(const Word& word, std::string_view type, ChannelInput& input);
-    void ReadSetting(const Word& word, ChannelInput& input);
-    void RequirePass(const std::string& stem, const Word& word);
-    std::string* Property(std::string_view key);
-    void Fail(const Word& word, const std::string& clause);
-
-    const PassFile& file_;
-    const std::vector<PassFile>& passes_;
-    const FileExists& exists_;
-    CommentLines found_;
-    std::string_view line_;
-    int lineNumber_ = 0;
-};
-
-CommentLines Reader::Read() {
-    std::string_view rest = file_.code;
-    while (!rest.empty()) {
-        line_ = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(line_.size() + 1, rest.size()));
-        ++lineNumber_;
-        const std::size_t start = line_.find_first_not_of(kBlanks);
-        if (start != std::string_view::npos && line_.substr(start).starts_with(kMark)) {
-            const std::vector<Word> words = SplitWords(line_.substr(start + kMark.size()));
-            if (!words.empty()) {
-                ReadLine(words);
-            }
-        }
+void RequirePass(const Line& line, const std::string& stem, const Word& word) {
+    if (std::ranges::find(line.passes, stem, &PassFile::stem) == line.passes.end()) {
+        const std::string name = PassFileName(line.passes[0].name, stem);
+        Fail(line, word, "there is no file " + name.substr(name.find_last_of("/\\") + 1));
     }
-    return std::move(found_);
 }
 
-void Reader::ReadLine(Words words) {
-    const Word& key = words[0];
-    if (key.text.starts_with(kChannel)) {
-        found_.nameInputs = true;
-        ReadInput(words);
-    } else if (std::string* property = Property(key.text)) {
-        const auto start = static_cast<std::size_t>(key.text.end() - line_.begin());
-        const std::string_view value = line_.substr(start);
-        const std::size_t first = std::min(value.find_first_not_of(kBlanks), value.size());
-        *property = value.substr(first, value.find_last_not_of(kBlanks) + 1 - first);
+void ReadFile(const Line& line, const Word& word, ChannelInput& input) {
+    const std::string path(word.text);
+    input.src = path;
+    if (LeavesFolder(path)) {
+        Fail(line, word, "the path \"" + path + "\" leads out of the shader's folder");
+    }
+    if (!IsOpenableLocalName(FromUtf8(path))) {
+        Fail(line, word, "\"" + path + "\" is not a file name");
+    }
+    if (!line.exists(path)) {
+        Fail(line, word, "there is no file \"" + path + "\" in the shader's folder");
+    }
+}
+
+void ReadSource(const Line& line, Words source, ChannelInput& input) {
+    const std::string word = source[0].quoted ? std::string() : Lower(source[0]);
+    const auto kind = std::ranges::find_if(
+        kKinds, [&](const Kind& row) { return row.word == word && row.words == source.size(); });
+    if (kind != std::end(kKinds)) {
+        input.type = kind->type;
+        input.id = kind->id;
+    } else if (source.size() != 1) {
+        Fail(line, source[1], std::string("unexpected word; ") + kInputs);
+    } else if (source[0].quoted || word.find('.') != std::string::npos) {
+        input.type = "texture";
+        input.vflip = "true";
+        return ReadFile(line, source[0], input);
     } else {
-        Fail(key, "unknown word \"" + std::string(key.text) +
-                      "\"; expected iChannel0 to iChannel3, name, author, description or tags");
+        Fail(line, source[0], "unknown input \"" + word + "\"; " + kInputs);
+    }
+    if (kind->id == kBufferAId) {
+        const std::string stem = Lower(source[1]);
+        if (stem.size() != 1 || stem[0] < 'a' || stem[0] > 'd') {
+            Fail(line, source[1], "unknown buffer; expected buffer a to buffer d");
+        }
+        input.id += stem[0] - 'a';
+        RequirePass(line, stem, source[1]);
+    } else if (kind->id == kCubeId) {
+        RequirePass(line, "cube", source[0]);
+    } else if (kind->words == 2) {
+        ReadFile(line, source[1], input);
     }
 }
 
-std::string* Reader::Property(std::string_view key) {
-    return key == "name"          ? &found_.name
-           : key == "author"      ? &found_.author
-           : key == "description" ? &found_.description
-           : key == "tags"        ? &found_.tags
-                                  : nullptr;
+void ReadSetting(const Line& line, const Word& word, ChannelInput& input) {
+    const std::string_view key = word.text.substr(0, word.text.find('='));
+    const auto setting = std::ranges::find(kSettings, key, &Setting::key);
+    if (!word.IsSetting() || setting == std::end(kSettings)) {
+        Fail(line, word,
+             "unknown setting \"" + std::string(word.text) + "\"; expected filter, wrap or vflip");
+    }
+    const std::string_view text = word.text.substr(key.size() + 1);
+    const auto value = std::ranges::find(setting->values, text);
+    if (value == setting->values.end()) {
+        Fail(line, word,
+             std::string(key) + " is " + setting->expected + ", not \"" + std::string(text) + "\"");
+    }
+    input.*setting->field = *value;
 }
 
-void Reader::ReadInput(Words words) {
+void ReadInput(const Line& line, Words words) {
     const std::string key(words[0].text);
     const char digit = key.size() == kChannel.size() + 1 ? key.back() : '?';
     if (digit < '0' || digit > '3') {
-        return Fail(words[0], key + " does not exist; a pass has iChannel0 to iChannel3");
+        Fail(line, words[0], key + " does not exist; a pass has iChannel0 to iChannel3");
     }
-    if (file_.stem == "common") {
-        return Fail(words[0], "Common has no inputs of its own");
+    if (line.file.stem == "common") {
+        Fail(line, words[0], "Common has no inputs of its own");
     }
-    int& line = found_.lines[static_cast<std::size_t>(digit - '0')];
-    if (line != 0) {
-        return Fail(words[0], key + " is already set in line " + std::to_string(line));
+    const auto channel = static_cast<std::size_t>(digit - '0');
+    if (line.found.lines[channel] != 0) {
+        Fail(line, words[0], key + " is already set in line " + std::to_string(line.found.lines[channel]));
     }
-    line = lineNumber_;
-    const auto settings =
-        std::find_if(words.begin() + 1, words.end(), [](auto& word) { return word.IsSetting(); });
+    line.found.lines[channel] = line.number;
+    const auto settings = std::ranges::find_if(words, &Word::IsSetting);
     const Words source(words.begin() + 1, settings);
     if (source.empty()) {
-        return Fail(words[0], key + " lacks its input; " + kInputs);
+        Fail(line, words[0], key + " lacks its input; " + kInputs);
     }
-    ChannelInput& input = found_.channels[static_cast<std::size_t>(digit - '0')];
-    ReadSource(source, input);
-    std::for_each(settings, words.end(), [&](const Word& word) { ReadSetting(word, input); });
+    ReadSource(line, source, line.found.channels[channel]);
+    std::for_each(settings, words.end(),
+                  [&](const Word& word) { ReadSetting(line, word, line.found.channels[channel]); });
 }
 
-void Reader::ReadSource(Words source, ChannelInput& input) {
-    const std::string kind = source[0].quoted ? std::string() : Lower(source[0].text);
-    if (kind == "buffer" && source.size() == 2) {
-        const std::string stem = Lower(source[1].text);
-        if (stem.size() != 1 || stem[0] < 'a' || stem[0] > 'd') {
-            return Fail(source[1], "unknown buffer; expected buffer a to buffer d");
-        }
-        input.type = "buffer";
-        input.id = kBufferAId + (stem[0] - 'a');
-        RequirePass(stem, source[1]);
-    } else if ((kind == "cube" || kind == "volume") && source.size() == 2) {
-        ReadFile(source[1], kind == "cube" ? "cubemap" : "volume", input);
-    } else if (source.size() != 1) {
-        Fail(source[1], std::string("unexpected word; ") + kInputs);
-    } else if (kind == "cube") {
-        input.type = "cubemap";
-        input.id = kCubeId;
-        RequirePass("cube", source[0]);
-    } else if (kind == "keyboard") {
-        input.type = "keyboard";
-        input.id = kKeyboardId;
-    } else if (kind == "sound" || kind == "camera") {
-        input.type = kind == "sound" ? "music" : "webcam";
-    } else if (source[0].quoted || kind.find('.') != std::string::npos) {
-        input.vflip = "true";
-        ReadFile(source[0], "texture", input);
+void ReadLine(const Line& line, Words words) {
+    const std::string_view key = words[0].text;
+    const auto property = std::ranges::find(kProperties, key, [](const auto& row) { return row.first; });
+    if (key.starts_with(kChannel)) {
+        line.found.nameInputs = true;
+        ReadInput(line, words);
+    } else if (property != std::end(kProperties)) {
+        const std::string_view value =
+            line.text.substr(static_cast<std::size_t>(key.end() - line.text.begin()));
+        const std::size_t first = std::min(value.find_first_not_of(kBlanks), value.size());
+        line.found.*property->second = value.substr(first, value.find_last_not_of(kBlanks) + 1 - first);
     } else {
-        Fail(source[0], "unknown input \"" + kind + "\"; " + kInputs);
+        Fail(line, words[0],
+             "unknown word \"" + std::string(key) +
+                 "\"; expected iChannel0 to iChannel3, name, author, description or tags");
     }
-}
-
-void Reader::RequirePass(const std::string& stem, const Word& word) {
-    if (std::ranges::find(passes_, stem, &PassFile::stem) == passes_.end()) {
-        const std::string name = PassFileName(passes_[0].name, stem);
-        Fail(word, "there is no file " + name.substr(name.find_last_of("/\\") + 1));
-    }
-}
-
-void Reader::ReadFile(const Word& word, std::string_view type, ChannelInput& input) {
-    const std::string path(word.text);
-    const std::wstring wide = FromUtf8(path);
-    input.type = type;
-    input.src = path;
-    if (LeavesFolder(path)) {
-        Fail(word, "the path \"" + path + "\" leads out of the shader's folder");
-    } else if (!IsOpenableLocalName(wide)) {
-        Fail(word, "\"" + path + "\" is not a file name");
-    } else if (wide.size() > kLongestPath) {
-        Fail(word, "the path is longer than " + std::to_string(kLongestPath) + " characters");
-    } else if (!exists_(path)) {
-        Fail(word, "there is no file \"" + path + "\" in the shader's folder");
-    }
-}
-
-void Reader::ReadSetting(const Word& word, ChannelInput& input) {
-    const std::size_t equals = std::min(word.text.find('='), word.text.size());
-    const auto setting = std::ranges::find(Settings(), word.text.substr(0, equals), &Setting::key);
-    if (!word.IsSetting() || setting == Settings().end()) {
-        return Fail(word,
-                    "unknown setting \"" + std::string(word.text) + "\"; expected filter, wrap or vflip");
-    }
-    const auto value = std::ranges::find(setting->values, word.text.substr(equals + 1));
-    if (value != setting->values.end()) {
-        input.*setting->field = *value;
-        return;
-    }
-    std::string expected;
-    for (const std::string_view one : setting->values) {
-        expected += (expected.empty()                ? ""
-                     : one == setting->values.back() ? " or "
-                                                     : ", ") +
-                    std::string(one);
-    }
-    Fail(word, std::string(setting->key) + " is " + expected + ", not \"" +
-                   std::string(word.text.substr(equals + 1)) + "\"");
-}
-
-void Reader::Fail(const Word& word, const std::string& clause) {
-    const auto column = word.text.data() - line_.data() + (word.quoted ? 0 : 1);
-    std::string error =
-        file_.name + ":" + std::to_string(lineNumber_) + ":" + std::to_string(column) + ": error: " + clause;
-    // The file's words must not control the terminal.
-    std::ranges::replace_if(
-        error, [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-    found_.errors.push_back(std::move(error));
 }
 
 }  // namespace
@@ -266,7 +225,23 @@ std::string PassFileName(std::string_view shaderName, std::string_view stem) {
 
 CommentLines ReadCommentLines(const PassFile& file, const std::vector<PassFile>& passes,
                               const FileExists& exists) {
-    return Reader(file, passes, exists).Read();
+    CommentLines found;
+    std::string_view rest = file.code;
+    for (int number = 1; !rest.empty(); ++number) {
+        const std::string_view line = TakeLine(rest);
+        const std::size_t start = std::min(line.find_first_not_of(kBlanks), line.size());
+        if (!line.substr(start).starts_with(kMark)) {
+            continue;
+        }
+        const std::vector<Word> words = SplitWords(line.substr(start + kMark.size()));
+        const std::string error = words.empty() ? "" : FailureOf([&] {
+            ReadLine({file, passes, exists, line, number, found}, words);
+        });
+        if (!error.empty()) {
+            found.errors.push_back(error);
+        }
+    }
+    return found;
 }
 
 }  // namespace pixelforge::preview

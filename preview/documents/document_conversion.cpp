@@ -1,90 +1,115 @@
-// Writes shader documents; reads the format that lacks the outer "Shader" object.
+// Builds shader documents as JSON trees, and reads the format that lacks the outer "Shader" object.
 #include "preview/documents/document_conversion.h"
 
-#include <rapidjson/document.h>
+#include <rapidjson/pointer.h>
+#include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 
 #include <algorithm>
 #include <iterator>
+#include <sstream>
 #include <utility>
-
-#include "preview/documents/json_writer.h"
 
 namespace pixelforge::preview {
 namespace {
 
-struct DocumentInfo {
-    std::string_view id;
-    std::string_view name;
-    std::string_view username;
-    std::string_view description = {};
-    std::string_view tags = {};  ///< separated by blanks
+using Value = rapidjson::Value;
+
+// Everything that the module requires, in the order of the format.
+constexpr const char* kDocument = R"({"Shader": {"ver": "0.1", "info": {
+    "id": "", "date": "0", "viewed": 0, "name": "", "username": "", "description": "",
+    "likes": 0, "published": 0, "flags": 0, "usePreview": 0, "tags": [], "hasliked": 0},
+    "renderpass": []}})";
+constexpr const char* kPass = R"({"type": "", "name": "", "code": "", "inputs": [], "outputs": []})";
+constexpr const char* kInput = R"({"ctype": "", "channel": -1, "id": 0, "src": "", "sampler": {
+    "filter": "linear", "wrap": "clamp", "vflip": "false", "srgb": "false", "internal": "byte"}})";
+constexpr const char* kOutput = R"({"id": 0, "channel": 0})";
+
+class DocumentTree {
+public:
+    /// Does not nest calls, so that no text can overflow the stack.
+    explicit DocumentTree(std::string_view text = kDocument) {
+        tree_.Parse<rapidjson::kParseIterativeFlag>(text.data(), text.size());
+    }
+
+    Value& Root() { return tree_; }
+    Value& Info() { return tree_["Shader"]["info"]; }
+    std::string Json() const;
+
+    void Set(Value& object, const char* key, std::string_view text) {
+        object[key].SetString(std::string(text).c_str(), static_cast<rapidjson::SizeType>(text.size()),
+                              tree_.GetAllocator());
+    }
+    void SetTags(std::string_view separatedByBlanks);
+    void TakeShared(Value& target, const Value* source);
+
+    /// Adds a copy of this JSON text to the array and returns it.
+    Value& Append(Value& array, const char* json);
+    Value& AddPass(int outputId);
+    void AddInput(Value& inputs, std::size_t channel, const ChannelInput& input);
+
+private:
+    rapidjson::Document tree_;
 };
 
-void WriteTags(JsonWriter& json, std::string_view tags) {
-    json.BeginArray("tags");
-    for (std::size_t at = tags.find_first_not_of(' '); at != std::string_view::npos;
-         at = tags.find_first_not_of(' ', at)) {
-        const std::string_view tag = tags.substr(at, tags.find(' ', at) - at);
-        json.Text({}, tag);
-        at += tag.size();
+std::string DocumentTree::Json() const {
+    rapidjson::StringBuffer text;
+    rapidjson::PrettyWriter<rapidjson::StringBuffer> writer(text);
+    writer.SetIndent(' ', 2);
+    tree_.Accept(writer);
+    return {text.GetString(), text.GetSize()};
+}
+
+void DocumentTree::SetTags(std::string_view separatedByBlanks) {
+    std::istringstream words{std::string(separatedByBlanks)};
+    for (std::string tag; words >> tag;) {
+        Info()["tags"].PushBack(Value(tag.c_str(), tree_.GetAllocator()), tree_.GetAllocator());
     }
-    json.EndArray();
 }
 
-void WriteInfo(JsonWriter& json, const DocumentInfo& info) {
-    json.BeginObject("info");
-    json.Text("id", info.id);
-    json.Text("date", "0");
-    json.Integer("viewed", 0);
-    json.Text("name", info.name);
-    json.Text("username", info.username);
-    json.Text("description", info.description);
-    for (const char* count : {"likes", "published", "flags", "usePreview"}) {
-        json.Integer(count, 0);
+/// Takes over the texts and numbers that both objects have, also in their objects.
+void DocumentTree::TakeShared(Value& target, const Value* source) {
+    if (!source || !source->IsObject()) {
+        return;
     }
-    WriteTags(json, info.tags);
-    json.Integer("hasliked", 0);
-    json.EndObject();
+    for (auto& member : target.GetObject()) {
+        const auto found = source->FindMember(member.name);
+        if (found == source->MemberEnd() || found->value.GetType() != member.value.GetType()) {
+            continue;
+        }
+        if (member.value.IsObject()) {
+            TakeShared(member.value, &found->value);
+        } else if (!member.value.IsArray()) {
+            member.value.CopyFrom(found->value, tree_.GetAllocator());
+        }
+    }
 }
 
-/// Everything around the passes, which `writePasses` adds.
-template <class WritePasses>
-std::string MakeDocument(const DocumentInfo& info, const WritePasses& writePasses) {
-    JsonWriter json;
-    json.BeginObject();
-    json.BeginObject("Shader");
-    json.Text("ver", "0.1");
-    WriteInfo(json, info);
-    json.BeginArray("renderpass");
-    writePasses(json);
-    json.EndArray();
-    json.EndObject();
-    json.EndObject();
-    return json.Result();
+Value& DocumentTree::Append(Value& array, const char* json) {
+    rapidjson::Document part(&tree_.GetAllocator());
+    part.Parse(json);
+    array.PushBack(part, tree_.GetAllocator());
+    return array[array.Size() - 1];
 }
 
-void WriteSampler(JsonWriter& json, const ChannelInput& input) {
-    json.BeginObject("sampler");
-    json.Text("filter", input.filter);
-    json.Text("wrap", input.wrap);
-    json.Text("vflip", input.vflip);
-    json.Text("srgb", "false");
-    json.Text("internal", "byte");
-    json.EndObject();
-}
-
-/// None for 0.
-void WriteOutputs(JsonWriter& json, int outputId) {
-    json.BeginArray("outputs");
+/// Without an output for 0.
+Value& DocumentTree::AddPass(int outputId) {
+    Value& pass = Append(tree_["Shader"]["renderpass"], kPass);
     if (outputId != 0) {
-        json.BeginObject();
-        json.Integer("id", outputId);
-        json.Integer("channel", 0);
-        json.EndObject();
+        Append(pass["outputs"], kOutput)["id"] = outputId;
     }
-    json.EndArray();
+    return pass;
+}
+
+void DocumentTree::AddInput(Value& inputs, std::size_t channel, const ChannelInput& input) {
+    Value& made = Append(inputs, kInput);
+    Set(made, "ctype", input.type);
+    made["channel"] = static_cast<int>(channel);
+    made["id"] = input.id;
+    Set(made, "src", input.src);
+    Set(made["sampler"], "filter", input.filter);
+    Set(made["sampler"], "wrap", input.wrap);
+    Set(made["sampler"], "vflip", input.vflip);
 }
 
 // Plain shader files.
@@ -96,88 +121,64 @@ struct PassRow {
     int outputId;  ///< 0: none
 };
 
-constexpr std::size_t kBufferARow = 2;
 constexpr PassRow kPasses[] = {
-    {"image", "image", "Image", kImageId},       {"common", "common", "Common", 0},
     {"a", "buffer", "Buffer A", kBufferAId},     {"b", "buffer", "Buffer B", kBufferAId + 1},
     {"c", "buffer", "Buffer C", kBufferAId + 2}, {"d", "buffer", "Buffer D", kBufferAId + 3},
-    {"cube", "cubemap", "Cube A", kCubeId},
+    {"cube", "cubemap", "Cube A", kCubeId},      {"image", "image", "Image", kImageId},
+    {"common", "common", "Common", 0},
 };
-
-bool Has(const std::vector<PassFile>& passes, std::string_view stem) {
-    return std::ranges::find(passes, stem, &PassFile::stem) != passes.end();
-}
-
-void PutOnFreeChannel(Channels& channels, std::string_view type, int id) {
-    const auto free = std::ranges::find(channels, std::string_view(), &ChannelInput::type);
-    if (free != channels.end()) {
-        *free = {.type = type, .id = id};
-    }
-}
-
-Channels ChooseChannels(const std::vector<PassFile>& passes) {
-    Channels channels = {};
-    for (std::size_t i = 0; i < channels.size(); ++i) {
-        const PassRow& buffer = kPasses[kBufferARow + i];
-        if (Has(passes, buffer.stem)) {
-            channels[i] = {.type = buffer.type, .id = buffer.outputId};
-        }
-    }
-    if (Has(passes, "cube")) {
-        PutOnFreeChannel(channels, "cubemap", kCubeId);
-    }
-    PutOnFreeChannel(channels, "keyboard", kKeyboardId);
-    return channels;
-}
-
-void WriteInputs(JsonWriter& json, const Channels& channels) {
-    json.BeginArray("inputs");
-    for (std::size_t channel = 0; channel < channels.size(); ++channel) {
-        const ChannelInput& input = channels[channel];
-        if (input.type.empty()) {
-            continue;
-        }
-        json.BeginObject();
-        json.Text("ctype", input.type);
-        json.Integer("channel", static_cast<std::int64_t>(channel));
-        json.Integer("id", input.id);
-        json.Text("src", input.src);
-        WriteSampler(json, input);
-        json.EndObject();
-    }
-    json.EndArray();
-}
 
 const PassRow& RowOf(std::string_view stem) {
     return *std::ranges::find(kPasses, stem, &PassRow::stem);
 }
 
+Channels UsualChannels(const std::vector<PassFile>& passes) {
+    Channels channels = {};
+    const auto has = [&](std::string_view stem) {
+        return std::ranges::find(passes, stem, &PassFile::stem) != passes.end();
+    };
+    const auto putOnFree = [&](std::string_view type, int id) {
+        const auto free = std::ranges::find(channels, std::string_view(), &ChannelInput::type);
+        if (free != channels.end()) {
+            *free = {.type = type, .id = id};
+        }
+    };
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        if (has(kPasses[i].stem)) {
+            channels[i] = {.type = "buffer", .id = kPasses[i].outputId};
+        }
+    }
+    if (has("cube")) {
+        putOnFree("cubemap", kCubeId);
+    }
+    putOnFree("keyboard", kKeyboardId);
+    return channels;
+}
+
 void AddInputPlaces(const PassFile& pass, const CommentLines& comments, std::vector<InputPlace>& inputs) {
-    for (std::size_t channel = 0; channel < comments.lines.size(); ++channel) {
-        if (const int line = comments.lines[channel]; line != 0) {
-            inputs.push_back({RowOf(pass.stem).name, static_cast<int>(channel),
-                              std::string(comments.channels[channel].type),
-                              pass.name + ":" + std::to_string(line) + ":1"});
+    for (std::size_t i = 0; i < comments.lines.size(); ++i) {
+        if (comments.lines[i] != 0) {
+            inputs.push_back(
+                {RowOf(pass.stem).name, static_cast<int>(i), std::string(comments.channels[i].type),
+                 pass.name + ":" + std::to_string(comments.lines[i]) + ":1", comments.channels[i].src});
         }
     }
 }
 
-void WritePassFile(JsonWriter& json, const PassFile& pass, const Channels& channels) {
-    const PassRow& row = RowOf(pass.stem);
-    json.BeginObject();
-    json.Text("type", row.type);
-    json.Text("name", row.name);
-    json.Text("code", pass.code);
-    WriteInputs(json, row.outputId != 0 ? channels : Channels{});
-    WriteOutputs(json, row.outputId);
-    json.EndObject();
+void AddPassFile(DocumentTree& tree, const PassFile& file, const Channels& channels) {
+    const PassRow& row = RowOf(file.stem);
+    Value& pass = tree.AddPass(row.outputId);
+    tree.Set(pass, "type", row.type);
+    tree.Set(pass, "name", row.name);
+    tree.Set(pass, "code", file.code);
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        if (!channels[i].type.empty() && row.outputId != 0) {
+            tree.AddInput(pass["inputs"], i, channels[i]);
+        }
+    }
 }
 
 // Documents without "Shader".
-
-using Value = rapidjson::Value;
-
-constexpr unsigned kParseFlags = rapidjson::kParseIterativeFlag;
 
 /// The ends of the paths of the service's preview images for outputs; some documents repeat "/media/a/"
 /// before them.
@@ -187,44 +188,10 @@ constexpr std::pair<std::string_view, int> kPreviews[] = {
     {"/media/previz/cubemap00.png", kCubeId},
 };
 
-const Value* Member(const Value& object, const char* key) {
-    const auto found = object.FindMember(key);
-    return found != object.MemberEnd() ? &found->value : nullptr;
-}
-
-/// Empty if the member is missing or not a string.
-std::string_view Text(const Value& object, const char* key) {
-    const Value* value = Member(object, key);
-    return value && value->IsString() ? std::string_view(value->GetString(), value->GetStringLength())
-                                      : std::string_view();
-}
-
-template <class Visitor>
-void ForEachObject(const Value& object, const char* key, const Visitor& visit) {
-    const Value* array = Member(object, key);
-    if (!array || !array->IsArray()) {
-        return;
-    }
-    for (const Value& element : array->GetArray()) {
-        if (element.IsObject()) {
-            visit(element);
-        }
-    }
-}
-
-const Value* BareShader(const Value& root) {
-    const Value* shader = root.IsArray() && !root.Empty() ? &root[0] : &root;
-    if (!shader->IsObject() || shader->HasMember("Shader")) {
-        return nullptr;
-    }
-    const Value* passes = Member(*shader, "renderpass");
-    return passes && passes->IsArray() ? shader : nullptr;
-}
-
 /// 0 for passes without an output.
 int OutputId(const Value& pass) {
-    const std::string_view type = Text(pass, "type");
-    const std::string_view name = Text(pass, "name");
+    const std::string_view type = TextAt(pass, "/type");
+    const std::string_view name = TextAt(pass, "/name");
     const char letter = name.empty() ? '?' : name.back();
     if (type == "buffer" && letter >= 'A' && letter <= 'D') {
         return kBufferAId + (letter - 'A');
@@ -233,72 +200,43 @@ int OutputId(const Value& pass) {
 }
 
 /// The output that an input reads, identified by the service's preview image for it; 0 for media.
-int InputId(const Value& input) {
-    const std::string_view path = Text(input, "filepath");
+int InputId(std::string_view path) {
     const auto isEnd = [path](const auto& preview) { return path.ends_with(preview.first); };
     const auto found = std::ranges::find_if(kPreviews, isEnd);
     return found != std::end(kPreviews) ? found->second : 0;
 }
 
-void WriteSampler(JsonWriter& json, const Value& input) {
-    const Value* sampler = Member(input, "sampler");
-    if (!sampler || !sampler->IsObject()) {
-        WriteSampler(json, ChannelInput{});
-        return;
+void AddBarePass(DocumentTree& tree, const Value& given) {
+    Value& pass = tree.AddPass(OutputId(given));
+    tree.TakeShared(pass, &given);
+    for (const Value* input : ObjectsAt(given, "/inputs")) {
+        const std::string_view path = TextAt(*input, "/filepath");
+        Value& made = tree.Append(pass["inputs"], kInput);
+        tree.TakeShared(made, input);
+        tree.Set(made, "ctype", TextAt(*input, "/type"));
+        tree.Set(made, "src", path);
+        made["id"] = InputId(path);
     }
-    json.BeginObject("sampler");
-    for (const char* key : {"filter", "wrap", "vflip", "srgb", "internal"}) {
-        json.Text(key, Text(*sampler, key));
-    }
-    json.EndObject();
-}
-
-void WriteInput(JsonWriter& json, const Value& input) {
-    const Value* channel = Member(input, "channel");
-    json.BeginObject();
-    json.Text("ctype", Text(input, "type"));
-    json.Integer("channel", channel && channel->IsInt() ? channel->GetInt() : -1);
-    json.Integer("id", InputId(input));
-    json.Text("src", Text(input, "filepath"));
-    WriteSampler(json, input);
-    json.EndObject();
-}
-
-void WritePass(JsonWriter& json, const Value& pass) {
-    json.BeginObject();
-    json.Text("type", Text(pass, "type"));
-    json.Text("name", Text(pass, "name"));
-    json.Text("code", Text(pass, "code"));
-    json.BeginArray("inputs");
-    ForEachObject(pass, "inputs", [&](const Value& input) { WriteInput(json, input); });
-    json.EndArray();
-    WriteOutputs(json, OutputId(pass));
-    json.EndObject();
-}
-
-// Changes to documents.
-
-/// Null unless there is such an array.
-Value* ArrayIn(Value& object, const char* key) {
-    const auto found = object.IsObject() ? object.FindMember(key) : Value::MemberIterator();
-    const bool any = object.IsObject() && found != object.MemberEnd() && found->value.IsArray();
-    return any ? &found->value : nullptr;
-}
-
-/// Null if there is no image pass.
-Value* InputsOfImage(Value& root) {
-    const bool enclosed = root.IsObject() && root.HasMember("Shader");
-    Value* passes = enclosed ? ArrayIn(root["Shader"], "renderpass") : nullptr;
-    for (rapidjson::SizeType i = 0; passes && i < passes->Size(); ++i) {
-        Value& pass = (*passes)[i];
-        if (pass.IsObject() && Text(pass, "type") == "image") {
-            return ArrayIn(pass, "inputs");
-        }
-    }
-    return nullptr;
 }
 
 }  // namespace
+
+std::string_view TextAt(const Value& value, const char* pointer) {
+    const Value* text = rapidjson::Pointer(pointer).Get(value);
+    return text && text->IsString() ? std::string_view(text->GetString(), text->GetStringLength())
+                                    : std::string_view();
+}
+
+std::vector<const Value*> ObjectsAt(const Value& value, const char* pointer) {
+    std::vector<const Value*> objects;
+    const Value* array = rapidjson::Pointer(pointer).Get(value);
+    for (rapidjson::SizeType i = 0; array && array->IsArray() && i < array->Size(); ++i) {
+        if ((*array)[i].IsObject()) {
+            objects.push_back(&(*array)[i]);
+        }
+    }
+    return objects;
+}
 
 std::string_view PassNameOf(std::string_view stem) {
     return RowOf(stem).name;
@@ -314,67 +252,54 @@ MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFi
         AddInputPlaces(pass, comments.back(), made.inputs);
     }
     const CommentLines& image = comments.front();
+    DocumentTree tree;
+    tree.Set(tree.Info(), "id", stem);
+    tree.Set(tree.Info(), "name", image.name.empty() ? stem : image.name);
+    tree.Set(tree.Info(), "username", image.author.empty() ? "local file" : image.author);
+    tree.Set(tree.Info(), "description", image.description);
+    tree.SetTags(image.tags);
     const bool explicitInputs = std::ranges::any_of(comments, &CommentLines::nameInputs);
-    const Channels usual = ChooseChannels(passes);
-    const auto orElse = [](std::string_view text, std::string_view other) {
-        return text.empty() ? other : text;
-    };
-    const DocumentInfo info = {.id = stem,
-                               .name = orElse(image.name, stem),
-                               .username = orElse(image.author, "local file"),
-                               .description = image.description,
-                               .tags = image.tags};
-    made.json = MakeDocument(info, [&](JsonWriter& json) {
-        for (std::size_t i = 0; i < passes.size(); ++i) {
-            WritePassFile(json, passes[i], explicitInputs ? comments[i].channels : usual);
-        }
-    });
+    const Channels usual = UsualChannels(passes);
+    for (std::size_t i = 0; i < passes.size(); ++i) {
+        AddPassFile(tree, passes[i], explicitInputs ? comments[i].channels : usual);
+    }
+    made.json = tree.Json();
     return made;
 }
 
 std::optional<std::string> ConvertBareDocument(std::string_view document) {
-    rapidjson::Document tree;
-    tree.Parse<kParseFlags>(document.data(), document.size());
-    const Value* shader = tree.HasParseError() ? nullptr : BareShader(tree);
-    if (!shader) {
+    DocumentTree given(document);
+    const Value& root = given.Root();
+    const Value& shader = root.IsArray() && !root.Empty() ? root[0] : root;
+    const Value* passes = rapidjson::GetValueByPointer(shader, "/renderpass");
+    if (rapidjson::GetValueByPointer(shader, "/Shader") || !passes || !passes->IsArray()) {
         return std::nullopt;
     }
-    static const Value kNoInfo(rapidjson::kObjectType);
-    const Value* given = Member(*shader, "info");
-    const Value& info = given && given->IsObject() ? *given : kNoInfo;
-    return MakeDocument({.id = Text(info, "id"),
-                         .name = Text(info, "name"),
-                         .username = Text(info, "username"),
-                         .description = Text(info, "description")},
-                        [&](JsonWriter& json) {
-                            ForEachObject(*shader, "renderpass",
-                                          [&](const Value& pass) { WritePass(json, pass); });
-                        });
+    DocumentTree made;
+    made.TakeShared(made.Info(), rapidjson::GetValueByPointer(shader, "/info"));
+    for (const Value* pass : ObjectsAt(shader, "/renderpass")) {
+        AddBarePass(made, *pass);
+    }
+    return made.Json();
 }
 
 std::string WithPicture(std::string_view document, std::string_view path) {
-    rapidjson::Document tree;
-    tree.Parse<kParseFlags>(document.data(), document.size());
-    Value* inputs = tree.HasParseError() ? nullptr : InputsOfImage(tree);
-    if (!inputs) {
-        return std::string(document);
+    DocumentTree tree(document);
+    Value* passes = rapidjson::GetValueByPointer(tree.Root(), "/Shader/renderpass");
+    for (rapidjson::SizeType i = 0; passes && passes->IsArray() && i < passes->Size(); ++i) {
+        Value* inputs = rapidjson::GetValueByPointer((*passes)[i], "/inputs");
+        if (TextAt((*passes)[i], "/type") == "image" && inputs && inputs->IsArray()) {
+            // Of several inputs on a channel the module uses the last.
+            tree.AddInput(*inputs, 0,
+                          {.type = "texture",
+                           .src = std::string(path),
+                           .filter = "mipmap",
+                           .wrap = "repeat",
+                           .vflip = "true"});
+            return tree.Json();
+        }
     }
-    JsonWriter json;
-    json.BeginObject();
-    json.Text("ctype", "texture");
-    json.Integer("channel", 0);
-    json.Integer("id", 0);
-    json.Text("src", path);
-    WriteSampler(json, ChannelInput{.filter = "mipmap", .wrap = "repeat", .vflip = "true"});
-    json.EndObject();
-    rapidjson::Document input(&tree.GetAllocator());
-    input.Parse(json.Result().c_str());
-    // Of several inputs on a channel the module uses the last.
-    inputs->PushBack(input, tree.GetAllocator());
-    rapidjson::StringBuffer text;
-    rapidjson::Writer<rapidjson::StringBuffer> writer(text);
-    tree.Accept(writer);
-    return text.GetString();
+    return std::string(document);
 }
 
 }  // namespace pixelforge::preview

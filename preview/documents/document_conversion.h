@@ -1,6 +1,8 @@
 // Converts plain shader files, and documents that lack the outer "Shader" object, to shader documents.
 #pragma once
 
+#include <rapidjson/document.h>
+
 #include <optional>
 #include <string>
 #include <string_view>
@@ -38,5 +40,11 @@ std::string WithPicture(std::string_view document, std::string_view path);
 /// may be an array), calls an input's kind "type" and its file "filepath", and uses text ids. std::nullopt
 /// for any other text. UTF-8.
 std::optional<std::string> ConvertBareDocument(std::string_view document);
+
+/// The text at a JSON pointer ("/info/name"); empty if there is none.
+std::string_view TextAt(const rapidjson::Value& value, const char* pointer);
+
+/// The objects in the array at a JSON pointer; none if there is no array.
+std::vector<const rapidjson::Value*> ObjectsAt(const rapidjson::Value& value, const char* pointer);
 
 }  // namespace pixelforge::preview

@@ -2,7 +2,7 @@
 #include "preview/documents/editor_lines.h"
 
 #include <algorithm>
-#include <charconv>
+#include <regex>
 #include <span>
 #include <unordered_set>
 
@@ -11,8 +11,13 @@
 namespace pixelforge::preview {
 namespace {
 
-constexpr std::string_view kPassNames[] = {"Common",   "Buffer A", "Buffer B", "Buffer C",
-                                           "Buffer D", "Cube A",   "Image"};
+// Of the start of a text only: the library's matcher recurses for each character that a pattern repeats.
+const std::regex kPassName("(Common|Buffer [A-D]|Cube A|Image)(?=[:, ])");
+const std::regex kEmptyChannel(", iChannel([0-3]) stays empty: ");
+const std::regex kPosition(":(\\d+)(?::(\\d+))?: ");
+const std::regex kJsonPosition("line (\\d+), column (\\d+): ");
+const std::regex kSeverity("(?:preprocessor )?(error|warning)(?:: | (?=C))", std::regex::icase);
+const std::regex kLaterSeverity(": (error|warning):", std::regex::icase);
 constexpr std::string_view kLoadFailure = "cannot load a shader: ";
 constexpr std::string_view kCandidates = "candidates are:";
 
@@ -20,45 +25,48 @@ constexpr std::string_view kCandidates = "candidates are:";
 constexpr int kShownCandidates = 2;
 
 bool Skip(std::string_view& text, std::string_view expected) {
-    if (!text.starts_with(expected)) {
-        return false;
-    }
-    text.remove_prefix(expected.size());
-    return true;
+    const bool found = text.starts_with(expected);
+    text.remove_prefix(found ? expected.size() : 0);
+    return found;
 }
 
-bool SkipNumber(std::string_view& text, int& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc()) {
-        return false;
-    }
-    text.remove_prefix(static_cast<std::size_t>(end - text.data()));
-    return true;
+/// Removes what the pattern matches at the start of the text.
+bool Skip(std::string_view& text, const std::regex& pattern, std::cmatch& found) {
+    const bool any = std::regex_search(text.data(), text.data() + text.size(), found, pattern,
+                                       std::regex_constants::match_continuous);
+    text.remove_prefix(any ? static_cast<std::size_t>(found.length()) : 0);
+    return any;
 }
 
-std::string Position(std::string_view place, int line, int column) {
-    return std::string(place) + ":" + std::to_string(line) + ":" + std::to_string(column) + ": ";
+/// The name of a pass, if the text begins with it; else empty.
+std::string_view PassNameAt(std::string_view text) {
+    std::cmatch found;
+    std::string_view rest = text;
+    Skip(rest, kPassName, found);
+    return text.substr(0, text.size() - rest.size());
 }
 
 /// Removes "error: ", "ERROR: ", "error C1008: " or the same of a warning; `otherwise` if there is none.
 std::string_view TakeSeverity(std::string_view& message, std::string_view otherwise) {
-    Skip(message, "preprocessor ");
-    for (const std::string_view word : {"error", "ERROR", "warning", "WARNING"}) {
-        if (message.starts_with(word) && message.substr(word.size()).starts_with(": ")) {
-            message.remove_prefix(word.size() + 2);
-        } else if (message.starts_with(word) && message.substr(word.size()).starts_with(" C")) {
-            message.remove_prefix(word.size() + 1);
-        } else if (message.find(std::string(": ") + std::string(word) + ":") == message.npos) {
-            continue;
-        }
-        return word.front() == 'e' || word.front() == 'E' ? "error: " : "warning: ";
+    std::cmatch found;
+    if (!Skip(message, kSeverity, found) &&
+        !std::regex_search(message.data(), message.data() + message.size(), found, kLaterSeverity)) {
+        return otherwise;
     }
-    return otherwise;
+    return *found[1].first == 'e' || *found[1].first == 'E' ? "error: " : "warning: ";
 }
 
 int LastLine(std::string_view code) {
     const std::size_t end = code.find_last_not_of("\r\n");
     return 1 + static_cast<int>(std::ranges::count(code.substr(0, end == code.npos ? 0 : end), '\n'));
+}
+
+std::string Position(std::string_view place, const std::string& line, const std::string& column = "1") {
+    return std::string(place) + ":" + line + ":" + (column.empty() ? "1" : column) + ": ";
+}
+
+std::string EndOf(const ShaderText& text) {
+    return Position(text.place, std::to_string(LastLine(text.code)));
 }
 
 class Translation {
@@ -75,7 +83,7 @@ private:
     bool AddIncluded(std::string_view rest);
     void AddWithoutPosition(const ShaderText& text, std::string_view message);
     void AddLoadFailure(std::string_view rest);
-    void AddMessage(const std::string& position, std::string_view message, std::string_view severity);
+    void AddMessage(const std::string& position, std::string_view message);
     void AddLine(std::string line);
     void EndCandidates();
     ShaderText TextOf(std::string_view pass) const;
@@ -103,10 +111,10 @@ void Translation::Add(const std::string& line) {
 
 void Translation::AddOfPass(std::string_view pass, std::string_view rest) {
     const ShaderText text = TextOf(pass);
-    int channel = 0;
-    std::string_view empty = rest;
-    if (Skip(empty, ", iChannel") && SkipNumber(empty, channel) && Skip(empty, " stays empty: ")) {
-        AddLine(InputPlaceOf(pass, channel) + ": warning: " + std::string(rest.substr(2)));
+    std::cmatch found;
+    std::string_view reason = rest;
+    if (Skip(reason, kEmptyChannel, found)) {
+        AddLine(InputPlaceOf(pass, *found[1].first - '0') + ": warning: " + std::string(rest.substr(2)));
     } else if (!AddPositioned(text.place, rest) && !AddIncluded(rest)) {
         Skip(rest, ": ");
         AddWithoutPosition(text, rest);
@@ -115,20 +123,12 @@ void Translation::AddOfPass(std::string_view pass, std::string_view rest) {
 
 /// Of the form ":12:5: error: ..." or ":12: ...".
 bool Translation::AddPositioned(std::string_view place, std::string_view rest) {
-    int line = 0;
-    int column = 1;
-    if (!Skip(rest, ":") || !SkipNumber(rest, line)) {
-        return false;
+    std::cmatch found;
+    const bool any = Skip(rest, kPosition, found);
+    if (any) {
+        AddMessage(Position(place, found[1], found[2]), rest);
     }
-    std::string_view withColumn = rest;
-    if (Skip(withColumn, ":") && SkipNumber(withColumn, column)) {
-        rest = withColumn;
-    }
-    if (!Skip(rest, ": ")) {
-        return false;
-    }
-    AddMessage(Position(place, line, column), rest, "error: ");
-    return true;
+    return any;
 }
 
 /// Of the form ": Common:12: ..." or ": noise.glsl:12: ...".
@@ -143,38 +143,31 @@ bool Translation::AddIncluded(std::string_view rest) {
             return true;
         }
     }
-    return names_.texts.empty() && rest.starts_with("Common:") &&
-           AddPositioned(TextOf("Common").place, rest.substr(6));
+    return names_.texts.empty() && Skip(rest, "Common") && AddPositioned(TextOf("Common").place, rest);
 }
 
 void Translation::AddWithoutPosition(const ShaderText& text, std::string_view message) {
-    const std::string name = text.source;
-    if (Skip(message, "after the end of " + name + " (a brace may be missing): ")) {
-        const std::string_view severity = TakeSeverity(message, "error: ");
-        AddLine(Position(text.place, LastLine(text.code), 1) + std::string(severity) + std::string(message) +
-                " (after the end of the text; a brace may be missing)");
-    } else if (Skip(message, "in the module's own lines after " + name + ": ")) {
-        AddMessage(Position(text.place, LastLine(text.code), 1), message, "error: ");
+    if (Skip(message, "after the end of " + text.source + " (a brace may be missing): ")) {
+        AddMessage(EndOf(text),
+                   std::string(message) + " (after the end of the text; a brace may be missing)");
+    } else if (Skip(message, "in the module's own lines after " + text.source + ": ")) {
+        AddMessage(EndOf(text), message);
+    } else if (std::string_view rest = message; TakeSeverity(rest, {}).empty()) {
+        AddLine(text.place + ": " + std::string(message));
     } else {
-        const std::string_view plain = message;
-        const std::string_view severity = TakeSeverity(message, {});
-        AddLine((severity.empty() ? text.place + ": " : Position(text.place, 1, 1)) + std::string(severity) +
-                std::string(severity.empty() ? plain : message));
+        AddMessage(Position(text.place, "1"), message);
     }
 }
 
 /// Several faults are separated by commas, each begins with its pass. Those with a position become lines of
 /// their own.
 void Translation::AddLoadFailure(std::string_view rest) {
-    int line = 0;
-    int column = 0;
-    std::string_view json = rest;
-    if (Skip(json, "line ") && SkipNumber(json, line) && Skip(json, ", column ") &&
-        SkipNumber(json, column) && Skip(json, ": ")) {
-        return AddMessage(Position(shader_, line, column), json, "error: ");
+    std::cmatch found;
+    if (Skip(rest, kJsonPosition, found)) {
+        return AddMessage(Position(shader_, found[1], found[2]), rest);
     }
     if (PassNameAt(rest).empty()) {
-        return AddMessage(Position(shader_, 1, 1), rest, "error: ");
+        return AddMessage(Position(shader_, "1"), rest);
     }
     std::string others;
     while (!rest.empty()) {
@@ -182,12 +175,11 @@ void Translation::AddLoadFailure(std::string_view rest) {
         while (end != rest.npos && PassNameAt(rest.substr(end + 2)).empty()) {
             end = rest.find(", ", end + 2);
         }
-        std::string_view fault = rest.substr(0, end);
+        const std::string_view fault = rest.substr(0, end);
         rest.remove_prefix(std::min(fault.size() + 2, rest.size()));
         const std::string_view pass = PassNameAt(fault);
-        const std::string_view cause = fault.substr(pass.size());
-        if (cause.starts_with(':')) {
-            AddOfPass(pass, cause);
+        if (fault.substr(pass.size()).starts_with(':')) {
+            AddOfPass(pass, fault.substr(pass.size()));
         } else {
             others += (others.empty() ? "" : ", ") + std::string(fault);
         }
@@ -198,19 +190,16 @@ void Translation::AddLoadFailure(std::string_view rest) {
 }
 
 /// Mesa repeats the error's position for each candidate, and indents it.
-void Translation::AddMessage(const std::string& position, std::string_view message,
-                             std::string_view severity) {
-    severity = TakeSeverity(message, severity);
-    if (position == candidatesAt_ && message.starts_with(' ')) {
-        const std::size_t first = message.find_first_not_of(' ');
-        if (first != message.npos && ++candidates_ <= kShownCandidates) {
-            lines_.back().append(candidates_ == 1 ? " " : ", ").append(message.substr(first));
-        }
+void Translation::AddMessage(const std::string& position, std::string_view message) {
+    const std::string_view severity = TakeSeverity(message, "error: ");
+    if (position != candidatesAt_ || !message.starts_with(' ')) {
+        AddLine(position + std::string(severity) + std::string(message));
+        candidatesAt_ = message.ends_with(kCandidates) ? position : std::string();
         return;
     }
-    AddLine(position + std::string(severity) + std::string(message));
-    if (message.ends_with(kCandidates)) {
-        candidatesAt_ = position;
+    const std::size_t first = message.find_first_not_of(' ');
+    if (first != message.npos && ++candidates_ <= kShownCandidates) {
+        lines_.back().append(candidates_ == 1 ? " " : ", ").append(message.substr(first));
     }
 }
 
@@ -261,16 +250,6 @@ std::string NextPick(std::span<const std::string> lines) {
 }
 
 }  // namespace
-
-std::string_view PassNameAt(std::string_view text) {
-    for (const std::string_view name : kPassNames) {
-        const char next = text.size() > name.size() ? text[name.size()] : '\0';
-        if (text.starts_with(name) && (next == ':' || next == ',' || next == ' ')) {
-            return text.substr(0, name.size());
-        }
-    }
-    return {};
-}
 
 std::vector<std::string> EditorLines(const std::vector<std::string>& lines, const SourceNames& names) {
     Translation translation(names);

@@ -18,8 +18,9 @@ struct ShaderText {
 struct InputPlace {
     std::string pass;
     int channel = 0;
-    std::string type;   ///< the document's "ctype"
-    std::string place;  ///< "FILE:LINE:COLUMN"
+    std::string type;       ///< the document's "ctype"
+    std::string place;      ///< "FILE:LINE:COLUMN"
+    std::string file = {};  ///< the document's "src"
 };
 
 /// What the module's names mean to the user.
@@ -28,12 +29,10 @@ struct SourceNames {
     bool file = false;                    ///< `shader` is a path
     std::vector<ShaderText> texts = {};   ///< empty unless it is a file
     std::vector<InputPlace> inputs = {};  ///< likewise
-    std::string includeFolder = {};       ///< absolute, or empty
-    std::string includeName = {};         ///< the same folder as the user wrote it
+    std::vector<std::string> includes = {};  ///< names in include lines, of missing files too
+    std::string includeFolder = {};          ///< absolute, or empty
+    std::string includeName = {};            ///< the same folder as the user wrote it
 };
-
-/// The name of a pass as in messages, if `text` begins with it; else empty.
-std::string_view PassNameAt(std::string_view text);
 
 /// The module's lines (as `ReadableLines` returns them) in the form "FILE:LINE:COLUMN: error: MESSAGE", each
 /// once. A line of no text or unknown meaning stays; an error without a position is placed in line 1, one

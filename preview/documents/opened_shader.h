@@ -1,6 +1,7 @@
 // The shader that the user named, staged for the module and kept up to date with its files.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -29,11 +30,8 @@ public:
     void ReportAgain() { changing_ = true; }
 
 private:
-    struct Stamp {
-        std::uint64_t time = 0;
-        std::uint64_t size = 0;
-        bool operator==(const Stamp&) const = default;
-    };
+    /// Time and size, the high halves first; zeros for a file that does not exist.
+    using Stamp = std::array<std::uint32_t, 4>;
     std::vector<Stamp> ReadStamps() const;
 
     std::vector<std::wstring> files_;

@@ -6,19 +6,15 @@
 #include <span>
 #include <utility>
 
+#include "base/load_error.h"
 #include "base/text.h"
 #include "preview/documents/document_conversion.h"
 #include "preview/host/file_paths.h"
-#include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
 namespace {
 
 constexpr auto kInterval = std::chrono::milliseconds(150);
-
-std::uint64_t Combine(DWORD high, DWORD low) {
-    return static_cast<std::uint64_t>(high) << 32 | low;
-}
 
 std::span<const std::uint8_t> StagedBytes(const ShaderSource& source) {
     return BytesOf(source.errors.empty() ? std::string_view(source.document) : std::string_view());
@@ -51,14 +47,10 @@ bool FileWatch::Changed() {
 std::vector<FileWatch::Stamp> FileWatch::ReadStamps() const {
     std::vector<Stamp> stamps;
     for (const std::wstring& file : files_) {
-        WIN32_FILE_ATTRIBUTE_DATA attributes = {};
-        if (GetFileAttributesExW(LongPath(file).c_str(), GetFileExInfoStandard, &attributes)) {
-            stamps.push_back(
-                {Combine(attributes.ftLastWriteTime.dwHighDateTime, attributes.ftLastWriteTime.dwLowDateTime),
-                 Combine(attributes.nFileSizeHigh, attributes.nFileSizeLow)});
-        } else {
-            stamps.push_back({});
-        }
+        WIN32_FILE_ATTRIBUTE_DATA found = {};
+        GetFileAttributesExW(LongPath(file).c_str(), GetFileExInfoStandard, &found);
+        stamps.push_back({found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime,
+                          found.nFileSizeHigh, found.nFileSizeLow});
     }
     return stamps;
 }
@@ -104,13 +96,11 @@ bool OpenedShader::Refresh() {
     if (!watch_ || !watch_->Changed()) {
         return false;
     }
-    try {
-        StageAgain();
-        return true;
-    } catch (const HostError&) {
+    const bool read = FailureOf([&] { StageAgain(); }).empty();
+    if (!read) {
         watch_->ReportAgain();
-        return false;
     }
+    return read;
 }
 
 }  // namespace pixelforge::preview

@@ -30,8 +30,4 @@ struct IncludeFolder {
 ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFolder& include,
                               const std::string& name);
 
-/// The distinct names in "#include" lines and the values of "src" and "filepath", in GLSL or in GLSL inside
-/// JSON. Some may not name files.
-std::vector<std::string> NamedFiles(std::string_view text);
-
 }  // namespace pixelforge::preview

@@ -6,12 +6,12 @@
 // Otherwise the header redefines the runtime library's string functions.
 #define NO_DSHOW_STRSAFE
 #include <dshow.h>
-#include <mmdeviceapi.h>
+#include <mmsystem.h>
 #include <wrl/client.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <iterator>
-#include <span>
 #include <string_view>
 #include <thread>
 #include <utility>
@@ -22,13 +22,9 @@
 #include "preview/documents/document_conversion.h"
 #include "preview/documents/source_faults.h"
 #include "preview/host/file_paths.h"
-#include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
 namespace {
-
-/// Also ends recursive includes.
-constexpr std::size_t kMaximumFiles = 512;
 
 using Microsoft::WRL::ComPtr;
 
@@ -39,31 +35,11 @@ std::string ReadText(const std::wstring& path) {
     return utf8.starts_with("\xEF\xBB\xBF") ? utf8.substr(3) : utf8;
 }
 
-/// Empty if the file cannot be read; the module reports whether that matters.
-std::string ReadTextIfPossible(const std::wstring& path) {
-    try {
-        return ReadText(path);
-    } catch (const HostError&) {
-        return {};
-    }
-}
-
-bool HasExtension(const std::wstring& path, std::span<const std::wstring_view> extensions) {
-    return std::ranges::any_of(extensions, [&](std::wstring_view extension) {
-        const std::size_t start = path.size() - std::min(path.size(), extension.size());
-        return EqualIgnoringAsciiCase(std::wstring_view(path).substr(start), extension);
+bool IsPlainShader(const std::filesystem::path& path) {
+    const std::wstring_view extensions[] = {L".glsl", L".frag", L".fs"};
+    return std::ranges::any_of(extensions, [own = path.extension()](std::wstring_view extension) {
+        return EqualIgnoringAsciiCase(own.native(), extension);
     });
-}
-
-bool IsPlainShader(const std::wstring& path) {
-    constexpr std::wstring_view kExtensions[] = {L".glsl", L".frag", L".fs"};
-    return HasExtension(path, kExtensions);
-}
-
-/// The file's name without extension.
-std::string StemOf(const std::wstring& path) {
-    const std::wstring name = FileNameOf(path);
-    return ToUtf8(name.substr(0, name.rfind(L'.')));
 }
 
 void ReadPlainShader(const std::wstring& path, ShaderSource& source) {
@@ -78,7 +54,8 @@ void ReadPlainShader(const std::wstring& path, ShaderSource& source) {
             source.conversion += ", with ." + std::string(stem);
         }
     }
-    MadeDocument made = DocumentOfPassFiles(StemOf(path), passes, [&](const std::string& file) {
+    const std::wstring stem = std::filesystem::path(path).stem();
+    MadeDocument made = DocumentOfPassFiles(ToUtf8(stem), passes, [&](const std::string& file) {
         return IsExistingFile((FolderOf(path) + FromUtf8(file)).c_str());
     });
     source.document = std::move(made.json);
@@ -99,25 +76,8 @@ void ReadDocument(const std::wstring& path, ShaderSource& source) {
     }
 }
 
-// Devices. A thread of their own, because the module expects a host's thread without COM.
-
-template <class Work>
-void OnComThread(const Work& work) {
-    std::thread([&] {
-        const ComApartment apartment;
-        work();
-    }).join();
-}
-
-bool HasSoundOutput() {
-    ComPtr<IMMDeviceEnumerator> devices;
-    ComPtr<IMMDevice> device;
-    return SUCCEEDED(CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_ALL,
-                                      IID_PPV_ARGS(devices.GetAddressOf()))) &&
-           SUCCEEDED(devices->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf()));
-}
-
-bool HasCamera() {
+bool FindCamera() {
+    const ComApartment apartment;
     ComPtr<ICreateDevEnum> devices;
     ComPtr<IEnumMoniker> cameras;
     ComPtr<IMoniker> first;
@@ -128,21 +88,19 @@ bool HasCamera() {
            cameras->Next(1, first.GetAddressOf(), nullptr) == S_OK;
 }
 
-void WarnOfAbsentDevice(ShaderSource& source, bool camera) {
-    bool wanted = false;
-    bool present = false;
-    const auto fits = [camera](const InputPlace& input) {
-        constexpr std::string_view kSound[] = {"audio", "music", "musicstream", "mic"};
-        return camera ? input.type == "webcam" : std::ranges::find(kSound, input.type) != std::end(kSound);
-    };
+/// On a thread of its own, because the module expects a host's thread without COM.
+bool HasCamera() {
+    bool found = false;
+    std::thread([&] { found = FindCamera(); }).join();
+    return found;
+}
+
+void WarnOfAbsentDevices(ShaderSource& source) {
+    constexpr std::string_view kSound[] = {"audio", "music", "musicstream", "mic"};
     for (const InputPlace& input : source.names.inputs) {
-        if (!fits(input)) {
-            continue;
-        }
-        if (!std::exchange(wanted, true)) {
-            OnComThread([&] { present = camera ? HasCamera() : HasSoundOutput(); });
-        }
-        if (!present) {
+        const bool camera = input.type == "webcam";
+        const bool sound = std::ranges::find(kSound, input.type) != std::end(kSound);
+        if ((camera && !HasCamera()) || (sound && waveOutGetNumDevs() == 0)) {
             source.warnings.push_back(
                 input.place + ": warning: " + input.pass + ", iChannel" + std::to_string(input.channel) +
                 (camera ? ": there is no camera" : ": there is no sound output device"));
@@ -151,25 +109,12 @@ void WarnOfAbsentDevice(ShaderSource& source, bool camera) {
 }
 
 /// The module looks for named files beside the shader and in the include folder.
-void AddNamedFiles(std::string_view text, const std::wstring& folder, const std::wstring& includeFolder,
-                   std::vector<std::wstring>& files) {
-    for (const std::string& name : NamedFiles(text)) {
-        if (!IsOpenableLocalName(FromUtf8(name))) {
-            continue;
-        }
-        for (const std::wstring& base : {folder, includeFolder}) {
-            const std::wstring path = base + L"\\" + FromUtf8(name);
-            if (!base.empty() && files.size() < kMaximumFiles &&
-                std::ranges::find(files, path) == files.end()) {
-                files.push_back(path);
-            }
-        }
+void AddNamedFile(const std::wstring& name, const std::wstring& folder, const std::wstring& includeFolder,
+                  std::vector<std::wstring>& files) {
+    if (IsOpenableLocalName(name)) {
+        files.push_back(std::filesystem::path(folder) / name);
+        files.push_back(std::filesystem::path(includeFolder) / name);
     }
-}
-
-bool MayNameFiles(const std::wstring& path) {
-    constexpr std::wstring_view kMedia[] = {L".png", L".jpg", L".jpeg", L".bmp", L".gif", L".tif", L".bin"};
-    return IsExistingFile(path.c_str()) && !HasExtension(path, kMedia);
 }
 
 }  // namespace
@@ -185,19 +130,14 @@ ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFol
     } else {
         ReadDocument(absolutePath, source);
     }
-    {
-        const WorkingFolder here(absolutePath);
-        std::ranges::move(MissingIncludes(source.names), std::back_inserter(source.warnings));
+    const WorkingFolder here(absolutePath);
+    std::ranges::move(MissingIncludes(source.names), std::back_inserter(source.warnings));
+    WarnOfAbsentDevices(source);
+    for (const InputPlace& input : source.names.inputs) {
+        AddNamedFile(FromUtf8(input.file), FolderOf(absolutePath), include.path, source.files);
     }
-    WarnOfAbsentDevice(source, false);
-    WarnOfAbsentDevice(source, true);
-    const std::wstring folder = absolutePath.substr(0, absolutePath.find_last_of(L"\\/"));
-    const std::size_t ownFiles = source.files.size();
-    AddNamedFiles(source.document, folder, include.path, source.files);
-    for (std::size_t i = ownFiles; i < source.files.size(); ++i) {
-        if (MayNameFiles(source.files[i])) {
-            AddNamedFiles(ReadTextIfPossible(source.files[i]), folder, include.path, source.files);
-        }
+    for (const std::string& included : source.names.includes) {
+        AddNamedFile(FromUtf8(included), FolderOf(absolutePath), include.path, source.files);
     }
     return source;
 }

@@ -21,44 +21,15 @@ constexpr DWORD kWideDebugText = 0x4001000A;
 /// Prefix of every module line; it would hide "Buffer A:12: error" from editors.
 constexpr std::string_view kModulePrefix = "Pixelforge: ";
 
-/// Joins pieces of output into lines. Global, because the exception handler receives no context.
-class LineCollector {
-public:
-    void Add(std::string_view piece) {
-        const std::lock_guard lock(mutex_);
-        for (const char c : piece) {
-            if (c == '\n') {
-                lines_.push_back(std::exchange(unfinished_, {}));
-            } else if (c != '\r') {
-                unfinished_ += c;
-            }
-        }
-    }
-
-    std::vector<std::string> Lines() {
-        const std::lock_guard lock(mutex_);
-        std::vector<std::string> lines = lines_;
-        if (!unfinished_.empty()) {
-            lines.push_back(unfinished_);
-        }
-        return lines;
-    }
-
-    void Clear() {
-        const std::lock_guard lock(mutex_);
-        lines_.clear();
-        unfinished_.clear();
-    }
-
-private:
-    std::mutex mutex_;
-    std::vector<std::string> lines_;
-    std::string unfinished_;
+/// Global, because the exception handler receives no context.
+struct Output {
+    std::mutex mutex;
+    std::string text;
 };
 
-LineCollector& Collector() {
-    static LineCollector collector;
-    return collector;
+Output& Captured() {
+    static Output output;
+    return output;
 }
 
 template <class Unit>
@@ -79,8 +50,10 @@ LONG CALLBACK CaptureDebugText(EXCEPTION_POINTERS* pointers) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     try {
-        Collector().Add(wide ? ToUtf8(RaisedText<wchar_t>(record))
-                             : NarrowTextAsUtf8(RaisedText<char>(record)));
+        const std::string text =
+            wide ? ToUtf8(RaisedText<wchar_t>(record)) : NarrowTextAsUtf8(RaisedText<char>(record));
+        const std::lock_guard lock(Captured().mutex);
+        Captured().text += text;
     } catch (const std::bad_alloc&) {
         // Better to lose a line than the host.
     }
@@ -88,15 +61,11 @@ LONG CALLBACK CaptureDebugText(EXCEPTION_POINTERS* pointers) {
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-std::string ReplaceAll(std::string line, std::string_view alias, std::string_view name) {
-    if (alias.empty()) {
-        return line;
-    }
-    for (std::size_t at = line.find(alias); at != std::string::npos;
-         at = line.find(alias, at + name.size())) {
+void ReplaceAll(std::string& line, std::string_view alias, std::string_view name) {
+    std::size_t at = alias.empty() ? line.npos : line.find(alias);
+    for (; at != line.npos; at = line.find(alias, at + name.size())) {
         line.replace(at, alias.size(), name);
     }
-    return line;
 }
 
 }  // namespace
@@ -111,24 +80,29 @@ DebugCapture::~DebugCapture() {
 }
 
 std::vector<std::string> DebugCapture::Lines() const {
-    return Collector().Lines();
+    const std::lock_guard lock(Captured().mutex);
+    std::vector<std::string> lines;
+    for (std::string_view rest = Captured().text; !rest.empty();) {
+        std::erase(lines.emplace_back(TakeLine(rest)), '\r');
+    }
+    return lines;
 }
 
 void DebugCapture::Clear() {
-    Collector().Clear();
+    const std::lock_guard lock(Captured().mutex);
+    Captured().text.clear();
 }
 
 std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, std::string_view alias,
                                        std::string_view name) {
     std::vector<std::string> readable;
     std::unordered_set<std::string> seen;
-    for (const std::string& line : lines) {
-        std::string named = WithoutControls(ReplaceAll(line, alias, name));
-        if (named.starts_with(kModulePrefix)) {
-            named.erase(0, kModulePrefix.size());
-        }
-        if (seen.insert(named).second) {
-            readable.push_back(std::move(named));
+    for (std::string line : lines) {
+        ReplaceAll(line, alias, name);
+        line = WithoutControls(line);
+        line.erase(0, line.starts_with(kModulePrefix) ? kModulePrefix.size() : 0);
+        if (seen.insert(line).second) {
+            readable.push_back(std::move(line));
         }
     }
     return readable;

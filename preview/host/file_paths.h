@@ -34,9 +34,6 @@ void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint
 /// Adds to the end of a file, or creates it. Throws `HostError` with `Failed`.
 void AppendToFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes);
 
-/// Creates the missing folders of a path. Throws `HostError` with `WrongUsage`.
-void MakeFolders(const std::wstring& absoluteFolder);
-
 /// Tests whether a file can be created or replaced, without changing it. Creates the missing folders of its
 /// path. Throws `HostError` with `WrongUsage`.
 void RequireWritable(const std::wstring& absolutePath);

@@ -1,7 +1,8 @@
 // Path forms, whole-file reads and writes, and the working folder.
 #include "preview/host/file_paths.h"
 
-#include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "base/file.h"
 #include "base/text.h"
@@ -15,43 +16,26 @@ constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
 constexpr std::wstring_view kShareStart = L"\\\\";
 constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";  // of the full path of NUL
 
-/// Bytes per read call, whose count has 32 bits.
-constexpr std::size_t kTransferBytes = std::size_t{1} << 24;
+[[noreturn]] void Reject(ExitStatus status, const char* action, const std::wstring& path) {
+    throw HostError(status, WithLastError(action + ToUtf8(path)));
+}
 
-constexpr std::int64_t kLargestInput = std::int64_t{1} << 31;
+/// Null if it cannot be opened. `ERROR_ALREADY_EXISTS` is the last error of a file that existed.
+UniqueKernelHandle OpenOutput(const std::wstring& path, DWORD access, DWORD disposition) {
+    return AdoptFileHandle(
+        CreateFileW(LongPath(path).c_str(), access, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
+}
 
-std::string SystemMessage(DWORD error) {
-    wchar_t buffer[512];
-    const DWORD flags = FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS;
-    const DWORD units = FormatMessageW(flags, nullptr, error, 0, buffer, 512, nullptr);
-    std::string text = ToUtf8({buffer, units});
-    while (!text.empty() && (text.back() == '\n' || text.back() == '\r' || text.back() == '.')) {
-        text.pop_back();
+void MakeFolders(const std::wstring& folder) {
+    if (IsExistingFolder(LongPath(folder).c_str())) {
+        return;
     }
-    return text.empty() ? "error " + std::to_string(error) : text;
-}
-
-bool ReadAll(HANDLE file, std::span<char> bytes) {
-    while (!bytes.empty()) {
-        const auto wanted = static_cast<DWORD>(std::min(bytes.size(), kTransferBytes));
-        DWORD got = 0;
-        if (!ReadFile(file, bytes.data(), wanted, &got, nullptr) || got == 0) {
-            return false;
-        }
-        bytes = bytes.subspan(got);
+    if (const std::size_t end = folder.find_last_of(L"\\/"); end != std::wstring::npos) {
+        MakeFolders(folder.substr(0, end));
     }
-    return true;
-}
-
-/// The path itself if it has no separator.
-std::wstring ParentOf(const std::wstring& path) {
-    return path.substr(0, path.find_last_of(L"\\/"));
-}
-
-std::wstring CurrentFolder() {
-    std::wstring folder(GetCurrentDirectoryW(0, nullptr), L'\0');
-    folder.resize(GetCurrentDirectoryW(static_cast<DWORD>(folder.size()), folder.data()));
-    return folder;
+    if (!CreateDirectoryW(LongPath(folder).c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
+        Reject(ExitStatus::WrongUsage, "cannot create the folder ", folder);
+    }
 }
 
 /// The 8.3 form of an existing folder, or empty if it has none.
@@ -64,8 +48,8 @@ std::wstring ShortFolder(const std::wstring& folder) {
 }  // namespace
 
 std::string WithLastError(const std::string& text) {
-    const DWORD error = GetLastError();
-    return text + " (" + SystemMessage(error) + ")";
+    const std::string message = std::system_category().message(static_cast<int>(GetLastError()));
+    return text + " (" + WithoutControls(message.substr(0, message.find_last_not_of("\r\n. ") + 1)) + ")";
 }
 
 std::wstring AbsolutePath(std::string_view path) {
@@ -79,10 +63,8 @@ std::wstring LongPath(const std::wstring& absolutePath) {
     if (absolutePath.size() < MAX_PATH || absolutePath.starts_with(kLongPrefix)) {
         return absolutePath;
     }
-    if (absolutePath.starts_with(kShareStart)) {
-        return std::wstring(kLongPrefix) + L"UNC\\" + absolutePath.substr(kShareStart.size());
-    }
-    return std::wstring(kLongPrefix) + absolutePath;
+    const bool share = absolutePath.starts_with(kShareStart);
+    return std::wstring(kLongPrefix) + (share ? L"UNC" + absolutePath.substr(1) : absolutePath);
 }
 
 std::wstring FileNameOf(const std::wstring& path) {
@@ -94,56 +76,31 @@ std::wstring FolderOf(const std::wstring& path) {
 }
 
 std::string ReadInputFile(const std::wstring& absolutePath) {
-    const auto file = AdoptFileHandle(CreateFileW(
-        LongPath(absolutePath).c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-        nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-    LARGE_INTEGER size = {};
-    if (file && GetFileSizeEx(file.Get(), &size)) {
-        if (size.QuadPart > kLargestInput) {
-            throw HostError(ExitStatus::WrongUsage, ToUtf8(absolutePath) + " is larger than 2 GiB");
-        }
-        std::string bytes(static_cast<std::size_t>(size.QuadPart), '\0');
-        if (ReadAll(file.Get(), bytes)) {
-            return bytes;
-        }
+    std::uint32_t size = 0;
+    const HeapBytes bytes = ReadWholeFile(LongPath(absolutePath).c_str(), &size);
+    if (!bytes) {
+        Reject(ExitStatus::WrongUsage, "cannot read ", absolutePath);
     }
-    throw HostError(ExitStatus::WrongUsage, WithLastError("cannot read " + ToUtf8(absolutePath)));
+    return {reinterpret_cast<const char*>(bytes.get()), size};
 }
 
 void WriteOutputFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes) {
-    const std::wstring path = LongPath(absolutePath);
-    auto file = AdoptFileHandle(
-        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    auto file = OpenOutput(absolutePath, GENERIC_WRITE, CREATE_ALWAYS);
     if (file && WriteAll(file.Get(), bytes)) {
         return;
     }
-    const std::string problem = WithLastError("cannot write " + ToUtf8(absolutePath));
+    const HostError error(ExitStatus::Failed, WithLastError("cannot write " + ToUtf8(absolutePath)));
     if (file) {
         file.Reset();
-        DeleteFileW(path.c_str());
+        DeleteFileW(LongPath(absolutePath).c_str());
     }
-    throw HostError(ExitStatus::Failed, problem);
+    throw error;
 }
 
 void AppendToFile(const std::wstring& absolutePath, std::span<const std::uint8_t> bytes) {
-    const auto file = AdoptFileHandle(CreateFileW(LongPath(absolutePath).c_str(), FILE_APPEND_DATA, 0,
-                                                  nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto file = OpenOutput(absolutePath, FILE_APPEND_DATA, OPEN_ALWAYS);
     if (!file || !WriteAll(file.Get(), bytes)) {
-        throw HostError(ExitStatus::Failed, WithLastError("cannot write " + ToUtf8(absolutePath)));
-    }
-}
-
-void MakeFolders(const std::wstring& absoluteFolder) {
-    const std::wstring folder = LongPath(absoluteFolder);
-    if (IsExistingFolder(folder.c_str())) {
-        return;
-    }
-    if (const std::wstring parent = ParentOf(absoluteFolder); parent != absoluteFolder) {
-        MakeFolders(parent);
-    }
-    if (!CreateDirectoryW(folder.c_str(), nullptr) && !IsExistingFolder(folder.c_str())) {
-        throw HostError(ExitStatus::WrongUsage,
-                        WithLastError("cannot create the folder " + ToUtf8(absoluteFolder)));
+        Reject(ExitStatus::Failed, "cannot write ", absolutePath);
     }
 }
 
@@ -151,21 +108,19 @@ void RequireWritable(const std::wstring& absolutePath) {
     if (absolutePath.starts_with(kDevicePrefix)) {
         return;
     }
-    MakeFolders(ParentOf(absolutePath));
-    const std::wstring path = LongPath(absolutePath);
-    auto file = AdoptFileHandle(
-        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+    MakeFolders(absolutePath.substr(0, absolutePath.find_last_of(L"\\/")));
+    auto file = OpenOutput(absolutePath, GENERIC_WRITE, OPEN_ALWAYS);
     const bool existed = GetLastError() == ERROR_ALREADY_EXISTS;
     if (!file) {
-        throw HostError(ExitStatus::WrongUsage, WithLastError("cannot write " + ToUtf8(absolutePath)));
+        Reject(ExitStatus::WrongUsage, "cannot write ", absolutePath);
     }
     file.Reset();
     if (!existed) {
-        DeleteFileW(path.c_str());
+        DeleteFileW(LongPath(absolutePath).c_str());
     }
 }
 
-WorkingFolder::WorkingFolder(const std::wstring& filePath) : previous_(CurrentFolder()) {
+WorkingFolder::WorkingFolder(const std::wstring& filePath) : previous_(std::filesystem::current_path()) {
     const std::wstring folder = FolderOf(filePath);
     entered_ = SetCurrentDirectoryW(folder.c_str()) || SetCurrentDirectoryW(ShortFolder(folder).c_str());
 }

@@ -2,7 +2,6 @@
 #include "preview/host/host_controls.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cstring>
 #include <optional>
@@ -18,8 +17,9 @@ namespace {
 constexpr int kFillByte = 0xCD;
 constexpr std::int32_t kMaximumGridSide = 32;
 
-std::wstring_view TextUpToNul(std::wstring_view field) {
-    return field.substr(0, field.find(L'\0'));
+std::wstring_view TextUpToNul(std::span<const wchar_t> field) {
+    const std::wstring_view text(field.data(), field.size());
+    return text.substr(0, text.find(L'\0'));
 }
 
 template <class Number>
@@ -33,15 +33,10 @@ std::optional<Number> ParseNumber(std::string_view text) {
 }
 
 std::optional<bool> ParseSwitch(std::string_view text) {
-    std::string word(text);
-    std::ranges::transform(word, word.begin(), [](unsigned char c) { return std::tolower(c); });
-    if (word == "true" || word == "on" || word == "yes" || word == "1") {
-        return true;
-    }
-    if (word == "false" || word == "off" || word == "no" || word == "0") {
-        return false;
-    }
-    return std::nullopt;
+    constexpr std::wstring_view kWords[] = {L"false", L"true", L"off", L"on", L"no", L"yes", L"0", L"1"};
+    const auto word = std::ranges::find_if(
+        kWords, [own = FromUtf8(text)](std::wstring_view one) { return EqualIgnoringAsciiCase(own, one); });
+    return word == std::end(kWords) ? std::nullopt : std::optional((word - kWords) % 2 != 0);
 }
 
 template <class Number>
@@ -67,108 +62,93 @@ bool WriteNumber(Area& area, std::string_view text) {
     return true;
 }
 
-bool WriteSwitch(SwitchArea& area, std::string_view text) {
+bool WriteSwitch(ControlRecord& control, std::string_view text) {
     const auto on = ParseSwitch(text);
-    if (on) {
-        area.value[1] = *on ? 1 : 0;
-    }
+    control.toggle.value[1] = on ? *on : control.toggle.value[1];
     return on.has_value();
 }
 
-bool WriteFileName(FileListArea& area, std::string_view text) {
-    const auto name = Widen(text, TextEncoding::Utf8);
-    if ((!name && !text.empty()) || (name && name->size() >= kHostTextUnits)) {
+bool WriteFileName(ControlRecord& control, std::string_view text) {
+    const auto name = text.empty() ? std::wstring() : Widen(text, TextEncoding::Utf8);
+    if (!name || name->size() >= kHostTextUnits) {
         return false;
     }
-    CopyCut(area.fileName, name.value_or(std::wstring()));
+    CopyCut(control.files.fileName, *name);
     return true;
 }
 
-bool WriteGrid(BitMaskArea& area, std::string_view text) {
-    const std::size_t cross = text.find('x');
-    if (cross == std::string_view::npos) {
-        return false;
-    }
+bool WriteGrid(ControlRecord& control, std::string_view text) {
+    const std::size_t cross = std::min(text.find('x'), text.size());
     const auto columns = ParseNumber<std::int32_t>(text.substr(0, cross));
-    const auto rows = ParseNumber<std::int32_t>(text.substr(cross + 1));
-    if (!columns || !rows || *columns < 1 || *rows < 1 || *columns > kMaximumGridSide ||
-        *rows > kMaximumGridSide) {
+    const auto rows = ParseNumber<std::int32_t>(text.substr(std::min(cross + 1, text.size())));
+    const auto fits = [](const auto& side) { return side && *side >= 1 && *side <= kMaximumGridSide; };
+    if (!fits(columns) || !fits(rows)) {
         return false;
     }
-    area.gridSize[0] = *columns;
-    area.gridSize[1] = *rows;
+    control.mask.gridSize[0] = *columns;
+    control.mask.gridSize[1] = *rows;
     return true;
 }
 
-bool WriteValue(ControlRecord& control, std::string_view value) {
-    switch (control.kind) {
-        case ControlKind::GroupHeader:
-            return false;
-        case ControlKind::WholeNumber:
-            return WriteNumber(control.whole, value);
-        case ControlKind::DecimalNumber:
-            return WriteNumber(control.decimal, value);
-        case ControlKind::Switch:
-            return WriteSwitch(control.toggle, value);
-        case ControlKind::FileList:
-            return WriteFileName(control.files, value);
-        case ControlKind::BitMask:
-            return WriteGrid(control.mask, value);
-    }
-    return false;
+using Control = const ControlRecord&;
+
+/// What a kind of control holds, for the user, and how to set it.
+struct Kind {
+    ControlKind kind;
+    std::string (*value)(Control control);
+    std::string (*range)(Control control);
+    bool (*write)(ControlRecord& control, std::string_view text);
+};
+
+constexpr Kind kKinds[] = {
+    {ControlKind::WholeNumber, [](Control control) { return NumberText(control.whole.value[0]); },
+     [](Control control) { return "whole number, " + BoundsText(control.whole); },
+     [](ControlRecord& control, std::string_view text) { return WriteNumber(control.whole, text); }},
+    {ControlKind::DecimalNumber, [](Control control) { return NumberText(control.decimal.value[0]); },
+     [](Control control) { return "number, " + BoundsText(control.decimal); },
+     [](ControlRecord& control, std::string_view text) { return WriteNumber(control.decimal, text); }},
+    {ControlKind::Switch,
+     [](Control control) { return std::string(control.toggle.value[1] != 0 ? "true" : "false"); },
+     [](Control) { return std::string("true or false"); }, WriteSwitch},
+    {ControlKind::FileList, [](Control control) { return ToUtf8(TextUpToNul(control.files.fileName)); },
+     [](Control) { return std::string("file name in the playlist folder"); }, WriteFileName},
+    {ControlKind::BitMask,
+     [](Control control) {
+         return NumberText(control.mask.gridSize[0]) + "x" + NumberText(control.mask.gridSize[1]);
+     },
+     [](Control) { return std::string("columns x rows, 1x1 to 32x32"); }, WriteGrid},
+    {ControlKind::GroupHeader, [](Control) { return std::string(); }, [](Control) { return std::string(); },
+     [](ControlRecord&, std::string_view) { return false; }},
+};
+
+const Kind& KindOf(Control control) {
+    const auto kind = std::ranges::find(kKinds, control.kind, &Kind::kind);
+    return kind != std::end(kKinds) ? *kind : *std::rbegin(kKinds);
 }
 
 }  // namespace
 
 std::string ControlValueText(const ControlRecord& control) {
-    switch (control.kind) {
-        case ControlKind::GroupHeader:
-            return {};
-        case ControlKind::WholeNumber:
-            return NumberText(control.whole.value[0]);
-        case ControlKind::DecimalNumber:
-            return NumberText(control.decimal.value[0]);
-        case ControlKind::Switch:
-            return control.toggle.value[1] != 0 ? "true" : "false";
-        case ControlKind::FileList:
-            return ToUtf8(TextUpToNul(std::wstring_view(control.files.fileName, kHostTextUnits)));
-        case ControlKind::BitMask:
-            return NumberText(control.mask.gridSize[0]) + "x" + NumberText(control.mask.gridSize[1]);
-    }
-    return {};
+    return KindOf(control).value(control);
 }
 
 /// The names field holds the group's name and the label.
 std::string ControlLabel(const ControlRecord& control) {
-    const std::wstring_view field(control.names, kHostTextUnits);
-    const std::size_t groupUnits = TextUpToNul(field).size();
-    return groupUnits + 1 < field.size() ? ToUtf8(TextUpToNul(field.substr(groupUnits + 1))) : std::string();
+    const std::size_t label = TextUpToNul(control.names).size() + 1;
+    return label < kHostTextUnits ? ToUtf8(TextUpToNul({control.names + label, kHostTextUnits - label}))
+                                  : std::string();
 }
 
 std::string ControlGroup(const ControlRecord& control) {
-    return ToUtf8(TextUpToNul(std::wstring_view(control.names, kHostTextUnits)));
+    return ToUtf8(TextUpToNul(control.names));
 }
 
 std::string ControlDescription(const ControlRecord& control) {
-    return ToUtf8(TextUpToNul(std::wstring_view(control.description, kHostTextUnits)));
+    return ToUtf8(TextUpToNul(control.description));
 }
 
 std::string ControlRangeText(const ControlRecord& control) {
-    switch (control.kind) {
-        case ControlKind::GroupHeader:
-            return {};
-        case ControlKind::WholeNumber:
-            return "whole number, " + BoundsText(control.whole);
-        case ControlKind::DecimalNumber:
-            return "number, " + BoundsText(control.decimal);
-        case ControlKind::Switch:
-            return "true or false";
-        case ControlKind::FileList:
-            return "file name in the playlist folder";
-        case ControlKind::BitMask:
-            return "columns x rows, 1x1 to 32x32";
-    }
-    return {};
+    return KindOf(control).range(control);
 }
 
 ControlRecord* HostControls::Allocate(void* hostContext) noexcept {
@@ -197,7 +177,7 @@ void HostControls::Apply(const ControlSetting& setting) {
         throw HostError(ExitStatus::WrongUsage,
                         "unknown control \"" + setting.label + "\"; the controls are:\n" + Listing());
     }
-    if (!WriteValue(*control, setting.value)) {
+    if (!KindOf(*control).write(*control, setting.value)) {
         throw HostError(ExitStatus::WrongUsage, "\"" + setting.label + "\" cannot be \"" + setting.value +
                                                     "\": " + ControlRangeText(*control));
     }
@@ -223,14 +203,10 @@ std::vector<ControlSetting> HostControls::Changed() const {
 std::string HostControls::Listing() const {
     std::string listing;
     for (const auto& record : records_) {
-        const std::string label = ControlLabel(*record);
-        if (label.empty()) {
-            continue;
+        if (const std::string label = ControlLabel(*record); !label.empty()) {
+            listing += (listing.empty() ? "  " : "\n  ") + label + " = " + ControlValueText(*record) + "  (" +
+                       ControlRangeText(*record) + ")";
         }
-        if (!listing.empty()) {
-            listing += '\n';
-        }
-        listing += "  " + label + " = " + ControlValueText(*record) + "  (" + ControlRangeText(*record) + ")";
     }
     return listing;
 }

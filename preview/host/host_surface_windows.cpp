@@ -18,19 +18,13 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-void Check(HRESULT result, const char* step) {
+void Check(HRESULT result) {
     if (FAILED(result)) {
-        char code[16];
-        std::snprintf(code, sizeof code, "0x%08lX", static_cast<unsigned long>(result));
-        throw HostError(ExitStatus::Failed, std::string("cannot encode the PNG: ") + step + ", " + code);
+        char text[64];
+        std::snprintf(text, sizeof text, "cannot encode the PNG: 0x%08lX",
+                      static_cast<unsigned long>(result));
+        throw HostError(ExitStatus::Failed, text);
     }
-}
-
-ComPtr<IWICBitmapEncoder> MakeEncoder(IWICImagingFactory& factory, IStream* target) {
-    ComPtr<IWICBitmapEncoder> encoder;
-    Check(factory.CreateEncoder(GUID_ContainerFormatPng, nullptr, &encoder), "encoder");
-    Check(encoder->Initialize(target, WICBitmapEncoderNoCache), "target");
-    return encoder;
 }
 
 /// The rows from the top, three bytes a pixel (blue, green, red), without padding.
@@ -46,30 +40,24 @@ std::vector<std::uint8_t> OpaqueRows(const FramePixels& pixels) {
     return rows;
 }
 
-void EncodeFrame(IWICBitmapEncoder& encoder, const FramePixels& pixels) {
+void Encode(const FramePixels& pixels, IStream* target) {
+    ComPtr<IWICImagingFactory> factory;
+    ComPtr<IWICBitmapEncoder> encoder;
     ComPtr<IWICBitmapFrameEncode> frame;
-    Check(encoder.CreateNewFrame(&frame, nullptr), "frame");
-    Check(frame->Initialize(nullptr), "frame setup");
+    WICPixelFormatGUID format = GUID_WICPixelFormat24bppBGR;
     const auto width = static_cast<UINT>(pixels.width);
     const auto height = static_cast<UINT>(pixels.height);
-    Check(frame->SetSize(width, height), "size");
-    WICPixelFormatGUID format = GUID_WICPixelFormat24bppBGR;
-    Check(frame->SetPixelFormat(&format), "pixel format");
     std::vector<std::uint8_t> rows = OpaqueRows(pixels);
-    Check(frame->WritePixels(height, width * 3, static_cast<UINT>(rows.size()), rows.data()), "pixels");
-    Check(frame->Commit(), "end of frame");
-    Check(encoder.Commit(), "end");
-}
-
-std::vector<std::uint8_t> StreamBytes(IStream* stream) {
-    STATSTG status = {};
-    Check(stream->Stat(&status, STATFLAG_NONAME), "length");
-    std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.cbSize.QuadPart));
-    Check(stream->Seek({}, STREAM_SEEK_SET, nullptr), "rewind");
-    ULONG got = 0;
-    Check(stream->Read(bytes.data(), static_cast<ULONG>(bytes.size()), &got), "read-back");
-    bytes.resize(got);
-    return bytes;
+    Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)));
+    Check(factory->CreateEncoder(GUID_ContainerFormatPng, nullptr, &encoder));
+    Check(encoder->Initialize(target, WICBitmapEncoderNoCache));
+    Check(encoder->CreateNewFrame(&frame, nullptr));
+    Check(frame->Initialize(nullptr));
+    Check(frame->SetSize(width, height));
+    Check(frame->SetPixelFormat(&format));
+    Check(frame->WritePixels(height, width * 3, static_cast<UINT>(rows.size()), rows.data()));
+    Check(frame->Commit());
+    Check(encoder->Commit());
 }
 
 }  // namespace
@@ -115,15 +103,16 @@ FramePixels HostSurface::Pixels() const {
 
 void WritePng(const std::wstring& absolutePath, const FramePixels& pixels) {
     const ComApartment apartment;
-    ComPtr<IWICImagingFactory> factory;
-    Check(CoCreateInstance(CLSID_WICImagingFactory, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&factory)),
-          "imaging factory");
     // Encoded in memory, because the encoder cannot open paths beyond 260 units.
     ComPtr<IStream> memory;
-    Check(CreateStreamOnHGlobal(nullptr, TRUE, &memory), "memory");
-    const auto encoder = MakeEncoder(*factory.Get(), memory.Get());
-    EncodeFrame(*encoder.Get(), pixels);
-    WriteOutputFile(absolutePath, StreamBytes(memory.Get()));
+    Check(CreateStreamOnHGlobal(nullptr, TRUE, &memory));
+    Encode(pixels, memory.Get());
+    STATSTG status = {};
+    HGLOBAL block = nullptr;
+    Check(memory->Stat(&status, STATFLAG_NONAME));
+    Check(GetHGlobalFromStream(memory.Get(), &block));
+    const auto* bytes = static_cast<const std::uint8_t*>(GlobalLock(block));
+    WriteOutputFile(absolutePath, {bytes, static_cast<std::size_t>(status.cbSize.QuadPart)});
 }
 
 }  // namespace pixelforge::preview

@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <charconv>
+#include <iterator>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include "base/bitmap.h"
@@ -31,17 +33,9 @@ constexpr Action kActions[] = {
     {"resize", EventKind::Resize, 2, 1, kLargestSide},
 };
 
-std::vector<std::string_view> Words(std::string_view line) {
-    constexpr std::string_view kBlanks = " \t\r";
-    std::vector<std::string_view> words;
-    line = line.substr(0, line.find('#'));
-    for (std::size_t at = line.find_first_not_of(kBlanks); at != std::string_view::npos;
-         at = line.find_first_not_of(kBlanks)) {
-        line.remove_prefix(at);
-        words.push_back(line.substr(0, line.find_first_of(kBlanks)));
-        line.remove_prefix(words.back().size());
-    }
-    return words;
+std::vector<std::string> Words(std::string_view line) {
+    std::istringstream words{std::string(line.substr(0, line.find('#')))};
+    return {std::istream_iterator<std::string>(words), {}};
 }
 
 std::optional<std::int32_t> Number(std::string_view word, std::int32_t least, std::int32_t most) {
@@ -53,11 +47,11 @@ std::optional<std::int32_t> Number(std::string_view word, std::int32_t least, st
     return whole && number >= least && number <= most ? std::optional(number) : std::nullopt;
 }
 
-std::optional<InputEvent> ParseEvent(const std::vector<std::string_view>& words) {
+std::optional<InputEvent> ParseEvent(const std::vector<std::string>& words) {
     const auto frame = Number(words[0], 0, 10'000'000);
-    const std::string_view name = words.size() > 1 ? words[1] : std::string_view();
-    const auto action = std::ranges::find(kActions, name, &Action::name);
-    if (!frame || action == std::end(kActions) || words.size() != action->numbers + 2) {
+    const auto action = std::ranges::find_if(
+        kActions, [&](const Action& row) { return words.size() == row.numbers + 2 && words[1] == row.name; });
+    if (!frame || action == std::end(kActions)) {
         return std::nullopt;
     }
     InputEvent event{.frame = *frame, .kind = action->kind};

@@ -6,6 +6,9 @@
 namespace pixelforge::preview {
 namespace {
 
+/// In the order of `EventKind`.
+constexpr UINT kMessages[] = {WM_KEYDOWN, WM_KEYUP, WM_MOUSEMOVE, WM_LBUTTONDOWN, WM_LBUTTONUP};
+
 /// The lParam of WM_KEYDOWN and WM_KEYUP.
 LPARAM KeyFlags(std::int32_t virtualKey, bool up) {
     const UINT scan = MapVirtualKeyW(static_cast<UINT>(virtualKey), MAPVK_VK_TO_VSC) & 0xFF;
@@ -13,32 +16,26 @@ LPARAM KeyFlags(std::int32_t virtualKey, bool up) {
     return static_cast<LPARAM>(1u | scan << 16 | (up ? 0xC0000000u : 0u));
 }
 
-LPARAM Position(const InputEvent& event) {
-    return MAKELPARAM(static_cast<WORD>(event.a), static_cast<WORD>(event.b));
+/// Posted messages do not change the state of Shift, Control and Alt, which a window asks for.
+void HoldKey(std::int32_t virtualKey, bool down) {
+    BYTE keys[256] = {};
+    GetKeyboardState(keys);
+    keys[virtualKey & 0xFF] = down ? 0x80 : 0;
+    SetKeyboardState(keys);
 }
 
 void Deliver(const InputEvent& event, HostWindow& window) {
-    const HWND handle = window.Handle();
-    const auto key = static_cast<WPARAM>(event.a);
-    switch (event.kind) {
-        case EventKind::KeyDown:
-            PostMessageW(handle, WM_KEYDOWN, key, KeyFlags(event.a, false));
-            break;
-        case EventKind::KeyUp:
-            PostMessageW(handle, WM_KEYUP, key, KeyFlags(event.a, true));
-            break;
-        case EventKind::MouseMove:
-            PostMessageW(handle, WM_MOUSEMOVE, 0, Position(event));
-            break;
-        case EventKind::ButtonDown:
-            PostMessageW(handle, WM_LBUTTONDOWN, MK_LBUTTON, Position(event));
-            break;
-        case EventKind::ButtonUp:
-            PostMessageW(handle, WM_LBUTTONUP, 0, Position(event));
-            break;
-        case EventKind::Resize:
-            window.SetClientSize(event.a, event.b);
-            break;
+    if (event.kind == EventKind::Resize) {
+        return window.SetClientSize(event.a, event.b);
+    }
+    const UINT message = kMessages[static_cast<std::size_t>(event.kind)];
+    if (message == WM_KEYDOWN || message == WM_KEYUP) {
+        HoldKey(event.a, message == WM_KEYDOWN);
+        PostMessageW(window.Handle(), message, static_cast<WPARAM>(event.a),
+                     KeyFlags(event.a, message == WM_KEYUP));
+    } else {
+        PostMessageW(window.Handle(), message, message == WM_LBUTTONDOWN ? MK_LBUTTON : 0,
+                     MAKELPARAM(static_cast<WORD>(event.a), static_cast<WORD>(event.b)));
     }
 }
 

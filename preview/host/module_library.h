@@ -35,8 +35,6 @@ public:
     const ModuleFunctions& Functions() const noexcept { return functions_; }
 
 private:
-    void FindExports();
-
     UniqueHandle<LoadedLibraryTraits> library_;
     ModuleFunctions functions_;
 };

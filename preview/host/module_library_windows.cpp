@@ -33,10 +33,6 @@ ModuleLibrary::ModuleLibrary(const std::wstring& path)
     if (!library_) {
         throw HostError(ExitStatus::Failed, WithLastError("cannot load the module " + ToUtf8(path)));
     }
-    FindExports();
-}
-
-void ModuleLibrary::FindExports() {
     const HMODULE library = library_.Get();
     Bind(library, "ModuleGetDescription", functions_.getDescription);
     Bind(library, "ModuleBuildControlStructure", functions_.buildControlStructure);

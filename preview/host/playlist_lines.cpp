@@ -41,8 +41,7 @@ std::string LineToAppend(const std::string& playlist, const std::string& line) {
     return (ended ? "" : "\r\n") + line + "\r\n";
 }
 
-PlaylistOrder::PlaylistOrder(std::vector<PlaylistLine> lines, RandomSource random)
-    : lines_(std::move(lines)), random_(random) {
+PlaylistOrder::PlaylistOrder(std::vector<PlaylistLine> lines) : lines_(std::move(lines)) {
     shown_.push_back(Draw());
 }
 
@@ -50,9 +49,7 @@ std::size_t PlaylistOrder::Draw() {
     if (round_.empty()) {
         round_.resize(lines_.size());
         std::iota(round_.begin(), round_.end(), std::size_t{0});
-        for (std::size_t left = round_.size(); left > 1; --left) {
-            std::swap(round_[left - 1], round_[random_() % left]);
-        }
+        std::ranges::shuffle(round_, random_);
         // Not the same line again where two rounds meet.
         if (!shown_.empty() && round_.back() == shown_.back()) {
             std::swap(round_.front(), round_.back());

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <deque>
 #include <map>
+#include <random>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -37,7 +38,7 @@ struct PlaylistFailure {
 class PlaylistOrder {
 public:
     /// At least one line. The first is current.
-    explicit PlaylistOrder(std::vector<PlaylistLine> lines, RandomSource random = SystemRandom);
+    explicit PlaylistOrder(std::vector<PlaylistLine> lines);
 
     const PlaylistLine& Current() const { return lines_[shown_[position_]]; }
 
@@ -60,10 +61,10 @@ private:
     void DropIfFailed(std::size_t entry);
 
     std::vector<PlaylistLine> lines_;
-    RandomSource random_;
+    std::mt19937 random_{SystemRandom()};
     std::vector<std::size_t> round_;  ///< lines still to be shown in this round, last one first
-    std::deque<std::size_t>
-        shown_;  ///< the latest lines; those after the current one were left by `Previous`
+    /// The latest lines; those after the current one were left by `Previous`.
+    std::deque<std::size_t> shown_;
     std::size_t position_ = 0;
     bool currentFailed_ = false;
     std::map<std::size_t, std::string> reasons_;  ///< by line

@@ -4,8 +4,6 @@
 #include <cstdint>
 #include <span>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "base/win_handles.h"
 
@@ -13,9 +11,8 @@ namespace pixelforge::preview {
 
 /// The module reads playlists from one fixed folder on drive D:, and a playlist line holds at most 19
 /// UTF-16 units. So a document is copied to a path of exactly that length, and a one-line playlist names
-/// it. File names are random and never reused, so several hosts may run at the same time. The destructor
-/// removes the files, and the folders created for them unless another host still uses them; the next staged
-/// shader removes what a killed program has left.
+/// it. File names are random, so several hosts may run at the same time. The destructor removes the files
+/// and, if they are empty, the folders; the next staged shader removes what a killed program has left.
 class StagedShader {
 public:
     /// Both throw `HostError` with `WrongUsage` if drive D: is missing or not writable.
@@ -27,7 +24,7 @@ public:
     ~StagedShader() { Remove(); }
 
     /// File name in the playlist folder, for the control "Playlist File(s)".
-    const std::string& PlaylistName() const noexcept { return playlistName_; }
+    std::string PlaylistName() const;
 
     /// Path of the document's copy, 19 units; empty for a playlist.
     const std::wstring& AliasPath() const noexcept { return aliasPath_; }
@@ -42,15 +39,9 @@ public:
 
 private:
     StagedShader();
-    void MakeFolders();
-    void WriteNewFile(const std::wstring& path, std::span<const std::uint8_t> bytes);
-    void WritePlaylist(std::span<const std::uint8_t> playlist);
 
     std::wstring tag_;          ///< part of both file names
     UniqueKernelHandle alive_;  ///< a mutex with the tag in its name, gone when the program ends
-    std::vector<std::wstring> createdFolders_;  ///< outermost first
-    std::vector<std::wstring> createdFiles_;
-    std::string playlistName_;
     std::wstring aliasPath_;
 };
 

@@ -83,7 +83,8 @@ TEST(SourceFaults, NameWhatTheModuleIgnoresInADocument) {
     const std::string document =
         "[{\"renderpass\":[\n{\"type\":\"image\", \"name\":\"\", \"code\":\"\\n\\n\", \"inputs\":[\n"
         "{\"type\":\"video\", \"channel\":1},\n {\"channel\":4, \"ctype\":\"buffer\"},\n"
-        "{\"ctype\":\"mic\", \"channel\":3}]},\n{\"type\":\"sound\"},\n{\"type\":\"buffer\", "
+        "{\"ctype\":\"mic\", \"channel\":3, "
+        "\"src\":\"m\\/\"}]},\n{\"type\":\"sound\"},\n{\"type\":\"buffer\", "
         "\"name\":\"Buffer E\"},\n"
         "{\"type\":\"cubemap\", \"name\":\"Cube B\"}, {\"type\":\"geometry\"}]}]";
     EXPECT_THAT(
@@ -98,6 +99,7 @@ TEST(SourceFaults, NameWhatTheModuleIgnoresInADocument) {
             "e.json:8:46: warning: the pass \"\" of type \"geometry\" is ignored: unknown name or type"));
     ASSERT_EQ(names.inputs.size(), 1u);
     EXPECT_EQ(names.inputs[0].place, "e.json:5:10");
+    EXPECT_EQ(names.inputs[0].file, "m/");
     EXPECT_THAT(DocumentFaults("{", names), ElementsAre()) << "the module reports that";
 }
 
@@ -121,6 +123,7 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
         ElementsAre("s/p.glsl:2:1: warning: no include file \"dot.\"; the module does not open such a name",
                     "s/here.glsl:2:1: warning: no include file \"deep.glsl\"; looked for s/deep.glsl; no "
                     "include folder is set"));
+    EXPECT_THAT(names.includes, ElementsAre("here.glsl", "deep.glsl"));
 }
 
 TEST(SourceFaults, NameThePlaylistLinesThatCannotBePicked) {

@@ -7,7 +7,6 @@
 
 #include "document/document_reader.h"
 #include "preview/documents/document_conversion.h"
-#include "preview/documents/shader_source.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -75,6 +74,7 @@ TEST(CommentLines, NameInputsAndProperties) {
         "//@ name A  B \r\nvoid f() { //@ name C\n}\n\t//@iChannel2 \"media/lan tern.png\" filter=mipmap "
         "wrap=repeat\n//@ iChannel0 Buffer A vflip=true\n//@ iChannel3 sound filter=nearest\n//@ tags t u");
     EXPECT_THAT(made.errors, ElementsAre());
+    EXPECT_EQ(made.inputs[1].file, kLantern);
     const ShaderDocument document = Read(made.json);
     EXPECT_STREQ(document.info.name, L"A  B");
     EXPECT_STREQ(document.info.tags, L"t, u");
@@ -107,7 +107,7 @@ TEST(CommentLines, FailWithFileLineAndColumn) {
         {"iChannel1 volume a/..\\..\\x.bin", "22: error: the path \"a/..\\..\\x.bin\" leads out of "},
         {"iChannel1 \"//host/x.png\"", "15: error: the path \"//host/x.png\" leads out of "},
         {"iChannel1 C:x.png", "15: error: the path \"C:x.png\" leads out of "},
-        {"iChannel1 a\x1B[2J.png", "15: error: \"a?[2J.png\" is not a file name"},
+        {"iChannel1 a\x1B[2J.png", "15: error: \"a [2J.png\" is not a file name"},
         {"iChannel1 con.png", "15: error: \"con.png\" is not a file name"},
         {"iChannel1 sound filter=sharp", "21: error: filter is nearest, linear or mipmap, not \"sharp\""},
         {"iChannel1 sound wrap=clamp repeat", "32: error: unknown setting \"repeat\"; "},
@@ -179,12 +179,6 @@ TEST(BareDocument, MayBeIncompleteButOtherTextsAreRejected) {
         EXPECT_FALSE(ConvertBareDocument(text)) << text;
     }
     EXPECT_TRUE(ConvertBareDocument(R"({"renderpass":[1,{"inputs":[7,{"channel":"x"}]}],"info":3})"));
-}
-
-TEST(NamedFiles, AreIncludesAndMedia) {
-    EXPECT_THAT(NamedFiles("#include \"a.glsl\"\n#include<b>\n#include \"a.glsl\"\n\"#include \\\"c\\\"\\n\" "
-                           "{\"src\" : \"m\\/t.png\", \"src\":\"\", \"filepath\":\"f\"} #include \"open"),
-                ElementsAre("a.glsl", "c", "m/t.png", "f"));
 }
 
 TEST(MadeDocuments, GetADroppedPictureOnChannel0OfTheImage) {

@@ -85,8 +85,8 @@ TEST(OutputFile, IsTestedForWritingBeforeTheRun) {
 
 TEST(StagedShader, RemovesTheFilesOfAKilledProgram) {
     const std::wstring folder = L"D:\\Moonreel\\Pixelforge\\Playlists";
-    const std::wstring left[] = {L"D:\\Moonreel\\pzz0zz9", folder + L"\\preview-zz0zz9.playlist"};
-    const std::wstring foreign[] = {L"D:\\Moonreel\\pzz0zz8", folder + L"\\preview-mine.playlist"};
+    const std::wstring left[] = {L"D:\\Moonreel\\paa0aa9", folder + L"\\preview-aa0aa9.playlist"};
+    const std::wstring foreign[] = {L"D:\\Moonreel\\paa0aa8", folder + L"\\preview-mine.playlist"};
     std::filesystem::create_directories(folder);
     for (const auto& files : {left, foreign}) {
         WriteOutputFile(files[0], BytesOf("x"));
