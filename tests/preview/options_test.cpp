@@ -8,14 +8,13 @@
 
 #include "base/load_error.h"
 #include "preview/host/host_error.h"
-#include "preview/run_paths.h"
 
 namespace pixelforge::preview {
 namespace {
 
 TEST(Options, ImplyOtherOptions) {
     EXPECT_EQ(ParseOptions({"a.json", "--check"}).frames, 1);
-    EXPECT_EQ(ParseOptions({"a.json", "--check", "--size", "8x8"}).width, 8);
+    EXPECT_EQ(ParseOptions({"a.json", "--check", "--size", "8x8"}).size.cx, 8);
     EXPECT_TRUE(ParseOptions({"a.json", "--watch"}).window);
     EXPECT_EQ(ParseOptions({"a.json", "--window"}).frames, 0);
     EXPECT_EQ(ParseOptions({"a.json", "--window", "--frames", "7"}).frames, 7);
@@ -25,7 +24,7 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_TRUE(ParseOptions({"a.json", "--fullscreen"}).window);
     EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
     EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--set", "Speed=0"}).settings.size(), 1u);
-    EXPECT_EQ(ParseOptions({"--playlist", "p", "--window", "--report", "r"}).reportPath, "r");
+    EXPECT_EQ(ParseOptions({"--playlist", "p", "--window", "--report", "r"}).report.name, "r");
     std::string joined;
     for (const ControlSetting& setting :
          ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings) {
@@ -61,7 +60,7 @@ TEST(Options, RejectInvalidUsageWithAReason) {
         {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
         {{"--id", "i", "--pack", "b.json"}, "--pack"},
         {{"a.json", "--real-time", "--set", "Speed=0.1"}, "--real-time"},
-        {{"a.json", "--window", "--report", "r"}, "except with --playlist"},
+        {{"a.json", "--window", "--report", "r"}, "only for a --playlist"},
         {{"a.json", "--window", "--every", "1"}, "--every"},
         {{"--playlist", "p", "--favourites", "f"}, "--favourites"},
         {{"--playlist", "p", "--window", "--every", "0"}, "--every"},
@@ -88,16 +87,16 @@ TEST(Options, OpenADroppedFile) {
         Options next;
         const std::string failure = FailureOf([&] { next = OptionsForFile(shown, name, {}); });
         EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(command));
-        EXPECT_TRUE(next.documentPath.empty() || next.playlistPath.empty());
+        EXPECT_EQ(next.source.path.empty(), !failure.empty());
         std::filesystem::remove(name);
     }
     EXPECT_THROW(OptionsForFile(shown, L"missing.json", {}), HostError);
     std::ofstream("c.png").put(' ');
     const Options picture = OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png",
                                            {.width = 7, .height = 9, .scale = 0.5});
-    EXPECT_EQ(picture.documentPath + picture.picturePath, "a.jsonc.png");
+    EXPECT_EQ(picture.source.name + picture.picturePath, "a.jsonc.png");
     EXPECT_EQ(picture.scale, 0.5);
-    EXPECT_EQ(picture.width, 7);
+    EXPECT_EQ(picture.size.cx, 7);
     std::filesystem::remove("c.png");
 }
 

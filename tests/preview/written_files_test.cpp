@@ -53,7 +53,7 @@ TEST(VideoFile, HoldsEachFrameInLimitedRange) {
         const FramePixels pixels = {.bytes = bytes, .width = 4, .height = 4, .bottomUp = bottomUp};
         const test::TempFile file("", L".y4m");
         {
-            VideoWriter video(file.Path(), 25);
+            VideoWriter video({"v", file.Path()}, 25);
             video.Write(pixels);
             video.Write(pixels);
             EXPECT_THROW(video.Write({.bytes = bytes, .width = 8, .height = 2}), HostError);
