@@ -13,6 +13,14 @@ LPARAM KeyFlags(std::int32_t virtualKey, bool up) {
     return static_cast<LPARAM>(1u | scan << 16 | (up ? 0xC0000000u : 0u));
 }
 
+/// Posted messages do not change the state of Shift, Control and Alt, which a window asks for.
+void HoldKey(std::int32_t virtualKey, bool down) {
+    BYTE keys[256] = {};
+    GetKeyboardState(keys);
+    keys[virtualKey & 0xFF] = down ? 0x80 : 0;
+    SetKeyboardState(keys);
+}
+
 LPARAM Position(const InputEvent& event) {
     return MAKELPARAM(static_cast<WORD>(event.a), static_cast<WORD>(event.b));
 }
@@ -22,9 +30,11 @@ void Deliver(const InputEvent& event, HostWindow& window) {
     const auto key = static_cast<WPARAM>(event.a);
     switch (event.kind) {
         case EventKind::KeyDown:
+            HoldKey(event.a, true);
             PostMessageW(handle, WM_KEYDOWN, key, KeyFlags(event.a, false));
             break;
         case EventKind::KeyUp:
+            HoldKey(event.a, false);
             PostMessageW(handle, WM_KEYUP, key, KeyFlags(event.a, true));
             break;
         case EventKind::MouseMove:
