@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cwchar>
 #include <filesystem>
@@ -35,9 +36,7 @@ void PrintLine(const std::string& text) {
 }
 
 void PrintLines(const std::vector<std::string>& lines) {
-    for (const std::string& line : lines) {
-        PrintLine(line);
-    }
+    std::ranges::for_each(lines, PrintLine);
 }
 
 /// Shared by runs with and without a window.
@@ -300,10 +299,17 @@ OpenedShader OpenShader(const Options& options) {
 /// Otherwise a long run would be lost at its end.
 void RequireWritableOutputs(const Options& options) {
     const UserPath firstFrame = {options.framesFolder.name, NumberedPicture(options.framesFolder, 1)};
-    for (const UserPath& output :
-         {options.png, firstFrame, options.report, options.video, options.favourites}) {
+    for (const auto& [option, output] : {std::pair("--png", options.png),
+                                         {"--frames-dir", firstFrame},
+                                         {"--report", options.report},
+                                         {"--video", options.video},
+                                         {"--favourites", options.favourites},
+                                         {"--pack", options.packed}}) {
         if (!output.name.empty() && output.name != kStandardOutput) {
-            RequireWritable(output.path);
+            const std::string failure = FailureOf([&] { RequireWritable(output.path); });
+            if (!failure.empty()) {
+                throw HostError(ExitStatus::WrongUsage, std::string(option) + ": " + failure);
+            }
         }
     }
 }
@@ -337,14 +343,14 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
 }
 
 ExitStatus PackShader(const Options& options) {
+    RequireWritableOutputs(options);
     const ShaderSource source = ReadShaderSource(options.source.path, {}, options.source.name);
     PrintLines(source.errors);
     if (!source.errors.empty()) {
         return ExitStatus::Failed;
     }
-    RequireWritable(options.packed.path);
-    const bool ended = source.document.ends_with('\n');
-    WriteOutputFile(options.packed.path, BytesOf(source.document + (ended ? "" : "\n")));
+    const char* const end = source.document.ends_with('\n') ? "" : "\n";
+    WriteOutputFile(options.packed.path, BytesOf(source.document + end));
     std::printf("document    %s\n", options.packed.name.c_str());
     return ExitStatus::Drawn;
 }

@@ -33,51 +33,6 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_EQ(joined, "X Tiling=3;Y Tiling=2;Mirroring=false;Foreground Only=true;X Tiling=4;");
 }
 
-TEST(Options, RejectInvalidUsageWithAReason) {
-    const std::pair<std::vector<std::string>, const char*> cases[] = {
-        {{}, "specify a shader file"},
-        {{"a.json", "--playlist", "p"}, "specify only one of"},
-        {{"--playlist", "p", "--id", "i"}, "specify only one of"},
-        {{"--id", "abcdefghijklmnopqrst"}, "--id"},
-        {{"--id", "a\nb"}, "--id"},
-        {{"--id", "\xE4\xB8\xAD"}, "--id"},
-        {{"--forget", "\xE4\xB8\xAD"}, "--forget"},
-        {{"a.json", "--size", "64"}, "\"64\""},
-        {{"a.json", "--size", "0x48"}, "\"0x48\""},
-        {{"a.json", "--size", "64x48x2"}, "\"64x48x2\""},
-        {{"a.json", "--size", "64x16385"}, "16384"},
-        {{"a.json", "--frames", "0"}, "--frames"},
-        {{"a.json", "--set", "Speed"}, "Label=value"},
-        {{"a.json", "--tiles", "33x1"}, "32"},
-        {{"a.json", "--window", "--bench"}, "--bench"},
-        {{"a.json", "--fullscreen", "--bench"}, "--bench"},
-        {{"a.json", "--scale", "0.5"}, "--scale"},
-        {{"a.json", "--window", "--scale", "4.1"}, "--scale"},
-        {{"a.json", "--window", "--scale", "nan"}, "--scale"},
-        {{"a.json", "--monitor", "1"}, "--monitor"},
-        {{"a.json", "--window", "--monitor", "0"}, "--monitor"},
-        {{"a.glsl", "--pack", "a.glsl"}, ".json"},
-        {{"a.glsl", "--pack", "b.json", "--png", "b.png"}, "--pack"},
-        {{"--id", "i", "--pack", "b.json"}, "--pack"},
-        {{"a.json", "--real-time", "--set", "Speed=0.1"}, "--real-time"},
-        {{"a.json", "--window", "--report", "r"}, "only for a --playlist"},
-        {{"a.json", "--window", "--every", "1"}, "--every"},
-        {{"--playlist", "p", "--favourites", "f"}, "--favourites"},
-        {{"--playlist", "p", "--window", "--every", "0"}, "--every"},
-        {{"a.json", "--video", "v", "--size", "64x47"}, "even"},
-        {{"a.json", "--video", "v", "--real-time"}, "--video"},
-        {{"a.json", "--video", "v", "--window"}, "--video"},
-        {{"a.json", "--rate", "30"}, "--rate"},
-        {{"--playlist", "p", "--watch"}, "shader file"}};
-    for (const auto& [arguments, reason] : cases) {
-        EXPECT_THAT([&arguments = arguments] { ParseOptions(arguments); },
-                    testing::Throws<HostError>(
-                        testing::AllOf(testing::Property(&HostError::Status, ExitStatus::WrongUsage),
-                                       testing::Property(&HostError::what, testing::HasSubstr(reason)))))
-            << testing::PrintToString(arguments);
-    }
-}
-
 TEST(Options, OpenADroppedFile) {
     const Options shown = ParseOptions({"--id", "i", "--window"});
     for (const auto& [name, command] : {std::pair(L"a b.glsl", "preview \"a b.glsl\""),
