@@ -141,8 +141,7 @@ void PrintOutcome(const Options& options, const FrameStatistics& statistics, con
                     statistics.percentile95Milliseconds, statistics.worstMilliseconds);
     }
     if (!options.check && !options.info) {
-        // As the user wrote it: under Wine an absolute path would be useless.
-        const std::string& picture = options.png.name;
+        const std::string& picture = options.png.name;  // Under Wine an absolute path would be useless.
         std::printf("picture     %s\n",
                     picture.empty() ? "none (use --png FILE to write one)" : picture.c_str());
         std::printf("frame size  %d x %d\n", last.width, last.height);
@@ -345,8 +344,8 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
 ExitStatus PackShader(const Options& options) {
     RequireWritableOutputs(options);
     const ShaderSource source = ReadShaderSource(options.source.path, {}, options.source.name);
-    PrintLines(source.errors);
     if (!source.errors.empty()) {
+        PrintLines(source.errors);
         return ExitStatus::Failed;
     }
     const char* const end = source.document.ends_with('\n') ? "" : "\n";
