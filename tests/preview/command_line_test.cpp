@@ -264,8 +264,12 @@ TEST_F(PipedRun, RemovesItsFilesIfItCrashes) {
     Write("c.glsl", (mark + "\n" + kColumns).c_str());
     const auto staged = [&] {
         std::size_t count = 0;
-        for (const auto& entry : std::filesystem::directory_iterator("D:\\Moonreel")) {
-            count += entry.is_regular_file() && ReadInputFile(entry.path()).find(mark) != std::string::npos;
+        std::error_code none;  // The last program that ends removes the folder.
+        for (const auto& entry : std::filesystem::directory_iterator("D:\\Moonreel", none)) {
+            std::string line;
+            for (std::ifstream file(entry.path()); std::getline(file, line);) {
+                count += line.find(mark) != std::string::npos;
+            }
         }
         return count;
     };
