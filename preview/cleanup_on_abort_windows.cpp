@@ -13,10 +13,11 @@ namespace {
 std::atomic<bool> stopRequested = false;
 std::atomic<StagedShader*> guardedShader = nullptr;
 
-/// When the console closes or the session ends, the system terminates the program after this time or as
-/// soon as the handler returns, so the handler waits for the run to clean up.
-constexpr DWORD kMaxWaitMilliseconds = 5000;
-constexpr DWORD kWaitStepMilliseconds = 10;
+void RemoveShader() {
+    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
+        shader->Remove();
+    }
+}
 
 void Print(const char* text) {
     std::fprintf(stderr, "preview: %s\n", text);
@@ -25,29 +26,24 @@ void Print(const char* text) {
 
 /// Does not return.
 void Abort(const char* reason) {
-    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
-        shader->Remove();
-    }
+    RemoveShader();
     Print(reason);
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::Failed));
 }
 
 /// A frame may take long, and a driver may compile a shader for minutes: the second Ctrl-C does not wait.
-BOOL OnInterrupt(bool again) {
-    if (again) {
-        Abort("interrupted");
-    }
-    Print("stopping after this frame; press Ctrl-C again to stop immediately");
-    return TRUE;
-}
-
 BOOL WINAPI OnConsoleEvent(DWORD event) {
     const bool again = stopRequested.exchange(true);
-    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) {
-        return OnInterrupt(again);
-    }
-    for (DWORD waited = 0; guardedShader && waited < kMaxWaitMilliseconds; waited += kWaitStepMilliseconds) {
-        Sleep(kWaitStepMilliseconds);
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
+        // The console closes or the session ends: the system terminates the program after 5 seconds or as
+        // soon as the handler returns, so the run gets time to clean up.
+        for (int waited = 0; guardedShader && waited < 5000; waited += 10) {
+            Sleep(10);
+        }
+    } else if (again) {
+        Abort("interrupted");
+    } else {
+        Print("stopping after this frame; press Ctrl-C again to stop immediately");
     }
     return TRUE;
 }
@@ -72,9 +68,7 @@ CleanupOnAbort::CleanupOnAbort(StagedShader& shader) {
 CleanupOnAbort::~CleanupOnAbort() {
     SetUnhandledExceptionFilter(nullptr);
     SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
-    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
-        shader->Remove();
-    }
+    RemoveShader();
 }
 
 const std::atomic<bool>& CleanupOnAbort::StopRequested() const noexcept {

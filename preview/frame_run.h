@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "preview/host/host_session.h"
@@ -22,7 +23,7 @@ struct FrameRunOptions {
     std::function<void(int)> frameDrawn = {};
 };
 
-/// Shows a progress bar on stderr if that is a console and the run takes longer than a second.
+/// Counts the frames on stderr if that is a console.
 std::vector<FrameRecord> RunFrames(HostSession& session, const FrameRunOptions& options);
 
 }  // namespace pixelforge::preview

@@ -3,10 +3,12 @@
 
 #include <fcntl.h>
 #include <io.h>
-#include <shellapi.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
+#include <iterator>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -17,40 +19,11 @@ namespace {
 
 using namespace pixelforge::preview;
 
-/// UTF-8 and plain "\n" on both streams, console or pipe. Restores the console's code page, because the
-/// console outlives the program.
-class Utf8Streams {
-public:
-    Utf8Streams() : previousCodePage_(GetConsoleOutputCP()) {
-        SetConsoleOutputCP(CP_UTF8);
-        _setmode(_fileno(stdout), _O_BINARY);
-        _setmode(_fileno(stderr), _O_BINARY);
-    }
-    ~Utf8Streams() {
-        std::fflush(stdout);
-        std::fflush(stderr);
-        SetConsoleOutputCP(previousCodePage_);
-    }
-    Utf8Streams(const Utf8Streams&) = delete;
-    Utf8Streams& operator=(const Utf8Streams&) = delete;
-
-private:
-    UINT previousCodePage_;
-};
-
-std::vector<std::string> Arguments() {
-    int count = 0;
-    wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+ExitStatus RunCommand(std::span<wchar_t*> words) {
     std::vector<std::string> arguments;
-    for (int i = 1; i < count; ++i) {
-        arguments.push_back(pixelforge::ToUtf8(wide[i]));
-    }
-    LocalFree(wide);
-    return arguments;
-}
-
-ExitStatus RunCommand() {
-    const Options options = ParseOptions(Arguments());
+    std::ranges::transform(words, std::back_inserter(arguments),
+                           [](auto* word) { return pixelforge::ToUtf8(word); });
+    const Options options = ParseOptions(arguments);
     if (!options.helpText.empty()) {
         std::fputs(options.helpText.c_str(), stdout);
         return ExitStatus::Drawn;
@@ -58,10 +31,9 @@ ExitStatus RunCommand() {
     return RunPreview(options);
 }
 
-ExitStatus RunAndReport() {
-    const Utf8Streams streams;
+ExitStatus RunAndReport(std::span<wchar_t*> words) {
     try {
-        return RunCommand();
+        return RunCommand(words);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "preview: %s\n", error.what());
         const auto* hostError = dynamic_cast<const HostError*>(&error);
@@ -71,11 +43,19 @@ ExitStatus RunAndReport() {
 
 }  // namespace
 
-int main() {
+int wmain(int count, wchar_t** words) {
     // The current folder becomes that of a stranger's shader: no library is looked up there.
     SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
-    const ExitStatus status = RunAndReport();
+    // UTF-8 and plain "\n" on both streams. The console and its code page outlive the program.
+    const UINT codePage = GetConsoleOutputCP();
+    SetConsoleOutputCP(CP_UTF8);
+    _setmode(_fileno(stdout), _O_BINARY);
+    _setmode(_fileno(stderr), _O_BINARY);
+    const ExitStatus status = RunAndReport(std::span(words, static_cast<std::size_t>(count)).subspan(1));
+    std::fflush(nullptr);
+    SetConsoleOutputCP(codePage);
     // Everything of ours is closed. An ordinary exit runs the graphics driver's clean-up, which under Wine
     // can crash or exceed the time that the server allows, and then the status would be lost.
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(status));
+    return 0;
 }

@@ -12,25 +12,34 @@
 
 namespace pixelforge::preview {
 
-/// Paths are UTF-8 as the user wrote them; empty if the option is missing.
+/// As the user wrote it (UTF-8), for messages, and absolute, because the current folder changes to the
+/// shader's. Both are empty if the option is missing.
+struct UserPath {
+    std::string name = {};
+    std::wstring path = {};
+};
+
+enum class SourceKind { None, File, Playlist, Identifier };
+
+/// The path that stands for standard output.
+inline constexpr const char* kStandardOutput = "-";
+
 struct Options {
-    std::string documentPath;
-    std::string playlistPath;
-    std::string shaderId;       ///< identifier at the web service
-    std::string forgetId;       ///< identifier of the shader to remove from the cache first
-    std::int32_t width = 1280;  ///< pixels
-    std::int32_t height = 720;
+    SourceKind kind = SourceKind::None;
+    UserPath source;           ///< for an identifier at the web service only the name
+    std::string forgetId;      ///< identifier of the shader to remove from the cache first
+    SIZE size = {1280, 720};   ///< pixels
     std::int32_t frames = 60;  ///< 0: until the window is closed
-    std::string pngPath;
-    std::string framesFolder;
-    std::string reportPath;
-    std::string videoPath;              ///< "-": standard output
+    UserPath png;
+    UserPath framesFolder;
+    UserPath report;
+    UserPath video;                     ///< `kStandardOutput` or a file
     std::int32_t framesPerSecond = 60;  ///< of the video
-    std::string favouritesPath;
+    UserPath favourites;
     std::int32_t secondsPerPick = 0;  ///< of a playlist in the window; 0: until a key is pressed
-    std::string includeFolder;
-    std::string eventsPath;
-    std::string packPath;                  ///< only write the shader's document
+    UserPath includeFolder;
+    UserPath events;
+    UserPath packed;                       ///< only write the shader's document
     std::vector<ControlSetting> settings;  ///< those of --tiles, --mirror and --foreground first
     std::int32_t levels = 0;               ///< divisor of level output; 0: colours
     bool realTime = false;                 ///< "Speed" is the time since the previous frame
@@ -47,25 +56,14 @@ struct Options {
     std::string helpText;  ///< if not empty, print it and exit
 };
 
-/// What a run writes, in the order of `kOutputs`.
-enum class Output { Picture, Frames, Report, Video, Favourites };
-
-/// Before the first frame the missing folders of the path are created, and it is tested for writing.
-struct OutputRow {
-    const char* option;
-    std::string Options::*path;
-    bool folder;
-};
-
-inline constexpr OutputRow kOutputs[] = {
-    {"--png", &Options::pngPath, false},
-    {"--frames-dir", &Options::framesFolder, true},
-    {"--report", &Options::reportPath, false},
-    {"--video", &Options::videoPath, false},
-    {"--favourites", &Options::favouritesPath, false},
-};
-
 /// Parses the arguments (UTF-8, without the program's name). Throws `HostError` with `WrongUsage`.
 Options ParseOptions(const std::vector<std::string>& arguments);
+
+/// The command line that opens the shader, without its settings.
+std::string CommandOf(const Options& options);
+
+/// For the view that follows when this file is dropped on the window: a playlist, a picture for channel 0 of
+/// the current shader, or else a shader. Throws `HostError` if the file cannot be used.
+Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state);
 
 }  // namespace pixelforge::preview

@@ -5,9 +5,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cwchar>
+#include <filesystem>
 #include <functional>
 #include <optional>
-#include <string_view>
 #include <utility>
 
 #include "base/file.h"
@@ -15,14 +16,12 @@
 #include "base/text.h"
 #include "preview/cleanup_on_abort.h"
 #include "preview/documents/opened_shader.h"
-#include "preview/documents/shader_source.h"
 #include "preview/documents/source_faults.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
 #include "preview/report.h"
-#include "preview/run_paths.h"
 #include "preview/video.h"
 #include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
@@ -32,319 +31,346 @@
 namespace pixelforge::preview {
 namespace {
 
-void PrintError(const std::string& text) {
+void PrintLine(const std::string& text) {
     std::fprintf(stderr, "%s\n", text.c_str());
 }
 
 void PrintLines(const std::vector<std::string>& lines) {
-    for (const std::string& line : lines) {
-        PrintError(line);
-    }
-}
-
-std::optional<EventPlayer> ReadEvents(const Options& options) {
-    if (options.eventsPath.empty()) {
-        return std::nullopt;
-    }
-    const std::string text = ReadInputFile(AbsolutePath(options.eventsPath));
-    return EventPlayer(ParseInputEvents(text, options.eventsPath));
-}
-
-SessionOptions SessionOptionsOf(const Options& options, const StagedShader& shader) {
-    return {.width = options.width,
-            .height = options.height,
-            .playlistName = shader.PlaylistName(),
-            .settings = options.settings,
-            .levelDivisor = options.levels != 0 ? options.levels : kPaletteColors,
-            .levelOutput = options.levels != 0 ? 1 : 0,
-            .autoOffscreen = true};
+    std::ranges::for_each(lines, PrintLine);
 }
 
 /// Shared by runs with and without a window.
 struct Run {
     const Options& options;
-    const Paths& paths;
     OpenedShader& shader;
-    std::optional<Options>& next;  ///< a run that follows this one
-    EventPlayer* events;
-    const std::atomic<bool>* stop = nullptr;
+    DebugCapture& capture;
+    std::wstring pictureStem;  ///< of the live view, in the initial folder
+    std::optional<EventPlayer> events = {};
+
+    EventPlayer* Events() { return events ? &*events : nullptr; }
+
+    /// What is wrong with the shader, for the user.
+    std::vector<std::string> Messages() const {
+        if (!shader.Errors().empty()) {
+            return shader.Errors();
+        }
+        const std::string alias = ToUtf8(shader.Staged().AliasPath());
+        return EditorLines(ReadableLines(capture.Lines(), alias, options.source.name), shader.Names());
+    }
 };
 
-/// The result of a run without a window, after its session.
-struct Outcome {
-    std::vector<FrameRecord> frames;
-    std::wstring infoText;  ///< copied before the module's clean-up clears it
-    std::int32_t width;     ///< of the last frame
-    std::int32_t height;
-    std::string pictureError;  ///< why the last frame could not be written; empty if it was
-};
+SessionOptions SessionOptionsOf(const Run& run) {
+    const std::int32_t levels = run.options.levels;
+    return {.width = run.options.size.cx,
+            .height = run.options.size.cy,
+            .playlistName = run.shader.Staged().PlaylistName(),
+            .settings = run.options.settings,
+            .levelDivisor = levels != 0 ? levels : kPaletteColors,
+            .levelOutput = levels != 0 ? 1 : 0,
+            .autoOffscreen = true};
+}
 
-Outcome DrawFrames(const Run& run, const ModuleLibrary& library) {
-    HostSession session(library, SessionOptionsOf(run.options, run.shader.Staged()));
-    session.Open();
+std::wstring NumberedPicture(const UserPath& folder, int number) {
+    wchar_t name[32];
+    std::swprintf(name, 32, L"\\frame-%05d.png", number);
+    return folder.path + name;
+}
+
+std::vector<FrameRecord> DrawFrames(Run& run, HostSession& session, const std::atomic<bool>& stop) {
+    const Options& options = run.options;
     std::optional<VideoWriter> video;
-    if (const std::wstring& path = run.paths.Of(Output::Video); !path.empty()) {
-        video.emplace(path, run.options.framesPerSecond);
+    if (!options.video.name.empty()) {
+        video.emplace(options.video, options.framesPerSecond);
     }
-    std::vector<FrameRecord> frames = RunFrames(
-        session, {.frames = run.options.frames,
-                  .checksums = !run.paths.Of(Output::Report).empty(),
-                  .realTime = run.options.realTime,
-                  .stop = run.stop,
-                  .events = run.events,
-                  .frameDrawn = [&](int count) {
-                      if (!run.paths.Of(Output::Frames).empty()) {
-                          WritePng(NumberedPicture(run.paths.Of(Output::Frames), count), session.Picture());
-                      }
-                      if (video) {
-                          video->Write(session.Picture());
-                      }
-                  }});
-    std::string pictureError;
-    if (!run.paths.Of(Output::Picture).empty() && Summarize(frames).failed == 0) {
-        const std::wstring& path = run.paths.Of(Output::Picture);
-        pictureError = FailureOf([&] {
-            run.options.bench ? WriteFrameGraph(path, MeasuredTimes(frames))
-                              : WritePng(path, session.Picture());
-        });
-    }
-    return {std::move(frames), HostSession::InfoText(), session.Context().width, session.Context().height,
-            pictureError};
+    return RunFrames(session, {.frames = options.frames,
+                               .checksums = !options.report.name.empty(),
+                               .realTime = options.realTime,
+                               .stop = &stop,
+                               .events = run.Events(),
+                               .frameDrawn = [&](int count) {
+                                   if (!options.framesFolder.name.empty()) {
+                                       WritePng(NumberedPicture(options.framesFolder, count),
+                                                session.Picture());
+                                   }
+                                   if (video) {
+                                       video->Write(session.Picture());
+                                   }
+                               }});
 }
 
-ExitStatus StatusOf(const FrameStatistics& statistics) {
-    return statistics.drawn > 0 && statistics.failed == 0 ? ExitStatus::Drawn : ExitStatus::Failed;
-}
-
-void ExplainFailure(const FrameStatistics& statistics, bool anyLine) {
-    if (statistics.failed == 0) {
-        PrintError("preview: no frame was drawn, although the module reported no failure");
-    } else if (statistics.drawn == 0) {
-        PrintError(std::string("preview: the shader could not be drawn") +
-                   (anyLine ? "" : "; the module reported no reason"));
-    } else {
-        PrintError("preview: " + std::to_string(statistics.failed) + " frames failed");
-    }
-}
-
-/// Shows the picture's path as the user wrote it: under Wine an absolute path would be useless.
-void PrintSummary(const Options& options, const Outcome& outcome, const FrameStatistics& statistics) {
-    const char* const picture =
-        options.pngPath.empty() ? "none (use --png FILE to write one)" : options.pngPath.c_str();
-    std::printf("picture     %s\n", picture);
-    std::printf("frame size  %d x %d\n", static_cast<int>(outcome.width), static_cast<int>(outcome.height));
-    std::printf("frame rate  %.1f frames per second (median of %zu)\n", statistics.framesPerSecond,
-                statistics.measured);
-}
-
-void WriteReport(const Options& options, const Paths& paths, ExitStatus status,
-                 const std::vector<FrameRecord>& frames, const std::vector<std::string>& lines,
+void WriteReport(const Options& options, ExitStatus status, const std::vector<FrameRecord>& frames,
+                 const std::vector<std::string>& lines,
                  const std::optional<std::vector<PlaylistFailure>>& failedPicks = {}) {
-    if (paths.Of(Output::Report).empty()) {
-        return;
-    }
-    const std::string json = ReportJson({.shader = SourceName(options),
-                                         .width = options.width,
-                                         .height = options.height,
-                                         .exitStatus = static_cast<int>(status),
-                                         .gl = QueryGlInfo(),
-                                         .frames = frames,
-                                         .debugLines = lines,
-                                         .failedPicks = failedPicks});
-    WriteOutputFile(paths.Of(Output::Report), BytesOf(json));
-}
-
-void PrintBench(const FrameStatistics& statistics) {
-    std::printf("whole frame, %zu frames   median      95 %%     worst\n", statistics.measured);
-    std::printf("milliseconds        %10.2f%10.2f%10.2f\n", statistics.medianMilliseconds,
-                statistics.percentile95Milliseconds, statistics.worstMilliseconds);
-}
-
-void PrintNotice(const std::wstring& infoText) {
-    const auto notice = ReadNotice(infoText);
-    std::fputs(notice ? NoticeAsPlainText(*notice).c_str() : "", stdout);
-}
-
-void PrintOutcome(const Run& run, const Outcome& outcome, const FrameStatistics& statistics) {
-    if (run.options.info) {
-        PrintNotice(outcome.infoText);
-    }
-    if (run.options.bench) {
-        PrintBench(statistics);
-    }
-    if (!run.options.check && !run.options.info) {
-        PrintSummary(run.options, outcome, statistics);
+    if (!options.report.name.empty()) {
+        const std::string json = ReportJson({.shader = options.source.name,
+                                             .width = options.size.cx,
+                                             .height = options.size.cy,
+                                             .exitStatus = static_cast<int>(status),
+                                             .frames = frames,
+                                             .debugLines = lines,
+                                             .failedPicks = failedPicks});
+        WriteOutputFile(options.report.path, BytesOf(json));
     }
 }
 
-using Messages = std::function<std::vector<std::string>()>;
+void WritePicture(const Options& options, const std::vector<FrameRecord>& frames, HostSession& session) {
+    if (options.bench) {
+        WriteFrameGraph(options.png.path, MeasuredTimes(frames));
+    } else {
+        WritePng(options.png.path, session.Picture());
+    }
+}
 
-ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const DebugCapture& capture,
-                            const Messages& readableLines) {
-    const Outcome outcome = DrawFrames(run, library);
-    const FrameStatistics statistics = Summarize(outcome.frames);
-    const ExitStatus status = outcome.pictureError.empty() ? StatusOf(statistics) : ExitStatus::Failed;
+void PrintFailure(const FrameStatistics& statistics, bool anyLine) {
+    if (statistics.drawn > 0) {
+        PrintLine("preview: " + std::to_string(statistics.failed) + " frames failed");
+    } else {
+        PrintLine(std::string("preview: the shader could not be drawn") +
+                  (anyLine ? "" : "; the module reported no reason"));
+    }
+}
+
+void PrintOutcome(const Options& options, const FrameStatistics& statistics, const std::wstring& infoText,
+                  const DrawContext& last) {
+    if (const auto notice = ReadNotice(infoText); options.info && notice) {
+        std::fputs(NoticeAsPlainText(*notice).c_str(), stdout);
+    }
+    if (options.bench) {
+        std::printf("whole frame, %td frames   median      95 %%     worst\n", statistics.measured);
+        std::printf("milliseconds        %10.2f%10.2f%10.2f\n", statistics.medianMilliseconds,
+                    statistics.percentile95Milliseconds, statistics.worstMilliseconds);
+    }
+    if (!options.check && !options.info) {
+        const std::string& picture = options.png.name;  // Under Wine an absolute path would be useless.
+        std::printf("picture     %s\n",
+                    picture.empty() ? "none (use --png FILE to write one)" : picture.c_str());
+        std::printf("frame size  %d x %d\n", last.width, last.height);
+        std::printf("frame rate  %.1f frames per second (median of %td)\n", statistics.framesPerSecond,
+                    statistics.measured);
+    }
+}
+
+ExitStatus RunWithoutWindow(Run& run, const ModuleLibrary& library, const std::atomic<bool>& stop) {
+    HostSession session(library, SessionOptionsOf(run));
+    session.Open();
+    const std::vector<FrameRecord> frames = DrawFrames(run, session, stop);
+    const FrameStatistics statistics = Summarize(frames);
+    const bool drawn = statistics.drawn > 0 && statistics.failed == 0;
+    if (drawn && !run.options.png.name.empty()) {
+        WritePicture(run.options, frames, session);
+    }
+    const std::wstring infoText = HostSession::InfoText();  // The module's clean-up clears it.
+    session.Close();
+    const ExitStatus status = drawn ? ExitStatus::Drawn : ExitStatus::Failed;
     const std::vector<std::string>& errors = run.shader.Errors();
-    WriteReport(run.options, run.paths, status, outcome.frames, errors.empty() ? capture.Lines() : errors);
-    if (!outcome.pictureError.empty()) {
-        throw HostError(ExitStatus::Failed, outcome.pictureError);
-    }
-    const std::vector<std::string> lines = readableLines();
+    WriteReport(run.options, status, frames, errors.empty() ? run.capture.Lines() : errors);
+    const std::vector<std::string> lines = run.Messages();
     PrintLines(run.shader.Warnings());
     PrintLines(lines);
-    if (status == ExitStatus::Drawn) {
-        PrintOutcome(run, outcome, statistics);
+    if (drawn) {
+        PrintOutcome(run.options, statistics, infoText, session.Context());
     } else {
-        ExplainFailure(statistics, !lines.empty());
+        PrintFailure(statistics, !lines.empty());
     }
     return status;
-}
-
-/// The shader's file name without extension, in the initial folder.
-std::wstring PictureStem(const Paths& paths) {
-    const std::wstring name = FileNameOf(paths.source);
-    return paths.start + L"\\" + name.substr(0, name.rfind(L'.'));
-}
-
-std::optional<PlaylistPlayer> OpenPlaylist(const Run& run) {
-    if (run.options.playlistPath.empty()) {
-        return std::nullopt;
-    }
-    const std::wstring& favourites = run.paths.Of(Output::Favourites);
-    return std::optional<PlaylistPlayer>(
-        std::in_place,
-        PlaylistFiles{run.paths.source, run.options.playlistPath,
-                      favourites.empty() ? FolderOf(run.paths.source) + L"favourites.txt" : favourites},
-        run.shader.Staged(), std::chrono::seconds(run.options.secondsPerPick));
 }
 
 void PrintFailedPicks(const PlaylistPlayer& playlist) {
     const auto failures = playlist.Order().Failures();
     if (!failures.empty()) {
-        PrintError("preview: failed to load " + std::to_string(failures.size()) + " of the playlist's " +
-                   std::to_string(playlist.Order().LineCount()) + " shaders:");
+        PrintLine("preview: failed to load " + std::to_string(failures.size()) + " of the playlist's " +
+                  std::to_string(playlist.Order().LineCount()) + " shaders:");
     }
     for (const PlaylistFailure& failure : failures) {
-        PrintError(playlist.NameOf(failure.line) + ": " +
-                   failure.reason.substr(0, failure.reason.find('\n')));
+        PrintLine(playlist.NameOf(failure.line) + ": " + failure.reason.substr(0, failure.reason.find('\n')));
     }
 }
 
-ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, DebugCapture& capture,
-                       const Messages& readableLines) {
-    auto playlist = OpenPlaylist(run);
+/// `next` is set to what a file dropped on the window asks for.
+ExitStatus RunInWindow(Run& run, const ModuleLibrary& library, const std::atomic<bool>& stop,
+                       std::optional<Options>& next) {
+    const Options& options = run.options;
+    std::optional<PlaylistPlayer> playlist;
+    if (options.kind == SourceKind::Playlist) {
+        const std::wstring& favourites = options.favourites.path;
+        playlist.emplace(PlaylistFiles{options.source.path, options.source.name,
+                                       favourites.empty() ? FolderOf(options.source.path) + L"favourites.txt"
+                                                          : favourites},
+                         run.shader.Staged(), std::chrono::seconds(options.secondsPerPick));
+    }
     const ExitStatus status = RunLiveView(
         library.Functions(),
-        {.session = SessionOptionsOf(run.options, run.shader.Staged()),
-         .name = SourceName(run.options),
-         .pictureStem = PictureStem(run.paths),
-         .lastPicture = run.paths.Of(Output::Picture),
-         .frames = run.options.frames,
-         .events = run.events,
-         .stop = run.stop,
-         .realTime = run.options.realTime,
-         .fullScreen = run.options.fullScreen,
-         .monitor = run.options.monitor,
-         .scale = run.options.scale,
+        {.session = SessionOptionsOf(run),
+         .name = options.source.name,
+         .pictureStem = run.pictureStem,
+         .lastPicture = options.png.path,
+         .frames = options.frames,
+         .events = run.Events(),
+         .stop = &stop,
+         .realTime = options.realTime,
+         .fullScreen = options.fullScreen,
+         .monitor = options.monitor,
+         .scale = options.scale,
          .playlist = playlist ? &*playlist : nullptr,
-         .command = [&] { return CommandOf(run.options); },
-         .place = run.options.place,
-         .fileDropped = [&](const std::wstring& path,
-                            const ViewState& state) { run.next = OptionsForFile(run.options, path, state); },
-         .sourceChanged = run.options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
+         .command = [&] { return CommandOf(options); },
+         .place = options.place,
+         .fileDropped = [&](auto& path, auto& state) { next = OptionsForFile(options, path, state); },
+         .sourceChanged = options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
          .warnings = [&] { return run.shader.Warnings(); },
          .takeMessages =
              [&] {
-                 auto lines = readableLines();
-                 capture.Clear();
+                 auto lines = run.Messages();
+                 run.capture.Clear();
                  return lines;
              }});
     if (playlist) {
         PrintFailedPicks(*playlist);
-        WriteReport(run.options, run.paths, status, {}, {}, playlist->Order().Failures());
+        WriteReport(options, status, {}, {}, playlist->Order().Failures());
     }
     return status;
 }
 
-/// A shader from the service has no folder.
-void EnterFolder(const Options& options, const Paths& paths, std::optional<WorkingFolder>& folder) {
-    if (options.shaderId.empty() && !folder.emplace(paths.source).Entered()) {
-        PrintError(
-            "preview: the path of the shader's folder is too long; files beside the shader will not be "
-            "found");
-    }
+constexpr const wchar_t* kIncludeVariable = L"FOLDER_SHADERINCLUDE";
+
+/// Why the module cannot use the folder; null if it can.
+const char* FaultOfFolder(const std::wstring& path) {
+    return !IsExistingFolder(path.c_str()) ? "not a folder"
+           : path.size() >= kPathUnits     ? "too long"
+                                           : nullptr;
 }
 
-OpenedShader OpenShader(const Options& options, const Paths& paths) {
-    if (!options.shaderId.empty()) {
-        return OpenedShader::OfIdentifier(options.shaderId);
+/// Of the environment, as the module reads it. Prints what is wrong with it.
+IncludeFolder InheritedIncludeFolder(const UserPath& source) {
+    const wchar_t* const value = _wgetenv(kIncludeVariable);
+    if (!value) {
+        return {};
     }
-    if (options.documentPath.empty()) {
-        PrintLines(PlaylistFaults(ReadInputFile(paths.source), options.playlistPath));
-        return OpenedShader::OfPlaylist(paths.source);
+    const std::string start = "preview: FOLDER_SHADERINCLUDE: ";
+    const std::string name = ToUtf8(value);
+    const std::filesystem::path joined = std::filesystem::path(FolderOf(source.path)) / value;
+    const std::wstring path = AbsolutePath(ToUtf8(joined.native()));
+    if (const char* const fault = FaultOfFolder(path)) {
+        PrintLine(start + "the module ignores \"" + name + "\": " + fault);
+        return {};
     }
-    OpenedShader shader = OpenedShader::OfFile(paths.source, paths.include, options.documentPath);
+    if (std::filesystem::path(value).has_root_path()) {
+        return {path, name};
+    }
+    PrintLine(start + "\"" + name +
+              "\" is a relative path; preview looks for it in the shader's folder, a host in its own current "
+              "folder");
+    return {path, source.name.substr(0, source.name.find_last_of("/\\") + 1) + name};
+}
+
+/// Passes the folder of --include to the module. Without the option, reads the variable as the module does.
+IncludeFolder PublishIncludeFolder(const Options& options) {
+    const auto& [name, path] = options.includeFolder;
+    if (const char* const fault = name.empty() ? nullptr : FaultOfFolder(path)) {
+        throw HostError(ExitStatus::WrongUsage, "--include: " + name + ": " + fault);
+    }
+    const IncludeFolder folder =
+        name.empty() ? InheritedIncludeFolder(options.source) : IncludeFolder{path, name};
+    if (!folder.path.empty()) {
+        SetEnvironmentVariableW(kIncludeVariable, folder.path.c_str());
+    }
+    return folder;
+}
+
+OpenedShader OpenShader(const Options& options) {
+    const IncludeFolder include = PublishIncludeFolder(options);
+    if (options.kind == SourceKind::Identifier) {
+        return OpenedShader::OfIdentifier(options.source.name);
+    }
+    if (options.kind == SourceKind::Playlist) {
+        PrintLines(PlaylistFaults(ReadInputFile(options.source.path), options.source.name));
+        return OpenedShader::OfPlaylist(options.source.path);
+    }
+    OpenedShader shader = OpenedShader::OfFile(options.source.path, include, options.source.name);
     if (!options.picturePath.empty()) {
         shader.UsePicture(options.picturePath);
     }
     if (!shader.Conversion().empty()) {
-        PrintError("preview: " + options.documentPath + ": " + shader.Conversion());
+        PrintLine("preview: " + options.source.name + ": " + shader.Conversion());
     }
     return shader;
 }
 
-/// In the data folder that the module publishes when it is loaded.
-std::wstring CachedFile(const std::string& identifier) {
-    CacheEntry entry;
-    wchar_t url[kPathUnits];
-    wchar_t folder[kPathUnits] = {};
-    if (!FormatShaderUrl(FromUtf8(identifier).c_str(), url) || !ClassifyUrl(url, entry)) {
-        throw HostError(ExitStatus::WrongUsage,
-                        "--forget: \"" + identifier + "\" is not a shader identifier");
+/// Otherwise a long run would be lost at its end.
+void RequireWritableOutputs(const Options& options) {
+    const UserPath firstFrame = {options.framesFolder.name, NumberedPicture(options.framesFolder, 1)};
+    for (const auto& [option, output] : {std::pair("--png", options.png),
+                                         {"--frames-dir", firstFrame},
+                                         {"--report", options.report},
+                                         {"--video", options.video},
+                                         {"--favourites", options.favourites},
+                                         {"--pack", options.packed}}) {
+        if (!output.name.empty() && output.name != kStandardOutput) {
+            const std::string failure = FailureOf([&] { RequireWritable(output.path); });
+            if (!failure.empty()) {
+                throw HostError(ExitStatus::WrongUsage, std::string(option) + ": " + failure);
+            }
+        }
     }
-    const ModuleLibrary library;
-    const DWORD units =
-        ExpandEnvironmentStringsW(L"%DAT_BASEFOLDER%\\Pixelforge\\PixelforgeCache\\", folder, kPathUnits);
-    if (units == 0 || units + std::wstring_view(entry.name).size() > kPathUnits) {
-        throw HostError(ExitStatus::Failed, "--forget: the path of the module's cache is too long");
-    }
-    return std::wstring(folder) + entry.name;
 }
 
-/// Draws the shader once; `next` is what a file dropped on the window asks for.
+/// Draws the shader once; `next` is the run that follows.
 ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
-    Paths paths = ResolvePaths(options);
-    SetIncludeFolder(options, paths);
-    std::optional<EventPlayer> events = ReadEvents(options);
-    OpenedShader shader = OpenShader(options, paths);
-    RequireWritableOutputs(paths);
+    OpenedShader shader = OpenShader(options);
+    RequireWritableOutputs(options);
     DebugCapture capture;
-    const Messages readableLines = [&] {
-        if (!shader.Errors().empty()) {
-            return shader.Errors();
-        }
-        return EditorLines(
-            ReadableLines(capture.Lines(), ToUtf8(shader.Staged().AliasPath()), SourceName(options)),
-            shader.Names());
-    };
+    const std::filesystem::path name(FromUtf8(options.source.name));
+    Run run{options, shader, capture, AbsolutePath(ToUtf8(name.stem().native()))};
+    if (!options.events.name.empty()) {
+        run.events.emplace(ParseInputEvents(ReadInputFile(options.events.path), options.events.name));
+    }
     try {
         std::optional<WorkingFolder> folder;
-        EnterFolder(options, paths, folder);
+        // A shader from the service has no folder.
+        if (options.kind != SourceKind::Identifier && !folder.emplace(options.source.path).Entered()) {
+            PrintLine(
+                "preview: the path of the shader's folder is too long; files beside the shader will not be "
+                "found");
+        }
         const CleanupOnAbort cleanup(shader.Staged());
         const ModuleLibrary library;
-        const Run run{options, paths, shader, next, events ? &*events : nullptr, &cleanup.StopRequested()};
-        return options.window ? RunInWindow(run, library, capture, readableLines)
-                              : RunWithoutWindow(run, library, capture, readableLines);
+        return options.window ? RunInWindow(run, library, cleanup.StopRequested(), next)
+                              : RunWithoutWindow(run, library, cleanup.StopRequested());
     } catch (const HostError&) {
-        PrintLines(readableLines());
+        PrintLines(run.Messages());
         throw;
     }
+}
+
+ExitStatus PackShader(const Options& options) {
+    RequireWritableOutputs(options);
+    const ShaderSource source = ReadShaderSource(options.source.path, {}, options.source.name);
+    if (!source.errors.empty()) {
+        PrintLines(source.errors);
+        return ExitStatus::Failed;
+    }
+    const char* const end = source.document.ends_with('\n') ? "" : "\n";
+    WriteOutputFile(options.packed.path, BytesOf(source.document + end));
+    std::printf("document    %s\n", options.packed.name.c_str());
+    return ExitStatus::Drawn;
 }
 
 }  // namespace
 
 void ForgetCachedShader(const std::string& identifier) {
-    const std::wstring file = CachedFile(identifier);
+    CacheEntry entry;
+    wchar_t url[kPathUnits];
+    if (!FormatShaderUrl(FromUtf8(identifier).c_str(), url) || !ClassifyUrl(url, entry)) {
+        throw HostError(ExitStatus::WrongUsage,
+                        "--forget: \"" + identifier + "\" is not a shader identifier");
+    }
+    // When it is loaded, the module publishes its data folder: an empty one if the path does not fit.
+    const ModuleLibrary library;
+    wchar_t folder[kPathUnits] = {};
+    const DWORD units = GetEnvironmentVariableW(L"DAT_BASEFOLDER", folder, kPathUnits);
+    const std::wstring file = folder + std::wstring(L"\\Pixelforge\\PixelforgeCache\\") + entry.name;
+    if (units == 0 || file.size() >= kPathUnits) {
+        throw HostError(ExitStatus::Failed, "--forget: the path of the module's cache is too long");
+    }
     if (DeleteFileW(file.c_str())) {
         std::printf("removed     %s\n", ToUtf8(file).c_str());
     } else if (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND) {
@@ -354,33 +380,15 @@ void ForgetCachedShader(const std::string& identifier) {
     }
 }
 
-ExitStatus PackShader(const Options& options) {
-    const ShaderSource source =
-        ReadShaderSource(AbsolutePath(options.documentPath), {}, options.documentPath);
-    PrintLines(source.errors);
-    if (!source.errors.empty()) {
-        return ExitStatus::Failed;
-    }
-    const std::wstring packed = AbsolutePath(options.packPath);
-    RequireWritableOutput("--pack", packed);
-    const bool ended = source.document.ends_with('\n');
-    WriteOutputFile(packed, BytesOf(source.document + (ended ? "" : "\n")));
-    std::printf("document    %s\n", options.packPath.c_str());
-    return ExitStatus::Drawn;
-}
-
 ExitStatus RunPreview(const Options& options) {
-    if (!options.packPath.empty()) {
+    if (!options.packed.name.empty()) {
         return PackShader(options);
     }
     if (!options.forgetId.empty()) {
         ForgetCachedShader(options.forgetId);
-        if (SourceName(options).empty()) {
-            return ExitStatus::Drawn;
-        }
     }
-    std::optional<Options> next = options;
-    ExitStatus status = ExitStatus::Failed;
+    ExitStatus status = ExitStatus::Drawn;
+    auto next = options.kind == SourceKind::None ? std::nullopt : std::optional(options);
     while (next) {
         const Options current = *std::exchange(next, std::nullopt);
         status = RunOnce(current, next);

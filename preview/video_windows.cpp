@@ -1,148 +1,107 @@
 // Colour conversion, and writes to the file or pipe.
 #include "preview/video.h"
 
+#include <windows.h>
+
 #include <fcntl.h>
 #include <io.h>
 
-#include <cstdio>
+#include <cerrno>
+#include <cstring>
 
-#include "base/file.h"
-#include "base/text.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 
 namespace pixelforge::preview {
 namespace {
 
-/// Weights of red, green and blue, times 65536, for 8-bit values of limited range (BT.601).
-struct Weights {
+/// One plane of 8-bit values of limited range (BT.601). The weights are multiplied by 65536.
+struct Plane {
     std::int32_t red;
     std::int32_t green;
     std::int32_t blue;
+    std::int32_t offset;
+    std::int32_t step;  ///< each value is the mean of this many pixels across and down
 };
-constexpr Weights kLuma = {16829, 33039, 6416};
-constexpr Weights kChromaBlue = {-9714, -19070, 28784};
-constexpr Weights kChromaRed = {28784, -24103, -4681};
-constexpr std::int32_t kBlack = 16;
-constexpr std::int32_t kNoColor = 128;
+constexpr Plane kPlanes[] = {
+    {16829, 33039, 6416, 16, 1}, {-9714, -19070, 28784, 128, 2}, {28784, -24103, -4681, 128, 2}};
 
-/// Sums of colour bytes; `shift` is 16 and two more for the mean of four pixels.
-struct Sums {
-    std::int32_t red = 0;
-    std::int32_t green = 0;
-    std::int32_t blue = 0;
-
-    void Add(const std::uint8_t* bgra) {
-        blue += bgra[0];
-        green += bgra[1];
-        red += bgra[2];
-    }
-
-    std::uint8_t Weighted(const Weights& weights, std::int32_t offset, int shift) const {
-        const std::int32_t sum = weights.red * red + weights.green * green + weights.blue * blue;
-        return static_cast<std::uint8_t>(((sum + (1 << (shift - 1))) >> shift) + offset);
-    }
-};
-
-void AppendLuma(const FramePixels& pixels, std::vector<std::uint8_t>& frame) {
-    for (std::int32_t y = 0; y < pixels.height; ++y) {
-        const auto row = pixels.Row(y);
-        for (std::size_t at = 0; at < row.size(); at += 4) {
-            Sums sums;
-            sums.Add(&row[at]);
-            frame.push_back(sums.Weighted(kLuma, kBlack, 16));
+/// Of the pixels from this position, counted from the upper left.
+char ValueAt(const Plane& plane, const FramePixels& pixels, std::int32_t x, std::int32_t y) {
+    std::int32_t sum = 0;
+    for (std::int32_t row = y; row < y + plane.step; ++row) {
+        const std::uint8_t* bgra = pixels.Row(row).data() + std::size_t{4} * static_cast<std::size_t>(x);
+        for (std::int32_t i = 0; i < plane.step; ++i, bgra += 4) {
+            sum += plane.red * bgra[2] + plane.green * bgra[1] + plane.blue * bgra[0];
         }
     }
+    const std::int32_t divisor = 65536 * plane.step * plane.step;
+    return static_cast<char>((sum + plane.offset * divisor + divisor / 2) / divisor);
 }
 
-void AppendChroma(const FramePixels& pixels, const Weights& weights, std::vector<std::uint8_t>& frame) {
-    for (std::int32_t y = 0; y < pixels.height; y += 2) {
-        const auto upper = pixels.Row(y);
-        const auto lower = pixels.Row(y + 1);
-        for (std::size_t at = 0; at < upper.size(); at += 8) {
-            Sums sums;
-            for (const std::uint8_t* pixel : {&upper[at], &upper[at + 4], &lower[at], &lower[at + 4]}) {
-                sums.Add(pixel);
+/// The frame's header and its three planes, Y, Cb, Cr, rows from the top.
+std::string FrameBytes(const FramePixels& pixels) {
+    std::string frame = "FRAME\n";
+    frame.reserve(frame.size() + pixels.bytes.size() / 8 * 3);
+    for (const Plane& plane : kPlanes) {
+        for (std::int32_t y = 0; y < pixels.height; y += plane.step) {
+            for (std::int32_t x = 0; x < pixels.width; x += plane.step) {
+                frame.push_back(ValueAt(plane, pixels, x, y));
             }
-            frame.push_back(sums.Weighted(weights, kNoColor, 18));
         }
     }
+    return frame;
 }
 
 /// Standard output itself becomes a copy of standard error.
-UniqueKernelHandle ReserveStandardOutput() {
-    const auto output = reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stdout)));
+std::FILE* ReserveStandardOutput() {
     DWORD mode = 0;
-    if (GetConsoleMode(output, &mode)) {
+    if (GetConsoleMode(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(stdout))), &mode)) {
         throw HostError(ExitStatus::WrongUsage,
                         "--video: standard output is a terminal; pipe it into another program");
     }
-    HANDLE reserved = nullptr;
-    const HANDLE process = GetCurrentProcess();
     std::fflush(stdout);
-    if (!DuplicateHandle(process, output, process, &reserved, 0, FALSE, DUPLICATE_SAME_ACCESS) ||
-        _dup2(_fileno(stderr), _fileno(stdout)) != 0) {
-        throw HostError(ExitStatus::Failed, WithLastError("cannot use standard output"));
-    }
-    return UniqueKernelHandle(reserved);
-}
-
-UniqueKernelHandle OpenTarget(const std::wstring& path) {
-    if (path == kStandardOutput) {
-        return ReserveStandardOutput();
-    }
-    auto file = AdoptFileHandle(CreateFileW(LongPath(path).c_str(), GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                            CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file) {
-        throw HostError(ExitStatus::Failed, WithLastError("cannot write " + ToUtf8(path)));
-    }
-    return file;
+    std::FILE* reserved = _fdopen(_dup(_fileno(stdout)), "wb");
+    _dup2(_fileno(stderr), _fileno(stdout));
+    return reserved;
 }
 
 }  // namespace
 
-std::string Y4mHeader(std::int32_t width, std::int32_t height, std::int32_t framesPerSecond) {
-    return "YUV4MPEG2 W" + std::to_string(width) + " H" + std::to_string(height) + " F" +
-           std::to_string(framesPerSecond) + ":1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED XMATRIX=BT.601\n";
+VideoWriter::VideoWriter(const UserPath& target, std::int32_t framesPerSecond)
+    : target_(target.name == kStandardOutput ? ReserveStandardOutput()
+                                             : _wfopen(LongPath(target.path).c_str(), L"wb"),
+              std::fclose),
+      name_(target.name == kStandardOutput ? "standard output" : target.name),
+      framesPerSecond_(framesPerSecond) {
+    if (!target_) {
+        throw HostError(ExitStatus::Failed, "--video: cannot write " + name_);
+    }
 }
 
-std::vector<std::uint8_t> Y4mFrame(const FramePixels& pixels) {
-    constexpr std::string_view kFrameHeader = "FRAME\n";
-    std::vector<std::uint8_t> frame(kFrameHeader.begin(), kFrameHeader.end());
-    frame.reserve(frame.size() + pixels.bytes.size() / 8 * 3);
-    AppendLuma(pixels, frame);
-    AppendChroma(pixels, kChromaBlue, frame);
-    AppendChroma(pixels, kChromaRed, frame);
-    return frame;
-}
-
-VideoWriter::VideoWriter(const std::wstring& path, std::int32_t framesPerSecond)
-    : target_(OpenTarget(path)),
-      name_(path == kStandardOutput ? "standard output" : ToUtf8(path)),
-      framesPerSecond_(framesPerSecond) {}
-
-void VideoWriter::WriteBytes(std::span<const std::uint8_t> bytes) {
-    if (WriteAll(target_.Get(), bytes)) {
+void VideoWriter::WriteBytes(const std::string& bytes) {
+    if (std::fwrite(bytes.data(), 1, bytes.size(), target_.get()) == bytes.size() &&
+        std::fflush(target_.get()) == 0) {
         return;
     }
-    const DWORD error = GetLastError();
-    const bool readerEnded =
-        error == ERROR_BROKEN_PIPE || error == ERROR_NO_DATA || error == ERROR_PIPE_NOT_CONNECTED;
-    throw HostError(ExitStatus::Failed, readerEnded
-                                            ? "--video: the program that reads " + name_ + " has ended"
-                                            : WithLastError("--video: cannot write " + name_));
+    const bool readerEnded = errno == EPIPE || (errno == EINVAL && name_ == "standard output");
+    throw HostError(ExitStatus::Failed,
+                    readerEnded ? "--video: the program that reads " + name_ + " has ended"
+                                : "--video: cannot write " + name_ + " (" + std::strerror(errno) + ")");
 }
 
 void VideoWriter::Write(const FramePixels& pixels) {
     if (width_ == 0) {
         width_ = pixels.width;
         height_ = pixels.height;
-        WriteBytes(BytesOf(Y4mHeader(width_, height_, framesPerSecond_)));
+        WriteBytes("YUV4MPEG2 W" + std::to_string(width_) + " H" + std::to_string(height_) + " F" +
+                   std::to_string(framesPerSecond_) +
+                   ":1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED XMATRIX=BT.601\n");
     }
     if (pixels.width != width_ || pixels.height != height_) {
         throw HostError(ExitStatus::Failed, "--video: the frame size has changed, which a video cannot");
     }
-    WriteBytes(Y4mFrame(pixels));
+    WriteBytes(FrameBytes(pixels));
 }
 
 }  // namespace pixelforge::preview

@@ -1,13 +1,18 @@
 // Opens and draws a run.
 #include "tests/end_to_end/module_run.h"
 
-#include <gtest/gtest.h>
+#include <stdexcept>
 
 #include "base/text.h"
 #include "preview/host/debug_capture.h"
 
 namespace pixelforge::test {
 namespace {
+
+preview::SessionOptions Named(preview::SessionOptions options, const std::string& playlist) {
+    options.playlistName = playlist;
+    return options;
+}
 
 /// One per process, which can have only one debugger.
 preview::DebugCapture& Capture() {
@@ -26,16 +31,19 @@ ModuleRun::ModuleRun(const std::string& document, const RunOptions& options,
                      const preview::ModuleLibrary& library)
     : ModuleRun(preview::StagedShader::OfDocument(BytesOf(document)), options, library) {}
 
-ModuleRun::ModuleRun(preview::StagedShader shader, RunOptions options, const preview::ModuleLibrary& library)
+ModuleRun::ModuleRun(preview::StagedShader shader, const RunOptions& options,
+                     const preview::ModuleLibrary& library)
     : firstLine_(Capture().Lines().size()),
       drop_(std::move(shader)),
-      session_(library, (options.playlistName = drop_.PlaylistName(), options)) {
+      session_(library, Named(options, drop_.PlaylistName())) {
     session_.Open();
 }
 
 DrawnRun::DrawnRun(std::string_view body, const std::vector<Input>& inputs, const RunOptions& options)
     : ModuleRun(ImageDocument(body, inputs), options) {
-    EXPECT_EQ(Frame(), FrameResult::Drawn) << Words();
+    if (Frame() != FrameResult::Drawn) {
+        throw std::runtime_error(Words());
+    }
 }
 
 FrameResult ModuleRun::Frames(int count) {

@@ -41,7 +41,7 @@ public:
     std::string Words() const;
 
     /// Of another playlist.
-    explicit ModuleRun(preview::StagedShader shader, RunOptions options = {},
+    explicit ModuleRun(preview::StagedShader shader, const RunOptions& options = {},
                        const preview::ModuleLibrary& library = Module());
 
 private:

@@ -20,7 +20,6 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     const std::string json = ReportJson({.shader = "C:\\a \"b\".json",
                                          .width = 640,
                                          .height = 360,
-                                         .gl = {},
                                          .frames = frames,
                                          .debugLines = {"Pass \"Image\": error", "\xC3\xA4"}});
     rapidjson::Document report;
@@ -37,7 +36,6 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
                                          {"measured", 198.0},
                                          {"medianMilliseconds", 99.5},
                                          {"percentile95Milliseconds", 189.0},
-                                         {"percentile99Milliseconds", 197.0},
                                          {"worstMilliseconds", 198.0},
                                          {"framesPerSecond", 10.050}}) {
         EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
@@ -47,12 +45,9 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
 
 TEST(Report, ListsTheFailuresOfAPlaylist) {
     rapidjson::Document report;
-    report.Parse(ReportJson({.shader = "p",
-                             .gl = {},
-                             .frames = {},
-                             .debugLines = {},
-                             .failedPicks = std::vector<PlaylistFailure>{{{12, "\xE4"}, "why"}}})
-                     .c_str());
+    report.Parse(
+        ReportJson({.shader = "p", .failedPicks = std::vector<PlaylistFailure>{{{12, "\xE4"}, "why"}}})
+            .c_str());
     const rapidjson::Value& pick = report["failedPicks"][0];
     EXPECT_EQ(pick["line"].GetInt(), 12);
     EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");

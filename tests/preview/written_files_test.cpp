@@ -1,9 +1,10 @@
 // What `preview` writes: PNG files, and the temporary files on drive D:.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <filesystem>
 #include <numeric>
 #include <optional>
+#include <thread>
 
 #include "base/bitmap.h"
 #include "base/file.h"
@@ -53,7 +54,7 @@ TEST(VideoFile, HoldsEachFrameInLimitedRange) {
         const FramePixels pixels = {.bytes = bytes, .width = 4, .height = 4, .bottomUp = bottomUp};
         const test::TempFile file("", L".y4m");
         {
-            VideoWriter video(file.Path(), 25);
+            VideoWriter video({"v", file.Path()}, 25);
             video.Write(pixels);
             video.Write(pixels);
             EXPECT_THROW(video.Write({.bytes = bytes, .width = 8, .height = 2}), HostError);
@@ -67,20 +68,6 @@ TEST(VideoFile, HoldsEachFrameInLimitedRange) {
 
 std::wstring PlaylistPath(const StagedShader& shader) {
     return L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(shader.PlaylistName());
-}
-
-TEST(OutputFile, IsTestedForWritingBeforeTheRun) {
-    const test::TempFile existing("kept", L".png");
-    const std::wstring folder = existing.Path() + L".folder";
-    RequireWritable(folder + L"\\a\\b.png");
-    EXPECT_TRUE(IsExistingFolder((folder + L"\\a").c_str()));
-    EXPECT_FALSE(IsExistingFile((folder + L"\\a\\b.png").c_str())) << "no empty file";
-    RequireWritable(existing.Path());
-    EXPECT_EQ(ReadInputFile(existing.Path()), "kept");
-    for (const std::wstring& path : {folder, existing.Path() + L"\\a.png", std::wstring(L"Q:\\a.png")}) {
-        EXPECT_THROW(RequireWritable(path), HostError) << ToUtf8(path);
-    }
-    std::filesystem::remove_all(folder);
 }
 
 TEST(StagedShader, RemovesTheFilesOfAKilledProgram) {
@@ -113,11 +100,28 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
 }
 
-TEST(OpenedShader, StagesNothingWhileItsCommentLinesAreWrong) {
+TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
     const test::TempFile file("//@ iChannel0 nothing\n", L".glsl");
     OpenedShader shader = OpenedShader::OfFile(file.Path(), {}, "dir/s.glsl");
     EXPECT_EQ(shader.Errors().size(), 1u);
     EXPECT_EQ(ReadInputFile(shader.Staged().AliasPath()), "");
+    const auto polled = [&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        return shader.Refresh();
+    };
+    EXPECT_FALSE(polled());
+    const auto time = std::filesystem::last_write_time(file.Path());
+    for (const char* text : {"void", "void mainImage(out vec4 c, in vec2 p) {}"}) {
+        WriteOutputFile(file.Path(), BytesOf(text));
+        std::filesystem::last_write_time(file.Path(), time);
+        EXPECT_FALSE(polled()) << "another write may follow";
+    }
+    auto writer = AdoptFileHandle(
+        CreateFileW(file.Path().c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    EXPECT_FALSE(polled()) << "still open for writing";
+    writer.Reset();
+    EXPECT_TRUE(polled());
+    EXPECT_THAT(ReadInputFile(shader.Staged().AliasPath()), testing::HasSubstr("mainImage"));
 }
 
 TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {

@@ -1,0 +1,286 @@
+// The program as a user starts it: arguments, then status, words and files.
+#include <gmock/gmock.h>
+#include <windows.h>
+
+#include <shellapi.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <span>
+#include <sstream>
+
+#include "base/bitmap.h"
+#include "base/win_handles.h"
+#include "media/image_decoder.h"
+#include "preview/host/file_paths.h"
+#include "preview/host/host_error.h"
+#include "preview/host/module_library.h"
+#include "preview/options.h"
+
+namespace pixelforge::preview {
+namespace {
+
+using std::filesystem::path;
+using testing::HasSubstr;
+
+/// 8 x 8 frames: white, grey and black columns.
+constexpr const char* kColumns =
+    "void mainImage(out vec4 c, in vec2 p) { c = vec4(p.x < 4. ? 1. : p.x < 6. ? .5 : 0.); }\n";
+
+struct Row {
+    const char* arguments;
+    DWORD status;
+    const char* words;
+
+    /// Name, and the upper row of a picture or a part of another file; null if it must not exist.
+    std::vector<std::pair<const char*, const char*>> files = {};
+};
+
+class CommandLine : public testing::Test {
+protected:
+    CommandLine()
+        : folder_(std::filesystem::temp_directory_path() /
+                  ("preview " + std::to_string(GetCurrentProcessId()))) {
+        std::filesystem::create_directories(folder_);
+        Write("a.glsl", kColumns);
+        Write("kept.png", "kept");
+        Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
+        Write("resize", "1 resize 16 4");
+        Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
+        Write("list", "p.json\n");
+    }
+    ~CommandLine() override {
+        End(1);
+        std::filesystem::remove_all(folder_);
+    }
+
+    void Write(const char* name, const char* text) const {
+        std::ofstream(folder_ / name, std::ios::binary) << text;
+    }
+    std::string Text(const char* name) const {
+        return (std::ostringstream() << std::ifstream(folder_ / name, std::ios::binary).rdbuf()).str();
+    }
+
+    /// Standard output goes to the other end of `output`, or with the errors to the file "words".
+    void Start(const std::string& arguments, HANDLE output = nullptr) {
+        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+        words_ = AdoptFileHandle(CreateFileW((folder_ / "words").c_str(), FILE_APPEND_DATA, FILE_SHARE_READ,
+                                             &inherited, CREATE_ALWAYS, 0, nullptr));
+        STARTUPINFOW startup = {};
+        startup.cb = sizeof startup;
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdError = words_.Get();
+        startup.hStdOutput = output ? output : words_.Get();
+        const path program = path(ModulePathBesideProgram()).replace_filename("preview.exe");
+        std::wstring line = L"preview " + FromUtf8(arguments);
+        PROCESS_INFORMATION process = {};
+        ASSERT_TRUE(CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                   folder_.c_str(), &startup, &process));
+        process_ = UniqueKernelHandle(process.hProcess);
+        CloseHandle(process.hThread);
+    }
+
+    DWORD End(DWORD patience = 60'000) {
+        DWORD status = ~0U;
+        if (process_ && WaitForSingleObject(process_.Get(), patience) != WAIT_OBJECT_0) {
+            TerminateProcess(process_.Get(), 99);
+        }
+        GetExitCodeProcess(process_.Get(), &status);
+        process_ = {};
+        words_ = {};
+        return status;
+    }
+
+    /// The upper row: W white, B black, otherwise "."
+    std::string UpperRow(const std::string& name) const {
+        std::string reason;
+        std::string row;
+        const UniqueBitmap bitmap = DecodeImageFile((folder_ / name).c_str(), reason);
+        const SectionPixels pixels = PixelsOf(bitmap.Get());
+        for (std::size_t at = 0; at < 24 && at < pixels.bytes.size(); at += 3) {
+            const int sum = pixels.bytes[at] + pixels.bytes[at + 1] + pixels.bytes[at + 2];
+            row += sum == 3 * 255 ? 'W' : sum == 0 ? 'B' : '.';
+        }
+        return row + reason;
+    }
+
+    void Check(const Row& row) {
+        SCOPED_TRACE(row.arguments);
+        Start(row.arguments);
+        EXPECT_EQ(End(), row.status);
+        EXPECT_THAT(Text("words"), HasSubstr(row.words));
+        for (const auto& [name, content] : row.files) {
+            if (!content) {
+                EXPECT_FALSE(std::filesystem::is_regular_file(folder_ / name)) << name;
+            } else if (path(name).extension() == ".png") {
+                EXPECT_THAT(UpperRow(name), HasSubstr(content)) << name;
+            } else {
+                EXPECT_THAT(Text(name), HasSubstr(content)) << name;
+            }
+        }
+    }
+
+    path folder_;
+    UniqueKernelHandle process_;
+    UniqueKernelHandle words_;
+};
+
+;
+
+/// Arguments and a part of the message.
+const std::pair<const char*, const char*> kWrongUsage[] = {
+    {"a.glsl --no-such", "--no-such"},
+    {"a.glsl --playlist list", "specify only one of"},
+    {"--playlist list --id i", "specify only one of"},
+    {"--id abcdefghijklmnopqrst", "--id"},
+    {"--forget \xE4\xB8\xAD", "--forget"},
+    {"a.glsl --size 64", "\"64\""},
+    {"a.glsl --size 0x48", "\"0x48\""},
+    {"a.glsl --size 64x48x2", "\"64x48x2\""},
+    {"a.glsl --size 64x16385", "16384"},
+    {"a.glsl --frames 0", "--frames"},
+    {"a.glsl --levels 766", "--levels"},
+    {"a.glsl --set Speed", "Label=value"},
+    {"a.glsl --tiles 33x1", "32"},
+    {"a.glsl --window --bench", "--bench"},
+    {"a.glsl --fullscreen --check", "--check"},
+    {"a.glsl --scale 0.5", "--scale"},
+    {"a.glsl --window --scale 4.1", "--scale"},
+    {"a.glsl --window --scale nan", "--scale"},
+    {"a.glsl --monitor 1", "--monitor"},
+    {"a.glsl --real-time --set Speed=0.1", "--real-time"},
+    {"a.glsl --window --report r.json", "only for a --playlist"},
+    {"a.glsl --window --every 1", "--every"},
+    {"--playlist list --favourites f", "--favourites"},
+    {"--playlist list --window --every 0", "--every"},
+    {"--playlist list --watch", "shader file"},
+    {"a.glsl --video v --size 64x47", "even"},
+    {"a.glsl --video v --real-time", "--video"},
+    {"a.glsl --video v --window", "--video"},
+    {"a.glsl --rate 30", "--rate"},
+    {"a.glsl --pack a.glsl", ".json"},
+    {"a.glsl --pack b.json --check", "--pack"},
+    {"--id i --pack b.json", "--pack"},
+};
+
+const Row kRuns[] = {
+    {"", 2, "specify a shader file"},
+    {"--help", 0, "Usage: preview"},
+    {"missing.json", 2, "cannot read"},
+    {"--forget ..", 2, "not a shader identifier"},
+    {"a.glsl --include missing", 2, "missing: not a folder"},
+    {"a.glsl --set \"No Label=1\"", 2, "No Label"},
+    {"a.glsl --tiles 2x1 --levels 64", 2, "cannot be combined with tiles"},
+    {"a.glsl --tiles 2x1 --foreground", 2, "cannot be combined with tiles"},
+    {"a.glsl --events missing", 2, "cannot read"},
+    {"a.glsl --window --monitor 9", 2, "no monitor 9"},
+    {"a.glsl --png Q:/p.png", 2, "--png: "},
+    {"a.glsl --report kept.png/r.json", 2, "kept.png"},
+    {"a.glsl --frames-dir kept.png", 2, "kept.png"},
+    {"a.glsl --video made/v.y4m --png Q:/p.png", 2, "--png: ", {{"made/v.y4m", nullptr}}},
+    {"--forget neverloaded", 0, "nothing: neverloaded is not in the cache"},
+    {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}}},
+    {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
+    {"a.glsl --check", 0, "plain shader"},
+    {"a.glsl --info", 0, "Shader"},
+    {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "WWWW..BB"}}},
+    {"a.glsl --size 8x8 --frames 2 --frames-dir d/e --report d/r.json",
+     0,
+     "picture     none",
+     {{"d/e/frame-00002.png", "WWWW..BB"}, {"d/e/frame-00003.png", nullptr}, {"d/r.json", "\"drawn\": 2"}}},
+    {"a.glsl --size 8x8 --frames 2 --levels 64 --png p.png", 0, "p.png", {{"p.png", "WWWW..BB"}}},
+    {"a.glsl --size 8x8 --frames 2 --foreground --png p.png", 0, "p.png", {{"p.png", "WWWW...."}}},
+    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "WW.BWW.B"}}},
+    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "WW.BBB.W"}}},
+    {"a.glsl --size 8x8 --frames 2 --video v.y4m --rate 25",
+     0,
+     "none",
+     {{"v.y4m", "YUV4MPEG2 W8 H8 F25:1 "}}},
+    {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "whole frame"},
+    {"a.glsl --size 8x8 --frames 2 --events resize", 0, "frame size  16 x 4"},
+    {"a.glsl --size 8x8 --window --frames 8 --events keys", 0, "", {{"a-2.png", nullptr}, {"a-6.png", "W"}}},
+};
+
+TEST(Options, RejectWrongUsageWithAReason) {
+    for (const auto& [text, reason] : kWrongUsage) {
+        int count = 0;
+        wchar_t** words = CommandLineToArgvW(FromUtf8(text).c_str(), &count);
+        std::vector<std::string> arguments;
+        std::ranges::transform(std::span(words, static_cast<std::size_t>(count)),
+                               std::back_inserter(arguments), [](auto* word) { return ToUtf8(word); });
+        LocalFree(words);
+        EXPECT_THAT(
+            [&] { ParseOptions(arguments); },
+            testing::Throws<HostError>(AllOf(testing::Property(&HostError::Status, ExitStatus::WrongUsage),
+                                             testing::Property(&HostError::what, HasSubstr(reason)))))
+            << text;
+    }
+}
+
+TEST_F(CommandLine, EndsWithStatusWordsAndFiles) {
+    for (const Row& row : kRuns) {
+        Check(row);
+    }
+}
+
+/// Runs the program until it has drawn its first frame and waits for the reader of the video.
+class PipedRun : public CommandLine {
+protected:
+    void StartPiped(const std::string& arguments) {
+        HANDLE reader = nullptr;
+        HANDLE writer = nullptr;
+        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+        ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited, 1024));
+        reader_ = UniqueKernelHandle(reader);
+        Start(arguments + " --size 64x64 --video -", writer);
+        CloseHandle(writer);
+        EXPECT_TRUE(Read());
+    }
+    bool Read() const {
+        char bytes[16];
+        DWORD got = 0;
+        return ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr) && got > 0;
+    }
+
+    UniqueKernelHandle reader_;
+};
+
+TEST_F(PipedRun, FailsIfOnlySomeFramesAreDrawn) {
+    Write("i.glsl", "vec4 f() { return vec4(1); }\n");
+    Write("uses.glsl", "#include \"i.glsl\"\nvoid mainImage(out vec4 c, in vec2 p) { c = f(); }\n");
+    Write("resize", "2 resize 16 4");
+    StartPiped("uses.glsl --frames 4 --events resize");
+    std::filesystem::remove(folder_ / "i.glsl");
+    while (Read()) {
+    }
+    EXPECT_EQ(End(), 1U);
+    EXPECT_THAT(Text("words"), HasSubstr("2 frames failed"));
+}
+
+TEST_F(PipedRun, RemovesItsFilesIfItCrashes) {
+    const std::string mark = "// " + std::to_string(GetCurrentProcessId());
+    Write("c.glsl", (mark + "\n" + kColumns).c_str());
+    const auto staged = [&] {
+        std::size_t count = 0;
+        std::error_code none;  // The last program that ends removes the folder.
+        for (const auto& entry : std::filesystem::directory_iterator("D:\\Moonreel", none)) {
+            std::string line;
+            for (std::ifstream file(entry.path()); std::getline(file, line);) {
+                count += line.find(mark) != std::string::npos;
+            }
+        }
+        return count;
+    };
+    StartPiped("c.glsl --frames 1000");
+    EXPECT_EQ(staged(), 1U);
+    const UniqueKernelHandle thread(
+        CreateRemoteThread(process_.Get(), nullptr, 0, nullptr, nullptr, 0, nullptr));
+    EXPECT_EQ(End(), 1U);
+    EXPECT_THAT(Text("words"), HasSubstr("the module crashed (exception 0xC0000005)"));
+    EXPECT_EQ(staged(), 0U);
+}
+
+}  // namespace
+}  // namespace pixelforge::preview
