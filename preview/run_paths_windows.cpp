@@ -41,14 +41,20 @@ IncludeFolder GivenIncludeFolder(const std::string& name) {
     return {path, name};
 }
 
+std::wstring IncludeVariable() {
+    std::wstring value(GetEnvironmentVariableW(kIncludeVariable, nullptr, 0), L'\0');
+    value.resize(GetEnvironmentVariableW(kIncludeVariable, value.data(), static_cast<DWORD>(value.size())));
+    return value;
+}
+
 /// Of the environment, as the module reads it.
 IncludeFolder InheritedIncludeFolder(const Paths& paths, const std::string& sourceName) {
-    wchar_t value[kPathUnits] = {};
-    const DWORD length = GetEnvironmentVariableW(kIncludeVariable, value, kPathUnits);
-    if (length == 0) {
+    // Read only once: the first run replaces it, and a dropped shader may have another folder.
+    static const std::wstring value = IncludeVariable();
+    if (value.empty()) {
         return {};
     }
-    const std::string name = length < kPathUnits ? ToUtf8(value) : std::string();
+    const std::string name = value.size() < kPathUnits ? ToUtf8(value) : std::string();
     const bool relative = name.find(':') != 1 && name.find_first_of("/\\") != 0;
     const std::wstring path = AbsolutePath(relative ? ToUtf8(FolderOf(paths.source)) + name : name);
     if (name.empty() || path.size() >= kPathUnits || !IsExistingFolder(path.c_str())) {
@@ -156,9 +162,8 @@ void RequireWritableOutputs(const Paths& paths) {
 void SetIncludeFolder(const Options& options, Paths& paths) {
     paths.include = options.includeFolder.empty() ? InheritedIncludeFolder(paths, SourceName(options))
                                                   : GivenIncludeFolder(options.includeFolder);
-    if (!paths.include.path.empty()) {
-        SetEnvironmentVariableW(kIncludeVariable, paths.include.path.c_str());
-    }
+    const std::wstring& path = paths.include.path;
+    SetEnvironmentVariableW(kIncludeVariable, path.empty() ? nullptr : path.c_str());
 }
 
 }  // namespace pixelforge::preview
