@@ -21,7 +21,7 @@ constexpr std::wstring_view kEnd = LR"(\par})";
 constexpr std::string_view kHeader =
     R"({\rtf1\ansi\deff0{\fonttbl{\f0\fswiss Segoe UI;}{\f1\fmodern Consolas;}})"
     R"({\colortbl;\red16\green20\blue28;\red200\green206\blue216;\red120\green190\blue255;})"
-    R"(\cf2\highlight1 )";
+    R"(\li180\ri180\b0\cf2\highlight1 )";
 
 /// Moves the text before `end` from `rest` to `text` and drops `end`. False if there is no `end`.
 bool TakeUntil(std::wstring_view& rest, std::wstring_view end, std::wstring& text) {

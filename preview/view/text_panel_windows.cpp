@@ -13,7 +13,6 @@ namespace {
 
 constexpr COLORREF kBackground = RGB(16, 20, 28);  // first in the colour table of the rich text
 constexpr DWORD kStyle = WS_CHILD | WS_CLIPSIBLINGS | WS_VSCROLL | ES_MULTILINE | ES_READONLY;
-constexpr int kMargin = 12;
 constexpr int kLineHeight = 24;  ///< enough for one line of text
 constexpr int kShareOfHeight = 3;
 constexpr int kLinesPerNotch = 3;
@@ -33,7 +32,6 @@ TextPanel::TextPanel(HWND parent, Edge edge)
                                GetModuleHandleW(nullptr), nullptr)) {
     Send(EM_SETBKGNDCOLOR, 0, kBackground);
     Send(EM_SETEVENTMASK, 0, ENM_MOUSEEVENTS);
-    Send(EM_SETMARGINS, EC_LEFTMARGIN | EC_RIGHTMARGIN, MAKELPARAM(kMargin, kMargin));
 }
 
 LRESULT TextPanel::Send(UINT message, WPARAM wParam, LPARAM lParam) const {
