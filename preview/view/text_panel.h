@@ -33,7 +33,7 @@ public:
     void OnWheel(WPARAM wParam) const;
 
     /// Handles the parent's WM_NOTIFY.
-    LRESULT OnNotify(const NMHDR& header) const;
+    LRESULT OnNotify(LPARAM lParam) const;
 
 private:
     LRESULT Send(UINT message, WPARAM wParam, LPARAM lParam) const;

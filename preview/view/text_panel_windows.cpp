@@ -80,11 +80,12 @@ void TextPanel::OnWheel(WPARAM wParam) const {
     }
 }
 
-LRESULT TextPanel::OnNotify(const NMHDR& header) const {
+LRESULT TextPanel::OnNotify(LPARAM lParam) const {
+    const auto& filter = *reinterpret_cast<const MSGFILTER*>(lParam);
+    const NMHDR& header = filter.nmhdr;
     if (!control_ || header.hwndFrom != control_.Get() || header.code != EN_MSGFILTER) {
         return 0;
     }
-    const auto& filter = reinterpret_cast<const MSGFILTER&>(header);
     if (filter.msg == WM_LBUTTONDOWN) {
         OpenLinkAt(filter.lParam);
     }

@@ -289,10 +289,8 @@ std::optional<LRESULT> ViewWindow::Handle(UINT message, WPARAM wParam, LPARAM lP
         case WM_MOUSEWHEEL:
             (messages_.Height() > 0 ? messages_ : notice_).OnWheel(wParam);
             return 0;
-        case WM_NOTIFY: {
-            const auto& header = *reinterpret_cast<const NMHDR*>(lParam);
-            return messages_.OnNotify(header) | notice_.OnNotify(header);
-        }
+        case WM_NOTIFY:
+            return messages_.OnNotify(lParam) | notice_.OnNotify(lParam);
         case WM_ERASEBKGND:
             return 1;
         case WM_PAINT:
