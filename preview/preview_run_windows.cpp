@@ -241,7 +241,7 @@ const char* FaultOfFolder(const std::wstring& path) {
 
 /// Of the environment, as the module reads it. Prints what is wrong with it.
 IncludeFolder InheritedIncludeFolder(const UserPath& source) {
-    const wchar_t* const value = _wgetenv(kIncludeVariable);
+    const wchar_t* const value = _wgetenv(kIncludeVariable);  // unaffected by SetEnvironmentVariableW
     if (!value) {
         return {};
     }
@@ -270,9 +270,7 @@ IncludeFolder PublishIncludeFolder(const Options& options) {
     }
     const IncludeFolder folder =
         name.empty() ? InheritedIncludeFolder(options.source) : IncludeFolder{path, name};
-    if (!folder.path.empty()) {
-        SetEnvironmentVariableW(kIncludeVariable, folder.path.c_str());
-    }
+    SetEnvironmentVariableW(kIncludeVariable, folder.path.empty() ? nullptr : folder.path.c_str());
     return folder;
 }
 

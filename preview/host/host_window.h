@@ -2,6 +2,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 
 #include "base/win_handles.h"
 
@@ -13,11 +15,14 @@ struct WindowPlace {
     std::int32_t top;
 };
 
+/// Returns the result of a message, or std::nullopt for the system's own handling.
+using MessageHandler = std::function<std::optional<LRESULT>(UINT message, WPARAM wParam, LPARAM lParam)>;
+
 /// The defaults make a hidden window.
 struct HostWindowOptions {
-    bool visible = false;                ///< shown immediately, with a resizable frame
-    WNDPROC procedure = DefWindowProcW;  ///< receives `parameter` in WM_NCCREATE
-    void* parameter = nullptr;
+    bool visible = false;  ///< shown immediately, with a resizable frame
+    HWND owner = nullptr;  ///< not null: a hidden tool window of this one, with a dialog's keys
+    WNDPROC procedure = DefWindowProcW;
     const wchar_t* title = L"Pixelforge preview";
 };
 
@@ -30,15 +35,21 @@ public:
 
     HWND Handle() const noexcept { return window_.Get(); }
 
+    /// Replaces the procedure; an empty handler ends that. Do not move the window meanwhile.
+    void SetHandler(MessageHandler handler);
+
     void SetClientSize(std::int32_t width, std::int32_t height);
     SIZE ClientSize() const;  ///< empty while the window is minimised
 
-    /// Dispatches all pending messages of this thread. A window with WS_EX_CONTROLPARENT gets a dialog's
-    /// keys, but function keys go to its owner.
+    /// Dispatches all pending messages of this thread. A tool window gets a dialog's keys, but function keys
+    /// and Alt+Enter go to its owner.
     void PumpMessages();
 
 private:
+    static LRESULT CALLBACK Dispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
+
     WindowClass class_;
+    MessageHandler handler_;
     UniqueWindow window_;
 };
 

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <string>
+#include <utility>
 
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
@@ -24,9 +25,12 @@ WindowClass RegisterHostClass(WNDPROC procedure) {
     return WindowClass(description);
 }
 
-SIZE OuterSize(std::int32_t clientWidth, std::int32_t clientHeight, DWORD style) {
+constexpr DWORD kToolStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU;
+constexpr DWORD kToolExtendedStyle = WS_EX_TOOLWINDOW | WS_EX_CONTROLPARENT;
+
+SIZE OuterSize(std::int32_t clientWidth, std::int32_t clientHeight, DWORD style, DWORD extendedStyle) {
     RECT area = {0, 0, clientWidth, clientHeight};
-    AdjustWindowRectEx(&area, style & ~static_cast<DWORD>(WS_VISIBLE), FALSE, 0);
+    AdjustWindowRectEx(&area, style & ~static_cast<DWORD>(WS_VISIBLE), FALSE, extendedStyle);
     return {area.right - area.left, area.bottom - area.top};
 }
 
@@ -37,7 +41,9 @@ bool HandleAsDialog(MSG& message) {
         return false;
     }
     const bool isKey = message.message >= WM_KEYFIRST && message.message <= WM_KEYLAST;
-    if (isKey && message.message != WM_CHAR && message.wParam >= VK_F1 && message.wParam <= VK_F24) {
+    const bool isFunctionKey =
+        isKey && message.message != WM_CHAR && message.wParam >= VK_F1 && message.wParam <= VK_F24;
+    if (isFunctionKey || (message.message == WM_SYSKEYDOWN && message.wParam == VK_RETURN)) {
         message.hwnd = GetWindow(root, GW_OWNER);
         return false;
     }
@@ -49,13 +55,14 @@ bool HandleAsDialog(MSG& message) {
 HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight, const HostWindowOptions& options)
     : class_(RegisterHostClass(options.procedure)) {
     // The system limits windows with a frame or caption to the screen's size.
-    const DWORD style =
-        (options.visible ? WS_OVERLAPPEDWINDOW : WS_POPUP) | WS_CLIPSIBLINGS | WS_CLIPCHILDREN;
-    const SIZE size = OuterSize(clientWidth, clientHeight, style);
+    const DWORD kind = options.owner ? kToolStyle : options.visible ? WS_OVERLAPPEDWINDOW : WS_POPUP;
+    const DWORD style = kind | WS_CLIPSIBLINGS | WS_CLIPCHILDREN;
+    const DWORD extendedStyle = options.owner ? kToolExtendedStyle : 0;
+    const SIZE size = OuterSize(clientWidth, clientHeight, style, extendedStyle);
     const int position = options.visible ? CW_USEDEFAULT : 0;
     if (class_) {
-        window_.Reset(CreateWindowExW(0, class_.Name(), options.title, style, position, position, size.cx,
-                                      size.cy, nullptr, nullptr, class_.Module(), options.parameter));
+        window_.Reset(CreateWindowExW(extendedStyle, class_.Name(), options.title, style, position, position,
+                                      size.cx, size.cy, options.owner, nullptr, class_.Module(), nullptr));
     }
     if (!window_) {
         throw HostError(ExitStatus::Failed, WithLastError("cannot create a window"));
@@ -66,9 +73,26 @@ HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight, cons
     }
 }
 
+void HostWindow::SetHandler(MessageHandler handler) {
+    handler_ = std::move(handler);
+    SetWindowLongPtrW(window_.Get(), GWLP_USERDATA, reinterpret_cast<LONG_PTR>(&handler_));
+    SetWindowLongPtrW(window_.Get(), GWLP_WNDPROC,
+                      reinterpret_cast<LONG_PTR>(handler_ ? Dispatch : DefWindowProcW));
+}
+
+LRESULT CALLBACK HostWindow::Dispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+    if (message == WM_SYSCOMMAND && (wParam & 0xFFF0) == SC_KEYMENU && lParam == 0) {
+        return 0;  // Alt alone would open the window's menu and take the keys
+    }
+    const auto& handler = *reinterpret_cast<const MessageHandler*>(GetWindowLongPtrW(window, GWLP_USERDATA));
+    const std::optional<LRESULT> result = handler(message, wParam, lParam);
+    return result ? *result : DefWindowProcW(window, message, wParam, lParam);
+}
+
 void HostWindow::SetClientSize(std::int32_t width, std::int32_t height) {
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(window_.Get(), GWL_STYLE));
-    const SIZE size = OuterSize(width, height, style);
+    const auto extendedStyle = static_cast<DWORD>(GetWindowLongPtrW(window_.Get(), GWL_EXSTYLE));
+    const SIZE size = OuterSize(width, height, style, extendedStyle);
     SetWindowPos(window_.Get(), nullptr, 0, 0, size.cx, size.cy, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 

@@ -19,8 +19,9 @@ constexpr std::wstring_view kEnd = LR"(\par})";
 
 // The colour table holds the colours of background, labels and links.
 constexpr std::string_view kHeader =
-    R"({\rtf1\ansi\deff0{\colortbl;\red16\green20\blue28;\red200\green206\blue216;\red120\green190\blue255;})"
-    R"(\cf2\highlight1 )";
+    R"({\rtf1\ansi\deff0{\fonttbl{\f0\fswiss Segoe UI;}{\f1\fmodern Consolas;}})"
+    R"({\colortbl;\red16\green20\blue28;\red200\green206\blue216;\red120\green190\blue255;})"
+    R"(\li180\ri180\b0\cf2\highlight1 )";
 
 /// Moves the text before `end` from `rest` to `text` and drops `end`. False if there is no `end`.
 bool TakeUntil(std::wstring_view& rest, std::wstring_view end, std::wstring& text) {
@@ -94,6 +95,13 @@ std::string NoticeAsRichText(const Notice& notice) {
     rtf += "\\line \\cf2 Description: ";
     AppendEscaped(rtf, notice.description);
     return rtf + "\\par}";
+}
+
+std::string TextAsRichText(std::wstring_view text) {
+    std::string rtf(kHeader);
+    rtf += "\\f1 ";
+    AppendEscaped(rtf, text);
+    return rtf + "}";
 }
 
 std::string NoticeAsPlainText(const Notice& notice) {

@@ -24,6 +24,9 @@ std::optional<Notice> ReadNotice(std::wstring_view richText);
 /// As 8-bit rich text with the host's colours; the shader's texts are escaped.
 std::string NoticeAsRichText(const Notice& notice);
 
+/// Lines of any text in a monospaced font, otherwise the same.
+std::string TextAsRichText(std::wstring_view text);
+
 /// In UTF-8, one line per field, each link after its name.
 std::string NoticeAsPlainText(const Notice& notice);
 

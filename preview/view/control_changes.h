@@ -2,78 +2,65 @@
 // them.
 #pragma once
 
+#include <windows.h>
+
 #include <cstdint>
 #include <functional>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "preview/host/host_session.h"
-#include "preview/view/control_panel.h"
 #include "preview/view/view_window.h"
 
 namespace pixelforge::preview {
 
 struct ControlChangesOptions {
-    std::int32_t levelDivisor;  ///< the one that the key for levels switches on
+    std::int32_t levelDivisor;  ///< the one that `ToggleLevels` switches on
     bool followClock = false;   ///< "Speed" is the time since the previous frame
     double scale = 1.0;         ///< frame size by window size
-
-    /// The command line that opens the shader, without settings. May be empty.
-    std::function<std::string()> command = {};
 
     /// Shows a line to the user.
     std::function<void(const std::wstring&)> report;
 };
 
-/// A change that conflicts with other controls is not made, and the reported line says why. The line is empty
-/// for a control that the module lacks.
+/// A change that conflicts with other controls is not made, and the reported line says why. A control that
+/// the module lacks is ignored.
 class ControlChanges {
 public:
-    /// Both must outlive this.
-    ControlChanges(HostSession& session, ViewWindow& view, ControlChangesOptions options);
+    /// The session and the view must outlive this.
+    ControlChanges(HostSession& session, ViewWindow& view, ControlChangesOptions options)
+        : session_(session), view_(view), options_(std::move(options)) {}
 
-    /// Does nothing for a command that is not about settings.
-    void Execute(ViewCommand command);
+    std::vector<ViewKey> Keys();
+    void Set(const ControlSetting& setting);
+    void ChangeCount(const char* label, std::int32_t change);
+    void Toggle(const char* label);
+    void ToggleLevels();
+    void ChangePace(double factor);
+    void ChangeScale(double factor);
+    void FollowClock(bool follow) noexcept { options_.followClock = follow; }
 
     /// True once after a change that the module notices only when it loads.
     bool TakeReload() { return std::exchange(reload_, false); }
-
-    /// Brings the panel up to date; cheap while it is hidden.
-    void RefreshPanel();
-
-    /// The size of frames for the window's current size, at least one pixel.
-    SIZE FrameSize() const;
 
     /// Those that differ from the module's defaults, without the playlist, what follows the clock, and the
     /// tile mask, which the module overwrites in each frame.
     std::vector<ControlSetting> Settings() const;
 
-    double Scale() const noexcept { return scale_; }
-    bool FollowsClock() const noexcept { return followClock_; }
+    /// The arguments of `preview` for these settings.
+    std::string Arguments() const;
+
+    double Scale() const noexcept { return options_.scale; }
+    bool FollowsClock() const noexcept { return options_.followClock; }
     double Pace() const noexcept { return pace_; }  ///< shader time by clock time
 
 private:
-    std::wstring ChangeCount(const char* label, std::int32_t change);
-    std::wstring Toggle(const char* label);
-    std::wstring ToggleLevels();
-    std::wstring TogglePanel();
-    std::wstring ChangePace(double factor);
-    std::wstring ChangeScale(double factor);
-    std::wstring CopyCommandLine();
-    std::wstring Set(const ControlSetting& setting);
-    std::string CommandLine();
-    std::wstring ReportOrUndo(const std::wstring& report, const std::function<void()>& undo);
-
     HostSession& session_;
     ViewWindow& view_;
-    const ControlChangesOptions options_;
-    std::optional<ControlPanel> panel_;
-    bool followClock_;
+    ControlChangesOptions options_;
     bool reload_ = false;
     double pace_ = 1.0;
-    double scale_;
 };
 
 inline constexpr double kSmallestScale = 0.0625;

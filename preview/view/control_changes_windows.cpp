@@ -1,4 +1,4 @@
-// Tile counts, switches, levels, pace, scale, and the panel of all controls.
+// Tile counts, switches, levels, pace and scale.
 #include "preview/view/control_changes.h"
 
 #include <algorithm>
@@ -25,11 +25,6 @@ std::wstring NumberText(double number) {
     return text;
 }
 
-/// Keeps the sign.
-double ClampedPace(double pace) {
-    return std::copysign(std::clamp(std::abs(pace), kSmallestPace, kLargestPace), pace);
-}
-
 }  // namespace
 
 SIZE ScaledSize(SIZE size, double scale) {
@@ -47,117 +42,99 @@ std::string QuotedArgument(const std::string& argument) {
     return plain ? argument : "\"" + argument + "\"";
 }
 
-ControlChanges::ControlChanges(HostSession& session, ViewWindow& view, ControlChangesOptions options)
-    : session_(session),
-      view_(view),
-      options_(std::move(options)),
-      followClock_(options_.followClock),
-      scale_(options_.scale) {}
-
-void ControlChanges::Execute(ViewCommand command) {
-    struct Row {
-        ViewCommand command;
-        std::function<std::wstring()> act;
+std::vector<ViewKey> ControlChanges::Keys() {
+    return {
+        {VK_F6, 0, L"F6, Shift+F6\tmore / fewer tiles across", [this] { ChangeCount("X Tiling", 1); }},
+        {VK_F6, kShift, nullptr, [this] { ChangeCount("X Tiling", -1); }},
+        {VK_F7, 0, L"F7, Shift+F7\tmore / fewer tiles down", [this] { ChangeCount("Y Tiling", 1); }},
+        {VK_F7, kShift, nullptr, [this] { ChangeCount("Y Tiling", -1); }},
+        {VK_F8, 0, L"F8\tmirror every second tile on / off", [this] { Toggle("Mirroring"); }},
+        {VK_F9, 0, L"F9\tforeground only on / off", [this] { Toggle("Foreground Only"); }},
+        {VK_F11, 0, L"F11\tlevel output / colours", [this] { ToggleLevels(); }},
+        {VK_F2, kShift, L"Shift+F2, F3\ttime slower / faster", [this] { ChangePace(0.5); }},
+        {VK_F3, kShift, nullptr, [this] { ChangePace(2.0); }},
+        {VK_F3, kControl, L"Ctrl+F3\ttime backwards / forwards", [this] { ChangePace(-1.0); }},
+        {VK_OEM_MINUS, kControl, L"Ctrl+Minus, Plus\tlower / higher resolution",
+         [this] { ChangeScale(0.5); }},
+        {VK_SUBTRACT, kControl, nullptr, [this] { ChangeScale(0.5); }},
+        {VK_OEM_PLUS, kControl, nullptr, [this] { ChangeScale(2.0); }},
+        {VK_ADD, kControl, nullptr, [this] { ChangeScale(2.0); }},
     };
-    const Row rows[] = {
-        {ViewCommand::MoreColumns, [&] { return ChangeCount("X Tiling", 1); }},
-        {ViewCommand::FewerColumns, [&] { return ChangeCount("X Tiling", -1); }},
-        {ViewCommand::MoreRows, [&] { return ChangeCount("Y Tiling", 1); }},
-        {ViewCommand::FewerRows, [&] { return ChangeCount("Y Tiling", -1); }},
-        {ViewCommand::Mirror, [&] { return Toggle("Mirroring"); }},
-        {ViewCommand::Foreground, [&] { return Toggle("Foreground Only"); }},
-        {ViewCommand::Levels, [&] { return ToggleLevels(); }},
-        {ViewCommand::Panel, [&] { return TogglePanel(); }},
-        {ViewCommand::CopyCommandLine, [&] { return CopyCommandLine(); }},
-        {ViewCommand::Slower, [&] { return ChangePace(0.5); }},
-        {ViewCommand::Faster, [&] { return ChangePace(2.0); }},
-        {ViewCommand::Backwards, [&] { return ChangePace(-1.0); }},
-        {ViewCommand::LowerScale, [&] { return ChangeScale(0.5); }},
-        {ViewCommand::HigherScale, [&] { return ChangeScale(2.0); }},
-    };
-    const auto* row = std::ranges::find(rows, command, &Row::command);
-    if (row != std::end(rows)) {
-        options_.report(row->act());
+}
+
+/// A new speed ends following the clock, which would overwrite it.
+void ControlChanges::Set(const ControlSetting& setting) {
+    const ControlRecord* control = session_.Control(setting.label);
+    const std::string previous = control ? ControlValueText(*control) : std::string();
+    std::string failure = FailureOf([&] { session_.Controls().Apply(setting); });
+    if (failure.empty() && !session_.Conflict().empty()) {
+        failure = session_.Conflict();
+        session_.Controls().Apply({setting.label, previous});
+    }
+    if (failure.empty() && ControlValueText(*control) != previous) {
+        options_.followClock = options_.followClock && setting.label != "Speed";
+        reload_ = reload_ || std::ranges::find(kReadAtLoad, setting.label) != std::end(kReadAtLoad);
+    }
+    options_.report(FromUtf8(failure.empty() ? setting.label + " " + ControlValueText(*control) : failure));
+}
+
+void ControlChanges::ChangeCount(const char* label, std::int32_t change) {
+    if (const ControlRecord* control = session_.Control(label)) {
+        const auto [least, most] = control->whole.bounds[0];
+        Set({label, std::to_string(std::clamp(control->whole.value[0] + change, least, most))});
     }
 }
 
-void ControlChanges::RefreshPanel() {
-    if (panel_ && panel_->Shown()) {
-        panel_->Refresh(followClock_);
+void ControlChanges::Toggle(const char* label) {
+    if (const ControlRecord* control = session_.Control(label)) {
+        Set({label, control->toggle.value[1] != 0 ? "false" : "true"});
     }
 }
 
-SIZE ControlChanges::FrameSize() const {
-    return ScaledSize(view_.Frame().ClientSize(), scale_);
-}
-
-std::wstring ControlChanges::ChangeCount(const char* label, std::int32_t change) {
-    const ControlRecord* control = session_.Control(label);
-    if (!control) {
-        return {};
-    }
-    const auto [least, most] = control->whole.bounds[0];
-    return Set({label, std::to_string(std::clamp(control->whole.value[0] + change, least, most))});
-}
-
-std::wstring ControlChanges::Toggle(const char* label) {
-    const ControlRecord* control = session_.Control(label);
-    return control ? Set({label, control->toggle.value[1] != 0 ? "false" : "true"}) : std::wstring();
-}
-
-std::wstring ControlChanges::ToggleLevels() {
+void ControlChanges::ToggleLevels() {
     const bool on = session_.Context().levelOutput == 0;
     session_.SetLevels(on ? options_.levelDivisor : 0);
-    return ReportOrUndo(on ? L"Level output, divisor " + std::to_wstring(options_.levelDivisor) : L"Colours",
-                        [&] { session_.SetLevels(0); });
-}
-
-std::wstring ControlChanges::TogglePanel() {
-    if (!panel_) {
-        panel_.emplace(
-            view_.Frame().Handle(), session_.Controls(),
-            PanelActions{.change = [this](const ControlSetting& setting) { options_.report(Set(setting)); },
-                         .followClock = [this](bool follow) { followClock_ = follow; },
-                         .copyCommandLine = [this] { options_.report(CopyCommandLine()); }});
+    std::string line = on ? "Level output, divisor " + std::to_string(options_.levelDivisor) : "Colours";
+    if (!session_.Conflict().empty()) {
+        line = session_.Conflict();
+        session_.SetLevels(0);
     }
-    panel_->Toggle();
-    return {};
+    options_.report(FromUtf8(line));
 }
 
 /// With a fixed step the step changes, otherwise the pace.
-std::wstring ControlChanges::ChangePace(double factor) {
-    if (followClock_) {
-        pace_ = ClampedPace(pace_ * factor);
-        return L"Time \u00D7 " + NumberText(pace_);
-    }
+void ControlChanges::ChangePace(double factor) {
     const ControlRecord* speed = session_.Control("Speed");
-    if (!speed) {
-        return {};
+    if (options_.followClock) {
+        const double pace = std::clamp(std::abs(pace_ * factor), kSmallestPace, kLargestPace);
+        pace_ = std::copysign(pace, pace_ * factor);
+        options_.report(L"Time \u00D7 " + NumberText(pace_));
+    } else if (speed) {
+        session_.SetSpeed(speed->decimal.value[0] * factor);
+        options_.report(L"Speed " + FromUtf8(ControlValueText(*speed)));
     }
-    session_.SetSpeed(speed->decimal.value[0] * factor);
-    return L"Speed " + FromUtf8(ControlValueText(*speed));
 }
 
-std::wstring ControlChanges::ChangeScale(double factor) {
-    scale_ = std::clamp(scale_ * factor, kSmallestScale, kLargestScale);
-    const SIZE size = FrameSize();
-    return L"Scale " + NumberText(scale_) + L": " + std::to_wstring(size.cx) + L" \u00D7 " +
-           std::to_wstring(size.cy);
+void ControlChanges::ChangeScale(double factor) {
+    options_.scale = std::clamp(options_.scale * factor, kSmallestScale, kLargestScale);
+    const SIZE size = ScaledSize(view_.Frame().ClientSize(), options_.scale);
+    options_.report(L"Scale " + NumberText(options_.scale) + L": " + std::to_wstring(size.cx) + L" \u00D7 " +
+                    std::to_wstring(size.cy));
 }
 
-std::wstring ControlChanges::CopyCommandLine() {
-    const std::wstring line = FromUtf8(CommandLine());
-    return (view_.CopyText(line) ? L"Copied: " : L"The clipboard is in use: ") + line;
+std::vector<ControlSetting> ControlChanges::Settings() const {
+    std::vector<ControlSetting> settings = session_.Controls().Changed();
+    std::erase_if(settings, [&](const ControlSetting& setting) {
+        return setting.label == kPlaylistLabel || setting.label == "Tile Mask" ||
+               (options_.followClock && setting.label == "Speed");
+    });
+    return settings;
 }
 
-std::string ControlChanges::CommandLine() {
-    const SIZE size = view_.Frame().ClientSize();
-    std::string line = options_.command ? options_.command() : std::string();
-    line += view_.IsFullScreen()
-                ? " --fullscreen"
-                : " --window --size " + std::to_string(size.cx) + "x" + std::to_string(size.cy);
-    if (scale_ != 1.0) {
-        line += " --scale " + ToUtf8(NumberText(scale_));
+std::string ControlChanges::Arguments() const {
+    std::string line;
+    if (options_.scale != 1.0) {
+        line += " --scale " + ToUtf8(NumberText(options_.scale));
     }
     if (session_.Context().levelOutput != 0) {
         line += " --levels " + std::to_string(session_.Context().levelDivisor);
@@ -166,42 +143,6 @@ std::string ControlChanges::CommandLine() {
         line += " --set " + QuotedArgument(setting.label + "=" + setting.value);
     }
     return line;
-}
-
-std::vector<ControlSetting> ControlChanges::Settings() const {
-    std::vector<ControlSetting> settings = session_.Controls().Changed();
-    std::erase_if(settings, [&](const ControlSetting& setting) {
-        return setting.label == kPlaylistLabel || setting.label == "Tile Mask" ||
-               (followClock_ && setting.label == "Speed");
-    });
-    return settings;
-}
-
-/// A new speed ends following the clock, which would overwrite it.
-std::wstring ControlChanges::Set(const ControlSetting& setting) {
-    const ControlRecord* control = session_.Control(setting.label);
-    const std::string previous = control ? ControlValueText(*control) : std::string();
-    const std::string failure = FailureOf([&] { session_.Controls().Apply(setting); });
-    if (!failure.empty()) {
-        return FromUtf8(failure);
-    }
-    const std::wstring report = ReportOrUndo(FromUtf8(setting.label + " " + ControlValueText(*control)), [&] {
-        session_.Controls().Apply({setting.label, previous});
-    });
-    if (ControlValueText(*control) != previous) {
-        followClock_ = followClock_ && setting.label != "Speed";
-        reload_ = reload_ || std::ranges::find(kReadAtLoad, setting.label) != std::end(kReadAtLoad);
-    }
-    return report;
-}
-
-std::wstring ControlChanges::ReportOrUndo(const std::wstring& report, const std::function<void()>& undo) {
-    const std::string conflict = session_.Conflict();
-    if (conflict.empty()) {
-        return report;
-    }
-    undo();
-    return FromUtf8(conflict);
 }
 
 }  // namespace pixelforge::preview

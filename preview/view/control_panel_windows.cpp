@@ -7,9 +7,6 @@
 #include <cmath>
 
 #include "base/text.h"
-#include "preview/host/file_paths.h"
-#include "preview/host/host_error.h"
-#include "preview/view/view_window.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -17,19 +14,17 @@ namespace {
 // Pixels at 96 dots per inch.
 constexpr int kRowHeight = 24;
 constexpr int kControlHeight = 20;
-constexpr int kLabelWidth = 112;
+constexpr int kSliderLeft = 112;
 constexpr int kSliderWidth = 180;
-constexpr int kFieldWidth = 76;
+constexpr int kFieldLeft = 302;
+constexpr int kInnerWidth = 378;
 constexpr int kMargin = 10;
-constexpr int kInnerWidth = kLabelWidth + kSliderWidth + kFieldWidth + kMargin;
 constexpr int kToolTipWidth = 320;
 constexpr int kFontHeight = 13;
 
 /// Of a slider for a decimal number.
 constexpr int kSteps = 1000;
 
-constexpr DWORD kStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU | WS_CLIPCHILDREN;
-constexpr DWORD kExtendedStyle = WS_EX_TOOLWINDOW | WS_EX_CONTROLPARENT;
 constexpr WORD kFollowClockId = 100;
 constexpr WORD kCopyId = 101;
 
@@ -44,26 +39,11 @@ UniqueFont MakeFont(int weight) {
                                   VARIABLE_PITCH | FF_SWISS, L"Segoe UI"));
 }
 
-WindowClass RegisterPanelClass(WNDPROC procedure) {
-    WNDCLASSEXW description = {};
-    description.cbSize = sizeof description;
-    description.lpfnWndProc = procedure;
-    description.hInstance = GetModuleHandleW(nullptr);
-    description.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    description.hbrBackground = GetSysColorBrush(COLOR_BTNFACE);
-    description.lpszClassName = L"PixelforgePreviewPanel";
-    return WindowClass(description);
-}
-
-RECT Area(int left, int top, int width, int height) {
-    return {Scaled(left), top, Scaled(left + width), top + Scaled(height)};
-}
-
 int SliderPosition(const ControlRecord& record) {
     if (record.kind == ControlKind::WholeNumber) {
         return record.whole.value[0];
     }
-    const auto& [least, most] = record.decimal.bounds[0];
+    const auto [least, most] = record.decimal.bounds[0];
     return static_cast<int>(std::lround((record.decimal.value[0] - least) / (most - least) * kSteps));
 }
 
@@ -71,7 +51,7 @@ std::string SliderValue(const ControlRecord& record, int position) {
     if (record.kind == ControlKind::WholeNumber) {
         return std::to_string(position);
     }
-    const auto& [least, most] = record.decimal.bounds[0];
+    const auto [least, most] = record.decimal.bounds[0];
     return std::to_string(least + (most - least) * static_cast<float>(position) / kSteps);
 }
 
@@ -89,129 +69,114 @@ std::wstring TextOf(HWND window) {
 
 }  // namespace
 
-ControlPanel::ControlPanel(HWND owner, const HostControls& controls, PanelActions actions)
-    : actions_(std::move(actions)),
-      class_(RegisterPanelClass(Procedure)),
+ControlPanel::ControlPanel(HWND owner, const HostControls& controls, ControlChanges& changes,
+                           std::function<void()> copy)
+    : changes_(changes),
+      copyCommandLine_(std::move(copy)),
       font_(MakeFont(FW_NORMAL)),
-      boldFont_(MakeFont(FW_BOLD)) {
+      boldFont_(MakeFont(FW_BOLD)),
+      window_(1, 1, {.owner = owner, .title = L"Controls"}) {
     const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_BAR_CLASSES | ICC_WIN95_CLASSES};
     InitCommonControlsEx(&classes);
-    window_.Reset(CreateWindowExW(kExtendedStyle, class_.Name(), L"Controls", kStyle, 0, 0, 10, 10, owner,
-                                  nullptr, class_.Module(), this));
-    if (!window_) {
-        throw HostError(ExitStatus::Failed, WithLastError("cannot create the panel"));
-    }
     toolTips_.Reset(CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, L"",
-                                    WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0, window_.Get(),
-                                    nullptr, class_.Module(), nullptr));
+                                    WS_POPUP | TTS_ALWAYSTIP | TTS_NOPREFIX, 0, 0, 0, 0, window_.Handle(),
+                                    nullptr, nullptr, nullptr));
     SendMessageW(toolTips_.Get(), TTM_SETMAXTIPWIDTH, 0, Scaled(kToolTipWidth));
-    int top = Scaled(kMargin) / 2;
+    int top = kMargin / 2;
     for (const auto& record : controls.Records()) {
         AddRow(*record, top);
-        top += Scaled(kRowHeight);
+        top += kRowHeight;
     }
-    AddButtons(top + Scaled(kMargin) / 2);
-    Place(top + Scaled(kRowHeight + 2 * kMargin));
-    ready_ = true;
-}
-
-ControlPanel::~ControlPanel() {
-    ready_ = false;
+    top += kMargin / 2;
+    constexpr int kHalf = kInnerWidth / 2;
+    followClock_ = Add(L"BUTTON", L"Speed follows the clock", BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kHalf},
+                       {}, kFollowClockId);
+    Add(L"BUTTON", L"Copy as command line", BS_PUSHBUTTON | WS_TABSTOP, {kHalf, top, kHalf}, {}, kCopyId);
+    window_.SetClientSize(Scaled(kInnerWidth + 2 * kMargin), Scaled(top + kRowHeight + kMargin));
+    MoveBesideOwner();
+    window_.SetHandler([this](auto... message) { return Handle(message...); });
 }
 
 void ControlPanel::AddRow(const ControlRecord& record, int top) {
     const std::wstring label = FromUtf8(ControlLabel(record));
-    const RECT whole = Area(kMargin, top, kInnerWidth, kControlHeight);
-    const RECT right = Area(kMargin + kLabelWidth, top, kInnerWidth - kLabelWidth, kControlHeight);
     const std::string tip = ControlDescription(record) + "\r\n" + ControlRangeText(record);
+    constexpr DWORD kText = SS_NOTIFY | SS_CENTERIMAGE;
+    constexpr DWORD kField = WS_BORDER | ES_AUTOHSCROLL | WS_TABSTOP;
     Row row;
     row.record = &record;
-    if (record.kind == ControlKind::GroupHeader) {
-        const HWND heading =
-            Add(L"STATIC", FromUtf8(ControlGroup(record)), SS_NOTIFY | SS_CENTERIMAGE, whole);
-        SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(boldFont_.Get()), FALSE);
-        AddToolTip(heading, ControlDescription(record));
-        return;
-    }
-    if (record.kind == ControlKind::Switch) {
-        row.box = Add(L"BUTTON", label, BS_AUTOCHECKBOX | WS_TABSTOP, whole);
-    } else {
-        AddToolTip(Add(L"STATIC", label, SS_NOTIFY | SS_CENTERIMAGE,
-                       Area(kMargin, top, kLabelWidth, kControlHeight)),
-                   tip);
-    }
-    if (record.kind == ControlKind::WholeNumber || record.kind == ControlKind::DecimalNumber) {
-        row.slider = Add(TRACKBAR_CLASSW, L"", TBS_HORZ | TBS_NOTICKS | WS_TABSTOP,
-                         Area(kMargin + kLabelWidth, top, kSliderWidth, kControlHeight));
-        SetSliderBounds(row.slider, record);
-        row.field = Add(L"EDIT", L"", WS_BORDER | ES_AUTOHSCROLL | WS_TABSTOP,
-                        Area(2 * kMargin + kLabelWidth + kSliderWidth, top, kFieldWidth, kControlHeight));
-    } else if (!row.box) {
-        // The module itself writes the mask in each frame.
-        const DWORD readOnly = record.kind == ControlKind::BitMask ? ES_READONLY : 0;
-        row.field = Add(L"EDIT", L"", WS_BORDER | ES_AUTOHSCROLL | WS_TABSTOP | readOnly, right);
-    }
-    for (const HWND control : {row.box, row.slider, row.field}) {
-        AddToolTip(control, tip);
+    switch (record.kind) {
+        case ControlKind::GroupHeader: {
+            const HWND heading = Add(L"STATIC", FromUtf8(ControlGroup(record)), kText, {0, top, kInnerWidth},
+                                     ControlDescription(record));
+            SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(boldFont_.Get()), FALSE);
+            return;
+        }
+        case ControlKind::Switch:
+            row.box = Add(L"BUTTON", label, BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kInnerWidth}, tip);
+            break;
+        case ControlKind::WholeNumber:
+        case ControlKind::DecimalNumber:
+            Add(L"STATIC", label, kText, {0, top, kSliderLeft}, tip);
+            row.slider = Add(TRACKBAR_CLASSW, L"", TBS_HORZ | TBS_NOTICKS | WS_TABSTOP,
+                             {kSliderLeft, top, kSliderWidth}, tip);
+            SetSliderBounds(row.slider, record);
+            row.field = Add(L"EDIT", L"", kField, {kFieldLeft, top, kInnerWidth - kFieldLeft}, tip);
+            break;
+        default:
+            Add(L"STATIC", label, kText, {0, top, kSliderLeft}, tip);
+            // The module itself writes the mask in each frame.
+            row.field = Add(L"EDIT", L"", kField | (record.kind == ControlKind::BitMask ? ES_READONLY : 0),
+                            {kSliderLeft, top, kInnerWidth - kSliderLeft}, tip);
     }
     rows_.push_back(row);
 }
 
-void ControlPanel::AddButtons(int top) {
-    followClock_ = Add(L"BUTTON", L"Speed follows the clock", BS_AUTOCHECKBOX | WS_TABSTOP,
-                       Area(kMargin, top, kInnerWidth / 2, kControlHeight), kFollowClockId);
-    Add(L"BUTTON", L"Copy as command line", BS_PUSHBUTTON | WS_TABSTOP,
-        Area(kMargin + kInnerWidth / 2, top, kInnerWidth / 2, kRowHeight), kCopyId);
-}
-
-HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, const RECT& area,
-                       WORD id) {
-    const HWND control =
-        CreateWindowExW(0, windowClass, text.c_str(), style | WS_CHILD | WS_VISIBLE, area.left, area.top,
-                        area.right - area.left, area.bottom - area.top, window_.Get(),
-                        reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), class_.Module(), nullptr);
+HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, Place place,
+                       const std::string& tip, WORD id) {
+    const HWND control = CreateWindowExW(
+        0, windowClass, text.c_str(), style | WS_CHILD | WS_VISIBLE, Scaled(kMargin + place.left),
+        Scaled(place.top), Scaled(place.width), Scaled(kControlHeight), window_.Handle(),
+        reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
     SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font_.Get()), FALSE);
-    return control;
-}
-
-void ControlPanel::AddToolTip(HWND control, const std::string& text) {
-    std::wstring wide = FromUtf8(text);
+    std::wstring wideTip = FromUtf8(tip);
     TTTOOLINFOW tool = {};
     tool.cbSize = TTTOOLINFOW_V1_SIZE;  // every version of the library accepts this one
     tool.uFlags = TTF_IDISHWND | TTF_SUBCLASS;
-    tool.hwnd = window_.Get();
+    tool.hwnd = window_.Handle();
     tool.uId = reinterpret_cast<UINT_PTR>(control);
-    tool.lpszText = wide.data();
+    tool.lpszText = wideTip.data();  // if empty, nothing is shown
     SendMessageW(toolTips_.Get(), TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
+    return control;
 }
 
-/// Beside the owner if the screen has room there, else over its right edge.
-void ControlPanel::Place(int height) {
-    RECT size = {0, 0, Scaled(kInnerWidth + 2 * kMargin), height};
-    AdjustWindowRectEx(&size, kStyle, FALSE, kExtendedStyle);
-    const HWND owner = GetWindow(window_.Get(), GW_OWNER);
+/// Over the owner's right edge if the screen has no room beside it.
+void ControlPanel::MoveBesideOwner() {
+    const HWND owner = GetWindow(window_.Handle(), GW_OWNER);
+    RECT panel = {};
     RECT view = {};
+    GetWindowRect(window_.Handle(), &panel);
     GetWindowRect(owner, &view);
     MONITORINFO monitor = {};
     monitor.cbSize = sizeof monitor;
     GetMonitorInfoW(MonitorFromWindow(owner, MONITOR_DEFAULTTONEAREST), &monitor);
-    const LONG width = size.right - size.left;
-    const LONG left = std::min(view.right, monitor.rcWork.right - width);
-    SetWindowPos(window_.Get(), nullptr, left, std::max(view.top, monitor.rcWork.top), width,
-                 size.bottom - size.top, SWP_NOZORDER | SWP_NOACTIVATE);
+    SetWindowPos(window_.Handle(), nullptr,
+                 std::min(view.right, monitor.rcWork.right - (panel.right - panel.left)),
+                 std::max(view.top, monitor.rcWork.top), 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void ControlPanel::Toggle() {
-    if (Shown()) {
-        ShowWindow(window_.Get(), SW_HIDE);
-        SetFocus(GetWindow(window_.Get(), GW_OWNER));
-    } else {
-        ShowWindow(window_.Get(), SW_SHOW);
+    const bool shown = IsWindowVisible(window_.Handle()) != FALSE;
+    ShowWindow(window_.Handle(), shown ? SW_HIDE : SW_SHOW);
+    if (shown) {
+        SetFocus(GetWindow(window_.Handle(), GW_OWNER));
     }
 }
 
-void ControlPanel::Refresh(bool followsClock) {
-    SendMessageW(followClock_, BM_SETCHECK, followsClock ? BST_CHECKED : BST_UNCHECKED, 0);
+void ControlPanel::Refresh() {
+    if (!IsWindowVisible(window_.Handle())) {
+        return;
+    }
+    SendMessageW(followClock_, BM_SETCHECK, changes_.FollowsClock() ? BST_CHECKED : BST_UNCHECKED, 0);
     for (Row& row : rows_) {
         const std::string value = ControlValueText(*row.record);
         if (value != row.shown && (!row.field || GetFocus() != row.field)) {
@@ -244,23 +209,11 @@ ControlPanel::Row* ControlPanel::RowOf(HWND control) {
 void ControlPanel::CommitValue(Row& row, const std::string& value) {
     if (value != row.shown) {
         row.shown.clear();
-        actions_.change({ControlLabel(*row.record), value});
+        changes_.Set({ControlLabel(*row.record), value});
     }
 }
 
-LRESULT CALLBACK ControlPanel::Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
-    if (message == WM_NCCREATE) {
-        const auto* creation = reinterpret_cast<const CREATESTRUCTW*>(lParam);
-        SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(creation->lpCreateParams));
-    }
-    auto* panel = reinterpret_cast<ControlPanel*>(GetWindowLongPtrW(window, GWLP_USERDATA));
-    if (!panel || !panel->ready_) {
-        return DefWindowProcW(window, message, wParam, lParam);
-    }
-    return panel->Handle(window, message, wParam, lParam);
-}
-
-LRESULT ControlPanel::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+std::optional<LRESULT> ControlPanel::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
         case WM_HSCROLL: {
             const auto slider = reinterpret_cast<HWND>(lParam);
@@ -273,13 +226,17 @@ LRESULT ControlPanel::Handle(HWND window, UINT message, WPARAM wParam, LPARAM lP
         case WM_COMMAND:
             OnCommand(LOWORD(wParam), HIWORD(wParam), reinterpret_cast<HWND>(lParam));
             return 0;
+        case WM_ERASEBKGND: {
+            const SIZE size = window_.ClientSize();
+            const RECT area = {0, 0, size.cx, size.cy};
+            FillRect(reinterpret_cast<HDC>(wParam), &area, GetSysColorBrush(COLOR_BTNFACE));
+            return 1;
+        }
         case WM_CLOSE:
             Toggle();
             return 0;
-        case WM_SYSCOMMAND:  // as in the view
-            return IsMenuKey(wParam, lParam) ? 0 : DefWindowProcW(window, message, wParam, lParam);
         default:
-            return DefWindowProcW(window, message, wParam, lParam);
+            return std::nullopt;
     }
 }
 
@@ -293,9 +250,9 @@ void ControlPanel::OnCommand(WORD id, WORD code, HWND control) {
     } else if (id == IDCANCEL) {
         Toggle();
     } else if (id == kFollowClockId) {
-        actions_.followClock(SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED);
+        changes_.FollowClock(SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED);
     } else if (id == kCopyId) {
-        actions_.copyCommandLine();
+        copyCommandLine_();
     } else if (row && control == row->box && code == BN_CLICKED) {
         CommitValue(*row, SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED ? "true" : "false");
     }

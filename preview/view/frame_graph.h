@@ -10,23 +10,19 @@
 
 namespace pixelforge::preview {
 
-/// One bar for each frame, the last on the right, with space for `slots` bars; frames that share a pixel
-/// show the worst of them. A line marks 60 frames a second.
-void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double> milliseconds,
-                    std::size_t slots);
-
-/// The live view's graph, initially hidden.
+/// One bar for each frame, the last on the right; frames that share a pixel show the worst of them. A line
+/// marks 60 frames a second.
 class FrameGraph {
 public:
-    void Toggle() { shown_ = !shown_; }
-    void Add(double milliseconds);
+    /// Has space for this many frames and shows the last ones.
+    explicit FrameGraph(std::size_t frames) : frames_(frames) {}
 
-    /// In the lower right corner of a picture of this size.
-    void Draw(HDC dc, SIZE size, HFONT font) const;
+    void Add(double milliseconds);
+    void Draw(HDC dc, const RECT& area, HFONT font) const;
 
 private:
-    std::vector<double> times_;  ///< of the last frames
-    bool shown_ = false;
+    std::size_t frames_;
+    std::vector<double> times_;
 };
 
 /// Writes a PNG of the graph. Throws `HostError` with `Failed`.

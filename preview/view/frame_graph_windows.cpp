@@ -18,12 +18,6 @@ constexpr COLORREF kVeryLate = RGB(230, 80, 70);  // more than one frame lost
 constexpr COLORREF kLine = RGB(255, 255, 255);
 constexpr int kTextHeight = 22;
 
-// In the live view.
-constexpr std::size_t kFrames = 240;
-constexpr LONG kWidth = 2 * static_cast<LONG>(kFrames);
-constexpr LONG kHeight = 140;
-constexpr LONG kMargin = 12;
-
 /// Of a run's picture.
 constexpr int kPictureWidth = 960;
 constexpr int kPictureHeight = 270;
@@ -38,9 +32,7 @@ COLORREF ColorOf(double milliseconds) {
 }
 
 std::vector<double> WorstOfEachColumn(std::span<const double> times, std::size_t columns) {
-    if (times.size() <= columns) {
-        return {times.begin(), times.end()};
-    }
+    columns = std::min(columns, times.size());
     std::vector<double> worst;
     for (std::size_t column = 0; column < columns; ++column) {
         const std::size_t first = column * times.size() / columns;
@@ -79,16 +71,22 @@ void DrawCaption(HDC dc, RECT area, HFONT font, const std::wstring& text) {
 
 }  // namespace
 
-void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double> milliseconds,
-                    std::size_t slots) {
+void FrameGraph::Add(double milliseconds) {
+    if (times_.size() == frames_) {
+        times_.erase(times_.begin());
+    }
+    times_.push_back(milliseconds);
+}
+
+void FrameGraph::Draw(HDC dc, const RECT& area, HFONT font) const {
     Fill(dc, area, kBackground);
     const LONG width = area.right - area.left;
     const LONG height = area.bottom - area.top - kTextHeight;
     if (width < 1 || height < 1) {
         return;
     }
-    const auto columns = std::clamp<std::size_t>(slots, 1, static_cast<std::size_t>(width));
-    const std::vector<double> bars = WorstOfEachColumn(milliseconds, columns);
+    const auto columns = std::clamp<std::size_t>(frames_, 1, static_cast<std::size_t>(width));
+    const std::vector<double> bars = WorstOfEachColumn(times_, columns);
     const double scale = ScaleFor(bars);
     const auto rows = [&](double time) { return static_cast<LONG>(time / scale * height + 0.5); };
     const LONG barWidth = width / static_cast<LONG>(columns);
@@ -99,32 +97,17 @@ void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double
     }
     const LONG line = area.bottom - rows(kSixtieth);
     Fill(dc, {area.left, line, area.right, line + 1}, kLine);
-    DrawCaption(dc, {area.left, area.top, area.right, area.top + kTextHeight}, font,
-                Caption(milliseconds, scale));
-}
-
-void FrameGraph::Add(double milliseconds) {
-    if (times_.size() == kFrames) {
-        times_.erase(times_.begin());
-    }
-    times_.push_back(milliseconds);
-}
-
-void FrameGraph::Draw(HDC dc, SIZE size, HFONT font) const {
-    if (shown_) {
-        const LONG right = size.cx - kMargin;
-        const LONG bottom = size.cy - kMargin;
-        DrawFrameGraph(dc, {right - kWidth, bottom - kHeight, right, bottom}, font, times_, kFrames);
-    }
+    DrawCaption(dc, {area.left, area.top, area.right, area.top + kTextHeight}, font, Caption(times_, scale));
 }
 
 void WriteFrameGraph(const std::wstring& absolutePath, std::span<const double> milliseconds) {
+    FrameGraph graph(milliseconds.size());
+    std::ranges::for_each(milliseconds, [&](double time) { graph.Add(time); });
     const HostSurface surface(kPictureWidth, kPictureHeight);
     {
         const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        DrawFrameGraph(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
-                       static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), milliseconds,
-                       milliseconds.size());
+        graph.Draw(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
+                   static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
         GdiFlush();
     }
     WritePng(absolutePath, surface.Pixels());

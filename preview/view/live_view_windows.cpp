@@ -6,11 +6,13 @@
 #include <cstdio>
 #include <iterator>
 #include <optional>
+#include <utility>
 
 #include "base/load_error.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
 #include "preview/view/control_changes.h"
+#include "preview/view/control_panel.h"
 #include "preview/view/view_window.h"
 
 namespace pixelforge::preview {
@@ -41,26 +43,90 @@ public:
     ExitStatus Run();
 
 private:
-    bool Ended() const;
-    bool Resting() const;
-    void ExecuteCommands();
-    void Execute(ViewCommand command);
-    void Pause(bool paused);
+    std::vector<ViewKey> Keys();
+    bool Ended() const {
+        const bool canRecover =
+            options_.sourceChanged || (options_.playlist && (drawn_ > 0 || failures_ < kMaxInitialFailures));
+        return replaced_ || view_.Closed() || (options_.stop && options_.stop->load()) ||
+               (options_.frames > 0 && (drawn_ >= options_.frames || (failed_ && !canRecover)));
+    }
+    bool Resting() const { return failed_ || (paused_ && !stepping_); }
+    void Pause(bool paused) {
+        paused_ = paused;
+        realTime_.Restart();
+        if (options_.playlist && !failed_) {
+            options_.playlist->RestartTime();
+        }
+    }
+    void Step() {
+        stepping_ = paused_;
+        Pause(true);
+    }
     void Refit();
-    void Reload();
-    void ExpectLoad();
+    void Reload() {
+        session_.Initialize();
+        ExpectLoad();
+    }
+    void ExpectLoad() {
+        loading_ = true;
+        failed_ = false;
+    }
     void OpenDroppedFile();
-    void ExecuteOnPlaylist(ViewCommand command);
+    void ShowNext() {
+        options_.playlist->Next();
+        Reload();
+    }
+    void ShowPrevious() {
+        if (options_.playlist->Previous()) {
+            Reload();
+        } else {
+            ShowStatus(L"No shader was shown before this one");
+        }
+    }
+    void TogglePanel() {
+        if (!panel_) {
+            panel_.emplace(view_.Frame().Handle(), session_.Controls(), changes_,
+                           [this] { CopyCommandLine(); });
+        }
+        panel_->Toggle();
+    }
+    void CopyCommandLine();
     void DrawFrame();
-    void HandleResult(FrameResult result);
     void HandleDrawn();
     void HandleFailure();
     std::string TakeMessages() const;
-    void ReportMessages(const std::string& text);
-    void ReportLoad(const std::string& outcome) const;
-    void ShowLoadedNotice();
+
+    /// The messages of a load stay in the window until the next one; hidden ones appear again if they differ.
+    void ReportMessages(const std::string& text) {
+        if (!text.empty()) {
+            PrintLine(text);
+        }
+        if ((loading_ || failed_) && text != messages_) {
+            messages_ = text;
+            messagesShown_ = true;
+        }
+    }
+
+    /// For editors that follow the output: when a list of errors begins and ends.
+    void ReportLoad(const std::string& outcome) const {
+        if (options_.sourceChanged) {
+            PrintLine("preview: " + options_.name + ": " + outcome);
+        }
+    }
+
+    /// Only once: not after each change of the shader's files.
+    void ShowLoadedNotice() {
+        const ControlRecord* seconds = session_.Control("Info Time");
+        if (noticeText_ != HostSession::InfoText() && seconds) {
+            noticeText_ = HostSession::InfoText();
+            noticeEnd_ = Clock::now() + std::chrono::seconds(seconds->whole.value[0]);
+        }
+    }
     void SavePicture(const std::wstring& path);
-    void ShowStatus(const std::wstring& text);
+    void ShowStatus(const std::wstring& text) {
+        status_ = text;
+        statusEnd_ = Clock::now() + kStatusTime;
+    }
     void UpdateText();
     void UpdateTitle();
     void WaitUntil(Clock::time_point time);
@@ -70,7 +136,8 @@ private:
     HostWindow moduleWindow_;
     HostSession session_;
     RealTime realTime_{session_};
-    ControlChanges controls_;
+    ControlChanges changes_;
+    std::optional<ControlPanel> panel_;
     bool loading_ = true;      ///< the next frame loads the shader
     bool loadFailed_ = false;  ///< the last load that ended
     bool failed_ = false;      ///< the last load failed: draws nothing until something changes
@@ -81,24 +148,18 @@ private:
     bool replaced_ = false;  ///< by another view
     int frame_ = 0;          ///< drawn since the last load
     int drawn_ = 0;
-    std::wstring messages_;  ///< of the last load
+    std::string messages_;  ///< of the last load
     bool messagesShown_ = true;
-    std::optional<std::wstring> noticeText_;  ///< shown last
+    std::wstring noticeText_;  ///< shown last
+    Clock::time_point noticeEnd_;
     std::wstring status_;
     Clock::time_point statusEnd_;
-    std::optional<Clock::time_point> noticeEnd_;
-    Clock::time_point titleTime_ = Clock::now();
+    Clock::time_point titleTime_;
     int framesAtTitle_ = 0;
-    double rate_ = 0.0;
 };
 
-/// The system may have limited the window's size.
-SIZE FrameSize(ViewWindow& view, double scale) {
-    return ScaledSize(view.Frame().ClientSize(), scale);
-}
-
-SessionOptions InWindow(SessionOptions session, HostWindow& window) {
-    const SIZE size = window.ClientSize();
+SessionOptions InWindow(SessionOptions session, HostWindow& window, SIZE size) {
+    window.SetClientSize(size.cx, size.cy);
     session.width = size.cx;
     session.height = size.cy;
     session.window = &window;
@@ -112,15 +173,17 @@ LiveView::LiveView(const ModuleFunctions& module, const LiveViewOptions& options
              .fullScreen = options.fullScreen,
              .monitor = options.monitor,
              .place = options.place}),
-      moduleWindow_(FrameSize(view_, options.scale).cx, FrameSize(view_, options.scale).cy),
-      session_(module, InWindow(options.session, moduleWindow_)),
-      controls_(session_, view_,
-                {.levelDivisor =
-                     options.session.levelOutput != 0 ? options.session.levelDivisor : kDefaultLevelDivisor,
-                 .followClock = options.realTime,
-                 .scale = options.scale,
-                 .command = options.command,
-                 .report = [this](const std::wstring& text) { ShowStatus(text); }}) {
+      moduleWindow_(1, 1),
+      session_(module, InWindow(options.session, moduleWindow_,
+                                ScaledSize(view_.Frame().ClientSize(), options.scale))),
+      changes_(session_, view_,
+               {.levelDivisor =
+                    options.session.levelOutput != 0 ? options.session.levelDivisor : kDefaultLevelDivisor,
+                .followClock = options.realTime,
+                .scale = options.scale,
+                .report = [this](const std::wstring& line) { ShowStatus(line); }}) {
+    view_.AddKeys(Keys());
+    view_.AddKeys(changes_.Keys());
     view_.ForwardInputTo(moduleWindow_.Handle());
     session_.Open();
 }
@@ -129,22 +192,52 @@ LiveView::~LiveView() {
     view_.ForwardInputTo(nullptr);
 }
 
+// No letters, digits or arrows: they belong to the shader, which also receives these keys.
+std::vector<ViewKey> LiveView::Keys() {
+    const auto playlist = [this](auto act) {
+        return [=, this] { options_.playlist ? act() : ShowStatus(L"There is no playlist"); };
+    };
+    const auto flip = [](bool& value) { return [&value] { value = !value; }; };
+    const auto save = [this] {
+        SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
+    };
+    return {
+        {VK_F1, 0, L"F1 or ?\tshow this list", flip(helpShown_)},
+        {'?', kCharacter, nullptr, flip(helpShown_)},
+        {VK_F2, 0, L"F2 or Pause\tpause / resume", [this] { Pause(!paused_); }},
+        {VK_PAUSE, 0, nullptr, [this] { Pause(!paused_); }},
+        {VK_F3, 0, L"F3\tpause, then step one frame", [this] { Step(); }},
+        {VK_F4, 0, L"F4, Shift+F4\tnext / previous shader of the playlist", playlist([this] { ShowNext(); })},
+        {VK_F4, kShift, nullptr, playlist([this] { ShowPrevious(); })},
+        {VK_F5, 0, L"F5\treload the shader", [this] { Reload(); }},
+        {VK_F5, kShift, L"Shift+F5\thide / show the shader's messages", flip(messagesShown_)},
+        {VK_F12, 0, L"F12\tsave a PNG", save},
+        {VK_INSERT, 0, L"Insert\tadd the shader to the favourites",
+         playlist([this] { ShowStatus(options_.playlist->AddFavourite()); })},
+        {VK_TAB, 0, L"Tab or F10\tall controls", [this] { TogglePanel(); }},
+        {VK_F10, 0, nullptr, [this] { TogglePanel(); }},
+        {VK_F10, kShift, L"Shift+F10\tcopy the settings as a command line", [this] { CopyCommandLine(); }},
+        {VK_F12, kShift, L"Shift+F12\tgraph of frame times", [this] { view_.ToggleGraph(); }},
+        {VK_RETURN, kAlt, L"Alt+Enter\tfull screen / window", [this] { view_.ToggleFullScreen(); }},
+    };
+}
+
 ExitStatus LiveView::Run() {
     auto next = Clock::now();
     while (!Ended()) {
         view_.Frame().PumpMessages();
-        ExecuteCommands();
+        view_.ActOnKeys();
         Refit();
         OpenDroppedFile();
         const bool changed = options_.sourceChanged && options_.sourceChanged();
         if (changed) {
             ReportLoad("reloading");
         }
-        if (controls_.TakeReload() || changed) {
+        if (changes_.TakeReload() || changed) {
             Reload();
         }
         if (options_.playlist && !paused_ && options_.playlist->IsDue()) {
-            ExecuteOnPlaylist(ViewCommand::NextPick);
+            ShowNext();
         }
         UpdateText();
         UpdateTitle();
@@ -162,78 +255,13 @@ ExitStatus LiveView::Run() {
     return drawn_ > 0 && (!failed_ || options_.playlist) ? ExitStatus::Drawn : ExitStatus::Failed;
 }
 
-bool LiveView::Ended() const {
-    if (replaced_ || view_.Closed() || (options_.stop && options_.stop->load())) {
-        return true;
-    }
-    const bool canRecover =
-        options_.sourceChanged || (options_.playlist && (drawn_ > 0 || failures_ < kMaxInitialFailures));
-    return options_.frames > 0 && (drawn_ >= options_.frames || (failed_ && !canRecover));
-}
-
-bool LiveView::Resting() const {
-    return failed_ || (paused_ && !stepping_);
-}
-
-void LiveView::ExecuteCommands() {
-    while (const auto command = view_.NextCommand()) {
-        Execute(*command);
-    }
-}
-
-void LiveView::Execute(ViewCommand command) {
-    switch (command) {
-        case ViewCommand::Help:
-            helpShown_ = !helpShown_;
-            break;
-        case ViewCommand::Pause:
-            Pause(!paused_);
-            break;
-        case ViewCommand::Step:
-            stepping_ = paused_;
-            Pause(true);
-            break;
-        case ViewCommand::Reload:
-            Reload();
-            break;
-        case ViewCommand::Messages:
-            messagesShown_ = !messagesShown_;
-            break;
-        case ViewCommand::SavePicture:
-            SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
-            break;
-        case ViewCommand::NextPick:
-        case ViewCommand::PreviousPick:
-        case ViewCommand::AddFavourite:
-            ExecuteOnPlaylist(command);
-            break;
-        case ViewCommand::FullScreen:
-            view_.SetFullScreen(!view_.IsFullScreen());
-            break;
-        case ViewCommand::Graph:
-            view_.Graph().Toggle();
-            break;
-        default:
-            controls_.Execute(command);
-            break;
-    }
-}
-
-void LiveView::Pause(bool paused) {
-    paused_ = paused;
-    realTime_.Restart();
-    if (options_.playlist && !failed_) {
-        options_.playlist->RestartTime();
-    }
-}
-
 /// Applies a new window size, and changes of tiles, foreground or levels that require pre-initialisation.
 void LiveView::Refit() {
     const SIZE window = view_.Frame().ClientSize();
     if (window.cx < 1 || window.cy < 1) {
         return;
     }
-    const SIZE size = controls_.FrameSize();
+    const SIZE size = ScaledSize(window, changes_.Scale());
     const DrawContext& context = session_.Context();
     if (size.cx != context.width || size.cy != context.height) {
         moduleWindow_.SetClientSize(size.cx, size.cy);
@@ -243,46 +271,27 @@ void LiveView::Refit() {
     }
 }
 
-void LiveView::Reload() {
-    session_.Initialize();
-    ExpectLoad();
-}
-
 void LiveView::OpenDroppedFile() {
     const auto path = view_.DroppedFile();
     if (!path || !options_.fileDropped) {
         return;
     }
     const SIZE size = view_.Frame().ClientSize();
-    const ViewState state = {.settings = controls_.Settings(),
+    const ViewState state = {.settings = changes_.Settings(),
                              .width = size.cx,
                              .height = size.cy,
                              .fullScreen = view_.IsFullScreen(),
-                             .scale = controls_.Scale(),
+                             .scale = changes_.Scale(),
                              .place = view_.Place()};
     const std::string failure = FailureOf([&] { options_.fileDropped(*path, state); });
     replaced_ = failure.empty();
     ShowStatus(FromUtf8(failure));
 }
 
-void LiveView::ExpectLoad() {
-    loading_ = true;
-    failed_ = false;
-}
-
-void LiveView::ExecuteOnPlaylist(ViewCommand command) {
-    if (!options_.playlist) {
-        ShowStatus(L"There is no playlist");
-    } else if (command == ViewCommand::AddFavourite) {
-        ShowStatus(options_.playlist->AddFavourite());
-    } else if (command == ViewCommand::PreviousPick && !options_.playlist->Previous()) {
-        ShowStatus(L"No shader was shown before this one");
-    } else {
-        if (command == ViewCommand::NextPick) {
-            options_.playlist->Next();
-        }
-        Reload();
-    }
+void LiveView::CopyCommandLine() {
+    const std::wstring line = FromUtf8((options_.command ? options_.command() : std::string()) +
+                                       view_.Arguments() + changes_.Arguments());
+    ShowStatus((view_.CopyText(line) ? L"Copied: " : L"The clipboard is in use: ") + line);
 }
 
 void LiveView::DrawFrame() {
@@ -291,30 +300,20 @@ void LiveView::DrawFrame() {
     }
     stepping_ = false;
     failed_ = false;
-    if (controls_.FollowsClock()) {
-        realTime_.Advance(controls_.Pace());
+    if (changes_.FollowsClock()) {
+        realTime_.Advance(changes_.Pace());
     }
     const auto start = Clock::now();
     const FrameResult result = session_.DrawFrame();
     if (result == FrameResult::Drawn && !loading_) {
-        view_.Graph().Add(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+        view_.AddFrameTime(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
     }
-    HandleResult(result);
-}
-
-void LiveView::HandleResult(FrameResult result) {
-    switch (result) {
-        case FrameResult::Failed:
-            HandleFailure();
-            break;
-        case FrameResult::Drawn:
-            HandleDrawn();
-            break;
-        case FrameResult::ResetWanted:
-            loading_ = true;
-            break;
-        case FrameResult::NothingDrawn:
-            break;
+    if (result == FrameResult::Drawn) {
+        HandleDrawn();
+    } else if (result == FrameResult::Failed) {
+        HandleFailure();
+    } else if (result == FrameResult::ResetWanted) {
+        loading_ = true;
     }
 }
 
@@ -369,39 +368,6 @@ std::string LiveView::TakeMessages() const {
     return text;
 }
 
-/// The messages of a load stay in the window until the next one; hidden ones appear again if they differ.
-void LiveView::ReportMessages(const std::string& text) {
-    if (!text.empty()) {
-        PrintLine(text);
-    }
-    std::wstring shown;
-    for (const wchar_t c : FromUtf8(text)) {
-        shown += c == L'\n' ? std::wstring(L"\r\n") : std::wstring(1, c);
-    }
-    if ((loading_ || failed_) && shown != messages_) {
-        messages_ = shown;
-        messagesShown_ = true;
-    }
-}
-
-/// For editors that follow the output: when a list of errors begins and ends.
-void LiveView::ReportLoad(const std::string& outcome) const {
-    if (options_.sourceChanged) {
-        PrintLine("preview: " + options_.name + ": " + outcome);
-    }
-}
-
-/// Only once: not after each change of the shader's files.
-void LiveView::ShowLoadedNotice() {
-    const auto notice = ReadNotice(HostSession::InfoText());
-    const ControlRecord* seconds = session_.Control("Info Time");
-    if (notice && noticeText_ != HostSession::InfoText() && seconds && seconds->whole.value[0] > 0) {
-        noticeText_ = HostSession::InfoText();
-        view_.ShowNotice(notice);
-        noticeEnd_ = Clock::now() + std::chrono::seconds(seconds->whole.value[0]);
-    }
-}
-
 void LiveView::SavePicture(const std::wstring& path) {
     const std::string failure = FailureOf([&] { WritePng(path, session_.Picture()); });
     if (failure.empty()) {
@@ -412,43 +378,33 @@ void LiveView::SavePicture(const std::wstring& path) {
     }
 }
 
-void LiveView::ShowStatus(const std::wstring& text) {
-    status_ = text;
-    statusEnd_ = Clock::now() + kStatusTime;
-}
-
+/// The list of keys needs the whole window.
 void LiveView::UpdateText() {
     const auto now = Clock::now();
-    if (noticeEnd_ && now >= *noticeEnd_) {
-        noticeEnd_.reset();
-        view_.ShowNotice(std::nullopt);
+    const auto notice = !helpShown_ && now < noticeEnd_ ? ReadNotice(noticeText_) : std::nullopt;
+    view_.Notice().Show(
+        notice ? NoticeAsRichText(*notice) : std::string(),
+        notice ? std::vector{notice->shaderLink, notice->authorLink} : std::vector<std::wstring>());
+    const bool messages = messagesShown_ && !helpShown_ && !messages_.empty();
+    view_.Messages().Show(messages ? TextAsRichText(FromUtf8(messages_)) : std::string());
+    view_.ShowText(helpShown_ ? view_.KeyList() : now < statusEnd_ ? status_ : std::wstring());
+    if (panel_) {
+        panel_->Refresh();
     }
-    if (now >= statusEnd_) {
-        status_.clear();
-    }
-    view_.ShowMessages(messagesShown_ ? messages_ : std::wstring());
-    view_.ShowText(helpShown_ ? KeyList() : status_);
-    controls_.RefreshPanel();
 }
 
 void LiveView::UpdateTitle() {
-    const auto now = Clock::now();
-    const std::chrono::duration<double> passed = now - titleTime_;
-    const bool idle = failed_ || paused_;
-    if (passed >= kTitlePeriod) {
-        rate_ = (drawn_ - framesAtTitle_) / passed.count();
-        titleTime_ = now;
-        framesAtTitle_ = drawn_;
-    } else if (!idle) {
+    const std::chrono::duration<double> passed = Clock::now() - titleTime_;
+    if (passed < kTitlePeriod) {
         return;
     }
     wchar_t rate[32];
-    std::swprintf(rate, 32, L"%.1f frames/s", rate_);
+    std::swprintf(rate, 32, L"%.1f frames/s", (drawn_ - framesAtTitle_) / passed.count());
+    titleTime_ = Clock::now();
+    framesAtTitle_ = drawn_;
     const std::string name = options_.playlist ? options_.playlist->ShaderName() : options_.name;
-    view_.SetTitle(FileNameOf(FromUtf8(name)) + L" - frame " + std::to_wstring(frame_) + L" - " +
-                   (failed_   ? L"failed to load"
-                    : paused_ ? L"paused"
-                              : rate) +
+    const wchar_t* const state = failed_ ? L"failed to load" : paused_ ? L"paused" : rate;
+    view_.SetTitle(FileNameOf(FromUtf8(name)) + L" - frame " + std::to_wstring(frame_) + L" - " + state +
                    L" - Pixelforge preview (F1: keys)");
 }
 

@@ -1,4 +1,4 @@
-// The live view's window: shows frames with text over them and turns key presses into commands.
+// The live view's window: shows frames with text over them and turns key presses into actions.
 #pragma once
 
 #include <windows.h>
@@ -6,7 +6,7 @@
 #include <shellapi.h>
 
 #include <cstdint>
-#include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,38 +15,21 @@
 #include "base/win_handles.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/host_window.h"
-#include "preview/host/notice.h"
 #include "preview/view/frame_graph.h"
-#include "preview/view/notice_panel.h"
+#include "preview/view/text_panel.h"
 
 namespace pixelforge::preview {
 
-enum class ViewCommand {
-    Help,
-    Pause,
-    Step,
-    Reload,
-    Messages,
-    MoreColumns,
-    FewerColumns,
-    MoreRows,
-    FewerRows,
-    Mirror,
-    Foreground,
-    Levels,
-    SavePicture,
-    NextPick,
-    PreviousPick,
-    AddFavourite,
-    Panel,
-    CopyCommandLine,
-    Slower,
-    Faster,
-    Backwards,
-    Graph,
-    FullScreen,
-    LowerScale,
-    HigherScale,
+inline constexpr unsigned kShift = 1;
+inline constexpr unsigned kControl = 2;
+inline constexpr unsigned kAlt = 4;
+inline constexpr unsigned kCharacter = 8;  ///< the key is the character that it types
+
+struct ViewKey {
+    unsigned key;         ///< virtual-key code
+    unsigned held;        ///< the sum of the flags above
+    const wchar_t* help;  ///< keys, tab, meaning; null: listed with another key
+    std::function<void()> act;
 };
 
 struct ViewWindowOptions {
@@ -56,14 +39,6 @@ struct ViewWindowOptions {
     std::int32_t monitor = 0;               ///< from 1, in the system's order; 0: the system's choice
     std::optional<WindowPlace> place = {};  ///< instead of a monitor
 };
-
-/// The live view's keys for the user, one line each.
-std::wstring KeyList();
-
-/// True for a WM_SYSCOMMAND of Alt alone, which would open the window's menu and take the keys.
-constexpr bool IsMenuKey(WPARAM wParam, LPARAM lParam) {
-    return (wParam & 0xFFF0) == SC_KEYMENU && lParam == 0;
-}
 
 /// Use only on the thread that created it; input arrives while that thread dispatches messages. The module
 /// gets its own hidden window, because on some systems GDI output on a window with an OpenGL context stays
@@ -82,16 +57,25 @@ public:
 
     /// Covers the monitor, hides the pointer and keeps the screen awake; or undoes that.
     void SetFullScreen(bool on);
+    void ToggleFullScreen() { SetFullScreen(!fullScreen_); }
     bool IsFullScreen() const noexcept { return fullScreen_; }
 
     /// Of the window without full screen.
     WindowPlace Place() const;
 
     HostWindow& Frame() noexcept { return frame_; }
+    TextPanel& Messages() noexcept { return messages_; }
+    TextPanel& Notice() noexcept { return notice_; }
     bool Closed() const noexcept { return closed_; }
 
-    /// The oldest pending command.
-    std::optional<ViewCommand> NextCommand();
+    void AddKeys(const std::vector<ViewKey>& keys) { keys_.insert(keys_.end(), keys.begin(), keys.end()); }
+
+    /// The keys for the user, one line each.
+    std::wstring KeyList() const;
+
+    /// Calls the actions of the keys that were pressed since the last call. A window procedure must not: it
+    /// may run within a frame.
+    void ActOnKeys();
 
     /// The file that the user dropped on the window since the last call.
     std::optional<std::wstring> DroppedFile() { return std::exchange(droppedFile_, std::nullopt); }
@@ -99,51 +83,49 @@ public:
     /// Copies the picture and shows it until the next one.
     void ShowPicture(const FramePixels& pixels);
 
-    /// In a panel that scrolls and covers at most the upper third; an empty text hides it.
-    void ShowMessages(const std::wstring& text);
-
-    /// Text over the picture in the upper left corner, below the messages; tabs separate two columns.
+    /// Text over the picture in the upper left corner, below the messages; tabs separate two columns. In a
+    /// small window the font is smaller.
     void ShowText(const std::wstring& text);
-    void SetTitle(const std::wstring& title);
+    void SetTitle(const std::wstring& title) { SetWindowTextW(frame_.Handle(), title.c_str()); }
+
+    /// Those of `preview` for a window of this size.
+    std::string Arguments() const;
 
     /// Puts the text on the clipboard. False if another program holds it.
     bool CopyText(const std::wstring& text);
 
-    /// Drawn with the next picture.
-    FrameGraph& Graph() noexcept { return graph_; }
-
-    /// std::nullopt hides it.
-    void ShowNotice(const std::optional<Notice>& notice);
+    /// The graph of frame times, in the lower right corner, is hidden at first.
+    void ToggleGraph() noexcept { graphShown_ = !graphShown_; }
+    void AddFrameTime(double milliseconds) { graph_.Add(milliseconds); }
 
 private:
-    static LRESULT CALLBACK Procedure(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    LRESULT Handle(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
-    bool TakeKey(UINT message, WPARAM wParam, LPARAM lParam);
+    std::optional<LRESULT> Handle(UINT message, WPARAM wParam, LPARAM lParam);
+    bool TakeKey(UINT message, WPARAM wParam);
     void ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const;
-    void Paint(HDC dc);
+    void OnPaint();
+    void Compose(SIZE size);
     void DrawOverlay(SIZE size);
     void TakeDrop(HDROP drop);
     LPARAM InTarget(LPARAM position) const;
-    void Redraw();
+    void Redraw() { InvalidateRect(frame_.Handle(), nullptr, FALSE); }
 
-    bool ready_ = false;  ///< false during construction and destruction: messages get default handling
+    std::vector<ViewKey> keys_;
+    std::vector<std::size_t> pressed_;  ///< indices of keys
     bool closed_ = false;
     HWND inputTarget_ = nullptr;
-    std::deque<ViewCommand> commands_;
     std::optional<std::wstring> droppedFile_;
     bool fullScreen_ = false;
     WINDOWPLACEMENT placement_{};  ///< before full screen
     FrameGraph graph_;
+    bool graphShown_ = false;
     std::wstring text_;
-    std::wstring title_;
     UniqueBitmap picture_;
     UniqueBitmap canvas_;  ///< picture and text are composed here to avoid flicker
     UniqueMemoryDc canvasDc_;
     UniqueMemoryDc pictureDc_;
-    UniqueFont font_;
     HostWindow frame_;
-    NoticePanel notice_;
-    MessagePanel messages_;
+    TextPanel notice_;
+    TextPanel messages_;
 };
 
 }  // namespace pixelforge::preview

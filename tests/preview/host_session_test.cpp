@@ -14,10 +14,13 @@
 #include "module/module_instance.h"
 #include "preview/frame_run.h"
 #include "preview/host/file_paths.h"
+#include "preview/host/notice.h"
 #include "preview/view/control_changes.h"
+#include "preview/view/control_panel.h"
 #include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
-#include "preview/view/notice_panel.h"
+#include "preview/view/text_panel.h"
+#include "preview/view/view_window.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
@@ -123,13 +126,17 @@ TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
     }
 }
 
-/// Of the live view's panel with a control of this class.
-bool IsVisible(const wchar_t* className) {
-    std::pair search(className, false);
+/// True if a text that starts like this is visible in a panel of the live view.
+bool IsShown(std::wstring_view start) {
+    std::pair search(start, false);
     const auto look = [](HWND window, LPARAM parameter) -> BOOL {
-        auto& [name, visible] = *reinterpret_cast<decltype(search)*>(parameter);
-        const HWND panel = FindWindowExW(window, nullptr, name, nullptr);
-        visible = visible || (panel && IsWindowVisible(panel));
+        auto& [wanted, shown] = *reinterpret_cast<decltype(search)*>(parameter);
+        HWND panel = nullptr;
+        while ((panel = FindWindowExW(window, panel, L"RICHEDIT50W", nullptr)) != nullptr) {
+            wchar_t text[16] = {};
+            GetWindowTextW(panel, text, 16);
+            shown = shown || (IsWindowVisible(panel) && std::wstring_view(text).starts_with(wanted));
+        }
         return TRUE;
     };
     EnumThreadWindows(GetCurrentThreadId(), look, reinterpret_cast<LPARAM>(&search));
@@ -149,12 +156,12 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
                                .warnings = [] { return std::vector<std::string>{"w"}; },
                                .takeMessages = [] { return std::vector<std::string>(); }};
     options.sourceChanged = [&] {
-        const bool visible = IsVisible(L"RICHEDIT50W");
+        const bool visible = IsShown(L"Shader:");
         again = again || (loopsAfterReload > 0 && visible);
         loopsAfterReload += shown && (!visible || loopsAfterReload > 0);
         shown = shown || visible;
         stop = loopsAfterReload == 5;
-        warned = IsVisible(L"EDIT");
+        warned = IsShown(L"w");
         return loopsAfterReload == 1;
     };
     RunLiveView(kModule, options);
@@ -163,17 +170,13 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     EXPECT_TRUE(warned);
 }
 
-TEST(MessagePanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
+TEST(TextPanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
     HostWindow window(300, 150);
-    MessagePanel panel(window.Handle(), static_cast<HFONT>(GetStockObject(ANSI_FIXED_FONT)));
-    panel.Show(L"one line");
+    TextPanel panel(window.Handle(), Edge::Upper);
+    panel.Show(TextAsRichText(L"one line"));
     EXPECT_GT(panel.Height(), 5);
     EXPECT_LT(panel.Height(), 50);
-    std::wstring text;
-    for (int i = 0; i < 50; ++i) {
-        text += L"line\r\n";
-    }
-    panel.Show(text);
+    panel.Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     EXPECT_EQ(panel.Height(), 50);
     panel.Show({});
     EXPECT_EQ(panel.Height(), 0);
@@ -261,9 +264,10 @@ class ControlChangesTest : public testing::Test {
 protected:
     ControlChangesTest() {
         session_.Open();
-        changes_.Execute(ViewCommand::Panel);
-        changes_.RefreshPanel();
-        panel_ = FindWindowW(L"PixelforgePreviewPanel", nullptr);
+        controls_.emplace(view_.Frame().Handle(), session_.Controls(), changes_, [] {});
+        controls_->Toggle();
+        controls_->Refresh();
+        panel_ = FindWindowW(nullptr, L"Controls");
     }
 
     /// The panel's control that follows its label by this many.
@@ -288,12 +292,11 @@ protected:
     ViewWindow view_{{.width = 240, .height = 120}};
     HostSession session_{kModule, {.autoOffscreen = true}};
     std::string said_;
-    ControlChanges changes_{session_,
-                            view_,
-                            {.levelDivisor = 64,
-                             .followClock = true,
-                             .command = [] { return "preview a.json"; },
-                             .report = [this](const std::wstring& text) { said_ = ToUtf8(text); }}};
+    ControlChanges changes_{
+        session_, view_, {.levelDivisor = 64, .followClock = true, .report = [this](auto& line) {
+                              said_ = ToUtf8(line);
+                          }}};
+    std::optional<ControlPanel> controls_;
     HWND panel_ = nullptr;
 };
 
@@ -305,7 +308,7 @@ TEST_F(ControlChangesTest, SetsControlsFromThePanel) {
     EXPECT_EQ(ValueOf("X Tiling"), "4");
     SendMessageW(Part(L"Foreground Only", 0), BM_CLICK, 0, 0);
     EXPECT_THAT(said_, testing::HasSubstr("cannot be combined"));
-    changes_.RefreshPanel();
+    controls_->Refresh();
     EXPECT_EQ(SendMessageW(Part(L"Foreground Only", 0), BM_GETCHECK, 0, 0), BST_UNCHECKED);
     EXPECT_FALSE(changes_.TakeReload());
     SendMessageW(Part(L"Fast Buffers", 0), BM_CLICK, 0, 0);
@@ -313,28 +316,30 @@ TEST_F(ControlChangesTest, SetsControlsFromThePanel) {
     EXPECT_TRUE(changes_.FollowsClock());
     EditField(L"Speed", L"0.5");
     EXPECT_FALSE(changes_.FollowsClock());
-    changes_.Execute(ViewCommand::CopyCommandLine);
-    EXPECT_THAT(said_, testing::EndsWith("preview a.json --window --size 240x120 --set Speed=0.5 "
-                                         "--set \"Fast Buffers=true\" --set \"X Tiling=4\""));
+    EXPECT_EQ(view_.Arguments() + changes_.Arguments(),
+              " --window --size 240x120 --set Speed=0.5 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
 }
 
 TEST_F(ControlChangesTest, ChangesPaceAndScale) {
-    changes_.Execute(ViewCommand::Slower);
-    changes_.Execute(ViewCommand::Backwards);
+    changes_.ChangePace(0.5);
+    changes_.ChangePace(-1.0);
     EXPECT_EQ(changes_.Pace(), -0.5);
     RealTime time(session_);
     time.Advance(changes_.Pace());
     EXPECT_FLOAT_EQ(session_.Control("Speed")->decimal.value[0], -0.5F / 60);
-    changes_.Execute(ViewCommand::LowerScale);
-    EXPECT_EQ(changes_.FrameSize().cx, 120);
+    changes_.ChangeScale(0.5);
+    EXPECT_EQ(ScaledSize({240, 120}, changes_.Scale()).cx, 120);
 }
 
 TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
     const HostSurface surface(8, 100);
     {
         const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        const std::vector<double> times = {10.0, 20.0, 100.0, 5.0};
-        DrawFrameGraph(surface.DeviceContext(), {0, 0, 8, 100}, nullptr, times, 4);
+        FrameGraph graph(4);
+        for (const double time : {99.0, 10.0, 20.0, 100.0, 5.0}) {
+            graph.Add(time);
+        }
+        graph.Draw(surface.DeviceContext(), {0, 0, 8, 100}, nullptr);
         GdiFlush();
     }
     const FramePixels pixels = surface.Pixels();
