@@ -6,7 +6,7 @@
 // Otherwise the header redefines the runtime library's string functions.
 #define NO_DSHOW_STRSAFE
 #include <dshow.h>
-#include <mmsystem.h>
+#include <mmdeviceapi.h>
 #include <wrl/client.h>
 
 #include <algorithm>
@@ -76,8 +76,15 @@ void ReadDocument(const std::wstring& path, ShaderSource& source) {
     }
 }
 
-bool FindCamera() {
-    const ComApartment apartment;
+bool HasSoundOutput() {
+    ComPtr<IMMDeviceEnumerator> devices;
+    ComPtr<IMMDevice> device;
+    return SUCCEEDED(CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_INPROC_SERVER,
+                                      IID_PPV_ARGS(devices.GetAddressOf()))) &&
+           SUCCEEDED(devices->GetDefaultAudioEndpoint(eRender, eConsole, device.GetAddressOf()));
+}
+
+bool HasCamera() {
     ComPtr<ICreateDevEnum> devices;
     ComPtr<IEnumMoniker> cameras;
     ComPtr<IMoniker> first;
@@ -89,10 +96,13 @@ bool FindCamera() {
 }
 
 /// On a thread of its own, because the module expects a host's thread without COM.
-bool HasCamera() {
-    bool found = false;
-    std::thread([&] { found = FindCamera(); }).join();
-    return found;
+bool IsAbsent(bool (*isPresent)()) {
+    bool present = false;
+    std::thread([&] {
+        const ComApartment apartment;
+        present = isPresent();
+    }).join();
+    return !present;
 }
 
 void WarnOfAbsentDevices(ShaderSource& source) {
@@ -100,7 +110,7 @@ void WarnOfAbsentDevices(ShaderSource& source) {
     for (const InputPlace& input : source.names.inputs) {
         const bool camera = input.type == "webcam";
         const bool sound = std::ranges::find(kSound, input.type) != std::end(kSound);
-        if ((camera && !HasCamera()) || (sound && waveOutGetNumDevs() == 0)) {
+        if ((camera && IsAbsent(HasCamera)) || (sound && IsAbsent(HasSoundOutput))) {
             source.warnings.push_back(
                 input.place + ": warning: " + input.pass + ", iChannel" + std::to_string(input.channel) +
                 (camera ? ": there is no camera" : ": there is no sound output device"));
