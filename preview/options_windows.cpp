@@ -304,13 +304,7 @@ std::string CommandOf(const Options& options) {
 Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state) {
     const std::string bytes = ReadInputFile(path);
     Options next = options;
-    next.settings = state.settings;
-    next.fullScreen = state.fullScreen;
-    if (!state.fullScreen && state.width > 0 && state.height > 0) {
-        next.size = {state.width, state.height};
-    }
-    next.scale = state.scale;
-    next.place = state.place;
+    static_cast<ViewState&>(next) = state;
     if (HasExtension(path, {L".png", L".jpg", L".jpeg", L".bmp", L".gif", L".tif", L".tiff"})) {
         if (options.kind != SourceKind::File) {
             throw HostError(ExitStatus::WrongUsage,

@@ -59,17 +59,6 @@ struct Run {
     }
 };
 
-SessionOptions SessionOptionsOf(const Run& run) {
-    const std::int32_t levels = run.options.levels;
-    return {.width = run.options.size.cx,
-            .height = run.options.size.cy,
-            .playlistName = run.shader.Staged().PlaylistName(),
-            .settings = run.options.settings,
-            .levelDivisor = levels != 0 ? levels : kPaletteColors,
-            .levelOutput = levels != 0 ? 1 : 0,
-            .autoOffscreen = true};
-}
-
 std::wstring NumberedPicture(const UserPath& folder, int number) {
     wchar_t name[32];
     std::swprintf(name, 32, L"\\frame-%05d.png", number);
@@ -151,7 +140,12 @@ void PrintOutcome(const Options& options, const FrameStatistics& statistics, con
 }
 
 ExitStatus RunWithoutWindow(Run& run, const ModuleLibrary& library, const std::atomic<bool>& stop) {
-    HostSession session(library, SessionOptionsOf(run));
+    HostSession session(library, {.width = run.options.size.cx,
+                                  .height = run.options.size.cy,
+                                  .playlistName = run.shader.Staged().PlaylistName(),
+                                  .settings = run.options.settings,
+                                  .autoOffscreen = true});
+    session.SetLevels(run.options.levels);
     session.Open();
     const std::vector<FrameRecord> frames = DrawFrames(run, session, stop);
     const FrameStatistics statistics = Summarize(frames);
@@ -193,33 +187,30 @@ ExitStatus RunInWindow(Run& run, const ModuleLibrary& library, const std::atomic
     std::optional<PlaylistPlayer> playlist;
     if (options.kind == SourceKind::Playlist) {
         const std::wstring& favourites = options.favourites.path;
-        playlist.emplace(PlaylistFiles{options.source.path, options.source.name,
-                                       favourites.empty() ? FolderOf(options.source.path) + L"favourites.txt"
-                                                          : favourites},
-                         run.shader.Staged(), std::chrono::seconds(options.secondsPerPick));
+        playlist.emplace(
+            PlaylistPlayer::Files{
+                options.source.path, options.source.name,
+                favourites.empty() ? FolderOf(options.source.path) + L"favourites.txt" : favourites},
+            run.shader.Staged(), std::chrono::seconds(options.secondsPerPick));
     }
     const ExitStatus status = RunLiveView(
         library.Functions(),
-        {.session = SessionOptionsOf(run),
+        {.state = options,
          .name = options.source.name,
+         .playlistName = run.shader.Staged().PlaylistName(),
+         .command = CommandOf(options),
          .pictureStem = run.pictureStem,
          .lastPicture = options.png.path,
          .frames = options.frames,
          .events = run.Events(),
          .stop = &stop,
-         .realTime = options.realTime,
-         .fullScreen = options.fullScreen,
-         .monitor = options.monitor,
-         .scale = options.scale,
          .playlist = playlist ? &*playlist : nullptr,
-         .command = [&] { return CommandOf(options); },
-         .place = options.place,
          .fileDropped = [&](auto& path, auto& state) { next = OptionsForFile(options, path, state); },
          .sourceChanged = options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
-         .warnings = [&] { return run.shader.Warnings(); },
          .takeMessages =
-             [&] {
-                 auto lines = run.Messages();
+             [&](bool load) {
+                 auto lines = load ? run.shader.Warnings() : std::vector<std::string>();
+                 std::ranges::move(run.Messages(), std::back_inserter(lines));
                  run.capture.Clear();
                  return lines;
              }});

@@ -14,6 +14,9 @@ namespace {
 constexpr double kLargestPace = 64.0;
 constexpr double kSmallestPace = 1.0 / 64.0;
 
+/// For F11, unless --levels gives another one.
+constexpr std::int32_t kDefaultLevelDivisor = 64;
+
 constexpr std::string_view kPlaylistLabel = "Playlist File(s)";
 
 /// The module reads these when it loads a shader.
@@ -29,8 +32,7 @@ std::wstring NumberText(double number) {
 
 SIZE ScaledSize(SIZE size, double scale) {
     const auto side = [scale](LONG pixels) {
-        return static_cast<LONG>(
-            std::clamp<long>(std::lround(static_cast<double>(pixels) * scale), 1, kLargestSide));
+        return static_cast<LONG>(std::clamp(std::round(pixels * scale), 1.0, 1.0 * kLargestSide));
     };
     return {side(size.cx), side(size.cy)};
 }
@@ -41,6 +43,13 @@ std::string QuotedArgument(const std::string& argument) {
     const bool plain = !argument.empty() && argument.find_first_not_of(kPlain) == std::string::npos;
     return plain ? argument : "\"" + argument + "\"";
 }
+
+ControlChanges::ControlChanges(HostSession& session, ViewState& state,
+                               std::function<void(const std::wstring&)> report)
+    : session_(session),
+      state_(state),
+      report_(std::move(report)),
+      levelDivisor_(state.levels != 0 ? state.levels : kDefaultLevelDivisor) {}
 
 std::vector<ViewKey> ControlChanges::Keys() {
     return {
@@ -72,10 +81,10 @@ void ControlChanges::Set(const ControlSetting& setting) {
         session_.Controls().Apply({setting.label, previous});
     }
     if (failure.empty() && ControlValueText(*control) != previous) {
-        options_.followClock = options_.followClock && setting.label != "Speed";
+        state_.realTime = state_.realTime && setting.label != "Speed";
         reload_ = reload_ || std::ranges::find(kReadAtLoad, setting.label) != std::end(kReadAtLoad);
     }
-    options_.report(FromUtf8(failure.empty() ? setting.label + " " + ControlValueText(*control) : failure));
+    report_(FromUtf8(failure.empty() ? setting.label + " " + ControlValueText(*control) : failure));
 }
 
 void ControlChanges::ChangeCount(const char* label, std::int32_t change) {
@@ -92,52 +101,54 @@ void ControlChanges::Toggle(const char* label) {
 }
 
 void ControlChanges::ToggleLevels() {
-    const bool on = session_.Context().levelOutput == 0;
-    session_.SetLevels(on ? options_.levelDivisor : 0);
-    std::string line = on ? "Level output, divisor " + std::to_string(options_.levelDivisor) : "Colours";
-    if (!session_.Conflict().empty()) {
-        line = session_.Conflict();
+    state_.levels = state_.levels == 0 ? levelDivisor_ : 0;
+    session_.SetLevels(state_.levels);
+    const std::string conflict = session_.Conflict();
+    if (!conflict.empty()) {
+        state_.levels = 0;
         session_.SetLevels(0);
     }
-    options_.report(FromUtf8(line));
+    const std::string line =
+        state_.levels != 0 ? "Level output, divisor " + std::to_string(levelDivisor_) : "Colours";
+    report_(FromUtf8(conflict.empty() ? line : conflict));
 }
 
 /// With a fixed step the step changes, otherwise the pace.
 void ControlChanges::ChangePace(double factor) {
     const ControlRecord* speed = session_.Control("Speed");
-    if (options_.followClock) {
+    if (state_.realTime) {
         const double pace = std::clamp(std::abs(pace_ * factor), kSmallestPace, kLargestPace);
         pace_ = std::copysign(pace, pace_ * factor);
-        options_.report(L"Time \u00D7 " + NumberText(pace_));
+        report_(L"Time \u00D7 " + NumberText(pace_));
     } else if (speed) {
         session_.SetSpeed(speed->decimal.value[0] * factor);
-        options_.report(L"Speed " + FromUtf8(ControlValueText(*speed)));
+        report_(L"Speed " + FromUtf8(ControlValueText(*speed)));
     }
 }
 
 void ControlChanges::ChangeScale(double factor) {
-    options_.scale = std::clamp(options_.scale * factor, kSmallestScale, kLargestScale);
-    const SIZE size = ScaledSize(view_.Frame().ClientSize(), options_.scale);
-    options_.report(L"Scale " + NumberText(options_.scale) + L": " + std::to_wstring(size.cx) + L" \u00D7 " +
-                    std::to_wstring(size.cy));
+    state_.scale = std::clamp(state_.scale * factor, kSmallestScale, kLargestScale);
+    report_(L"Scale " + NumberText(state_.scale));
 }
 
 std::vector<ControlSetting> ControlChanges::Settings() const {
     std::vector<ControlSetting> settings = session_.Controls().Changed();
     std::erase_if(settings, [&](const ControlSetting& setting) {
         return setting.label == kPlaylistLabel || setting.label == "Tile Mask" ||
-               (options_.followClock && setting.label == "Speed");
+               (state_.realTime && setting.label == "Speed");
     });
     return settings;
 }
 
 std::string ControlChanges::Arguments() const {
-    std::string line;
-    if (options_.scale != 1.0) {
-        line += " --scale " + ToUtf8(NumberText(options_.scale));
+    std::string line = state_.fullScreen ? " --fullscreen"
+                                         : " --window --size " + std::to_string(state_.size.cx) + "x" +
+                                               std::to_string(state_.size.cy);
+    if (state_.scale != 1.0) {
+        line += " --scale " + ToUtf8(NumberText(state_.scale));
     }
-    if (session_.Context().levelOutput != 0) {
-        line += " --levels " + std::to_string(session_.Context().levelDivisor);
+    if (state_.levels != 0) {
+        line += " --levels " + std::to_string(state_.levels);
     }
     for (const ControlSetting& setting : Settings()) {
         line += " --set " + QuotedArgument(setting.label + "=" + setting.value);

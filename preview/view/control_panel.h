@@ -38,7 +38,7 @@ private:
         HWND box = nullptr;  ///< null if the row has no such part; children of the panel's window
         HWND slider = nullptr;
         HWND field = nullptr;
-        std::string shown;  ///< the value that the controls show
+        std::string shown = {};  ///< the value that the controls show
     };
 
     /// Pixels at 96 dots per inch, without the margin on the left.
@@ -53,7 +53,6 @@ private:
     HWND Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, Place place,
              const std::string& tip = {}, WORD id = 0);
     void AddRow(const ControlRecord& record, int top);
-    void MoveBesideOwner();
     void CommitValue(Row& row, const std::string& value);
     void ShowValue(Row& row, const std::string& value);
     Row* RowOf(HWND control);

@@ -39,26 +39,37 @@ UniqueFont MakeFont(int weight) {
                                   VARIABLE_PITCH | FF_SWISS, L"Segoe UI"));
 }
 
-int SliderPosition(const ControlRecord& record) {
+/// A number with its bounds; a slider counts in steps.
+struct Number {
+    double value;
+    double least;
+    double most;
+    double step;
+};
+
+Number NumberOf(const ControlRecord& record) {
     if (record.kind == ControlKind::WholeNumber) {
-        return record.whole.value[0];
+        const auto [least, most] = record.whole.bounds[0];
+        return {1.0 * record.whole.value[0], 1.0 * least, 1.0 * most, 1.0};
     }
     const auto [least, most] = record.decimal.bounds[0];
-    return static_cast<int>(std::lround((record.decimal.value[0] - least) / (most - least) * kSteps));
+    return {record.decimal.value[0], least, most, (most - least) / kSteps};
 }
 
-std::string SliderValue(const ControlRecord& record, int position) {
-    if (record.kind == ControlKind::WholeNumber) {
-        return std::to_string(position);
-    }
-    const auto [least, most] = record.decimal.bounds[0];
-    return std::to_string(least + (most - least) * static_cast<float>(position) / kSteps);
+LPARAM InSteps(double value, const Number& number) {
+    return std::lround(value / number.step);
 }
 
-void SetSliderBounds(HWND slider, const ControlRecord& record) {
-    const bool whole = record.kind == ControlKind::WholeNumber;
-    SendMessageW(slider, TBM_SETRANGEMIN, FALSE, whole ? record.whole.bounds[0][0] : 0);
-    SendMessageW(slider, TBM_SETRANGEMAX, TRUE, whole ? record.whole.bounds[0][1] : kSteps);
+std::string SliderValue(HWND slider, const ControlRecord& record) {
+    const Number number = NumberOf(record);
+    const auto position = static_cast<double>(SendMessageW(slider, TBM_GETPOS, 0, 0));
+    const double value = std::clamp(position * number.step, number.least, number.most);
+    return record.kind == ControlKind::WholeNumber ? std::to_string(std::lround(value))
+                                                   : std::to_string(value);
+}
+
+bool IsChecked(HWND box) {
+    return SendMessageW(box, BM_GETCHECK, 0, 0) == BST_CHECKED;
 }
 
 std::wstring TextOf(HWND window) {
@@ -93,42 +104,46 @@ ControlPanel::ControlPanel(HWND owner, const HostControls& controls, ControlChan
                        {}, kFollowClockId);
     Add(L"BUTTON", L"Copy as command line", BS_PUSHBUTTON | WS_TABSTOP, {kHalf, top, kHalf}, {}, kCopyId);
     window_.SetClientSize(Scaled(kInnerWidth + 2 * kMargin), Scaled(top + kRowHeight + kMargin));
-    MoveBesideOwner();
+    // Over the owner's right edge if the desktop has no room beside it.
+    RECT panel = {};
+    RECT view = {};
+    GetWindowRect(window_.Handle(), &panel);
+    GetWindowRect(owner, &view);
+    const int end = GetSystemMetrics(SM_XVIRTUALSCREEN) + GetSystemMetrics(SM_CXVIRTUALSCREEN);
+    SetWindowPos(window_.Handle(), nullptr, std::min<int>(view.right, end - panel.right + panel.left),
+                 view.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
     window_.SetHandler([this](auto... message) { return Handle(message...); });
 }
 
 void ControlPanel::AddRow(const ControlRecord& record, int top) {
+    constexpr DWORD kText = SS_NOTIFY | SS_CENTERIMAGE;
+    if (record.kind == ControlKind::GroupHeader) {
+        const HWND heading = Add(L"STATIC", FromUtf8(ControlGroup(record)), kText, {0, top, kInnerWidth},
+                                 ControlDescription(record));
+        SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(boldFont_.Get()), FALSE);
+        return;
+    }
     const std::wstring label = FromUtf8(ControlLabel(record));
     const std::string tip = ControlDescription(record) + "\r\n" + ControlRangeText(record);
-    constexpr DWORD kText = SS_NOTIFY | SS_CENTERIMAGE;
-    constexpr DWORD kField = WS_BORDER | ES_AUTOHSCROLL | WS_TABSTOP;
-    Row row;
-    row.record = &record;
-    switch (record.kind) {
-        case ControlKind::GroupHeader: {
-            const HWND heading = Add(L"STATIC", FromUtf8(ControlGroup(record)), kText, {0, top, kInnerWidth},
-                                     ControlDescription(record));
-            SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(boldFont_.Get()), FALSE);
-            return;
-        }
-        case ControlKind::Switch:
-            row.box = Add(L"BUTTON", label, BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kInnerWidth}, tip);
-            break;
-        case ControlKind::WholeNumber:
-        case ControlKind::DecimalNumber:
-            Add(L"STATIC", label, kText, {0, top, kSliderLeft}, tip);
-            row.slider = Add(TRACKBAR_CLASSW, L"", TBS_HORZ | TBS_NOTICKS | WS_TABSTOP,
-                             {kSliderLeft, top, kSliderWidth}, tip);
-            SetSliderBounds(row.slider, record);
-            row.field = Add(L"EDIT", L"", kField, {kFieldLeft, top, kInnerWidth - kFieldLeft}, tip);
-            break;
-        default:
-            Add(L"STATIC", label, kText, {0, top, kSliderLeft}, tip);
-            // The module itself writes the mask in each frame.
-            row.field = Add(L"EDIT", L"", kField | (record.kind == ControlKind::BitMask ? ES_READONLY : 0),
-                            {kSliderLeft, top, kInnerWidth - kSliderLeft}, tip);
+    Row& row = rows_.emplace_back(Row{.record = &record});
+    if (record.kind == ControlKind::Switch) {
+        row.box = Add(L"BUTTON", label, BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kInnerWidth}, tip);
+        return;
     }
-    rows_.push_back(row);
+    Add(L"STATIC", label, kText, {0, top, kSliderLeft}, tip);
+    int fieldLeft = kSliderLeft;
+    if (record.kind == ControlKind::WholeNumber || record.kind == ControlKind::DecimalNumber) {
+        fieldLeft = kFieldLeft;
+        row.slider = Add(TRACKBAR_CLASSW, L"", TBS_HORZ | TBS_NOTICKS | WS_TABSTOP,
+                         {kSliderLeft, top, kSliderWidth}, tip);
+        const Number number = NumberOf(record);
+        SendMessageW(row.slider, TBM_SETRANGEMIN, FALSE, InSteps(number.least, number));
+        SendMessageW(row.slider, TBM_SETRANGEMAX, TRUE, InSteps(number.most, number));
+    }
+    // The module itself writes the mask in each frame.
+    const DWORD readOnly = record.kind == ControlKind::BitMask ? ES_READONLY : 0;
+    row.field = Add(L"EDIT", L"", WS_BORDER | ES_AUTOHSCROLL | WS_TABSTOP | readOnly,
+                    {fieldLeft, top, kInnerWidth - fieldLeft}, tip);
 }
 
 HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, Place place,
@@ -149,21 +164,6 @@ HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWO
     return control;
 }
 
-/// Over the owner's right edge if the screen has no room beside it.
-void ControlPanel::MoveBesideOwner() {
-    const HWND owner = GetWindow(window_.Handle(), GW_OWNER);
-    RECT panel = {};
-    RECT view = {};
-    GetWindowRect(window_.Handle(), &panel);
-    GetWindowRect(owner, &view);
-    MONITORINFO monitor = {};
-    monitor.cbSize = sizeof monitor;
-    GetMonitorInfoW(MonitorFromWindow(owner, MONITOR_DEFAULTTONEAREST), &monitor);
-    SetWindowPos(window_.Handle(), nullptr,
-                 std::min(view.right, monitor.rcWork.right - (panel.right - panel.left)),
-                 std::max(view.top, monitor.rcWork.top), 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
 void ControlPanel::Toggle() {
     const bool shown = IsWindowVisible(window_.Handle()) != FALSE;
     ShowWindow(window_.Handle(), shown ? SW_HIDE : SW_SHOW);
@@ -176,7 +176,7 @@ void ControlPanel::Refresh() {
     if (!IsWindowVisible(window_.Handle())) {
         return;
     }
-    SendMessageW(followClock_, BM_SETCHECK, changes_.FollowsClock() ? BST_CHECKED : BST_UNCHECKED, 0);
+    SendMessageW(followClock_, BM_SETCHECK, changes_.State().realTime ? BST_CHECKED : BST_UNCHECKED, 0);
     for (Row& row : rows_) {
         const std::string value = ControlValueText(*row.record);
         if (value != row.shown && (!row.field || GetFocus() != row.field)) {
@@ -191,7 +191,8 @@ void ControlPanel::ShowValue(Row& row, const std::string& value) {
         SendMessageW(row.box, BM_SETCHECK, value == "true" ? BST_CHECKED : BST_UNCHECKED, 0);
     }
     if (row.slider) {
-        SendMessageW(row.slider, TBM_SETPOS, TRUE, SliderPosition(*row.record));
+        const Number number = NumberOf(*row.record);
+        SendMessageW(row.slider, TBM_SETPOS, TRUE, InSteps(number.value, number));
     }
     if (row.field) {
         SetWindowTextW(row.field, FromUtf8(value).c_str());
@@ -218,8 +219,7 @@ std::optional<LRESULT> ControlPanel::Handle(UINT message, WPARAM wParam, LPARAM 
         case WM_HSCROLL: {
             const auto slider = reinterpret_cast<HWND>(lParam);
             if (Row* row = RowOf(slider)) {
-                const auto position = static_cast<int>(SendMessageW(slider, TBM_GETPOS, 0, 0));
-                CommitValue(*row, SliderValue(*row->record, position));
+                CommitValue(*row, SliderValue(slider, *row->record));
             }
             return 0;
         }
@@ -250,11 +250,11 @@ void ControlPanel::OnCommand(WORD id, WORD code, HWND control) {
     } else if (id == IDCANCEL) {
         Toggle();
     } else if (id == kFollowClockId) {
-        changes_.FollowClock(SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED);
+        changes_.State().realTime = IsChecked(control);
     } else if (id == kCopyId) {
         copyCommandLine_();
     } else if (row && control == row->box && code == BN_CLICKED) {
-        CommitValue(*row, SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED ? "true" : "false");
+        CommitValue(*row, IsChecked(control) ? "true" : "false");
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <vector>
 
 #include "base/win_handles.h"
 #include "preview/host/host_surface.h"
@@ -17,6 +18,7 @@ constexpr COLORREF kLate = RGB(240, 180, 60);
 constexpr COLORREF kVeryLate = RGB(230, 80, 70);  // more than one frame lost
 constexpr COLORREF kLine = RGB(255, 255, 255);
 constexpr int kTextHeight = 22;
+constexpr int kTextMargin = 4;
 
 /// Of a run's picture.
 constexpr int kPictureWidth = 960;
@@ -61,32 +63,18 @@ std::wstring Caption(std::span<const double> times, double scale) {
     return text;
 }
 
-void DrawCaption(HDC dc, RECT area, HFONT font, const std::wstring& text) {
-    const GdiSelection selection(dc, font);
-    InflateRect(&area, -4, 0);
-    SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, kLine);
-    DrawTextW(dc, text.c_str(), -1, &area, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
-}
-
 }  // namespace
 
-void FrameGraph::Add(double milliseconds) {
-    if (times_.size() == frames_) {
-        times_.erase(times_.begin());
-    }
-    times_.push_back(milliseconds);
-}
-
-void FrameGraph::Draw(HDC dc, const RECT& area, HFONT font) const {
+void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double> milliseconds,
+                    std::size_t frames) {
     Fill(dc, area, kBackground);
     const LONG width = area.right - area.left;
     const LONG height = area.bottom - area.top - kTextHeight;
     if (width < 1 || height < 1) {
         return;
     }
-    const auto columns = std::clamp<std::size_t>(frames_, 1, static_cast<std::size_t>(width));
-    const std::vector<double> bars = WorstOfEachColumn(times_, columns);
+    const auto columns = std::clamp<std::size_t>(frames, 1, static_cast<std::size_t>(width));
+    const std::vector<double> bars = WorstOfEachColumn(milliseconds, columns);
     const double scale = ScaleFor(bars);
     const auto rows = [&](double time) { return static_cast<LONG>(time / scale * height + 0.5); };
     const LONG barWidth = width / static_cast<LONG>(columns);
@@ -97,17 +85,21 @@ void FrameGraph::Draw(HDC dc, const RECT& area, HFONT font) const {
     }
     const LONG line = area.bottom - rows(kSixtieth);
     Fill(dc, {area.left, line, area.right, line + 1}, kLine);
-    DrawCaption(dc, {area.left, area.top, area.right, area.top + kTextHeight}, font, Caption(times_, scale));
+    const GdiSelection selection(dc, font);
+    SetBkMode(dc, TRANSPARENT);
+    SetTextColor(dc, kLine);
+    RECT caption = {area.left + kTextMargin, area.top, area.right - kTextMargin, area.top + kTextHeight};
+    DrawTextW(dc, Caption(milliseconds, scale).c_str(), -1, &caption,
+              DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
 }
 
 void WriteFrameGraph(const std::wstring& absolutePath, std::span<const double> milliseconds) {
-    FrameGraph graph(milliseconds.size());
-    std::ranges::for_each(milliseconds, [&](double time) { graph.Add(time); });
     const HostSurface surface(kPictureWidth, kPictureHeight);
     {
         const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        graph.Draw(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
-                   static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
+        DrawFrameGraph(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
+                       static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), milliseconds,
+                       milliseconds.size());
         GdiFlush();
     }
     WritePng(absolutePath, surface.Pixels());

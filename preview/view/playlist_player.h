@@ -9,20 +9,20 @@
 
 namespace pixelforge::preview {
 
-struct PlaylistFiles {
-    std::wstring path;            ///< absolute
-    std::string name;             ///< the path as the user wrote it
-    std::wstring favouritesPath;  ///< absolute; a playlist, created if it is missing
-};
-
 /// Stages one line at a time; the caller then makes the module load it.
 class PlaylistPlayer {
 public:
     using Clock = std::chrono::steady_clock;
 
+    struct Files {
+        std::wstring path;            ///< absolute
+        std::string name;             ///< the path as the user wrote it
+        std::wstring favouritesPath;  ///< absolute; a playlist, created if it is missing
+    };
+
     /// Stages the first line. With `every` above 0 each shader is followed by the next after this time.
     /// Throws `HostError` with `WrongUsage` if the playlist cannot be read or has no complete line.
-    PlaylistPlayer(PlaylistFiles files, StagedShader& staged, std::chrono::seconds every);
+    PlaylistPlayer(Files files, StagedShader& staged, std::chrono::seconds every);
 
     void Next();
 
@@ -53,9 +53,9 @@ public:
 private:
     void Stage();
 
-    PlaylistFiles files_;
+    const Files files_;
     StagedShader& staged_;
-    std::chrono::seconds every_;
+    const std::chrono::seconds every_;
     PlaylistOrder order_;
     Clock::time_point dueTime_;
 };

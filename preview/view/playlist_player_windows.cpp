@@ -16,7 +16,7 @@ namespace {
 /// all fail does not flood the service.
 constexpr auto kFailureTime = std::chrono::seconds(1);
 
-PlaylistOrder ReadOrder(const PlaylistFiles& files) {
+PlaylistOrder ReadOrder(const PlaylistPlayer::Files& files) {
     std::vector<PlaylistLine> lines = SplitPlaylist(ReadInputFile(files.path));
     if (lines.empty()) {
         throw HostError(ExitStatus::WrongUsage,
@@ -27,7 +27,7 @@ PlaylistOrder ReadOrder(const PlaylistFiles& files) {
 
 }  // namespace
 
-PlaylistPlayer::PlaylistPlayer(PlaylistFiles files, StagedShader& staged, std::chrono::seconds every)
+PlaylistPlayer::PlaylistPlayer(Files files, StagedShader& staged, std::chrono::seconds every)
     : files_(std::move(files)), staged_(staged), every_(every), order_(ReadOrder(files_)) {
     Stage();
 }
