@@ -18,7 +18,6 @@ struct UserPath {
 
 enum class SourceKind { None, File, Playlist, Identifier };
 
-/// The path that stands for standard output.
 inline constexpr const char* kStandardOutput = "-";
 
 /// `settings` holds those of --tiles, --mirror and --foreground first.
@@ -32,8 +31,7 @@ struct Options : ViewState {
     UserPath report;
     UserPath video;                     ///< `kStandardOutput` or a file
     std::int32_t framesPerSecond = 60;  ///< of the video
-    UserPath favourites;
-    std::int32_t secondsPerPick = 0;  ///< of a playlist in the window; 0: until a key is pressed
+    std::int32_t secondsPerPick = 0;    ///< of a playlist in the window; 0: until a key is pressed
     UserPath includeFolder;
     UserPath events;
     UserPath packed;      ///< only write the shader's document

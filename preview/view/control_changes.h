@@ -1,5 +1,4 @@
-// Changes to a running session's settings by keys and the panel, with the words that tell the user about
-// them.
+// Changes to a running session's settings by keys and the panel.
 #pragma once
 
 #include <windows.h>
@@ -14,8 +13,7 @@
 
 namespace pixelforge::preview {
 
-/// A change that conflicts with other controls is not made, and the reported line says why. A control that
-/// the module lacks is ignored.
+/// A change that conflicts with other controls is not made, and the reported line says why.
 class ControlChanges {
 public:
     /// Keeps levels, clock and scale of the state up to date; session and state must outlive this. `report`
@@ -41,8 +39,7 @@ public:
     double Pace() const noexcept { return pace_; }  ///< shader time by clock time
 
 private:
-    void ChangeCount(const char* label, std::int32_t change);
-    void Toggle(const char* label);
+    void Change(const char* label, std::int32_t change);
     void ToggleLevels();
 
     HostSession& session_;

@@ -53,21 +53,19 @@ ControlChanges::ControlChanges(HostSession& session, ViewState& state,
 
 std::vector<ViewKey> ControlChanges::Keys() {
     return {
-        {VK_F6, 0, L"F6, Shift+F6\tmore / fewer tiles across", [this] { ChangeCount("X Tiling", 1); }},
-        {VK_F6, kShift, nullptr, [this] { ChangeCount("X Tiling", -1); }},
-        {VK_F7, 0, L"F7, Shift+F7\tmore / fewer tiles down", [this] { ChangeCount("Y Tiling", 1); }},
-        {VK_F7, kShift, nullptr, [this] { ChangeCount("Y Tiling", -1); }},
-        {VK_F8, 0, L"F8\tmirror every second tile on / off", [this] { Toggle("Mirroring"); }},
-        {VK_F9, 0, L"F9\tforeground only on / off", [this] { Toggle("Foreground Only"); }},
+        {VK_F6, 0, L"F6, Shift+F6\tmore / fewer tiles across", [this] { Change("X Tiling", 1); }},
+        {VK_F6, kShift, nullptr, [this] { Change("X Tiling", -1); }},
+        {VK_F7, 0, L"F7, Shift+F7\tmore / fewer tiles down", [this] { Change("Y Tiling", 1); }},
+        {VK_F7, kShift, nullptr, [this] { Change("Y Tiling", -1); }},
+        {VK_F8, 0, L"F8\tmirror every second tile on / off", [this] { Change("Mirroring", 1); }},
+        {VK_F9, 0, L"F9\tforeground only on / off", [this] { Change("Foreground Only", 1); }},
         {VK_F11, 0, L"F11\tlevel output / colours", [this] { ToggleLevels(); }},
         {VK_F2, kShift, L"Shift+F2, F3\ttime slower / faster", [this] { ChangePace(0.5); }},
         {VK_F3, kShift, nullptr, [this] { ChangePace(2.0); }},
         {VK_F3, kControl, L"Ctrl+F3\ttime backwards / forwards", [this] { ChangePace(-1.0); }},
         {VK_OEM_MINUS, kControl, L"Ctrl+Minus, Plus\tlower / higher resolution",
          [this] { ChangeScale(0.5); }},
-        {VK_SUBTRACT, kControl, nullptr, [this] { ChangeScale(0.5); }},
         {VK_OEM_PLUS, kControl, nullptr, [this] { ChangeScale(2.0); }},
-        {VK_ADD, kControl, nullptr, [this] { ChangeScale(2.0); }},
     };
 }
 
@@ -87,30 +85,28 @@ void ControlChanges::Set(const ControlSetting& setting) {
     report_(FromUtf8(failure.empty() ? setting.label + " " + ControlValueText(*control) : failure));
 }
 
-void ControlChanges::ChangeCount(const char* label, std::int32_t change) {
-    if (const ControlRecord* control = session_.Control(label)) {
+/// A switch changes to its other position.
+void ControlChanges::Change(const char* label, std::int32_t change) {
+    const ControlRecord* control = session_.Control(label);
+    if (control && control->kind == ControlKind::Switch) {
+        Set({label, control->toggle.value[1] != 0 ? "false" : "true"});
+    } else if (control) {
         const auto [least, most] = control->whole.bounds[0];
         Set({label, std::to_string(std::clamp(control->whole.value[0] + change, least, most))});
-    }
-}
-
-void ControlChanges::Toggle(const char* label) {
-    if (const ControlRecord* control = session_.Control(label)) {
-        Set({label, control->toggle.value[1] != 0 ? "false" : "true"});
     }
 }
 
 void ControlChanges::ToggleLevels() {
     state_.levels = state_.levels == 0 ? levelDivisor_ : 0;
     session_.SetLevels(state_.levels);
-    const std::string conflict = session_.Conflict();
-    if (!conflict.empty()) {
+    std::string line = session_.Conflict();
+    if (!line.empty()) {
         state_.levels = 0;
         session_.SetLevels(0);
+    } else {
+        line = state_.levels != 0 ? "Level output, divisor " + std::to_string(levelDivisor_) : "Colours";
     }
-    const std::string line =
-        state_.levels != 0 ? "Level output, divisor " + std::to_string(levelDivisor_) : "Colours";
-    report_(FromUtf8(conflict.empty() ? line : conflict));
+    report_(FromUtf8(line));
 }
 
 /// With a fixed step the step changes, otherwise the pace.

@@ -24,7 +24,6 @@ constexpr DWORD kIdleMilliseconds = 50;
 
 void PrintLine(const std::string& line) {
     std::fprintf(stderr, "%s\n", line.c_str());
-    std::fflush(stderr);
 }
 
 SessionOptions InWindow(HostWindow& window, SIZE size, const LiveViewOptions& options) {
@@ -68,7 +67,7 @@ public:
             WaitUntil(next);
         }
         if (!options_.lastPicture.empty() && drawn_ > 0) {
-            SavePicture(options_.lastPicture);
+            WritePng(options_.lastPicture, session_.Picture());
         }
         return drawn_ > 0 && (!failed_ || playlist_) ? ExitStatus::Drawn : ExitStatus::Failed;
     }
@@ -80,17 +79,18 @@ private:
             return [=, this] { playlist_ ? act() : ShowStatus(L"There is no playlist"); };
         };
         const auto flip = [](bool& value) { return [&value] { value = !value; }; };
-        const auto pause = [this] { Pause(!paused_); };
+        const auto step = [this] {
+            stepping_ = paused_;
+            Pause(true);
+        };
         const auto togglePanel = [this] { TogglePanel(); };
         const auto save = [this] {
             SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
         };
         return {
-            {VK_F1, 0, L"F1 or ?\tshow this list", flip(helpShown_)},
-            {'?', kCharacter, nullptr, flip(helpShown_)},
-            {VK_F2, 0, L"F2 or Pause\tpause / resume", pause},
-            {VK_PAUSE, 0, nullptr, pause},
-            {VK_F3, 0, L"F3\tpause, then step one frame", [this] { Step(); }},
+            {VK_F1, 0, L"F1\tshow this list", flip(helpShown_)},
+            {VK_F2, 0, L"F2\tpause / resume", [this] { Pause(!paused_); }},
+            {VK_F3, 0, L"F3\tpause, then step one frame", step},
             {VK_F4, 0, L"F4, Shift+F4\tnext / previous shader of the playlist",
              inPlaylist([this] { ShowNext(); })},
             {VK_F4, kShift, nullptr, inPlaylist([this] { ShowPrevious(); })},
@@ -121,11 +121,6 @@ private:
         if (playlist_ && !failed_) {
             playlist_->RestartTime();
         }
-    }
-
-    void Step() {
-        stepping_ = paused_;
-        Pause(true);
     }
 
     void Reload() {
@@ -258,8 +253,6 @@ private:
         }
     }
 
-    /// The module destroys the old shader before it loads the new one; the window keeps showing the last
-    /// picture.
     void HandleFailure() {
         failed_ = true;
         loadFailed_ = true;
@@ -300,9 +293,6 @@ private:
 
     void SavePicture(const std::wstring& path) {
         const std::string failure = FailureOf([&] { WritePng(path, session_.Picture()); });
-        if (!failure.empty()) {
-            PrintLine(failure);
-        }
         ShowStatus(failure.empty() ? L"Saved " + path : FromUtf8(failure));
     }
 

@@ -22,7 +22,6 @@ namespace pixelforge::preview {
 inline constexpr unsigned kShift = 1;
 inline constexpr unsigned kControl = 2;
 inline constexpr unsigned kAlt = 4;
-inline constexpr unsigned kCharacter = 8;  ///< the key is the character that it types
 
 struct ViewKey {
     unsigned key;         ///< virtual-key code
@@ -68,8 +67,7 @@ public:
 
     void AddKeys(const std::vector<ViewKey>& keys) { keys_.insert(keys_.end(), keys.begin(), keys.end()); }
 
-    /// The keys for the user, one line each.
-    std::wstring KeyList() const;
+    std::wstring KeyList() const;  ///< for the user
 
     /// Calls the actions of the keys that were pressed since the last call. A window procedure must not: it
     /// may run within a frame.
@@ -78,11 +76,9 @@ public:
     /// The file that the user dropped on the window since the last call.
     std::optional<std::wstring> DroppedFile() { return std::exchange(droppedFile_, std::nullopt); }
 
-    /// Copies the picture and shows it until the next one.
-    void ShowPicture(const FramePixels& pixels);
+    void ShowPicture(const FramePixels& pixels);  ///< copies it
 
-    /// Text over the picture in the upper left corner, below the messages; tabs separate two columns. In a
-    /// small window the font is smaller.
+    /// Text in the upper left corner, below the messages; tabs separate two columns.
     void ShowText(const std::wstring& text);
     void SetTitle(const std::wstring& title) { SetWindowTextW(frame_.Handle(), title.c_str()); }
 
@@ -95,7 +91,7 @@ public:
 
 private:
     std::optional<LRESULT> Handle(UINT message, WPARAM wParam, LPARAM lParam);
-    std::optional<LRESULT> TakeKey(unsigned key, unsigned held);
+    std::optional<LRESULT> TakeKey(WPARAM key);
     void ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const;
     void OnPaint();
     void Compose(HDC dc, SIZE size) const;

@@ -18,7 +18,6 @@ unsigned HeldKeys() {
     return held(VK_SHIFT, kShift) | held(VK_CONTROL, kControl) | held(VK_MENU, kAlt);
 }
 
-constexpr COLORREF kTextColor = RGB(255, 255, 255);
 constexpr int kMargin = 12;
 constexpr int kFontPixels = 16;
 constexpr int kSmallestFontPixels = 8;
@@ -49,8 +48,7 @@ WindowPlace CornerOfMonitor(std::int32_t number) {
     };
     EnumDisplayMonitors(nullptr, nullptr, add, reinterpret_cast<LPARAM>(&areas));
     if (number < 1 || static_cast<std::size_t>(number) > areas.size()) {
-        throw HostError(ExitStatus::WrongUsage, "--monitor: there is no monitor " + std::to_string(number) +
-                                                    ", only 1 to " + std::to_string(areas.size()));
+        throw HostError(ExitStatus::WrongUsage, "--monitor: there is no monitor " + std::to_string(number));
     }
     const RECT& area = areas[static_cast<std::size_t>(number) - 1];
     return {area.left, area.top};
@@ -186,7 +184,7 @@ void ViewWindow::DrawOverlay(HDC dc, SIZE size) const {
     InflateRect(&box, kMargin, kMargin);
     FillRect(dc, &box, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
     SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, kTextColor);
+    SetTextColor(dc, RGB(255, 255, 255));
     DrawTextExW(dc, text.data(), -1, &area, kTextLayout, &tabs);
 }
 
@@ -238,9 +236,9 @@ void ViewWindow::ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const 
     }
 }
 
-std::optional<LRESULT> ViewWindow::TakeKey(unsigned key, unsigned held) {
-    const auto row =
-        std::ranges::find_if(keys_, [&](const ViewKey& one) { return one.key == key && one.held == held; });
+std::optional<LRESULT> ViewWindow::TakeKey(WPARAM key) {
+    const auto row = std::ranges::find_if(
+        keys_, [key, held = HeldKeys()](const ViewKey& one) { return one.key == key && one.held == held; });
     if (row == keys_.end()) {
         return std::nullopt;
     }
@@ -253,9 +251,7 @@ std::optional<LRESULT> ViewWindow::Handle(UINT message, WPARAM wParam, LPARAM lP
     switch (message) {
         case WM_SYSKEYDOWN:  // F10, and every key with Alt
         case WM_KEYDOWN:
-            return TakeKey(static_cast<unsigned>(wParam), HeldKeys());
-        case WM_CHAR:
-            return TakeKey(static_cast<unsigned>(wParam), kCharacter);
+            return TakeKey(wParam);
         case WM_SYSCHAR:  // Alt+Enter would beep
             return wParam == VK_RETURN ? std::optional<LRESULT>(0) : std::nullopt;
         case WM_SETCURSOR:

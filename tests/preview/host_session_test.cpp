@@ -185,11 +185,12 @@ TEST(TextPanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
 
 TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const test::TempFile list("a\nb\nc\nd\n");
-    const test::TempFile favourites("x");
+    const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
+    WriteOutputFile(favourites, std::vector<std::uint8_t>{'x'});
     StagedShader staged = StagedShader::OfPlaylist({});
     const std::wstring stagedPath =
         L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
-    PlaylistPlayer player({list.Path(), "list", favourites.Path()}, staged, std::chrono::seconds(1));
+    PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(1));
     EventPlayer events({{1, EventKind::KeyDown, VK_F4, 0}, {2, EventKind::KeyDown, VK_INSERT, 0}});
     calls.clear();
     results = {Failed};
@@ -203,7 +204,8 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
     EXPECT_EQ(player.Order().Failures().size(), 1u);
     EXPECT_EQ(ReadInputFile(stagedPath), player.ShaderName() + "\r\n");
-    const auto marked = SplitPlaylist(ReadInputFile(favourites.Path()));
+    const auto marked = SplitPlaylist(ReadInputFile(favourites));
+    DeleteFileW(favourites.c_str());
     ASSERT_EQ(marked.size(), 2u);
     EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
 }
