@@ -17,8 +17,7 @@ public:
     CleanupOnAbort(const CleanupOnAbort&) = delete;
     CleanupOnAbort& operator=(const CleanupOnAbort&) = delete;
 
-    /// Set by another thread.
-    const std::atomic<bool>& StopRequested() const noexcept;
+    static const std::atomic<bool>& StopRequested() noexcept;
 };
 
 }  // namespace pixelforge::preview

@@ -24,7 +24,6 @@ void Print(const char* text) {
     std::fflush(stderr);
 }
 
-/// Does not return.
 void Abort(const char* reason) {
     RemoveShader();
     Print(reason);
@@ -71,7 +70,7 @@ CleanupOnAbort::~CleanupOnAbort() {
     RemoveShader();
 }
 
-const std::atomic<bool>& CleanupOnAbort::StopRequested() const noexcept {
+const std::atomic<bool>& CleanupOnAbort::StopRequested() noexcept {
     return stopRequested;
 }
 

@@ -4,36 +4,26 @@
 #include <fcntl.h>
 #include <io.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <exception>
-#include <iterator>
 #include <span>
 #include <string>
 #include <vector>
 
-#include "preview/host/file_paths.h"
+#include "base/text.h"
 #include "preview/preview_run.h"
 
 namespace {
 
 using namespace pixelforge::preview;
 
-ExitStatus RunCommand(std::span<wchar_t*> words) {
-    std::vector<std::string> arguments;
-    std::ranges::transform(words, std::back_inserter(arguments),
-                           [](auto* word) { return pixelforge::ToUtf8(word); });
-    const Options options = ParseOptions(arguments);
-    if (!options.helpText.empty()) {
-        std::fputs(options.helpText.c_str(), stdout);
-        return ExitStatus::Drawn;
-    }
-    return RunPreview(options);
-}
-
 ExitStatus RunAndReport(std::span<wchar_t*> words) {
     try {
-        return RunCommand(words);
+        std::vector<std::string> arguments;
+        for (const wchar_t* word : words) {
+            arguments.push_back(pixelforge::ToUtf8(word));
+        }
+        return RunPreview(ParseOptions(arguments));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "preview: %s\n", error.what());
         const auto* hostError = dynamic_cast<const HostError*>(&error);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <regex>
 #include <variant>
 
 #include "base/bitmap.h"
@@ -21,9 +22,6 @@ constexpr const char* kDescription =
     "Draws a shader with Pixelforge.dll the way its host application does.\n"
     "Exit status: 0 a frame was drawn, 1 the load or a frame failed, 2 invalid usage.";
 
-/// --check only loads, so its single frame may be small.
-constexpr SIZE kCheckSize = {64, 36};
-
 /// Capacity of a playlist line.
 constexpr std::size_t kMaximumIdentifier = 19;
 
@@ -31,8 +29,7 @@ constexpr std::size_t kMaximumIdentifier = 19;
     throw HostError(ExitStatus::WrongUsage, text + "\nRun with --help for more information.");
 }
 
-/// The command line before validation.
-struct Arguments : Options {
+struct Given : Options {
     UserPath document;
     UserPath playlist;
     std::string identifier;
@@ -42,65 +39,55 @@ struct Arguments : Options {
     std::vector<std::string> assignments;
 };
 
-using Value =
-    std::variant<bool Arguments::*, std::int32_t Arguments::*, double Arguments::*, SIZE Arguments::*,
-                 std::string Arguments::*, UserPath Arguments::*, std::vector<std::string> Arguments::*>;
+using Value = std::variant<bool Given::*, std::int32_t Given::*, double Given::*, SIZE Given::*,
+                           std::string Given::*, UserPath Given::*, std::vector<std::string> Given::*>;
 
 /// The runs in which an option has an effect.
 enum class Use { Always, File, Frames, FramesOrShow, Window, Show, Video };
+using enum Use;
 
 struct OptionRow {
     const char* name;
     const char* form;  ///< of the value, for --help; empty for a switch
     Value value;
     const char* help;
-    Use use = Use::Always;
+    Use use = Always;
     std::int32_t most = 0;  ///< of a number or of both sides, from 1
 };
 
 constexpr OptionRow kOptions[] = {
-    {"document", "SHADER", &Arguments::document, "Shader document (JSON) or plain shader (GLSL)"},
-    {"--playlist", "FILE", &Arguments::playlist, "Pick a shader from this playlist instead"},
-    {"--id", "IDENTIFIER", &Arguments::identifier, "Load this shader from the web service instead"},
-    {"--forget", "IDENTIFIER", &Arguments::forgetId, "Remove this shader from the cache first"},
-    {"--include", "DIR", &Arguments::includeFolder, "Folder for the shader's #include files"},
+    {"document", "SHADER", &Given::document, "Shader document (JSON) or plain shader (GLSL)"},
+    {"--playlist", "FILE", &Given::playlist, "Pick a shader from this playlist instead"},
+    {"--id", "IDENTIFIER", &Given::identifier, "Load this shader from the web service instead"},
+    {"--forget", "IDENTIFIER", &Given::forgetId, "Remove this shader from the cache first"},
+    {"--include", "DIR", &Given::includeFolder, "Folder for the shader's #include files"},
 
-    {"--size", "WxH", &Arguments::size, "Frame size in pixels (default 1280x720)", Use::Always, kLargestSide},
-    {"--frames", "N", &Arguments::frames, "Number of frames (default 60; in a window unlimited)", Use::Always,
-     10'000'000},
-    {"--real-time", "", &Arguments::realTime,
-     "Let shader time follow the clock (default in a window, unless Speed is set)"},
-    {"--set", "\"Label=value\"", &Arguments::assignments, "Set a control by its label; may be repeated"},
-    {"--tiles", "XxY", &Arguments::tiles, "Number of tiles across and down, each 1 to 32", Use::Always, 32},
-    {"--mirror", "", &Arguments::mirror, "Mirror every second tile"},
-    {"--foreground", "", &Arguments::foreground, "Draw only non-black pixels over the host's picture"},
-    {"--levels", "N", &Arguments::levels, "Output brightness (R+G+B)/N, N 1 to 765, instead of colours",
-     Use::Always, 765},
-    {"--events", "FILE", &Arguments::events, "Play scripted keys, mouse input and resizing"},
+    {"--size", "WxH", &Given::size, "Frame size in pixels (default 1280x720)", Always, kLargestSide},
+    {"--frames", "N", &Given::frames, "Frames (default 60, in a window any number)", Always, 10'000'000},
+    {"--real-time", "", &Given::realTime, "Shader time follows the clock (default in a window)"},
+    {"--set", "\"Label=value\"", &Given::assignments, "Set a control by its label; may be repeated"},
+    {"--tiles", "XxY", &Given::tiles, "Number of tiles across and down, each 1 to 32", Always, 32},
+    {"--mirror", "", &Given::mirror, "Mirror every second tile"},
+    {"--foreground", "", &Given::foreground, "Draw only non-black pixels over the host's picture"},
+    {"--levels", "N", &Given::levels, "Output (R+G+B)/N, N up to 765, not colours", Always, 765},
+    {"--events", "FILE", &Given::events, "Play scripted keys, mouse input and resizing"},
 
-    {"--window", "", &Arguments::window, "Show the frames in a window; F1 lists its keys"},
-    {"--watch", "", &Arguments::watch, "Like --window, and reload when a file of the shader changes",
-     Use::File},
-    {"--fullscreen", "", &Arguments::fullScreen, "Like --window, on the whole screen; Alt+Enter leaves it"},
-    {"--monitor", "N", &Arguments::monitor, "Monitor of the window, from 1", Use::Window, 64},
-    {"--scale", "S", &Arguments::scale, "Frame size by window size, 0.0625 to 4 (default 1)", Use::Window},
-    {"--every", "SECONDS", &Arguments::secondsPerPick,
-     "In a window, show the playlist's next shader after this time", Use::Show, 86'400},
-    {"--favourites", "FILE", &Arguments::favourites,
-     "Playlist that Insert adds to (default favourites.txt beside the playlist)", Use::Show},
+    {"--window", "", &Given::window, "Show the frames in a window; F1 lists its keys"},
+    {"--watch", "", &Given::watch, "Like --window; reload when a file changes", File},
+    {"--fullscreen", "", &Given::fullScreen, "Like --window, on the whole screen; Alt+Enter leaves it"},
+    {"--monitor", "N", &Given::monitor, "Monitor of the window, from 1", Window, 64},
+    {"--scale", "S", &Given::scale, "Frame size by window size, 0.0625 to 4 (default 1)", Window},
+    {"--every", "SECONDS", &Given::secondsPerPick, "Time of each shader of the playlist", Show, 86'400},
 
-    {"--png", "FILE", &Arguments::png, "Write the last frame as a PNG; with --bench a graph of the times"},
-    {"--frames-dir", "DIR", &Arguments::framesFolder, "Write every frame as a PNG to this folder",
-     Use::Frames},
-    {"--report", "FILE", &Arguments::report, "Write results, times and messages as JSON", Use::FramesOrShow},
-    {"--video", "FILE|-", &Arguments::video,
-     "Write all frames as uncompressed video (Y4M); - is standard output", Use::Frames},
-    {"--rate", "N", &Arguments::framesPerSecond, "Frames per second of the video, 1 to 1000 (default 60)",
-     Use::Video, 1000},
-    {"--pack", "FILE.json", &Arguments::packed, "Draw nothing; write the shader's document", Use::File},
-    {"--bench", "", &Arguments::bench, "Print a table of frame times", Use::Frames},
-    {"--check", "", &Arguments::check, "Only load the shader; print errors with line numbers", Use::Frames},
-    {"--info", "", &Arguments::info, "Print the notice about the shader", Use::Frames},
+    {"--png", "FILE", &Given::png, "Write the last frame as a PNG; with --bench a graph of the times"},
+    {"--frames-dir", "DIR", &Given::framesFolder, "Write every frame as a PNG to this folder", Frames},
+    {"--report", "FILE", &Given::report, "Write results, times and messages as JSON", FramesOrShow},
+    {"--video", "FILE|-", &Given::video, "Write video (Y4M); - is standard output", Frames},
+    {"--rate", "N", &Given::framesPerSecond, "Frames a second of the video, up to 1000", Video, 1000},
+    {"--pack", "FILE.json", &Given::packed, "Draw nothing; write the shader's document", File},
+    {"--bench", "", &Given::bench, "Print a table of frame times", Frames},
+    {"--check", "", &Given::check, "Only load the shader; print errors with line numbers", Frames},
+    {"--info", "", &Given::info, "Print the notice about the shader", Frames},
 };
 
 SIZE ReadSides(const std::string& text, const OptionRow& row) {
@@ -134,17 +121,12 @@ CLI::Option* Declare(CLI::App& app, const OptionRow& row, UserPath& value) {
     return app.add_option_function<std::string>(row.name, read, row.help);
 }
 
-CLI::Option* Declare(CLI::App& app, const OptionRow& row, std::vector<std::string>& values) {
-    const auto add = [&values](const std::string& text) { values.push_back(text); };
-    return app.add_option_function<std::string>(row.name, add, row.help)->trigger_on_parse();
-}
-
 template <class Scalar>
 CLI::Option* Declare(CLI::App& app, const OptionRow& row, Scalar& value) {
-    return app.add_option(row.name, value, row.help);
+    return app.add_option(row.name, value, row.help)->allow_extra_args(false);
 }
 
-void DeclareOptions(CLI::App& app, Arguments& given) {
+void DeclareOptions(CLI::App& app, Given& given) {
     for (const OptionRow& row : kOptions) {
         CLI::Option* option =
             std::visit([&](auto member) { return Declare(app, row, given.*member); }, row.value);
@@ -154,7 +136,7 @@ void DeclareOptions(CLI::App& app, Arguments& given) {
     }
 }
 
-void ChooseSource(const Arguments& given, Options& options) {
+void ChooseSource(const Given& given, Options& options) {
     for (const auto& [kind, source] : {std::pair(SourceKind::File, given.document),
                                        {SourceKind::Playlist, given.playlist},
                                        {SourceKind::Identifier, {given.identifier}}}) {
@@ -210,7 +192,7 @@ void RequireEffects(const CLI::App& app, const Options& options) {
 }
 
 /// --tiles without --mirror switches mirroring off, although the control's default is on.
-void AddSettings(const Arguments& given, std::vector<ControlSetting>& settings) {
+void AddSettings(const Given& given, std::vector<ControlSetting>& settings) {
     const bool tiled = given.tiles.cx != 0;
     if (tiled) {
         settings.push_back({"X Tiling", std::to_string(given.tiles.cx)});
@@ -250,7 +232,7 @@ void ChooseTime(Options& options) {
     }
 }
 
-Options Validate(const CLI::App& app, const Arguments& given) {
+Options Validate(const CLI::App& app, const Given& given) {
     Options options = given;
     options.window = options.window || options.watch || options.fullScreen;
     ChooseSource(given, options);
@@ -258,7 +240,7 @@ Options Validate(const CLI::App& app, const Arguments& given) {
     RequirePlaylistLine("--forget", options.forgetId);
     RequireEffects(app, options);
     if (options.check && app.count("--size") == 0) {
-        options.size = kCheckSize;
+        options.size = {64, 36};  // it only loads
     }
     if (app.count("--frames") == 0) {
         options.frames = options.window ? 0 : options.check || options.info ? 1 : options.frames;
@@ -268,15 +250,10 @@ Options Validate(const CLI::App& app, const Arguments& given) {
     return options;
 }
 
-bool HasExtension(const std::wstring& path, std::initializer_list<const wchar_t*> extensions) {
-    const std::wstring own = std::filesystem::path(path).extension();
-    return std::ranges::any_of(extensions, [&](auto* one) { return _wcsicmp(one, own.c_str()) == 0; });
-}
-
 }  // namespace
 
 Options ParseOptions(const std::vector<std::string>& arguments) {
-    Arguments given;
+    Given given;
     CLI::App app(kDescription, "preview");
     // Otherwise a path that begins with a slash would be parsed as an option.
     app.allow_windows_style_options(false);
@@ -304,22 +281,19 @@ std::string CommandOf(const Options& options) {
 Options OptionsForFile(const Options& options, const std::wstring& path, const ViewState& state) {
     const std::string bytes = ReadInputFile(path);
     Options next = options;
-    next.settings = state.settings;
-    next.fullScreen = state.fullScreen;
-    if (!state.fullScreen && state.width > 0 && state.height > 0) {
-        next.size = {state.width, state.height};
-    }
-    next.scale = state.scale;
-    next.place = state.place;
-    if (HasExtension(path, {L".png", L".jpg", L".jpeg", L".bmp", L".gif", L".tif", L".tiff"})) {
+    static_cast<ViewState&>(next) = state;
+    const std::wstring extension = std::filesystem::path(path).extension();
+    const auto isAnyOf = [&](const wchar_t* pattern) {
+        return std::regex_match(extension, std::wregex(pattern, std::regex::icase));
+    };
+    if (isAnyOf(L"\\.(png|jpe?g|bmp|gif|tiff?)")) {
         if (options.kind != SourceKind::File) {
-            throw HostError(ExitStatus::WrongUsage,
-                            "a picture needs a shader from a file, which reads it on iChannel0");
+            throw HostError(ExitStatus::WrongUsage, "a picture needs a shader from a file");
         }
         next.picturePath = ToUtf8(path);
         return next;
     }
-    const bool playlist = HasExtension(path, {L".playlist", L".txt"});
+    const bool playlist = isAnyOf(L"\\.(playlist|txt)");
     if (playlist && SplitPlaylist(bytes).empty()) {
         throw HostError(ExitStatus::WrongUsage, "the playlist has no line that ends in a line break");
     }

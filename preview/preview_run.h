@@ -13,8 +13,7 @@ namespace pixelforge::preview {
 ExitStatus RunPreview(const Options& options);
 
 /// Removes a shader's cached document (identifier in UTF-8), so that its next load queries the service, and
-/// prints what it did. Throws `HostError`: `WrongUsage` for an invalid identifier, `Failed` if the file
-/// exists but cannot be removed.
+/// prints what it did. Throws `HostError`, with `WrongUsage` for an invalid identifier.
 void ForgetCachedShader(const std::string& identifier);
 
 }  // namespace pixelforge::preview

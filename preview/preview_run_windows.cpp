@@ -21,8 +21,6 @@
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
-#include "preview/report.h"
-#include "preview/video.h"
 #include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
 #include "preview/view/playlist_player.h"
@@ -44,31 +42,20 @@ struct Run {
     const Options& options;
     OpenedShader& shader;
     DebugCapture& capture;
+    EventPlayer* events;       ///< may be null
     std::wstring pictureStem;  ///< of the live view, in the initial folder
-    std::optional<EventPlayer> events = {};
 
-    EventPlayer* Events() { return events ? &*events : nullptr; }
-
-    /// What is wrong with the shader, for the user.
-    std::vector<std::string> Messages() const {
-        if (!shader.Errors().empty()) {
-            return shader.Errors();
-        }
+    /// For the user; those of a load start with what is wrong with the source.
+    std::vector<std::string> Messages(bool load) const {
+        std::vector<std::string> lines = load ? shader.Warnings() : std::vector<std::string>();
         const std::string alias = ToUtf8(shader.Staged().AliasPath());
-        return EditorLines(ReadableLines(capture.Lines(), alias, options.source.name), shader.Names());
+        const auto captured = ReadableLines(capture.Lines(), alias, options.source.name);
+        const auto& errors = shader.Errors();
+        std::ranges::move(errors.empty() ? EditorLines(captured, shader.Names()) : errors,
+                          std::back_inserter(lines));
+        return lines;
     }
 };
-
-SessionOptions SessionOptionsOf(const Run& run) {
-    const std::int32_t levels = run.options.levels;
-    return {.width = run.options.size.cx,
-            .height = run.options.size.cy,
-            .playlistName = run.shader.Staged().PlaylistName(),
-            .settings = run.options.settings,
-            .levelDivisor = levels != 0 ? levels : kPaletteColors,
-            .levelOutput = levels != 0 ? 1 : 0,
-            .autoOffscreen = true};
-}
 
 std::wstring NumberedPicture(const UserPath& folder, int number) {
     wchar_t name[32];
@@ -76,57 +63,27 @@ std::wstring NumberedPicture(const UserPath& folder, int number) {
     return folder.path + name;
 }
 
-std::vector<FrameRecord> DrawFrames(Run& run, HostSession& session, const std::atomic<bool>& stop) {
-    const Options& options = run.options;
-    std::optional<VideoWriter> video;
-    if (!options.video.name.empty()) {
-        video.emplace(options.video, options.framesPerSecond);
-    }
-    return RunFrames(session, {.frames = options.frames,
-                               .checksums = !options.report.name.empty(),
-                               .realTime = options.realTime,
-                               .stop = &stop,
-                               .events = run.Events(),
-                               .frameDrawn = [&](int count) {
-                                   if (!options.framesFolder.name.empty()) {
-                                       WritePng(NumberedPicture(options.framesFolder, count),
-                                                session.Picture());
-                                   }
-                                   if (video) {
-                                       video->Write(session.Picture());
-                                   }
-                               }});
+std::function<void(int)> FrameWriter(const Options& options, HostSession& session) {
+    const bool pictures = !options.framesFolder.name.empty();
+    const auto addToVideo = options.video.name.empty() ? std::function<void(const FramePixels&)>()
+                                                       : OpenVideo(options.video, options.framesPerSecond);
+    return [=, &options, &session](int count) {
+        if (pictures) {
+            WritePng(NumberedPicture(options.framesFolder, count), session.Picture());
+        }
+        if (addToVideo) {
+            addToVideo(session.Picture());
+        }
+    };
 }
 
-void WriteReport(const Options& options, ExitStatus status, const std::vector<FrameRecord>& frames,
-                 const std::vector<std::string>& lines,
-                 const std::optional<std::vector<PlaylistFailure>>& failedPicks = {}) {
+void WriteReport(const Options& options, ExitStatus status, Report report) {
     if (!options.report.name.empty()) {
-        const std::string json = ReportJson({.shader = options.source.name,
-                                             .width = options.size.cx,
-                                             .height = options.size.cy,
-                                             .exitStatus = static_cast<int>(status),
-                                             .frames = frames,
-                                             .debugLines = lines,
-                                             .failedPicks = failedPicks});
-        WriteOutputFile(options.report.path, BytesOf(json));
-    }
-}
-
-void WritePicture(const Options& options, const std::vector<FrameRecord>& frames, HostSession& session) {
-    if (options.bench) {
-        WriteFrameGraph(options.png.path, MeasuredTimes(frames));
-    } else {
-        WritePng(options.png.path, session.Picture());
-    }
-}
-
-void PrintFailure(const FrameStatistics& statistics, bool anyLine) {
-    if (statistics.drawn > 0) {
-        PrintLine("preview: " + std::to_string(statistics.failed) + " frames failed");
-    } else {
-        PrintLine(std::string("preview: the shader could not be drawn") +
-                  (anyLine ? "" : "; the module reported no reason"));
+        report.shader = options.source.name;
+        report.width = options.size.cx;
+        report.height = options.size.cy;
+        report.exitStatus = static_cast<int>(status);
+        WriteOutputFile(options.report.path, BytesOf(ReportJson(report)));
     }
 }
 
@@ -150,27 +107,42 @@ void PrintOutcome(const Options& options, const FrameStatistics& statistics, con
     }
 }
 
-ExitStatus RunWithoutWindow(Run& run, const ModuleLibrary& library, const std::atomic<bool>& stop) {
-    HostSession session(library, SessionOptionsOf(run));
+ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library) {
+    const Options& options = run.options;
+    HostSession session(library, {.width = options.size.cx,
+                                  .height = options.size.cy,
+                                  .playlistName = run.shader.Staged().PlaylistName(),
+                                  .settings = options.settings,
+                                  .autoOffscreen = true});
+    session.SetLevels(options.levels);
     session.Open();
-    const std::vector<FrameRecord> frames = DrawFrames(run, session, stop);
+    const auto frames = RunFrames(session, {.frames = options.frames,
+                                            .checksums = !options.report.name.empty(),
+                                            .realTime = options.realTime,
+                                            .stop = &CleanupOnAbort::StopRequested(),
+                                            .events = run.events,
+                                            .frameDrawn = FrameWriter(options, session)});
     const FrameStatistics statistics = Summarize(frames);
     const bool drawn = statistics.drawn > 0 && statistics.failed == 0;
-    if (drawn && !run.options.png.name.empty()) {
-        WritePicture(run.options, frames, session);
+    if (drawn && options.bench && !options.png.name.empty()) {
+        WriteFrameGraph(options.png.path, MeasuredTimes(frames));
+    } else if (drawn && !options.png.name.empty()) {
+        WritePng(options.png.path, session.Picture());
     }
     const std::wstring infoText = HostSession::InfoText();  // The module's clean-up clears it.
     session.Close();
     const ExitStatus status = drawn ? ExitStatus::Drawn : ExitStatus::Failed;
     const std::vector<std::string>& errors = run.shader.Errors();
-    WriteReport(run.options, status, frames, errors.empty() ? run.capture.Lines() : errors);
-    const std::vector<std::string> lines = run.Messages();
-    PrintLines(run.shader.Warnings());
+    WriteReport(options, status,
+                {.frames = frames, .debugLines = errors.empty() ? run.capture.Lines() : errors});
+    const std::vector<std::string> lines = run.Messages(true);
     PrintLines(lines);
     if (drawn) {
-        PrintOutcome(run.options, statistics, infoText, session.Context());
+        PrintOutcome(options, statistics, infoText, session.Context());
     } else {
-        PrintFailure(statistics, !lines.empty());
+        const std::string reason = lines.empty() ? "; the module reported no reason" : "";
+        PrintLine("preview: " + (statistics.drawn > 0 ? std::to_string(statistics.failed) + " frames failed"
+                                                      : "the shader could not be drawn" + reason));
     }
     return status;
 }
@@ -187,90 +159,68 @@ void PrintFailedPicks(const PlaylistPlayer& playlist) {
 }
 
 /// `next` is set to what a file dropped on the window asks for.
-ExitStatus RunInWindow(Run& run, const ModuleLibrary& library, const std::atomic<bool>& stop,
-                       std::optional<Options>& next) {
+ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, std::optional<Options>& next) {
     const Options& options = run.options;
     std::optional<PlaylistPlayer> playlist;
     if (options.kind == SourceKind::Playlist) {
-        const std::wstring& favourites = options.favourites.path;
-        playlist.emplace(PlaylistFiles{options.source.path, options.source.name,
-                                       favourites.empty() ? FolderOf(options.source.path) + L"favourites.txt"
-                                                          : favourites},
-                         run.shader.Staged(), std::chrono::seconds(options.secondsPerPick));
+        playlist.emplace(options.source.path, options.source.name, run.shader.Staged(),
+                         std::chrono::seconds(options.secondsPerPick));
     }
     const ExitStatus status = RunLiveView(
         library.Functions(),
-        {.session = SessionOptionsOf(run),
+        {.state = options,
          .name = options.source.name,
+         .playlistName = run.shader.Staged().PlaylistName(),
+         .command = CommandOf(options),
          .pictureStem = run.pictureStem,
          .lastPicture = options.png.path,
          .frames = options.frames,
-         .events = run.Events(),
-         .stop = &stop,
-         .realTime = options.realTime,
-         .fullScreen = options.fullScreen,
-         .monitor = options.monitor,
-         .scale = options.scale,
+         .events = run.events,
+         .stop = &CleanupOnAbort::StopRequested(),
          .playlist = playlist ? &*playlist : nullptr,
-         .command = [&] { return CommandOf(options); },
-         .place = options.place,
          .fileDropped = [&](auto& path, auto& state) { next = OptionsForFile(options, path, state); },
          .sourceChanged = options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
-         .warnings = [&] { return run.shader.Warnings(); },
          .takeMessages =
-             [&] {
-                 auto lines = run.Messages();
+             [&](bool load) {
+                 auto lines = run.Messages(load);
                  run.capture.Clear();
                  return lines;
              }});
     if (playlist) {
         PrintFailedPicks(*playlist);
-        WriteReport(options, status, {}, {}, playlist->Order().Failures());
+        WriteReport(options, status, {.failedPicks = playlist->Order().Failures()});
     }
     return status;
 }
 
-constexpr const wchar_t* kIncludeVariable = L"FOLDER_SHADERINCLUDE";
-
-/// Why the module cannot use the folder; null if it can.
-const char* FaultOfFolder(const std::wstring& path) {
-    return !IsExistingFolder(path.c_str()) ? "not a folder"
-           : path.size() >= kPathUnits     ? "too long"
-                                           : nullptr;
-}
-
-/// Of the environment, as the module reads it. Prints what is wrong with it.
-IncludeFolder InheritedIncludeFolder(const UserPath& source) {
-    const wchar_t* const value = _wgetenv(kIncludeVariable);  // unaffected by SetEnvironmentVariableW
-    if (!value) {
-        return {};
+/// Passes the folder of --include to the module, or checks the one of the environment.
+IncludeFolder PublishIncludeFolder(const Options& options) {
+    constexpr const wchar_t* kVariable = L"FOLDER_SHADERINCLUDE";
+    IncludeFolder folder = {options.includeFolder.path, options.includeFolder.name};
+    const wchar_t* const value = _wgetenv(kVariable);  // unaffected by SetEnvironmentVariableW
+    const bool inherited = folder.name.empty() && value;
+    if (inherited) {
+        const std::filesystem::path joined = std::filesystem::path(FolderOf(options.source.path)) / value;
+        folder = {AbsolutePath(ToUtf8(joined.native())), ToUtf8(value)};
+    }
+    const std::string fault = folder.name.empty()                      ? ""
+                              : !IsExistingFolder(folder.path.c_str()) ? "not a folder"
+                              : folder.path.size() >= kPathUnits       ? "too long"
+                                                                       : "";
+    if (!fault.empty() && !inherited) {
+        throw HostError(ExitStatus::WrongUsage, "--include: " + folder.name + ": " + fault);
     }
     const std::string start = "preview: FOLDER_SHADERINCLUDE: ";
-    const std::string name = ToUtf8(value);
-    const std::filesystem::path joined = std::filesystem::path(FolderOf(source.path)) / value;
-    const std::wstring path = AbsolutePath(ToUtf8(joined.native()));
-    if (const char* const fault = FaultOfFolder(path)) {
-        PrintLine(start + "the module ignores \"" + name + "\": " + fault);
-        return {};
+    if (!fault.empty()) {
+        PrintLine(start + "the module ignores \"" + folder.name + "\": " + fault);
+        folder = {};
+    } else if (inherited && !std::filesystem::path(value).has_root_path()) {
+        PrintLine(start + "\"" + folder.name +
+                  "\" is a relative path; preview looks for it in the shader's folder, a host in its own "
+                  "current folder");
+        folder.name.insert(0, options.source.name, 0, options.source.name.find_last_of("/\\") + 1);
     }
-    if (std::filesystem::path(value).has_root_path()) {
-        return {path, name};
-    }
-    PrintLine(start + "\"" + name +
-              "\" is a relative path; preview looks for it in the shader's folder, a host in its own current "
-              "folder");
-    return {path, source.name.substr(0, source.name.find_last_of("/\\") + 1) + name};
-}
-
-/// Passes the folder of --include to the module. Without the option, reads the variable as the module does.
-IncludeFolder PublishIncludeFolder(const Options& options) {
-    const auto& [name, path] = options.includeFolder;
-    if (const char* const fault = name.empty() ? nullptr : FaultOfFolder(path)) {
-        throw HostError(ExitStatus::WrongUsage, "--include: " + name + ": " + fault);
-    }
-    const IncludeFolder folder =
-        name.empty() ? InheritedIncludeFolder(options.source) : IncludeFolder{path, name};
-    SetEnvironmentVariableW(kIncludeVariable, folder.path.empty() ? nullptr : folder.path.c_str());
+    SetEnvironmentVariableW(kVariable, folder.path.empty() ? nullptr : folder.path.c_str());
     return folder;
 }
 
@@ -296,17 +246,9 @@ OpenedShader OpenShader(const Options& options) {
 /// Otherwise a long run would be lost at its end.
 void RequireWritableOutputs(const Options& options) {
     const UserPath firstFrame = {options.framesFolder.name, NumberedPicture(options.framesFolder, 1)};
-    for (const auto& [option, output] : {std::pair("--png", options.png),
-                                         {"--frames-dir", firstFrame},
-                                         {"--report", options.report},
-                                         {"--video", options.video},
-                                         {"--favourites", options.favourites},
-                                         {"--pack", options.packed}}) {
+    for (const UserPath& output : {options.png, firstFrame, options.report, options.video, options.packed}) {
         if (!output.name.empty() && output.name != kStandardOutput) {
-            const std::string failure = FailureOf([&] { RequireWritable(output.path); });
-            if (!failure.empty()) {
-                throw HostError(ExitStatus::WrongUsage, std::string(option) + ": " + failure);
-            }
+            RequireWritable(output.path);
         }
     }
 }
@@ -316,11 +258,13 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
     OpenedShader shader = OpenShader(options);
     RequireWritableOutputs(options);
     DebugCapture capture;
-    const std::filesystem::path name(FromUtf8(options.source.name));
-    Run run{options, shader, capture, AbsolutePath(ToUtf8(name.stem().native()))};
+    std::optional<EventPlayer> events;
     if (!options.events.name.empty()) {
-        run.events.emplace(ParseInputEvents(ReadInputFile(options.events.path), options.events.name));
+        events.emplace(ParseInputEvents(ReadInputFile(options.events.path), options.events.name));
     }
+    const std::filesystem::path name(FromUtf8(options.source.name));
+    const Run run{options, shader, capture, events ? &*events : nullptr,
+                  AbsolutePath(ToUtf8(name.stem().native()))};
     try {
         std::optional<WorkingFolder> folder;
         // A shader from the service has no folder.
@@ -331,10 +275,9 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
         }
         const CleanupOnAbort cleanup(shader.Staged());
         const ModuleLibrary library;
-        return options.window ? RunInWindow(run, library, cleanup.StopRequested(), next)
-                              : RunWithoutWindow(run, library, cleanup.StopRequested());
+        return options.window ? RunInWindow(run, library, next) : RunWithoutWindow(run, library);
     } catch (const HostError&) {
-        PrintLines(run.Messages());
+        PrintLines(run.Messages(false));
         throw;
     }
 }
@@ -364,11 +307,8 @@ void ForgetCachedShader(const std::string& identifier) {
     // When it is loaded, the module publishes its data folder: an empty one if the path does not fit.
     const ModuleLibrary library;
     wchar_t folder[kPathUnits] = {};
-    const DWORD units = GetEnvironmentVariableW(L"DAT_BASEFOLDER", folder, kPathUnits);
+    GetEnvironmentVariableW(L"DAT_BASEFOLDER", folder, kPathUnits);
     const std::wstring file = folder + std::wstring(L"\\Pixelforge\\PixelforgeCache\\") + entry.name;
-    if (units == 0 || file.size() >= kPathUnits) {
-        throw HostError(ExitStatus::Failed, "--forget: the path of the module's cache is too long");
-    }
     if (DeleteFileW(file.c_str())) {
         std::printf("removed     %s\n", ToUtf8(file).c_str());
     } else if (GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND) {
@@ -379,6 +319,10 @@ void ForgetCachedShader(const std::string& identifier) {
 }
 
 ExitStatus RunPreview(const Options& options) {
+    if (!options.helpText.empty()) {
+        std::fputs(options.helpText.c_str(), stdout);
+        return ExitStatus::Drawn;
+    }
     if (!options.packed.name.empty()) {
         return PackShader(options);
     }

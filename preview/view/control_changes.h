@@ -1,10 +1,8 @@
-// Changes to a running session's settings by keys and the panel, with the words that tell the user about
-// them.
+// Changes to a running session's settings by keys and the panel.
 #pragma once
 
 #include <windows.h>
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <utility>
@@ -15,31 +13,17 @@
 
 namespace pixelforge::preview {
 
-struct ControlChangesOptions {
-    std::int32_t levelDivisor;  ///< the one that `ToggleLevels` switches on
-    bool followClock = false;   ///< "Speed" is the time since the previous frame
-    double scale = 1.0;         ///< frame size by window size
-
-    /// Shows a line to the user.
-    std::function<void(const std::wstring&)> report;
-};
-
-/// A change that conflicts with other controls is not made, and the reported line says why. A control that
-/// the module lacks is ignored.
+/// A change that conflicts with other controls is not made, and the reported line says why.
 class ControlChanges {
 public:
-    /// The session and the view must outlive this.
-    ControlChanges(HostSession& session, ViewWindow& view, ControlChangesOptions options)
-        : session_(session), view_(view), options_(std::move(options)) {}
+    /// Keeps levels, clock and scale of the state up to date; session and state must outlive this. `report`
+    /// shows a line to the user.
+    ControlChanges(HostSession& session, ViewState& state, std::function<void(const std::wstring&)> report);
 
     std::vector<ViewKey> Keys();
     void Set(const ControlSetting& setting);
-    void ChangeCount(const char* label, std::int32_t change);
-    void Toggle(const char* label);
-    void ToggleLevels();
     void ChangePace(double factor);
     void ChangeScale(double factor);
-    void FollowClock(bool follow) noexcept { options_.followClock = follow; }
 
     /// True once after a change that the module notices only when it loads.
     bool TakeReload() { return std::exchange(reload_, false); }
@@ -48,17 +32,20 @@ public:
     /// tile mask, which the module overwrites in each frame.
     std::vector<ControlSetting> Settings() const;
 
-    /// The arguments of `preview` for these settings.
+    /// The arguments of `preview` for the state and the settings.
     std::string Arguments() const;
 
-    double Scale() const noexcept { return options_.scale; }
-    bool FollowsClock() const noexcept { return options_.followClock; }
+    ViewState& State() noexcept { return state_; }
     double Pace() const noexcept { return pace_; }  ///< shader time by clock time
 
 private:
+    void Change(const char* label, std::int32_t change);
+    void ToggleLevels();
+
     HostSession& session_;
-    ViewWindow& view_;
-    ControlChangesOptions options_;
+    ViewState& state_;
+    std::function<void(const std::wstring&)> report_;
+    std::int32_t levelDivisor_;  ///< the one that `ToggleLevels` switches on
     bool reload_ = false;
     double pace_ = 1.0;
 };

@@ -14,6 +14,9 @@ namespace {
 constexpr double kLargestPace = 64.0;
 constexpr double kSmallestPace = 1.0 / 64.0;
 
+/// For F11, unless --levels gives another one.
+constexpr std::int32_t kDefaultLevelDivisor = 64;
+
 constexpr std::string_view kPlaylistLabel = "Playlist File(s)";
 
 /// The module reads these when it loads a shader.
@@ -29,8 +32,7 @@ std::wstring NumberText(double number) {
 
 SIZE ScaledSize(SIZE size, double scale) {
     const auto side = [scale](LONG pixels) {
-        return static_cast<LONG>(
-            std::clamp<long>(std::lround(static_cast<double>(pixels) * scale), 1, kLargestSide));
+        return static_cast<LONG>(std::clamp(std::round(pixels * scale), 1.0, 1.0 * kLargestSide));
     };
     return {side(size.cx), side(size.cy)};
 }
@@ -42,23 +44,28 @@ std::string QuotedArgument(const std::string& argument) {
     return plain ? argument : "\"" + argument + "\"";
 }
 
+ControlChanges::ControlChanges(HostSession& session, ViewState& state,
+                               std::function<void(const std::wstring&)> report)
+    : session_(session),
+      state_(state),
+      report_(std::move(report)),
+      levelDivisor_(state.levels != 0 ? state.levels : kDefaultLevelDivisor) {}
+
 std::vector<ViewKey> ControlChanges::Keys() {
     return {
-        {VK_F6, 0, L"F6, Shift+F6\tmore / fewer tiles across", [this] { ChangeCount("X Tiling", 1); }},
-        {VK_F6, kShift, nullptr, [this] { ChangeCount("X Tiling", -1); }},
-        {VK_F7, 0, L"F7, Shift+F7\tmore / fewer tiles down", [this] { ChangeCount("Y Tiling", 1); }},
-        {VK_F7, kShift, nullptr, [this] { ChangeCount("Y Tiling", -1); }},
-        {VK_F8, 0, L"F8\tmirror every second tile on / off", [this] { Toggle("Mirroring"); }},
-        {VK_F9, 0, L"F9\tforeground only on / off", [this] { Toggle("Foreground Only"); }},
+        {VK_F6, 0, L"F6, Shift+F6\tmore / fewer tiles across", [this] { Change("X Tiling", 1); }},
+        {VK_F6, kShift, nullptr, [this] { Change("X Tiling", -1); }},
+        {VK_F7, 0, L"F7, Shift+F7\tmore / fewer tiles down", [this] { Change("Y Tiling", 1); }},
+        {VK_F7, kShift, nullptr, [this] { Change("Y Tiling", -1); }},
+        {VK_F8, 0, L"F8\tmirror every second tile on / off", [this] { Change("Mirroring", 1); }},
+        {VK_F9, 0, L"F9\tforeground only on / off", [this] { Change("Foreground Only", 1); }},
         {VK_F11, 0, L"F11\tlevel output / colours", [this] { ToggleLevels(); }},
         {VK_F2, kShift, L"Shift+F2, F3\ttime slower / faster", [this] { ChangePace(0.5); }},
         {VK_F3, kShift, nullptr, [this] { ChangePace(2.0); }},
         {VK_F3, kControl, L"Ctrl+F3\ttime backwards / forwards", [this] { ChangePace(-1.0); }},
         {VK_OEM_MINUS, kControl, L"Ctrl+Minus, Plus\tlower / higher resolution",
          [this] { ChangeScale(0.5); }},
-        {VK_SUBTRACT, kControl, nullptr, [this] { ChangeScale(0.5); }},
         {VK_OEM_PLUS, kControl, nullptr, [this] { ChangeScale(2.0); }},
-        {VK_ADD, kControl, nullptr, [this] { ChangeScale(2.0); }},
     };
 }
 
@@ -72,72 +79,72 @@ void ControlChanges::Set(const ControlSetting& setting) {
         session_.Controls().Apply({setting.label, previous});
     }
     if (failure.empty() && ControlValueText(*control) != previous) {
-        options_.followClock = options_.followClock && setting.label != "Speed";
+        state_.realTime = state_.realTime && setting.label != "Speed";
         reload_ = reload_ || std::ranges::find(kReadAtLoad, setting.label) != std::end(kReadAtLoad);
     }
-    options_.report(FromUtf8(failure.empty() ? setting.label + " " + ControlValueText(*control) : failure));
+    report_(FromUtf8(failure.empty() ? setting.label + " " + ControlValueText(*control) : failure));
 }
 
-void ControlChanges::ChangeCount(const char* label, std::int32_t change) {
-    if (const ControlRecord* control = session_.Control(label)) {
+/// A switch changes to its other position.
+void ControlChanges::Change(const char* label, std::int32_t change) {
+    const ControlRecord* control = session_.Control(label);
+    if (control && control->kind == ControlKind::Switch) {
+        Set({label, control->toggle.value[1] != 0 ? "false" : "true"});
+    } else if (control) {
         const auto [least, most] = control->whole.bounds[0];
         Set({label, std::to_string(std::clamp(control->whole.value[0] + change, least, most))});
     }
 }
 
-void ControlChanges::Toggle(const char* label) {
-    if (const ControlRecord* control = session_.Control(label)) {
-        Set({label, control->toggle.value[1] != 0 ? "false" : "true"});
-    }
-}
-
 void ControlChanges::ToggleLevels() {
-    const bool on = session_.Context().levelOutput == 0;
-    session_.SetLevels(on ? options_.levelDivisor : 0);
-    std::string line = on ? "Level output, divisor " + std::to_string(options_.levelDivisor) : "Colours";
-    if (!session_.Conflict().empty()) {
-        line = session_.Conflict();
+    state_.levels = state_.levels == 0 ? levelDivisor_ : 0;
+    session_.SetLevels(state_.levels);
+    std::string line = session_.Conflict();
+    if (!line.empty()) {
+        state_.levels = 0;
         session_.SetLevels(0);
+    } else {
+        line = state_.levels != 0 ? "Level output, divisor " + std::to_string(levelDivisor_) : "Colours";
     }
-    options_.report(FromUtf8(line));
+    report_(FromUtf8(line));
 }
 
 /// With a fixed step the step changes, otherwise the pace.
 void ControlChanges::ChangePace(double factor) {
     const ControlRecord* speed = session_.Control("Speed");
-    if (options_.followClock) {
+    if (state_.realTime) {
         const double pace = std::clamp(std::abs(pace_ * factor), kSmallestPace, kLargestPace);
         pace_ = std::copysign(pace, pace_ * factor);
-        options_.report(L"Time \u00D7 " + NumberText(pace_));
+        report_(L"Time \u00D7 " + NumberText(pace_));
     } else if (speed) {
         session_.SetSpeed(speed->decimal.value[0] * factor);
-        options_.report(L"Speed " + FromUtf8(ControlValueText(*speed)));
+        report_(L"Speed " + FromUtf8(ControlValueText(*speed)));
     }
 }
 
 void ControlChanges::ChangeScale(double factor) {
-    options_.scale = std::clamp(options_.scale * factor, kSmallestScale, kLargestScale);
-    const SIZE size = ScaledSize(view_.Frame().ClientSize(), options_.scale);
-    options_.report(L"Scale " + NumberText(options_.scale) + L": " + std::to_wstring(size.cx) + L" \u00D7 " +
-                    std::to_wstring(size.cy));
+    state_.scale = std::clamp(state_.scale * factor, kSmallestScale, kLargestScale);
+    report_(L"Scale " + NumberText(state_.scale));
 }
 
 std::vector<ControlSetting> ControlChanges::Settings() const {
     std::vector<ControlSetting> settings = session_.Controls().Changed();
     std::erase_if(settings, [&](const ControlSetting& setting) {
         return setting.label == kPlaylistLabel || setting.label == "Tile Mask" ||
-               (options_.followClock && setting.label == "Speed");
+               (state_.realTime && setting.label == "Speed");
     });
     return settings;
 }
 
 std::string ControlChanges::Arguments() const {
-    std::string line;
-    if (options_.scale != 1.0) {
-        line += " --scale " + ToUtf8(NumberText(options_.scale));
+    std::string line = state_.fullScreen ? " --fullscreen"
+                                         : " --window --size " + std::to_string(state_.size.cx) + "x" +
+                                               std::to_string(state_.size.cy);
+    if (state_.scale != 1.0) {
+        line += " --scale " + ToUtf8(NumberText(state_.scale));
     }
-    if (session_.Context().levelOutput != 0) {
-        line += " --levels " + std::to_string(session_.Context().levelDivisor);
+    if (state_.levels != 0) {
+        line += " --levels " + std::to_string(state_.levels);
     }
     for (const ControlSetting& setting : Settings()) {
         line += " --set " + QuotedArgument(setting.label + "=" + setting.value);

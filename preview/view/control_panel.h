@@ -3,6 +3,7 @@
 
 #include <windows.h>
 
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
@@ -17,8 +18,7 @@ namespace pixelforge::preview {
 
 /// A window of the system's own controls, initially hidden, owned by the live view's window. One row for each
 /// record: a heading for a group, a check box for a switch, a slider and a field for a number, a field for
-/// anything else. The description and the bounds are tool tips. It must not outlive
-/// `changes` and the records.
+/// anything else. Descriptions and bounds are tool tips. Must not outlive `changes` and the records.
 class ControlPanel {
 public:
     ControlPanel(HWND owner, const HostControls& controls, ControlChanges& changes,
@@ -33,14 +33,6 @@ public:
     void Refresh();
 
 private:
-    struct Row {
-        const ControlRecord* record = nullptr;
-        HWND box = nullptr;  ///< null if the row has no such part; children of the panel's window
-        HWND slider = nullptr;
-        HWND field = nullptr;
-        std::string shown;  ///< the value that the controls show
-    };
-
     /// Pixels at 96 dots per inch, without the margin on the left.
     struct Place {
         int left;
@@ -49,23 +41,21 @@ private:
     };
 
     std::optional<LRESULT> Handle(UINT message, WPARAM wParam, LPARAM lParam);
-    void OnCommand(WORD id, WORD code, HWND control);
-    HWND Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, Place place,
-             const std::string& tip = {}, WORD id = 0);
-    void AddRow(const ControlRecord& record, int top);
-    void MoveBesideOwner();
-    void CommitValue(Row& row, const std::string& value);
-    void ShowValue(Row& row, const std::string& value);
-    Row* RowOf(HWND control);
+    void OnCommand(WORD id, WORD code);
+    HWND Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, Place place, int id,
+             const std::string& tip = {});
+    void AddRow(std::size_t row, int top);
+    void Commit(int id);
+    void ShowValue(std::size_t row, const std::string& value);
 
+    const HostControls& controls_;
     ControlChanges& changes_;
     const std::function<void()> copyCommandLine_;
     UniqueFont font_;
     UniqueFont boldFont_;
     HostWindow window_;
     UniqueWindow toolTips_;
-    HWND followClock_ = nullptr;
-    std::vector<Row> rows_;
+    std::vector<std::string> shown_;  ///< for each record the value that its row shows
 };
 
 }  // namespace pixelforge::preview

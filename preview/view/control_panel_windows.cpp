@@ -25,8 +25,16 @@ constexpr int kFontHeight = 13;
 /// Of a slider for a decimal number.
 constexpr int kSteps = 1000;
 
-constexpr WORD kFollowClockId = 100;
-constexpr WORD kCopyId = 101;
+constexpr int kFollowClockId = 100;
+constexpr int kCopyId = 101;
+
+/// A row's controls have successive identifiers; it lacks some.
+constexpr int kFirstRowId = 200;
+enum Part { kBox, kSlider, kField, kParts };
+
+int IdOf(std::size_t row, Part part) {
+    return kFirstRowId + static_cast<int>(row) * kParts + part;
+}
 
 int Scaled(int pixels) {
     const WindowDc screen(nullptr);
@@ -39,43 +47,48 @@ UniqueFont MakeFont(int weight) {
                                   VARIABLE_PITCH | FF_SWISS, L"Segoe UI"));
 }
 
-int SliderPosition(const ControlRecord& record) {
+/// A number with its bounds; a slider counts in steps.
+struct Number {
+    double value;
+    double least;
+    double most;
+    double step;
+};
+
+std::optional<Number> NumberOf(const ControlRecord& record) {
     if (record.kind == ControlKind::WholeNumber) {
-        return record.whole.value[0];
+        const auto [least, most] = record.whole.bounds[0];
+        return Number{1.0 * record.whole.value[0], 1.0 * least, 1.0 * most, 1.0};
+    }
+    if (record.kind != ControlKind::DecimalNumber) {
+        return std::nullopt;
     }
     const auto [least, most] = record.decimal.bounds[0];
-    return static_cast<int>(std::lround((record.decimal.value[0] - least) / (most - least) * kSteps));
+    return Number{record.decimal.value[0], least, most, (most - least) / kSteps};
 }
 
-std::string SliderValue(const ControlRecord& record, int position) {
-    if (record.kind == ControlKind::WholeNumber) {
-        return std::to_string(position);
-    }
-    const auto [least, most] = record.decimal.bounds[0];
-    return std::to_string(least + (most - least) * static_cast<float>(position) / kSteps);
+LPARAM InSteps(double value, const Number& number) {
+    return std::lround(value / number.step);
 }
 
-void SetSliderBounds(HWND slider, const ControlRecord& record) {
-    const bool whole = record.kind == ControlKind::WholeNumber;
-    SendMessageW(slider, TBM_SETRANGEMIN, FALSE, whole ? record.whole.bounds[0][0] : 0);
-    SendMessageW(slider, TBM_SETRANGEMAX, TRUE, whole ? record.whole.bounds[0][1] : kSteps);
-}
-
-std::wstring TextOf(HWND window) {
-    std::wstring text(static_cast<std::size_t>(GetWindowTextLengthW(window)), L'\0');
-    GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1);
-    return text;
+std::string SliderValue(LRESULT position, const ControlRecord& record) {
+    const Number number = *NumberOf(record);
+    const double value = std::clamp(static_cast<double>(position) * number.step, number.least, number.most);
+    return record.kind == ControlKind::WholeNumber ? std::to_string(std::lround(value))
+                                                   : std::to_string(value);
 }
 
 }  // namespace
 
 ControlPanel::ControlPanel(HWND owner, const HostControls& controls, ControlChanges& changes,
                            std::function<void()> copy)
-    : changes_(changes),
+    : controls_(controls),
+      changes_(changes),
       copyCommandLine_(std::move(copy)),
       font_(MakeFont(FW_NORMAL)),
       boldFont_(MakeFont(FW_BOLD)),
-      window_(1, 1, {.owner = owner, .title = L"Controls"}) {
+      window_(1, 1, {.owner = owner, .title = L"Controls"}),
+      shown_(controls.Records().size()) {
     const INITCOMMONCONTROLSEX classes = {sizeof classes, ICC_BAR_CLASSES | ICC_WIN95_CLASSES};
     InitCommonControlsEx(&classes);
     toolTips_.Reset(CreateWindowExW(WS_EX_TOPMOST, TOOLTIPS_CLASSW, L"",
@@ -83,60 +96,62 @@ ControlPanel::ControlPanel(HWND owner, const HostControls& controls, ControlChan
                                     nullptr, nullptr, nullptr));
     SendMessageW(toolTips_.Get(), TTM_SETMAXTIPWIDTH, 0, Scaled(kToolTipWidth));
     int top = kMargin / 2;
-    for (const auto& record : controls.Records()) {
-        AddRow(*record, top);
+    for (std::size_t row = 0; row < shown_.size(); ++row) {
+        AddRow(row, top);
         top += kRowHeight;
     }
     top += kMargin / 2;
     constexpr int kHalf = kInnerWidth / 2;
-    followClock_ = Add(L"BUTTON", L"Speed follows the clock", BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kHalf},
-                       {}, kFollowClockId);
-    Add(L"BUTTON", L"Copy as command line", BS_PUSHBUTTON | WS_TABSTOP, {kHalf, top, kHalf}, {}, kCopyId);
+    Add(L"BUTTON", L"Speed follows the clock", BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kHalf}, kFollowClockId);
+    Add(L"BUTTON", L"Copy as command line", BS_PUSHBUTTON | WS_TABSTOP, {kHalf, top, kHalf}, kCopyId);
     window_.SetClientSize(Scaled(kInnerWidth + 2 * kMargin), Scaled(top + kRowHeight + kMargin));
-    MoveBesideOwner();
+    // Over the owner's right edge if the desktop has no room beside it.
+    RECT panel = {};
+    RECT view = {};
+    GetWindowRect(window_.Handle(), &panel);
+    GetWindowRect(owner, &view);
+    const int end = GetSystemMetrics(SM_XVIRTUALSCREEN) + GetSystemMetrics(SM_CXVIRTUALSCREEN);
+    SetWindowPos(window_.Handle(), nullptr, std::min<int>(view.right, end - panel.right + panel.left),
+                 view.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
     window_.SetHandler([this](auto... message) { return Handle(message...); });
 }
 
-void ControlPanel::AddRow(const ControlRecord& record, int top) {
+void ControlPanel::AddRow(std::size_t row, int top) {
+    const ControlRecord& record = *controls_.Records()[row];
+    constexpr DWORD kText = SS_NOTIFY | SS_CENTERIMAGE;
+    if (record.kind == ControlKind::GroupHeader) {
+        const HWND heading = Add(L"STATIC", FromUtf8(ControlGroup(record)), kText, {0, top, kInnerWidth}, 0,
+                                 ControlDescription(record));
+        SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(boldFont_.Get()), FALSE);
+        return;
+    }
     const std::wstring label = FromUtf8(ControlLabel(record));
     const std::string tip = ControlDescription(record) + "\r\n" + ControlRangeText(record);
-    constexpr DWORD kText = SS_NOTIFY | SS_CENTERIMAGE;
-    constexpr DWORD kField = WS_BORDER | ES_AUTOHSCROLL | WS_TABSTOP;
-    Row row;
-    row.record = &record;
-    switch (record.kind) {
-        case ControlKind::GroupHeader: {
-            const HWND heading = Add(L"STATIC", FromUtf8(ControlGroup(record)), kText, {0, top, kInnerWidth},
-                                     ControlDescription(record));
-            SendMessageW(heading, WM_SETFONT, reinterpret_cast<WPARAM>(boldFont_.Get()), FALSE);
-            return;
-        }
-        case ControlKind::Switch:
-            row.box = Add(L"BUTTON", label, BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kInnerWidth}, tip);
-            break;
-        case ControlKind::WholeNumber:
-        case ControlKind::DecimalNumber:
-            Add(L"STATIC", label, kText, {0, top, kSliderLeft}, tip);
-            row.slider = Add(TRACKBAR_CLASSW, L"", TBS_HORZ | TBS_NOTICKS | WS_TABSTOP,
-                             {kSliderLeft, top, kSliderWidth}, tip);
-            SetSliderBounds(row.slider, record);
-            row.field = Add(L"EDIT", L"", kField, {kFieldLeft, top, kInnerWidth - kFieldLeft}, tip);
-            break;
-        default:
-            Add(L"STATIC", label, kText, {0, top, kSliderLeft}, tip);
-            // The module itself writes the mask in each frame.
-            row.field = Add(L"EDIT", L"", kField | (record.kind == ControlKind::BitMask ? ES_READONLY : 0),
-                            {kSliderLeft, top, kInnerWidth - kSliderLeft}, tip);
+    if (record.kind == ControlKind::Switch) {
+        Add(L"BUTTON", label, BS_AUTOCHECKBOX | WS_TABSTOP, {0, top, kInnerWidth}, IdOf(row, kBox), tip);
+        return;
     }
-    rows_.push_back(row);
+    Add(L"STATIC", label, kText, {0, top, kSliderLeft}, 0, tip);
+    const auto number = NumberOf(record);
+    if (number) {
+        const HWND slider = Add(TRACKBAR_CLASSW, L"", TBS_HORZ | TBS_NOTICKS | WS_TABSTOP,
+                                {kSliderLeft, top, kSliderWidth}, IdOf(row, kSlider), tip);
+        SendMessageW(slider, TBM_SETRANGEMIN, FALSE, InSteps(number->least, *number));
+        SendMessageW(slider, TBM_SETRANGEMAX, TRUE, InSteps(number->most, *number));
+    }
+    const int left = number ? kFieldLeft : kSliderLeft;
+    // The module itself writes the mask in each frame.
+    const DWORD readOnly = record.kind == ControlKind::BitMask ? ES_READONLY : 0;
+    Add(L"EDIT", L"", WS_BORDER | ES_AUTOHSCROLL | WS_TABSTOP | readOnly, {left, top, kInnerWidth - left},
+        IdOf(row, kField), tip);
 }
 
-HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, Place place,
-                       const std::string& tip, WORD id) {
+HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWORD style, Place place, int id,
+                       const std::string& tip) {
     const HWND control = CreateWindowExW(
         0, windowClass, text.c_str(), style | WS_CHILD | WS_VISIBLE, Scaled(kMargin + place.left),
         Scaled(place.top), Scaled(place.width), Scaled(kControlHeight), window_.Handle(),
-        reinterpret_cast<HMENU>(static_cast<UINT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
+        reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), GetModuleHandleW(nullptr), nullptr);
     SendMessageW(control, WM_SETFONT, reinterpret_cast<WPARAM>(font_.Get()), FALSE);
     std::wstring wideTip = FromUtf8(tip);
     TTTOOLINFOW tool = {};
@@ -147,21 +162,6 @@ HWND ControlPanel::Add(const wchar_t* windowClass, const std::wstring& text, DWO
     tool.lpszText = wideTip.data();  // if empty, nothing is shown
     SendMessageW(toolTips_.Get(), TTM_ADDTOOLW, 0, reinterpret_cast<LPARAM>(&tool));
     return control;
-}
-
-/// Over the owner's right edge if the screen has no room beside it.
-void ControlPanel::MoveBesideOwner() {
-    const HWND owner = GetWindow(window_.Handle(), GW_OWNER);
-    RECT panel = {};
-    RECT view = {};
-    GetWindowRect(window_.Handle(), &panel);
-    GetWindowRect(owner, &view);
-    MONITORINFO monitor = {};
-    monitor.cbSize = sizeof monitor;
-    GetMonitorInfoW(MonitorFromWindow(owner, MONITOR_DEFAULTTONEAREST), &monitor);
-    SetWindowPos(window_.Handle(), nullptr,
-                 std::min(view.right, monitor.rcWork.right - (panel.right - panel.left)),
-                 std::max(view.top, monitor.rcWork.top), 0, 0, SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 void ControlPanel::Toggle() {
@@ -176,55 +176,55 @@ void ControlPanel::Refresh() {
     if (!IsWindowVisible(window_.Handle())) {
         return;
     }
-    SendMessageW(followClock_, BM_SETCHECK, changes_.FollowsClock() ? BST_CHECKED : BST_UNCHECKED, 0);
-    for (Row& row : rows_) {
-        const std::string value = ControlValueText(*row.record);
-        if (value != row.shown && (!row.field || GetFocus() != row.field)) {
+    CheckDlgButton(window_.Handle(), kFollowClockId, changes_.State().realTime ? BST_CHECKED : BST_UNCHECKED);
+    for (std::size_t row = 0; row < shown_.size(); ++row) {
+        const std::string value = ControlValueText(*controls_.Records()[row]);
+        const HWND field = GetDlgItem(window_.Handle(), IdOf(row, kField));
+        if (value != shown_[row] && (!field || GetFocus() != field)) {
             ShowValue(row, value);
         }
     }
 }
 
-void ControlPanel::ShowValue(Row& row, const std::string& value) {
-    row.shown = value;
-    if (row.box) {
-        SendMessageW(row.box, BM_SETCHECK, value == "true" ? BST_CHECKED : BST_UNCHECKED, 0);
+void ControlPanel::ShowValue(std::size_t row, const std::string& value) {
+    const HWND panel = window_.Handle();
+    const ControlRecord& record = *controls_.Records()[row];
+    shown_[row] = value;
+    CheckDlgButton(panel, IdOf(row, kBox), value == "true" ? BST_CHECKED : BST_UNCHECKED);
+    if (const auto number = NumberOf(record)) {
+        SendDlgItemMessageW(panel, IdOf(row, kSlider), TBM_SETPOS, TRUE, InSteps(number->value, *number));
     }
-    if (row.slider) {
-        SendMessageW(row.slider, TBM_SETPOS, TRUE, SliderPosition(*row.record));
-    }
-    if (row.field) {
-        SetWindowTextW(row.field, FromUtf8(value).c_str());
-    }
+    SetDlgItemTextW(panel, IdOf(row, kField), FromUtf8(value).c_str());
 }
 
-ControlPanel::Row* ControlPanel::RowOf(HWND control) {
-    const auto found = std::ranges::find_if(rows_, [control](const Row& row) {
-        return control && (control == row.box || control == row.slider || control == row.field);
-    });
-    return found != rows_.end() ? &*found : nullptr;
-}
-
-/// An invalid or conflicting value is replaced by the current one at the next `Refresh`.
-void ControlPanel::CommitValue(Row& row, const std::string& value) {
-    if (value != row.shown) {
-        row.shown.clear();
-        changes_.Set({ControlLabel(*row.record), value});
+/// Sets the control to what this part of its row shows; a rejected value is replaced by the current one.
+void ControlPanel::Commit(int id) {
+    if (id < kFirstRowId) {
+        return;
+    }
+    const HWND panel = window_.Handle();
+    const auto row = static_cast<std::size_t>((id - kFirstRowId) / kParts);
+    const int part = (id - kFirstRowId) % kParts;
+    const ControlRecord& record = *controls_.Records()[row];
+    wchar_t text[kHostTextUnits] = {};
+    GetDlgItemTextW(panel, id, text, kHostTextUnits);
+    const std::string value = part == kSlider
+                                  ? SliderValue(SendDlgItemMessageW(panel, id, TBM_GETPOS, 0, 0), record)
+                              : part == kBox ? std::string(IsDlgButtonChecked(panel, id) ? "true" : "false")
+                                             : ToUtf8(text);
+    if (value != shown_[row]) {
+        changes_.Set({ControlLabel(record), value});
+        ShowValue(row, ControlValueText(record));
     }
 }
 
 std::optional<LRESULT> ControlPanel::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
     switch (message) {
-        case WM_HSCROLL: {
-            const auto slider = reinterpret_cast<HWND>(lParam);
-            if (Row* row = RowOf(slider)) {
-                const auto position = static_cast<int>(SendMessageW(slider, TBM_GETPOS, 0, 0));
-                CommitValue(*row, SliderValue(*row->record, position));
-            }
+        case WM_HSCROLL:
+            Commit(GetDlgCtrlID(reinterpret_cast<HWND>(lParam)));
             return 0;
-        }
         case WM_COMMAND:
-            OnCommand(LOWORD(wParam), HIWORD(wParam), reinterpret_cast<HWND>(lParam));
+            OnCommand(LOWORD(wParam), HIWORD(wParam));
             return 0;
         case WM_ERASEBKGND: {
             const SIZE size = window_.ClientSize();
@@ -240,21 +240,17 @@ std::optional<LRESULT> ControlPanel::Handle(UINT message, WPARAM wParam, LPARAM 
     }
 }
 
-void ControlPanel::OnCommand(WORD id, WORD code, HWND control) {
-    // Enter commits the field that has the focus; Escape closes the panel.
-    Row* row = RowOf(id == IDOK ? GetFocus() : control);
-    const bool edited = row && row->field && (id == IDOK || (code == EN_KILLFOCUS && control == row->field));
-    if (edited) {
-        CommitValue(*row, ToUtf8(TextOf(row->field)));
-        ShowValue(*row, ControlValueText(*row->record));
-    } else if (id == IDCANCEL) {
+void ControlPanel::OnCommand(WORD id, WORD code) {
+    if (id == IDCANCEL) {  // Escape
         Toggle();
+    } else if (id == IDOK) {  // Enter in a field
+        Commit(GetDlgCtrlID(GetFocus()));
     } else if (id == kFollowClockId) {
-        changes_.FollowClock(SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED);
+        changes_.State().realTime = IsDlgButtonChecked(window_.Handle(), id) == BST_CHECKED;
     } else if (id == kCopyId) {
         copyCommandLine_();
-    } else if (row && control == row->box && code == BN_CLICKED) {
-        CommitValue(*row, SendMessageW(control, BM_GETCHECK, 0, 0) == BST_CHECKED ? "true" : "false");
+    } else if (code == EN_KILLFOCUS || code == BN_CLICKED) {
+        Commit(id);
     }
 }
 

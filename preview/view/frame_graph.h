@@ -6,24 +6,13 @@
 #include <cstddef>
 #include <span>
 #include <string>
-#include <vector>
 
 namespace pixelforge::preview {
 
-/// One bar for each frame, the last on the right; frames that share a pixel show the worst of them. A line
-/// marks 60 frames a second.
-class FrameGraph {
-public:
-    /// Has space for this many frames and shows the last ones.
-    explicit FrameGraph(std::size_t frames) : frames_(frames) {}
-
-    void Add(double milliseconds);
-    void Draw(HDC dc, const RECT& area, HFONT font) const;
-
-private:
-    std::size_t frames_;
-    std::vector<double> times_;
-};
+/// One bar for each time, the last on the right, in an area with space for `frames` of them; times that share
+/// a pixel show the worst of them. A line marks 60 frames a second.
+void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double> milliseconds,
+                    std::size_t frames);
 
 /// Writes a PNG of the graph. Throws `HostError` with `Failed`.
 void WriteFrameGraph(const std::wstring& absolutePath, std::span<const double> milliseconds);

@@ -2,7 +2,10 @@
 #include "preview/view/frame_graph.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <utility>
+#include <vector>
 
 #include "base/win_handles.h"
 #include "preview/host/host_surface.h"
@@ -31,83 +34,54 @@ COLORREF ColorOf(double milliseconds) {
     return milliseconds <= kSixtieth ? kInTime : milliseconds <= 2.0 * kSixtieth ? kLate : kVeryLate;
 }
 
-std::vector<double> WorstOfEachColumn(std::span<const double> times, std::size_t columns) {
-    columns = std::min(columns, times.size());
-    std::vector<double> worst;
-    for (std::size_t column = 0; column < columns; ++column) {
-        const std::size_t first = column * times.size() / columns;
-        const std::size_t end = (column + 1) * times.size() / columns;
-        worst.push_back(std::ranges::max(times.subspan(first, end - first)));
-    }
-    return worst;
-}
-
-/// Doubles from 30 frames a second, so that the scale changes rarely.
-double ScaleFor(std::span<const double> times) {
-    double scale = 2.0 * kSixtieth;
-    while (!times.empty() && scale < std::ranges::max(times)) {
-        scale *= 2.0;
-    }
-    return scale;
-}
-
-std::wstring Caption(std::span<const double> times, double scale) {
-    std::vector<double> sorted(times.begin(), times.end());
-    std::ranges::sort(sorted);
-    const bool any = !sorted.empty();
+void DrawCaption(HDC dc, RECT area, HFONT font, double median, double worst, double top) {
     wchar_t text[160];
-    std::swprintf(text, std::size(text), L"median %.1f, worst %.1f, top %.0f ms; line 60/s",
-                  any ? sorted[sorted.size() / 2] : 0.0, any ? sorted.back() : 0.0, scale);
-    return text;
-}
-
-void DrawCaption(HDC dc, RECT area, HFONT font, const std::wstring& text) {
+    std::swprintf(text, std::size(text), L"median %.1f, worst %.1f, top %.0f ms; line 60/s", median, worst,
+                  top);
     const GdiSelection selection(dc, font);
-    InflateRect(&area, -4, 0);
     SetBkMode(dc, TRANSPARENT);
     SetTextColor(dc, kLine);
-    DrawTextW(dc, text.c_str(), -1, &area, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
+    InflateRect(&area, -4, 0);
+    DrawTextW(dc, text, -1, &area, DT_SINGLELINE | DT_VCENTER | DT_NOPREFIX | DT_END_ELLIPSIS);
 }
 
 }  // namespace
 
-void FrameGraph::Add(double milliseconds) {
-    if (times_.size() == frames_) {
-        times_.erase(times_.begin());
+void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double> milliseconds,
+                    std::size_t frames) {
+    std::vector<std::pair<double, std::size_t>> bars;  // times and places, the fastest first
+    for (const double time : milliseconds) {
+        bars.emplace_back(time, frames - milliseconds.size() + bars.size());
     }
-    times_.push_back(milliseconds);
-}
-
-void FrameGraph::Draw(HDC dc, const RECT& area, HFONT font) const {
+    std::ranges::sort(bars);
+    const double median = bars.empty() ? 0.0 : bars[bars.size() / 2].first;
+    const double worst = bars.empty() ? 0.0 : bars.back().first;
+    double top = 2.0 * kSixtieth;
+    while (top < worst) {
+        top *= 2.0;  // so that it changes rarely
+    }
     Fill(dc, area, kBackground);
     const LONG width = area.right - area.left;
     const LONG height = area.bottom - area.top - kTextHeight;
-    if (width < 1 || height < 1) {
-        return;
+    const auto rowOf = [&](double time) { return area.bottom - std::lround(time / top * height); };
+    const auto columnOf = [&](std::size_t place) {
+        return area.left + static_cast<LONG>(place * static_cast<std::size_t>(width) / frames);
+    };
+    for (const auto& [time, place] : bars) {
+        const LONG right = std::max(columnOf(place + 1), columnOf(place) + 1);
+        Fill(dc, {columnOf(place), rowOf(time), right, area.bottom}, ColorOf(time));
     }
-    const auto columns = std::clamp<std::size_t>(frames_, 1, static_cast<std::size_t>(width));
-    const std::vector<double> bars = WorstOfEachColumn(times_, columns);
-    const double scale = ScaleFor(bars);
-    const auto rows = [&](double time) { return static_cast<LONG>(time / scale * height + 0.5); };
-    const LONG barWidth = width / static_cast<LONG>(columns);
-    LONG x = area.right - barWidth * static_cast<LONG>(bars.size());
-    for (const double time : bars) {
-        Fill(dc, {x, area.bottom - rows(time), x + barWidth, area.bottom}, ColorOf(time));
-        x += barWidth;
-    }
-    const LONG line = area.bottom - rows(kSixtieth);
-    Fill(dc, {area.left, line, area.right, line + 1}, kLine);
-    DrawCaption(dc, {area.left, area.top, area.right, area.top + kTextHeight}, font, Caption(times_, scale));
+    Fill(dc, {area.left, rowOf(kSixtieth), area.right, rowOf(kSixtieth) + 1}, kLine);
+    DrawCaption(dc, {area.left, area.top, area.right, area.top + kTextHeight}, font, median, worst, top);
 }
 
 void WriteFrameGraph(const std::wstring& absolutePath, std::span<const double> milliseconds) {
-    FrameGraph graph(milliseconds.size());
-    std::ranges::for_each(milliseconds, [&](double time) { graph.Add(time); });
     const HostSurface surface(kPictureWidth, kPictureHeight);
     {
         const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        graph.Draw(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
-                   static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)));
+        DrawFrameGraph(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
+                       static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), milliseconds,
+                       milliseconds.size());
         GdiFlush();
     }
     WritePng(absolutePath, surface.Pixels());

@@ -23,22 +23,17 @@ public:
     /// if that leads to the service.
     void Show(const std::string& richText, const std::vector<std::wstring>& links = {});
 
-    /// Fits the panel into the parent's client area.
-    void Place();
+    void Place();  ///< in the parent's client area
 
     /// Pixels of the parent that it covers; 0 while hidden.
     int Height() const noexcept { return height_; }
 
-    /// Scrolls by the parent's WM_MOUSEWHEEL.
+    /// Handle the parent's WM_MOUSEWHEEL and WM_NOTIFY.
     void OnWheel(WPARAM wParam) const;
-
-    /// Handles the parent's WM_NOTIFY.
     LRESULT OnNotify(LPARAM lParam) const;
 
 private:
     LRESULT Send(UINT message, WPARAM wParam, LPARAM lParam) const;
-    int TextHeight() const;
-    void OpenLinkAt(LPARAM point) const;
 
     HWND parent_;
     Edge edge_;

@@ -15,12 +15,9 @@ constexpr COLORREF kBackground = RGB(16, 20, 28);  // first in the colour table 
 constexpr DWORD kStyle = WS_CHILD | WS_CLIPSIBLINGS | WS_VSCROLL | ES_MULTILINE | ES_READONLY;
 constexpr int kLineHeight = 24;  ///< enough for one line of text
 constexpr int kShareOfHeight = 3;
-constexpr int kLinesPerNotch = 3;
 
 /// Rejects forged links: a shader's name may contain the text that precedes a link.
-bool IsServiceLink(const std::wstring& link) {
-    return link.starts_with(std::wstring(L"https://") + kServiceHost + L"/");
-}
+const std::wstring kServiceStart = std::wstring(L"https://") + kServiceHost + L"/";
 
 }  // namespace
 
@@ -58,24 +55,21 @@ void TextPanel::Place() {
     const int most = static_cast<int>(client.bottom) / kShareOfHeight;
     // The width first: it decides into how many lines the text breaks.
     SetWindowPos(control_.Get(), HWND_TOP, 0, 0, client.right, most, SWP_NOACTIVATE | SWP_NOMOVE);
-    height_ = text_.empty() || !control_ ? 0 : std::min(most, TextHeight());
+    const auto topOf = [&](LRESULT character) {
+        POINTL position = {};
+        Send(EM_POSFROMCHAR, reinterpret_cast<WPARAM>(&position), character);
+        return static_cast<int>(position.y);
+    };
+    const auto lastLine = static_cast<WPARAM>(Send(EM_GETLINECOUNT, 0, 0) - 1);
+    const int textHeight = topOf(Send(EM_LINEINDEX, lastLine, 0)) - topOf(0) + kLineHeight;
+    height_ = text_.empty() || !control_ ? 0 : std::min(most, textHeight);
     SetWindowPos(control_.Get(), HWND_TOP, 0, edge_ == Edge::Upper ? 0 : client.bottom - height_,
                  client.right, height_, SWP_NOACTIVATE);
 }
 
-int TextPanel::TextHeight() const {
-    const LRESULT lastLine = Send(EM_GETLINECOUNT, 0, 0) - 1;
-    POINTL first = {};
-    POINTL last = {};
-    Send(EM_POSFROMCHAR, reinterpret_cast<WPARAM>(&first), 0);
-    Send(EM_POSFROMCHAR, reinterpret_cast<WPARAM>(&last),
-         Send(EM_LINEINDEX, static_cast<WPARAM>(lastLine), 0));
-    return static_cast<int>(last.y - first.y) + kLineHeight;
-}
-
 void TextPanel::OnWheel(WPARAM wParam) const {
     const WPARAM step = GET_WHEEL_DELTA_WPARAM(wParam) > 0 ? SB_LINEUP : SB_LINEDOWN;
-    for (int line = 0; line < kLinesPerNotch; ++line) {
+    for (int line = 0; line < 3; ++line) {
         Send(WM_VSCROLL, step, 0);
     }
 }
@@ -87,18 +81,14 @@ LRESULT TextPanel::OnNotify(LPARAM lParam) const {
         return 0;
     }
     if (filter.msg == WM_LBUTTONDOWN) {
-        OpenLinkAt(filter.lParam);
+        POINTL point = {static_cast<short>(LOWORD(filter.lParam)), static_cast<short>(HIWORD(filter.lParam))};
+        const LRESULT character = Send(EM_CHARFROMPOS, 0, reinterpret_cast<LPARAM>(&point));
+        const auto line = static_cast<std::size_t>(Send(EM_EXLINEFROMCHAR, 0, character));
+        if (line < links_.size() && links_[line].starts_with(kServiceStart)) {
+            ShellExecuteW(parent_, L"open", links_[line].c_str(), nullptr, nullptr, SW_SHOWNORMAL);
+        }
     }
     return 1;  // otherwise a click would set the focus
-}
-
-void TextPanel::OpenLinkAt(LPARAM point) const {
-    POINTL position = {static_cast<short>(LOWORD(point)), static_cast<short>(HIWORD(point))};
-    const LRESULT character = Send(EM_CHARFROMPOS, 0, reinterpret_cast<LPARAM>(&position));
-    const auto line = static_cast<std::size_t>(Send(EM_EXLINEFROMCHAR, 0, character));
-    if (line < links_.size() && IsServiceLink(links_[line])) {
-        ShellExecuteW(parent_, L"open", links_[line].c_str(), nullptr, nullptr, SW_SHOWNORMAL);
-    }
 }
 
 }  // namespace pixelforge::preview

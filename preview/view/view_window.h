@@ -12,10 +12,9 @@
 #include <utility>
 #include <vector>
 
-#include "base/win_handles.h"
+#include "preview/host/host_controls.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/host_window.h"
-#include "preview/view/frame_graph.h"
 #include "preview/view/text_panel.h"
 
 namespace pixelforge::preview {
@@ -23,7 +22,6 @@ namespace pixelforge::preview {
 inline constexpr unsigned kShift = 1;
 inline constexpr unsigned kControl = 2;
 inline constexpr unsigned kAlt = 4;
-inline constexpr unsigned kCharacter = 8;  ///< the key is the character that it types
 
 struct ViewKey {
     unsigned key;         ///< virtual-key code
@@ -32,46 +30,44 @@ struct ViewKey {
     std::function<void()> act;
 };
 
-struct ViewWindowOptions {
-    std::int32_t width;  ///< of the client area
-    std::int32_t height;
+/// What a run starts with, and the next one in its place.
+struct ViewState {
+    SIZE size = {1280, 720};  ///< pixels of the frame, or of the window's client area
+    std::int32_t levels = 0;  ///< divisor of level output; 0: colours
+    bool realTime = false;    ///< "Speed" is the time since the previous frame
+    double scale = 1.0;       ///< frame size by window size
     bool fullScreen = false;
     std::int32_t monitor = 0;               ///< from 1, in the system's order; 0: the system's choice
     std::optional<WindowPlace> place = {};  ///< instead of a monitor
+    std::vector<ControlSetting> settings = {};
 };
 
 /// Use only on the thread that created it; input arrives while that thread dispatches messages. The module
 /// gets its own hidden window, because on some systems GDI output on a window with an OpenGL context stays
-/// invisible. Keys and mouse are forwarded to it.
+/// invisible. Keys and mouse are forwarded to it, positions scaled to its size.
 class ViewWindow {
 public:
-    /// Throws `HostError`: `Failed` if the window cannot be created, `WrongUsage` if there is no such
-    /// monitor.
-    explicit ViewWindow(const ViewWindowOptions& options);
+    /// Throws `HostError`: `Failed` if a window cannot be created, `WrongUsage` if there is no such monitor.
+    explicit ViewWindow(const ViewState& state);
     ~ViewWindow();
     ViewWindow(const ViewWindow&) = delete;
     ViewWindow& operator=(const ViewWindow&) = delete;
 
-    /// Forwards keys and mouse to this window, positions scaled to its size; null stops forwarding.
-    void ForwardInputTo(HWND window) noexcept { inputTarget_ = window; }
-
     /// Covers the monitor, hides the pointer and keeps the screen awake; or undoes that.
-    void SetFullScreen(bool on);
-    void ToggleFullScreen() { SetFullScreen(!fullScreen_); }
-    bool IsFullScreen() const noexcept { return fullScreen_; }
+    void ToggleFullScreen();
 
-    /// Of the window without full screen.
-    WindowPlace Place() const;
+    /// Updates size and place, those without full screen.
+    void Describe(ViewState& state) const;
 
     HostWindow& Frame() noexcept { return frame_; }
+    HostWindow& ModuleWindow() noexcept { return moduleWindow_; }
     TextPanel& Messages() noexcept { return messages_; }
     TextPanel& Notice() noexcept { return notice_; }
     bool Closed() const noexcept { return closed_; }
 
     void AddKeys(const std::vector<ViewKey>& keys) { keys_.insert(keys_.end(), keys.begin(), keys.end()); }
 
-    /// The keys for the user, one line each.
-    std::wstring KeyList() const;
+    std::wstring KeyList() const;  ///< for the user
 
     /// Calls the actions of the keys that were pressed since the last call. A window procedure must not: it
     /// may run within a frame.
@@ -80,49 +76,40 @@ public:
     /// The file that the user dropped on the window since the last call.
     std::optional<std::wstring> DroppedFile() { return std::exchange(droppedFile_, std::nullopt); }
 
-    /// Copies the picture and shows it until the next one.
-    void ShowPicture(const FramePixels& pixels);
+    void ShowPicture(const FramePixels& pixels);  ///< copies it
 
-    /// Text over the picture in the upper left corner, below the messages; tabs separate two columns. In a
-    /// small window the font is smaller.
+    /// Text in the upper left corner, below the messages; tabs separate two columns.
     void ShowText(const std::wstring& text);
     void SetTitle(const std::wstring& title) { SetWindowTextW(frame_.Handle(), title.c_str()); }
-
-    /// Those of `preview` for a window of this size.
-    std::string Arguments() const;
 
     /// Puts the text on the clipboard. False if another program holds it.
     bool CopyText(const std::wstring& text);
 
     /// The graph of frame times, in the lower right corner, is hidden at first.
     void ToggleGraph() noexcept { graphShown_ = !graphShown_; }
-    void AddFrameTime(double milliseconds) { graph_.Add(milliseconds); }
+    void AddFrameTime(double milliseconds);
 
 private:
     std::optional<LRESULT> Handle(UINT message, WPARAM wParam, LPARAM lParam);
-    bool TakeKey(UINT message, WPARAM wParam);
+    std::optional<LRESULT> TakeKey(WPARAM key);
     void ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const;
     void OnPaint();
-    void Compose(SIZE size);
-    void DrawOverlay(SIZE size);
-    void TakeDrop(HDROP drop);
-    LPARAM InTarget(LPARAM position) const;
+    void Compose(HDC dc, SIZE size) const;
+    void DrawOverlay(HDC dc, SIZE size) const;
     void Redraw() { InvalidateRect(frame_.Handle(), nullptr, FALSE); }
 
     std::vector<ViewKey> keys_;
     std::vector<std::size_t> pressed_;  ///< indices of keys
     bool closed_ = false;
-    HWND inputTarget_ = nullptr;
     std::optional<std::wstring> droppedFile_;
     bool fullScreen_ = false;
     WINDOWPLACEMENT placement_{};  ///< before full screen
-    FrameGraph graph_;
+    std::vector<double> frameTimes_;
     bool graphShown_ = false;
     std::wstring text_;
-    UniqueBitmap picture_;
-    UniqueBitmap canvas_;  ///< picture and text are composed here to avoid flicker
-    UniqueMemoryDc canvasDc_;
-    UniqueMemoryDc pictureDc_;
+    BITMAPINFO pictureFormat_{};
+    std::vector<std::uint8_t> picture_;  ///< empty before the first
+    HostWindow moduleWindow_{1, 1};
     HostWindow frame_;
     TextPanel notice_;
     TextPanel messages_;

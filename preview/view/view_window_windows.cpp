@@ -1,11 +1,14 @@
 // The live view's messages and painting.
 #include "preview/view/view_window.h"
 
+#include <uxtheme.h>
+
 #include <algorithm>
 #include <cstring>
 
-#include "base/bitmap.h"
+#include "base/win_handles.h"
 #include "preview/host/host_error.h"
+#include "preview/view/frame_graph.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -15,10 +18,14 @@ unsigned HeldKeys() {
     return held(VK_SHIFT, kShift) | held(VK_CONTROL, kControl) | held(VK_MENU, kAlt);
 }
 
-constexpr COLORREF kTextColor = RGB(255, 255, 255);
 constexpr int kMargin = 12;
 constexpr int kFontPixels = 16;
 constexpr int kSmallestFontPixels = 8;
+
+/// Of the list of keys with its margins, in sizes of its font.
+constexpr int kListLines = 27;
+constexpr int kListColumns = 40;
+
 constexpr UINT kTextLayout = DT_EXPANDTABS | DT_NOPREFIX | DT_WORDBREAK | DT_TABSTOP;
 constexpr int kTabCharacters = 18;
 
@@ -41,20 +48,18 @@ WindowPlace CornerOfMonitor(std::int32_t number) {
     };
     EnumDisplayMonitors(nullptr, nullptr, add, reinterpret_cast<LPARAM>(&areas));
     if (number < 1 || static_cast<std::size_t>(number) > areas.size()) {
-        throw HostError(ExitStatus::WrongUsage, "--monitor: there is no monitor " + std::to_string(number) +
-                                                    ", only 1 to " + std::to_string(areas.size()));
+        throw HostError(ExitStatus::WrongUsage, "--monitor: there is no monitor " + std::to_string(number));
     }
     const RECT& area = areas[static_cast<std::size_t>(number) - 1];
     return {area.left, area.top};
 }
 
-/// Replaces a bitmap of a different size. False if out of memory.
-bool FitBitmap(UniqueBitmap& bitmap, std::int32_t width, std::int32_t height) {
-    const SectionPixels current = PixelsOf(bitmap.Get());
-    if (current.width != width || current.height != height) {
-        bitmap = CreateHostBitmap(width, height);
-    }
-    return static_cast<bool>(bitmap);
+std::wstring FirstFileOf(HDROP drop) {
+    const UINT units = DragQueryFileW(drop, 0, nullptr, 0);
+    std::wstring path(units, L'\0');
+    DragQueryFileW(drop, 0, path.data(), units + 1);
+    DragFinish(drop);
+    return path;
 }
 
 }  // namespace
@@ -67,37 +72,35 @@ std::wstring ViewWindow::KeyList() const {
     return list + L"All other keys and the mouse go to the shader.";
 }
 
-ViewWindow::ViewWindow(const ViewWindowOptions& options)
-    : graph_(kGraphFrames),
-      canvasDc_(CreateCompatibleDC(nullptr)),
-      pictureDc_(CreateCompatibleDC(nullptr)),
-      frame_(options.width, options.height, {.visible = true}),
+ViewWindow::ViewWindow(const ViewState& state)
+    : frame_(state.size.cx, state.size.cy, {.visible = true}),
       notice_(frame_.Handle(), Edge::Lower),
       messages_(frame_.Handle(), Edge::Upper) {
+    BufferedPaintInit();
     frame_.SetHandler([this](auto... message) { return Handle(message...); });
     DragAcceptFiles(frame_.Handle(), TRUE);
-    const std::optional<WindowPlace> place =
-        options.place || options.monitor == 0 ? options.place : CornerOfMonitor(options.monitor);
-    if (place) {
-        SetWindowPos(frame_.Handle(), nullptr, place->left, place->top, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+    if (state.place || state.monitor != 0) {
+        const WindowPlace place = state.place ? *state.place : CornerOfMonitor(state.monitor);
+        SetWindowPos(frame_.Handle(), nullptr, place.left, place.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
     }
-    SetFullScreen(options.fullScreen);
+    if (state.fullScreen) {
+        ToggleFullScreen();
+    }
 }
 
 ViewWindow::~ViewWindow() {
     frame_.SetHandler({});
+    BufferedPaintUnInit();
     SetThreadExecutionState(ES_CONTINUOUS);
 }
 
-void ViewWindow::SetFullScreen(bool on) {
-    if (on == fullScreen_) {
-        return;
-    }
+void ViewWindow::ToggleFullScreen() {
+    fullScreen_ = !fullScreen_;
+    SetThreadExecutionState(fullScreen_ ? ES_CONTINUOUS | ES_DISPLAY_REQUIRED | ES_SYSTEM_REQUIRED
+                                        : ES_CONTINUOUS);
     const HWND window = frame_.Handle();
     const LONG_PTR style = GetWindowLongPtrW(window, GWL_STYLE);
-    fullScreen_ = on;
-    SetThreadExecutionState(on ? ES_CONTINUOUS | ES_DISPLAY_REQUIRED | ES_SYSTEM_REQUIRED : ES_CONTINUOUS);
-    if (on) {
+    if (fullScreen_) {
         placement_.length = sizeof placement_;
         GetWindowPlacement(window, &placement_);
         MONITORINFO monitor = {};
@@ -114,12 +117,15 @@ void ViewWindow::SetFullScreen(bool on) {
     }
 }
 
-WindowPlace ViewWindow::Place() const {
+void ViewWindow::Describe(ViewState& state) const {
+    state.fullScreen = fullScreen_;
     RECT area = placement_.rcNormalPosition;
     if (!fullScreen_) {
+        const SIZE size = frame_.ClientSize();
+        state.size = size.cx > 0 && size.cy > 0 ? size : state.size;
         GetWindowRect(frame_.Handle(), &area);
     }
-    return {area.left, area.top};
+    state.place = {area.left, area.top};
 }
 
 void ViewWindow::ActOnKeys() {
@@ -129,11 +135,17 @@ void ViewWindow::ActOnKeys() {
 }
 
 void ViewWindow::ShowPicture(const FramePixels& pixels) {
-    if (FitBitmap(picture_, pixels.width, pixels.height)) {
-        GdiFlush();
-        std::ranges::copy(pixels.bytes, PixelsOf(picture_.Get()).bytes.begin());
-        Redraw();
+    const LONG height = pixels.bottomUp ? pixels.height : -pixels.height;
+    pictureFormat_.bmiHeader = {sizeof(BITMAPINFOHEADER), pixels.width, height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    picture_.assign(pixels.bytes.begin(), pixels.bytes.end());
+    Redraw();
+}
+
+void ViewWindow::AddFrameTime(double milliseconds) {
+    if (frameTimes_.size() == kGraphFrames) {
+        frameTimes_.erase(frameTimes_.begin());
     }
+    frameTimes_.push_back(milliseconds);
 }
 
 void ViewWindow::ShowText(const std::wstring& text) {
@@ -141,12 +153,6 @@ void ViewWindow::ShowText(const std::wstring& text) {
         text_ = text;
         Redraw();
     }
-}
-
-std::string ViewWindow::Arguments() const {
-    const SIZE size = frame_.ClientSize();
-    return fullScreen_ ? " --fullscreen"
-                       : " --window --size " + std::to_string(size.cx) + "x" + std::to_string(size.cy);
 }
 
 bool ViewWindow::CopyText(const std::wstring& text) {
@@ -164,97 +170,80 @@ bool ViewWindow::CopyText(const std::wstring& text) {
     return copied;
 }
 
-/// In the largest font with which the text fits.
-void ViewWindow::DrawOverlay(SIZE size) {
-    if (text_.empty()) {
-        return;
-    }
-    const HDC dc = canvasDc_.Get();
+void ViewWindow::DrawOverlay(HDC dc, SIZE size) const {
+    // The largest font with which the list of keys fits.
+    const auto pixels = std::clamp<int>(std::min(size.cx / kListColumns, size.cy / kListLines),
+                                        kSmallestFontPixels, kFontPixels);
+    const UniqueFont font = MakeFont(pixels);
+    const GdiSelection selection(dc, font.Get());
     DRAWTEXTPARAMS tabs{sizeof tabs, kTabCharacters, 0, 0, 0};
+    std::wstring text = text_;
+    RECT area = {2 * kMargin, messages_.Height() + kMargin, size.cx - 2 * kMargin, size.cy};
+    DrawTextExW(dc, text.data(), -1, &area, kTextLayout | DT_CALCRECT, &tabs);
+    RECT box = area;
+    InflateRect(&box, kMargin, kMargin);
+    FillRect(dc, &box, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
     SetBkMode(dc, TRANSPARENT);
-    SetTextColor(dc, kTextColor);
-    for (int pixels = kFontPixels;; --pixels) {
-        const UniqueFont font = MakeFont(pixels);
-        const GdiSelection selection(dc, font.Get());
-        RECT area = {2 * kMargin, messages_.Height() + kMargin, size.cx - 2 * kMargin, size.cy};
-        DrawTextExW(dc, text_.data(), -1, &area, kTextLayout | DT_CALCRECT, &tabs);
-        const bool fits = area.right + kMargin <= size.cx && area.bottom <= size.cy;
-        if (fits || pixels == kSmallestFontPixels) {
-            RECT box = area;
-            InflateRect(&box, kMargin, kMargin);
-            FillRect(dc, &box, static_cast<HBRUSH>(GetStockObject(BLACK_BRUSH)));
-            DrawTextExW(dc, text_.data(), -1, &area, kTextLayout, &tabs);
-            return;
-        }
-    }
+    SetTextColor(dc, RGB(255, 255, 255));
+    DrawTextExW(dc, text.data(), -1, &area, kTextLayout, &tabs);
 }
 
 void ViewWindow::OnPaint() {
     PAINTSTRUCT paint;
-    const HDC dc = BeginPaint(frame_.Handle(), &paint);
+    const HDC window = BeginPaint(frame_.Handle(), &paint);
     const SIZE size = frame_.ClientSize();
-    if (size.cx > 0 && size.cy > 0 && FitBitmap(canvas_, size.cx, size.cy)) {
-        const GdiSelection canvas(canvasDc_.Get(), canvas_.Get());
-        Compose(size);
-        BitBlt(dc, 0, 0, size.cx, size.cy, canvasDc_.Get(), 0, 0, SRCCOPY);
+    const RECT area = {0, 0, size.cx, size.cy};
+    HDC buffer = nullptr;  // against flicker
+    if (const auto painting = BeginBufferedPaint(window, &area, BPBF_COMPATIBLEBITMAP, nullptr, &buffer)) {
+        Compose(buffer, size);
+        EndBufferedPaint(painting, TRUE);
     }
     EndPaint(frame_.Handle(), &paint);
 }
 
-void ViewWindow::Compose(SIZE size) {
-    const HDC dc = canvasDc_.Get();
-    if (picture_) {
-        const GdiSelection picture(pictureDc_.Get(), picture_.Get());
-        const SectionPixels pixels = PixelsOf(picture_.Get());
+void ViewWindow::Compose(HDC dc, SIZE size) const {
+    const BITMAPINFOHEADER& format = pictureFormat_.bmiHeader;
+    if (picture_.empty()) {
+        PatBlt(dc, 0, 0, size.cx, size.cy, BLACKNESS);
+    } else {
         // The sizes differ at another scale than 1, and while the user resizes the window.
         SetStretchBltMode(dc, COLORONCOLOR);
-        StretchBlt(dc, 0, 0, size.cx, size.cy, pictureDc_.Get(), 0, 0, pixels.width, pixels.height, SRCCOPY);
-    } else {
-        PatBlt(dc, 0, 0, size.cx, size.cy, BLACKNESS);
+        StretchDIBits(dc, 0, 0, size.cx, size.cy, 0, 0, format.biWidth, std::abs(format.biHeight),
+                      picture_.data(), &pictureFormat_, DIB_RGB_COLORS, SRCCOPY);
     }
     if (graphShown_) {
         const LONG right = size.cx - kMargin;
         const LONG bottom = size.cy - kMargin;
         const UniqueFont font = MakeFont(kFontPixels);
-        graph_.Draw(dc, {right - kGraphWidth, bottom - kGraphHeight, right, bottom}, font.Get());
+        DrawFrameGraph(dc, {right - kGraphWidth, bottom - kGraphHeight, right, bottom}, font.Get(),
+                       frameTimes_, kGraphFrames);
     }
-    DrawOverlay(size);
+    if (!text_.empty()) {
+        DrawOverlay(dc, size);
+    }
 }
 
 void ViewWindow::ForwardInput(UINT message, WPARAM wParam, LPARAM lParam) const {
-    constexpr UINT kForwarded[] = {WM_KEYDOWN, WM_KEYUP, WM_MOUSEMOVE, WM_LBUTTONDOWN, WM_LBUTTONUP};
-    if (inputTarget_ && std::ranges::find(kForwarded, message) != std::end(kForwarded)) {
-        const bool isKey = message == WM_KEYDOWN || message == WM_KEYUP;
-        SendMessageW(inputTarget_, message, wParam, isKey ? lParam : InTarget(lParam));
+    if (message == WM_KEYDOWN || message == WM_KEYUP) {
+        SendMessageW(moduleWindow_.Handle(), message, wParam, lParam);
+    } else if (message == WM_MOUSEMOVE || message == WM_LBUTTONDOWN || message == WM_LBUTTONUP) {
+        const SIZE from = frame_.ClientSize();
+        const SIZE to = moduleWindow_.ClientSize();
+        const int x = MulDiv(static_cast<short>(LOWORD(lParam)), to.cx, std::max<int>(from.cx, 1));
+        const int y = MulDiv(static_cast<short>(HIWORD(lParam)), to.cy, std::max<int>(from.cy, 1));
+        SendMessageW(moduleWindow_.Handle(), message, wParam,
+                     MAKELPARAM(static_cast<WORD>(x), static_cast<WORD>(y)));
     }
 }
 
-LPARAM ViewWindow::InTarget(LPARAM position) const {
-    RECT target = {};
-    GetClientRect(inputTarget_, &target);
-    const SIZE size = frame_.ClientSize();
-    const int x = MulDiv(static_cast<short>(LOWORD(position)), target.right, std::max<int>(size.cx, 1));
-    const int y = MulDiv(static_cast<short>(HIWORD(position)), target.bottom, std::max<int>(size.cy, 1));
-    return MAKELPARAM(static_cast<WORD>(x), static_cast<WORD>(y));
-}
-
-void ViewWindow::TakeDrop(HDROP drop) {
-    const UINT units = DragQueryFileW(drop, 0, nullptr, 0);
-    std::wstring path(units, L'\0');
-    DragQueryFileW(drop, 0, path.data(), units + 1);
-    DragFinish(drop);
-    droppedFile_ = path;
-}
-
-bool ViewWindow::TakeKey(UINT message, WPARAM wParam) {
-    const unsigned held = message == WM_CHAR ? kCharacter : HeldKeys();
-    const auto key = std::ranges::find_if(
-        keys_, [&](const ViewKey& row) { return row.key == wParam && row.held == held; });
-    if (key == keys_.end()) {
-        return false;
+std::optional<LRESULT> ViewWindow::TakeKey(WPARAM key) {
+    const auto row = std::ranges::find_if(
+        keys_, [key, held = HeldKeys()](const ViewKey& one) { return one.key == key && one.held == held; });
+    if (row == keys_.end()) {
+        return std::nullopt;
     }
-    pressed_.push_back(static_cast<std::size_t>(key - keys_.begin()));
-    return true;
+    pressed_.push_back(static_cast<std::size_t>(row - keys_.begin()));
+    return 0;
 }
 
 std::optional<LRESULT> ViewWindow::Handle(UINT message, WPARAM wParam, LPARAM lParam) {
@@ -262,8 +251,7 @@ std::optional<LRESULT> ViewWindow::Handle(UINT message, WPARAM wParam, LPARAM lP
     switch (message) {
         case WM_SYSKEYDOWN:  // F10, and every key with Alt
         case WM_KEYDOWN:
-        case WM_CHAR:
-            return TakeKey(message, wParam) ? std::optional<LRESULT>(0) : std::nullopt;
+            return TakeKey(wParam);
         case WM_SYSCHAR:  // Alt+Enter would beep
             return wParam == VK_RETURN ? std::optional<LRESULT>(0) : std::nullopt;
         case WM_SETCURSOR:
@@ -273,7 +261,7 @@ std::optional<LRESULT> ViewWindow::Handle(UINT message, WPARAM wParam, LPARAM lP
             SetCursor(nullptr);
             return TRUE;
         case WM_DROPFILES:
-            TakeDrop(reinterpret_cast<HDROP>(wParam));
+            droppedFile_ = FirstFileOf(reinterpret_cast<HDROP>(wParam));
             return 0;
         case WM_LBUTTONDOWN:
             SetCapture(frame_.Handle());

@@ -8,6 +8,7 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "module/controls.h"
@@ -150,11 +151,11 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     bool warned = false;
     int loopsAfterReload = 0;
     std::atomic<bool> stop = false;
-    LiveViewOptions options = {.session = {.width = 20, .height = 10, .settings = {{"Info Time", "1"}}},
-                               .name = "a",
-                               .stop = &stop,
-                               .warnings = [] { return std::vector<std::string>{"w"}; },
-                               .takeMessages = [] { return std::vector<std::string>(); }};
+    LiveViewOptions options = {
+        .state = {.size = {20, 10}, .settings = {{"Info Time", "1"}}},
+        .name = "a",
+        .stop = &stop,
+        .takeMessages = [](bool load) { return std::vector<std::string>(load ? 1 : 0, "w"); }};
     options.sourceChanged = [&] {
         const bool visible = IsShown(L"Shader:");
         again = again || (loopsAfterReload > 0 && visible);
@@ -184,25 +185,27 @@ TEST(TextPanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
 
 TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const test::TempFile list("a\nb\nc\nd\n");
-    const test::TempFile favourites("x");
+    const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
+    WriteOutputFile(favourites, std::vector<std::uint8_t>{'x'});
     StagedShader staged = StagedShader::OfPlaylist({});
     const std::wstring stagedPath =
         L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
-    PlaylistPlayer player({list.Path(), "list", favourites.Path()}, staged, std::chrono::seconds(1));
+    PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(1));
     EventPlayer events({{1, EventKind::KeyDown, VK_F4, 0}, {2, EventKind::KeyDown, VK_INSERT, 0}});
     calls.clear();
     results = {Failed};
-    const LiveViewOptions options = {.session = {.width = 20, .height = 10},
+    const LiveViewOptions options = {.state = {.size = {20, 10}},
                                      .name = "list",
                                      .frames = 100,
                                      .events = &events,
                                      .playlist = &player,
-                                     .takeMessages = [] { return std::vector<std::string>(); }};
+                                     .takeMessages = [](bool) { return std::vector<std::string>(); }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
     EXPECT_EQ(player.Order().Failures().size(), 1u);
     EXPECT_EQ(ReadInputFile(stagedPath), player.ShaderName() + "\r\n");
-    const auto marked = SplitPlaylist(ReadInputFile(favourites.Path()));
+    const auto marked = SplitPlaylist(ReadInputFile(favourites));
+    DeleteFileW(favourites.c_str());
     ASSERT_EQ(marked.size(), 2u);
     EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
 }
@@ -232,11 +235,9 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     std::vector<std::wstring> dropped;
     ViewState last = {};
     LiveViewOptions options = {
-        .session = {.settings = {{"Multi-Sample", "2"}}},
+        .state = {.scale = 0.25, .fullScreen = true, .settings = {{"Multi-Sample", "2"}}},
         .name = "a",
         .frames = 200,
-        .fullScreen = true,
-        .scale = 0.25,
         .fileDropped =
             [&](const std::wstring& path, const ViewState& state) {
                 dropped.push_back(path);
@@ -246,7 +247,7 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
                 }
             },
         .takeMessages =
-            [&] {
+            [&](bool) {
                 EXPECT_EQ(drawnSize.cx, GetSystemMetrics(SM_CXSCREEN) / 4);
                 EXPECT_EQ(drawnSize.cy, GetSystemMetrics(SM_CYSCREEN) / 4);
                 EnumThreadWindows(GetCurrentThreadId(), DropOnVisible,
@@ -289,13 +290,11 @@ protected:
     }
     std::string ValueOf(const char* label) const { return ControlValueText(*session_.Control(label)); }
 
-    ViewWindow view_{{.width = 240, .height = 120}};
+    ViewState state_ = {.size = {240, 120}, .realTime = true};
+    ViewWindow view_{state_};
     HostSession session_{kModule, {.autoOffscreen = true}};
     std::string said_;
-    ControlChanges changes_{
-        session_, view_, {.levelDivisor = 64, .followClock = true, .report = [this](auto& line) {
-                              said_ = ToUtf8(line);
-                          }}};
+    ControlChanges changes_{session_, state_, [this](auto& line) { said_ = ToUtf8(line); }};
     std::optional<ControlPanel> controls_;
     HWND panel_ = nullptr;
 };
@@ -313,10 +312,10 @@ TEST_F(ControlChangesTest, SetsControlsFromThePanel) {
     EXPECT_FALSE(changes_.TakeReload());
     SendMessageW(Part(L"Fast Buffers", 0), BM_CLICK, 0, 0);
     EXPECT_TRUE(changes_.TakeReload());
-    EXPECT_TRUE(changes_.FollowsClock());
+    EXPECT_TRUE(state_.realTime);
     EditField(L"Speed", L"0.5");
-    EXPECT_FALSE(changes_.FollowsClock());
-    EXPECT_EQ(view_.Arguments() + changes_.Arguments(),
+    EXPECT_FALSE(state_.realTime);
+    EXPECT_EQ(changes_.Arguments(),
               " --window --size 240x120 --set Speed=0.5 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
 }
 
@@ -328,18 +327,15 @@ TEST_F(ControlChangesTest, ChangesPaceAndScale) {
     time.Advance(changes_.Pace());
     EXPECT_FLOAT_EQ(session_.Control("Speed")->decimal.value[0], -0.5F / 60);
     changes_.ChangeScale(0.5);
-    EXPECT_EQ(ScaledSize({240, 120}, changes_.Scale()).cx, 120);
+    EXPECT_EQ(ScaledSize(state_.size, state_.scale).cx, 120);
 }
 
 TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
     const HostSurface surface(8, 100);
     {
         const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        FrameGraph graph(4);
-        for (const double time : {99.0, 10.0, 20.0, 100.0, 5.0}) {
-            graph.Add(time);
-        }
-        graph.Draw(surface.DeviceContext(), {0, 0, 8, 100}, nullptr);
+        DrawFrameGraph(surface.DeviceContext(), {0, 0, 8, 100}, nullptr, std::array{10.0, 20.0, 100.0, 5.0},
+                       4);
         GdiFlush();
     }
     const FramePixels pixels = surface.Pixels();

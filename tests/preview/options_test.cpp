@@ -50,8 +50,8 @@ TEST(Options, OpenADroppedFile) {
     std::ofstream("c.txt").put('a');
     EXPECT_THROW(OptionsForFile(shown, L"c.txt", {}), HostError) << "no line break";
     std::filesystem::remove("c.txt");
-    const Options picture = OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png",
-                                           {.width = 7, .height = 9, .scale = 0.5});
+    const Options picture =
+        OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png", {.size = {7, 9}, .scale = 0.5});
     EXPECT_EQ(picture.source.name + picture.picturePath, "a.jsonc.png");
     EXPECT_EQ(picture.scale, 0.5);
     EXPECT_EQ(picture.size.cx, 7);

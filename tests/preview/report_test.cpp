@@ -1,5 +1,5 @@
 // The report, read back by a JSON parser.
-#include "preview/report.h"
+#include "preview/frame_run.h"
 
 #include <gtest/gtest.h>
 

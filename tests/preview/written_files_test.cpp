@@ -10,11 +10,11 @@
 #include "base/file.h"
 #include "media/image_decoder.h"
 #include "preview/documents/opened_shader.h"
+#include "preview/frame_run.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
-#include "preview/video.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
@@ -54,10 +54,10 @@ TEST(VideoFile, HoldsEachFrameInLimitedRange) {
         const FramePixels pixels = {.bytes = bytes, .width = 4, .height = 4, .bottomUp = bottomUp};
         const test::TempFile file("", L".y4m");
         {
-            VideoWriter video({"v", file.Path()}, 25);
-            video.Write(pixels);
-            video.Write(pixels);
-            EXPECT_THROW(video.Write({.bytes = bytes, .width = 8, .height = 2}), HostError);
+            const auto write = OpenVideo({"v", file.Path()}, 25);
+            write(pixels);
+            write(pixels);
+            EXPECT_THROW(write({.bytes = bytes, .width = 8, .height = 2}), HostError);
         }
         EXPECT_EQ(
             ReadInputFile(file.Path()),
