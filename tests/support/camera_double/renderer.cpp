@@ -14,26 +14,13 @@ std::uint32_t Quadrant(double x, double y) {
     return kColours[y < 0.5 ? 0 : 1][x < 0.5 ? 0 : 1];
 }
 
-std::uint32_t Colour(double red, double green, double blue) {
-    const auto level = [](double value) {
-        return static_cast<std::uint32_t>(std::clamp(value, 0.0, 1.0) * 255);
-    };
-    return level(red) << 16 | level(green) << 8 | level(blue);
-}
-
-/// For manual use: hills under an evening sky, with a sun moving from left to right.
+/// For manual use: a sun that crosses an evening sky.
 std::uint32_t Scene(double x, double y, double seconds) {
-    const double hill = 0.3 + 0.1 * std::sin(x * 7) + 0.04 * std::sin(x * 17 + 1);
-    if (y < hill) {
-        return Colour(0.1, 0.35 * y / hill + 0.1, 0.15);
-    }
-    const double sunX = std::fmod(0.2 + seconds * 0.05, 1.2) - 0.1;
-    const double distance = std::hypot((x - sunX) * 4 / 3, y - 0.7);
-    const double glow = std::exp(-distance * 5);
-    if (distance < 0.08) {
-        return Colour(1, 0.95, 0.7);
-    }
-    return Colour(0.9 - 0.6 * y + glow, 0.5 - 0.2 * y + 0.6 * glow, 0.3 + 0.3 * y + 0.2 * glow);
+    const double glow = std::exp(-5 * std::hypot(x - std::fmod(seconds * 0.05, 1.0), y - 0.7));
+    const auto level = [glow](double sky) {
+        return static_cast<std::uint32_t>(std::min(sky + glow, 1.0) * 255);
+    };
+    return level(0.9 - 0.6 * y) << 16 | level(0.5 - 0.2 * y) << 8 | level(0.3 + 0.3 * y);
 }
 
 /// A packed DIB.
