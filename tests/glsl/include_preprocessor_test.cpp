@@ -9,6 +9,7 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "tests/glsl/expansion.h"
 
@@ -109,11 +110,7 @@ TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder)
         WriteInFolder(name, bytes);
     }
     RegisterVirtualInclude(*context_, L"KNOWN.GLSL", CopyText("registered"));
-    const struct {
-        std::string name;
-        const char* local;
-        const char* untrusted;
-    } cases[] = {
+    const std::tuple<std::string, const char*, const char*> cases[] = {
         {"both.glsl", "current\n", "library\n"},
         {"lib.glsl", "library\n", "library\n"},
         {"known.glsl", "registered\n", "registered\n"},
@@ -131,12 +128,12 @@ TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder)
         {"", "", ""},
         {std::string(250, 'x'), "", ""},
     };
-    for (const auto& c : cases) {
-        const std::string directive = "#include \"" + c.name + "\"\n";
+    for (const auto& [name, local, untrusted] : cases) {
+        const std::string directive = "#include \"" + name + "\"\n";
         context_->plainNamesOnly = false;
-        EXPECT_EQ(Expand(directive + directive), c.local) << c.name;
+        EXPECT_EQ(Expand(directive + directive), local) << name;
         context_->plainNamesOnly = true;
-        EXPECT_EQ(Expand(directive + directive), c.untrusted) << c.name;
+        EXPECT_EQ(Expand(directive + directive), untrusted) << name;
     }
 }
 

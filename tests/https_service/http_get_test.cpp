@@ -10,6 +10,7 @@
 #include <wininet.h>
 
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "base/load_error.h"
@@ -75,21 +76,18 @@ TEST_F(HttpGetTest, AsksTheSystemForNothingButTheFile) {
 }
 
 TEST_F(HttpGetTest, ReturnsEveryCompleteBodyWithItsStatus) {
-    const struct {
-        const wchar_t* name;
-        std::uint32_t status;
-        std::size_t size;
-    } cases[] = {{L"1.bin", 200, 1},
-                 {L"nolength-4096.bin", 200, 4096},
-                 {L"empty-9.bin", 200, 0},
-                 {L"gzip-100000.bin", 200, 100000},
-                 {L"gzip-3.bin", 200, 3},
-                 {L"missing-5000.bin", 404, 5000},
-                 {L"partial-10.bin", 206, 10},
-                 {L"redirect-5000.bin", 200, 5000},
-                 {L"chunked-10000000.bin", 200, 10'000'000},
-                 {L"nolength-10000000.bin", 200, 10'000'000},
-                 {L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin", 200, 10}};
+    const std::tuple<const wchar_t*, std::uint32_t, std::size_t> cases[] = {
+        {L"1.bin", 200, 1},
+        {L"nolength-4096.bin", 200, 4096},
+        {L"empty-9.bin", 200, 0},
+        {L"gzip-100000.bin", 200, 100000},
+        {L"gzip-3.bin", 200, 3},
+        {L"missing-5000.bin", 404, 5000},
+        {L"partial-10.bin", 206, 10},
+        {L"redirect-5000.bin", 200, 5000},
+        {L"chunked-10000000.bin", 200, 10'000'000},
+        {L"nolength-10000000.bin", 200, 10'000'000},
+        {L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin", 200, 10}};
     for (const auto& [name, status, size] : cases) {
         SCOPED_TRACE(testing::PrintToString(name));
         const HttpReply reply = HttpGetReply(session_.get(), MediaUrl(name).c_str(), nullptr);

@@ -10,6 +10,7 @@
 #include <functional>
 #include <limits>
 #include <random>
+#include <tuple>
 #include <vector>
 
 #include "inputs/webcam_capture.h"
@@ -253,10 +254,7 @@ TEST(Spectrum, MatchesReferenceForEverySignalRateFormatAndPacketSize) {
 
 TEST(Spectrum, MatchesReferenceThroughLongSilence) {
     constexpr std::size_t kFrames = 1024 * 200;
-    const struct {
-        double peak;
-        bool linear;
-    } cases[] = {{1e-300, false}, {1e-321, false}, {1e-300, true}};
+    const std::pair<double, bool> cases[] = {{1e-300, false}, {1e-321, false}, {1e-300, true}};
     for (const auto& [peak, linear] : cases) {
         Analyses analyses(48000, linear);
         SpectrumState& state = analyses.state;
@@ -295,14 +293,10 @@ TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
     constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
     constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
     const std::vector<std::int32_t> kFullPicture = {640, 480, 0, 1280, 720};
-    const struct {
-        Header header;
-        std::size_t bytes;
-        /// Source width and height; top, width and height in the picture. Empty: rejected.
-        std::vector<std::int32_t> plan;
-    } cases[] = {
-        {{}, 40 + 640 * 480 * 4, kFullPicture},
-        {{}, 40 + 640 * 480 * 4 - 1, {}},
+    // Source width and height; top, width and height in the picture. Empty: rejected.
+    const std::tuple<Header, std::size_t, std::vector<std::int32_t>> cases[] = {
+        {Header(), 40 + 640 * 480 * 4, kFullPicture},
+        {Header(), 40 + 640 * 480 * 4 - 1, {}},
         {{.height = -480, .bits = 24}, 40 + 640 * 480 * 3, kFullPicture},
         {{.bits = 16}, 40 + 640 * 480 * 2, kFullPicture},
         {{.width = 1920, .height = 1080}, 40 + 1920 * 1080 * 4, kFullPicture},
@@ -317,18 +311,18 @@ TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
         {{.height = 0}, 2000000, {}},
         {{.width = kMax, .height = kMax}, 2000000, {}},
         {{.width = kMax, .height = kMin}, 2000000, {}},
-        {{}, 39, {}},
+        {Header(), 39, {}},
     };
-    for (const auto& each : cases) {
-        std::vector<std::byte> block(std::max(each.bytes, sizeof(Header)));
-        std::memcpy(block.data(), &each.header, sizeof(Header));
-        const auto plan = PlanWebcamStretch(std::span(block).first(each.bytes));
+    for (const auto& [header, bytes, expected] : cases) {
+        std::vector<std::byte> block(std::max(bytes, sizeof(Header)));
+        std::memcpy(block.data(), &header, sizeof(Header));
+        const auto plan = PlanWebcamStretch(std::span(block).first(bytes));
         std::vector<std::int32_t> drawn;
         if (plan) {
             drawn = {plan->sourceWidth, plan->sourceHeight, plan->top, plan->width, plan->height};
         }
-        EXPECT_EQ(drawn, each.plan) << each.header.width << " x " << each.header.height << ", "
-                                    << each.header.bits << " bits in " << each.bytes << " bytes";
+        EXPECT_EQ(drawn, expected) << header.width << " x " << header.height << ", " << header.bits
+                                   << " bits in " << bytes << " bytes";
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 
 #include "base/load_error.h"
 #include "service/download_buffer.h"
@@ -64,12 +65,9 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
 }
 
 TEST(DownloadBuffer, StartsAtTheAnnouncedLengthAndDoublesWhenFullUpToTheLimit) {
-    const struct {
-        std::uint32_t announced;
-        std::size_t sent;
-        std::uint64_t capacity;
-    } cases[] = {{0, 0, 4096},    {0, 4096, 8192}, {0, 65536, 100000},     {0, 100000, 100000},
-                 {100, 100, 100}, {100, 200, 400}, {3000, 100000, 100000}, {100000, 100000, 100000}};
+    const std::tuple<std::uint32_t, std::size_t, std::uint64_t> cases[] = {
+        {0, 0, 4096},    {0, 4096, 8192}, {0, 65536, 100000},     {0, 100000, 100000},
+        {100, 100, 100}, {100, 200, 400}, {3000, 100000, 100000}, {100000, 100000, 100000}};
     for (const auto& [announced, sent, capacity] : cases) {
         for (const std::size_t piece : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
             std::string bytes;
