@@ -1,8 +1,5 @@
 // A cache on a failing disk: fetches fail or work around it and leave no partial files.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <windows.h>
 
 #include <chrono>
 #include <cstdlib>

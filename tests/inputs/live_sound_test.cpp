@@ -1,6 +1,4 @@
 // Captured sound from the device to the picture, and every way a device can fail.
-#include <gtest/gtest.h>
-
 #include <windows.h>
 
 #include <mmsystem.h>

@@ -1,8 +1,4 @@
 // Loading, using and unloading the module many times in one process, also in the middle of its work.
-#include <gtest/gtest.h>
-
-#include <windows.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <optional>

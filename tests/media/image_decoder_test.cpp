@@ -6,7 +6,6 @@
 #include <objbase.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>

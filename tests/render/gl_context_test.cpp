@@ -1,8 +1,6 @@
 // Names of a lost context are not deleted in another, and an unusable context is not used.
 #include "render/gl_context.h"
 
-#include <windows.h>
-
 #include <GL/glew.h>
 #include <GL/wglew.h>
 #include <gmock/gmock.h>

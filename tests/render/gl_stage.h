@@ -39,6 +39,11 @@ inline std::string Body(const std::string& body) {
     return "#define T(n) texelFetch(iChannel##n, ivec2(p), 0)\n" + MainImage(body);
 }
 
+/// A `mainCubemap` with this body: `c` is the colour, `ro` and `rd` origin and direction of the ray.
+inline std::string CubeBody(const std::string& body) {
+    return "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) { " + body + " }\n";
+}
+
 /// One renderer on a window of 64 x 48 pixels. Its context is current from the start; each frame makes it
 /// current again.
 struct Stage {

@@ -54,9 +54,7 @@ TEST_F(RenderTarget, ChannelsSampleOneTextureWithTheirOwnSettingsAndFreshMipmaps
 TEST_F(RenderTarget, TheFrameFollowsAWindowOfItsSizeAndCubeAStays) {
     stage_.Load(DocumentBuilder()
                     .Buffer('A', Body("c = T(0) + vec4(1.0);"), {{}})
-                    .Pass("cubemap", "Cube A",
-                          "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
-                          "    c = texture(iChannel0, rd) + vec4(16.0); }\n",
+                    .Pass("cubemap", "Cube A", CubeBody("c = texture(iChannel0, rd) + vec4(16.0);"),
                           {{.ctype = "cubemap", .id = 41}})
                     .Image(Body("c = vec4(float(iFrame) + texture(iChannel1, vec3(1)).r,"
                                 "iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;"),
