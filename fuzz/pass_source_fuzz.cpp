@@ -1,10 +1,10 @@
-// Assembly of a pass's text, and its line map.
+// Assembly of a pass's text, its line map, and the expansion of a text with three others to include.
 #include <algorithm>
 
 #include "fuzz/fuzz_input.h"
-#include "glsl/include_preprocessor.h"
 #include "glsl/line_map.h"
 #include "glsl/pass_source.h"
+#include "tests/glsl/expansion.h"
 
 namespace pixelforge::fuzz {
 void TryInput(std::string_view input) {
@@ -30,6 +30,12 @@ void TryInput(std::string_view input) {
         const auto last = std::ranges::count(source, '\n');
         Require(lines.Find(static_cast<std::uint32_t>(last)).has_value(), "every line has an origin");
     }
+    for (const wchar_t* name : {L"", L"a", L"b"}) {
+        RegisterVirtualInclude(*includes, name, ExactText(TakeText(input)));
+    }
+    const std::string expanded(TakeText(input));
+    Require(ExpandedByProduct(*includes, expanded) == ExpandedLiterally(*includes, expanded),
+            "both expansions are equal");
 }
 
 }  // namespace pixelforge::fuzz

@@ -11,9 +11,9 @@ namespace pixelforge {
 namespace {
 
 /// Iterative, so that hostile nesting cannot overflow the stack. Full precision is not needed, and for
-/// "0.0e30" it would count the leading zeros of 0, which is undefined behaviour.
-constexpr unsigned kParseFlags =
-    rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag | rapidjson::kParseValidateEncodingFlag;
+/// "0.0e30" it would count the leading zeros of 0, which is undefined behaviour. Nor is a check of the
+/// encoding: the units were widened here.
+constexpr unsigned kParseFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
 
 using JsonStream = rapidjson::GenericInsituStringStream<JsonEncoding>;
 

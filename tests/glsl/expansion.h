@@ -1,16 +1,22 @@
-// Expands texts with the product and, for comparison, with a slow literal implementation.
+// Expands texts with the product and, for comparison, with a literal implementation that searches for line
+// starts, comments and arguments at every step.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "base/text.h"
 #include "glsl/include_preprocessor.h"
 
 namespace pixelforge {
 
 /// A block of exactly the text and its NUL, so that sanitizers catch a read past the end.
-HeapText CopyText(std::string_view text);
+inline HeapText CopyText(std::string_view text) {
+    HeapText copy = AllocateHeapText(text.size() + 1);
+    text.copy(copy.get(), text.size());
+    return copy;
+}
 
 struct ExpandedText {
     bool success = false;
@@ -21,8 +27,112 @@ struct ExpandedText {
     bool operator==(const ExpandedText&) const = default;
 };
 
-/// Both use the texts registered in `context` and start with an empty included list.
-ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text);
-ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text);
+/// The text ends in more NULs than any look-ahead.
+inline bool IsDirective(const std::string& text, std::size_t cursor) {
+    const std::size_t newline = cursor == 0 ? std::string::npos : text.rfind('\n', cursor - 1);
+    const std::size_t start = text.find_first_not_of(" \t", newline + 1);  // 0 without a newline
+    return text.compare(start, 8, "#include") == 0 && (text[start + 8] == ' ' || text[start + 8] == '\t');
+}
+
+/// The backward scan from position `p`.
+inline bool IsInsideComment(const std::string& text, std::ptrdiff_t p, bool flag) {
+    const auto at = [&text](std::ptrdiff_t i) { return i < 0 ? '\0' : text[static_cast<std::size_t>(i)]; };
+    while (p > 0) {
+        if (at(p) == '/' && at(p - 1) == '*') {
+            flag = false;
+            if (at(p - 2) == '\n') {
+                break;
+            }
+            p -= 3;
+        } else if (at(p) == '*' && at(p - 1) == '/') {
+            flag = true;
+            p -= 3;
+        } else if (!flag && at(p) == '\n') {
+            break;
+        } else {
+            p -= 1;
+        }
+    }
+    return flag;
+}
+
+inline bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, ExpandedText& result);
+
+/// The product resolves names: only the walk through the text is compared.
+inline bool ExpandDirective(IncludeContext& context, const std::string& text, std::size_t cursor,
+                            std::uint32_t depth, ExpandedText& result) {
+    const std::size_t open = text.find_first_not_of(" \t", cursor + 8);
+    const std::size_t close = text[open] == '"' ? text.find('"', open + 1) : std::string::npos;
+    if (close == std::string::npos) {
+        return false;
+    }
+    const std::string narrow = text.substr(open + 1, close - open - 1);
+    const auto name = Widen(narrow, IsValidUtf8(narrow) ? TextEncoding::Utf8 : TextEncoding::AnsiCodePage);
+    if (!name || name->size() + 1 > 260) {
+        return false;
+    }
+    std::uint32_t length = 0;
+    IncludedName* entry = nullptr;
+    std::int32_t error = 0;
+    const HeapText included = ResolveInclude(context, name->c_str(), &length, &entry, &error);
+    if (!included) {
+        return error == 0;
+    }
+    entry->firstLine = result.line;
+    entry->depth = depth;
+    const bool expanded = Expand(context, included.get(), depth + 1, result);
+    entry->endLine = expanded ? result.line : 0;
+    return expanded;
+}
+
+inline bool Expand(IncludeContext& context, std::string text, std::uint32_t depth, ExpandedText& result) {
+    text.append(16, '\0');
+    std::size_t cursor = 0;
+    bool insideComment = false;
+    while (text[cursor] != '\0') {
+        if (!insideComment && IsDirective(text, cursor)) {
+            if (!ExpandDirective(context, text, cursor, depth, result)) {
+                return false;
+            }
+            cursor = text.find_first_of(std::string_view("\n\0", 2), cursor);
+            cursor += text[cursor] == '\n' ? 1 : 0;
+        } else {
+            result.line += text[cursor] == '\n' ? 1 : 0;
+            result.output += text[cursor++];
+        }
+        insideComment = IsInsideComment(text, static_cast<std::ptrdiff_t>(cursor), insideComment);
+    }
+    return true;
+}
+
+/// Uses the texts registered in `context`, with an empty included list.
+template <class Expansion>
+ExpandedText Expanded(IncludeContext& context, Expansion expand) {
+    context.includedCount = 0;
+    context.unknownNames.clear();
+    ExpandedText result;
+    result.success = expand(result);
+    for (std::int32_t i = 0; i < context.includedCount; ++i) {
+        const IncludedName& entry = context.included[i];
+        result.names += entry.name;
+        for (const std::uint32_t number : {entry.depth, entry.firstLine, entry.endLine}) {
+            result.names += L'|' + std::to_wstring(number);
+        }
+    }
+    return result;
+}
+
+inline ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text) {
+    return Expanded(context, [&](ExpandedText& result) {
+        GrowBuffer output;
+        const bool success = PreprocessIncludes(context, CopyText(text).get(), &output, result.line, 0);
+        result.output.assign(reinterpret_cast<const char*>(output.data.get()), output.count);
+        return success;
+    });
+}
+
+inline ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text) {
+    return Expanded(context, [&](ExpandedText& result) { return Expand(context, text, 0, result); });
+}
 
 }  // namespace pixelforge

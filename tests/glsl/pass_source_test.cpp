@@ -7,6 +7,7 @@
 #include <sstream>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "glsl/info_log.h"
 #include "glsl/line_map.h"
@@ -189,11 +190,7 @@ TEST_F(PassSource, NamesTextLineAndCauseOfARefusedInclude) {
     for (int i = 0; i < kIncludeEntries - 4; ++i) {
         names += "#include \"n" + std::to_string(i) + "\"\n";
     }
-    const struct {
-        std::string common;
-        std::string image;
-        const char* message;
-    } cases[] = {
+    const std::tuple<std::string, std::string, const char*> cases[] = {
         {"", "x\n  #include \"a\"", "Image:2: #include is indented; it must begin in column one"},
         {"", "#include <a>", "Image:1: #include <...> is not supported; put the name in double quotes"},
         {"x\n\n#include a", "", "Image: Common:3: #include needs a name in double quotes"},
@@ -206,11 +203,11 @@ TEST_F(PassSource, NamesTextLineAndCauseOfARefusedInclude) {
         {"", names + "#include \"N1\"\n#include \"N2\"",
          "Image:62: too many #include names (at most 64, four of them the module's own)"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [common, image, message] : cases) {
         for (int i = 0; i < kIncludeEntries - 4; ++i) {
             RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), CopyText("x"));
         }
-        EXPECT_EQ(Message(c.common, c.image), c.message);
+        EXPECT_EQ(Message(common, image), message);
     }
 }
 
@@ -221,16 +218,11 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
     for (int i = 0; i <= 1000; ++i) {
         manyLines += "#line 500\n";
     }
-    const struct {
-        std::string common;
-        std::string image;
-        const char* log;
-        const char* message;
-    } cases[] = {
+    const std::tuple<std::string, std::string, const char*, const char*> cases[] = {
         {"", manyLines, "0:35(1): error: x", "Image: 0:35(1): error: x"},
         {"", "#line 40 5\na\n#line 50\nb", "ERROR: 5:50: x", "Image:4: ERROR: x"},
         {"", "#if 1\n#line 40 5\n#endif\n#line 50\nb", "ERROR: 5:50: x", "Image: ERROR: 5:50: x"},
-        {"", "a\n#line 100\nb\nc", "0:101(3): error: x", "Image:4:3: error: x"},
+        {"", "a\n#line 100 0\nb\nc", "0:101(3): error: x", "Image:4:3: error: x"},
         {"", "a\n#line 100\nb\nc", "0:35(3): error: x", "Image:1:3: error: x"},
         {"#line 7\nx", "a\nb", "0:7(1): error: x", "Image: Common:2:1: error: x"},
         {"#line 7\nx", "a\nb", "0(9) : error: x", "Image:2: error: x"},
@@ -243,7 +235,9 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
         {"", "#line 010\na", "0:8(1): error: x", "Image: 0:8(1): error: x"},
         {"", "#line \\\n50\na", "0:50(1): error: x", "Image: 0:50(1): error: x"},
         {"", "#if 0\n#line 500\n#endif\na", "0:38(1): error: x", "Image:4:1: error: x"},
-        {"", "#ifdef A\n#line 500\n#endif\na", "0:501(1): error: x", "Image:4:1: error: x"},
+        {"", "#ifndef A\n#ifdef B\n#endif\n#line 38\n#endif\na", "0:39(1): error: x",
+         "Image: 0:39(1): error: x"},
+        {"", "#endif\n#line 36\na\nb", "0:37(1): error: x", "Image:4:1: error: x"},
         {"", "#if 1\n#line 36\n#endif\na", "0:37(1): error: x", "Image: 0:37(1): error: x"},
         {"", "/*\n#line 500\n*/\n// \\\n#line 600\na", "0:40(1): error: x", "Image:6:1: error: x"},
         {"", " # /* a */ line\t50 // b\na", "0:50(1): error: x", "Image:2:1: error: x"},
@@ -257,19 +251,22 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
          "Image: after the end of Image (a brace may be missing): error: syntax error, unexpected '{'"},
         {"", "#line 1\n/*", "0:12(1): error: unterminated",
          "Image: after the end of Image (a brace may be missing): error: unterminated"},
+        {"", "a", "0:37(1): Syntax error",
+         "Image: after the end of Image (a brace may be missing): Syntax error"},
+        {"", "a", "0:45(1): error: x", "Image: after the end of Image (a brace may be missing): error: x"},
         {"", "a", "0:39(5): error: no mainImage",
          "Image: in the module's own lines after Image: error: no mainImage"},
         {"#include \"noise\"", "a", "WARNING: 0:35: b\r", "Image: noise:2: WARNING: b"},
         {"", "a", "0:35(2): warning: b: 0:35(2): c", "Image:1:2: warning: b: 0:35(2): c"},
         {"", "a", "0:35(4294967295): b", "Image:1:4294967295: b"},
         {"/*", "*/", "1: unexpected end of file", "Image: 1: unexpected end of file"},
-        {"", "\xE4", "1: unexpected end of file",
+        {"", "\\\n\xE4", "1: unexpected end of file",
          "Image: 1: unexpected end of file (the driver may end the text at the non-ASCII character in "
          "Image:1)"},
     };
-    for (const auto& c : cases) {
+    for (const auto& [common, image, log, message] : cases) {
         RegisterVirtualInclude(*context_, L"noise", CopyText("\nb"));
-        EXPECT_EQ(Message(c.common, c.image, c.log), c.message) << c.common << c.image;
+        EXPECT_EQ(Message(common, image, log), message) << common << image;
     }
     for (const std::string kept :
          {"2 errors generated.", "0:0(1): a", "0:35(", "0:-35(1): a", "0:4294967296(1): a", "1:35(1): a",

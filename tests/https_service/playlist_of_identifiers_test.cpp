@@ -1,8 +1,5 @@
 // The module from a playlist of identifiers to pixels, against the service.
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <windows.h>
 
 #include <chrono>
 #include <filesystem>

@@ -5,14 +5,20 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/random.h"
 #include "service/http_get.h"
+#include "service/service_client.h"
 #include "service/service_urls.h"
+#include "service/shader_cache.h"
 
 namespace pixelforge::test {
 
@@ -28,7 +34,13 @@ inline std::wstring MediaUrl(const std::wstring& name) {
 }
 
 /// The body of the service's "SIZE.bin".
-std::string Pattern(std::size_t size);
+inline std::string Pattern(std::size_t size) {
+    std::string bytes(size, '\0');
+    for (std::size_t i = 0; i < size; ++i) {
+        bytes[i] = static_cast<char>(i * 31 % 251);
+    }
+    return bytes;
+}
 
 /// A function of the system, for a test that replaces the program's import of it.
 template <class Function>
@@ -45,27 +57,71 @@ inline constexpr char kUserAgent[] =
 /// Uses a new temporary folder as this process's cache root.
 class ServiceTest : public testing::Test {
 protected:
-    ServiceTest();
-    ~ServiceTest() override;
+    ServiceTest() {
+        EXPECT_GE(firstRequest_, 0) << "run these tests through with_service";
+        CreateCacheFolders(L"", root_.c_str());
+    }
+    ~ServiceTest() override {
+        std::error_code ignored;
+        std::filesystem::remove_all(root_, ignored);
+    }
 
     /// The body from `FetchWithCache`, or std::nullopt and `reason_`.
-    std::optional<std::string> Fetch(const std::wstring& url);
+    std::optional<std::string> Fetch(const std::wstring& url) {
+        std::uint32_t length = 0;
+        reason_.clear();
+        const HeapBytes body = FetchWithCache(session_.get(), url.c_str(), &length, reason_);
+        EXPECT_EQ(!body, !reason_.empty()) << reason_;
+        if (!body) {
+            return std::nullopt;
+        }
+        EXPECT_EQ(body[length], 0);
+        return std::string(reinterpret_cast<const char*>(body.get()), length);
+    }
 
     /// The requests of this test, oldest first: "HOST PATH\t", then "NAME: VALUE\t" for each header. The
     /// service logs a request before it responds.
-    std::vector<std::string> Requests() const;
+    std::vector<std::string> Requests() const {
+        std::ifstream log = OpenLog();
+        log.seekg(firstRequest_);
+        std::vector<std::string> lines;
+        for (std::string line; std::getline(log, line);) {
+            lines.push_back(line);
+        }
+        return lines;
+    }
 
     /// Files below the cache root as sorted relative paths with forward slashes.
-    std::vector<std::string> CachedFiles() const;
-    std::string ReadCached(const std::string& file) const;
-    void WriteCached(const std::string& file, const std::string& bytes) const;
+    std::vector<std::string> CachedFiles() const {
+        std::vector<std::string> files;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(root_)) {
+            if (entry.is_regular_file()) {
+                files.push_back(entry.path().lexically_relative(root_).generic_string());
+            }
+        }
+        std::ranges::sort(files);
+        return files;
+    }
+    std::string ReadCached(const std::string& file) const {
+        std::ifstream stream(root_ / file, std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+    void WriteCached(const std::string& file, const std::string& bytes) const {
+        std::ofstream(root_ / file, std::ios::binary) << bytes;
+    }
 
-    const std::filesystem::path root_;
+    const std::filesystem::path root_ =
+        std::filesystem::temp_directory_path() / ("pixelforge-cache-" + std::to_string(SystemRandom()));
     std::string reason_;
     HeapRecord<InternetSession> session_ = OpenInternetSession();
 
 private:
-    const std::streamoff firstRequest_;
+    static std::ifstream OpenLog() {
+        const char* path = std::getenv("PIXELFORGE_SERVICE_LOG");
+        return std::ifstream(path ? path : "", std::ios::binary | std::ios::ate);
+    }
+
+    const std::streamoff firstRequest_ = OpenLog().tellg();
 };
 
 }  // namespace pixelforge::test

@@ -1,6 +1,4 @@
 // A body that arrives byte by byte must not hold a load for hours.
-#include <gtest/gtest.h>
-
 #include "base/load_error.h"
 #include "tests/https_service/service_support.h"
 

@@ -1,6 +1,4 @@
 // The camera picture in a webcam channel, and every way a camera can fail.
-#include <gtest/gtest.h>
-
 #include <thread>
 
 #include "base/win_handles.h"
@@ -137,6 +135,19 @@ TEST_F(LiveCamera, LeavesItsOwnApartmentAndNoOther) {
         EXPECT_TRUE(IsInOwnApartment());
     })
         .join();
+}
+
+TEST_F(LiveCamera, IsNotClosedWhileItOpens) {
+    kCamera.Set("hang=camera");
+    const long before = kCamera.Count("camera");
+    std::thread opener(LoadWebcam);
+    EXPECT_TRUE(WaitUntil([&] { return kCamera.Count("camera") > before; }));
+    std::thread closer(UnloadWebcam);
+    Sleep(100);  // the closer waits
+    kCamera.Resume();
+    opener.join();
+    closer.join();
+    UnloadWebcam();
 }
 
 }  // namespace

@@ -1,6 +1,4 @@
 // Captured sound from the device to the picture, and every way a device can fail.
-#include <gtest/gtest.h>
-
 #include <windows.h>
 
 #include <mmsystem.h>
@@ -10,6 +8,7 @@
 #include <cmath>
 #include <optional>
 #include <thread>
+#include <tuple>
 
 #include "inputs/audio_capture.h"
 #include "tests/inputs/live_run.h"
@@ -75,10 +74,8 @@ constexpr const char* kTone1k = "signal=sine;hertz=1000;";
 constexpr const char* kTone3k = "signal=sine;hertz=3000;";
 
 TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
-    const struct {
-        const char* format;
-        int crossings;  ///< of 1 kHz in 512 samples; 0 if the format is unreadable
-    } cases[] = {
+    // Crossings of 1 kHz in 512 samples; 0 if the format is unreadable.
+    const std::pair<const char*, int> cases[] = {
         {"bits=32", 21},
         {"bits=16", 21},
         {"bits=16;channels=1;rate=44100", 23},
@@ -88,14 +85,14 @@ TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
         {"bits=8", 0},
         {"bits=24", 0},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.format);
-        kSound.Set(std::string(kTone1k) + each.format);
+    for (const auto& [format, crossings] : cases) {
+        SCOPED_TRACE(format);
+        kSound.Set(std::string(kTone1k) + format);
         const long packets = kSound.Count("releasebuffer");
         SoundRun run;
         EXPECT_TRUE(run.DrawUntil([&] { return kSound.Count("releasebuffer") > packets + 60; }));
-        EXPECT_NEAR(run.PeakNear(kColumn1k), each.crossings > 0 ? kColumn1k : 0, 2);
-        EXPECT_NEAR(run.Crossings(), each.crossings, 1);
+        EXPECT_NEAR(run.PeakNear(kColumn1k), crossings > 0 ? kColumn1k : 0, 2);
+        EXPECT_NEAR(run.Crossings(), crossings, 1);
         for (int x = 0; x < 512; ++x) {
             const int level = run.Level(x, 1);
             EXPECT_EQ(std::lround(std::lround(level * 127 / 255.0) * 255 / 127.0), level) << "not of 7 bits";
@@ -104,11 +101,8 @@ TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
 }
 
 TEST_F(LiveSound, FaultsNeitherStopFramesNorSpinNorLeak) {
-    const struct {
-        long calls;  ///< at most, to the device, within `milliseconds`; far more mean that the thread spins
-        int milliseconds;
-        std::vector<const char*> faults;
-    } cases[] = {
+    // Calls to the device, at most, within milliseconds; far more mean that the thread spins.
+    const std::tuple<long, int, std::vector<const char*>> cases[] = {
         // Retried every two seconds.
         {8,
          2000,

@@ -1,8 +1,4 @@
 // Loading, using and unloading the module many times in one process, also in the middle of its work.
-#include <gtest/gtest.h>
-
-#include <windows.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <optional>
@@ -87,12 +83,10 @@ void UnloadLiveInstance(
 }
 
 TEST_F(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
-    const struct {
-        const char* sound;
-        std::vector<DWORD> stays;
-    } rows[] = {{"slow=150", {0, 75, 140, 150, 160, 300}},
-                {"slow=2000", {100}},           // an opening that outlasts the time for stopping a thread
-                {"slow=1000;gone=1", {3500}}};  // the second attempt
+    const std::pair<const char*, std::vector<DWORD>> rows[] = {
+        {"slow=150", {0, 75, 140, 150, 160, 300}},
+        {"slow=2000", {100}},           // an opening that outlasts the time for stopping a thread
+        {"slow=1000;gone=1", {3500}}};  // the second attempt
     for (const auto& [sound, stays] : rows) {
         kSound.Set(sound);
         for (std::size_t i = 0; i < 2 * stays.size(); ++i) {

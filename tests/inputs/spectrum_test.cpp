@@ -1,4 +1,4 @@
-// The sound analysis against its reference implementation.
+// The sound analysis against its reference implementation, and where camera snapshots are drawn.
 #include "inputs/spectrum.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +10,10 @@
 #include <functional>
 #include <limits>
 #include <random>
+#include <tuple>
 #include <vector>
+
+#include "inputs/webcam_capture.h"
 
 namespace pixelforge::test {
 namespace {
@@ -142,26 +145,20 @@ private:
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-/// Full scale is 1.
+struct Signal {
+    const char* name;
+    std::function<float(std::size_t n)> sample;  ///< full scale is 1
+};
+
 float Tone(std::size_t n) {
     return static_cast<float>(0.5 * std::sin(0.13 * static_cast<double>(n)));
 }
 
-float Noise(std::size_t) {
-    static std::mt19937 random(7);
-    return static_cast<float>(random() % 20001) / 10000 - 1;
-}
-
-struct Signal {
-    const char* name;
-    std::function<float(std::size_t n)> sample;
-};
-
 const Signal kSignals[] = {
-    {"silence", [](auto) { return 0.0F; }},
     {"tone", Tone},
-    {"noise", Noise},
+    {"silence", [](auto) { return 0.0F; }},
     {"constant", [](auto) { return 0.25F; }},
+    {"noise", [random = std::mt19937(7)](auto) mutable { return float(random() % 20001) / 10000 - 1; }},
     {"silence after sound", [](auto n) { return n < 6000 ? Tone(n) : 0; }},
     {"constant after sound", [](auto n) { return n < 6000 ? Tone(n) : 0.4F; }},
     {"very loud", [](auto n) { return 3e38F * Tone(n); }},
@@ -247,20 +244,17 @@ TEST(Spectrum, MatchesReferenceForEverySignalRateFormatAndPacketSize) {
                 ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses(format, signal, packetFrames));
             }
         }
-        ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[1], 480, true));
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[0], 480, true));
     }
     // Bin counts that are infinite, too large, below 1 and exactly 0.5.
     for (const double rate : {0.0, 1e-9, 1e9, 2.048e7 * 2}) {
-        ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[1]));
+        ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[0]));
     }
 }
 
 TEST(Spectrum, MatchesReferenceThroughLongSilence) {
     constexpr std::size_t kFrames = 1024 * 200;
-    const struct {
-        double peak;
-        bool linear;
-    } cases[] = {{1e-300, false}, {1e-321, false}, {1e-300, true}};
+    const std::pair<double, bool> cases[] = {{1e-300, false}, {1e-321, false}, {1e-300, true}};
     for (const auto& [peak, linear] : cases) {
         Analyses analyses(48000, linear);
         SpectrumState& state = analyses.state;
@@ -282,6 +276,53 @@ TEST(SampleFormat, AcceptsOnlyReadableFormats) {
         {{0, 16, 0, 4}, false}, {{0, 16, 1, 1}, false}, {{0, 32, 2, 4}, false},  {{0, 32, 1, 0}, false}};
     for (const auto& [format, readable] : cases) {
         EXPECT_EQ(IsReadable(format), readable) << format.bitsPerSample << " bits in " << format.frameBytes;
+    }
+}
+
+/// A bitmap header that may misstate the block.
+struct Header {
+    std::uint32_t size = 40;
+    std::int32_t width = 640;
+    std::int32_t height = 480;
+    std::uint16_t planes = 1;
+    std::uint16_t bits = 32;
+    std::uint32_t compression = 0;
+};
+
+TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
+    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
+    const std::vector<std::int32_t> kFullPicture = {640, 480, 0, 1280, 720};
+    // Source width and height; top, width and height in the picture. Empty: rejected.
+    const std::tuple<Header, std::size_t, std::vector<std::int32_t>> cases[] = {
+        {Header(), 40 + 640 * 480 * 4, kFullPicture},
+        {Header(), 40 + 640 * 480 * 4 - 1, {}},
+        {{.height = -480, .bits = 24}, 40 + 640 * 480 * 3, kFullPicture},
+        {{.bits = 16}, 40 + 640 * 480 * 2, kFullPicture},
+        {{.width = 1920, .height = 1080}, 40 + 1920 * 1080 * 4, kFullPicture},
+        {{.width = 800, .height = 240}, 40 + 800 * 240 * 4, {640, 240, 360, 1280, 360}},
+        {{.width = 320, .height = -240}, 40 + 320 * 240 * 4, {320, 240, 0, 640, 360}},
+        {{.width = 3, .height = 2, .bits = 24}, 40 + 24, {3, 2, 717, 6, 3}},
+        {{.width = 3, .height = 2, .bits = 24}, 40 + 23, {}},
+        {{.bits = 8}, 2000000, {}},
+        {{.compression = 3}, 2000000, {}},
+        {{.size = 124}, 2000000, {}},
+        {{.width = 0}, 2000000, {}},
+        {{.height = 0}, 2000000, {}},
+        {{.width = kMax, .height = kMax}, 2000000, {}},
+        {{.width = kMax, .height = kMin}, 2000000, {}},
+        {Header(), 39, {}},
+    };
+    for (const auto& [header, bytes, expected] : cases) {
+        std::vector<std::byte> block(std::max(bytes, sizeof(Header)));
+        std::memcpy(block.data(), &header, sizeof(Header));
+        const auto plan = PlanWebcamStretch(std::span(block).first(bytes));
+        std::vector<std::int32_t> drawn;
+        if (plan) {
+            drawn = {plan->sourceWidth, plan->sourceHeight, plan->top, plan->width, plan->height};
+        }
+        EXPECT_EQ(drawn, expected) << header.width << " x " << header.height << ", " << header.bits
+                                   << " bits in " << bytes << " bytes";
     }
 }
 

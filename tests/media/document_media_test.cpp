@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "media/cube_map.h"
@@ -21,9 +22,7 @@ std::wstring SourceAfter(DocumentOrigin origin, const std::wstring& src) {
 }
 
 TEST(RestrictSources, DependsOnTheOrigin) {
-    const struct {
-        std::wstring src, fromService, fromLocalFile;
-    } cases[] = {
+    const std::tuple<std::wstring, std::wstring, std::wstring> cases[] = {
         {L"", L"", L""},
         {L"/media/a/b.jpg", L"b.jpg", L"/media/a/b.jpg"},
         {L"..\\b.jpg", L"b.jpg", L"..\\b.jpg"},
@@ -43,19 +42,15 @@ TEST(RestrictSources, DependsOnTheOrigin) {
         {L"b.jpg\\.", L"", L"b.jpg\\."},
         {std::wstring(300, L'a'), L"", L""},
     };
-    for (const auto& each : cases) {
-        SCOPED_TRACE(testing::PrintToString(each.src));
-        EXPECT_EQ(SourceAfter(DocumentOrigin::Service, each.src), each.fromService);
-        EXPECT_EQ(SourceAfter(DocumentOrigin::LocalFile, each.src), each.fromLocalFile);
+    for (const auto& [src, fromService, fromLocalFile] : cases) {
+        SCOPED_TRACE(testing::PrintToString(src));
+        EXPECT_EQ(SourceAfter(DocumentOrigin::Service, src), fromService);
+        EXPECT_EQ(SourceAfter(DocumentOrigin::LocalFile, src), fromLocalFile);
     }
 }
 
 TEST(CubeFacePath, PutsTheNumberBeforeTheExtension) {
-    const struct {
-        std::wstring path;
-        std::uint32_t face;
-        std::wstring expected;
-    } cases[] = {
+    const std::tuple<std::wstring, std::uint32_t, std::wstring> cases[] = {
         {L"C:\\cache\\sky.png", 0, L"C:\\cache\\sky.png"},
         {L"media/sky.big.jpg", 5, L"media/sky.big_5.jpg"},
         {L"a.folder\\sky", 2, L"a.folder\\sky_2"},
@@ -63,10 +58,10 @@ TEST(CubeFacePath, PutsTheNumberBeforeTheExtension) {
         {std::wstring(257, L'x'), 1, std::wstring(257, L'x') + L"_1"},
         {std::wstring(258, L'x'), 1, L""},
     };
-    for (const auto& each : cases) {
+    for (const auto& [source, face, expected] : cases) {
         wchar_t path[kPathUnits];
-        EXPECT_EQ(CubeFacePath(each.path.c_str(), each.face, path), !each.expected.empty());
-        EXPECT_EQ(path, each.expected);
+        EXPECT_EQ(CubeFacePath(source.c_str(), face, path), !expected.empty());
+        EXPECT_EQ(path, expected);
     }
 }
 
@@ -83,11 +78,7 @@ TEST(CellsOfCross, TrimsEachCellAndRejectsTinyOnes) {
 
 TEST(VolumeFile, ValidatesSidesChannelsAndLength) {
     constexpr std::uint32_t kMax = 0xFFFFFFFF;
-    const struct {
-        VolumeHeader header;
-        std::uint64_t voxelBytes;
-        bool fits;
-    } cases[] = {
+    const std::tuple<VolumeHeader, std::uint64_t, bool> cases[] = {
         {{2, 3, 4, 1}, 24, true},       {{2, 3, 4, 1}, 23, false},     {{2, 3, 4, 2}, 48, true},
         {{2, 3, 4, 2}, 47, false},      {{2, 3, 4, 4}, 24, true},      {{2, 3, 4, 0}, 999, false},
         {{2, 3, 4, 3}, 999, false},     {{0, 3, 4, 1}, 999, false},    {{2, 0, 4, 1}, 999, false},

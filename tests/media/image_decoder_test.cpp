@@ -6,13 +6,13 @@
 #include <objbase.h>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "base/bitmap.h"
@@ -55,31 +55,24 @@ constexpr PixelOf kBlock = [](int x, int) { return x < 8 ? Bytes{40, 100, 200} :
 /// Rows follow each other without the section's padding, so those of sheared pictures start too early for the
 /// section, and the bytes after the last row stay 0.
 TEST(DecodeImageFile, KeepsDepthColoursAndUnpaddedRows) {
-    const struct {
-        const char* file;
-        int width;
-        int height;
-        PixelOf pixelOf;
-        std::size_t padding;  ///< bytes of all rows
-        int tolerance;
-    } cases[] = {
+    // The padding is that of all rows.
+    const std::tuple<const char*, int, int, PixelOf, std::size_t, int> cases[] = {
         {"rgb8.png", 4, 3, kColour, 0, 0},        {"rgba8.png", 4, 3, kColourAndAlpha, 0, 0},
         {"grey8.png", 4, 3, kGrey, 0, 0},         {"palette8.png", 4, 3, kIndex, 0, 0},
         {"colour24.bmp", 4, 3, kColour, 0, 0},    {"sheared_rgb8.png", 3, 3, kColour, 9, 0},
         {"sheared_grey8.png", 5, 3, kGrey, 9, 0}, {"progressive.jpg", 16, 8, kBlock, 0, 3},
     };
-    for (const auto& each : cases) {
+    for (const auto& [file, width, height, pixelOf, padding, tolerance] : cases) {
         Bytes expected;
-        for (int i = 0; i < each.width * each.height; ++i) {
-            std::ranges::copy(each.pixelOf(i % each.width, i / each.width), std::back_inserter(expected));
+        for (int i = 0; i < width * height; ++i) {
+            std::ranges::copy(pixelOf(i % width, i / width), std::back_inserter(expected));
         }
-        expected.resize(expected.size() + each.padding);
+        expected.resize(expected.size() + padding);
         std::string reason;
-        const UniqueBitmap bitmap = DecodeImageFile(PathOf(each.file).c_str(), reason);
-        EXPECT_EQ(reason, "") << each.file;
+        const UniqueBitmap bitmap = DecodeImageFile(PathOf(file).c_str(), reason);
+        EXPECT_EQ(reason, "") << file;
         const auto bytes = PixelsOf(bitmap.Get()).bytes;
-        EXPECT_THAT(Bytes(bytes.begin(), bytes.end()), Pointwise(DoubleNear(each.tolerance), expected))
-            << each.file;
+        EXPECT_THAT(Bytes(bytes.begin(), bytes.end()), Pointwise(DoubleNear(tolerance), expected)) << file;
     }
 }
 
@@ -128,11 +121,7 @@ TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
     const test::TempFile thin(Picture(20, 150, 60, 150), L".bmp");
     const test::TempFile wide(Picture(200, 15, 600, 15), L".bmp");
     const test::TempFile tooLarge(Picture(20, 16384, 60, 16384), L".bmp");
-    const struct {
-        ChannelType type;
-        std::wstring file;
-        std::uint64_t bytes;
-    } cases[] = {
+    const std::tuple<ChannelType, std::wstring, std::uint64_t> cases[] = {
         {ChannelType::Texture, PathOf("sheared_rgb8.png"), 36},
         {ChannelType::CubeMap, PathOf("rgb8.png"), 48},
         {ChannelType::CubeMap, thin.Path(), 6 * 50 * 50 * 4},
@@ -141,16 +130,16 @@ TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
         {ChannelType::Volume, volume.Path(), 36},
         {ChannelType::Volume, deepVolume.Path(), 32},
     };
-    for (const auto& each : cases) {
-        for (const std::uint64_t left : {each.bytes - 1, std::min(each.bytes, kMediaBudget)}) {
+    for (const auto& [type, file, bytes] : cases) {
+        for (const std::uint64_t left : {bytes - 1, std::min(bytes, kMediaBudget)}) {
             const auto document = NewHeapRecord<ShaderDocument>();
             PassInput& input = document->passes[7].inputs[0];
-            input.ctype = each.type;
+            input.ctype = type;
             input.medium = std::make_shared<Medium>();
-            CopyCut(input.src, each.file);
+            CopyCut(input.src, file);
             document->mediaBytes = kMediaBudget - left;
             const std::string failure = FailureOf([&] { LoadMedium(*document, input); });
-            EXPECT_EQ(failure == kBeyondBudget, left < each.bytes) << failure << ", " << each.bytes;
+            EXPECT_EQ(failure == kBeyondBudget, left < bytes) << failure << ", " << bytes;
             EXPECT_EQ(failure.empty(), document->mediaBytes == kMediaBudget) << document->mediaBytes;
         }
     }

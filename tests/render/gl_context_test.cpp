@@ -1,17 +1,13 @@
 // Names of a lost context are not deleted in another, and an unusable context is not used.
 #include "render/gl_context.h"
 
-#include <windows.h>
-
 #include <GL/glew.h>
 #include <GL/wglew.h>
 #include <gmock/gmock.h>
 
 #include <utility>
 
-#include "base/load_error.h"
 #include "render/gl_diagnostics.h"
-#include "render/render_frame.h"
 #include "tests/render/gl_stage.h"
 
 namespace pixelforge::test {
@@ -71,10 +67,9 @@ TEST(GlContext, AnUnusableContextIsRefused) {
     GlRenderer& renderer = *stage.renderer;
     const auto makeCurrent = [&] { return MakeRendererCurrent(renderer, stage.window.Handle()); };
     const auto expectRefusals = [&](bool evenToMakeCurrent = true) {
-        const FrameParameters parameters{1, 0.25F};
         EXPECT_FALSE(evenToMakeCurrent && makeCurrent());
         EXPECT_EQ(FailureOf([&] { BuildPassGraph(renderer); }), "no usable OpenGL context");
-        EXPECT_EQ(RenderFrame(&renderer, &parameters, 1, 0, 0), 0);
+        EXPECT_EQ(stage.Render(), 0);
         EXPECT_EQ(ReadFrameIntoBitmap(&renderer, PixelsOf(picture.Bitmap())), 0);
     };
     renderer.contextReady = 0;

@@ -1,5 +1,4 @@
 // Samples, samplers and sizes of the render targets, and the bitmaps that receive the picture.
-#include "render/render_frame.h"
 #include "tests/render/gl_stage.h"
 
 namespace pixelforge::test {
@@ -31,24 +30,19 @@ TEST_F(RenderTarget, ChannelsSampleOneTextureWithTheirOwnSettingsAndFreshMipmaps
         SetSampleExponent(exponent);
         // Left half: past the right and the upper edge, then a quarter into the third column. Right half: the
         // smallest mipmap, the mean: 31.5, 23.5 and the frame's number.
-        stage_
-            .Load(
-                DocumentBuilder()
-                    .Buffer('A', Body("c = vec4(floor(p), T(0).b + 2.0, 0.0);"), {{}})
-                    .Image(
-                        Body(
-                            "vec4 one4 = vec4(1, 4, 0, 0);"
-                            "vec2 far = vec2(66.25, 50.5) / vec2(64, 48), near = vec2(10.0, 5.5) / vec2(64, "
-                            "48);"
-                            "c = vec4(dot(texture(iChannel0, far), one4), dot(texture(iChannel1, far), one4),"
-                            "    5.0 * (texture(iChannel2, near).r + textureLod(iChannel3, near, 0.0).r), "
-                            "texture(iChannel0, near).r) / 255.0;"
-                            "if (p.x > 32.0) c = textureLod(iChannel3, vec2(0.3), 16.0) * 2.0 / 255.0;"),
-                        {{.channel = 0, .wrap = "repeat"},
-                         {.channel = 1, .wrap = "clamp"},
-                         {.channel = 2, .filter = "linear"},
-                         {.channel = 3, .filter = "mipmap", .wrap = "repeat"}}))
-            .Start();
+        const std::string image =
+            "vec4 one4 = vec4(1, 4, 0, 0);"
+            "vec2 far = vec2(66.25, 50.5) / vec2(64, 48), near = vec2(10.0, 5.5) / vec2(64, 48);"
+            "c = vec4(dot(texture(iChannel0, far), one4), dot(texture(iChannel1, far), one4),"
+            "    5.0 * (texture(iChannel2, near).r + textureLod(iChannel3, near, 0.0).r), "
+            "texture(iChannel0, near).r) / 255.0;"
+            "if (p.x > 32.0) c = textureLod(iChannel3, vec2(0.3), 16.0) * 2.0 / 255.0;";
+        const std::vector<Input> inputs = {{.wrap = "repeat"},
+                                           {.channel = 1, .wrap = "clamp"},
+                                           {.channel = 2, .filter = "linear"},
+                                           {.channel = 3, .filter = "mipmap", .wrap = "repeat"}};
+        const std::string count = Body("c = vec4(floor(p), T(0).b + 2.0, 0.0);");
+        stage_.Load(DocumentBuilder().Buffer('A', count, {{}}).Image(Body(image), inputs)).Start();
         for (int frame = 1; frame <= 3; ++frame) {
             const Picture picture = stage_.Frame();
             EXPECT_EQ(picture.At(20, 20), (Color{2 + 4 * 2, 63 + 4 * 47, 95, 10}));
@@ -60,9 +54,7 @@ TEST_F(RenderTarget, ChannelsSampleOneTextureWithTheirOwnSettingsAndFreshMipmaps
 TEST_F(RenderTarget, TheFrameFollowsAWindowOfItsSizeAndCubeAStays) {
     stage_.Load(DocumentBuilder()
                     .Buffer('A', Body("c = T(0) + vec4(1.0);"), {{}})
-                    .Pass("cubemap", "Cube A",
-                          "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
-                          "    c = texture(iChannel0, rd) + vec4(16.0); }\n",
+                    .Pass("cubemap", "Cube A", CubeBody("c = texture(iChannel0, rd) + vec4(16.0);"),
                           {{.ctype = "cubemap", .id = 41}})
                     .Image(Body("c = vec4(float(iFrame) + texture(iChannel1, vec3(1)).r,"
                                 "iChannelResolution[0].x, T(0).r, iResolution.y) / 255.0;"),
@@ -85,9 +77,8 @@ TEST_F(RenderTarget, ARefusedTargetIsReportedOnceAndNothingIsDrawn) {
     stage_.Load(DocumentBuilder().Buffer('A', Body("c = vec4(1.0);")).Image(Body("c = vec4(1.0);")));
     SetResolution(*stage_.renderer, 16384, 16384);  // 4 GB a target
     stage_.Start();
-    const FrameParameters parameters{1, 0.25F};
-    EXPECT_EQ(RenderFrame(stage_.renderer.get(), &parameters, 1, 0, 0), 0);
-    EXPECT_EQ(RenderFrame(stage_.renderer.get(), &parameters, 1, 0, 0), 0);
+    EXPECT_EQ(stage_.Render(), 0);
+    EXPECT_EQ(stage_.Render(), 0);
     const std::string error = "GL_OUT_OF_MEMORY: There is not enough memory left to execute the command.";
     const std::string named = "Pixelforge: cannot draw: the driver rejects the render target of Buffer A";
     EXPECT_EQ(TakeLines(), (std::vector{error, named, error}));

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <future>
+#include <tuple>
 #include <utility>
 
 #include "tests/render/gl_stage.h"
@@ -34,11 +35,7 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
     const std::vector<Input> keyboard = {{.channel = 2, .ctype = "keyboard"}};
     stage_.LoadImage(kKeys, keyboard).Start();
     other.LoadImage(kKeys, {{.channel = 2, .ctype = "keyboard", .filter = "mipmap"}}).Start();
-    const struct {
-        UINT message;
-        WPARAM key;
-        Color a, b;
-    } steps[] = {
+    const std::tuple<UINT, WPARAM, Color, Color> steps[] = {
         {WM_NULL, 0, {0, 0, 0, 255}, {0, 0, 0, 255}},
         {WM_KEYDOWN, 'A', {255, 255, 255, 255}, {0, 0, 0, 255}},
         {WM_KEYDOWN, 'A', {255, 255, 0, 255}, {0, 0, 0, 255}},
@@ -48,12 +45,12 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
         {WM_KEYUP, 'A', {0, 0, 0, 255}, {255, 255, 255, 255}},
         {WM_KEYUP, 'B', {0, 0, 0, 255}, {0, 0, 255, 255}},
     };
-    for (const auto& step : steps) {
-        SendMessageW(stage_.window.Handle(), step.message, step.key, 0);
+    for (const auto& [message, key, a, b] : steps) {
+        SendMessageW(stage_.window.Handle(), message, key, 0);
         for (Stage* each : {&stage_, &other}) {
             const Picture picture = each->Frame();
-            EXPECT_EQ(picture.At(0, 5), step.a) << "step " << &step - steps;
-            EXPECT_EQ(picture.At(1, 5), step.b) << "step " << &step - steps;
+            EXPECT_EQ(picture.At(0, 5), a) << "message " << message << ", key " << key;
+            EXPECT_EQ(picture.At(1, 5), b) << "message " << message << ", key " << key;
         }
     }
     Stage late;

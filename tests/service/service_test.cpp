@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <string>
+#include <tuple>
 
 #include "base/load_error.h"
 #include "service/download_buffer.h"
@@ -12,26 +13,6 @@
 
 namespace pixelforge {
 namespace {
-
-TEST(EncodeQueryName, WritesTheLowBytesInBase32UpTo160Characters) {
-    std::wstring longest;
-    for (int i = 0; i < 32; ++i) {
-        longest += L"OFYXC4LR";
-    }
-    const std::pair<std::wstring, std::wstring> cases[] = {
-        {L"", L""},
-        {L"f", L"MYAAAAAA"},
-        {L"foobar", L"MZXW6YTBOIAAAAAA"},
-        {L"\u00FF\u0100\u4E2D\uFFFF\u0101", L"74AC37YB"},
-        {std::wstring(160, L'q'), longest},
-    };
-    wchar_t name[kPathUnits];
-    for (const auto& [query, expected] : cases) {
-        ASSERT_TRUE(EncodeQueryName(query.c_str(), name));
-        EXPECT_EQ(name, expected);
-    }
-    EXPECT_FALSE(EncodeQueryName(std::wstring(161, L'a').c_str(), name));
-}
 
 TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
     const std::wstring documents = L"https://x/api/v1/shaders/";
@@ -48,7 +29,11 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
         {documents + L"a%E4?key=k", L""},
         {documents + L"a%4?key=k", L""},
         {documents + L"a%?key=k", L""},
+        // The low bytes in base 32.
+        {documents + L"query/", L"Searches\\.json"},
         {documents + L"query/f", L"Searches\\MYAAAAAA.json"},
+        {documents + L"query/foobar", L"Searches\\MZXW6YTBOIAAAAAA.json"},
+        {documents + L"query/\u00FF\u0100\u4E2D\uFFFF\u0101", L"Searches\\74AC37YB.json"},
         {documents + L"query/media/a/", L"Searches\\NVSWI2LBF5QS6AAA.json"},
         {documents + L"query/" + std::wstring(161, L'q'), L""},
         {L"https://x/media/a/b.jpg", L"Assets\\b.jpg"},
@@ -61,15 +46,16 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
         const bool known = ClassifyUrl(url.c_str(), entry);
         EXPECT_EQ(known ? entry.name : L"", name) << testing::PrintToString(url);
     }
+    wchar_t name[kPathUnits];
+    EXPECT_TRUE(EncodeQueryName(std::wstring(160, L'q').c_str(), name));
+    EXPECT_EQ(std::wstring(name).substr(240), L"OFYXC4LROFYXC4LR");
+    EXPECT_FALSE(EncodeQueryName(std::wstring(161, L'q').c_str(), name));
 }
 
 TEST(DownloadBuffer, StartsAtTheAnnouncedLengthAndDoublesWhenFullUpToTheLimit) {
-    const struct {
-        std::uint32_t announced;
-        std::size_t sent;
-        std::uint64_t capacity;
-    } cases[] = {{0, 0, 4096},    {0, 4096, 8192}, {0, 65536, 100000},     {0, 100000, 100000},
-                 {100, 100, 100}, {100, 200, 400}, {3000, 100000, 100000}, {100000, 100000, 100000}};
+    const std::tuple<std::uint32_t, std::size_t, std::uint64_t> cases[] = {
+        {0, 0, 4096},    {0, 4096, 8192}, {0, 65536, 100000},     {0, 100000, 100000},
+        {100, 100, 100}, {100, 200, 400}, {3000, 100000, 100000}, {100000, 100000, 100000}};
     for (const auto& [announced, sent, capacity] : cases) {
         for (const std::size_t piece : {std::size_t{1}, std::size_t{1000}, std::size_t{1} << 20}) {
             std::string bytes;

@@ -18,22 +18,6 @@ __CRT_UUID_DECL(IVMRFilterConfig, 0x9E5530C5, 0x7034, 0x48B4, 0xBB, 0x46, 0x0B, 
 
 namespace pixelforge::test {
 
-/// Size and time of a picture.
-struct CameraShot {
-    std::int32_t width = 0;
-    std::int32_t height = 0;
-    double seconds = 0;  ///< since the camera started
-};
-
-/// How the renderer gets the camera's picture: no frames flow between the two doubles.
-struct PictureSource {
-    /// False if there is no frame yet.
-    virtual bool Newest(CameraShot& shot) const = 0;
-
-protected:
-    ~PictureSource() = default;
-};
-
 /// An enumerator of COM objects or media types.
 template <class Interface, class Item>
 class Enumerator final : public ComObject<Interface> {
@@ -154,10 +138,5 @@ private:
     FILTER_STATE state_ = State_Stopped;
     IFilterGraph* graph_ = nullptr;  ///< not owned: the graph owns the filter
 };
-
-IUnknown* MakeRenderer();
-
-/// Adds the camera to the system's device list, or removes it.
-void ListCamera(bool listed);
 
 }  // namespace pixelforge::test

@@ -27,25 +27,11 @@ double Sine(double hertz, double seconds) {
     return std::sin(kTwoPi * std::fmod(hertz * seconds, 1.0));
 }
 
-/// White noise as a pure function of the frame number.
-double Noise(std::uint64_t frame) {
-    std::uint64_t mixed = (frame + 1) * 0x9E3779B97F4A7C15U;
-    mixed = (mixed ^ mixed >> 30) * 0xBF58476D1CE4E5B9U;
-    mixed = (mixed ^ mixed >> 27) * 0x94D049BB133111EBU;
-    return static_cast<double>(mixed >> 11) / 4503599627370496.0 - 1;
-}
-
-/// For manual use: four notes per second over a bass, with a drum every half second.
-double Music(double seconds, std::uint64_t frame) {
+/// For manual use: four notes per second over a bass.
+double Music(double seconds) {
     constexpr int kSteps[] = {0, 7, 12, 3, 15, 10, 19, 7};
-    const double beat = std::fmod(seconds, 0.5);
-    const double note = std::fmod(seconds, 0.25);
     const double hertz = 220 * std::pow(2.0, kSteps[static_cast<std::size_t>(seconds * 4) % 8] / 12.0);
-    const double melody =
-        (Sine(hertz, seconds) + 0.5 * Sine(2 * hertz, seconds) + 0.25 * Sine(4 * hertz, seconds)) *
-        std::exp(-note * 8);
-    const double drum = (Sine(60, beat) + 0.6 * Noise(frame)) * std::exp(-beat * 9);
-    return 0.25 * melody + 0.2 * Sine(55, seconds) + 0.3 * drum;
+    return 0.7 * Sine(hertz, seconds) * std::exp(-8 * std::fmod(seconds, 0.25)) + 0.3 * Sine(55, seconds);
 }
 
 /// Writes one sample as a float for 32 bits, otherwise as a little-endian integer; bits / 8 bytes.
@@ -146,7 +132,7 @@ private:
         std::vector<BYTE> loop(kLoopPackets * packetFrames_ * format_.frameBytes + 64);
         for (std::size_t frame = 0; frame < kLoopPackets * packetFrames_; ++frame) {
             const double seconds = static_cast<double>(frame) / format_.rate;
-            const double sample = kLevel * (music ? Music(seconds, frame) : Sine(hertz, seconds));
+            const double sample = kLevel * (music ? Music(seconds) : Sine(hertz, seconds));
             for (std::size_t channel = 0; channel < format_.channels; ++channel) {
                 const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
                 if (place + sampleBytes <= loop.size()) {
@@ -182,13 +168,8 @@ public:
         const Format wanted;
         *format = static_cast<WAVEFORMATEX*>(NewTaskBlock(sizeof(WAVEFORMATEX)));
         const auto tag = static_cast<WORD>(wanted.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM);
-        **format = {tag,
-                    wanted.channels,
-                    wanted.rate,
-                    wanted.rate * wanted.frameBytes,
-                    wanted.frameBytes,
-                    wanted.bits,
-                    0};
+        const DWORD rate = wanted.rate;
+        **format = {tag, wanted.channels, rate, rate * wanted.frameBytes, wanted.frameBytes, wanted.bits, 0};
         return S_OK;
     }
 

@@ -1,12 +1,17 @@
-// Which frame's picture a pass reads from another; Cube A; the uniforms of a frame.
-#include <GL/glew.h>
+// What a pass reads: other passes, Cube A, live textures, files, and the uniforms of a frame.
+#include <gmock/gmock.h>
 
 #include "inputs/webcam_capture.h"
+#include "media/document_media.h"
+#include "media/image_decoder.h"
+#include "service/http_get.h"
 #include "tests/render/gl_stage.h"
 
 namespace pixelforge::test {
 namespace {
 
+using testing::ElementsAre;
+using testing::EndsWith;
 using PassOrder = StageTest;
 
 TEST_F(PassOrder, EarlierPassesShowThisFrameAndLaterOnesThePrevious) {
@@ -24,10 +29,7 @@ TEST_F(PassOrder, EarlierPassesShowThisFrameAndLaterOnesThePrevious) {
                         {a0, b1, d2, cube3})
                 .Buffer('B', Body("c = vec4(T(1).r + 1.0, T(0).r, 0.0, 0.0);"), {a0, b1})
                 .Buffer('D', Body("c = vec4(T(2).r + 1.0, T(1).r, T(0).b, 0.0);"), {a0, b1, d2})
-                .Pass("cubemap", "Cube A",
-                      "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
-                      "    c = texture(iChannel3, rd) + vec4(1.0); }\n",
-                      {cube3})
+                .Pass("cubemap", "Cube A", CubeBody("c = texture(iChannel3, rd) + vec4(1.0);"), {cube3})
                 .Image(Body("float v[8] = float[8](T(0).r, T(0).g, T(0).b, T(1).g, T(2).r, T(2).g, T(2).b, "
                             "T(0).a);"
                             "float cube = textureLod(iChannel3, vec3(-1, 0.5, 0), 9.0).r;"
@@ -48,8 +50,7 @@ TEST_F(PassOrder, AllFacesOfCubeAStoreTheirRayDirection) {
     // Directions all around; an error of one level shows as 64.
     stage_.Load(DocumentBuilder()
                     .Pass("cubemap", "Cube A",
-                          "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) {\n"
-                          "    c = vec4(rd * 0.5 + 0.5, iResolution.x / 1024.0 - length(ro)); }\n")
+                          CubeBody("c = vec4(rd * 0.5 + 0.5, iResolution.x / 1024.0 - length(ro));"))
                     .Image(Body("float turn = 6.28318530718 * p.x / 64.0; float rise = 3.14159265359 * (p.y "
                                 "/ 48.0 - 0.5);\n"
                                 "vec3 d = vec3(cos(turn) * cos(rise), sin(rise), sin(turn) * cos(rise));\n"
@@ -131,6 +132,45 @@ TEST_F(PassOrder, UniformsOfAFrame) {
         stage_.Draw(1.0F / 64);
     }
     EXPECT_EQ(stage_.Frame(1.0F / 64).At(4, 5)[3], 2);
+}
+
+/// Pictures of 4 x 3 pixels in three channels; the second is the other way round.
+class MediaTextures : public StageTest {
+protected:
+    void Start(std::uint64_t bytesInUse, const std::string& name = "rgba8.png") {
+        const std::string file = PIXELFORGE_SOURCE_DIR "/tests/data/pictures/" + name;
+        std::vector<Input> inputs(3, {.ctype = "texture", .src = file});
+        inputs[1] = {.channel = 1, .ctype = "texture", .src = file, .vflip = "false"};
+        inputs[2].channel = 2;
+        stage_.LoadImage("c = T(0) + T(1) + T(2);", inputs);
+        document_.origin = DocumentOrigin::LocalFile;
+        InternetSession offline;
+        LoadDocumentMedia(&offline, document_);
+        document_.mediaBytes = bytesInUse;
+        stage_.Start();
+    }
+
+    ShaderDocument& document_ = stage_.renderer->document;
+    ChannelSlot (&channels_)[kChannels] = stage_.renderer->slots[7].channels;
+};
+
+TEST_F(MediaTextures, AFileIsDecodedOnceForAllItsChannelsWithinTheBudget) {
+    constexpr std::uint64_t kPictureBytes = 48;
+    Start(kMediaBudget - 2 * kPictureBytes);
+    EXPECT_EQ(document_.mediaBytes, kMediaBudget);
+    EXPECT_FALSE(document_.passes[7].inputs[0].medium->faces[0]) << "the pixels are kept";
+    EXPECT_TRUE(channels_[0].texture && channels_[1].texture && channels_[0].texture != channels_[1].texture);
+    EXPECT_EQ(channels_[0].texture, channels_[2].texture);
+    Start(kMediaBudget - kPictureBytes + 1);
+    EXPECT_FALSE(channels_[0].texture || channels_[1].texture || channels_[2].texture);
+    const auto reason = EndsWith("rgba8.png: " + std::string(kBeyondBudget));
+    EXPECT_THAT(TakeLines(), ElementsAre(reason, reason, reason));
+    Start(kMediaBudget - kPictureBytes);
+    EXPECT_TRUE(channels_[0].texture && !channels_[1].texture && channels_[2].texture);
+    EXPECT_THAT(TakeLines(), ElementsAre(reason));
+    Start(5, "grey16.png");
+    EXPECT_EQ(document_.mediaBytes, 5u) << "a refused picture is counted";
+    EXPECT_THAT(TakeLines(), testing::Each(EndsWith("16-bit pictures are not supported")));
 }
 
 }  // namespace
