@@ -244,7 +244,7 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
         {"", "#line \\\n50\na", "0:50(1): error: x", "Image: 0:50(1): error: x"},
         {"", "#if 0\n#line 500\n#endif\na", "0:38(1): error: x", "Image:4:1: error: x"},
         {"", "#ifdef A\n#line 500\n#endif\na", "0:501(1): error: x", "Image:4:1: error: x"},
-        {"", "#if 1\n#line 36\n#endif\na", "0:37(1): error: x", "Image: 0:37(1): error: x"},
+        {"", "#ifndef A\n#line 36\n#endif\na", "0:37(1): error: x", "Image: 0:37(1): error: x"},
         {"", "/*\n#line 500\n*/\n// \\\n#line 600\na", "0:40(1): error: x", "Image:6:1: error: x"},
         {"", " # /* a */ line\t50 // b\na", "0:50(1): error: x", "Image:2:1: error: x"},
         {"", "char", "0:35(1): error: `char_sYjan77j' x", "Image:1:1: error: `char' x"},
