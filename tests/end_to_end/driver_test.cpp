@@ -174,7 +174,7 @@ TEST(Driver, EveryOutputFormMatchesItsFormula) {
     for (std::uint32_t i = 0; i < frame.size(); ++i) {
         frame[i] = i % 32 < 9 ? 0 : 0xFF000007 | i % 32 << 16 | i / 32 << 8;
     }
-    constexpr std::int32_t kTilings[][3] = {{1, 1, 1}, {3, 2, 0}, {2, 1, 1}};
+    constexpr std::int32_t kTilings[][3] = {{1, 1, 1}, {3, 1, 0}, {1, 2, 1}};
     for (int form = 0; form < 24; ++form) {
         const bool own = form & 1;  // through the module's own bitmap
         const bool levels = form & 2;

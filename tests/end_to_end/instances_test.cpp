@@ -90,19 +90,21 @@ public:
     HWND handle = created_.get_future().get();
 };
 
-enum class CallersDc { InUse, Released, LentToAnotherWindow };
+enum class CallersDc { InUse, Released, LentToAnotherWindow, LentBesideARival };
 
 /// A window of a class that shares its device contexts, and a context that is current on it although its
 /// device context may have been released. The context could also draw on the module's window.
 struct Caller {
-    explicit Caller(CallersDc state) {
+    explicit Caller(CallersDc state) : found(state != CallersDc::LentBesideARival) {
         HDC dc = GetDC(window.handle);
-        PIXELFORMATDESCRIPTOR format = {};
-        format.nSize = sizeof(format);
-        format.nVersion = 1;
-        format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
-        format.cColorBits = 32;
-        SetPixelFormat(dc, ChoosePixelFormat(dc, &format), &format);
+        for (HDC formatted : {dc, found ? nullptr : GetDC(rival.Get())}) {
+            PIXELFORMATDESCRIPTOR format = {};
+            format.nSize = sizeof(format);
+            format.nVersion = 1;
+            format.dwFlags = PFD_DRAW_TO_WINDOW | PFD_SUPPORT_OPENGL | PFD_DOUBLEBUFFER;
+            format.cColorBits = 32;
+            SetPixelFormat(formatted, ChoosePixelFormat(formatted, &format), &format);
+        }
         context = wglCreateContext(dc);
         EXPECT_TRUE(wglMakeCurrent(dc, context));
         glClearColor(0.2F, 0.4F, 0.6F, 1.0F);
@@ -111,16 +113,16 @@ struct Caller {
             ReleaseDC(window.handle, dc);
         }
         int attempts = 0;
-        while (state == CallersDc::LentToAnotherWindow && GetDC(another.Get()) != dc && ++attempts < 100) {
+        while (state >= CallersDc::LentToAnotherWindow && GetDC(another.Get()) != dc && ++attempts < 100) {
         }
         EXPECT_LT(attempts, 100) << "the device context is not lent again";
     }
     /// What the window shows, through the current context.
     void ExpectCurrent(const char* when) const {
-        EXPECT_EQ(wglGetCurrentContext(), context) << when;
+        EXPECT_EQ(wglGetCurrentContext(), found ? context : nullptr) << when;
         std::uint32_t pixel = 0;
         glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, &pixel);
-        EXPECT_EQ(pixel, 0xFF996633U) << "another window " << when;
+        EXPECT_EQ(pixel, found ? 0xFF996633U : 0) << "another window " << when;
     }
     ~Caller() {
         wglMakeCurrent(nullptr, nullptr);
@@ -129,11 +131,14 @@ struct Caller {
 
     ThreadWindow window;
     UniqueWindow another = NewWindow();
+    UniqueWindow rival = NewWindow();  ///< with a pixel format, too, if the window cannot be found
     HGLRC context;
+    bool found;
 };
 
 TEST(Instances, EveryExportRestoresTheCallersGlContext) {
-    for (const CallersDc state : {CallersDc::InUse, CallersDc::Released, CallersDc::LentToAnotherWindow}) {
+    for (const CallersDc state : {CallersDc::InUse, CallersDc::Released, CallersDc::LentToAnotherWindow,
+                                  CallersDc::LentBesideARival}) {
         SCOPED_TRACE(static_cast<int>(state));
         const Caller caller(state);
         ModuleRun good(kCounter);

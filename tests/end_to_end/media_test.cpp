@@ -89,18 +89,22 @@ TEST(Media, TallPicturesTurnOverAndPaddedRowsAreSkipped) {
     const TempFolder folder;
     const std::string tall = folder.Write("t.bmp", Bmp(4, kRows, [](int, int y) { return 0x010203 * y; }));
     std::vector<Input> inputs = {Medium(0, "texture", tall),
-                                 Medium(1, "texture", Picture("sheared_rgb8.png"))};
+                                 Medium(1, "texture", Picture("sheared_rgb8.png")),
+                                 Medium(2, "texture", Picture("sheared_rgb8.png"))};
     inputs[1].vflip = "false";
     const DrawnRun run(
         "c = p.x < 4.0 ? texelFetch(iChannel0, ivec2(0, int(p.y) * 3), 0)\n"
-        "    : texelFetch(iChannel1, ivec2(p) % ivec2(4, 3), 0);",
+        "    : p.x < 8.0 ? texelFetch(iChannel1, ivec2(p) % ivec2(4, 3), 0)\n"
+        "    : texelFetch(iChannel2, ivec2(p) % ivec2(4, 3), 0);",
         inputs);
     for (int y = 0; y < kRows / 3; ++y) {
         EXPECT_EQ(run.Pixel(0, y), static_cast<unsigned>(0x010203 * (kRows - 1 - 3 * y))) << y;
     }
     for (int i = 0; i < 9; ++i) {
         const int at = i / 3 * 4 + i % 3;
-        EXPECT_EQ(run.Pixel(4 + i % 3, i / 3), at < 9 ? TexelOf(1, at % 3, at / 3) & 0xFFFFFF : 0) << i;
+        const std::uint32_t texel = at < 9 ? TexelOf(1, at % 3, at / 3) & 0xFFFFFF : 0;
+        EXPECT_EQ(run.Pixel(4 + i % 3, i / 3), texel) << i;
+        EXPECT_EQ(run.Pixel(8 + i % 3, 2 - i / 3), texel) << i << ", upside down";
     }
 }
 

@@ -104,8 +104,9 @@ TEST(Playlist, OneThatYieldsNoLineIsReportedWithTheCause) {
         const preview::StagedShader playlist = Playlist(lines);
         const std::string path = "D:\\Moonreel\\Pixelforge\\Playlists\\" + playlist.PlaylistName();
         const DWORD sharing = lines.starts_with("locked") ? 0 : FILE_SHARE_READ | FILE_SHARE_DELETE;
-        const UniqueKernelHandle held = AdoptFileHandle(CreateFileA(
-            path.c_str(), GENERIC_READ, sharing, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        const UniqueKernelHandle held =
+            AdoptFileHandle(CreateFileA(path.c_str(), GENERIC_READ | DELETE, sharing, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
         const preview::DebugCapture capture;
         preview::HostSession session(module,
                                      {.width = 16, .height = 16, .playlistName = playlist.PlaylistName()});

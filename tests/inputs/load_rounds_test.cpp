@@ -149,24 +149,25 @@ void AnotherSubclassOnTopStillCallsIt() {
     ExitIfPinned();
 }
 
-void TheWindowsProcedureUnloadsItDuringACall() {
+void TheWindowsProcedureEndsItsInstanceDuringACall() {
     static std::optional<LiveRun> run;
-    const WNDPROC unload = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
+    const WNDPROC end = [](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
         if (message == WM_APP) {
-            run.reset();
+            run->Session().Close();
         }
         return DefWindowProcW(window, message, w, l);
     };
-    preview::HostWindow window(32, 24, {.procedure = unload});
+    preview::HostWindow window(32, 24, {.procedure = end});
     run.emplace("music", kWhite, &window);
     EXPECT_EQ(run->Frame(), FrameResult::Drawn);
     SendMessageW(window.Handle(), WM_APP, 0, 0);
+    run.reset();
     ExitIfPinned();
 }
 
 TEST_F(PinnedModule, SurvivesWhileAWindowMayCallIt) {
     EXPECT_EXIT(AnotherSubclassOnTopStillCallsIt(), testing::ExitedWithCode(0), "still loaded");
-    EXPECT_EXIT(TheWindowsProcedureUnloadsItDuringACall(), testing::ExitedWithCode(0), "still loaded");
+    EXPECT_EXIT(TheWindowsProcedureEndsItsInstanceDuringACall(), testing::ExitedWithCode(0), "still loaded");
 }
 
 }  // namespace

@@ -94,6 +94,9 @@ public:
         if (FAILED(result) || IsSet("packets", "empty")) {
             return FAILED(result) ? result : AUDCLNT_S_BUFFER_EMPTY;
         }
+        if (std::exchange(held_, true)) {
+            CountCall("misuse");
+        }
         if (!IsSet("null", "getbuffer")) {
             *data = &loop_[delivered_ % kLoopPackets * packetFrames_ * format_.frameBytes];
         }
@@ -102,7 +105,7 @@ public:
     }
 
     STDMETHODIMP ReleaseBuffer(UINT32 frames) override {
-        if (frames != packetFrames_) {
+        if (frames != packetFrames_ || !std::exchange(held_, false)) {
             CountCall("misuse");
         }
         ++delivered_;
@@ -148,6 +151,7 @@ private:
     std::vector<BYTE> loop_ = MakeLoop();
     const Clock::time_point start_ = Clock::now();
     std::uint64_t delivered_ = 0;
+    bool held_ = false;  ///< the caller has not released its packet
 };
 
 class AudioClient final : public ComObject<IAudioClient> {
