@@ -69,7 +69,7 @@ LONG CALLBACK AppendDebuggerText(EXCEPTION_POINTERS* pointers) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
-TEST(Driver, WithoutAPlaylistFramesPauseAndFailWithALineForDebuggers) {
+TEST(Driver, WithoutAPlaylistFramesFailWithALineForDebuggers) {
     const std::wstring missing = L"no such playlist: D:\\Moonreel\\Pixelforge\\Playlists\\";
     const std::pair<std::wstring, std::wstring> cases[] = {
         {L"", L"no playlist is selected"},
@@ -83,9 +83,7 @@ TEST(Driver, WithoutAPlaylistFramesPauseAndFailWithALineForDebuggers) {
         auto& selected = run.Session().Control("Playlist File(s)")->files.fileName;
         const std::wstring usable = selected;
         CopyCut(selected, name);
-        const ULONGLONG start = GetTickCount64();
-        EXPECT_EQ(run.Frames(10), FrameResult::Failed);
-        EXPECT_TRUE(!name.empty() || GetTickCount64() - start >= 50) << "a host that retries would spin";
+        EXPECT_EQ(run.Frames(2), FrameResult::Failed);
         EXPECT_NE(std::exchange(debuggerText, {}).find(words), words.npos) << run.Words();
         CopyCut(selected, usable);
         run.Session().Context().height = 0;
