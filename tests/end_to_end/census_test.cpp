@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "tests/end_to_end/module_run.h"
-#include "tests/end_to_end/temp_folder.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::test {
 namespace {
