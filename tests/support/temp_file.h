@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/text.h"
+
 namespace pixelforge::test {
 
 /// A path that nobody else uses; what is there is deleted on destruction.
@@ -20,15 +22,17 @@ protected:
     explicit TempPath(std::wstring_view suffix) {
         static std::atomic<int> count = 0;
         const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
-        path_ /= L"pixelforge test " + std::to_wstring(stamp) + L"-" + std::to_wstring(++count);
-        path_ += suffix;
+        widePath_ += L"/pixelforge test " + std::to_wstring(stamp) + L"-" + std::to_wstring(++count);
+        const std::string path = Narrow(widePath_ += suffix, TextEncoding::Utf8).value();
+        path_ = std::filesystem::path(std::u8string(path.begin(), path.end())).lexically_normal();
     }
     ~TempPath() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
     }
 
-    std::filesystem::path path_ = std::filesystem::temp_directory_path();
+    std::wstring widePath_ = std::filesystem::temp_directory_path().wstring();
+    std::filesystem::path path_;
 };
 
 class TempFile : TempPath {
@@ -38,9 +42,6 @@ public:
     }
 
     const std::wstring& Path() const { return widePath_; }
-
-private:
-    const std::wstring widePath_ = path_.wstring();
 };
 
 class TempFolder : TempPath {
