@@ -13,7 +13,7 @@
 
 #include "bench/paired_runner.h"
 #include "tests/end_to_end/module_run.h"
-#include "tests/end_to_end/temp_folder.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::bench {
 namespace {

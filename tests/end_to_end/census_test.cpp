@@ -1,4 +1,5 @@
-// Counts what the module acquires and releases through its imports over the whole life of instances.
+// Counts what the module acquires and releases through its imports over the whole life of instances, what a
+// frame allocates, and how long a frame pauses.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -11,7 +12,7 @@
 #include <thread>
 
 #include "tests/end_to_end/module_run.h"
-#include "tests/end_to_end/temp_folder.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::test {
 namespace {
@@ -30,9 +31,12 @@ constexpr auto kCalls =
          "wglDeleteContext", "glGenTextures", "glDeleteTextures", "glGenSamplers", "glDeleteSamplers",
          "glGenFramebuffers", "glDeleteFramebuffers", "glGenBuffers", "glDeleteBuffers", "glGenVertexArrays",
          "glDeleteVertexArrays", "glCreateProgram", "glDeleteProgram", "glCreateShader", "glDeleteShader");
+constexpr std::size_t kAllocators = 8;  ///< the first of the calls
 
-/// Of this thread, as others may be in the middle of their work; by the function that would release.
-thread_local std::map<std::string_view, int> unreleased;
+// Of this thread, as others may be in the middle of their work.
+thread_local std::map<std::string_view, int> unreleased;  ///< by the function that would release
+thread_local int allocations = 0;
+thread_local DWORD paused = 0;  ///< milliseconds
 
 using Word = std::uintptr_t;
 /// With as many words as any of the functions has parameters; the others ignore the rest.
@@ -45,6 +49,7 @@ template <std::size_t kCall>
 Word Count(Word a, Word b, Word c, Word d, Word e, Word f, Word g) {
     constexpr std::string_view name = kCalls[kCall];
     const Word result = original<kCall>(a, b, c, d, e, f, g);
+    allocations += kCall < kAllocators && kCall % 2 == 0;
     const bool succeeded = result + 1 > 1 && (name != "realloc" || a == 0);  // 0 and -1 are failures
     if (name.starts_with("gl") || name == "ReleaseDC" || (kCall % 2 == 0 ? succeeded : a != 0)) {
         unreleased[kCalls[kCall | 1]] += kCall % 2 == 0 ? 1 : -1;
@@ -78,29 +83,51 @@ void CountImportsOf(HMODULE module) {
             const auto find = [](const char* gl) {
                 return Counted(gl, reinterpret_cast<Word>(wglGetProcAddress(gl)));
             };
-            *entry = name == "wglGetProcAddress" ? reinterpret_cast<Word>(+find) : Counted(name, *entry);
+            const auto pause = [](DWORD milliseconds) { paused += milliseconds; };
+            *entry = name == "wglGetProcAddress" ? reinterpret_cast<Word>(+find)
+                     : name == "Sleep"           ? reinterpret_cast<Word>(+pause)
+                                                 : Counted(name, *entry);
         }
     }
 }
 
-/// Fails once, then pre-initialises and loads twice with every kind of input.
+/// Fails, then pre-initialises and loads twice with every kind of input, on screen and off it.
 void UseInstances(const preview::ModuleLibrary& library) {
-    EXPECT_EQ(ModuleRun("no document", {}, library).Frames(2), FrameResult::Failed);
+    ModuleRun failing("no document", {}, library);
+    EXPECT_EQ(failing.Frames(2), FrameResult::Failed);
+    EXPECT_EQ(paused, 0U);
+    failing.Session().Control("Playlist File(s)")->files.fileName[0] = L'\0';
+    EXPECT_EQ(failing.Frames(2), FrameResult::Failed);
+    EXPECT_EQ(paused, 20U) << "without a playlist, a host that retries would spin";
+
     const std::string media = PIXELFORGE_SOURCE_DIR "/examples/media/";
     const std::string white = MainImage("c = vec4(1);");
     const std::vector<Input> live = {
         {.ctype = "keyboard"}, {.channel = 1, .ctype = "music"}, {.channel = 2, .ctype = "webcam"}};
-    const std::vector<Input> files = {{},
+    const std::vector<Input> files = {{.filter = "mipmap"},
                                       {.channel = 1, .ctype = "texture", .src = media + "room.png"},
                                       {.channel = 2, .ctype = "cubemap", .src = media + "evening.png"},
                                       {.channel = 3, .ctype = "volume", .src = media + "clouds.bin"}};
-    const std::string document = DocumentBuilder().Buffer('A', white, live).Image(white, files).Json();
-    ModuleRun run(document, {}, library);
-    run.Session().Control("Multi-Sample")->whole.value[0] = 1;
-    EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
-    EXPECT_TRUE(run.Session().Refit(40, 24));
-    EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
-    EXPECT_EQ(run.Words(), "");
+    const std::string cube = "void mainCubemap(out vec4 c, vec2 p, vec3 o, vec3 d) { c = vec4(d, 1); }";
+    const std::string document = DocumentBuilder()
+                                     .Buffer('A', white, live)
+                                     .Pass("cubemap", "Cube A", cube, {{.id = 41}})
+                                     .Image(white, files)
+                                     .Json();
+    for (const bool offscreen : {false, true}) {
+        RunOptions options;
+        options.levelOutput = offscreen;
+        options.settings = {{"Multi-Sample", "1"}, {"Foreground Only", "1"}, {"X Tiling", "3"}};
+        ModuleRun run(document, options, library);
+        EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+        const int before = allocations;
+        EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+        EXPECT_EQ(allocations, before) << "in the steady state";
+        EXPECT_TRUE(run.Session().Refit(40, 24));
+        EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+        EXPECT_EQ(run.Words(), "");
+    }
+    EXPECT_GT(allocations, 0);
 }
 
 /// Its own copy of the module, which no other test keeps loaded.

@@ -10,7 +10,7 @@
 
 #include "base/text.h"
 #include "tests/end_to_end/module_run.h"
-#include "tests/end_to_end/temp_folder.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::test {
 namespace {
@@ -28,21 +28,6 @@ std::string TextOf(const fs::path& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-/// The program, library and data folders that this program sees as the module's host, one per line. `longer`
-/// is appended to its path.
-std::string FoldersSeenBy(const fs::path& host, const std::wstring& longer) {
-    const fs::path output = fs::temp_directory_path() / "folders seen by a host";
-    fs::create_directories(host.parent_path());
-    fs::copy_file(kPrograms / "host_probe.exe", host, fs::copy_options::overwrite_existing);
-    _wspawnl(_P_WAIT, host.c_str(), Quoted(host).c_str(), Quoted(kPrograms / "Pixelforge.dll").c_str(),
-             Quoted(output).c_str(), longer.empty() ? nullptr : longer.c_str(),
-             static_cast<wchar_t*>(nullptr));
-    const std::string lines = TextOf(output);
-    fs::remove(output);
-    fs::remove(host);
-    return lines;
-}
-
 /// Removes a folder and its parents while they are empty: other hosts may be using them. Never removes a
 /// drive's root.
 void RemoveEmptyFolders(fs::path folder) {
@@ -54,37 +39,34 @@ void RemoveEmptyFolders(fs::path folder) {
 
 TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
     const TempFolder temp;
+    const fs::path output = temp.Path() / "folders";
     const fs::path portable = temp.Path();
     const fs::path installed = fs::path(_wgetenv(L"ProgramFiles")) / "Larkvane" / "Moonreel";
     const fs::path ofTheUser = fs::path(_wgetenv(L"APPDATA")) / "Larkvane" / "Moonreel";
-    const fs::path developed = "D:\\C\\Projects\\pixelforge test";
     const struct {
         fs::path host, program, library, data;
-        std::wstring longer = {};
+        std::wstring longer;  ///< is appended to the host's path
     } cases[] = {
-        {portable / "h.exe", portable, portable / "DLL", portable},
-        {installed / "test" / "h.exe", installed, installed / "DLL", ofTheUser},
-        {developed / "h.exe", developed, developed, "D:\\Moonreel"},
+        {portable / "h.exe", portable, portable / "DLL", portable, L""},
+        {installed / "test" / "h.exe", installed, installed / "DLL", ofTheUser, L""},
         {portable / "h.exe", "", "\\DLL", "", std::wstring(240, L'x')},
     };
     for (const auto& [host, program, library, data, longer] : cases) {
+        fs::create_directories(host.parent_path());
         const fs::path tree = (data.empty() ? "\\" : data) / "Pixelforge";
-        const bool cacheWasThere = fs::exists(tree / "PixelforgeCache");
         fs::create_directories(tree.parent_path());
-        EXPECT_EQ(FoldersSeenBy(host, longer),
-                  program.string() + "\n" + library.string() + "\n" + data.string() + "\n");
+        fs::copy_file(kPrograms / "host_probe.exe", host, fs::copy_options::overwrite_existing);
+        _wspawnl(_P_WAIT, host.c_str(), Quoted(host).c_str(), Quoted(kPrograms / "Pixelforge.dll").c_str(),
+                 Quoted(output).c_str(), longer.empty() ? nullptr : longer.c_str(),
+                 static_cast<wchar_t*>(nullptr));
+        fs::remove(host);
+        RemoveEmptyFolders(host.parent_path());
+        EXPECT_EQ(TextOf(output), program.string() + "\n" + library.string() + "\n" + data.string() + "\n");
         for (const char* made :
              {"Shaders", "PixelforgeCache/Shaders", "PixelforgeCache/Assets", "PixelforgeCache/Searches"}) {
             EXPECT_EQ(fs::is_directory(tree / made), !data.empty()) << tree << ": " << made;
+            RemoveEmptyFolders(tree / made);
         }
-        if (program == portable || data.empty()) {
-            continue;  // the temporary folder removes itself
-        }
-        if (!cacheWasThere) {
-            fs::remove_all(tree / "PixelforgeCache");
-        }
-        RemoveEmptyFolders(tree / "Shaders");
-        RemoveEmptyFolders(host.parent_path());
     }
 }
 

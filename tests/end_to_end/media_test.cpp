@@ -8,7 +8,7 @@
 
 #include "base/text.h"
 #include "tests/end_to_end/module_run.h"
-#include "tests/end_to_end/temp_folder.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::test {
 namespace {
@@ -83,8 +83,8 @@ TEST(Media, PicturesOfEachDepthShowTheirPixels) {
     }
 }
 
-/// The rows of the second picture follow each other without padding, but are read with it.
-TEST(Media, TallPicturesTurnOverAndPaddedRowsAreSkipped) {
+/// The rows are uploaded in several bands.
+TEST(Media, TallPicturesTurnOver) {
     constexpr int kRows = 70;
     const TempFolder folder;
     const std::string tall = folder.Write("t.bmp", Bmp(4, kRows, [](int, int y) { return 0x010203 * y; }));
@@ -212,32 +212,29 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
     const TempFolder folder;
     const auto grey = [](int, int) { return 0x808080; };
     const std::string square = Bmp(4, 4, grey);
+    const std::string oblong = Bmp(8, 4, grey);
     std::string deep = square + std::string(16, '\0');
     deep[28] = 32;  // bits per pixel
-    for (int face = 1; face < 6; ++face) {
-        const std::string end = "_" + std::to_string(face) + ".bmp";
-        folder.Write("deep" + end, face == 5 ? deep : square);
-        folder.Write("odd" + end, face == 5 ? Bmp(8, 8, grey) : square);
-        folder.Write("bad" + end, face == 3 ? "" : square);
-        folder.Write("oblong" + end, Bmp(8, 4, grey));
-        folder.Write(face == 3 ? "other" : "gap" + end, square);
-    }
-    const struct {
-        Input input;
-        std::string words;
-    } cases[] = {
-        {Medium(0, "texture", folder.Write("empty.png", "")), "empty.png: not a picture"},
+    /// A cube map whose last face and whose other faces have these contents.
+    const auto cube = [&](const std::string& name, const std::string& last, const std::string& others) {
+        for (const char* end : {"", "_1", "_2", "_3", "_4"}) {
+            folder.Write(name + end + ".bmp", others);
+        }
+        folder.Write(name + "_5.bmp", last);
+        return Medium(0, "cubemap", (folder.Path() / (name + ".bmp")).string());
+    };
+    Input gap = cube("gap", square, square);
+    std::filesystem::remove(folder.Path() / "gap_5.bmp");
+    const std::pair<Input, std::string> cases[] = {
         {Medium(0, "texture", Picture("grey16.png")), "grey16.png: 16-bit pictures"},
-        {Medium(0, "texture", Picture("grey1.png")), "grey1.png: 1-bit pictures"},
         {Medium(0, "texture", "no-such-file.png"), "no-such-file.png: no such file"},
-        {Medium(0, "texture", "NUL"), "NUL: it names no file that this document may use"},
-        {Medium(0, "texture", "a\x1B[31m"), "a?[31m: it names no file"},
+        {Medium(0, "texture", "a\x1B[31m"), "a?[31m: it names no file that this document may use"},
         {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
-        {Medium(0, "cubemap", folder.Write("odd.bmp", square)), "odd.bmp: its six faces"},
-        {Medium(0, "cubemap", folder.Write("deep.bmp", square)), "deep.bmp: its six faces"},
-        {Medium(0, "cubemap", folder.Write("oblong.bmp", Bmp(8, 4, grey))), "oblong.bmp: its six faces"},
-        {Medium(0, "cubemap", folder.Write("gap.bmp", square)), "gap.bmp: its six faces"},
-        {Medium(0, "cubemap", folder.Write("bad.bmp", square)), "bad.bmp: face 3: not a picture"},
+        {cube("odd", Bmp(8, 8, grey), square), "odd.bmp: its six faces"},
+        {cube("deep", deep, square), "deep.bmp: its six faces"},
+        {cube("oblong", oblong, oblong), "oblong.bmp: its six faces"},
+        {gap, "gap.bmp: its six faces"},
+        {cube("bad", "", square), "bad.bmp: face 5: not a picture"},
         {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: not a volume"},
         {Medium(0, "volume", folder.Write("lie.bin", Volume(2, 23))), "lie.bin: "},
     };
@@ -245,7 +242,7 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
         const std::string at = input.ctype == "texture" ? "vec2(0.5)" : "vec3(0.5)";
         DrawnRun run("c = vec4(texture(iChannel0, " + at + ").rgb + iChannelResolution[0], 1) + 0.2;",
                      {input});
-        EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
+        EXPECT_EQ(run.Frame(), FrameResult::Drawn);
         EXPECT_EQ(run.Pixel(5, 5), 0x333333u) << words;
         EXPECT_THAT(run.Words(), AllOf(StartsWith("Pixelforge: Image, iChannel0 stays empty: "),
                                        HasSubstr(words), Not(HasSubstr("\nP"))));

@@ -1,5 +1,6 @@
 // The program as a user starts it: arguments, then status, words and files.
 #include <gmock/gmock.h>
+
 #include <windows.h>
 
 #include <shellapi.h>
@@ -12,18 +13,21 @@
 #include <sstream>
 
 #include "base/bitmap.h"
+#include "base/load_error.h"
 #include "base/win_handles.h"
 #include "media/image_decoder.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 #include "preview/host/module_library.h"
 #include "preview/options.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
 namespace {
 
-using std::filesystem::path;
 using testing::HasSubstr;
+
+using std::filesystem::path;
 
 /// 8 x 8 frames: white, grey and black columns.
 constexpr const char* kColumns =
@@ -40,33 +44,25 @@ struct Row {
 
 class CommandLine : public testing::Test {
 protected:
-    CommandLine()
-        : folder_(std::filesystem::temp_directory_path() /
-                  ("preview " + std::to_string(GetCurrentProcessId()))) {
-        std::filesystem::create_directories(folder_);
-        Write("a.glsl", kColumns);
-        Write("kept.png", "kept");
-        Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
-        Write("resize", "1 resize 16 4");
-        Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
-        Write("list", "p.json\n");
+    CommandLine() {
+        folder_.Write("a.glsl", kColumns);
+        folder_.Write("kept.png", "kept");
+        folder_.Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
+        folder_.Write("resize", "1 resize 16 4");
+        folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
+        folder_.Write("list", "p.json\n");
     }
-    ~CommandLine() override {
-        End(1);
-        std::filesystem::remove_all(folder_);
-    }
+    ~CommandLine() override { End(1); }
 
-    void Write(const char* name, const char* text) const {
-        std::ofstream(folder_ / name, std::ios::binary) << text;
-    }
+    path File(const char* name) const { return folder_.Path() / name; }
     std::string Text(const char* name) const {
-        return (std::ostringstream() << std::ifstream(folder_ / name, std::ios::binary).rdbuf()).str();
+        return (std::ostringstream() << std::ifstream(File(name), std::ios::binary).rdbuf()).str();
     }
 
     /// Standard output goes to the other end of `output`, or with the errors to the file "words".
     void Start(const std::string& arguments, HANDLE output = nullptr) {
         SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-        words_ = AdoptFileHandle(CreateFileW((folder_ / "words").c_str(), FILE_APPEND_DATA, FILE_SHARE_READ,
+        words_ = AdoptFileHandle(CreateFileW(File("words").c_str(), FILE_APPEND_DATA, FILE_SHARE_READ,
                                              &inherited, CREATE_ALWAYS, 0, nullptr));
         STARTUPINFOW startup = {};
         startup.cb = sizeof startup;
@@ -77,9 +73,26 @@ protected:
         std::wstring line = L"preview " + FromUtf8(arguments);
         PROCESS_INFORMATION process = {};
         ASSERT_TRUE(CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                   folder_.c_str(), &startup, &process));
+                                   folder_.Path().c_str(), &startup, &process));
         process_ = UniqueKernelHandle(process.hProcess);
         CloseHandle(process.hThread);
+    }
+
+    /// Starts the program, which has then drawn its first frame and waits for the reader of the video.
+    void StartPiped(const std::string& arguments) {
+        HANDLE reader = nullptr;
+        HANDLE writer = nullptr;
+        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
+        ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited, 1024));
+        reader_ = UniqueKernelHandle(reader);
+        Start(arguments + " --size 64x64 --video -", writer);
+        CloseHandle(writer);
+        EXPECT_TRUE(Read());
+    }
+    bool Read() const {
+        char bytes[16];
+        DWORD got = 0;
+        return ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr) && got > 0;
     }
 
     DWORD End(DWORD patience = 60'000) {
@@ -94,10 +107,10 @@ protected:
     }
 
     /// The upper row: W white, B black, otherwise "."
-    std::string UpperRow(const std::string& name) const {
+    std::string UpperRow(const char* name) const {
         std::string reason;
         std::string row;
-        const UniqueBitmap bitmap = DecodeImageFile((folder_ / name).c_str(), reason);
+        const UniqueBitmap bitmap = DecodeImageFile(File(name).c_str(), reason);
         const SectionPixels pixels = PixelsOf(bitmap.Get());
         for (std::size_t at = 0; at < 24 && at < pixels.bytes.size(); at += 3) {
             const int sum = pixels.bytes[at] + pixels.bytes[at + 1] + pixels.bytes[at + 2];
@@ -106,34 +119,16 @@ protected:
         return row + reason;
     }
 
-    void Check(const Row& row) {
-        SCOPED_TRACE(row.arguments);
-        Start(row.arguments);
-        EXPECT_EQ(End(), row.status);
-        EXPECT_THAT(Text("words"), HasSubstr(row.words));
-        for (const auto& [name, content] : row.files) {
-            if (!content) {
-                EXPECT_FALSE(std::filesystem::is_regular_file(folder_ / name)) << name;
-            } else if (path(name).extension() == ".png") {
-                EXPECT_THAT(UpperRow(name), HasSubstr(content)) << name;
-            } else {
-                EXPECT_THAT(Text(name), HasSubstr(content)) << name;
-            }
-        }
-    }
-
-    path folder_;
+    const test::TempFolder folder_;
     UniqueKernelHandle process_;
     UniqueKernelHandle words_;
+    UniqueKernelHandle reader_;
 };
-
-;
 
 /// Arguments and a part of the message.
 const std::pair<const char*, const char*> kWrongUsage[] = {
     {"a.glsl --no-such", "--no-such"},
     {"a.glsl --playlist list", "specify only one of"},
-    {"--playlist list --id i", "specify only one of"},
     {"--id abcdefghijklmnopqrst", "--id"},
     {"--forget \xE4\xB8\xAD", "--forget"},
     {"a.glsl --size 64", "\"64\""},
@@ -145,7 +140,6 @@ const std::pair<const char*, const char*> kWrongUsage[] = {
     {"a.glsl --set Speed", "Label=value"},
     {"a.glsl --tiles 33x1", "32"},
     {"a.glsl --window --bench", "--bench"},
-    {"a.glsl --fullscreen --check", "--check"},
     {"a.glsl --scale 0.5", "--scale"},
     {"a.glsl --window --scale 4.1", "--scale"},
     {"a.glsl --window --scale nan", "--scale"},
@@ -157,7 +151,6 @@ const std::pair<const char*, const char*> kWrongUsage[] = {
     {"--playlist list --watch", "shader file"},
     {"a.glsl --video v --size 64x47", "even"},
     {"a.glsl --video v --real-time", "--video"},
-    {"a.glsl --video v --window", "--video"},
     {"a.glsl --rate 30", "--rate"},
     {"a.glsl --pack a.glsl", ".json"},
     {"a.glsl --pack b.json --check", "--pack"},
@@ -185,18 +178,16 @@ const Row kRuns[] = {
     {"a.glsl --check", 0, "plain shader"},
     {"a.glsl --info", 0, "Shader"},
     {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "WWWW..BB"}}},
-    {"a.glsl --size 8x8 --frames 2 --frames-dir d/e --report d/r.json",
+    {"a.glsl --frames 2 --report d/r.json", 0, "picture     none", {{"d/r.json", "\"drawn\": 2"}}},
+    {"a.glsl --frames 2 --frames-dir d/e",
      0,
-     "picture     none",
-     {{"d/e/frame-00002.png", "WWWW..BB"}, {"d/e/frame-00003.png", nullptr}, {"d/r.json", "\"drawn\": 2"}}},
+     "",
+     {{"d/e/frame-00002.png", "W"}, {"d/e/frame-00003.png", nullptr}}},
     {"a.glsl --size 8x8 --frames 2 --levels 64 --png p.png", 0, "p.png", {{"p.png", "WWWW..BB"}}},
     {"a.glsl --size 8x8 --frames 2 --foreground --png p.png", 0, "p.png", {{"p.png", "WWWW...."}}},
     {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "WW.BWW.B"}}},
     {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "WW.BBB.W"}}},
-    {"a.glsl --size 8x8 --frames 2 --video v.y4m --rate 25",
-     0,
-     "none",
-     {{"v.y4m", "YUV4MPEG2 W8 H8 F25:1 "}}},
+    {"a.glsl --size 8x8 --video v.y4m --rate 25", 0, "none", {{"v.y4m", "YUV4MPEG2 W8 H8 F25:1 "}}},
     {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "whole frame"},
     {"a.glsl --size 8x8 --frames 2 --events resize", 0, "frame size  16 x 4"},
     {"a.glsl --size 8x8 --window --frames 8 --events keys", 0, "", {{"a-2.png", nullptr}, {"a-6.png", "W"}}},
@@ -220,47 +211,34 @@ TEST(Options, RejectWrongUsageWithAReason) {
 
 TEST_F(CommandLine, EndsWithStatusWordsAndFiles) {
     for (const Row& row : kRuns) {
-        Check(row);
+        SCOPED_TRACE(row.arguments);
+        Start(row.arguments);
+        EXPECT_EQ(End(), row.status);
+        EXPECT_THAT(Text("words"), HasSubstr(row.words));
+        for (const auto& [name, content] : row.files) {
+            const bool exists = std::filesystem::is_regular_file(File(name));
+            const bool isPicture = path(name).extension() == ".png";
+            EXPECT_EQ(exists, content != nullptr) << name;
+            EXPECT_THAT(exists && isPicture ? UpperRow(name) : Text(name), HasSubstr(content ? content : ""));
+        }
     }
 }
 
-/// Runs the program until it has drawn its first frame and waits for the reader of the video.
-class PipedRun : public CommandLine {
-protected:
-    void StartPiped(const std::string& arguments) {
-        HANDLE reader = nullptr;
-        HANDLE writer = nullptr;
-        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-        ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited, 1024));
-        reader_ = UniqueKernelHandle(reader);
-        Start(arguments + " --size 64x64 --video -", writer);
-        CloseHandle(writer);
-        EXPECT_TRUE(Read());
-    }
-    bool Read() const {
-        char bytes[16];
-        DWORD got = 0;
-        return ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr) && got > 0;
-    }
-
-    UniqueKernelHandle reader_;
-};
-
-TEST_F(PipedRun, FailsIfOnlySomeFramesAreDrawn) {
-    Write("i.glsl", "vec4 f() { return vec4(1); }\n");
-    Write("uses.glsl", "#include \"i.glsl\"\nvoid mainImage(out vec4 c, in vec2 p) { c = f(); }\n");
-    Write("resize", "2 resize 16 4");
+TEST_F(CommandLine, FailsIfOnlySomeFramesAreDrawn) {
+    folder_.Write("i.glsl", "vec4 f() { return vec4(1); }\n");
+    folder_.Write("uses.glsl", "#include \"i.glsl\"\nvoid mainImage(out vec4 c, in vec2 p) { c = f(); }\n");
+    folder_.Write("resize", "2 resize 16 4");
     StartPiped("uses.glsl --frames 4 --events resize");
-    std::filesystem::remove(folder_ / "i.glsl");
+    std::filesystem::remove(File("i.glsl"));
     while (Read()) {
     }
     EXPECT_EQ(End(), 1U);
     EXPECT_THAT(Text("words"), HasSubstr("2 frames failed"));
 }
 
-TEST_F(PipedRun, RemovesItsFilesIfItCrashes) {
+TEST_F(CommandLine, RemovesItsFilesIfItCrashes) {
     const std::string mark = "// " + std::to_string(GetCurrentProcessId());
-    Write("c.glsl", (mark + "\n" + kColumns).c_str());
+    folder_.Write("c.glsl", mark + "\n" + kColumns);
     const auto staged = [&] {
         std::size_t count = 0;
         std::error_code none;  // The last program that ends removes the folder.
@@ -279,6 +257,51 @@ TEST_F(PipedRun, RemovesItsFilesIfItCrashes) {
     EXPECT_EQ(End(), 1U);
     EXPECT_THAT(Text("words"), HasSubstr("the module crashed (exception 0xC0000005)"));
     EXPECT_EQ(staged(), 0U);
+}
+
+TEST(Options, ImplyOtherOptions) {
+    EXPECT_EQ(ParseOptions({"a.json", "--check"}).frames, 1);
+    EXPECT_EQ(ParseOptions({"a.json", "--check", "--size", "8x8"}).size.cx, 8);
+    for (const char* implied : {"--watch", "--fullscreen", "--window"}) {
+        const Options view = ParseOptions({"a.json", implied});
+        EXPECT_TRUE(view.window && view.realTime && view.frames == 0) << implied;
+    }
+    const Options set = ParseOptions({"a.json", "--window", "--set", "Speed=0.1", "--frames", "7"});
+    EXPECT_TRUE(!set.realTime && set.frames == 7);
+    EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
+    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
+    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--set", "Speed=0"}).settings.size(), 1u);
+    std::string joined;
+    for (const ControlSetting& setting :
+         ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings) {
+        joined += setting.label + "=" + setting.value + ";";
+    }
+    EXPECT_EQ(joined, "X Tiling=3;Y Tiling=2;Mirroring=false;Foreground Only=true;X Tiling=4;");
+}
+
+TEST(Options, OpenADroppedFile) {
+    const Options shown = ParseOptions({"--id", "i", "--window"});
+    for (const auto& [name, command] : {std::pair(L"a b.glsl", "preview \"a b.glsl\""),
+                                        {L"b.Playlist", "preview --playlist b.Playlist"},
+                                        {L"c.PNG", "a picture needs a shader"}}) {
+        std::ofstream(std::filesystem::path(name)) << "a\n";
+        Options next;
+        const std::string failure = FailureOf([&] { next = OptionsForFile(shown, name, {}); });
+        EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(command));
+        EXPECT_EQ(next.source.path.empty(), !failure.empty());
+        std::filesystem::remove(name);
+    }
+    EXPECT_THROW(OptionsForFile(shown, L"missing.json", {}), HostError);
+    std::ofstream("c.png").put(' ');
+    std::ofstream("c.txt").put('a');
+    EXPECT_THROW(OptionsForFile(shown, L"c.txt", {}), HostError) << "no line break";
+    std::filesystem::remove("c.txt");
+    const Options picture =
+        OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png", {.size = {7, 9}, .scale = 0.5});
+    EXPECT_EQ(picture.source.name + picture.picturePath, "a.jsonc.png");
+    EXPECT_EQ(picture.scale, 0.5);
+    EXPECT_EQ(picture.size.cx, 7);
+    std::filesystem::remove("c.png");
 }
 
 }  // namespace

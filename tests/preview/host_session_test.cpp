@@ -114,19 +114,6 @@ TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
     EXPECT_NE(speeds[2], 1.0F / 60);
 }
 
-TEST(HostSessionTest, RejectsLevelsAndForegroundWithTiles) {
-    const ControlSetting foreground = {"Foreground Only", "true"};
-    const ControlSetting tiles = {"Y Tiling", "2"};
-    HostSession alone(kModule, {.settings = {foreground}, .autoOffscreen = true});
-    alone.Open();
-    for (const SessionOptions& options :
-         {SessionOptions{.settings = {tiles, foreground}, .autoOffscreen = true},
-          SessionOptions{.settings = {tiles}, .levelOutput = 1, .autoOffscreen = true}}) {
-        HostSession session(kModule, options);
-        EXPECT_THROW(session.Open(), HostError);
-    }
-}
-
 /// True if a text that starts like this is visible in a panel of the live view.
 bool IsShown(std::wstring_view start) {
     std::pair search(start, false);
@@ -210,20 +197,17 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
 }
 
-HDROP DropOf(const std::wstring& path) {
-    const HGLOBAL block = GlobalAlloc(GHND, sizeof(DROPFILES) + (path.size() + 2) * sizeof(wchar_t));
-    auto* drop = static_cast<DROPFILES*>(GlobalLock(block));
-    drop->pFiles = sizeof(DROPFILES);
-    drop->fWide = TRUE;
-    std::memcpy(drop + 1, path.data(), path.size() * sizeof(wchar_t));
-    GlobalUnlock(block);
-    return static_cast<HDROP>(block);
-}
+struct Drop {
+    DROPFILES header = {.pFiles = sizeof(DROPFILES), .pt = {}, .fNC = FALSE, .fWide = TRUE};
+    wchar_t files[16] = {};  ///< one, and an empty one
+};
 
+/// The receiver frees the drop. A fixed block's handle is its address.
 BOOL CALLBACK DropOnVisible(HWND window, LPARAM path) {
     if (IsWindowVisible(window)) {
-        PostMessageW(window, WM_DROPFILES,
-                     reinterpret_cast<WPARAM>(DropOf(reinterpret_cast<const wchar_t*>(path))), 0);
+        auto* drop = new (GlobalAlloc(GPTR, sizeof(Drop))) Drop;
+        CopyCut(drop->files, reinterpret_cast<const wchar_t*>(path));
+        PostMessageW(window, WM_DROPFILES, reinterpret_cast<WPARAM>(drop), 0);
     }
     return TRUE;
 }
@@ -261,73 +245,54 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     EXPECT_EQ(last.settings[0].label, "Multi-Sample");
 }
 
-class ControlChangesTest : public testing::Test {
-protected:
-    ControlChangesTest() {
-        session_.Open();
-        controls_.emplace(view_.Frame().Handle(), session_.Controls(), changes_, [] {});
-        controls_->Toggle();
-        controls_->Refresh();
-        panel_ = FindWindowW(nullptr, L"Controls");
-    }
-
-    /// The panel's control that follows its label by this many.
-    HWND Part(const wchar_t* label, int next) const {
-        HWND part = FindWindowExW(panel_, nullptr, nullptr, label);
+TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
+    ViewState state = {.size = {240, 120}, .realTime = true};
+    ViewWindow view(state);
+    HostSession session(kModule, {.autoOffscreen = true});
+    session.Open();
+    std::string said;
+    ControlChanges changes(session, state, [&](const auto& line) { said = ToUtf8(line); });
+    ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [] {});
+    controls.Toggle();
+    controls.Refresh();
+    HWND panel = nullptr;
+    do {
+        panel = FindWindowExW(nullptr, panel, nullptr, L"Controls");
+    } while (panel && GetWindowThreadProcessId(panel, nullptr) != GetCurrentThreadId());
+    const auto part = [panel](const wchar_t* label, int next = 0) {
+        HWND found = FindWindowExW(panel, nullptr, nullptr, label);
         for (; next > 0; --next) {
-            part = GetWindow(part, GW_HWNDNEXT);
+            found = GetWindow(found, GW_HWNDNEXT);
         }
-        return part;
-    }
-    void MoveSlider(const wchar_t* label, int position) const {
-        SendMessageW(Part(label, 1), TBM_SETPOS, TRUE, position);
-        SendMessageW(panel_, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(Part(label, 1)));
-    }
-    void EditField(const wchar_t* label, const wchar_t* text) const {
-        SetFocus(Part(label, 2));
-        SetWindowTextW(Part(label, 2), text);
-        SendMessageW(panel_, WM_COMMAND, IDOK, 0);
-    }
-    std::string ValueOf(const char* label) const { return ControlValueText(*session_.Control(label)); }
-
-    ViewState state_ = {.size = {240, 120}, .realTime = true};
-    ViewWindow view_{state_};
-    HostSession session_{kModule, {.autoOffscreen = true}};
-    std::string said_;
-    ControlChanges changes_{session_, state_, [this](auto& line) { said_ = ToUtf8(line); }};
-    std::optional<ControlPanel> controls_;
-    HWND panel_ = nullptr;
-};
-
-TEST_F(ControlChangesTest, SetsControlsFromThePanel) {
-    MoveSlider(L"X Tiling", 4);
-    EXPECT_EQ(ValueOf("X Tiling"), "4");
-    EditField(L"X Tiling", L"40");
-    EXPECT_THAT(said_, testing::HasSubstr("1 to 32"));
-    EXPECT_EQ(ValueOf("X Tiling"), "4");
-    SendMessageW(Part(L"Foreground Only", 0), BM_CLICK, 0, 0);
-    EXPECT_THAT(said_, testing::HasSubstr("cannot be combined"));
-    controls_->Refresh();
-    EXPECT_EQ(SendMessageW(Part(L"Foreground Only", 0), BM_GETCHECK, 0, 0), BST_UNCHECKED);
-    EXPECT_FALSE(changes_.TakeReload());
-    SendMessageW(Part(L"Fast Buffers", 0), BM_CLICK, 0, 0);
-    EXPECT_TRUE(changes_.TakeReload());
-    EXPECT_TRUE(state_.realTime);
-    EditField(L"Speed", L"0.5");
-    EXPECT_FALSE(state_.realTime);
-    EXPECT_EQ(changes_.Arguments(),
+        return found;
+    };
+    const auto edit = [&](const wchar_t* label, const wchar_t* text) {
+        SetFocus(part(label, 2));
+        SetWindowTextW(part(label, 2), text);
+        SendMessageW(panel, WM_COMMAND, IDOK, 0);
+    };
+    changes.ChangePace(0.5);
+    changes.ChangePace(-1.0);
+    RealTime(session).Advance(changes.Pace());
+    EXPECT_FLOAT_EQ(session.Control("Speed")->decimal.value[0], -0.5F / 60);
+    SendMessageW(part(L"X Tiling", 1), TBM_SETPOS, TRUE, 4);
+    SendMessageW(panel, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(part(L"X Tiling", 1)));
+    edit(L"X Tiling", L"40");
+    EXPECT_THAT(said, testing::HasSubstr("1 to 32"));
+    SendMessageW(part(L"Foreground Only"), BM_CLICK, 0, 0);
+    EXPECT_THAT(said, testing::HasSubstr("cannot be combined"));
+    controls.Refresh();
+    EXPECT_EQ(SendMessageW(part(L"Foreground Only"), BM_GETCHECK, 0, 0), BST_UNCHECKED);
+    EXPECT_FALSE(changes.TakeReload());
+    SendMessageW(part(L"Fast Buffers"), BM_CLICK, 0, 0);
+    EXPECT_TRUE(changes.TakeReload());
+    EXPECT_TRUE(state.realTime);
+    edit(L"Speed", L"0.5");
+    EXPECT_FALSE(state.realTime);
+    EXPECT_EQ(changes.Arguments(),
               " --window --size 240x120 --set Speed=0.5 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
-}
-
-TEST_F(ControlChangesTest, ChangesPaceAndScale) {
-    changes_.ChangePace(0.5);
-    changes_.ChangePace(-1.0);
-    EXPECT_EQ(changes_.Pace(), -0.5);
-    RealTime time(session_);
-    time.Advance(changes_.Pace());
-    EXPECT_FLOAT_EQ(session_.Control("Speed")->decimal.value[0], -0.5F / 60);
-    changes_.ChangeScale(0.5);
-    EXPECT_EQ(ScaledSize(state_.size, state_.scale).cx, 120);
+    changes.ChangeScale(0.5);
+    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 120);
 }
 
 TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {

@@ -1,16 +1,22 @@
-// What `preview` writes: PNG files, and the temporary files on drive D:.
+// What `preview` writes: reports, pictures, videos and temporary files; and what it captures.
 #include <gmock/gmock.h>
+
+#include <windows.h>
+
+#include <rapidjson/document.h>
 
 #include <filesystem>
 #include <numeric>
 #include <optional>
 #include <thread>
+#include <vector>
 
 #include "base/bitmap.h"
 #include "base/file.h"
 #include "media/image_decoder.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/frame_run.h"
+#include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 #include "preview/host/host_surface.h"
@@ -19,6 +25,52 @@
 
 namespace pixelforge::preview {
 namespace {
+
+using testing::ElementsAre;
+
+TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
+    std::vector<FrameRecord> frames = {{.result = FrameResult::Failed, .milliseconds = 900, .loading = true},
+                                       {.result = FrameResult::Drawn, .milliseconds = 500, .loading = true},
+                                       {.result = FrameResult::NothingDrawn, .milliseconds = 700}};
+    for (int i = 198; i > 0; --i) {
+        frames.push_back({.result = FrameResult::Drawn, .milliseconds = i + 0.0, .crc32 = 0xABu});
+    }
+    const std::string json =
+        ReportJson({.shader = "C:\\a \"b\".json", .frames = frames, .debugLines = {"\xC3\xA4"}});
+    rapidjson::Document report;
+    ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
+    EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
+    ASSERT_EQ(report["frames"].Size(), 201u);
+    EXPECT_EQ(report["frames"][2]["result"].GetInt(), 3);
+    EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
+    EXPECT_STREQ(report["debugOutput"][0].GetString(), "\xC3\xA4");
+    const rapidjson::Value& figures = report["statistics"];
+    for (const auto& [name, expected] : {std::pair("drawn", 199.0),
+                                         {"failed", 1.0},
+                                         {"measured", 198.0},
+                                         {"medianMilliseconds", 99.5},
+                                         {"percentile95Milliseconds", 189.0},
+                                         {"worstMilliseconds", 198.0},
+                                         {"framesPerSecond", 10.050}}) {
+        EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
+    }
+    EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
+}
+
+TEST(Report, ListsTheFailuresOfAPlaylist) {
+    rapidjson::Document report;
+    const std::vector<PlaylistFailure> failures = {{{12, "\xE4"}, "why"}};
+    report.Parse(ReportJson({.shader = "p", .failedPicks = failures}).c_str());
+    const rapidjson::Value& pick = report["failedPicks"][0];
+    EXPECT_EQ(pick["line"].GetInt(), 12);
+    EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
+    EXPECT_STREQ(pick["reason"].GetString(), "why");
+}
+
+TEST(Crc32, MatchesPngAndZipFiles) {
+    const std::uint8_t digits[] = {'1', '2', '3', '4', '5', '6', '7', '8', '9'};
+    EXPECT_EQ(Crc32(digits), 0xCBF43926u);
+}
 
 // All bytes differ, so that a flip, swapped channels or a wrong pitch fail.
 TEST(PngFile, HoldsTheFrameTheRightWayUpWithoutItsAlpha) {
@@ -66,11 +118,7 @@ TEST(VideoFile, HoldsEachFrameInLimitedRange) {
     }
 }
 
-std::wstring PlaylistPath(const StagedShader& shader) {
-    return L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(shader.PlaylistName());
-}
-
-TEST(StagedShader, RemovesTheFilesOfAKilledProgram) {
+TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKilledProgram) {
     const std::wstring folder = L"D:\\Moonreel\\Pixelforge\\Playlists";
     const std::wstring left[] = {L"D:\\Moonreel\\paa0aa9", folder + L"\\preview-aa0aa9.playlist"};
     const std::wstring foreign[] = {L"D:\\Moonreel\\paa0aa8", folder + L"\\preview-mine.playlist"};
@@ -79,24 +127,22 @@ TEST(StagedShader, RemovesTheFilesOfAKilledProgram) {
         WriteOutputFile(files[0], BytesOf("x"));
         WriteOutputFile(files[1], BytesOf("x"));
     }
-    StagedShader::OfDocument(BytesOf("1"));
+    std::optional first = StagedShader::OfDocument(BytesOf("1"));
     for (int i = 0; i < 2; ++i) {
         EXPECT_FALSE(IsExistingFile(left[i].c_str()));
         EXPECT_TRUE(std::filesystem::remove(foreign[i]));
     }
-}
-
-TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
-    std::optional first = StagedShader::OfDocument(BytesOf("1"));
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->AliasPath();
-    const std::wstring playlist = PlaylistPath(*first);
+    const auto playlistOf = [&](const StagedShader& shader) {
+        return folder + L"\\" + FromUtf8(shader.PlaylistName());
+    };
+    const std::wstring playlist = playlistOf(*first);
     EXPECT_EQ(ReadInputFile(playlist), ToUtf8(alias) + "\r\n");
-    EXPECT_EQ(ReadInputFile(PlaylistPath(OpenedShader::OfIdentifier("\xC3\xA4").Staged())), "\xE4\r\n");
+    EXPECT_EQ(ReadInputFile(playlistOf(OpenedShader::OfIdentifier("\xC3\xA4").Staged())), "\xE4\r\n");
     EXPECT_EQ(ReadInputFile(alias), "1");
     first.reset();
-    EXPECT_FALSE(IsExistingFile(playlist.c_str()));
-    EXPECT_FALSE(IsExistingFile(alias.c_str()));
+    EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
     EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
 }
 
@@ -124,6 +170,22 @@ TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
     EXPECT_THAT(ReadInputFile(shader.Staged().AliasPath()), testing::HasSubstr("mainImage"));
 }
 
+TEST(Examples, ArePackedFromTheirPlainShaders) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(PIXELFORGE_SOURCE_DIR "/examples")) {
+        const std::wstring stem = entry.path().stem();
+        if (entry.path().extension() == ".glsl" && stem.find(L'.') == stem.npos) {
+            const ShaderSource source = ReadShaderSource(entry.path(), {}, entry.path().string());
+            EXPECT_THAT(source.errors, ElementsAre());
+            EXPECT_EQ(source.document + "\n",
+                      ReadInputFile(std::filesystem::path(entry).replace_extension(".json")))
+                << "./run examples/NAME.glsl --pack examples/NAME.json";
+            ++count;
+        }
+    }
+    EXPECT_GT(count, 0);
+}
+
 TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
     const test::TempFile beside("x");
     const std::wstring name = beside.Path().substr(beside.Path().find_last_of(L"\\/") + 1);
@@ -135,6 +197,26 @@ TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
     }
     EXPECT_EQ(std::filesystem::current_path(), before);
     EXPECT_FALSE(WorkingFolder(L"C:\\no such folder\\file.json").Entered());
+}
+
+TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
+    DebugCapture capture;
+    OutputDebugStringA("narrow ");
+    OutputDebugStringW(L"wide \u00E4\r");
+    OutputDebugStringA("\n\nutf-8 \xC3\xA4\nunfin");
+    OutputDebugStringA("");
+    std::thread([] { OutputDebugStringW(L"ished"); }).join();
+    EXPECT_THAT(capture.Lines(), ElementsAre("narrow wide \xC3\xA4", "", "utf-8 \xC3\xA4", "unfinished"));
+    capture.Clear();
+    EXPECT_THAT(capture.Lines(), ElementsAre());
+}
+
+TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
+    const std::vector<std::string> lines = {"D:\\p1: no Image", "bad D:\\p1", "D:\\p1: no Image",
+                                            "Pixelforge: Image:3: \x1B[31merror\xC2\x9B"};
+    EXPECT_THAT(ReadableLines(lines, "D:\\p1", "my.json"),
+                ElementsAre("my.json: no Image", "bad my.json", "Image:3:  [31merror "));
+    EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "the name contains the alias";
 }
 
 }  // namespace

@@ -1,0 +1,188 @@
+// Texts that the host reads: control settings, event files, playlists and the notice.
+#include <gmock/gmock.h>
+
+#include <set>
+
+#include "module/controls.h"
+#include "module/overlay.h"
+#include "preview/host/host_controls.h"
+#include "preview/host/host_error.h"
+#include "preview/host/input_events.h"
+#include "preview/host/notice.h"
+#include "preview/host/playlist_lines.h"
+
+namespace pixelforge::preview {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::FieldsAre;
+using testing::HasSubstr;
+
+class HostControlsTest : public testing::Test {
+protected:
+    HostControlsTest() {
+        BuildControls(module_, &HostControls::Allocate, &controls_);
+        controls_.KeepDefaults();
+    }
+
+    std::string ValueOf(const std::string& label) { return ControlValueText(*controls_.Find(label)); }
+
+    ModuleInstance module_{};
+    HostControls controls_;
+};
+
+TEST_F(HostControlsTest, PassValidValuesToTheModule) {
+    for (const auto& [label, value] : {std::pair("Speed", "-0.5"),
+                                       {"Multi-Sample", "5"},
+                                       {"Draw Event", "false"},
+                                       {"Playlist File(s)", "l\xC3\xA4uft.playlist"},
+                                       {"Tile Mask", "8x4"}}) {
+        controls_.Apply({label, value});
+        EXPECT_EQ(ValueOf(label), value);
+    }
+    std::string changed;
+    for (const ControlSetting& setting : controls_.Changed()) {
+        changed += setting.label + "=" + setting.value + ";";
+    }
+    EXPECT_EQ(
+        changed,
+        "Speed=-0.5;Playlist File(s)=l\xC3\xA4uft.playlist;Multi-Sample=5;Tile Mask=8x4;Draw Event=false;");
+    EXPECT_EQ(DecimalValue(module_, control::kSpeed), -0.5F);
+    EXPECT_EQ(WholeValue(module_, control::kMultiSample), 5);
+    EXPECT_FALSE(SwitchValue(module_, control::kDrawEvent));
+    EXPECT_STREQ(module_.playlistFiles->files.fileName, L"l\u00E4uft.playlist");
+    EXPECT_EQ(module_.tiling.tileMask->mask.gridSize[1], 4);
+}
+
+TEST_F(HostControlsTest, KeepTheirValueIfTheNewOneIsInvalid) {
+    const std::pair<std::string, std::vector<std::string>> cases[] = {
+        {"Speed", {"", "x", "1.01", "-2", "0.5s", " 0.5", "nan", "inf", "1e99"}},
+        {"Multi-Sample", {"", "6", "-1", "2.0", "99999999999", "0x1"}},
+        {"Draw Event", {"", "2", "maybe"}},
+        {"Playlist File(s)", {std::string(kHostTextUnits, 'a'), "\xFF"}},
+        {"Tile Mask", {"", "8", "0x8", "33x1", "8x", "x8"}}};
+    for (const auto& [label, values] : cases) {
+        const std::string before = ValueOf(label);
+        for (const std::string& value : values) {
+            EXPECT_THROW(controls_.Apply({label, value}), HostError) << label << "=" << value;
+            EXPECT_EQ(ValueOf(label), before) << value;
+        }
+    }
+    EXPECT_THROW(controls_.Apply({"General", "1"}), HostError) << "a group header is not a control";
+}
+
+TEST(InputEvents, AreSortedByFrame) {
+    using enum EventKind;
+    const auto events = ParseInputEvents(
+        "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
+        "6 button-up 1 2\n7 resize 640 360",
+        "f");
+    EXPECT_THAT(events, ElementsAre(FieldsAre(0, KeyDown, 65, 0), FieldsAre(5, MouseMove, -3, 40),
+                                    FieldsAre(5, ButtonDown, 1, 2), FieldsAre(6, ButtonUp, 1, 2),
+                                    FieldsAre(7, Resize, 640, 360), FieldsAre(20, KeyUp, 65, 0)));
+}
+
+TEST(InputEvents, ReportAnInvalidLineByNumber) {
+    for (const char* line : {"x", "5", "5 jump 1", "-1 key-up 1", "1 key-up 256", "1 key-up", "1 key-up 1 2",
+                             "1 mouse-move 1 40000", "1 resize 0 4", "99999999999 key-up 1", "1 key-up 1x"}) {
+        EXPECT_THAT([&] { ParseInputEvents("\n0 key-down 1\n" + std::string(line), "in.txt"); },
+                    testing::ThrowsMessage<HostError>(testing::HasSubstr("in.txt:3:")))
+            << line;
+    }
+}
+
+TEST(PlaylistLines, AreThoseThatTheModulePicksFromWithTheirNumbers) {
+    std::string found;
+    for (const PlaylistLine& line : SplitPlaylist("\r\na\r\n\r\nb\n\rc\rd \xE4\x01\nunfinished")) {
+        found += std::to_string(line.number) + line.Name() + ";";
+    }
+    EXPECT_EQ(found, "2a;4b;5c;6d \xC3\xA4 ;");
+    EXPECT_TRUE(SplitPlaylist(std::string("a\0b\n", 4)).empty());
+}
+
+TEST(PlaylistLines, AreAppendedOnceAndAsLinesOfTheirOwn) {
+    EXPECT_EQ(LineToAppend("", "a"), "a\r\n");
+    EXPECT_EQ(LineToAppend("b\r", "a"), "a\r\n");
+    EXPECT_EQ(LineToAppend("b\na", "a"), "\r\na\r\n") << "the module ignores an unfinished line";
+    EXPECT_EQ(LineToAppend("b\na\n", "a"), "");
+}
+
+TEST(PlaylistOrder, ShowsEachLineOnceARound) {
+    PlaylistOrder order(SplitPlaylist("a\nb\nc\nd\ne\n"));
+    std::string previous;
+    for (int round = 0; round < 500; ++round) {
+        std::set<std::string> shown;
+        for (int i = 0; i < 5; ++i, order.Next()) {
+            EXPECT_TRUE(shown.insert(order.Current().bytes).second);
+            EXPECT_NE(order.Current().bytes, previous);
+            previous = order.Current().bytes;
+        }
+    }
+}
+
+TEST(PlaylistOrder, GoesBackToTheLinesThatWereShown) {
+    PlaylistOrder order(SplitPlaylist("a\nb\nc\nd\n"));
+    std::vector<std::string> names;
+    for (const bool failed : {true, false, true, false}) {
+        names.push_back(order.Current().bytes);
+        if (failed) {
+            order.MarkFailed("why");
+        }
+        if (names.size() < 4) {
+            order.Next();
+        }
+    }
+    EXPECT_TRUE(order.Previous());
+    EXPECT_EQ(order.Current().bytes, names[1]);
+    EXPECT_FALSE(order.Previous());
+    order.Next();
+    EXPECT_EQ(order.Current().bytes, names[3]);
+    ASSERT_EQ(order.Failures().size(), 2u);
+    EXPECT_LT(order.Failures()[0].line.number, order.Failures()[1].line.number);
+    EXPECT_EQ(order.Failures()[0].reason, "why");
+}
+
+std::optional<Notice> Compose(std::wstring_view name, std::wstring_view author, std::wstring_view description,
+                              const wchar_t* editor = L"") {
+    ShaderInfo info = {};
+    CopyCut(info.id, L"abc123");
+    CopyCut(info.name, name);
+    CopyCut(info.username, author);
+    CopyCut(info.description, description);
+    wchar_t text[4096] = {};
+    EXPECT_TRUE(ComposeInfoText(info, editor, text));
+    return ReadNotice(text);
+}
+
+TEST(Notice, HoldsTheShadersTextsUnchanged) {
+    for (const std::wstring& text :
+         {std::wstring(L"plain"), std::wstring(), std::wstring(L"}}{ } \\par}"), std::wstring(L"}}"),
+          std::wstring(L"\\b \"quoted\" \\"), std::wstring(L"\xD83C\xDF0A %lu"), std::wstring(63, L'{')}) {
+        for (const wchar_t* editor : {L"", L"C:/tools/editor.exe"}) {
+            const auto notice = Compose(text, text, text, editor);
+            ASSERT_TRUE(notice) << testing::PrintToString(text);
+            EXPECT_EQ(notice->shaderName, text);
+            EXPECT_EQ(notice->authorName, text);
+            EXPECT_EQ(notice->description, text);
+            EXPECT_EQ(notice->editorLink.empty(), *editor == L'\0');
+        }
+    }
+    EXPECT_FALSE(ReadNotice(L""));
+    EXPECT_FALSE(ReadNotice(L"{\\rtf1 something else}"));
+}
+
+TEST(Notice, BecomesSafeRichTextAndPlainTextWithLinks) {
+    const Notice notice = *Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x{y\x1B");
+    const std::string rtf = NoticeAsRichText(notice);
+    EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table holds the host's colours";
+    EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"
+                              R"(\line \cf2 Description: x\{y\par})"));
+    const std::string plain = NoticeAsPlainText(notice);
+    EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c <https://"));
+    EXPECT_THAT(plain, HasSubstr("/view/abc123>\nAuthor: \xF0\x9F\x8C\x8A <https://"));
+    EXPECT_THAT(plain, EndsWith(">\nDescription: x{y \n")) << "no control characters";
+}
+
+}  // namespace
+}  // namespace pixelforge::preview
