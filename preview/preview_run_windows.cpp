@@ -14,7 +14,7 @@
 #include "base/file.h"
 #include "base/load_error.h"
 #include "base/text.h"
-#include "preview/cleanup_on_abort.h"
+#include "preview/abort_handler.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/documents/source_faults.h"
 #include "preview/frame_run.h"
@@ -329,10 +329,9 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
                 "preview: the path of the shader's folder is too long; files beside the shader will not be "
                 "found");
         }
-        const CleanupOnAbort cleanup(shader.Staged());
+        const std::atomic<bool>& stop = HandleAborts();
         const ModuleLibrary library;
-        return options.window ? RunInWindow(run, library, cleanup.StopRequested(), next)
-                              : RunWithoutWindow(run, library, cleanup.StopRequested());
+        return options.window ? RunInWindow(run, library, stop, next) : RunWithoutWindow(run, library, stop);
     } catch (const HostError&) {
         PrintLines(run.Messages());
         throw;

@@ -82,7 +82,7 @@ void OpenedShader::StageAgain() {
     if (!picture_.empty()) {
         source.document = WithPicture(source.document, picture_);
     }
-    staged_.ReplaceDocument(StagedBytes(source));
+    staged_.Replace(StagedBytes(source));
     watch_->Watch(source.files);
     source_ = std::move(source);
 }

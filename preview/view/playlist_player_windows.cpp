@@ -33,7 +33,7 @@ PlaylistPlayer::PlaylistPlayer(PlaylistFiles files, StagedShader& staged, std::c
 }
 
 void PlaylistPlayer::Stage() {
-    staged_.ReplacePlaylist(BytesOf(order_.Current().bytes + "\r\n"));
+    staged_.Replace(BytesOf(order_.Current().bytes + "\r\n"));
     RestartTime();
 }
 

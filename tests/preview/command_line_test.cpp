@@ -12,6 +12,7 @@
 #include <sstream>
 
 #include "base/bitmap.h"
+#include "base/load_error.h"
 #include "base/win_handles.h"
 #include "media/image_decoder.h"
 #include "preview/host/file_paths.h"
@@ -266,10 +267,7 @@ TEST_F(PipedRun, RemovesItsFilesIfItCrashes) {
         std::size_t count = 0;
         std::error_code none;  // The last program that ends removes the folder.
         for (const auto& entry : std::filesystem::directory_iterator("D:\\Moonreel", none)) {
-            std::string line;
-            for (std::ifstream file(entry.path()); std::getline(file, line);) {
-                count += line.find(mark) != std::string::npos;
-            }
+            FailureOf([&] { count += ReadInputFile(entry.path()).find(mark) != std::string::npos; });
         }
         return count;
     };
