@@ -28,8 +28,8 @@ struct SessionOptions {
     std::int32_t levelOutput = 0;
 
     /// Tiles and foreground need the module's off-screen bitmap, which it uses only if the draw record
-    /// requests levels at pre-initialisation. If true, the session requests them for that call whenever a
-    /// control needs it, and draws the host's picture under a foreground.
+    /// requests levels at pre-initialisation. If true, the session does so whenever a control needs it, and
+    /// draws the host's picture under a foreground.
     bool autoOffscreen = false;
 
     HostWindow* window = nullptr;  ///< null: the session creates its own
@@ -61,7 +61,6 @@ public:
     /// Dispatches pending messages and draws a frame. Initialises again if the module requests a reset.
     FrameResult DrawFrame();
 
-    /// Cleans up and destroys the instance, if there is one.
     void Close() noexcept;
 
     /// Level output with this divisor, or colours for 0. Takes effect at the next `Refit`.
@@ -91,9 +90,7 @@ public:
     static const std::wstring& InfoText() noexcept;
 
 private:
-    void FillContext();
     void UseSurface(std::int32_t width, std::int32_t height);
-    void BuildControls();
     void PreInitialize();
     bool IsForegroundOnly() const;
     bool IsTiled() const;
@@ -105,9 +102,6 @@ private:
     HostWindow* window_ = nullptr;
     HostSurface surface_;
     HostControls controls_;
-    const ControlRecord* foregroundOnly_ = nullptr;  ///< these three are null if the module lacks the control
-    const ControlRecord* columns_ = nullptr;
-    const ControlRecord* rows_ = nullptr;
     bool offscreen_ = false;  ///< at the last pre-initialisation
     DrawContext context_{};
     ModuleInstance* instance_ = nullptr;

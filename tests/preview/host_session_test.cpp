@@ -86,7 +86,7 @@ TEST(HostSessionTest, InitializesAgainWhenTheModuleRequestsAReset) {
 }
 
 TEST(HostSessionTest, PreInitializesAgainWhenTheWindowIsResized) {
-    EventPlayer events({{1, EventKind::Resize, 30, 15}});
+    EventPlayer events({{1, WM_SIZE, 30, 15}});
     const auto frames = RunScript({}, {.frames = 3, .checksums = true, .events = &events});
     EXPECT_THAT(calls, ElementsAre("describe", "build", "pre-initialize", "initialize", "draw",
                                    "pre-initialize", "initialize", "draw", "draw", "clean up", "destroy"));
@@ -189,7 +189,7 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const std::wstring stagedPath =
         L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
     PlaylistPlayer player({list.Path(), "list", favourites.Path()}, staged, std::chrono::seconds(1));
-    EventPlayer events({{1, EventKind::KeyDown, VK_F4, 0}, {2, EventKind::KeyDown, VK_INSERT, 0}});
+    EventPlayer events({{1, WM_KEYDOWN, VK_F4, 0}, {2, WM_KEYDOWN, VK_INSERT, 0}});
     calls.clear();
     results = {Failed};
     const LiveViewOptions options = {.session = {.width = 20, .height = 10},

@@ -2,6 +2,7 @@
 #include "preview/host/input_events.h"
 
 #include <gmock/gmock.h>
+#include <windows.h>
 
 #include "preview/host/host_error.h"
 
@@ -12,14 +13,13 @@ using testing::ElementsAre;
 using testing::FieldsAre;
 
 TEST(InputEvents, AreSortedByFrame) {
-    using enum EventKind;
     const auto events = ParseInputEvents(
         "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
         "6 button-up 1 2\n7 resize 640 360",
         "f");
-    EXPECT_THAT(events, ElementsAre(FieldsAre(0, KeyDown, 65, 0), FieldsAre(5, MouseMove, -3, 40),
-                                    FieldsAre(5, ButtonDown, 1, 2), FieldsAre(6, ButtonUp, 1, 2),
-                                    FieldsAre(7, Resize, 640, 360), FieldsAre(20, KeyUp, 65, 0)));
+    EXPECT_THAT(events, ElementsAre(FieldsAre(0, WM_KEYDOWN, 65, 0), FieldsAre(5, WM_MOUSEMOVE, -3, 40),
+                                    FieldsAre(5, WM_LBUTTONDOWN, 1, 2), FieldsAre(6, WM_LBUTTONUP, 1, 2),
+                                    FieldsAre(7, WM_SIZE, 640, 360), FieldsAre(20, WM_KEYUP, 65, 0)));
 }
 
 TEST(InputEvents, ReportAnInvalidLineByNumber) {
