@@ -112,53 +112,46 @@ constexpr PassRow kPasses[] = {
     {"common", "common", "Common", 0, {}},
 };
 
-const PassRow& RowOf(std::string_view stem) {
-    return *std::ranges::find(kPasses, stem, &PassRow::stem);
-}
-
 // Plain shader files.
 
 Channels UsualChannels(const std::vector<PassFile>& passes) {
     Channels channels = {};
-    const auto put = [&](std::size_t channel, std::string_view type, int id) {
-        if (channel < channels.size()) {
-            channels[channel] = {.type = type, .id = id};
-        }
+    const auto has = [&](std::string_view stem) {
+        return std::ranges::find(passes, stem, &PassFile::stem) != passes.end();
     };
-    const auto firstFree = [&] {
-        const auto free = std::ranges::find(channels, std::string_view(), &ChannelInput::type);
-        return static_cast<std::size_t>(free - channels.begin());
-    };
-    for (std::size_t i = 0; i <= channels.size(); ++i) {
-        if (std::ranges::find(passes, kPasses[i].stem, &PassFile::stem) != passes.end()) {
-            put(i < channels.size() ? i : firstFree(), kPasses[i].type, kPasses[i].outputId);
+    std::vector<ChannelInput> others = {{.type = "keyboard", .id = kKeyboardId}};
+    if (has("cube")) {
+        others.push_back({.type = "cubemap", .id = kCubeId});
+    }
+    for (std::size_t i = 0; i < channels.size(); ++i) {
+        if (has(kPasses[i].stem)) {
+            channels[i] = {.type = "buffer", .id = kPasses[i].outputId};
+        } else if (!others.empty()) {
+            channels[i] = others.back();
+            others.pop_back();
         }
     }
-    put(firstFree(), "keyboard", kKeyboardId);
     return channels;
 }
 
-void AddInputPlaces(const PassFile& pass, const CommentLines& comments, std::vector<InputPlace>& inputs) {
-    for (std::size_t i = 0; i < comments.lines.size(); ++i) {
-        if (comments.lines[i] != 0) {
-            inputs.push_back({std::string(RowOf(pass.stem).name), static_cast<int>(i),
-                              std::string(comments.channels[i].type),
-                              pass.name + ":" + std::to_string(comments.lines[i]) + ":1",
-                              comments.channels[i].src});
-        }
-    }
-}
-
-void AddPassFile(rapidjson::Document& tree, const PassFile& file, const Channels& channels) {
+void AddPassFile(const PassFile& file, const Channels& channels, rapidjson::Document& tree,
+                 MadeDocument& made) {
     Allocator& allocator = tree.GetAllocator();
-    const PassRow& row = RowOf(file.stem);
+    const PassRow& row = *std::ranges::find(kPasses, file.stem, &PassRow::stem);
+    const std::string name(row.name);
+    made.texts.push_back({name, file.name, file.code});
     Value& pass = AddPass(tree, row.outputId);
     Set(pass, "type", row.type, allocator);
     Set(pass, "name", row.name, allocator);
     Set(pass, "code", file.code, allocator);
-    for (std::size_t i = 0; i < channels.size(); ++i) {
-        if (!channels[i].type.empty() && row.outputId != 0) {
-            AddInput(pass["inputs"], i, channels[i], allocator);
+    for (std::size_t i = 0; i < channels.size() && row.outputId != 0; ++i) {
+        const ChannelInput& input = channels[i];
+        if (!input.type.empty()) {
+            AddInput(pass["inputs"], i, input, allocator);
+        }
+        if (input.line != 0) {
+            const std::string place = file.name + ":" + std::to_string(input.line) + ":1";
+            made.inputs.push_back({name, static_cast<int>(i), std::string(input.type), place, input.src});
         }
     }
 }
@@ -211,10 +204,6 @@ std::vector<const Value*> ObjectsAt(const Value& value, const char* pointer) {
     return objects;
 }
 
-std::string_view PassNameOf(std::string_view stem) {
-    return RowOf(stem).name;
-}
-
 MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFile>& passes,
                                  const FileExists& exists) {
     MadeDocument made;
@@ -222,7 +211,6 @@ MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFi
     for (const PassFile& pass : passes) {
         comments.push_back(ReadCommentLines(pass, passes, exists));
         std::ranges::copy(comments.back().errors, std::back_inserter(made.errors));
-        AddInputPlaces(pass, comments.back(), made.inputs);
     }
     const CommentLines& image = comments.front();
     rapidjson::Document tree = Parse(kDocument);
@@ -236,10 +224,12 @@ MadeDocument DocumentOfPassFiles(std::string_view stem, const std::vector<PassFi
     for (std::string tag; tags >> tag;) {
         info["tags"].PushBack(Value(tag.c_str(), allocator), allocator);
     }
-    const bool explicitInputs = std::ranges::any_of(comments, &CommentLines::nameInputs);
+    const bool explicitInputs = std::ranges::any_of(comments, [](const CommentLines& lines) {
+        return std::ranges::any_of(lines.channels, &ChannelInput::line);
+    });
     const Channels usual = UsualChannels(passes);
     for (std::size_t i = 0; i < passes.size(); ++i) {
-        AddPassFile(tree, passes[i], explicitInputs ? comments[i].channels : usual);
+        AddPassFile(passes[i], explicitInputs ? comments[i].channels : usual, tree, made);
     }
     made.json = JsonOf(tree);
     return made;

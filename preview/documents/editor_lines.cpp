@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <regex>
-#include <span>
 #include <unordered_set>
 
 #include "base/text.h"
@@ -225,27 +224,22 @@ private:
     int candidates_ = 0;
 };
 
-/// Of a playlist's pick: the name in the next failure, which is the last of a load's lines. Empty if that
-/// load did not fail.
-std::string NextPick(std::span<const std::string> lines) {
-    const auto failure =
-        std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with(kLoadFailure); });
-    if (failure == lines.end()) {
-        return {};
-    }
-    const std::string_view pick = std::string_view(*failure).substr(kLoadFailure.size());
-    return std::string(pick.substr(0, pick.find(": ")));
+bool IsLoadFailure(const std::string& line) {
+    return line.starts_with(kLoadFailure);
 }
 
 }  // namespace
 
 std::vector<std::string> EditorLines(const std::vector<std::string>& lines, const SourceNames& names) {
     Translation translation(names);
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (names.shader.empty() && (i == 0 || lines[i - 1].starts_with(kLoadFailure))) {
-            translation.SetShader(NextPick(std::span(lines).subspan(i)));
+    for (auto line = lines.begin(); line != lines.end(); ++line) {
+        if (names.shader.empty() && (line == lines.begin() || IsLoadFailure(line[-1]))) {
+            // The name of a playlist's pick is in the next failure, which is the last of a load's lines.
+            const auto failure = std::find_if(line, lines.end(), IsLoadFailure);
+            const std::string pick = failure == lines.end() ? "" : failure->substr(kLoadFailure.size());
+            translation.SetShader(pick.substr(0, pick.find(": ")));
         }
-        translation.Add(lines[i]);
+        translation.Add(*line);
     }
     return translation.Take();
 }

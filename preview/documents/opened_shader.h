@@ -50,9 +50,8 @@ public:
     const std::vector<std::string>& Warnings() const noexcept { return source_.warnings; }
     const SourceNames& Names() const noexcept { return source_.names; }
 
-    /// Stages the shader again once per change of its files. Returns true if so: the module must reload.
-    /// Cheap enough to call every frame. A file that cannot be read is assumed to be still being written and
-    /// is retried later.
+    /// For each frame: stages the shader again once per change of its files. Returns true if so: the module
+    /// must reload. A file that cannot be read may still be being written and is retried later.
     bool Refresh();
 
     /// Stages the shader again with this picture on channel 0 of its image. Throws `HostError`. Only for a

@@ -64,10 +64,7 @@ void ReadPlainShader(const std::wstring& path, ShaderSource& source) {
     source.document = std::move(made.json);
     source.errors = std::move(made.errors);
     source.names.inputs = std::move(made.inputs);
-    for (PassFile& pass : passes) {
-        source.names.texts.push_back(
-            {std::string(PassNameOf(pass.stem)), std::move(pass.name), std::move(pass.code)});
-    }
+    source.names.texts = std::move(made.texts);
 }
 
 void ReadDocument(const std::wstring& path, ShaderSource& source) {
@@ -79,22 +76,19 @@ void ReadDocument(const std::wstring& path, ShaderSource& source) {
     }
 }
 
-bool FindCamera() {
-    const ComApartment apartment;
-    ComPtr<ICreateDevEnum> devices;
-    ComPtr<IEnumMoniker> cameras;
-    ComPtr<IMoniker> first;
-    return SUCCEEDED(CoCreateInstance(CLSID_SystemDeviceEnum, nullptr, CLSCTX_INPROC_SERVER,
-                                      IID_PPV_ARGS(devices.GetAddressOf()))) &&
-           devices->CreateClassEnumerator(CLSID_VideoInputDeviceCategory, cameras.GetAddressOf(), 0) ==
-               S_OK &&
-           cameras->Next(1, first.GetAddressOf(), nullptr) == S_OK;
-}
-
-/// On a thread of its own, because the module expects a host's thread without COM.
+/// Looks on a thread of its own, because the module expects a host's thread without COM.
 bool HasCamera() {
     bool found = false;
-    std::thread([&] { found = FindCamera(); }).join();
+    std::thread([&] {
+        const ComApartment apartment;
+        ComPtr<ICreateDevEnum> devices;
+        ComPtr<IEnumMoniker> cameras;
+        ComPtr<IMoniker> first;
+        found = SUCCEEDED(CoCreateInstance(CLSID_SystemDeviceEnum, nullptr, CLSCTX_INPROC_SERVER,
+                                           IID_PPV_ARGS(&devices))) &&
+                devices->CreateClassEnumerator(CLSID_VideoInputDeviceCategory, &cameras, 0) == S_OK &&
+                cameras->Next(1, &first, nullptr) == S_OK;
+    }).join();
     return found;
 }
 

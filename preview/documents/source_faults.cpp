@@ -22,9 +22,6 @@ constexpr std::size_t kLongestIdentifier = 19;
 /// Ends recursive includes; the module accepts 60 files in a pass.
 constexpr std::size_t kMostTexts = 512;
 
-/// Of a generated playlist, to keep the terminal readable.
-constexpr std::size_t kMostPlaylistFaults = 20;
-
 /// The pass's name in messages, which use the long forms; empty if the module ignores it.
 std::string KnownPass(std::string_view type, const std::string& name) {
     static const std::regex buffer("Buf(fer)? [A-D]");
@@ -164,17 +161,14 @@ std::string AddIncluded(SourceNames& names, const std::string& name) {
            (names.includeFolder.empty() ? "; no include folder is set" : " and " + joined);
 }
 
+/// Empty for a line that can be picked.
 std::string LineFault(std::string_view line, bool ended) {
-    if (line.empty()) {
-        return "the empty line is skipped";
-    }
-    if (!ended) {
-        return "the last line has no line break, so it is ignored";
-    }
     const auto wide = Widen(line, TextEncoding::AnsiCodePage);
-    return wide && wide->size() <= kLongestIdentifier
-               ? std::string()
-               : "the line is longer than 19 characters, so a load that picks it fails";
+    return line.empty() ? "the empty line is skipped"
+           : !ended     ? "the last line has no line break, so it is ignored"
+           : !wide || wide->size() > kLongestIdentifier
+               ? "the line is longer than 19 characters, so a load that picks it fails"
+               : "";
 }
 
 }  // namespace
@@ -231,11 +225,6 @@ std::vector<std::string> PlaylistFaults(std::string_view playlist, const std::st
         if (const std::string fault = LineFault(TakeLine(rest), ended); !fault.empty()) {
             warn(line, fault);
         }
-    }
-    if (faults.size() > kMostPlaylistFaults) {
-        const std::size_t left = faults.size() - kMostPlaylistFaults;
-        faults.resize(kMostPlaylistFaults);
-        faults.push_back(name + ": " + std::to_string(left) + " more lines like these");
     }
     return faults;
 }

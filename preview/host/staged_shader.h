@@ -12,7 +12,8 @@ namespace pixelforge::preview {
 /// The module reads playlists from one fixed folder on drive D:, and a playlist line holds at most 19
 /// UTF-16 units. So a document is copied to a path of exactly that length, and a one-line playlist names
 /// it. File names are random, so several hosts may run at the same time. The system removes the files
-/// when this or the program ends, however it ends; the destructor removes the folders if they are empty.
+/// when this or the program ends, or else the next staged shader does; the destructor removes the folders if
+/// they are empty.
 class StagedShader {
 public:
     /// Both throw `HostError` with `WrongUsage` if drive D: is missing or not writable.
@@ -35,7 +36,7 @@ public:
 private:
     StagedShader() = default;
 
-    std::wstring playlistPath_;
+    std::wstring tag_;  ///< part of both file names
     std::wstring aliasPath_;
     UniqueKernelHandle playlist_;  ///< the last handle to each file, which deletes it
     UniqueKernelHandle alias_;

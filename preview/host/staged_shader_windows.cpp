@@ -5,7 +5,10 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <filesystem>
 #include <iterator>
+#include <regex>
+#include <system_error>
 
 #include "base/file.h"
 #include "base/random.h"
@@ -22,22 +25,37 @@ constexpr const wchar_t* kFolders[] = {L"D:\\Moonreel", L"D:\\Moonreel\\Pixelfor
 /// Another host may remove the empty folders just before the file is created.
 constexpr int kCreationAttempts = 10;
 
-/// A path whose "%06x" is a random number.
-std::wstring RandomPath(const wchar_t* format) {
-    wchar_t path[kPathUnits];
-    std::swprintf(path, std::size(path), format, static_cast<unsigned>(SystemRandom() & 0xFFFFFF));
-    return path;
+std::wstring AliasOf(const std::wstring& tag) {
+    return L"D:\\Moonreel\\p" + tag;
 }
 
-/// An empty file that lives as long as its handle. Others can open it only if they share deletion.
+std::wstring PlaylistOf(const std::wstring& tag) {
+    return std::wstring(kFolders[2]) + L"\\preview-" + tag + L".playlist";
+}
+
+/// Wine keeps the files of a program that was killed from outside. Those that are in use cannot be deleted.
+void RemoveLeftovers() {
+    static const std::wregex ours(L"preview-([0-9a-f]{6})\\.playlist");
+    std::error_code error;
+    std::wsmatch found;
+    for (const auto& entry : std::filesystem::directory_iterator(kFolders[2], error)) {
+        const std::wstring name = entry.path().filename();
+        if (std::regex_match(name, found, ours)) {
+            DeleteFileW(AliasOf(found[1]).c_str());
+            DeleteFileW(PlaylistOf(found[1]).c_str());
+        }
+    }
+}
+
+/// An empty file that lives as long as its handle and cannot be deleted meanwhile. Others can open it only if
+/// they share deletion.
 UniqueKernelHandle CreateTemporary(const std::wstring& path) {
     UniqueKernelHandle file;
     for (int attempt = 0; !file && attempt < kCreationAttempts; ++attempt) {
         for (const wchar_t* folder : kFolders) {
             CreateDirectoryW(folder, nullptr);
         }
-        file = AdoptFileHandle(CreateFileW(path.c_str(), DELETE,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+        file = AdoptFileHandle(CreateFileW(path.c_str(), DELETE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                            CREATE_NEW, FILE_FLAG_DELETE_ON_CLOSE, nullptr));
     }
     if (!file) {
@@ -61,18 +79,21 @@ void Write(const std::wstring& path, std::span<const std::uint8_t> bytes) {
 
 StagedShader StagedShader::OfPlaylist(std::span<const std::uint8_t> playlist) {
     StagedShader staged;
-    staged.playlistPath_ = RandomPath(L"D:\\Moonreel\\Pixelforge\\Playlists\\preview-%06x.playlist");
-    staged.playlist_ = CreateTemporary(staged.playlistPath_);
-    Write(staged.playlistPath_, playlist);
+    RemoveLeftovers();
+    wchar_t tag[7];
+    std::swprintf(tag, std::size(tag), L"%06x", static_cast<unsigned>(SystemRandom() & 0xFFFFFF));
+    staged.tag_ = tag;
+    staged.playlist_ = CreateTemporary(PlaylistOf(tag));
+    Write(PlaylistOf(tag), playlist);
     return staged;
 }
 
 StagedShader StagedShader::OfDocument(std::span<const std::uint8_t> document) {
-    const std::wstring alias = RandomPath(L"D:\\Moonreel\\p%06x");
-    StagedShader staged = OfPlaylist(BytesOf(ToUtf8(alias) + "\r\n"));
-    staged.aliasPath_ = alias;
-    staged.alias_ = CreateTemporary(alias);
-    Write(alias, document);
+    StagedShader staged = OfPlaylist({});
+    staged.aliasPath_ = AliasOf(staged.tag_);
+    staged.alias_ = CreateTemporary(staged.aliasPath_);
+    Write(PlaylistOf(staged.tag_), BytesOf(ToUtf8(staged.aliasPath_) + "\r\n"));
+    Write(staged.aliasPath_, document);
     return staged;
 }
 
@@ -84,11 +105,11 @@ StagedShader::~StagedShader() {
 }
 
 std::string StagedShader::PlaylistName() const {
-    return ToUtf8(FileNameOf(playlistPath_));
+    return ToUtf8(FileNameOf(PlaylistOf(tag_)));
 }
 
 void StagedShader::Replace(std::span<const std::uint8_t> bytes) {
-    Write(aliasPath_.empty() ? playlistPath_ : aliasPath_, bytes);
+    Write(aliasPath_.empty() ? PlaylistOf(tag_) : aliasPath_, bytes);
 }
 
 }  // namespace pixelforge::preview

@@ -70,6 +70,22 @@ std::wstring PlaylistPath(const StagedShader& shader) {
     return L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(shader.PlaylistName());
 }
 
+TEST(StagedShader, RemovesTheFilesOfAKilledProgram) {
+    const std::wstring folder = L"D:\\Moonreel\\Pixelforge\\Playlists";
+    const std::wstring left[] = {L"D:\\Moonreel\\paa0aa9", folder + L"\\preview-aa0aa9.playlist"};
+    const std::wstring foreign[] = {L"D:\\Moonreel\\paa0aa8", folder + L"\\preview-mine.playlist"};
+    std::filesystem::create_directories(folder);
+    for (const auto& files : {left, foreign}) {
+        WriteOutputFile(files[0], BytesOf("x"));
+        WriteOutputFile(files[1], BytesOf("x"));
+    }
+    StagedShader::OfDocument(BytesOf("1"));
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_FALSE(IsExistingFile(left[i].c_str()));
+        EXPECT_TRUE(std::filesystem::remove(foreign[i]));
+    }
+}
+
 TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFiles) {
     std::optional first = StagedShader::OfDocument(BytesOf("1"));
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
