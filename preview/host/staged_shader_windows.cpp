@@ -33,7 +33,7 @@ std::wstring PlaylistOf(const std::wstring& tag) {
     return std::wstring(kFolders[2]) + L"\\preview-" + tag + L".playlist";
 }
 
-/// Wine keeps the files of a program that was killed from outside. Those that are in use cannot be deleted.
+/// Wine may keep the files of a program that was killed. Those that are in use cannot be deleted.
 void RemoveLeftovers() {
     static const std::wregex ours(L"preview-([0-9a-f]{6})\\.playlist");
     std::error_code error;
