@@ -4,6 +4,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <cwchar>
 #include <filesystem>
@@ -14,7 +15,7 @@
 #include "base/file.h"
 #include "base/load_error.h"
 #include "base/text.h"
-#include "preview/cleanup_on_abort.h"
+#include "preview/abort_handler.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/documents/source_faults.h"
 #include "preview/frame_run.h"
@@ -107,7 +108,7 @@ void PrintOutcome(const Options& options, const FrameStatistics& statistics, con
     }
 }
 
-ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library) {
+ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library, const std::atomic<bool>& stop) {
     const Options& options = run.options;
     HostSession session(library, {.width = options.size.cx,
                                   .height = options.size.cy,
@@ -119,7 +120,7 @@ ExitStatus RunWithoutWindow(const Run& run, const ModuleLibrary& library) {
     const auto frames = RunFrames(session, {.frames = options.frames,
                                             .checksums = !options.report.name.empty(),
                                             .realTime = options.realTime,
-                                            .stop = &CleanupOnAbort::StopRequested(),
+                                            .stop = &stop,
                                             .events = run.events,
                                             .frameDrawn = FrameWriter(options, session)});
     const FrameStatistics statistics = Summarize(frames);
@@ -159,7 +160,8 @@ void PrintFailedPicks(const PlaylistPlayer& playlist) {
 }
 
 /// `next` is set to what a file dropped on the window asks for.
-ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, std::optional<Options>& next) {
+ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, const std::atomic<bool>& stop,
+                       std::optional<Options>& next) {
     const Options& options = run.options;
     std::optional<PlaylistPlayer> playlist;
     if (options.kind == SourceKind::Playlist) {
@@ -176,7 +178,7 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, std::option
          .lastPicture = options.png.path,
          .frames = options.frames,
          .events = run.events,
-         .stop = &CleanupOnAbort::StopRequested(),
+         .stop = &stop,
          .playlist = playlist ? &*playlist : nullptr,
          .fileDropped = [&](auto& path, auto& state) { next = OptionsForFile(options, path, state); },
          .sourceChanged = options.watch ? std::function([&] { return run.shader.Refresh(); }) : nullptr,
@@ -273,9 +275,9 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
                 "preview: the path of the shader's folder is too long; files beside the shader will not be "
                 "found");
         }
-        const CleanupOnAbort cleanup(shader.Staged());
+        const std::atomic<bool>& stop = HandleAborts();
         const ModuleLibrary library;
-        return options.window ? RunInWindow(run, library, next) : RunWithoutWindow(run, library);
+        return options.window ? RunInWindow(run, library, stop, next) : RunWithoutWindow(run, library, stop);
     } catch (const HostError&) {
         PrintLines(run.Messages(false));
         throw;

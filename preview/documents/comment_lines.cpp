@@ -100,54 +100,49 @@ struct Line {
     CommentLines& found;
 };
 
-[[noreturn]] void Fail(const Line& line, const Word& word, const std::string& clause) {
-    const auto column = word.text.data() - line.text.data() + (word.quoted ? 0 : 1);
-    throw LoadError(line.file.name + ":" + std::to_string(line.number) + ":" + std::to_string(column) +
-                    ": error: " + WithoutControls(clause));
+void Require(bool valid, const Line& line, const Word& word, const std::string& clause) {
+    if (!valid) {
+        const auto column = word.text.data() - line.text.data() + (word.quoted ? 0 : 1);
+        throw LoadError(line.file.name + ":" + std::to_string(line.number) + ":" + std::to_string(column) +
+                        ": error: " + WithoutControls(clause));
+    }
 }
 
 void RequirePass(const Line& line, const std::string& stem, const Word& word) {
     if (std::ranges::find(line.passes, stem, &PassFile::stem) == line.passes.end()) {
         const std::string name = PassFileName(line.passes[0].name, stem);
-        Fail(line, word, "there is no file " + name.substr(name.find_last_of("/\\") + 1));
+        Require(false, line, word, "there is no file " + name.substr(name.find_last_of("/\\") + 1));
     }
 }
 
 void ReadFile(const Line& line, const Word& word, ChannelInput& input) {
     const std::string path(word.text);
+    const std::string quoted = "\"" + path + "\"";
+    Require(!LeavesFolder(path), line, word, "the path " + quoted + " leads out of the shader's folder");
+    Require(IsOpenableLocalName(FromUtf8(path)), line, word, quoted + " is not a file name");
+    Require(line.exists(path), line, word, "there is no file " + quoted + " in the shader's folder");
     input.src = path;
-    if (LeavesFolder(path)) {
-        Fail(line, word, "the path \"" + path + "\" leads out of the shader's folder");
-    }
-    if (!IsOpenableLocalName(FromUtf8(path))) {
-        Fail(line, word, "\"" + path + "\" is not a file name");
-    }
-    if (!line.exists(path)) {
-        Fail(line, word, "there is no file \"" + path + "\" in the shader's folder");
-    }
 }
 
 void ReadSource(const Line& line, Words source, ChannelInput& input) {
     const std::string word = source[0].quoted ? std::string() : Lower(source[0]);
     const auto kind = std::ranges::find_if(
         kKinds, [&](const Kind& row) { return row.word == word && row.words == source.size(); });
-    if (kind != std::end(kKinds)) {
-        input.type = kind->type;
-        input.id = kind->id;
-    } else if (source.size() != 1) {
-        Fail(line, source[1], std::string("unexpected word; ") + kInputs);
-    } else if (source[0].quoted || word.find('.') != std::string::npos) {
+    const bool known = kind != std::end(kKinds);
+    const bool picture = !known && (source[0].quoted || word.find('.') != std::string::npos);
+    Require(known || source.size() == 1, line, source.back(), std::string("unexpected word; ") + kInputs);
+    Require(known || picture, line, source[0], "unknown input \"" + word + "\"; " + kInputs);
+    if (picture) {
         input.type = "texture";
         input.vflip = "true";
         return ReadFile(line, source[0], input);
-    } else {
-        Fail(line, source[0], "unknown input \"" + word + "\"; " + kInputs);
     }
+    input.type = kind->type;
+    input.id = kind->id;
     if (kind->id == kBufferAId) {
         const std::string stem = Lower(source[1]);
-        if (stem.size() != 1 || stem[0] < 'a' || stem[0] > 'd') {
-            Fail(line, source[1], "unknown buffer; expected buffer a to buffer d");
-        }
+        Require(stem.size() == 1 && stem[0] >= 'a' && stem[0] <= 'd', line, source[1],
+                "unknown buffer; expected buffer a to buffer d");
         input.id += stem[0] - 'a';
         RequirePass(line, stem, source[1]);
     } else if (kind->id == kCubeId) {
@@ -158,61 +153,46 @@ void ReadSource(const Line& line, Words source, ChannelInput& input) {
 }
 
 void ReadSetting(const Line& line, const Word& word, ChannelInput& input) {
-    const std::string_view key = word.text.substr(0, word.text.find('='));
+    const std::string all(word.text);
+    const std::string key = all.substr(0, all.find('='));
     const auto setting = std::ranges::find(kSettings, key, &Setting::key);
-    if (!word.IsSetting() || setting == std::end(kSettings)) {
-        Fail(line, word,
-             "unknown setting \"" + std::string(word.text) + "\"; expected filter, wrap or vflip");
-    }
-    const std::string_view text = word.text.substr(key.size() + 1);
+    Require(word.IsSetting() && setting != std::end(kSettings), line, word,
+            "unknown setting \"" + all + "\"; expected filter, wrap or vflip");
+    const std::string text = all.substr(key.size() + 1);
     const auto value = std::ranges::find(setting->values, text);
-    if (value == setting->values.end()) {
-        Fail(line, word,
-             std::string(key) + " is " + setting->expected + ", not \"" + std::string(text) + "\"");
-    }
+    Require(value != setting->values.end(), line, word,
+            key + " is " + setting->expected + ", not \"" + text + "\"");
     input.*setting->field = *value;
 }
 
 void ReadInput(const Line& line, Words words) {
     const std::string key(words[0].text);
     const char digit = key.size() == kChannel.size() + 1 ? key.back() : '?';
-    if (digit < '0' || digit > '3') {
-        Fail(line, words[0], key + " does not exist; a pass has iChannel0 to iChannel3");
-    }
-    if (line.file.stem == "common") {
-        Fail(line, words[0], "Common has no inputs of its own");
-    }
-    const auto channel = static_cast<std::size_t>(digit - '0');
-    if (line.found.lines[channel] != 0) {
-        Fail(line, words[0], key + " is already set in line " + std::to_string(line.found.lines[channel]));
-    }
-    line.found.lines[channel] = line.number;
+    Require(digit >= '0' && digit <= '3', line, words[0],
+            key + " does not exist; a pass has iChannel0 to iChannel3");
+    Require(line.file.stem != "common", line, words[0], "Common has no inputs of its own");
+    ChannelInput& input = line.found.channels[static_cast<std::size_t>(digit - '0')];
+    Require(input.line == 0, line, words[0], key + " is already set in line " + std::to_string(input.line));
+    input.line = line.number;
     const auto settings = std::ranges::find_if(words, &Word::IsSetting);
     const Words source(words.begin() + 1, settings);
-    if (source.empty()) {
-        Fail(line, words[0], key + " lacks its input; " + kInputs);
-    }
-    ReadSource(line, source, line.found.channels[channel]);
-    std::for_each(settings, words.end(),
-                  [&](const Word& word) { ReadSetting(line, word, line.found.channels[channel]); });
+    Require(!source.empty(), line, words[0], key + " lacks its input; " + kInputs);
+    ReadSource(line, source, input);
+    std::for_each(settings, words.end(), [&](const Word& word) { ReadSetting(line, word, input); });
 }
 
 void ReadLine(const Line& line, Words words) {
-    const std::string_view key = words[0].text;
-    const auto property = std::ranges::find(kProperties, key, [](const auto& row) { return row.first; });
+    const std::string key(words[0].text);
     if (key.starts_with(kChannel)) {
-        line.found.nameInputs = true;
-        ReadInput(line, words);
-    } else if (property != std::end(kProperties)) {
-        const std::string_view value =
-            line.text.substr(static_cast<std::size_t>(key.end() - line.text.begin()));
-        const std::size_t first = std::min(value.find_first_not_of(kBlanks), value.size());
-        line.found.*property->second = value.substr(first, value.find_last_not_of(kBlanks) + 1 - first);
-    } else {
-        Fail(line, words[0],
-             "unknown word \"" + std::string(key) +
-                 "\"; expected iChannel0 to iChannel3, name, author, description or tags");
+        return ReadInput(line, words);
     }
+    const auto property = std::ranges::find(kProperties, key, [](const auto& row) { return row.first; });
+    Require(
+        property != std::end(kProperties), line, words[0],
+        "unknown word \"" + key + "\"; expected iChannel0 to iChannel3, name, author, description or tags");
+    const std::string_view value = line.text.substr(line.text.find(key) + key.size());
+    const std::size_t first = std::min(value.find_first_not_of(kBlanks), value.size());
+    line.found.*property->second = value.substr(first, value.find_last_not_of(kBlanks) + 1 - first);
 }
 
 }  // namespace

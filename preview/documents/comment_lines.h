@@ -27,6 +27,7 @@ struct ChannelInput {
     std::string_view filter = "linear";
     std::string_view wrap = "clamp";
     std::string_view vflip = "false";
+    int line = 0;  ///< that names it; 0: none
 };
 
 using Channels = std::array<ChannelInput, 4>;
@@ -38,10 +39,8 @@ inline constexpr int kCubeId = 41;
 inline constexpr int kBufferAId = 257;
 
 struct CommentLines {
-    bool nameInputs = false;  ///< true: at least one line names an input
     Channels channels = {};
-    std::array<int, 4> lines = {};  ///< where each channel is named; 0: nowhere
-    std::string name;               ///< this and the next three are empty without a line
+    std::string name;  ///< this and the next three are empty without a line
     std::string author;
     std::string description;
     std::string tags;                 ///< separated by blanks

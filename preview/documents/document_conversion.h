@@ -19,11 +19,9 @@ inline constexpr std::string_view kPassFileStems[] = {"common", "a", "b", "c", "
 struct MadeDocument {
     std::string json;                 ///< UTF-8
     std::vector<std::string> errors;  ///< of comment lines, see `CommentLines`
-    std::vector<InputPlace> inputs;   ///< of comment lines
+    std::vector<InputPlace> inputs;   ///< likewise
+    std::vector<ShaderText> texts;    ///< of the passes
 };
-
-/// The document's name for the pass of a plain shader's file: "Buffer A" for "a".
-std::string_view PassNameOf(std::string_view stem);
 
 /// The document of these passes, the image first. `stem` is the shader's file name without extension: the
 /// document's id and, without a comment line for it, its name. If no comment line names an input, every pass

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <regex>
-#include <span>
 #include <unordered_set>
 
 #include "base/text.h"
@@ -56,17 +55,26 @@ std::string_view TakeSeverity(std::string_view& message, std::string_view otherw
     return *found[1].first == 'e' || *found[1].first == 'E' ? "error: " : "warning: ";
 }
 
-int LastLine(std::string_view code) {
-    const std::size_t end = code.find_last_not_of("\r\n");
-    return 1 + static_cast<int>(std::ranges::count(code.substr(0, end == code.npos ? 0 : end), '\n'));
+/// Removes the first of several faults, up to the comma before the next pass's name.
+std::string_view TakeFault(std::string_view& faults) {
+    std::size_t end = faults.find(", ");
+    while (end != faults.npos && PassNameAt(faults.substr(end + 2)).empty()) {
+        end = faults.find(", ", end + 2);
+    }
+    const std::string_view fault = faults.substr(0, end);
+    faults.remove_prefix(std::min(fault.size() + 2, faults.size()));
+    return fault;
 }
 
 std::string Position(std::string_view place, const std::string& line, const std::string& column = "1") {
     return std::string(place) + ":" + line + ":" + (column.empty() ? "1" : column) + ": ";
 }
 
+/// Of the last line that is not empty.
 std::string EndOf(const ShaderText& text) {
-    return Position(text.place, std::to_string(LastLine(text.code)));
+    const std::string_view code = text.code;
+    const auto breaks = std::ranges::count(code.substr(0, code.find_last_not_of("\r\n") + 1), '\n');
+    return Position(text.place, std::to_string(breaks + 1));
 }
 
 class Translation {
@@ -74,20 +82,140 @@ public:
     explicit Translation(const SourceNames& names) : names_(names), shader_(names.shader) {}
 
     void SetShader(std::string name) { shader_ = std::move(name); }
-    void Add(const std::string& line);
-    std::vector<std::string> Take();
+
+    void Add(const std::string& line) {
+        std::string_view rest = line;
+        const std::string_view pass = PassNameAt(line);
+        const std::string_view ofPass = rest.substr(pass.size());
+        if (!pass.empty() && !ofPass.starts_with(' ') && !shader_.empty()) {
+            AddOfPass(pass, ofPass);
+        } else if (names_.file && Skip(rest, std::string(kLoadFailure) + names_.shader + ": ")) {
+            AddLoadFailure(rest);
+        } else {
+            AddLine(line);
+        }
+    }
+
+    /// Each line once: an error in Common or in an include file appears once for each pass.
+    std::vector<std::string> Take() {
+        EndCandidates();
+        std::unordered_set<std::string> seen;
+        std::erase_if(lines_, [&](const std::string& line) { return !seen.insert(line).second; });
+        return std::move(lines_);
+    }
 
 private:
-    void AddOfPass(std::string_view pass, std::string_view rest);
-    bool AddPositioned(std::string_view place, std::string_view rest);
-    bool AddIncluded(std::string_view rest);
-    void AddWithoutPosition(const ShaderText& text, std::string_view message);
-    void AddLoadFailure(std::string_view rest);
-    void AddMessage(const std::string& position, std::string_view message);
-    void AddLine(std::string line);
-    void EndCandidates();
-    ShaderText TextOf(std::string_view pass) const;
-    std::string InputPlaceOf(std::string_view pass, int channel) const;
+    void AddOfPass(std::string_view pass, std::string_view rest) {
+        const ShaderText text = TextOf(pass);
+        std::cmatch found;
+        std::string_view reason = rest;
+        if (Skip(reason, kEmptyChannel, found)) {
+            const auto input = std::ranges::find_if(names_.inputs, [&](const InputPlace& place) {
+                return place.pass == pass && place.channel == *found[1].first - '0';
+            });
+            AddLine((input != names_.inputs.end() ? input->place : text.place) +
+                    ": warning: " + std::string(rest.substr(2)));
+        } else if (!AddPositioned(text.place, rest) && !AddIncluded(rest)) {
+            Skip(rest, ": ");
+            AddWithoutPosition(text, rest);
+        }
+    }
+
+    /// Of the form ":12:5: error: ..." or ":12: ...".
+    bool AddPositioned(std::string_view place, std::string_view rest) {
+        std::cmatch found;
+        const bool any = Skip(rest, kPosition, found);
+        if (any) {
+            AddMessage(Position(place, found[1], found[2]), rest);
+        }
+        return any;
+    }
+
+    /// Of the form ": Common:12: ..." or ": noise.glsl:12: ...".
+    bool AddIncluded(std::string_view rest) {
+        if (!Skip(rest, ": ")) {
+            return false;
+        }
+        for (const ShaderText& text : names_.texts) {
+            const std::string_view source = rest.substr(0, text.source.size());
+            if (EqualIgnoringAsciiCase(FromUtf8(source), FromUtf8(text.source)) &&
+                AddPositioned(text.place, rest.substr(source.size()))) {
+                return true;
+            }
+        }
+        return names_.texts.empty() && Skip(rest, "Common") && AddPositioned(TextOf("Common").place, rest);
+    }
+
+    void AddWithoutPosition(const ShaderText& text, std::string_view message) {
+        if (Skip(message, "after the end of " + text.source + " (a brace may be missing): ")) {
+            AddMessage(EndOf(text),
+                       std::string(message) + " (after the end of the text; a brace may be missing)");
+        } else if (Skip(message, "in the module's own lines after " + text.source + ": ")) {
+            AddMessage(EndOf(text), message);
+        } else if (std::string_view rest = message; TakeSeverity(rest, {}).empty()) {
+            AddLine(text.place + ": " + std::string(message));
+        } else {
+            AddMessage(Position(text.place, "1"), message);
+        }
+    }
+
+    /// Several faults are separated by commas, each begins with its pass. Those with a position become lines
+    /// of their own.
+    void AddLoadFailure(std::string_view rest) {
+        std::cmatch found;
+        if (Skip(rest, kJsonPosition, found)) {
+            return AddMessage(Position(shader_, found[1], found[2]), rest);
+        }
+        if (PassNameAt(rest).empty()) {
+            return AddMessage(Position(shader_, "1"), rest);
+        }
+        std::string others;
+        while (!rest.empty()) {
+            const std::string_view fault = TakeFault(rest);
+            const std::string_view pass = PassNameAt(fault);
+            if (fault.substr(pass.size()).starts_with(':')) {
+                AddOfPass(pass, fault.substr(pass.size()));
+            } else {
+                others += (others.empty() ? "" : ", ") + std::string(fault);
+            }
+        }
+        if (!others.empty()) {
+            AddLine(std::string(kLoadFailure) + shader_ + ": " + others);
+        }
+    }
+
+    /// Mesa repeats the error's position for each candidate, and indents it.
+    void AddMessage(const std::string& position, std::string_view message) {
+        const std::string_view severity = TakeSeverity(message, "error: ");
+        if (position != candidatesAt_ || !message.starts_with(' ')) {
+            AddLine(position + std::string(severity) + std::string(message));
+            candidatesAt_ = message.ends_with(kCandidates) ? position : std::string();
+            return;
+        }
+        const std::size_t first = message.find_first_not_of(' ');
+        if (first != message.npos && ++candidates_ <= kShownCandidates) {
+            lines_.back().append(candidates_ == 1 ? " " : ", ").append(message.substr(first));
+        }
+    }
+
+    void AddLine(std::string line) {
+        EndCandidates();
+        lines_.push_back(std::move(line));
+    }
+
+    void EndCandidates() {
+        if (candidates_ > kShownCandidates) {
+            lines_.back() += " and " + std::to_string(candidates_ - kShownCandidates) + " more";
+        }
+        candidatesAt_.clear();
+        candidates_ = 0;
+    }
+
+    ShaderText TextOf(std::string_view pass) const {
+        const auto text = std::ranges::find(names_.texts, pass, &ShaderText::source);
+        const std::string name(pass);
+        return text != names_.texts.end() ? *text : ShaderText{name, shader_ + ": " + name, {}};
+    }
 
     const SourceNames& names_;
     std::string shader_;
@@ -96,168 +224,22 @@ private:
     int candidates_ = 0;
 };
 
-void Translation::Add(const std::string& line) {
-    std::string_view rest = line;
-    const std::string_view pass = PassNameAt(line);
-    const std::string_view ofPass = rest.substr(pass.size());
-    if (!pass.empty() && !ofPass.starts_with(' ') && !shader_.empty()) {
-        AddOfPass(pass, ofPass);
-    } else if (names_.file && Skip(rest, std::string(kLoadFailure) + names_.shader + ": ")) {
-        AddLoadFailure(rest);
-    } else {
-        AddLine(line);
-    }
-}
-
-void Translation::AddOfPass(std::string_view pass, std::string_view rest) {
-    const ShaderText text = TextOf(pass);
-    std::cmatch found;
-    std::string_view reason = rest;
-    if (Skip(reason, kEmptyChannel, found)) {
-        AddLine(InputPlaceOf(pass, *found[1].first - '0') + ": warning: " + std::string(rest.substr(2)));
-    } else if (!AddPositioned(text.place, rest) && !AddIncluded(rest)) {
-        Skip(rest, ": ");
-        AddWithoutPosition(text, rest);
-    }
-}
-
-/// Of the form ":12:5: error: ..." or ":12: ...".
-bool Translation::AddPositioned(std::string_view place, std::string_view rest) {
-    std::cmatch found;
-    const bool any = Skip(rest, kPosition, found);
-    if (any) {
-        AddMessage(Position(place, found[1], found[2]), rest);
-    }
-    return any;
-}
-
-/// Of the form ": Common:12: ..." or ": noise.glsl:12: ...".
-bool Translation::AddIncluded(std::string_view rest) {
-    if (!Skip(rest, ": ")) {
-        return false;
-    }
-    for (const ShaderText& text : names_.texts) {
-        const std::string_view source = rest.substr(0, text.source.size());
-        if (EqualIgnoringAsciiCase(FromUtf8(source), FromUtf8(text.source)) &&
-            AddPositioned(text.place, rest.substr(source.size()))) {
-            return true;
-        }
-    }
-    return names_.texts.empty() && Skip(rest, "Common") && AddPositioned(TextOf("Common").place, rest);
-}
-
-void Translation::AddWithoutPosition(const ShaderText& text, std::string_view message) {
-    if (Skip(message, "after the end of " + text.source + " (a brace may be missing): ")) {
-        AddMessage(EndOf(text),
-                   std::string(message) + " (after the end of the text; a brace may be missing)");
-    } else if (Skip(message, "in the module's own lines after " + text.source + ": ")) {
-        AddMessage(EndOf(text), message);
-    } else if (std::string_view rest = message; TakeSeverity(rest, {}).empty()) {
-        AddLine(text.place + ": " + std::string(message));
-    } else {
-        AddMessage(Position(text.place, "1"), message);
-    }
-}
-
-/// Several faults are separated by commas, each begins with its pass. Those with a position become lines of
-/// their own.
-void Translation::AddLoadFailure(std::string_view rest) {
-    std::cmatch found;
-    if (Skip(rest, kJsonPosition, found)) {
-        return AddMessage(Position(shader_, found[1], found[2]), rest);
-    }
-    if (PassNameAt(rest).empty()) {
-        return AddMessage(Position(shader_, "1"), rest);
-    }
-    std::string others;
-    while (!rest.empty()) {
-        std::size_t end = rest.find(", ");
-        while (end != rest.npos && PassNameAt(rest.substr(end + 2)).empty()) {
-            end = rest.find(", ", end + 2);
-        }
-        const std::string_view fault = rest.substr(0, end);
-        rest.remove_prefix(std::min(fault.size() + 2, rest.size()));
-        const std::string_view pass = PassNameAt(fault);
-        if (fault.substr(pass.size()).starts_with(':')) {
-            AddOfPass(pass, fault.substr(pass.size()));
-        } else {
-            others += (others.empty() ? "" : ", ") + std::string(fault);
-        }
-    }
-    if (!others.empty()) {
-        AddLine(std::string(kLoadFailure) + shader_ + ": " + others);
-    }
-}
-
-/// Mesa repeats the error's position for each candidate, and indents it.
-void Translation::AddMessage(const std::string& position, std::string_view message) {
-    const std::string_view severity = TakeSeverity(message, "error: ");
-    if (position != candidatesAt_ || !message.starts_with(' ')) {
-        AddLine(position + std::string(severity) + std::string(message));
-        candidatesAt_ = message.ends_with(kCandidates) ? position : std::string();
-        return;
-    }
-    const std::size_t first = message.find_first_not_of(' ');
-    if (first != message.npos && ++candidates_ <= kShownCandidates) {
-        lines_.back().append(candidates_ == 1 ? " " : ", ").append(message.substr(first));
-    }
-}
-
-void Translation::EndCandidates() {
-    if (candidates_ > kShownCandidates) {
-        lines_.back() += " and " + std::to_string(candidates_ - kShownCandidates) + " more";
-    }
-    candidatesAt_.clear();
-    candidates_ = 0;
-}
-
-/// An error in Common or in an include file appears once for each pass.
-void Translation::AddLine(std::string line) {
-    EndCandidates();
-    lines_.push_back(std::move(line));
-}
-
-std::vector<std::string> Translation::Take() {
-    EndCandidates();
-    std::unordered_set<std::string> seen;
-    std::erase_if(lines_, [&](const std::string& line) { return !seen.insert(line).second; });
-    return std::move(lines_);
-}
-
-ShaderText Translation::TextOf(std::string_view pass) const {
-    const auto text = std::ranges::find(names_.texts, pass, &ShaderText::source);
-    return text != names_.texts.end() ? *text
-                                      : ShaderText{std::string(pass), shader_ + ": " + std::string(pass), {}};
-}
-
-std::string Translation::InputPlaceOf(std::string_view pass, int channel) const {
-    const auto input = std::ranges::find_if(names_.inputs, [&](const InputPlace& place) {
-        return place.pass == pass && place.channel == channel;
-    });
-    return input != names_.inputs.end() ? input->place : TextOf(pass).place;
-}
-
-/// Of a playlist's pick: the name in the next failure, which is the last of a load's lines. Empty if that
-/// load did not fail.
-std::string NextPick(std::span<const std::string> lines) {
-    const auto failure =
-        std::ranges::find_if(lines, [](const std::string& line) { return line.starts_with(kLoadFailure); });
-    if (failure == lines.end()) {
-        return {};
-    }
-    const std::string_view pick = std::string_view(*failure).substr(kLoadFailure.size());
-    return std::string(pick.substr(0, pick.find(": ")));
+bool IsLoadFailure(const std::string& line) {
+    return line.starts_with(kLoadFailure);
 }
 
 }  // namespace
 
 std::vector<std::string> EditorLines(const std::vector<std::string>& lines, const SourceNames& names) {
     Translation translation(names);
-    for (std::size_t i = 0; i < lines.size(); ++i) {
-        if (names.shader.empty() && (i == 0 || lines[i - 1].starts_with(kLoadFailure))) {
-            translation.SetShader(NextPick(std::span(lines).subspan(i)));
+    for (auto line = lines.begin(); line != lines.end(); ++line) {
+        if (names.shader.empty() && (line == lines.begin() || IsLoadFailure(line[-1]))) {
+            // The name of a playlist's pick is in the next failure, which is the last of a load's lines.
+            const auto failure = std::find_if(line, lines.end(), IsLoadFailure);
+            const std::string pick = failure == lines.end() ? "" : failure->substr(kLoadFailure.size());
+            translation.SetShader(pick.substr(0, pick.find(": ")));
         }
-        translation.Add(lines[i]);
+        translation.Add(*line);
     }
     return translation.Take();
 }

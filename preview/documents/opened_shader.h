@@ -1,44 +1,37 @@
-// The shader that the user named, staged for the module and kept up to date with its files.
+// The shader that the user named and the files that belong to it, staged for the module and kept up to date.
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
-#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "preview/documents/shader_source.h"
+#include "preview/documents/editor_lines.h"
 #include "preview/host/staged_shader.h"
 
 namespace pixelforge::preview {
 
-/// Polls sizes and times a few times a second. Polling works however an editor replaces a file, and there are
-/// few files.
-class FileWatch {
-public:
-    explicit FileWatch(std::vector<std::wstring> files) { Watch(std::move(files)); }
+struct ShaderSource {
+    std::string document;               ///< in the module's format
+    std::string conversion;             ///< how the file was converted, for the user; empty if unchanged
+    std::vector<std::string> errors;    ///< of a plain shader's comment lines, see `CommentLines`
+    std::vector<std::string> warnings;  ///< what the module ignores in silence, and absent devices
+    SourceNames names;
 
-    /// Replaces the list; files need not exist. Their current state is the baseline.
-    void Watch(std::vector<std::wstring> files);
-
-    /// True once per change, one interval after the last modification, because editors may write a file in
-    /// several steps. Cheap enough to call every frame.
-    bool Changed();
-
-    /// Reports the last change once more, for a file that could not be read yet.
-    void ReportAgain() { changing_ = true; }
-
-private:
-    /// Time and size, the high halves first; zeros for a file that does not exist.
-    using Stamp = std::array<std::uint32_t, 4>;
-    std::vector<Stamp> ReadStamps() const;
-
-    std::vector<std::wstring> files_;
-    std::vector<Stamp> stamps_;
-    bool changing_ = false;
-    std::chrono::steady_clock::time_point lastPoll_;
+    /// Absolute paths of every file that may belong to the shader, existing or not: the named file, its
+    /// passes, include files and media.
+    std::vector<std::wstring> files;
 };
+
+struct IncludeFolder {
+    std::wstring path = {};  ///< absolute, or empty
+    std::string name = {};   ///< as the user wrote it
+};
+
+/// `name` is the path as the user wrote it. Throws `HostError` with `WrongUsage` if the file cannot be read.
+ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFolder& include,
+                              const std::string& name);
 
 /// Paths are absolute. The factories throw as `StagedShader` does, and `HostError` with `WrongUsage` for a
 /// file that cannot be read.
@@ -46,25 +39,19 @@ class OpenedShader {
 public:
     static OpenedShader OfIdentifier(const std::string& identifier);
     static OpenedShader OfPlaylist(const std::wstring& path);
-
-    /// `name` is the path as the user wrote it.
     static OpenedShader OfFile(const std::wstring& path, const IncludeFolder& include,
                                const std::string& name);
 
     StagedShader& Staged() noexcept { return staged_; }
-
-    /// How the file was converted to a document; empty if it was not.
     const std::string& Conversion() const noexcept { return source_.conversion; }
 
-    /// What is wrong with a plain shader's comment lines. Its document is staged empty, so that the module
-    /// cannot load it.
+    /// With any of these the staged document is empty, so that the module cannot load it.
     const std::vector<std::string>& Errors() const noexcept { return source_.errors; }
-
     const std::vector<std::string>& Warnings() const noexcept { return source_.warnings; }
     const SourceNames& Names() const noexcept { return source_.names; }
 
-    /// Stages the shader again if one of its files has changed. Returns true if so: the module must reload. A
-    /// file that cannot be read is assumed to be still being written and is retried later.
+    /// For each frame: stages the shader again once per change of its files. Returns true if so: the module
+    /// must reload. A file that cannot be read may still be being written and is retried later.
     bool Refresh();
 
     /// Stages the shader again with this picture on channel 0 of its image. Throws `HostError`. Only for a
@@ -73,14 +60,16 @@ public:
 
 private:
     explicit OpenedShader(StagedShader staged) : staged_(std::move(staged)) {}
-    void StageAgain();
+    void Stage();
 
     StagedShader staged_;
-    std::wstring path_;
+    std::wstring path_;  ///< empty unless it is a file
     IncludeFolder include_;
     ShaderSource source_;
-    std::optional<FileWatch> watch_;
-    std::string picture_;  ///< see `UsePicture`
+    std::string picture_;                ///< see `UsePicture`
+    std::vector<std::uint32_t> stamps_;  ///< times and sizes of the files
+    bool changed_ = false;
+    std::chrono::steady_clock::time_point lastPoll_;
 };
 
 }  // namespace pixelforge::preview

@@ -1,58 +1,161 @@
-// Stages the shader and watches its files.
+// Reads the shader, collects the paths of its files, stages it and polls the files.
 #include "preview/documents/opened_shader.h"
 
 #include <windows.h>
 
-#include <span>
-#include <utility>
+// Otherwise the header redefines the runtime library's string functions.
+#define NO_DSHOW_STRSAFE
+#include <dshow.h>
+#include <mmdeviceapi.h>
+#include <wrl/client.h>
 
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <string_view>
+#include <thread>
+
+#include "base/file.h"
 #include "base/load_error.h"
 #include "base/text.h"
+#include "base/win_handles.h"
 #include "preview/documents/document_conversion.h"
+#include "preview/documents/source_faults.h"
 #include "preview/host/file_paths.h"
 
 namespace pixelforge::preview {
 namespace {
 
+/// Between two looks at the files. Polling works however an editor replaces a file.
 constexpr auto kInterval = std::chrono::milliseconds(150);
 
-std::span<const std::uint8_t> StagedBytes(const ShaderSource& source) {
-    return BytesOf(source.errors.empty() ? std::string_view(source.document) : std::string_view());
+using Microsoft::WRL::ComPtr;
+
+/// As UTF-8 without a byte order mark.
+std::string ReadText(const std::wstring& path) {
+    const std::string text = ReadInputFile(path);
+    std::string utf8 = ToUtf8(Widen(text, DetectEncoding(text)).value_or(std::wstring()));
+    return utf8.starts_with("\xEF\xBB\xBF") ? utf8.substr(3) : utf8;
+}
+
+bool IsPlainShader(const std::filesystem::path& path) {
+    const std::wstring_view extensions[] = {L".glsl", L".frag", L".fs"};
+    return std::ranges::any_of(extensions, [own = path.extension()](std::wstring_view extension) {
+        return EqualIgnoringAsciiCase(own.native(), extension);
+    });
+}
+
+void ReadPlainShader(const std::wstring& path, ShaderSource& source) {
+    const std::string& name = source.names.shader;
+    std::vector<PassFile> passes = {{"image", ReadText(path), name}};
+    source.conversion = "plain shader, used as the Image pass";
+    for (const std::string_view stem : kPassFileStems) {
+        const std::wstring passPath = FromUtf8(PassFileName(ToUtf8(path), stem));
+        source.files.push_back(passPath);
+        if (IsExistingFile(passPath.c_str())) {
+            passes.push_back({std::string(stem), ReadText(passPath), PassFileName(name, stem)});
+            source.conversion += ", with ." + std::string(stem);
+        }
+    }
+    const std::wstring stem = std::filesystem::path(path).stem();
+    MadeDocument made = DocumentOfPassFiles(ToUtf8(stem), passes, [&](const std::string& file) {
+        return IsExistingFile((FolderOf(path) + FromUtf8(file)).c_str());
+    });
+    source.document = std::move(made.json);
+    source.errors = std::move(made.errors);
+    source.names.inputs = std::move(made.inputs);
+    source.names.texts = std::move(made.texts);
+}
+
+void ReadDocument(const std::wstring& path, ShaderSource& source) {
+    source.document = ReadInputFile(path);
+    source.warnings = DocumentFaults(source.document, source.names);
+    if (auto converted = ConvertBareDocument(source.document)) {
+        source.document = std::move(*converted);
+        source.conversion = "document without \"Shader\", converted";
+    }
+}
+
+bool HasSoundOutput() {
+    ComPtr<IMMDeviceEnumerator> devices;
+    ComPtr<IMMDevice> device;
+    return SUCCEEDED(CoCreateInstance(__uuidof(MMDeviceEnumerator), nullptr, CLSCTX_INPROC_SERVER,
+                                      IID_PPV_ARGS(&devices))) &&
+           SUCCEEDED(devices->GetDefaultAudioEndpoint(eRender, eConsole, &device));
+}
+
+bool HasCamera() {
+    ComPtr<ICreateDevEnum> devices;
+    ComPtr<IEnumMoniker> cameras;
+    ComPtr<IMoniker> first;
+    return SUCCEEDED(CoCreateInstance(CLSID_SystemDeviceEnum, nullptr, CLSCTX_INPROC_SERVER,
+                                      IID_PPV_ARGS(&devices))) &&
+           devices->CreateClassEnumerator(CLSID_VideoInputDeviceCategory, &cameras, 0) == S_OK &&
+           cameras->Next(1, &first, nullptr) == S_OK;
+}
+
+/// On a thread of its own, because the module expects a host's thread without COM.
+bool IsAbsent(bool (*isPresent)()) {
+    bool present = false;
+    std::thread([&] {
+        const ComApartment apartment;
+        present = isPresent();
+    }).join();
+    return !present;
+}
+
+void WarnOfAbsentDevices(ShaderSource& source) {
+    constexpr std::string_view kSound[] = {"audio", "music", "musicstream", "mic"};
+    for (const InputPlace& input : source.names.inputs) {
+        const bool camera = input.type == "webcam";
+        const bool sound = std::ranges::find(kSound, input.type) != std::end(kSound);
+        if ((camera && IsAbsent(HasCamera)) || (sound && IsAbsent(HasSoundOutput))) {
+            source.warnings.push_back(
+                input.place + ": warning: " + input.pass + ", iChannel" + std::to_string(input.channel) +
+                (camera ? ": there is no camera" : ": there is no sound output device"));
+        }
+    }
+}
+
+/// Times and sizes, zeros for files that do not exist.
+std::vector<std::uint32_t> StampsOf(const std::vector<std::wstring>& files) {
+    std::vector<std::uint32_t> stamps;
+    for (const std::wstring& file : files) {
+        WIN32_FILE_ATTRIBUTE_DATA found = {};
+        GetFileAttributesExW(LongPath(file).c_str(), GetFileExInfoStandard, &found);
+        stamps.insert(stamps.end(),
+                      {found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime,
+                       found.nFileSizeHigh, found.nFileSizeLow});
+    }
+    return stamps;
 }
 
 }  // namespace
 
-void FileWatch::Watch(std::vector<std::wstring> files) {
-    files_ = std::move(files);
-    stamps_ = ReadStamps();
-    changing_ = false;
-    lastPoll_ = std::chrono::steady_clock::now();
-}
-
-bool FileWatch::Changed() {
-    const auto now = std::chrono::steady_clock::now();
-    if (now - lastPoll_ < kInterval) {
-        return false;
+ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFolder& include,
+                              const std::string& name) {
+    ShaderSource source;
+    source.files = {absolutePath};
+    source.names = {
+        .shader = name, .file = true, .includeFolder = ToUtf8(include.path), .includeName = include.name};
+    if (IsPlainShader(absolutePath)) {
+        ReadPlainShader(absolutePath, source);
+    } else {
+        ReadDocument(absolutePath, source);
     }
-    lastPoll_ = now;
-    std::vector<Stamp> stamps = ReadStamps();
-    if (stamps != stamps_) {
-        stamps_ = std::move(stamps);
-        changing_ = true;
-        return false;
+    const WorkingFolder here(absolutePath);
+    std::ranges::move(MissingIncludes(source.names), std::back_inserter(source.warnings));
+    WarnOfAbsentDevices(source);
+    // The module looks for named files beside the shader and in the include folder.
+    std::vector<std::string> named = source.names.includes;
+    std::ranges::transform(source.names.inputs, std::back_inserter(named), &InputPlace::file);
+    for (const std::string& file : named) {
+        if (const std::wstring wide = FromUtf8(file); IsOpenableLocalName(wide)) {
+            source.files.push_back(std::filesystem::path(FolderOf(absolutePath)) / wide);
+            source.files.push_back(std::filesystem::path(include.path) / wide);
+        }
     }
-    return std::exchange(changing_, false);
-}
-
-std::vector<FileWatch::Stamp> FileWatch::ReadStamps() const {
-    std::vector<Stamp> stamps;
-    for (const std::wstring& file : files_) {
-        WIN32_FILE_ATTRIBUTE_DATA found = {};
-        GetFileAttributesExW(LongPath(file).c_str(), GetFileExInfoStandard, &found);
-        stamps.push_back({found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime,
-                          found.nFileSizeHigh, found.nFileSizeLow});
-    }
-    return stamps;
+    return source;
 }
 
 OpenedShader OpenedShader::OfIdentifier(const std::string& identifier) {
@@ -68,39 +171,42 @@ OpenedShader OpenedShader::OfPlaylist(const std::wstring& path) {
 
 OpenedShader OpenedShader::OfFile(const std::wstring& path, const IncludeFolder& include,
                                   const std::string& name) {
-    ShaderSource source = ReadShaderSource(path, include, name);
-    OpenedShader shader(StagedShader::OfDocument(StagedBytes(source)));
+    OpenedShader shader(StagedShader::OfDocument({}));
     shader.path_ = path;
     shader.include_ = include;
-    shader.watch_.emplace(source.files);
-    shader.source_ = std::move(source);
+    shader.source_.names.shader = name;
+    shader.Stage();
     return shader;
 }
 
-void OpenedShader::StageAgain() {
+void OpenedShader::Stage() {
     ShaderSource source = ReadShaderSource(path_, include_, source_.names.shader);
     if (!picture_.empty()) {
         source.document = WithPicture(source.document, picture_);
     }
-    staged_.ReplaceDocument(StagedBytes(source));
-    watch_->Watch(source.files);
+    staged_.Replace(BytesOf(source.errors.empty() ? source.document : std::string_view()));
+    stamps_ = StampsOf(source.files);
     source_ = std::move(source);
 }
 
 void OpenedShader::UsePicture(const std::string& path) {
     picture_ = path;
-    StageAgain();
+    Stage();
 }
 
 bool OpenedShader::Refresh() {
-    if (!watch_ || !watch_->Changed()) {
+    const auto now = std::chrono::steady_clock::now();
+    if (path_.empty() || now - lastPoll_ < kInterval) {
         return false;
     }
-    const bool read = FailureOf([&] { StageAgain(); }).empty();
-    if (!read) {
-        watch_->ReportAgain();
-    }
-    return read;
+    lastPoll_ = now;
+    std::vector<std::uint32_t> stamps = StampsOf(source_.files);
+    // An editor may write a file in several steps: staged one interval after the last.
+    const bool changing = stamps != stamps_;
+    stamps_ = std::move(stamps);
+    const bool whole = changed_ && !changing;
+    changed_ = changing || (whole && !FailureOf([&] { Stage(); }).empty());
+    return whole && !changed_;
 }
 
 }  // namespace pixelforge::preview

@@ -22,9 +22,6 @@ constexpr std::size_t kLongestIdentifier = 19;
 /// Ends recursive includes; the module accepts 60 files in a pass.
 constexpr std::size_t kMostTexts = 512;
 
-/// Of a generated playlist, to keep the terminal readable.
-constexpr std::size_t kMostPlaylistFaults = 20;
-
 /// The pass's name in messages, which use the long forms; empty if the module ignores it.
 std::string KnownPass(std::string_view type, const std::string& name) {
     static const std::regex buffer("Buf(fer)? [A-D]");
@@ -37,89 +34,62 @@ std::string KnownPass(std::string_view type, const std::string& name) {
     return type == "cubemap" && (name == "Cube A" || name == "Cubemap A") ? "Cube A" : "";
 }
 
-/// Parsed in place, so that each text's address is its position.
-class DocumentCheck {
-public:
-    DocumentCheck(std::string_view document, SourceNames& names)
-        : document_(document), buffer_(document), names_(names) {
-        constexpr unsigned kFlags = rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
-        tree_.ParseInsitu<kFlags>(buffer_.data());
-    }
-
-    std::vector<std::string> Run();
-
-private:
-    void CheckPass(const Value& pass);
-    void CheckInput(const Value& input, const std::string& pass);
-    std::string PlaceOf(std::string_view text) const;
-    void Warn(const std::string& place, const std::string& clause) {
-        faults_.push_back(place + ": warning: " + WithoutControls(clause));
-    }
-
-    std::string_view document_;
-    std::string buffer_;
-    rapidjson::Document tree_;
-    SourceNames& names_;
-    std::vector<std::string> faults_;
+/// A document that is being checked.
+struct Check {
+    std::string_view document;
+    std::string buffer;  ///< parsed in place, so that each text's address is its position
+    SourceNames& names;
+    std::vector<std::string> faults = {};
 };
 
-std::vector<std::string> DocumentCheck::Run() {
-    if (tree_.HasParseError()) {
-        return {};  // the module reports it
-    }
-    for (const char* passes : {"/Shader/renderpass", "/renderpass", "/0/renderpass"}) {
-        for (const Value* pass : ObjectsAt(tree_, passes)) {
-            CheckPass(*pass);
-        }
-    }
-    return std::move(faults_);
+/// "FILE:LINE:COLUMN" of the text's opening quote; of the document if there is no text.
+std::string PlaceOf(const Check& check, std::string_view text) {
+    const std::string& buffer = check.buffer;
+    const bool found = text.data() > buffer.data() && text.data() <= buffer.data() + buffer.size();
+    const auto offset = found ? static_cast<std::size_t>(text.data() - buffer.data()) - 1 : 0;
+    const std::string_view before = check.document.substr(0, offset);
+    return check.names.shader + ":" + std::to_string(1 + std::ranges::count(before, '\n')) + ":" +
+           std::to_string(offset - before.rfind('\n'));
 }
 
-void DocumentCheck::CheckPass(const Value& pass) {
-    const std::string_view type = TextAt(pass, "/type");
-    const std::string name(TextAt(pass, "/name"));
-    const std::string fullName = KnownPass(type, name);
-    if (fullName.empty()) {
-        return Warn(PlaceOf(type),
-                    "the pass \"" + name + "\" of type \"" + std::string(type) + "\" is ignored: " +
-                        (type == "sound" ? "the module plays no sound" : "unknown name or type"));
-    }
-    // Of two passes with one name the module uses the later.
-    std::erase_if(names_.texts, [&](const ShaderText& text) { return text.source == fullName; });
-    names_.texts.push_back({fullName, names_.shader + ": " + fullName, std::string(TextAt(pass, "/code"))});
-    for (const Value* input : ObjectsAt(pass, "/inputs")) {
-        CheckInput(*input, fullName);
-    }
-}
-
-void DocumentCheck::CheckInput(const Value& input, const std::string& pass) {
+void CheckInput(const Value& input, const std::string& pass, Check& check) {
     constexpr std::string_view kKinds[] = {"buffer", "texture", "cubemap", "volume",      "keyboard",
                                            "webcam", "audio",   "music",   "musicstream", "mic"};
     const bool bare = !input.HasMember("ctype");
-    const std::string_view kind = TextAt(input, bare ? "/type" : "/ctype");
+    const std::string kind(TextAt(input, bare ? "/type" : "/ctype"));
     const Value* number = rapidjson::GetValueByPointer(input, "/channel");
     const double channel = number && number->IsNumber() ? number->GetDouble() : -1.0;
-    const std::string place = PlaceOf(kind);
+    const std::string place = PlaceOf(check, TextAt(input, bare ? "/type" : "/ctype"));
+    const std::string start = place + ": warning: " + pass;
     if (!(channel >= 0.0 && channel < 4.0)) {
-        Warn(place, pass + ": an input on a channel outside 0 to 3 is ignored");
+        check.faults.push_back(start + ": an input on a channel outside 0 to 3 is ignored");
     } else if (std::ranges::find(kKinds, kind) == std::end(kKinds)) {
-        Warn(place, pass + ", iChannel" + std::to_string(static_cast<int>(channel)) +
-                        ": inputs of the unknown kind \"" + std::string(kind) +
-                        "\" are ignored, and the channel is not declared");
+        check.faults.push_back(start + ", iChannel" + std::to_string(static_cast<int>(channel)) +
+                               ": inputs of the unknown kind \"" + WithoutControls(kind) +
+                               "\" are ignored, and the channel is not declared");
     } else {
-        names_.inputs.push_back({pass, static_cast<int>(channel), std::string(kind), place,
-                                 std::string(TextAt(input, bare ? "/filepath" : "/src"))});
+        check.names.inputs.push_back({pass, static_cast<int>(channel), kind, place,
+                                      std::string(TextAt(input, bare ? "/filepath" : "/src"))});
     }
 }
 
-/// "FILE:LINE:COLUMN" of the text's opening quote; of the document if there is no text.
-std::string DocumentCheck::PlaceOf(std::string_view text) const {
-    const bool found = text.data() > buffer_.data() && text.data() <= buffer_.data() + buffer_.size();
-    const auto offset = found ? static_cast<std::size_t>(text.data() - buffer_.data()) - 1 : 0;
-    const std::string_view before = document_.substr(0, offset);
-    const std::size_t lineStart = before.rfind('\n') + 1;
-    return names_.shader + ":" + std::to_string(1 + std::ranges::count(before, '\n')) + ":" +
-           std::to_string(offset - lineStart + 1);
+void CheckPass(const Value& pass, Check& check) {
+    const std::string_view type = TextAt(pass, "/type");
+    const std::string name(TextAt(pass, "/name"));
+    const std::string fullName = KnownPass(type, name);
+    SourceNames& names = check.names;
+    if (fullName.empty()) {
+        check.faults.push_back(PlaceOf(check, type) + ": warning: the pass \"" + WithoutControls(name) +
+                               "\" of type \"" + WithoutControls(type) + "\" is ignored: " +
+                               (type == "sound" ? "the module plays no sound" : "unknown name or type"));
+        return;
+    }
+    // Of two passes with one name the module uses the later.
+    std::erase_if(names.texts, [&](const ShaderText& text) { return text.source == fullName; });
+    names.texts.push_back({fullName, names.shader + ": " + fullName, std::string(TextAt(pass, "/code"))});
+    for (const Value* input : ObjectsAt(pass, "/inputs")) {
+        CheckInput(*input, fullName, check);
+    }
 }
 
 // Include lines.
@@ -135,16 +105,10 @@ std::string_view IncludedNameIn(std::string_view line) {
     return close == line.npos ? std::string_view() : line.substr(open + 1, close - open - 1);
 }
 
-std::string Joined(const std::string& folder, const std::string& name) {
-    const bool separated = folder.empty() || folder.ends_with('/') || folder.ends_with('\\');
-    return folder + (separated ? "" : "/") + name;
-}
-
 /// As the user would write the path of a file that the shader names relative to its own folder.
 std::string BesideShader(const SourceNames& names, const std::string& name) {
     const bool absolute = name.starts_with('/') || name.starts_with('\\') || name.find(':') != name.npos;
-    const std::string folder = names.shader.substr(0, names.shader.find_last_of("/\\") + 1);
-    return absolute ? name : folder + name;
+    return absolute ? name : names.shader.substr(0, names.shader.find_last_of("/\\") + 1) + name;
 }
 
 /// Whether a block comment is open after the line. Like the module, it finds one even after "//".
@@ -188,34 +152,38 @@ std::string AddIncluded(SourceNames& names, const std::string& name) {
     }
     names.includes.push_back(name);
     const std::string beside = BesideShader(names, name);
-    if (AddText(names, name, beside)) {
+    const std::string& folder = names.includeName;
+    const std::string joined = folder + (folder.ends_with('/') || folder.ends_with('\\') ? "" : "/") + name;
+    if (AddText(names, name, beside) || (!names.includeFolder.empty() && AddText(names, inFolder, joined))) {
         return {};
     }
-    if (names.includeFolder.empty()) {
-        return missing + "looked for " + beside + "; no include folder is set";
-    }
-    const std::string joined = Joined(names.includeName, name);
-    return AddText(names, inFolder, joined) ? std::string()
-                                            : missing + "looked for " + beside + " and " + joined;
+    return missing + "looked for " + beside +
+           (names.includeFolder.empty() ? "; no include folder is set" : " and " + joined);
 }
 
+/// Empty for a line that can be picked.
 std::string LineFault(std::string_view line, bool ended) {
-    if (line.empty()) {
-        return "the empty line is skipped";
-    }
-    if (!ended) {
-        return "the last line has no line break, so it is ignored";
-    }
     const auto wide = Widen(line, TextEncoding::AnsiCodePage);
-    return wide && wide->size() <= kLongestIdentifier
-               ? std::string()
-               : "the line is longer than 19 characters, so a load that picks it fails";
+    return line.empty() ? "the empty line is skipped"
+           : !ended     ? "the last line has no line break, so it is ignored"
+           : !wide || wide->size() > kLongestIdentifier
+               ? "the line is longer than 19 characters, so a load that picks it fails"
+               : "";
 }
 
 }  // namespace
 
 std::vector<std::string> DocumentFaults(std::string_view document, SourceNames& names) {
-    return DocumentCheck(document, names).Run();
+    Check check = {document, std::string(document), names};
+    rapidjson::Document tree;
+    tree.ParseInsitu<rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag>(check.buffer.data());
+    // The module reports what does not parse.
+    for (const char* passes : {"/Shader/renderpass", "/renderpass", "/0/renderpass"}) {
+        for (const Value* pass : ObjectsAt(tree, passes)) {
+            CheckPass(*pass, check);
+        }
+    }
+    return std::move(check.faults);
 }
 
 std::vector<std::string> MissingIncludes(SourceNames& names) {
@@ -257,11 +225,6 @@ std::vector<std::string> PlaylistFaults(std::string_view playlist, const std::st
         if (const std::string fault = LineFault(TakeLine(rest), ended); !fault.empty()) {
             warn(line, fault);
         }
-    }
-    if (faults.size() > kMostPlaylistFaults) {
-        const std::size_t left = faults.size() - kMostPlaylistFaults;
-        faults.resize(kMostPlaylistFaults);
-        faults.push_back(name + ": " + std::to_string(left) + " more lines like these");
     }
     return faults;
 }

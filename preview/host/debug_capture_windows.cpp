@@ -13,47 +13,35 @@
 namespace pixelforge::preview {
 namespace {
 
-// Exception codes of `OutputDebugStringA` and `OutputDebugStringW`. Parameters: length with the
-// terminator, then address.
+// Exception codes of `OutputDebugStringA` and `OutputDebugStringW`. The second parameter is the address.
 constexpr DWORD kNarrowDebugText = 0x40010006;
 constexpr DWORD kWideDebugText = 0x4001000A;
 
 /// Prefix of every module line; it would hide "Buffer A:12: error" from editors.
 constexpr std::string_view kModulePrefix = "Pixelforge: ";
 
-/// Global, because the exception handler receives no context.
-struct Output {
-    std::mutex mutex;
-    std::string text;
-};
+// Global, because the exception handler receives no context.
+std::mutex mutex;
+std::string captured;
 
-Output& Captured() {
-    static Output output;
-    return output;
-}
-
-template <class Unit>
-std::basic_string_view<Unit> RaisedText(const EXCEPTION_RECORD& record) {
-    const auto* text = reinterpret_cast<const Unit*>(record.ExceptionInformation[1]);
-    const std::basic_string_view<Unit> all(text, record.ExceptionInformation[0]);
-    return all.substr(0, all.find(Unit{}));
-}
-
-std::string NarrowTextAsUtf8(std::string_view text) {
+/// In UTF-8. Both functions pass terminated texts.
+std::string RaisedText(const EXCEPTION_RECORD& record) {
+    if (record.ExceptionCode == kWideDebugText) {
+        return ToUtf8(reinterpret_cast<const wchar_t*>(record.ExceptionInformation[1]));
+    }
+    const std::string_view text = reinterpret_cast<const char*>(record.ExceptionInformation[1]);
     return ToUtf8(Widen(text, DetectEncoding(text)).value_or(std::wstring()));
 }
 
 LONG CALLBACK CaptureDebugText(EXCEPTION_POINTERS* pointers) {
     const EXCEPTION_RECORD& record = *pointers->ExceptionRecord;
-    const bool wide = record.ExceptionCode == kWideDebugText;
-    if ((!wide && record.ExceptionCode != kNarrowDebugText) || record.NumberParameters < 2) {
+    if (record.ExceptionCode != kWideDebugText && record.ExceptionCode != kNarrowDebugText) {
         return EXCEPTION_CONTINUE_SEARCH;
     }
     try {
-        const std::string text =
-            wide ? ToUtf8(RaisedText<wchar_t>(record)) : NarrowTextAsUtf8(RaisedText<char>(record));
-        const std::lock_guard lock(Captured().mutex);
-        Captured().text += text;
+        const std::string text = RaisedText(record);
+        const std::lock_guard lock(mutex);
+        captured += text;
     } catch (const std::bad_alloc&) {
         // Better to lose a line than the host.
     }
@@ -80,17 +68,17 @@ DebugCapture::~DebugCapture() {
 }
 
 std::vector<std::string> DebugCapture::Lines() const {
-    const std::lock_guard lock(Captured().mutex);
+    const std::lock_guard lock(mutex);
     std::vector<std::string> lines;
-    for (std::string_view rest = Captured().text; !rest.empty();) {
+    for (std::string_view rest = captured; !rest.empty();) {
         std::erase(lines.emplace_back(TakeLine(rest)), '\r');
     }
     return lines;
 }
 
 void DebugCapture::Clear() {
-    const std::lock_guard lock(Captured().mutex);
-    Captured().text.clear();
+    const std::lock_guard lock(mutex);
+    captured.clear();
 }
 
 std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, std::string_view alias,

@@ -39,8 +39,7 @@ void AppendToFile(const std::wstring& absolutePath, std::span<const std::uint8_t
 void RequireWritable(const std::wstring& absolutePath);
 
 /// While alive, makes a file's folder the current one, for names relative to it; then restores the previous
-/// one. A folder whose path is too long is entered by its 8.3 name; if it has none, `Entered` is false and
-/// the current folder does not change.
+/// one. If the folder's path is too long for the system, `Entered` is false and nothing changes.
 class WorkingFolder {
 public:
     explicit WorkingFolder(const std::wstring& filePath);

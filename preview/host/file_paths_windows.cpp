@@ -5,7 +5,6 @@
 #include <system_error>
 
 #include "base/file.h"
-#include "base/text.h"
 #include "base/win_handles.h"
 #include "preview/host/host_error.h"
 
@@ -24,25 +23,6 @@ constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";  // of the full path of 
 UniqueKernelHandle OpenOutput(const std::wstring& path, DWORD access, DWORD disposition) {
     return AdoptFileHandle(
         CreateFileW(LongPath(path).c_str(), access, 0, nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr));
-}
-
-void MakeFolders(const std::wstring& folder) {
-    if (IsExistingFolder(LongPath(folder).c_str())) {
-        return;
-    }
-    if (const std::size_t end = folder.find_last_of(L"\\/"); end != std::wstring::npos) {
-        MakeFolders(folder.substr(0, end));
-    }
-    if (!CreateDirectoryW(LongPath(folder).c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS) {
-        Reject(ExitStatus::WrongUsage, "cannot create the folder ", folder);
-    }
-}
-
-/// The 8.3 form of an existing folder, or empty if it has none.
-std::wstring ShortFolder(const std::wstring& folder) {
-    std::wstring name(32768, L'\0');
-    name.resize(GetShortPathNameW(LongPath(folder).c_str(), name.data(), static_cast<DWORD>(name.size())));
-    return name.starts_with(kLongPrefix) ? name.substr(kLongPrefix.size()) : name;
 }
 
 }  // namespace
@@ -108,7 +88,10 @@ void RequireWritable(const std::wstring& absolutePath) {
     if (absolutePath.starts_with(kDevicePrefix)) {
         return;
     }
-    MakeFolders(absolutePath.substr(0, absolutePath.find_last_of(L"\\/")));
+    for (std::size_t end = absolutePath.find(L'\\'); end != absolutePath.npos;) {
+        CreateDirectoryW(LongPath(absolutePath.substr(0, end)).c_str(), nullptr);
+        end = absolutePath.find(L'\\', end + 1);
+    }
     auto file = OpenOutput(absolutePath, GENERIC_WRITE, OPEN_ALWAYS);
     const bool existed = GetLastError() == ERROR_ALREADY_EXISTS;
     if (!file) {
@@ -121,8 +104,7 @@ void RequireWritable(const std::wstring& absolutePath) {
 }
 
 WorkingFolder::WorkingFolder(const std::wstring& filePath) : previous_(std::filesystem::current_path()) {
-    const std::wstring folder = FolderOf(filePath);
-    entered_ = SetCurrentDirectoryW(folder.c_str()) || SetCurrentDirectoryW(ShortFolder(folder).c_str());
+    entered_ = SetCurrentDirectoryW(FolderOf(filePath).c_str());
 }
 
 WorkingFolder::~WorkingFolder() {

@@ -4,9 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
-#include <optional>
 #include <span>
-#include <type_traits>
 
 #include "base/text.h"
 #include "preview/host/host_error.h"
@@ -22,21 +20,18 @@ std::wstring_view TextUpToNul(std::span<const wchar_t> field) {
     return text.substr(0, text.find(L'\0'));
 }
 
-template <class Number>
-std::optional<Number> ParseNumber(std::string_view text) {
-    Number number = {};
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    if (error != std::errc() || end != text.data() + text.size()) {
-        return std::nullopt;
-    }
-    return number;
+/// The names field holds the group's name and the label.
+std::wstring_view LabelOf(const ControlRecord& control) {
+    const std::size_t label = TextUpToNul(control.names).size() + 1;
+    return label < kHostTextUnits ? TextUpToNul({control.names + label, kHostTextUnits - label})
+                                  : std::wstring_view();
 }
 
-std::optional<bool> ParseSwitch(std::string_view text) {
-    constexpr std::wstring_view kWords[] = {L"false", L"true", L"off", L"on", L"no", L"yes", L"0", L"1"};
-    const auto word = std::ranges::find_if(
-        kWords, [own = FromUtf8(text)](std::wstring_view one) { return EqualIgnoringAsciiCase(own, one); });
-    return word == std::end(kWords) ? std::nullopt : std::optional((word - kWords) % 2 != 0);
+/// False for anything but a number in these bounds.
+template <class Number>
+bool ReadNumber(std::string_view text, Number least, Number most, Number& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() && number >= least && number <= most;
 }
 
 template <class Number>
@@ -53,19 +48,19 @@ std::string BoundsText(const Area& area) {
 
 template <class Area>
 bool WriteNumber(Area& area, std::string_view text) {
-    using Number = std::remove_reference_t<decltype(area.value[0])>;
-    const auto number = ParseNumber<Number>(text);
-    if (!number || !(*number >= area.bounds[0][0] && *number <= area.bounds[0][1])) {
-        return false;
-    }
-    area.value[0] = *number;
-    return true;
+    auto number = area.value[0];
+    const bool valid = ReadNumber(text, area.bounds[0][0], area.bounds[0][1], number);
+    area.value[0] = valid ? number : area.value[0];
+    return valid;
 }
 
 bool WriteSwitch(ControlRecord& control, std::string_view text) {
-    const auto on = ParseSwitch(text);
-    control.toggle.value[1] = on ? *on : control.toggle.value[1];
-    return on.has_value();
+    constexpr std::wstring_view kWords[] = {L"false", L"true", L"off", L"on", L"no", L"yes", L"0", L"1"};
+    const auto word = std::ranges::find_if(
+        kWords, [own = FromUtf8(text)](std::wstring_view one) { return EqualIgnoringAsciiCase(own, one); });
+    const bool valid = word != std::end(kWords);
+    control.toggle.value[1] = valid ? static_cast<std::int32_t>(word - kWords) % 2 : control.toggle.value[1];
+    return valid;
 }
 
 bool WriteFileName(ControlRecord& control, std::string_view text) {
@@ -79,15 +74,12 @@ bool WriteFileName(ControlRecord& control, std::string_view text) {
 
 bool WriteGrid(ControlRecord& control, std::string_view text) {
     const std::size_t cross = std::min(text.find('x'), text.size());
-    const auto columns = ParseNumber<std::int32_t>(text.substr(0, cross));
-    const auto rows = ParseNumber<std::int32_t>(text.substr(std::min(cross + 1, text.size())));
-    const auto fits = [](const auto& side) { return side && *side >= 1 && *side <= kMaximumGridSide; };
-    if (!fits(columns) || !fits(rows)) {
-        return false;
-    }
-    control.mask.gridSize[0] = *columns;
-    control.mask.gridSize[1] = *rows;
-    return true;
+    std::int32_t size[2] = {};
+    const bool valid =
+        ReadNumber(text.substr(0, cross), 1, kMaximumGridSide, size[0]) &&
+        ReadNumber(text.substr(std::min(cross + 1, text.size())), 1, kMaximumGridSide, size[1]);
+    std::ranges::copy(valid ? size : control.mask.gridSize, control.mask.gridSize);
+    return valid;
 }
 
 using Control = const ControlRecord&;
@@ -132,11 +124,8 @@ std::string ControlValueText(const ControlRecord& control) {
     return KindOf(control).value(control);
 }
 
-/// The names field holds the group's name and the label.
 std::string ControlLabel(const ControlRecord& control) {
-    const std::size_t label = TextUpToNul(control.names).size() + 1;
-    return label < kHostTextUnits ? ToUtf8(TextUpToNul({control.names + label, kHostTextUnits - label}))
-                                  : std::string();
+    return ToUtf8(LabelOf(control));
 }
 
 std::string ControlGroup(const ControlRecord& control) {
@@ -163,12 +152,10 @@ ControlRecord* HostControls::Allocate(void* hostContext) noexcept {
 }
 
 ControlRecord* HostControls::Find(std::string_view label) const {
-    if (label.empty()) {
-        return nullptr;
-    }
+    const std::wstring wanted = FromUtf8(label);
     const auto found =
-        std::ranges::find_if(records_, [&](const auto& record) { return ControlLabel(*record) == label; });
-    return found != records_.end() ? found->get() : nullptr;
+        std::ranges::find_if(records_, [&](const auto& record) { return LabelOf(*record) == wanted; });
+    return !wanted.empty() && found != records_.end() ? found->get() : nullptr;
 }
 
 void HostControls::Apply(const ControlSetting& setting) {

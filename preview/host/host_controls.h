@@ -43,7 +43,6 @@ public:
     /// outside the control's first pair of bounds, which leaves the record unchanged.
     void Apply(const ControlSetting& setting);
 
-    /// In the order in which the module declared them.
     const std::vector<std::unique_ptr<ControlRecord>>& Records() const noexcept { return records_; }
 
     /// Makes the current values those that `Changed` compares with.

@@ -28,15 +28,15 @@ struct SessionOptions {
     std::int32_t levelOutput = 0;
 
     /// Tiles and foreground need the module's off-screen bitmap, which it uses only if the draw record
-    /// requests levels at pre-initialisation. If true, the session requests them for that call whenever a
-    /// control needs it, and draws the host's picture under a foreground.
+    /// requests levels at pre-initialisation. If true, the session does so whenever a control needs it, and
+    /// draws the host's picture under a foreground.
     bool autoOffscreen = false;
 
     HostWindow* window = nullptr;  ///< null: the session creates its own
 };
 
-/// All calls, and the messages of the window, belong to the thread that created the session, except that
-/// other threads may draw frames, one at a time. The module must outlive the session.
+/// Use only on the thread that created it, but other threads may draw frames, one at a time. The module must
+/// outlive the session.
 class HostSession {
 public:
     /// Creates window and bitmap and fills the draw record, without calling the module.
@@ -48,7 +48,7 @@ public:
     HostSession& operator=(const HostSession&) = delete;
 
     /// Description, controls, settings, pre-initialisation, initialisation. Throws `HostError`: `WrongUsage`
-    /// for settings that the module does not have or that conflict, `Failed` if a call fails.
+    /// for unknown or conflicting settings, `Failed` if a call fails.
     void Open();
 
     /// The last step of `Open`. Called again it requests a new load, as the host does for a reset.
@@ -61,20 +61,18 @@ public:
     /// Dispatches pending messages and draws a frame. Initialises again if the module requests a reset.
     FrameResult DrawFrame();
 
-    /// Cleans up and destroys the instance, if there is one.
     void Close() noexcept;
 
     /// Level output with this divisor, or colours for 0. Takes effect at the next `Refit`.
     void SetLevels(std::int32_t levelDivisor);
 
-    /// Why the frames would not show what the controls ask for: the module draws tiles last, over the whole
-    /// bitmap and in colour. Empty without a conflict, and without `autoOffscreen`.
+    /// Why controls or levels conflict with tiles, which the module draws last, over the whole bitmap and in
+    /// colour. Empty without a conflict, and without `autoOffscreen`.
     std::string Conflict() const;
 
     /// Shader time per frame, limited to the bounds of "Speed".
     void SetSpeed(double secondsPerFrame);
 
-    /// Null if the module declared no such label.
     ControlRecord* Control(std::string_view label) const { return controls_.Find(label); }
     HostControls& Controls() noexcept { return controls_; }
     DrawContext& Context() noexcept { return context_; }
@@ -83,17 +81,14 @@ public:
 
     FramePixels Pixels() const { return surface_.Pixels(); }
 
-    /// The frame for display: level output as greys, anything else unchanged. Valid until the next call or
-    /// frame.
+    /// The frame for display, level output as greys. Valid until the next call or frame.
     FramePixels Picture();
 
     /// The rich text that the module passed last, in any session; empty once cleared.
     static const std::wstring& InfoText() noexcept;
 
 private:
-    void FillContext();
     void UseSurface(std::int32_t width, std::int32_t height);
-    void BuildControls();
     void PreInitialize();
     bool IsForegroundOnly() const;
     bool IsTiled() const;
@@ -105,9 +100,6 @@ private:
     HostWindow* window_ = nullptr;
     HostSurface surface_;
     HostControls controls_;
-    const ControlRecord* foregroundOnly_ = nullptr;  ///< these three are null if the module lacks the control
-    const ControlRecord* columns_ = nullptr;
-    const ControlRecord* rows_ = nullptr;
     bool offscreen_ = false;  ///< at the last pre-initialisation
     DrawContext context_{};
     ModuleInstance* instance_ = nullptr;

@@ -2,6 +2,7 @@
 #include "preview/host/host_session.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "preview/host/host_error.h"
@@ -9,14 +10,7 @@
 namespace pixelforge::preview {
 namespace {
 
-std::wstring& StoredInfoText() {
-    static std::wstring text;
-    return text;
-}
-
-void StoreInfoText(const wchar_t* text) {
-    StoredInfoText() = text ? text : L"";
-}
+std::wstring infoText;
 
 void RequireSuccess(std::int32_t result, const char* function) {
     if (result == 0) {
@@ -46,19 +40,15 @@ HostSession::HostSession(const ModuleFunctions& module, const SessionOptions& op
     if (!window_) {
         window_ = &ownWindow_.emplace(options.width, options.height);
     }
-    FillContext();
+    context_.levelDivisor = options.levelDivisor;
+    context_.levelOutput = options.levelOutput;
+    UseSurface(options.width, options.height);
+    context_.window = window_->Handle();
+    context_.infoTextCallback = [](const wchar_t* text) { infoText = text ? text : L""; };
 }
 
 HostSession::~HostSession() {
     Close();
-}
-
-void HostSession::FillContext() {
-    context_.levelDivisor = options_.levelDivisor;
-    context_.levelOutput = options_.levelOutput;
-    UseSurface(options_.width, options_.height);
-    context_.window = window_->Handle();
-    context_.infoTextCallback = StoreInfoText;
 }
 
 void HostSession::UseSurface(std::int32_t width, std::int32_t height) {
@@ -71,15 +61,6 @@ void HostSession::UseSurface(std::int32_t width, std::int32_t height) {
 void HostSession::Open() {
     ModuleDescription description = {};
     RequireSuccess(module_.getDescription(&description), "ModuleGetDescription");
-    BuildControls();
-    if (const std::string conflict = Conflict(); !conflict.empty()) {
-        throw HostError(ExitStatus::WrongUsage, conflict);
-    }
-    PreInitialize();
-    Initialize();
-}
-
-void HostSession::BuildControls() {
     RequireSuccess(module_.buildControlStructure(&instance_, nullptr, &HostControls::Allocate, &controls_),
                    "ModuleBuildControlStructure");
     controls_.KeepDefaults();
@@ -89,17 +70,17 @@ void HostSession::BuildControls() {
     for (const ControlSetting& setting : options_.settings) {
         controls_.Apply(setting);
     }
-    foregroundOnly_ = Control("Foreground Only");
-    columns_ = Control("X Tiling");
-    rows_ = Control("Y Tiling");
+    if (const std::string conflict = Conflict(); !conflict.empty()) {
+        throw HostError(ExitStatus::WrongUsage, conflict);
+    }
+    PreInitialize();
+    Initialize();
 }
 
 void HostSession::PreInitialize() {
     const std::int32_t levelOutput = context_.levelOutput;
     offscreen_ = NeedsOffscreen();
-    if (offscreen_ && levelOutput == 0) {
-        context_.levelOutput = 1;
-    }
+    context_.levelOutput = offscreen_ ? 1 : 0;
     const std::int32_t result = module_.preInitialize(instance_, &context_);
     context_.levelOutput = levelOutput;
     RequireSuccess(result, "ModulePreInitialize");
@@ -124,12 +105,13 @@ bool HostSession::Refit(std::int32_t width, std::int32_t height) {
 }
 
 bool HostSession::IsForegroundOnly() const {
-    return foregroundOnly_ && foregroundOnly_->toggle.value[1] != 0;
+    const ControlRecord* control = Control("Foreground Only");
+    return control && control->toggle.value[1] != 0;
 }
 
 bool HostSession::IsTiled() const {
-    const auto several = [](const ControlRecord* count) { return count && count->whole.value[0] > 1; };
-    return several(columns_) || several(rows_);
+    return std::ranges::any_of(std::array{Control("X Tiling"), Control("Y Tiling")},
+                               [](auto* count) { return count && count->whole.value[0] > 1; });
 }
 
 bool HostSession::NeedsOffscreen() const {
@@ -193,7 +175,7 @@ FramePixels HostSession::Picture() {
 }
 
 const std::wstring& HostSession::InfoText() noexcept {
-    return StoredInfoText();
+    return infoText;
 }
 
 void RealTime::Advance(double pace) {

@@ -6,7 +6,6 @@
 #include <wincodec.h>
 #include <wrl/client.h>
 
-#include <cstdio>
 #include <vector>
 
 #include "base/bitmap.h"
@@ -20,10 +19,8 @@ using Microsoft::WRL::ComPtr;
 
 void Check(HRESULT result) {
     if (FAILED(result)) {
-        char text[64];
-        std::snprintf(text, sizeof text, "cannot encode the PNG: 0x%08lX",
-                      static_cast<unsigned long>(result));
-        throw HostError(ExitStatus::Failed, text);
+        SetLastError(static_cast<DWORD>(result));
+        throw HostError(ExitStatus::Failed, WithLastError("cannot encode the PNG"));
     }
 }
 

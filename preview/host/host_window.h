@@ -48,7 +48,6 @@ public:
 private:
     static LRESULT CALLBACK Dispatch(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
-    WindowClass class_;
     MessageHandler handler_;
     UniqueWindow window_;
 };

@@ -1,8 +1,6 @@
 // Creates the host's window and dispatches its messages.
 #include "preview/host/host_window.h"
 
-#include <atomic>
-#include <string>
 #include <utility>
 
 #include "preview/host/file_paths.h"
@@ -11,28 +9,20 @@
 namespace pixelforge::preview {
 namespace {
 
-WindowClass RegisterHostClass(WNDPROC procedure) {
-    static std::atomic<unsigned> count = 0;
-    // One class per window, unregistered with it; class names are unique within a process.
-    const std::wstring name = L"PixelforgePreviewHost" + std::to_wstring(++count);
+const wchar_t* HostClass() {
     WNDCLASSEXW description = {};
     description.cbSize = sizeof description;
     description.style = CS_OWNDC | CS_HREDRAW | CS_VREDRAW;
-    description.lpfnWndProc = procedure;
+    description.lpfnWndProc = DefWindowProcW;
     description.hInstance = GetModuleHandleW(nullptr);
     description.hCursor = LoadCursorW(nullptr, IDC_ARROW);
-    description.lpszClassName = name.c_str();
-    return WindowClass(description);
+    description.lpszClassName = L"PixelforgePreviewHost";
+    static const WindowClass registered(description);
+    return registered.Name();
 }
 
 constexpr DWORD kToolStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU;
 constexpr DWORD kToolExtendedStyle = WS_EX_TOOLWINDOW | WS_EX_CONTROLPARENT;
-
-SIZE OuterSize(std::int32_t clientWidth, std::int32_t clientHeight, DWORD style, DWORD extendedStyle) {
-    RECT area = {0, 0, clientWidth, clientHeight};
-    AdjustWindowRectEx(&area, style & ~static_cast<DWORD>(WS_VISIBLE), FALSE, extendedStyle);
-    return {area.right - area.left, area.bottom - area.top};
-}
 
 /// True if the message was consumed.
 bool HandleAsDialog(MSG& message) {
@@ -52,21 +42,20 @@ bool HandleAsDialog(MSG& message) {
 
 }  // namespace
 
-HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight, const HostWindowOptions& options)
-    : class_(RegisterHostClass(options.procedure)) {
+HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight,
+                       const HostWindowOptions& options) {
     // The system limits windows with a frame or caption to the screen's size.
     const DWORD kind = options.owner ? kToolStyle : options.visible ? WS_OVERLAPPEDWINDOW : WS_POPUP;
     const DWORD style = kind | WS_CLIPSIBLINGS | WS_CLIPCHILDREN;
     const DWORD extendedStyle = options.owner ? kToolExtendedStyle : 0;
-    const SIZE size = OuterSize(clientWidth, clientHeight, style, extendedStyle);
     const int position = options.visible ? CW_USEDEFAULT : 0;
-    if (class_) {
-        window_.Reset(CreateWindowExW(extendedStyle, class_.Name(), options.title, style, position, position,
-                                      size.cx, size.cy, options.owner, nullptr, class_.Module(), nullptr));
-    }
+    window_.Reset(CreateWindowExW(extendedStyle, HostClass(), options.title, style, position, position, 0, 0,
+                                  options.owner, nullptr, GetModuleHandleW(nullptr), nullptr));
     if (!window_) {
         throw HostError(ExitStatus::Failed, WithLastError("cannot create a window"));
     }
+    SetWindowLongPtrW(window_.Get(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(options.procedure));
+    SetClientSize(clientWidth, clientHeight);
     if (options.visible) {
         ShowWindow(window_.Get(), SW_SHOWNORMAL);
         SetForegroundWindow(window_.Get());
@@ -92,8 +81,10 @@ LRESULT CALLBACK HostWindow::Dispatch(HWND window, UINT message, WPARAM wParam, 
 void HostWindow::SetClientSize(std::int32_t width, std::int32_t height) {
     const auto style = static_cast<DWORD>(GetWindowLongPtrW(window_.Get(), GWL_STYLE));
     const auto extendedStyle = static_cast<DWORD>(GetWindowLongPtrW(window_.Get(), GWL_EXSTYLE));
-    const SIZE size = OuterSize(width, height, style, extendedStyle);
-    SetWindowPos(window_.Get(), nullptr, 0, 0, size.cx, size.cy, SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+    RECT area = {0, 0, width, height};
+    AdjustWindowRectEx(&area, style & ~static_cast<DWORD>(WS_VISIBLE), FALSE, extendedStyle);
+    SetWindowPos(window_.Get(), nullptr, 0, 0, area.right - area.left, area.bottom - area.top,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
 }
 
 SIZE HostWindow::ClientSize() const {

@@ -10,13 +10,11 @@ namespace pixelforge::preview {
 
 class HostWindow;
 
-enum class EventKind { KeyDown, KeyUp, MouseMove, ButtonDown, ButtonUp, Resize };
-
 struct InputEvent {
     std::int32_t frame = 0;  ///< delivered before this frame is drawn; frames count from 0
-    EventKind kind = EventKind::KeyDown;
-    std::int32_t a = 0;  ///< virtual-key code, x, or width
-    std::int32_t b = 0;  ///< y from the top, or height
+    unsigned message = 0;    ///< of the window
+    std::int32_t a = 0;      ///< virtual-key code, x, or width
+    std::int32_t b = 0;      ///< y from the top, or height
 };
 
 /// Reads one event per line, "FRAME ACTION NUMBERS"; ignores blank lines and comments from "#". Sorted by

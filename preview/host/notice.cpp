@@ -1,6 +1,7 @@
 // Parses the module's rich-text notice and writes it as safe rich text or as plain text.
 #include "preview/host/notice.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "base/text.h"
@@ -18,7 +19,7 @@ constexpr std::wstring_view kDescription = LR"(}}\line \cf2 Description: )";
 constexpr std::wstring_view kEnd = LR"(\par})";
 
 // The colour table holds the colours of background, labels and links.
-constexpr std::string_view kHeader =
+const std::string kHeader =
     R"({\rtf1\ansi\deff0{\fonttbl{\f0\fswiss Segoe UI;}{\f1\fmodern Consolas;}})"
     R"({\colortbl;\red16\green20\blue28;\red200\green206\blue216;\red120\green190\blue255;})"
     R"(\li180\ri180\b0\cf2\highlight1 )";
@@ -36,17 +37,14 @@ bool TakeUntil(std::wstring_view& rest, std::wstring_view end, std::wstring& tex
 
 /// The shader's name, optionally followed by the editor's link.
 void SplitNamePart(std::wstring_view part, Notice& notice) {
-    const std::size_t editor = part.find(kEditor);
-    std::wstring_view name = part.substr(0, editor);
-    if (editor != std::wstring_view::npos) {
-        std::wstring_view rest = part.substr(editor + kEditor.size());
-        TakeUntil(rest, kEditorEnd, notice.editorLink);
-    }
-    const std::size_t end = name.rfind(kLinkEnd);
-    notice.shaderName = name.substr(0, end);
+    const std::wstring_view name = part.substr(0, part.find(kEditor));
+    part.remove_prefix(std::min(name.size() + kEditor.size(), part.size()));
+    TakeUntil(part, kEditorEnd, notice.editorLink);
+    notice.shaderName = name.substr(0, name.rfind(kLinkEnd));
 }
 
-void AppendEscaped(std::string& rtf, std::wstring_view text) {
+std::string Escaped(std::wstring_view text) {
+    std::string rtf;
     for (const wchar_t unit : text) {
         const auto code = static_cast<std::uint16_t>(unit);
         if (code == '\\' || code == '{' || code == '}') {
@@ -60,13 +58,7 @@ void AppendEscaped(std::string& rtf, std::wstring_view text) {
             rtf += static_cast<char>(code);
         }
     }
-}
-
-/// Styled as a link. The window handles the click, because not every rich edit control supports links.
-void AppendName(std::string& rtf, std::wstring_view name) {
-    rtf += "{\\cf3\\ul ";
-    AppendEscaped(rtf, name);
-    rtf += "}";
+    return rtf;
 }
 
 }  // namespace
@@ -87,21 +79,14 @@ std::optional<Notice> ReadNotice(std::wstring_view richText) {
 }
 
 std::string NoticeAsRichText(const Notice& notice) {
-    std::string rtf(kHeader);
-    rtf += "\\cf2 Shader: ";
-    AppendName(rtf, notice.shaderName);
-    rtf += "\\line \\cf2 Author: ";
-    AppendName(rtf, notice.authorName);
-    rtf += "\\line \\cf2 Description: ";
-    AppendEscaped(rtf, notice.description);
-    return rtf + "\\par}";
+    // The window handles clicks on the names, because not every rich edit control supports links.
+    return kHeader + "\\cf2 Shader: {\\cf3\\ul " + Escaped(notice.shaderName) +
+           "}\\line \\cf2 Author: {\\cf3\\ul " + Escaped(notice.authorName) +
+           "}\\line \\cf2 Description: " + Escaped(notice.description) + "\\par}";
 }
 
 std::string TextAsRichText(std::wstring_view text) {
-    std::string rtf(kHeader);
-    rtf += "\\f1 ";
-    AppendEscaped(rtf, text);
-    return rtf + "}";
+    return kHeader + "\\f1 " + Escaped(text) + "}";
 }
 
 std::string NoticeAsPlainText(const Notice& notice) {

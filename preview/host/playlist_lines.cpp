@@ -8,13 +8,6 @@
 #include "base/text.h"
 
 namespace pixelforge::preview {
-namespace {
-
-/// How far back `Previous` reaches.
-constexpr std::size_t kMostShown = 1000;
-
-}  // namespace
-
 std::string PlaylistLine::Name() const {
     return WithoutControls(Widen(bytes, TextEncoding::AnsiCodePage).value_or(std::wstring()));
 }
@@ -74,10 +67,6 @@ void PlaylistOrder::Next() {
     }
     ++position_;
     DropIfFailed(position_ - 1);
-    if (shown_.size() > kMostShown) {
-        shown_.pop_front();
-        --position_;
-    }
 }
 
 bool PlaylistOrder::Previous() {
@@ -87,11 +76,6 @@ bool PlaylistOrder::Previous() {
     DropIfFailed(position_);
     --position_;
     return true;
-}
-
-void PlaylistOrder::MarkFailed(const std::string& reason) {
-    currentFailed_ = true;
-    reasons_[shown_[position_]] = reason;
 }
 
 std::vector<PlaylistFailure> PlaylistOrder::Failures() const {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 #include <map>
 #include <random>
 #include <string>
@@ -51,7 +50,10 @@ public:
 
     /// Whether the current line has loaded. `Previous` passes over a line that has not.
     void MarkDrawn() { currentFailed_ = false; }
-    void MarkFailed(const std::string& reason);
+    void MarkFailed(const std::string& reason) {
+        currentFailed_ = true;
+        reasons_[shown_[position_]] = reason;
+    }
 
     /// One for each line that has failed, in the order of the file.
     std::vector<PlaylistFailure> Failures() const;
@@ -63,8 +65,7 @@ private:
     std::vector<PlaylistLine> lines_;
     std::mt19937 random_{SystemRandom()};
     std::vector<std::size_t> round_;  ///< lines still to be shown in this round, last one first
-    /// The latest lines; those after the current one were left by `Previous`.
-    std::deque<std::size_t> shown_;
+    std::vector<std::size_t> shown_;  ///< those after the current one were left by `Previous`
     std::size_t position_ = 0;
     bool currentFailed_ = false;
     std::map<std::size_t, std::string> reasons_;  ///< by line

@@ -11,8 +11,9 @@ namespace pixelforge::preview {
 
 /// The module reads playlists from one fixed folder on drive D:, and a playlist line holds at most 19
 /// UTF-16 units. So a document is copied to a path of exactly that length, and a one-line playlist names
-/// it. File names are random, so several hosts may run at the same time. The destructor removes the files
-/// and, if they are empty, the folders; the next staged shader removes what a killed program has left.
+/// it. File names are random, so several hosts may run at the same time. The system removes the files
+/// when this or the program ends, or else the next staged shader does; the destructor removes the folders if
+/// they are empty.
 class StagedShader {
 public:
     /// Both throw `HostError` with `WrongUsage` if drive D: is missing or not writable.
@@ -21,7 +22,7 @@ public:
 
     StagedShader(StagedShader&&) noexcept = default;
     StagedShader& operator=(StagedShader&&) = delete;
-    ~StagedShader() { Remove(); }
+    ~StagedShader();
 
     /// File name in the playlist folder, for the control "Playlist File(s)".
     std::string PlaylistName() const;
@@ -29,20 +30,16 @@ public:
     /// Path of the document's copy, 19 units; empty for a playlist.
     const std::wstring& AliasPath() const noexcept { return aliasPath_; }
 
-    /// Replaces the document's copy. Throws `HostError` with `Failed`.
-    void ReplaceDocument(std::span<const std::uint8_t> document);
-
-    /// Replaces the playlist's text. Throws `HostError` with `Failed`.
-    void ReplacePlaylist(std::span<const std::uint8_t> playlist);
-
-    void Remove() noexcept;
+    /// Replaces the document's copy or else the playlist. Throws `HostError` with `Failed`.
+    void Replace(std::span<const std::uint8_t> bytes);
 
 private:
-    StagedShader();
+    StagedShader() = default;
 
-    std::wstring tag_;          ///< part of both file names
-    UniqueKernelHandle alive_;  ///< a mutex with the tag in its name, gone when the program ends
+    std::wstring tag_;  ///< part of both file names
     std::wstring aliasPath_;
+    UniqueKernelHandle playlist_;  ///< the last handle to each file, which deletes it
+    UniqueKernelHandle alias_;
 };
 
 }  // namespace pixelforge::preview

@@ -96,7 +96,7 @@ private:
     }
 
     void Stage() {
-        staged_.ReplacePlaylist(BytesOf(order_.Current().bytes + "\r\n"));
+        staged_.Replace(BytesOf(order_.Current().bytes + "\r\n"));
         RestartTime();
     }
 

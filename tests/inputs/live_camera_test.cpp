@@ -3,7 +3,7 @@
 
 #include "base/win_handles.h"
 #include "inputs/webcam_capture.h"
-#include "preview/documents/shader_source.h"
+#include "preview/documents/opened_shader.h"
 #include "tests/inputs/live_run.h"
 
 namespace pixelforge::test {

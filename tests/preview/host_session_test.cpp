@@ -29,6 +29,7 @@ namespace {
 
 using enum FrameResult;
 using testing::ElementsAre;
+using testing::FieldsAre;
 
 std::vector<std::string> calls;
 std::vector<FrameResult> results;  ///< one per call of "draw"; `Drawn` after the last
@@ -87,7 +88,7 @@ TEST(HostSessionTest, InitializesAgainWhenTheModuleRequestsAReset) {
 }
 
 TEST(HostSessionTest, PreInitializesAgainWhenTheWindowIsResized) {
-    EventPlayer events({{1, EventKind::Resize, 30, 15}});
+    EventPlayer events({{1, WM_SIZE, 30, 15}});
     const auto frames = RunScript({}, {.frames = 3, .checksums = true, .events = &events});
     EXPECT_THAT(calls, ElementsAre("describe", "build", "pre-initialize", "initialize", "draw",
                                    "pre-initialize", "initialize", "draw", "draw", "clean up", "destroy"));
@@ -170,6 +171,25 @@ TEST(TextPanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
     EXPECT_EQ(panel.Height(), 0);
 }
 
+TEST(InputEvents, AreSortedByFrame) {
+    const auto events = ParseInputEvents(
+        "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
+        "6 button-up 1 2\n7 resize 640 360",
+        "f");
+    EXPECT_THAT(events, ElementsAre(FieldsAre(0, WM_KEYDOWN, 65, 0), FieldsAre(5, WM_MOUSEMOVE, -3, 40),
+                                    FieldsAre(5, WM_LBUTTONDOWN, 1, 2), FieldsAre(6, WM_LBUTTONUP, 1, 2),
+                                    FieldsAre(7, WM_SIZE, 640, 360), FieldsAre(20, WM_KEYUP, 65, 0)));
+}
+
+TEST(InputEvents, ReportAnInvalidLineByNumber) {
+    for (const char* line : {"x", "5", "5 jump 1", "-1 key-up 1", "1 key-up 256", "1 key-up", "1 key-up 1 2",
+                             "1 mouse-move 1 40000", "1 resize 0 4", "99999999999 key-up 1", "1 key-up 1x"}) {
+        EXPECT_THAT([&] { ParseInputEvents("\n0 key-down 1\n" + std::string(line), "in.txt"); },
+                    testing::ThrowsMessage<HostError>(testing::HasSubstr("in.txt:3:")))
+            << line;
+    }
+}
+
 TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const test::TempFile list("a\nb\nc\nd\n");
     const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
@@ -178,7 +198,7 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const std::wstring stagedPath =
         L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
     PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(1));
-    EventPlayer events({{1, EventKind::KeyDown, VK_F4, 0}, {2, EventKind::KeyDown, VK_INSERT, 0}});
+    EventPlayer events({{1, WM_KEYDOWN, VK_F4, 0}, {2, WM_KEYDOWN, VK_INSERT, 0}});
     calls.clear();
     results = {Failed};
     const LiveViewOptions options = {.state = {.size = {20, 10}},

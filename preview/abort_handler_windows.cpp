@@ -1,5 +1,5 @@
 // Console control handler and exception filter.
-#include "preview/cleanup_on_abort.h"
+#include "preview/abort_handler.h"
 
 #include <windows.h>
 
@@ -11,13 +11,6 @@ namespace pixelforge::preview {
 namespace {
 
 std::atomic<bool> stopRequested = false;
-std::atomic<StagedShader*> guardedShader = nullptr;
-
-void RemoveShader() {
-    if (StagedShader* shader = guardedShader.exchange(nullptr)) {
-        shader->Remove();
-    }
-}
 
 void Print(const char* text) {
     std::fprintf(stderr, "preview: %s\n", text);
@@ -25,7 +18,6 @@ void Print(const char* text) {
 }
 
 void Abort(const char* reason) {
-    RemoveShader();
     Print(reason);
     TerminateProcess(GetCurrentProcess(), static_cast<UINT>(ExitStatus::Failed));
 }
@@ -35,10 +27,8 @@ BOOL WINAPI OnConsoleEvent(DWORD event) {
     const bool again = stopRequested.exchange(true);
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
         // The console closes or the session ends: the system terminates the program after 5 seconds or as
-        // soon as the handler returns, so the run gets time to clean up.
-        for (int waited = 0; guardedShader && waited < 5000; waited += 10) {
-            Sleep(10);
-        }
+        // soon as the handler returns, so the run gets time to end by itself.
+        Sleep(5000);
     } else if (again) {
         Abort("interrupted");
     } else {
@@ -57,20 +47,9 @@ LONG WINAPI OnCrash(EXCEPTION_POINTERS* pointers) {
 
 }  // namespace
 
-CleanupOnAbort::CleanupOnAbort(StagedShader& shader) {
-    stopRequested = false;
-    guardedShader = &shader;
+const std::atomic<bool>& HandleAborts() {
     SetConsoleCtrlHandler(OnConsoleEvent, TRUE);
     SetUnhandledExceptionFilter(OnCrash);
-}
-
-CleanupOnAbort::~CleanupOnAbort() {
-    SetUnhandledExceptionFilter(nullptr);
-    SetConsoleCtrlHandler(OnConsoleEvent, FALSE);
-    RemoveShader();
-}
-
-const std::atomic<bool>& CleanupOnAbort::StopRequested() noexcept {
     return stopRequested;
 }
 
