@@ -72,15 +72,16 @@ void DocumentTree::TakeShared(Value& target, const Value* source) {
     if (!source || !source->IsObject()) {
         return;
     }
-    for (auto& member : target.GetObject()) {
-        const auto found = source->FindMember(member.name);
-        if (found == source->MemberEnd() || found->value.GetType() != member.value.GetType()) {
+    // A range loop over GetObject() is ambiguous to clang.
+    for (auto member = target.MemberBegin(); member < target.MemberEnd(); ++member) {
+        const auto found = source->FindMember(member->name);
+        if (found == source->MemberEnd() || found->value.GetType() != member->value.GetType()) {
             continue;
         }
-        if (member.value.IsObject()) {
-            TakeShared(member.value, &found->value);
-        } else if (!member.value.IsArray()) {
-            member.value.CopyFrom(found->value, tree_.GetAllocator());
+        if (member->value.IsObject()) {
+            TakeShared(member->value, &found->value);
+        } else if (!member->value.IsArray()) {
+            member->value.CopyFrom(found->value, tree_.GetAllocator());
         }
     }
 }
