@@ -34,8 +34,8 @@ void Abort(const char* reason) {
 BOOL WINAPI OnConsoleEvent(DWORD event) {
     const bool again = stopRequested.exchange(true);
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
-        // The console closes or the session ends: the system terminates the program after 5 seconds or as
-        // soon as the handler returns, so the run gets time to clean up.
+        // The console is closing or the user is logging off. The system kills the process after 5 seconds, or
+        // as soon as this returns: give the run time to clean up.
         for (int waited = 0; guardedShader && waited < 5000; waited += 10) {
             Sleep(10);
         }
