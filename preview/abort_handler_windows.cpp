@@ -26,8 +26,8 @@ void Abort(const char* reason) {
 BOOL WINAPI OnConsoleEvent(DWORD event) {
     const bool again = stopRequested.exchange(true);
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
-        // The console closes or the session ends: the system terminates the program after 5 seconds or as
-        // soon as the handler returns, so the run gets time to end by itself.
+        // The console is closing or the user is logging off. The system kills the process after 5 seconds, or
+        // as soon as this returns: give the run time to end by itself.
         Sleep(5000);
     } else if (again) {
         Abort("interrupted");

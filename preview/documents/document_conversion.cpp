@@ -53,15 +53,16 @@ void CopyShared(Value& target, const Value* source, Allocator& allocator) {
     if (!source || !source->IsObject()) {
         return;
     }
-    for (auto& member : target.GetObject()) {
-        const auto found = source->FindMember(member.name);
-        if (found == source->MemberEnd() || found->value.GetType() != member.value.GetType()) {
+    // A range loop over GetObject() is ambiguous to clang.
+    for (auto member = target.MemberBegin(); member < target.MemberEnd(); ++member) {
+        const auto found = source->FindMember(member->name);
+        if (found == source->MemberEnd() || found->value.GetType() != member->value.GetType()) {
             continue;
         }
-        if (member.value.IsObject()) {
-            CopyShared(member.value, &found->value, allocator);
-        } else if (!member.value.IsArray()) {
-            member.value.CopyFrom(found->value, allocator);
+        if (member->value.IsObject()) {
+            CopyShared(member->value, &found->value, allocator);
+        } else if (!member->value.IsArray()) {
+            member->value.CopyFrom(found->value, allocator);
         }
     }
 }

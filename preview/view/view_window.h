@@ -25,7 +25,7 @@ inline constexpr unsigned kAlt = 4;
 
 struct ViewKey {
     unsigned key;         ///< virtual-key code
-    unsigned held;        ///< the sum of the flags above
+    unsigned held;        ///< modifiers that must be down, and no others
     const wchar_t* help;  ///< keys, tab, meaning; null: listed with another key
     std::function<void()> act;
 };

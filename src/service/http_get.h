@@ -42,10 +42,10 @@ struct HttpReply {
 /// Why a response with this status has no whole body to use; empty for 200 to 299 other than 206.
 std::string FaultOfStatus(std::uint32_t status);
 
-/// Fetches a URL. A null session is replaced by a private one for this call. Throws `LoadError` without a
-/// connection or a trusted certificate, for more than 10 redirects and a redirect to a scheme other than
-/// https, if the transfer ends before its announced length or averages below 1 KiB/s after a minute, if
-/// `progress` (may be null) cancels, and for a body above `limit`.
+/// Fetches a URL. A null session is replaced by a private one for this call. Throws `LoadError` if there is
+/// no connection, the certificate is not trusted, there are more than 10 redirects or one to a scheme other
+/// than https, the transfer ends before its announced length or averages below 1 KiB/s after a minute, the
+/// body exceeds `limit`, or `progress` (may be null) cancels.
 HttpReply HttpGetReply(InternetSession* session, const wchar_t* url, HttpProgress progress,
                        const SizeLimit& limit = kResponseLimit);
 
