@@ -21,6 +21,7 @@ constexpr std::size_t kLongestIdentifier = 19;
 
 /// Ends recursive includes; the module accepts 60 files in a pass.
 constexpr std::size_t kMostTexts = 512;
+constexpr std::size_t kMostPlaylistFaults = 20;
 
 /// The pass's name in messages, which use the long forms; empty if the module ignores it.
 std::string KnownPass(std::string_view type, const std::string& name) {
@@ -220,7 +221,7 @@ std::vector<std::string> PlaylistFaults(std::string_view playlist, const std::st
     NormalizeLineEnds(std::string(playlist).c_str(), text.data(), text.size());
     text.resize(text.find('\0'));
     std::string_view rest = text;
-    for (int line = 1; !rest.empty(); ++line) {
+    for (int line = 1; !rest.empty() && faults.size() < kMostPlaylistFaults; ++line) {
         const bool ended = rest.find('\n') != rest.npos;
         if (const std::string fault = LineFault(TakeLine(rest), ended); !fault.empty()) {
             warn(line, fault);

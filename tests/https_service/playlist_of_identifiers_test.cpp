@@ -103,10 +103,11 @@ TEST(Playlist, OneThatYieldsNoLineIsReportedWithTheCause) {
     for (const auto& [lines, words] : kCases) {
         const preview::StagedShader playlist = Playlist(lines);
         const std::string path = "D:\\Moonreel\\Pixelforge\\Playlists\\" + playlist.PlaylistName();
-        const DWORD sharing = lines.starts_with("locked") ? 0 : FILE_SHARE_READ | FILE_SHARE_DELETE;
+        const DWORD reading = lines.starts_with("locked") ? 0 : FILE_SHARE_READ;
         const UniqueKernelHandle held =
-            AdoptFileHandle(CreateFileA(path.c_str(), GENERIC_READ | DELETE, sharing, nullptr, OPEN_EXISTING,
-                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+            AdoptFileHandle(CreateFileA(path.c_str(), GENERIC_READ, reading | FILE_SHARE_DELETE, nullptr,
+                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+        ASSERT_TRUE(held);
         const preview::DebugCapture capture;
         preview::HostSession session(module,
                                      {.width = 16, .height = 16, .playlistName = playlist.PlaylistName()});
