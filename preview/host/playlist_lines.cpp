@@ -12,7 +12,8 @@ std::string PlaylistLine::Name() const {
     return WithoutControls(Widen(bytes, TextEncoding::AnsiCodePage).value_or(std::wstring()));
 }
 
-std::vector<PlaylistLine> SplitPlaylist(std::string text) {
+std::vector<PlaylistLine> SplitPlaylist(std::string_view playlist) {
+    std::string text(playlist);
     NormalizeLineEnds(text.c_str(), text.data(), text.size() + 1);
     std::string_view rest = text.c_str();
     std::vector<PlaylistLine> lines;

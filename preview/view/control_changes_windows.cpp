@@ -71,18 +71,21 @@ std::vector<ViewKey> ControlChanges::Keys() {
 
 /// A new speed ends following the clock, which would overwrite it.
 void ControlChanges::Set(const ControlSetting& setting) {
-    const ControlRecord* control = session_.Control(setting.label);
-    const std::string previous = control ? ControlValueText(*control) : std::string();
+    const auto value = [&] {
+        const ControlRecord* control = session_.Control(setting.label);
+        return control ? ControlValueText(*control) : std::string();
+    };
+    const std::string previous = value();
     std::string failure = FailureOf([&] { session_.Controls().Apply(setting); });
     if (failure.empty() && !session_.Conflict().empty()) {
         failure = session_.Conflict();
         session_.Controls().Apply({setting.label, previous});
     }
-    if (failure.empty() && ControlValueText(*control) != previous) {
+    if (failure.empty() && value() != previous) {
         state_.realTime = state_.realTime && setting.label != "Speed";
         reload_ = reload_ || std::ranges::find(kReadAtLoad, setting.label) != std::end(kReadAtLoad);
     }
-    report_(FromUtf8(failure.empty() ? setting.label + " " + ControlValueText(*control) : failure));
+    report_(FromUtf8(failure.empty() ? setting.label + " " + value() : failure));
 }
 
 /// A switch changes to its other position.
