@@ -28,7 +28,7 @@ constexpr std::int32_t kWidth = 1280;
 constexpr std::int32_t kHeight = 720;
 constexpr double kFrameLimit = 1.05;
 constexpr double kLoadLimit = 1.1;
-constexpr int kFramesPerLoad = 30;  ///< a load takes longer than this many frames
+constexpr int kFramesPerLoad = 10;  ///< rounds: a load takes much longer than a frame
 
 struct Shader {
     std::string name;

@@ -61,6 +61,23 @@ Byte* At(Byte* pixels, std::size_t index) noexcept {
     return pixels + index * kPixelBytes;
 }
 
+__m128i LoadGroup(const std::byte* pixels) noexcept {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels));
+}
+
+void StoreGroup(std::byte* output, __m128i pixels) noexcept {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(output), pixels);
+}
+
+/// Copies every second of the 2 * `count` pixels in `row`; `count` is a multiple of 4.
+void PickEverySecond(const std::byte* row, std::size_t count, std::byte* output) noexcept {
+    for (std::size_t i = 0; i < count; i += 4) {
+        const __m128 left = _mm_castsi128_ps(LoadGroup(At(row, 2 * i)));
+        const __m128 right = _mm_castsi128_ps(LoadGroup(At(row, 2 * i + 4)));
+        StoreGroup(At(output, i), _mm_castps_si128(_mm_shuffle_ps(left, right, 0b10'00'10'00)));
+    }
+}
+
 /// Copies the pixels in `columns` of `row` next to each other. Reads two columns with each load: loads are
 /// what limits the speed.
 void PickPixels(const std::byte* row, const std::uint32_t* columns, std::size_t count,
@@ -75,7 +92,7 @@ void PickPixels(const std::byte* row, const std::uint32_t* columns, std::size_t 
     for (; count - i >= 4; i += 4) {
         __builtin_prefetch(At(row, columns[i]) + kPrefetchBytes);
         const __m128i pixels = _mm_unpacklo_epi64(pair(i), pair(i + 2));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(At(output, i)), pixels);
+        StoreGroup(At(output, i), pixels);
     }
     for (; i < count; ++i) {
         std::memcpy(At(output, i), At(row, columns[i]), kPixelBytes);
@@ -86,8 +103,7 @@ void PickPixels(const std::byte* row, const std::uint32_t* columns, std::size_t 
 void CopyReversed(const std::byte* end, std::size_t count, std::byte* output) noexcept {
     for (; count >= 4; count -= 4, output += kGroupBytes) {
         end -= kGroupBytes;
-        const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(end));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(output), _mm_shuffle_epi32(pixels, 0b00'01'10'11));
+        StoreGroup(output, _mm_shuffle_epi32(LoadGroup(end), 0b00'01'10'11));
     }
     for (; count > 0; --count, output += kPixelBytes) {
         end -= kPixelBytes;
@@ -102,8 +118,7 @@ void StreamPixels(const std::byte* from, std::size_t count, std::byte* output) n
     std::size_t i = std::min<std::size_t>(bytes, -reinterpret_cast<std::uintptr_t>(output) % kGroupBytes);
     std::memcpy(output, from, i);
     for (; bytes - i >= kGroupBytes; i += kGroupBytes) {
-        _mm_stream_si128(reinterpret_cast<__m128i*>(output + i),
-                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + i)));
+        _mm_stream_si128(reinterpret_cast<__m128i*>(output + i), LoadGroup(from + i));
     }
     std::memcpy(output + i, from + i, bytes - i);
 }
@@ -128,8 +143,14 @@ struct Strip {
         if (same < width) {
             picked = period = width;
         }
-        const auto isGap = [](std::uint32_t column, std::uint32_t next) { return next != column + 1; };
-        consecutive = std::adjacent_find(columns, columns + picked, isGap) == columns + picked;
+        const auto apart = [this](std::uint32_t distance) {
+            const auto differs = [=](auto column, auto next) { return next != column + distance; };
+            const auto* const end = std::adjacent_find(columns, columns + picked, differs);
+            return std::min(picked, static_cast<std::size_t>(end - columns) + 1);
+        };
+        consecutive = apart(1) == picked;
+        // The last of them may lie at the end of its row.
+        everySecond = (apart(2) - 1) / 4 * 4;
     }
 
     /// Writes the strip's part of one output row.
@@ -137,7 +158,8 @@ struct Strip {
         if (consecutive) {
             std::memcpy(output, At(sourceRow, columns[0]), picked * kPixelBytes);
         } else {
-            PickPixels(sourceRow, columns, picked, output);
+            PickEverySecond(At(sourceRow, columns[0]), everySecond, output);
+            PickPixels(sourceRow, columns + everySecond, picked - everySecond, At(output, everySecond));
         }
         CopyReversed(At(output, picked - 1), period - picked, At(output, picked));
         for (std::size_t made = period; made < width; made *= 2) {
@@ -149,7 +171,8 @@ struct Strip {
     std::size_t width;
     std::size_t picked;  ///< columns; those from here to `period` mirror the ones before, except the last
     std::size_t period;  ///< columns after which the strip repeats
-    bool consecutive;    ///< the picked columns lie side by side in the source
+    std::size_t everySecond;  ///< leading columns that are two apart in the source, as with two tiles across
+    bool consecutive;         ///< the picked columns lie side by side in the source
 };
 
 /// Visits every row once. Walks the tile rows side by side, mirrored ones from their ends, so that rows with
