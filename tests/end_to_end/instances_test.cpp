@@ -5,10 +5,10 @@
 
 #include <GL/gl.h>
 
-#include <functional>
 #include <future>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "module/module_instance.h"
 #include "render/gl_renderer.h"
@@ -143,24 +143,19 @@ TEST(Instances, EveryExportRestoresTheCallersGlContext) {
 TEST(Instances, ThatCannotDrawFailEachFrameWithOneLineUntilTheyCan) {
     const preview::HostWindow other(32, 24);
     HWND const destroyed = preview::HostWindow(32, 24).Handle();
-    const auto without = [](HWND window) {
-        return [window](DrawContext& context) { context.window = window; };
-    };
-    const struct {
-        std::function<void(DrawContext&)> change;
-        bool atPreInitialisation;
-        const char* words;
-    } cases[] = {{without(nullptr), false, "the window does not exist"},
-                 {without(destroyed), false, "the window does not exist"},
-                 {without(other.Handle()), false, "the window is not the one given at pre-initialisation"},
-                 {without(nullptr), true, "there was no window at pre-initialisation"},
-                 {[](DrawContext& context) { context.bitmap = nullptr; }, false,
-                  "the bitmap is missing, not 32-bit or not of the frame's size"}};
-    for (const auto& [change, atPreInitialisation, words] : cases) {
+    const HWND noBitmap = GetDesktopWindow();  // stands for the usable window
+    const std::tuple<HWND, bool, const char*> cases[] = {
+        {nullptr, false, "the window does not exist"},
+        {destroyed, false, "the window does not exist"},
+        {other.Handle(), false, "the window is not the one given at pre-initialisation"},
+        {nullptr, true, "there was no window at pre-initialisation"},
+        {noBitmap, false, "the bitmap is missing, not 32-bit or not of the frame's size"}};
+    for (const auto& [window, atPreInitialisation, words] : cases) {
         ModuleRun run(kCounter);
         DrawContext& context = run.Session().Context();
         const DrawContext usable = context;
-        change(context);
+        context.window = window == noBitmap ? usable.window : window;
+        context.bitmap = window == noBitmap ? nullptr : usable.bitmap;
         if (atPreInitialisation) {
             Module().Functions().preInitialize(run.Session().Instance(), &context);
         }

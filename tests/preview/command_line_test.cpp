@@ -3,13 +3,9 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
-
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <span>
 #include <sstream>
 
 #include "base/bitmap.h"
@@ -199,12 +195,8 @@ const Row kRuns[] = {
 
 TEST(Options, RejectWrongUsageWithAReason) {
     for (const auto& [text, reason] : kWrongUsage) {
-        int count = 0;
-        wchar_t** words = CommandLineToArgvW(FromUtf8(text).c_str(), &count);
-        std::vector<std::string> arguments;
-        std::ranges::transform(std::span(words, static_cast<std::size_t>(count)),
-                               std::back_inserter(arguments), [](auto* word) { return ToUtf8(word); });
-        LocalFree(words);
+        std::istringstream words(text);
+        const std::vector<std::string> arguments(std::istream_iterator<std::string>(words), {});
         EXPECT_THAT(
             [&] { ParseOptions(arguments); },
             testing::Throws<HostError>(AllOf(testing::Property(&HostError::Status, ExitStatus::WrongUsage),
