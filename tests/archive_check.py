@@ -49,9 +49,7 @@ def main():
         folder = pathlib.Path(name)
         problems = [failure(["cmake", "--install", sys.argv[1], "--prefix", folder], ROOT)]
         problems += [*broken_links(folder), *failing_commands(folder)]
-    problems = [problem for problem in problems if problem]
-    print("\n".join(problems))
-    sys.exit(1 if problems else 0)
+    sys.exit("\n".join(filter(None, problems)) or 0)
 
 
 if __name__ == "__main__":

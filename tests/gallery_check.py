@@ -1,8 +1,7 @@
 #!/usr/bin/env python3
 """Runs the commands in docs/gallery.md and compares their pictures with the stored ones.
 
-Usage: gallery_check.py [--write] PREVIEW [NAME...]
-PREVIEW is what "./run" stands for. --write replaces the stored pictures.
+Usage: gallery_check.py PREVIEW, which is what "./run" stands for.
 
 Equal files pass. Otherwise rounding may differ, as on another processor; pictures made with the device doubles
 follow the clock and need only look alike.
@@ -25,16 +24,11 @@ MOST_ALIKE = 16  # mean difference of blocks of BLOCK pixels
 BLOCK = 40
 
 
-def undo_filter(kind, line, above, step):
-    for i in range(len(line)):
-        left = line[i - step] if i >= step else 0
-        corner = above[i - step] if i >= step else 0
-        if kind == 4:
-            guess = left + above[i] - corner
-            guess = min((left, above[i], corner), key=lambda value: abs(guess - value))
-        else:
-            guess = (0, left, above[i], (left + above[i]) // 2)[kind]
-        line[i] = (line[i] + guess) & 255
+def undo_filter(kind, line, above):
+    for i, up in enumerate(above):
+        left, corner = (line[i - 3], above[i - 3]) if i >= 3 else (0, 0)
+        paeth = min((left, up, corner), key=lambda value: abs(left + up - corner - value))
+        line[i] = (line[i] + (0, left, up, (left + up) // 2, paeth)[kind]) & 255
 
 
 def read_png(path):
@@ -42,18 +36,15 @@ def read_png(path):
     data, at, compressed = path.read_bytes(), 8, b""
     width = int.from_bytes(data[16:20], "big")
     while at < len(data):
-        length = int.from_bytes(data[at:at + 4], "big")
-        if data[at + 4:at + 8] == b"IDAT":
-            compressed += data[at + 8:at + 8 + length]
-        at += length + 12
-    raw, stride, rows = zlib.decompress(compressed), 3 * width, []
-    above = bytes(stride)
-    for start in range(0, len(raw), stride + 1):
-        line = bytearray(raw[start + 1:start + 1 + stride])
-        undo_filter(raw[start], line, above, 3)
+        end = at + 8 + int.from_bytes(data[at:at + 4], "big")
+        compressed += data[at + 8:end] if data[at + 4:at + 8] == b"IDAT" else b""
+        at = end + 4
+    raw, rows = zlib.decompress(compressed), [bytes(3 * width)]
+    for start in range(0, len(raw), 3 * width + 1):
+        line = bytearray(raw[start + 1:start + 1 + 3 * width])
+        undo_filter(raw[start], line, rows[-1])
         rows.append(line)
-        above = line
-    return width, rows
+    return width, rows[1:]
 
 
 def block_means(width, rows):
@@ -80,7 +71,7 @@ def difference(stored, made, alike):
     return "" if share <= MOST_DIFFERENT_PIXELS else f"{share:.1%} of the pixels differ"
 
 
-def check(picture, command, preview, write):
+def check(picture, command):
     words = shlex.split(command)
     stored = ROOT / "docs" / picture
     with tempfile.TemporaryDirectory() as folder:
@@ -89,29 +80,19 @@ def check(picture, command, preview, write):
         if (ROOT / words[target]) != stored:
             return f"its command writes {words[target]}"
         words[target] = str(made)
-        words[:1] = preview if words[0] == "./run" else words[:1]
+        words[:1] = [ROOT / "cmake/run_under_wine", sys.argv[1]] if words[0] == "./run" else words[:1]
         subprocess.run(words, cwd=ROOT, check=False, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        if not made.exists():
-            return "its command makes no picture"
-        if write:
-            stored.write_bytes(made.read_bytes())
-        return difference(stored, made, DOUBLES in words)
+        return difference(stored, made, DOUBLES in words) if made.exists() else "its command makes no picture"
 
 
 def main():
-    arguments = sys.argv[1:]
-    write = "--write" in arguments
-    preview, *names = [argument for argument in arguments if argument != "--write"]
     rows = ROW.findall((ROOT / "docs/gallery.md").read_text(encoding="utf-8"))
-    unused = {path.name for path in (ROOT / "docs/gallery").glob("*.png")}
-    unused -= {pathlib.Path(picture).name for picture, _ in rows}
-    failures = [f"{name}: no command" for name in unused]
-    for picture, command in rows:
-        if not names or pathlib.Path(picture).stem in names:
-            problem = check(picture, command, [str(ROOT / "cmake/run_under_wine"), preview], write)
-            print(f"{picture}: {problem or 'same'}", flush=True)
-            failures += [problem] if problem else []
-    sys.exit(1 if failures or not rows else 0)
+    problems = {picture: check(picture, command) for picture, command in rows}
+    for path in (ROOT / "docs/gallery").glob("*.png"):
+        problems.setdefault(f"gallery/{path.name}", "no command")
+    for picture, problem in problems.items():
+        print(f"{picture}: {problem or 'same'}")
+    sys.exit(1 if any(problems.values()) or not rows else 0)
 
 
 if __name__ == "__main__":

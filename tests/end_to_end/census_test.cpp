@@ -115,10 +115,10 @@ void UseInstances(const preview::ModuleLibrary& library) {
                                      .Image(white, files)
                                      .Json();
     for (const bool offscreen : {false, true}) {
-        RunOptions options;
-        options.levelOutput = offscreen;
-        options.settings = {{"Multi-Sample", "1"}, {"Foreground Only", "1"}, {"X Tiling", "3"}};
-        ModuleRun run(document, options, library);
+        ModuleRun run(document,
+                      {.settings = {{"Multi-Sample", "1"}, {"Foreground Only", "1"}, {"X Tiling", "3"}},
+                       .levelOutput = offscreen},
+                      library);
         EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
         const int before = allocations;
         EXPECT_EQ(run.Frames(2), FrameResult::Drawn);

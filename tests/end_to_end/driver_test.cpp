@@ -1,5 +1,6 @@
-// Return codes, conditions and output forms of the frame driver, as seen by the host.
-#include <gtest/gtest.h>
+// Return codes, conditions and output forms of the frame driver, as seen by the host; documents that draw and
+// those that fail.
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <array>
@@ -12,6 +13,9 @@
 
 namespace pixelforge::test {
 namespace {
+
+using testing::HasSubstr;
+using testing::Not;
 
 const std::string kWhite = ImageDocument("c = vec4(1);");
 const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
@@ -88,7 +92,7 @@ TEST(Driver, WithoutAPlaylistFramesFailWithALineForDebuggers) {
         CopyCut(selected, usable);
         run.Session().Context().height = 0;
         EXPECT_EQ(run.Frame(), FrameResult::Failed) << "a frame without pixels";
-        EXPECT_NE(run.Words().find("the host's frame has no pixels"), std::string::npos);
+        EXPECT_THAT(run.Words(), HasSubstr("the host's frame has no pixels"));
         run.Session().Context().height = 24;
         EXPECT_EQ(run.Frame(), FrameResult::Drawn) << "the load is retried";
         RemoveVectoredExceptionHandler(handler);
@@ -124,10 +128,7 @@ TEST(Driver, AResetIsRequestedImmediatelyAndThenOncePerInterval) {
 }
 
 TEST(Driver, TheErrorScreenIsWrittenInGreenOnBlack) {
-    RunOptions options;
-    options.width = 200;
-    options.height = 50;
-    ModuleRun run(kWhite, options);
+    ModuleRun run(kWhite, {.width = 200, .height = 50});
     EXPECT_EQ(run.Frame(), FrameResult::Drawn);
     run.Session().Instance()->errorFlag = 1;
     EXPECT_EQ(run.Frame(), FrameResult::NothingDrawn);
@@ -176,14 +177,12 @@ TEST(Driver, EveryOutputFormMatchesItsFormula) {
         const bool levels = form & 2;
         const bool foreground = form & 4;
         const auto& [columns, rows, mirrored] = kTilings[form / 8];
-        RunOptions options;
-        options.levelDivisor = 3;
-        options.levelOutput = !own;
-        options.settings = {{"Foreground Only", foreground ? "1" : "0"},
-                            {"X Tiling", std::to_string(columns)},
-                            {"Y Tiling", std::to_string(rows)},
-                            {"Mirroring", std::to_string(mirrored)}};
-        ModuleRun run(document, options);
+        ModuleRun run(document, {.settings = {{"Foreground Only", foreground ? "1" : "0"},
+                                              {"X Tiling", std::to_string(columns)},
+                                              {"Y Tiling", std::to_string(rows)},
+                                              {"Mirroring", std::to_string(mirrored)}},
+                                 .levelDivisor = 3,
+                                 .levelOutput = !own});
         DrawContext& context = run.Session().Context();
         context.levelOutput = own;
         Module().Functions().preInitialize(run.Session().Instance(), &context);
@@ -208,6 +207,72 @@ TEST(Driver, EveryOutputFormMatchesItsFormula) {
             << (own ? "own bitmap" : "direct") << (levels ? ", levels" : "")
             << (foreground ? ", foreground" : "") << ", tiles " << columns << " x " << rows;
     }
+}
+
+const std::string kBlack = MainImage("c = vec4(0);");
+
+TEST(Documents, FaultyOnesFailEveryFrameWithAReasonAndDoNotAffectTheNext) {
+    const auto image = [](const std::string& code) { return DocumentBuilder().Image(code).Json(); };
+    const struct {
+        std::string document;
+        const char* words;  ///< part of the debugger output
+    } faults[] = {
+        {"", "empty"},
+        {"x", "does not begin with a brace"},
+        {"{\"Error\":\"Shader not found\"}", "error document"},
+        {"{[", "do not match"},
+        {DocumentBuilder()
+             .Buffer('A', "x")
+             .Buffer('C', "void mainImage(out vec4 c, in vec2 p);")
+             .Image("y")
+             .Json(),
+         "Buffer A does not compile, Buffer C does not link, Image does not compile"},
+        {image("#include \"nowhere\"\n" + MainImage("c = vec4(\n  missing);")), "Image:5:"},
+        {image("#include \"bad.glsl\"\n" + kBlack), "bad.glsl:3:"},
+        {image("#include <x>\n" + kBlack), "Image:1: #include <...>"},
+        {DocumentBuilder().Common("float a;\r\n\r\nfloat b = c;").Image(kBlack).Json(), "Common:3:"},
+        {DocumentBuilder().Pass("cubemap", "Cube A", kBlack).Image(kBlack).Json(),
+         "Cube A: in the module's own lines after Cube A: error:"},
+        {DocumentBuilder().Common("#line 7 3\nfloat a;").Image("#line 100 5\nint = ;").Json(), "Image:2:5:"},
+        {image("#error \x1B[31m\xC3\xA4"), "#error  [31m\xC3\xA4"},
+    };
+    const TempFolder includes;
+    includes.Write("bad.glsl", "float fine;\n\nfloat broken = nothing;\n");
+    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", includes.Path().c_str());
+    preview::HostWindow window(32, 24);
+    const RunOptions options = {.window = &window};
+    for (const auto& fault : faults) {
+        ModuleRun run(fault.document, options);
+        EXPECT_EQ(run.Frames(2), FrameResult::Failed) << "a failed load is retried";
+        EXPECT_THAT(run.Words(), AllOf(HasSubstr("cannot load a shader"), HasSubstr(fault.words)));
+        run.Session().Close();
+        EXPECT_EQ(DrawnRun("c = vec4(1);", {}, options).Pixel(0, 0), 0xFFFFFFU);
+    }
+    SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", nullptr);
+}
+
+TEST(Documents, WithoutAnImagePassLoadButDeliverNothing) {
+    ModuleRun run(DocumentBuilder().Buffer('A', kBlack).Json());
+    EXPECT_EQ(run.Frames(2), FrameResult::Failed);
+    EXPECT_THAT(run.Words(), AllOf(HasSubstr("Image"), Not(HasSubstr("cannot load"))));
+}
+
+/// Duplicate and unknown passes, a channel out of range, and what only some compilers accept.
+TEST(Documents, InUnusualFormsAreDrawn) {
+    const std::string code = "#define SOURCE \\\n iChannel3\n// \xC3\xA9 \xE5\xA4\x8F\n/*" +
+                             std::string(300000, '*') + "*/" +
+                             MainImage(
+                                 "float char = 1.0, packed = 1.0;\n"
+                                 "c = texelFetch(SOURCE, ivec2(p), 0) * char * packed;");
+    ModuleRun run(DocumentBuilder()
+                      .Buffer('A', kBlack)
+                      .Pass("buffer", "Buf A", MainImage("c = vec4(1);"))
+                      .Image(code, {{.channel = 3, .id = 257}, {.channel = 9, .id = 258}})
+                      .Pass("buffer", "Buffer @", "not GLSL")
+                      .Pass("sound", "Sound", "nor this")
+                      .Json());
+    EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
+    EXPECT_EQ(run.Pixel(5, 5), 0xFFFFFFU);
 }
 
 }  // namespace

@@ -6,9 +6,9 @@
 #include <process.h>
 
 #include <cstdio>
-#include <iterator>
 
 #include "base/text.h"
+#include "preview/host/file_paths.h"
 #include "tests/end_to_end/module_run.h"
 #include "tests/support/temp_file.h"
 
@@ -22,11 +22,6 @@ std::wstring Quoted(const fs::path& path) {
 }
 
 const fs::path kPrograms = fs::path(preview::ModulePathBesideProgram()).parent_path();
-
-std::string TextOf(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// Removes a folder and its parents while they are empty: other hosts may be using them. Never removes a
 /// drive's root.
@@ -61,7 +56,8 @@ TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
                  static_cast<wchar_t*>(nullptr));
         fs::remove(host);
         RemoveEmptyFolders(host.parent_path());
-        EXPECT_EQ(TextOf(output), program.string() + "\n" + library.string() + "\n" + data.string() + "\n");
+        EXPECT_EQ(preview::ReadInputFile(output),
+                  program.string() + "\r\n" + library.string() + "\r\n" + data.string() + "\r\n");
         for (const char* made :
              {"Shaders", "PixelforgeCache/Shaders", "PixelforgeCache/Assets", "PixelforgeCache/Searches"}) {
             EXPECT_EQ(fs::is_directory(tree / made), !data.empty()) << tree << ": " << made;
@@ -109,7 +105,7 @@ TEST(HostModes, TheModuleDoesNothingWhenTheProcessEnds) {
     };
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(endWithALiveInstance(), testing::ExitedWithCode(7), "");
-    EXPECT_EQ(TextOf(mark), "last, beside a subclassed window");
+    EXPECT_EQ(preview::ReadInputFile(mark), "last, beside a subclassed window");
     fs::remove(mark);
 }
 

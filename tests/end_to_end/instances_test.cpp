@@ -5,10 +5,10 @@
 
 #include <GL/gl.h>
 
-#include <functional>
 #include <future>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "module/module_instance.h"
 #include "render/gl_renderer.h"
@@ -32,13 +32,9 @@ const std::string kCounter =
         .Json();
 
 TEST(Instances, DoNotAffectEachOthersSettingsAndMayAlternateThreads) {
-    RunOptions sampled;
-    sampled.settings = {{"Multi-Sample", "1"}, {"Speed", "0.5"}};
-    RunOptions fast;
-    fast.width = 20;
-    fast.settings = {{"Fast Buffers", "1"}, {"Speed", "0.25"}};
-    ModuleRun first(kCounter, sampled);
-    ModuleRun second(kCounter, fast);
+    ModuleRun first(kCounter, {.settings = {{"Multi-Sample", "1"}, {"Speed", "0.5"}}});
+    ModuleRun second(kCounter,
+                     {.width = 20, .height = 24, .settings = {{"Fast Buffers", "1"}, {"Speed", "0.25"}}});
     for (std::uint32_t frame = 1; frame <= 4; ++frame) {
         ASSERT_EQ(first.Frame(), FrameResult::Drawn) << first.Words();
         auto drawn = std::async(frame % 2 == 0 ? std::launch::async : std::launch::deferred,
@@ -58,26 +54,18 @@ UniqueWindow NewWindow() {
 }
 
 /// A window that belongs to another thread.
-class ThreadWindow {
-public:
-    ~ThreadWindow() {
-        PostMessageW(handle, WM_APP, 0, 0);
-        thread_.join();
-    }
+struct ThreadWindow {
+    ~ThreadWindow() { PostMessageW(handle, WM_QUIT, 0, 0); }
 
-private:
-    std::promise<HWND> created_;
-    std::thread thread_{[this] {
+    std::promise<HWND> created;
+    std::jthread thread{[this] {
         const UniqueWindow window = NewWindow();
-        created_.set_value(window.Get());
-        MSG message = {};
-        while (GetMessageW(&message, nullptr, 0, 0) > 0 && message.message != WM_APP) {
+        created.set_value(window.Get());
+        for (MSG message = {}; GetMessageW(&message, nullptr, 0, 0) > 0;) {
             DispatchMessageW(&message);
         }
     }};
-
-public:
-    HWND handle = created_.get_future().get();
+    HWND handle = created.get_future().get();
 };
 
 enum class CallersDc { InUse, Released, LentToAnotherWindow, LentBesideARival };
@@ -133,7 +121,7 @@ TEST(Instances, EveryExportRestoresTheCallersGlContext) {
         const Caller caller(state);
         ModuleRun good(kCounter);
         DrawContext& context = good.Session().Context();
-        static int notices = 0;
+        static int notices;
         notices = 0;
         context.infoTextCallback = [](const wchar_t*) {
             static_cast<void>(notices++ || wglMakeCurrent(nullptr, nullptr));
@@ -155,24 +143,19 @@ TEST(Instances, EveryExportRestoresTheCallersGlContext) {
 TEST(Instances, ThatCannotDrawFailEachFrameWithOneLineUntilTheyCan) {
     const preview::HostWindow other(32, 24);
     HWND const destroyed = preview::HostWindow(32, 24).Handle();
-    const auto without = [](HWND window) {
-        return [window](DrawContext& context) { context.window = window; };
-    };
-    const struct {
-        std::function<void(DrawContext&)> change;
-        bool atPreInitialisation;
-        const char* words;
-    } cases[] = {{without(nullptr), false, "the window does not exist"},
-                 {without(destroyed), false, "the window does not exist"},
-                 {without(other.Handle()), false, "the window is not the one given at pre-initialisation"},
-                 {without(nullptr), true, "there was no window at pre-initialisation"},
-                 {[](DrawContext& context) { context.bitmap = nullptr; }, false,
-                  "the bitmap is missing, not 32-bit or not of the frame's size"}};
-    for (const auto& [change, atPreInitialisation, words] : cases) {
+    const HWND noBitmap = GetDesktopWindow();  // stands for the usable window
+    const std::tuple<HWND, bool, const char*> cases[] = {
+        {nullptr, false, "the window does not exist"},
+        {destroyed, false, "the window does not exist"},
+        {other.Handle(), false, "the window is not the one given at pre-initialisation"},
+        {nullptr, true, "there was no window at pre-initialisation"},
+        {noBitmap, false, "the bitmap is missing, not 32-bit or not of the frame's size"}};
+    for (const auto& [window, atPreInitialisation, words] : cases) {
         ModuleRun run(kCounter);
         DrawContext& context = run.Session().Context();
         const DrawContext usable = context;
-        change(context);
+        context.window = window == noBitmap ? usable.window : window;
+        context.bitmap = window == noBitmap ? nullptr : usable.bitmap;
         if (atPreInitialisation) {
             Module().Functions().preInitialize(run.Session().Instance(), &context);
         }

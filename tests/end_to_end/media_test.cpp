@@ -7,6 +7,7 @@
 #include <set>
 
 #include "base/text.h"
+#include "preview/host/file_paths.h"
 #include "tests/end_to_end/module_run.h"
 #include "tests/support/temp_file.h"
 
@@ -255,7 +256,6 @@ TEST(Origin, DecidesWhichFilesADocumentReads) {
     wchar_t data[MAX_PATH] = {};
     GetEnvironmentVariableW(L"DAT_BASEFOLDER", data, MAX_PATH);
     const fs::path cache = fs::path(data) / "Pixelforge" / "PixelforgeCache";
-    const fs::path before = fs::current_path();
     const TempFolder folder;
     const std::string id = "bait" + std::to_string(GetCurrentProcessId());
     const auto write = [&](const char* place, int colour, const char* term) {
@@ -266,7 +266,7 @@ TEST(Origin, DecidesWhichFilesADocumentReads) {
     write("", 0xFF0000, "+ 1.0");
     write("current/", 0x0000FF, "+ 2.0");
     write("include/", 0xFFFFFF, "+ 16.0");
-    fs::current_path(folder.Path() / "current");
+    const preview::WorkingFolder working(folder.Path() / "current" / "document");
     SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", (folder.Path() / "include").c_str());
     const std::string path = (folder.Path() / id).string();
     std::string code = "float files = 0.0\n";
@@ -300,7 +300,6 @@ TEST(Origin, DecidesWhichFilesADocumentReads) {
         fs::remove(written);
     }
     SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", nullptr);
-    fs::current_path(before);
 }
 
 }  // namespace

@@ -9,8 +9,12 @@
 namespace pixelforge::test {
 namespace {
 
-preview::SessionOptions Named(preview::SessionOptions options, const std::string& playlist) {
+RunOptions Named(RunOptions options, const std::string& playlist) {
     options.playlistName = playlist;
+    if (options.width == RunOptions().width) {
+        options.width = 32;
+        options.height = 24;
+    }
     return options;
 }
 

@@ -13,13 +13,8 @@ namespace pixelforge::test {
 /// The module, loaded once per test program.
 const preview::ModuleLibrary& Module();
 
-/// A 32 x 24 frame with default settings; the run sets the playlist's name.
-struct RunOptions : preview::SessionOptions {
-    RunOptions() {
-        width = 32;
-        height = 24;
-    }
-};
+/// The frame has 32 x 24 pixels unless another width is given; the run sets the playlist's name.
+using RunOptions = preview::SessionOptions;
 
 class ModuleRun {
 public:

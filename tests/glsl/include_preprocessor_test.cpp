@@ -5,13 +5,13 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <random>
 #include <string>
 #include <tuple>
 
 #include "tests/glsl/expansion.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge {
 namespace {
@@ -22,42 +22,32 @@ namespace fs = std::filesystem;
 class Preprocessor : public testing::Test {
 protected:
     Preprocessor() {
-        fs::create_directories(root_ / "folder");
-        fs::create_directories(root_ / "current");
-        fs::current_path(root_ / "current");
-        CopyCut(context_->includeFolder, (root_ / "folder").wstring());
+        fs::create_directories(root_.Path() / "folder");
+        fs::create_directories(root_.Path() / "current");
+        fs::current_path(root_.Path() / "current");
+        CopyCut(context_->includeFolder, (root_.Path() / "folder").wstring());
     }
-    ~Preprocessor() override {
-        fs::current_path(former_);
-        fs::remove_all(root_);
-    }
+    ~Preprocessor() override { fs::current_path(former_); }
 
     /// "failed" if the run fails.
     std::string Expand(const std::string& text) {
         const ExpandedText result = ExpandedByProduct(*context_, text);
         return result.success ? result.output : "failed";
     }
-    static void Write(const fs::path& path, std::string_view text) {
-        std::ofstream(path, std::ios::binary).write(text.data(), static_cast<std::streamsize>(text.size()));
-    }
     /// On Linux the backslash is an ordinary character in a file name.
-    void WriteInFolder(std::wstring_view name, std::string_view text) {
-        Write(std::wstring(context_->includeFolder) + L"\\" + std::wstring(name), text);
+    void WriteInFolder(const std::string& name, std::string_view text) {
+        root_.Write("folder\\" + name, text);
     }
 
     const fs::path former_ = fs::current_path();
-    const fs::path root_ =
-        fs::temp_directory_path() / ("include_files_" + std::to_string(std::random_device{}()));
+    const test::TempFolder root_;
     HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
 };
 
 // A text is found whatever the case of its name; what is expanded only once is the name as written. A name
 // has at most 259 UTF-16 units.
 TEST_F(Preprocessor, FindsRegisteredTextsByName) {
-    std::string umlauts;
-    for (int i = 0; i < 259; ++i) {
-        umlauts += "\xC3\xA4";
-    }
+    const std::string umlauts = ToUtf8(std::wstring(259, L'\u00E4'));
     const std::pair<std::string, std::string> cases[] = {
         {"a\n#include\t \"Common\" // x\nb", "a\nshared\nb"},
         {"#includes \"Common\"\n#include\"Common\"\n", "#includes \"Common\"\n#include\"Common\"\n"},
@@ -93,20 +83,20 @@ TEST_F(Preprocessor, RefusesEntriesBeyondTheTables) {
 // the dot of "real.glsl.".
 TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder) {
     using namespace std::string_view_literals;
-    Write("both.glsl", "current");
-    Write("own.glsl", "one\r\ntwo\rthree\n\n\n#include \"own.glsl\"\n");
-    Write(root_ / "outer.glsl", "outer");
-    for (const auto& [name, bytes] : {std::pair(L"both.glsl", "library"sv),
-                                      {L"lib.glsl", "library"sv},
-                                      {L"known.glsl", "library"sv},
-                                      {L"real.glsl.", "library"sv},
-                                      {L"empty.glsl", ""sv},
-                                      {L"zero.glsl", "\0\0\0"sv},
-                                      {L"marked.glsl", "\xEF\xBB\xBFmarked"sv},
-                                      {L"little.glsl",
+    root_.Write("current/both.glsl", "current");
+    root_.Write("current/own.glsl", "one\r\ntwo\rthree\n\n\n#include \"own.glsl\"\n");
+    root_.Write("outer.glsl", "outer");
+    for (const auto& [name, bytes] : {std::pair("both.glsl", "library"sv),
+                                      {"lib.glsl", "library"sv},
+                                      {"known.glsl", "library"sv},
+                                      {"real.glsl.", "library"sv},
+                                      {"empty.glsl", ""sv},
+                                      {"zero.glsl", "\0\0\0"sv},
+                                      {"marked.glsl", "\xEF\xBB\xBFmarked"sv},
+                                      {"little.glsl",
                                        "\xFF\xFE"
                                        "a\0\xE4\0\n\0"sv},
-                                      {L"big.glsl", "\xFE\xFF\0a\0\n\0"sv}}) {
+                                      {"big.glsl", "\xFE\xFF\0a\0\n\0"sv}}) {
         WriteInFolder(name, bytes);
     }
     RegisterVirtualInclude(*context_, L"KNOWN.GLSL", CopyText("registered"));
@@ -115,7 +105,7 @@ TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder)
         {"lib.glsl", "library\n", "library\n"},
         {"known.glsl", "registered\n", "registered\n"},
         {"own.glsl", "one\ntwo\nthree\n\n\n", ""},
-        {(root_ / "outer.glsl").string(), "outer\n", ""},
+        {(root_.Path() / "outer.glsl").string(), "outer\n", ""},
         {"../outer.glsl", "outer\n", ""},
         {"empty.glsl", "", ""},
         {"zero.glsl", "\n", "\n"},
@@ -146,7 +136,7 @@ TEST_F(Preprocessor, DoesNotLookForAFileAgainInTheSameRun) {
         return ResolveInclude(*context_, name, &length, &entry, &error) != nullptr;
     };
     EXPECT_FALSE(found(L"late.glsl"));
-    for (const wchar_t* name : {L"late.glsl", L"last.glsl", L"next.glsl"}) {
+    for (const char* name : {"late.glsl", "last.glsl", "next.glsl"}) {
         WriteInFolder(name, "x");
     }
     EXPECT_FALSE(found(L"late.glsl"));

@@ -16,75 +16,26 @@
 namespace pixelforge {
 namespace {
 
-const std::string kPrefix = R"glsl(#define HW_PERFORMANCE 1
-#define char char_sYjan77j
-#define packed packed_sYjan77j
-uniform vec3      iResolution;           // viewport resolution (in pixels)
-uniform float     iTime;                 // shader playback time (in seconds)
-uniform float     iTimeDelta;            // render time (in seconds)
-uniform int       iFrame;                // shader playback frame
-uniform float     iFrameRate;            // frames per second
-uniform float     iChannelTime[4];       // channel playback time (in seconds)
-uniform vec3      iChannelResolution[4]; // channel resolution (in pixels)
-uniform vec4      iMouse;                // mouse pixel coords. xy: current (if MLB down), zw: click
-uniform vec4      iDate;                 // (year, month, day, time in seconds)
-uniform float     iSampleRate;           // sound sample rate (i.e., 44100)
-
-#if __VERSION__ >= 420
-    out vec4 pf_FragColor;
-    vec4 pf_AssertColor = vec4(1e20);
-    #define gl_FragColor pf_FragColor
-#endif
-
-void pf_assert(bool cond, int v) {
-    if (!cond) {
-        if (v == 0) pf_AssertColor.x = -1.0;
-        else if (v == 1) pf_AssertColor.y = -1.0;
-        else if (v == 2) pf_AssertColor.z = -1.0;
-        else pf_AssertColor.w = -1.0;
-    }
-}
-
-void pf_assert(bool cond) {
-    if (!cond) pf_AssertColor.x = -1.0;
-}
-)glsl";
-
-const std::string kImageMain = R"glsl(void main(void)
-{
-    vec4 color = vec4(0.0);
-    mainImage(color, gl_FragCoord.xy);
-    if (pf_AssertColor.x < 0.0) color = vec4(1.0, 0.0, 0.0, 1.0);
-    if (pf_AssertColor.y < 0.0) color = vec4(0.0, 1.0, 0.0, 1.0);
-    if (pf_AssertColor.z < 0.0) color = vec4(0.0, 0.0, 1.0, 1.0);
-    if (pf_AssertColor.w < 0.0) color = vec4(1.0, 1.0, 0.0, 1.0);
-    gl_FragColor = color;
-}
-)glsl";
-
-const std::string kCubeMain = R"glsl(uniform vec3 cmCornerVertices[5];
-
-void main(void)
-{
-    vec4 color = vec4(1e20);
-    vec3 ro = cmCornerVertices[4];
-    vec2 uv = gl_FragCoord.xy / iResolution.xy;
-    vec3 rd = normalize( mix( mix( cmCornerVertices[0], cmCornerVertices[1], uv.x ),
-                              mix( cmCornerVertices[3], cmCornerVertices[2], uv.x ), uv.y ) - ro );
-    mainCubemap(color, gl_FragCoord.xy, ro, rd);
-    gl_FragColor = color;
-}
-)glsl";
-
 class PassSource : public testing::Test {
 protected:
-    PassSource() { SetVersionLine(4, 6); }
+    PassSource() {
+        SetVersionLine(4, 6);
+        std::tie(prefix_, imageMain_) = TextsAround(PassKind::Image);
+        cubeMain_ = TextsAround(PassKind::CubeA).second;
+    }
 
     RenderPass& Add(PassKind kind, std::string_view code) {
         RenderPass& pass = document_->passes[static_cast<std::size_t>(kind)];
         pass.kind = kind;
         pass.code = CopyText(code);
         return pass;
+    }
+    /// The module's own texts before and after a pass's code.
+    std::pair<std::string, std::string> TextsAround(PassKind kind) {
+        const std::string text = Assemble(Add(kind, "@"));
+        const std::size_t code = text.find("\n@\n");
+        document_->passes[static_cast<std::size_t>(kind)] = {};
+        return {text.substr(0, code), text.substr(code + 3)};
     }
     /// The assembled text without version line and prefix, or "null".
     std::string Assemble(const RenderPass& pass) {
@@ -94,9 +45,8 @@ protected:
         if (!text) {
             return "null";
         }
-        const std::string start = "#version 460\n" + kPrefix;
-        EXPECT_EQ(std::string_view(text.get()).substr(0, start.size()), start);
-        return std::string(text.get()).substr(start.size());
+        EXPECT_TRUE(std::string_view(text.get()).starts_with(prefix_));
+        return text.get() + prefix_.size();
     }
 
     /// The message about an Image that is not assembled, or about a log line.
@@ -110,23 +60,36 @@ protected:
 
     HeapRecord<ShaderDocument> document_ = NewHeapRecord<ShaderDocument>();
     HeapRecord<IncludeContext> context_ = NewHeapRecord<IncludeContext>();
+    std::string prefix_, imageMain_, cubeMain_;
 };
+
+// Shaders may rely on every byte.
+TEST_F(PassSource, KeepsTheModulesOwnTexts) {
+    for (const auto& [text, expected] :
+         {std::pair(prefix_, 0x001E7852U), {imageMain_, 0xD09D71A7U}, {cubeMain_, 0xA16B51FEU}}) {
+        std::uint32_t hash = 0x811C9DC5;  // FNV-1a
+        for (const char byte : text) {
+            hash = (hash ^ static_cast<std::uint8_t>(byte)) * 0x1000193;
+        }
+        EXPECT_EQ(hash, expected) << text;
+    }
+}
 
 TEST_F(PassSource, DeclaresEachChannelType) {
     const std::string types[] = {"2D", "2D", "Cube", "Cube", "3D", "2D", "2D", "2D"};
     RenderPass& pass = Add(PassKind::Image, "i");
-    EXPECT_EQ(Assemble(pass), "\ni\n" + kImageMain);
+    EXPECT_EQ(Assemble(pass), "\ni\n" + imageMain_);
     for (std::uint32_t type = 1; type <= 8; ++type) {
         const std::uint32_t channel = type % kChannels;
         pass.inputs[channel].ctype = static_cast<ChannelType>(type);
         EXPECT_EQ(Assemble(pass), "uniform sampler" + types[type - 1] + " iChannel" +
-                                      std::to_string(channel) + ";\n\ni\n" + kImageMain);
+                                      std::to_string(channel) + ";\n\ni\n" + imageMain_);
         pass.inputs[channel].ctype = ChannelType::None;
     }
     pass.inputs[0].ctype = ChannelType::Volume;
     pass.inputs[1].ctype = static_cast<ChannelType>(9);
     pass.inputs[3].ctype = static_cast<ChannelType>(0xFFFFFFFF);
-    EXPECT_EQ(Assemble(pass), "uniform sampler3D iChannel0;\n1;\n3;\n\ni\n" + kImageMain);
+    EXPECT_EQ(Assemble(pass), "uniform sampler3D iChannel0;\n1;\n3;\n\ni\n" + imageMain_);
 }
 
 TEST_F(PassSource, JoinsThePiecesOfEachPassKind) {
@@ -135,19 +98,18 @@ TEST_F(PassSource, JoinsThePiecesOfEachPassKind) {
     for (std::uint32_t slot = 2; slot < kPassSlots; ++slot) {
         const auto kind = static_cast<PassKind>(slot);
         EXPECT_EQ(Assemble(Add(kind, "void f() BEGIN\rEND\n\n\n")),
-                  common + "void f() BEGIN\nEND\n" + (kind == PassKind::CubeA ? kCubeMain : kImageMain));
+                  common + "void f() BEGIN\nEND\n" + (kind == PassKind::CubeA ? cubeMain_ : imageMain_));
     }
-    EXPECT_EQ(Assemble(document_->passes[0]), common + "\n" + kImageMain);
-    EXPECT_EQ(Assemble(document_->passes[1]), common + kImageMain);
+    EXPECT_EQ(Assemble(document_->passes[0]), common + "\n" + imageMain_);
+    EXPECT_EQ(Assemble(document_->passes[1]), common + imageMain_);
 }
 
 TEST_F(PassSource, IsNullWhenAssemblyFails) {
-    const RenderPass& pass = Add(PassKind::Image, " #include \"Common\"");
-    EXPECT_EQ(Assemble(pass), "null");
+    const RenderPass& pass = Add(PassKind::Image, "i");
     for (int i = 0; i < kIncludeEntries - 3; ++i) {
         RegisterVirtualInclude(*context_, L"taken", nullptr);
     }
-    EXPECT_EQ(Assemble(Add(PassKind::Image, "i")), "null") << "no room for four pieces";
+    EXPECT_EQ(Assemble(pass), "null") << "no room for four pieces";
     EXPECT_EQ(AssemblePassSource(nullptr, context_.get(), &pass), nullptr);
     EXPECT_EQ(AssemblePassSource(document_.get(), nullptr, &pass), nullptr);
     EXPECT_EQ(AssemblePassSource(document_.get(), context_.get(), nullptr), nullptr);
@@ -185,40 +147,31 @@ TEST_F(PassSource, MapsEveryLineToItsOrigin) {
     EXPECT_EQ(place, "SUFFIX:10") << "the last line";
 }
 
-TEST_F(PassSource, NamesTextLineAndCauseOfARefusedInclude) {
+// The version line and the prefix have 33 lines, Common begins at 34. Drivers start to count afresh at
+// `#line`.
+TEST_F(PassSource, NamesTheAuthorsLineOfLogLinesAndRefusedIncludes) {
     std::string names;
     for (int i = 0; i < kIncludeEntries - 4; ++i) {
         names += "#include \"n" + std::to_string(i) + "\"\n";
     }
-    const std::tuple<std::string, std::string, const char*> cases[] = {
-        {"", "x\n  #include \"a\"", "Image:2: #include is indented; it must begin in column one"},
-        {"", "#include <a>", "Image:1: #include <...> is not supported; put the name in double quotes"},
-        {"x\n\n#include a", "", "Image: Common:3: #include needs a name in double quotes"},
-        {"", "#include \"a", "Image:1: the name of #include has no closing quote"},
-        {"", "#include \"" + std::string(300, '\n') + "\"",
-         "Image:1: the name of #include has no closing quote"},
-        {"", "#include \"" + std::string(260, 'a') + "\"",
-         "Image:1: the name of #include is longer than 259 characters"},
-        {"", "/*\n#include \"a\" */ x", "Image:2: a comment ends in the line of this #include"},
-        {"", names + "#include \"N1\"\n#include \"N2\"",
-         "Image:62: too many #include names (at most 64, four of them the module's own)"},
-    };
-    for (const auto& [common, image, message] : cases) {
-        for (int i = 0; i < kIncludeEntries - 4; ++i) {
-            RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), CopyText("x"));
-        }
-        EXPECT_EQ(Message(common, image), message);
-    }
-}
-
-// The version line and the prefix have 33 lines, Common begins at 34. Drivers start to count afresh at
-// `#line`.
-TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
     std::string manyLines;
     for (int i = 0; i <= 1000; ++i) {
         manyLines += "#line 500\n";
     }
-    const std::tuple<std::string, std::string, const char*, const char*> cases[] = {
+    const std::string after = "Image: after the end of Image (a brace may be missing): ";
+    const std::string cut = " (the driver may end the text at the non-ASCII character in ";
+    const std::tuple<std::string, std::string, const char*, std::string> cases[] = {
+        {"", "x\n  #include \"a\"", "", "Image:2: #include is indented; it must begin in column one"},
+        {"", "#include <a>", "", "Image:1: #include <...> is not supported; put the name in double quotes"},
+        {"x\n\n#include a", "", "", "Image: Common:3: #include needs a name in double quotes"},
+        {"", "#include \"a", "", "Image:1: the name of #include has no closing quote"},
+        {"", "#include \"" + std::string(300, '\n') + "\"", "",
+         "Image:1: the name of #include has no closing quote"},
+        {"", "#include \"" + std::string(260, 'a') + "\"", "",
+         "Image:1: the name of #include is longer than 259 characters"},
+        {"", "/*\n#include \"a\" */ x", "", "Image:2: a comment ends in the line of this #include"},
+        {"", names + "#include \"N1\"\n#include \"N2\"", "",
+         "Image:62: too many #include names (at most 64, four of them the module's own)"},
         {"", manyLines, "0:35(1): error: x", "Image: 0:35(1): error: x"},
         {"", "#line 40 5\na\n#line 50\nb", "ERROR: 5:50: x", "Image:4: ERROR: x"},
         {"", "#if 1\n#line 40 5\n#endif\n#line 50\nb", "ERROR: 5:50: x", "Image: ERROR: 5:50: x"},
@@ -243,29 +196,25 @@ TEST_F(PassSource, FindsTheAuthorsLineInDriverLogs) {
         {"", " # /* a */ line\t50 // b\na", "0:50(1): error: x", "Image:2:1: error: x"},
         {"", "char", "0:35(1): error: `char_sYjan77j' x", "Image:1:1: error: `char' x"},
         {"/* \xE4 */\n// \xE4\n\xE4 b", "a", "error: fragment shader lacks `main'",
-         "Image: error: fragment shader lacks `main' (the driver may end the text at the non-ASCII character "
-         "in "
-         "Common:3)"},
+         "Image: error: fragment shader lacks `main'" + cut + "Common:3)"},
         {"", "a", "0:33(1): error: x", "Image: in the module's own lines before Image: error: x"},
         {"", "a", "0:37(1): error: syntax error, unexpected '{'",
-         "Image: after the end of Image (a brace may be missing): error: syntax error, unexpected '{'"},
-        {"", "#line 1\n/*", "0:12(1): error: unterminated",
-         "Image: after the end of Image (a brace may be missing): error: unterminated"},
-        {"", "a", "0:37(1): Syntax error",
-         "Image: after the end of Image (a brace may be missing): Syntax error"},
-        {"", "a", "0:45(1): error: x", "Image: after the end of Image (a brace may be missing): error: x"},
+         after + "error: syntax error, unexpected '{'"},
+        {"", "#line 1\n/*", "0:12(1): error: unterminated", after + "error: unterminated"},
+        {"", "a", "0:37(1): Syntax error", after + "Syntax error"},
+        {"", "a", "0:45(1): error: x", after + "error: x"},
         {"", "a", "0:39(5): error: no mainImage",
          "Image: in the module's own lines after Image: error: no mainImage"},
-        {"#include \"noise\"", "a", "WARNING: 0:35: b\r", "Image: noise:2: WARNING: b"},
+        {"#include \"n7\"", "a", "WARNING: 0:35: b\r", "Image: n7:2: WARNING: b"},
         {"", "a", "0:35(2): warning: b: 0:35(2): c", "Image:1:2: warning: b: 0:35(2): c"},
         {"", "a", "0:35(4294967295): b", "Image:1:4294967295: b"},
         {"/*", "*/", "1: unexpected end of file", "Image: 1: unexpected end of file"},
-        {"", "\\\n\xE4", "1: unexpected end of file",
-         "Image: 1: unexpected end of file (the driver may end the text at the non-ASCII character in "
-         "Image:1)"},
+        {"", "\\\n\xE4", "1: unexpected end of file", "Image: 1: unexpected end of file" + cut + "Image:1)"},
     };
     for (const auto& [common, image, log, message] : cases) {
-        RegisterVirtualInclude(*context_, L"noise", CopyText("\nb"));
+        for (int i = 0; i < kIncludeEntries - 4; ++i) {
+            RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), CopyText("\nb"));
+        }
         EXPECT_EQ(Message(common, image, log), message) << common << image;
     }
     for (const std::string kept :

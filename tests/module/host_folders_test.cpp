@@ -1,11 +1,14 @@
-// Where the host's files are: the three kinds of installation, and picks from playlists of every kind.
+// The host's folders in each kind of installation, picks from playlists of every kind, and the notice.
 #include "module/host_folders.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
+#include "module/overlay.h"
 #include "module/playlist.h"
+#include "service/service_urls.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge {
@@ -15,19 +18,16 @@ TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
     const std::wstring files = L"C:\\Program Files";
     const std::wstring app = L"C:\\Users\\u\\Roaming";
     const std::wstring installed = files + L"\\Larkvane\\Moonreel";
-    const struct {
-        std::wstring programPath, programFiles, appData;
-        std::wstring program, library, data;
-        const wchar_t* mode;
-    } cases[] = {
-        {L"D:\\C\\Projects\\x\\h.exe", files, app, L"D:\\C\\Projects\\x", L"D:\\C\\Projects\\x",
-         L"D:\\Moonreel", L"Debugging"},
-        {L"D:\\C\\Projects\\h.exe", L"D:\\C", app, L"D:\\C\\Projects", L"D:\\C\\Projects", L"D:\\Moonreel",
-         L"Debugging"},
-        {files + L"\\a\\h.exe", files, app, installed, installed + L"\\DLL", app + L"\\Larkvane\\Moonreel",
-         L"Installed\n"},
-        {L"c:\\program files\\h.exe", files, L"C:\\r\\\\", installed, installed + L"\\DLL",
-         L"C:\\r\\Larkvane\\Moonreel", L"Installed\n"},
+    // Program path, program files, application data; the three folders and the kind.
+    const std::vector<std::wstring> cases[] = {
+        {L"D:\\C\\Projects\\x\\h.exe", files, app,  //
+         L"D:\\C\\Projects\\x", L"D:\\C\\Projects\\x", L"D:\\Moonreel", L"Debugging"},
+        {L"D:\\C\\Projects\\h.exe", L"D:\\C", app,  //
+         L"D:\\C\\Projects", L"D:\\C\\Projects", L"D:\\Moonreel", L"Debugging"},
+        {files + L"\\a\\h.exe", files, app,  //
+         installed, installed + L"\\DLL", app + L"\\Larkvane\\Moonreel", L"Installed\n"},
+        {L"c:\\program files\\h.exe", files, L"C:\\r\\\\",  //
+         installed, installed + L"\\DLL", L"C:\\r\\Larkvane\\Moonreel", L"Installed\n"},
         {files + L"\\h.exe", files + L"\\\\", app, files, files + L"\\DLL", files, L"Portable\n"},
         {files + L"\\h.exe", L"", app, files, files + L"\\DLL", files, L"Portable\n"},
         {L"E:\\h.exe", files, app, L"E:", L"E:\\DLL", L"E:", L"Portable\n"},
@@ -36,14 +36,10 @@ TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
         {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"", L"\\DLL", L"", L"Portable\n"},
     };
     for (const auto& each : cases) {
-        const HostFolders folders = FindHostFolders({.programPath = each.programPath.c_str(),
-                                                     .programFiles = each.programFiles.c_str(),
-                                                     .appData = each.appData.c_str()});
-        SCOPED_TRACE(testing::PrintToString(each.programPath));
-        EXPECT_EQ(folders.program, each.program);
-        EXPECT_EQ(folders.library, each.library);
-        EXPECT_EQ(folders.data, each.data);
-        EXPECT_STREQ(folders.mode, each.mode);
+        const HostFolders folders = FindHostFolders(
+            {.programPath = each[0].c_str(), .programFiles = each[1].c_str(), .appData = each[2].c_str()});
+        EXPECT_EQ(each, (std::vector<std::wstring>{each[0], each[1], each[2], folders.program,
+                                                   folders.library, folders.data, folders.mode}));
     }
 }
 
@@ -92,6 +88,64 @@ TEST(PickShaderId, PicksTheRandomNumberModuloTheLines) {
         zeros |= ~drawn;
     }
     EXPECT_EQ(ones & zeros, 0xFFFFFFFF) << "a bit of the random number never varies";
+}
+
+struct Notice {
+    std::wstring id = L"Xs3BR4";
+    std::wstring name = L"Name";
+    std::wstring author = L"Author";
+    std::wstring description = L"Text";
+    std::wstring editor = {};
+};
+
+/// Expects the whole notice, with this edit link and description.
+void ExpectNotice(const Notice& notice, const std::wstring& editLink, const std::wstring& description) {
+    ShaderInfo info = {};
+    CopyCut(info.id, notice.id);
+    CopyCut(info.name, notice.name);
+    CopyCut(info.username, notice.author);
+    CopyCut(info.description, notice.description);
+    std::wstring text(4096, L'#');
+    EXPECT_TRUE(ComposeInfoText(info, notice.editor.c_str(), text));
+    text.resize(text.find(L'\0'));
+    const std::wstring host = kServiceHost;
+    const auto field = [&](const std::wstring& page, const std::wstring& shown) {
+        return L"\\cf3{\\field{\\*\\fldinst HYPERLINK \"https://" + host + page + L"\"}{\\fldrslt " + shown +
+               L"}}";
+    };
+    EXPECT_EQ(text,
+              L"{\\rtf1\\ansi\\deff0{\\colortbl;\\red%lu\\green%lu\\blue%lu;\\red%lu\\green%lu\\blue%lu;"
+              L"\\red%lu\\green%lu\\blue%lu;}\\cf2\\highlight1 \\cf2 Shader: " +
+                  field(L"/view/" + notice.id, notice.name) + editLink + L"\\line \\cf2 Author: " +
+                  field(L"/user/" + notice.author, notice.author) + L"\\line \\cf2 Description: " +
+                  description + L"\\par}");
+    EXPECT_FALSE(ComposeInfoText(info, notice.editor.c_str(), text)) << "no room for the terminator";
+}
+
+TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
+    const std::pair<std::wstring, std::size_t> cases[] = {
+        {L"a {brace}, a } alone", 0},
+        {L"C:\\dir \\par \\'41 100% %s %lu \"quoted\" \xD83C\xDF0A", 0},
+        {L"first\r\nsecond\n\nthird\n\r\n", 3},
+        {L"\r\n\n", 3},
+        {L"Text\n\t", 0},
+    };
+    for (const auto& [text, removed] : cases) {
+        ExpectNotice({L"id", text, text, text}, L"", text.substr(0, text.size() - removed));
+    }
+    const std::wstring longest(259, L'd');
+    ExpectNotice({std::wstring(19, L'i'), std::wstring(127, L'n'), std::wstring(63, L'u'), longest}, L"",
+                 longest);
+}
+
+TEST(Overlay, OmitsAnEditLinkThatExceedsItsField) {
+    const std::wstring begin = L"\\cf2 \t\t[ \\cf3{\\field{\\*\\fldinst{HYPERLINK \"file://";
+    const std::wstring end = L"?Xs3BR4\"}}{\\fldrslt Edit w/GlowBench} \\cf2 ] }";
+    const std::size_t room = kPathUnits - 1 - begin.size() - end.size();
+    for (const std::size_t length : {room - 1, room, room + 1, room + end.size(), kPathUnits - 1}) {
+        const std::wstring editor(length, L'e');
+        ExpectNotice({.editor = editor}, length <= room ? begin + editor + end : L"", L"Text");
+    }
 }
 
 }  // namespace

@@ -3,13 +3,9 @@
 
 #include <windows.h>
 
-#include <shellapi.h>
-
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <span>
 #include <sstream>
 
 #include "base/bitmap.h"
@@ -84,15 +80,18 @@ protected:
         HANDLE writer = nullptr;
         SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
         ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited, 1024));
+        SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
         reader_ = UniqueKernelHandle(reader);
         Start(arguments + " --size 64x64 --video -", writer);
         CloseHandle(writer);
         EXPECT_TRUE(Read());
     }
-    bool Read() const {
+    bool Read() {
         char bytes[16];
         DWORD got = 0;
-        return ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr) && got > 0;
+        const bool read = ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr);
+        piped_ += got;
+        return read && got > 0;
     }
 
     DWORD End(DWORD patience = 60'000) {
@@ -123,6 +122,7 @@ protected:
     UniqueKernelHandle process_;
     UniqueKernelHandle words_;
     UniqueKernelHandle reader_;
+    DWORD piped_ = 0;
 };
 
 /// Arguments and a part of the message.
@@ -195,12 +195,8 @@ const Row kRuns[] = {
 
 TEST(Options, RejectWrongUsageWithAReason) {
     for (const auto& [text, reason] : kWrongUsage) {
-        int count = 0;
-        wchar_t** words = CommandLineToArgvW(FromUtf8(text).c_str(), &count);
-        std::vector<std::string> arguments;
-        std::ranges::transform(std::span(words, static_cast<std::size_t>(count)),
-                               std::back_inserter(arguments), [](auto* word) { return ToUtf8(word); });
-        LocalFree(words);
+        std::istringstream words(text);
+        const std::vector<std::string> arguments(std::istream_iterator<std::string>(words), {});
         EXPECT_THAT(
             [&] { ParseOptions(arguments); },
             testing::Throws<HostError>(AllOf(testing::Property(&HostError::Status, ExitStatus::WrongUsage),
@@ -234,6 +230,19 @@ TEST_F(CommandLine, FailsIfOnlySomeFramesAreDrawn) {
     }
     EXPECT_EQ(End(), 1U);
     EXPECT_THAT(Text("words"), HasSubstr("2 frames failed"));
+}
+
+TEST_F(CommandLine, PipesOnlyTheVideoUntilItsReaderEnds) {
+    StartPiped("a.glsl --frames 3 --info --bench");
+    while (Read()) {
+    }
+    EXPECT_EQ(End(), 0U);
+    EXPECT_EQ(piped_, 76 + 3 * (6 + 64 * 64 * 3 / 2)) << "a header and three frames";
+    EXPECT_THAT(Text("words"), HasSubstr("\nwhole frame"));
+    StartPiped("a.glsl --frames 10000000");
+    reader_ = {};
+    EXPECT_EQ(End(), 1U);
+    EXPECT_THAT(Text("words"), HasSubstr("has ended"));
 }
 
 TEST_F(CommandLine, RemovesItsFilesIfItCrashes) {
@@ -278,21 +287,23 @@ TEST(Options, ImplyOtherOptions) {
 
 TEST(Options, OpenADroppedFile) {
     const Options shown = ParseOptions({"--id", "i", "--window"});
-    for (const auto& [name, command] : {std::pair(L"a b.glsl", "preview \"a b.glsl\""),
-                                        {L"b.Playlist", "preview --playlist b.Playlist"},
-                                        {L"c.PNG", "a picture needs a shader"}}) {
-        std::ofstream(std::filesystem::path(name)) << "a\n";
+    const std::tuple<const wchar_t*, const char*, const char*> cases[] = {
+        {L"a b.glsl", "a", "preview \"a b.glsl\""},
+        {L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
+        {L"c.txt", "a", "the playlist has no line"},
+        {L"c.PNG", "a", "a picture needs a shader"},
+        {L"missing.json", nullptr, "cannot read"}};
+    for (const auto& [name, bytes, words] : cases) {
+        if (bytes) {
+            WriteOutputFile(name, BytesOf(bytes));
+        }
         Options next;
         const std::string failure = FailureOf([&] { next = OptionsForFile(shown, name, {}); });
-        EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(command));
+        EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(words));
         EXPECT_EQ(next.source.path.empty(), !failure.empty());
         std::filesystem::remove(name);
     }
-    EXPECT_THROW(OptionsForFile(shown, L"missing.json", {}), HostError);
-    std::ofstream("c.png").put(' ');
-    std::ofstream("c.txt").put('a');
-    EXPECT_THROW(OptionsForFile(shown, L"c.txt", {}), HostError) << "no line break";
-    std::filesystem::remove("c.txt");
+    WriteOutputFile(L"c.png", {});
     const Options picture =
         OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png", {.size = {7, 9}, .scale = 0.5});
     EXPECT_EQ(picture.source.name + picture.picturePath, "a.jsonc.png");

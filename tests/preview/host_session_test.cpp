@@ -81,12 +81,6 @@ std::vector<FrameRecord> RunScript(std::vector<FrameResult> script, const FrameR
     return RunFrames(session, frames);
 }
 
-TEST(HostSessionTest, InitializesAgainWhenTheModuleRequestsAReset) {
-    RunScript({ResetWanted}, {.frames = 2});
-    EXPECT_THAT(calls, ElementsAre("describe", "build", "pre-initialize", "initialize", "draw", "initialize",
-                                   "draw", "clean up", "destroy"));
-}
-
 TEST(HostSessionTest, PreInitializesAgainWhenTheWindowIsResized) {
     EventPlayer events({{1, WM_SIZE, 30, 15}});
     const auto frames = RunScript({}, {.frames = 3, .checksums = true, .events = &events});
