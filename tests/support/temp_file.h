@@ -5,12 +5,18 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 
 #include "base/text.h"
 
 namespace pixelforge::test {
+
+inline std::string ContentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 /// A path that nobody else uses; what is there is deleted on destruction.
 class TempPath {
