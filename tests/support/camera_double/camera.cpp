@@ -44,22 +44,14 @@ AM_MEDIA_TYPE* MakeType(const SIZE& size) {
     return type;
 }
 
-/// Size and time of a picture.
-struct CameraShot {
-    std::int32_t width = 0;
-    std::int32_t height = 0;
-    double seconds = 0;  ///< since the camera started
-};
-
 class Camera final : public Filter<PINDIR_OUTPUT, IAMStreamConfig> {
 public:
     using Filter::Filter;
 
     /// How the renderer gets the picture: no frames flow between the two doubles. False if there is none yet.
-    bool Newest(CameraShot& shot) const {
-        shot = {size_.cx, size_.cy, static_cast<double>(GetTickCount64() - startTick_) / 1000};
-        return startTick_ != 0 && !IsSet("frames", "never");
-    }
+    bool HasPicture() const { return startTick_ != 0 && !IsSet("frames", "never"); }
+    double Seconds() const { return static_cast<double>(GetTickCount64() - startTick_) / 1000; }
+    SIZE Size() const { return size_; }
 
     STDMETHODIMP QueryInterface(REFIID id, void** object) override {
         return id == __uuidof(IAMStreamConfig) && Fails("streamconfig") ? E_NOINTERFACE
@@ -96,9 +88,8 @@ public:
         }
         return fails ? E_FAIL : S_OK;
     }
-    UNUSED_METHOD(ReceiveConnection, IPin*, const AM_MEDIA_TYPE*)
-    UNUSED_METHOD(GetNumberOfCapabilities, int*, int*)
-    UNUSED_METHOD(GetStreamCaps, int, AM_MEDIA_TYPE**, BYTE*)
+    UNUSED_METHODS((ReceiveConnection, IPin*, const AM_MEDIA_TYPE*), (GetNumberOfCapabilities, int*, int*),
+                   (GetStreamCaps, int, AM_MEDIA_TYPE**, BYTE*))
 
 private:
     HRESULT Enter(FILTER_STATE state) override {
@@ -132,21 +123,21 @@ std::uint32_t Scene(double x, double y, double seconds) {
 }
 
 /// A packed DIB.
-std::vector<BYTE> PackPicture(const CameraShot& shot) {
+std::vector<BYTE> PackPicture(const SIZE& size, double seconds) {
     const auto bits = static_cast<WORD>(NumberSetting("image", 32));
     const bool topDown = IsSet("topdown", "1");
     const bool quadrants = IsSet("pattern", "quadrants");
-    const LONG height = topDown ? -shot.height : shot.height;
-    const BITMAPINFOHEADER header = {sizeof(header), shot.width, height, 1, bits, BI_RGB, 0, 0, 0, 0, 0};
-    const std::size_t rowBytes = (static_cast<std::size_t>(shot.width) * bits + 31) / 32 * 4;
-    std::vector<BYTE> block(sizeof(header) + rowBytes * static_cast<std::size_t>(shot.height));
+    const LONG height = topDown ? -size.cy : size.cy;
+    const BITMAPINFOHEADER header = {sizeof(header), size.cx, height, 1, bits, BI_RGB, 0, 0, 0, 0, 0};
+    const std::size_t rowBytes = (static_cast<std::size_t>(size.cx) * bits + 31) / 32 * 4;
+    std::vector<BYTE> block(sizeof(header) + rowBytes * static_cast<std::size_t>(size.cy));
     std::memcpy(block.data(), &header, sizeof(header));
-    for (std::int32_t row = 0; row < shot.height; ++row) {
-        const double y = ((topDown ? shot.height - 1 - row : row) + 0.5) / shot.height;
+    for (LONG row = 0; row < size.cy; ++row) {
+        const double y = ((topDown ? size.cy - 1 - row : row) + 0.5) / size.cy;
         BYTE* to = &block[sizeof(header) + rowBytes * static_cast<std::size_t>(row)];
-        for (std::int32_t column = 0; column < shot.width; ++column, to += bits / 8) {
-            const double x = (column + 0.5) / shot.width;
-            const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, shot.seconds);
+        for (LONG column = 0; column < size.cx; ++column, to += bits / 8) {
+            const double x = (column + 0.5) / size.cx;
+            const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, seconds);
             std::memcpy(to, &colour, bits / 8);
         }
     }
@@ -163,16 +154,11 @@ public:
         return refused ? E_NOINTERFACE : Filter::QueryInterface(id, object);
     }
 
-    STDMETHODIMP ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override {
-        peer_ = source;
-        return S_OK;
-    }
-    UNUSED_METHOD(Connect, IPin*, const AM_MEDIA_TYPE*)
-    UNUSED_METHOD(EnumMediaTypes, IEnumMediaTypes**)
+    STDMETHODIMP ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override { return Set(peer_, source); }
+    UNUSED_METHODS((Connect, IPin*, const AM_MEDIA_TYPE*), (EnumMediaTypes, IEnumMediaTypes**))
 
     STDMETHODIMP SetRenderingMode(DWORD mode) override {
-        windowless_ = mode == VMRMode_Windowless;
-        return S_OK;
+        return Set(windowless_, mode == VMRMode_Windowless);
     }
     STDMETHODIMP SetVideoPosition(const LPRECT source, const LPRECT place) override {
         return Fails("position") || source || !place || !IsRectEmpty(place) ? E_FAIL : S_OK;
@@ -182,13 +168,12 @@ public:
     /// The setting "block" makes the block smaller than its header claims.
     STDMETHODIMP GetCurrentImage(BYTE** image) override {
         *image = nullptr;
-        CameraShot shot;
         const auto* camera = dynamic_cast<const Camera*>(peer_.Get());  // nothing else connects
-        if (Fails("image") || !windowless_ || !camera || !camera->Newest(shot)) {
+        if (Fails("image") || !windowless_ || !camera || !camera->HasPicture()) {
             return E_FAIL;
         }
         if (!IsSet("null", "image")) {
-            const std::vector<BYTE> bytes = PackPicture(shot);
+            const std::vector<BYTE> bytes = PackPicture(camera->Size(), camera->Seconds());
             const auto size =
                 static_cast<std::size_t>(NumberSetting("block", static_cast<double>(bytes.size())));
             *image = static_cast<BYTE*>(NewTaskBlock(size, 0));
@@ -197,24 +182,14 @@ public:
         return S_OK;
     }
 
-    UNUSED_METHOD(SetImageCompositor, IVMRImageCompositor*)
-    UNUSED_METHOD(SetNumberOfStreams, DWORD)
-    UNUSED_METHOD(GetNumberOfStreams, DWORD*)
-    UNUSED_METHOD(SetRenderingPrefs, DWORD)
-    UNUSED_METHOD(GetRenderingPrefs, DWORD*)
-    UNUSED_METHOD(GetRenderingMode, DWORD*)
-    UNUSED_METHOD(GetNativeVideoSize, LONG*, LONG*, LONG*, LONG*)
-    UNUSED_METHOD(GetMinIdealVideoSize, LONG*, LONG*)
-    UNUSED_METHOD(GetMaxIdealVideoSize, LONG*, LONG*)
-    UNUSED_METHOD(GetVideoPosition, LPRECT, LPRECT)
-    UNUSED_METHOD(GetAspectRatioMode, DWORD*)
-    UNUSED_METHOD(SetAspectRatioMode, DWORD)
-    UNUSED_METHOD(RepaintVideo, HWND, HDC)
-    UNUSED_METHOD(DisplayModeChanged)
-    UNUSED_METHOD(SetBorderColor, COLORREF)
-    UNUSED_METHOD(GetBorderColor, COLORREF*)
-    UNUSED_METHOD(SetColorKey, COLORREF)
-    UNUSED_METHOD(GetColorKey, COLORREF*)
+    UNUSED_METHODS((SetImageCompositor, IVMRImageCompositor*), (SetNumberOfStreams, DWORD),
+                   (GetNumberOfStreams, DWORD*), (SetRenderingPrefs, DWORD), (GetRenderingPrefs, DWORD*),
+                   (GetRenderingMode, DWORD*), (GetNativeVideoSize, LONG*, LONG*, LONG*, LONG*),
+                   (GetMinIdealVideoSize, LONG*, LONG*), (GetMaxIdealVideoSize, LONG*, LONG*))
+    UNUSED_METHODS((GetVideoPosition, LPRECT, LPRECT), (GetAspectRatioMode, DWORD*),
+                   (SetAspectRatioMode, DWORD), (RepaintVideo, HWND, HDC), (DisplayModeChanged),
+                   (SetBorderColor, COLORREF), (GetBorderColor, COLORREF*), (SetColorKey, COLORREF),
+                   (GetColorKey, COLORREF*))
 
 private:
     bool windowless_ = false;
@@ -249,10 +224,7 @@ IUnknown* MakeRenderer() {
 }  // namespace
 
 MakeObject MakerOf(REFCLSID id) {
-    if (id == kCameraClass) {
-        return MakeCamera;
-    }
-    return id == CLSID_VideoMixingRenderer ? MakeRenderer : nullptr;
+    return id == kCameraClass ? MakeCamera : id == CLSID_VideoMixingRenderer ? MakeRenderer : nullptr;
 }
 
 }  // namespace pixelforge::test

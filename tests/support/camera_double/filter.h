@@ -37,12 +37,8 @@ public:
         }
         return count == wanted ? S_OK : S_FALSE;
     }
-    STDMETHODIMP Reset() override {
-        position_ = 0;
-        return S_OK;
-    }
-    UNUSED_METHOD(Skip, ULONG)
-    UNUSED_METHOD(Clone, Interface**)
+    STDMETHODIMP Reset() override { return Set(position_, 0U); }
+    UNUSED_METHODS((Skip, ULONG), (Clone, Interface**))
 
 private:
     const At at_;
@@ -59,10 +55,7 @@ public:
     STDMETHODIMP Stop() override { return Enter(State_Stopped); }
     STDMETHODIMP Pause() override { return Enter(State_Paused); }
     STDMETHODIMP Run(REFERENCE_TIME) override { return Enter(State_Running); }
-    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override {
-        *state = state_;
-        return S_OK;
-    }
+    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override { return Set(*state, state_); }
     STDMETHODIMP SetSyncSource(IReferenceClock*) override { return S_OK; }
     STDMETHODIMP EnumPins(IEnumPins** pins) override {
         const auto at = [pin = Microsoft::WRL::ComPtr<IPin>(this)](ULONG index, IPin** found) {
@@ -83,13 +76,10 @@ public:
         if (graph && name_ != name) {
             CountCall("misuse");
         }
-        graph_ = graph;
-        return S_OK;
+        return Set(graph_, graph);
     }
-    UNUSED_METHOD(GetSyncSource, IReferenceClock**)
-    UNUSED_METHOD(GetClassID, CLSID*)
-    UNUSED_METHOD(FindPin, LPCWSTR, IPin**)
-    UNUSED_METHOD(QueryVendorInfo, LPWSTR*)
+    UNUSED_METHODS((GetSyncSource, IReferenceClock**), (GetClassID, CLSID*), (FindPin, LPCWSTR, IPin**),
+                   (QueryVendorInfo, LPWSTR*))
 
     /// Only a stopped filter may be disconnected.
     STDMETHODIMP Disconnect() override {
@@ -107,24 +97,14 @@ public:
         this->AddRef();
         return S_OK;
     }
-    STDMETHODIMP QueryDirection(PIN_DIRECTION* own) override {
-        *own = direction;
-        return S_OK;
-    }
+    STDMETHODIMP QueryDirection(PIN_DIRECTION* own) override { return Set(*own, direction); }
     STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE*) override { return S_OK; }
-    UNUSED_METHOD(ConnectionMediaType, AM_MEDIA_TYPE*)
-    UNUSED_METHOD(QueryId, LPWSTR*)
-    UNUSED_METHOD(QueryInternalConnections, IPin**, ULONG*)
-    UNUSED_METHOD(EndOfStream)
-    UNUSED_METHOD(BeginFlush)
-    UNUSED_METHOD(EndFlush)
-    UNUSED_METHOD(NewSegment, REFERENCE_TIME, REFERENCE_TIME, double)
+    UNUSED_METHODS((ConnectionMediaType, AM_MEDIA_TYPE*), (QueryId, LPWSTR*),
+                   (QueryInternalConnections, IPin**, ULONG*), (EndOfStream), (BeginFlush), (EndFlush),
+                   (NewSegment, REFERENCE_TIME, REFERENCE_TIME, double))
 
 protected:
-    virtual HRESULT Enter(FILTER_STATE state) {
-        state_ = state;
-        return S_OK;
-    }
+    virtual HRESULT Enter(FILTER_STATE state) { return Set(state_, state); }
     void OfferBase(REFIID id, void** object) override {
         if (id == __uuidof(IMediaFilter) || id == __uuidof(IPersist)) {
             *object = static_cast<IBaseFilter*>(this);

@@ -19,7 +19,6 @@ import ssl
 import struct
 import sys
 import threading
-import time
 import urllib.parse
 
 KEY = "fz3kq9"
@@ -108,14 +107,6 @@ class Reply(http.server.BaseHTTPRequestHandler):
     def send_half(self, body, headers={}, status=200):
         self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, status=status)
 
-    def drip(self, body):
-        """A byte every second."""
-        self.begin(200, {"Content-Length": len(body)})
-        for byte in body:
-            self.wfile.write(bytes([byte]))
-            self.wfile.flush()
-            time.sleep(1)
-
     def redirect(self, target, status=302):
         self.send_whole(status, b"", {"Location": f"{target}?key={KEY}"})
 
@@ -155,7 +146,6 @@ BEHAVIOURS = {
     "wrapped": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967297}),
     "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "10 bytes"}),
     "nothing": lambda reply, body, _: reply.send_part(body, {"Content-Length": ""}),
-    "drip": lambda reply, body, _: reply.drip(body),
     "partial": lambda reply, body, _: reply.send_whole(206, body),
     "cookie": lambda reply, body, _: reply.send_whole(200, body, {"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),
     "redirect": Reply.redirect_elsewhere,

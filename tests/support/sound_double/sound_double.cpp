@@ -69,12 +69,18 @@ struct Format {
     WORD frameBytes = static_cast<WORD>(NumberSetting("block", bits / 8 * channels));
 };
 
-/// For calls that return a new object; the setting "null" makes them succeed without one.
+/// For calls that return memory or an object; the setting "null" makes them succeed without one.
+template <class Result>
+bool Supplies(const char* call, HRESULT& result, Result** object) {
+    *object = nullptr;
+    result = Outcome(call);
+    return SUCCEEDED(result) && !IsSet("null", call);
+}
+
 template <class Object>
 HRESULT CreateObject(const char* call, REFIID id, void** object) {
-    *object = nullptr;
-    const HRESULT result = Outcome(call);
-    return FAILED(result) || IsSet("null", call) ? result : TransferReference(new Object, id, object);
+    HRESULT result = S_OK;
+    return Supplies(call, result, object) ? TransferReference(new Object, id, object) : result;
 }
 
 /// Delivers packets of 10 ms in real time.
@@ -119,12 +125,11 @@ private:
     static constexpr std::size_t kLoopPackets = 200;
 
     bool HasPacket() const {
-        if (IsSet("packets", "endless") || IsSet("packets", "empty")) {
-            return true;
-        }
+        const std::string packets = Setting("packets");
         const std::chrono::duration<double> passed = Clock::now() - start_;
-        return !IsSet("packets", "never") && packetFrames_ > 0 &&
-               static_cast<double>(delivered_) * kPacketSeconds < passed.count();
+        return packets == "endless" || packets == "empty" ||
+               (packets != "never" && packetFrames_ > 0 &&
+                static_cast<double>(delivered_) * kPacketSeconds < passed.count());
     }
 
     /// Two seconds of sound, the period of all signals.
@@ -164,17 +169,14 @@ public:
     }
 
     STDMETHODIMP GetMixFormat(WAVEFORMATEX** format) override {
-        *format = nullptr;
-        const HRESULT result = Outcome("mixformat");
-        if (FAILED(result) || IsSet("null", "mixformat")) {
-            return result;
+        HRESULT result = S_OK;
+        if (Supplies("mixformat", result, format)) {
+            const Format f;
+            const auto tag = static_cast<WORD>(f.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM);
+            *format = static_cast<WAVEFORMATEX*>(NewTaskBlock(sizeof(WAVEFORMATEX)));
+            **format = {tag, f.channels, f.rate, f.rate * f.frameBytes, f.frameBytes, f.bits, 0};
         }
-        const Format wanted;
-        *format = static_cast<WAVEFORMATEX*>(NewTaskBlock(sizeof(WAVEFORMATEX)));
-        const auto tag = static_cast<WORD>(wanted.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM);
-        const DWORD rate = wanted.rate;
-        **format = {tag, wanted.channels, rate, rate * wanted.frameBytes, wanted.frameBytes, wanted.bits, 0};
-        return S_OK;
+        return result;
     }
 
     /// Accepts only the arguments of a loopback stream.
@@ -198,13 +200,10 @@ public:
         return Outcome("stop");
     }
 
-    UNUSED_METHOD(GetBufferSize, UINT32*)
-    UNUSED_METHOD(GetStreamLatency, REFERENCE_TIME*)
-    UNUSED_METHOD(GetCurrentPadding, UINT32*)
-    UNUSED_METHOD(IsFormatSupported, AUDCLNT_SHAREMODE, const WAVEFORMATEX*, WAVEFORMATEX**)
-    UNUSED_METHOD(GetDevicePeriod, REFERENCE_TIME*, REFERENCE_TIME*)
-    UNUSED_METHOD(Reset)
-    UNUSED_METHOD(SetEventHandle, HANDLE)
+    UNUSED_METHODS((GetBufferSize, UINT32*), (GetStreamLatency, REFERENCE_TIME*),
+                   (GetCurrentPadding, UINT32*),
+                   (IsFormatSupported, AUDCLNT_SHAREMODE, const WAVEFORMATEX*, WAVEFORMATEX**),
+                   (GetDevicePeriod, REFERENCE_TIME*, REFERENCE_TIME*), (Reset), (SetEventHandle, HANDLE))
 
 private:
     bool running_ = false;
@@ -216,16 +215,14 @@ public:
         return CreateObject<AudioClient>("activate", id, object);
     }
     STDMETHODIMP GetId(LPWSTR* id) override {
-        const HRESULT result = Outcome("id");
-        *id = nullptr;
-        if (SUCCEEDED(result) && !IsSet("null", "id")) {
+        HRESULT result = S_OK;
+        if (Supplies("id", result, id)) {
             *id = static_cast<LPWSTR>(NewTaskBlock((name_.size() + 1) * sizeof(wchar_t)));
             std::ranges::copy_n(name_.c_str(), static_cast<std::ptrdiff_t>(name_.size() + 1), *id);
         }
         return result;
     }
-    UNUSED_METHOD(OpenPropertyStore, DWORD, IPropertyStore**)
-    UNUSED_METHOD(GetState, DWORD*)
+    UNUSED_METHODS((OpenPropertyStore, DWORD, IPropertyStore**), (GetState, DWORD*))
 
 private:
     const std::string name_ = Setting("device", "speakers");
@@ -240,10 +237,10 @@ public:
                    ? CreateObject<Device>("endpoint", __uuidof(IMMDevice), reinterpret_cast<void**>(device))
                    : kNoDevice;
     }
-    UNUSED_METHOD(EnumAudioEndpoints, EDataFlow, DWORD, IMMDeviceCollection**)
-    UNUSED_METHOD(GetDevice, LPCWSTR, IMMDevice**)
-    UNUSED_METHOD(RegisterEndpointNotificationCallback, IMMNotificationClient*)
-    UNUSED_METHOD(UnregisterEndpointNotificationCallback, IMMNotificationClient*)
+    UNUSED_METHODS((EnumAudioEndpoints, EDataFlow, DWORD, IMMDeviceCollection**),
+                   (GetDevice, LPCWSTR, IMMDevice**),
+                   (RegisterEndpointNotificationCallback, IMMNotificationClient*),
+                   (UnregisterEndpointNotificationCallback, IMMNotificationClient*))
 };
 
 IUnknown* MakeEnumerator() {
