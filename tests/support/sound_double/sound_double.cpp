@@ -34,12 +34,11 @@ double Music(double seconds) {
     return 0.7 * Sine(hertz, seconds) * std::exp(-8 * std::fmod(seconds, 0.25)) + 0.3 * Sine(55, seconds);
 }
 
-/// Writes one sample as a float for 32 bits, otherwise as a little-endian integer; bits / 8 bytes.
+/// Writes one sample as an integer for 16 bits, otherwise the first bytes of a float.
 void WriteSample(double sample, unsigned bits, BYTE* place) {
     const auto real = static_cast<float>(sample);
-    const double scale = std::ldexp(1.0, static_cast<int>(bits) - 1) - 1;
-    const auto integer = static_cast<std::int64_t>(std::lround(sample * scale));
-    std::memcpy(place, bits == 32 ? static_cast<const void*>(&real) : &integer, bits / 8);
+    const auto integer = static_cast<std::int16_t>(sample * 32767);
+    std::memcpy(place, bits == 16 ? static_cast<const void*>(&integer) : &real, bits / 8);
 }
 
 /// The result of a call, subject to the settings "hang", "fail" and "gone".
