@@ -41,9 +41,22 @@ HINTERNET WINAPI OpenUrl(HINTERNET internet, const wchar_t* url, const wchar_t* 
                                                                                   length, flags, context);
 }
 
+/// Results of the next calls, from the last to the first; then the system's.
+std::vector<ULONGLONG> ticks;
+
+ULONGLONG WINAPI TickCount() {
+    if (ticks.empty()) {
+        return SystemCall<decltype(&GetTickCount64)>("kernel32", "GetTickCount64")();
+    }
+    const ULONGLONG tick = ticks.back();
+    ticks.pop_back();
+    return tick;
+}
+
 }  // namespace
 
 extern "C" {
+decltype(&GetTickCount64) __imp_GetTickCount64 = TickCount;
 decltype(&InternetOpenUrlW) __imp_InternetOpenUrlW = OpenUrl;
 }
 
@@ -135,6 +148,16 @@ TEST_F(HttpGetTest, ReportsProgressAndCancels) {
                          [](std::uint32_t bytes) { return bytes == 0 ? 1 : 0; }));
     EXPECT_EQ(length, 0u);
     EXPECT_FALSE(HttpGet(session_.get(), nullptr, &length, nullptr));
+}
+
+TEST_F(HttpGetTest, ABodyOfFewBytesFailsAfterAMinute) {
+    for (const auto& [elapsed, failure] :
+         {std::pair(60'000ULL, ""), {60'001ULL, "the service sends too slowly"}}) {
+        ticks = {elapsed, 0};
+        EXPECT_EQ(FailureOf([&] { HttpGetReply(session_.get(), MediaUrl(L"1.bin").c_str(), nullptr); }),
+                  failure);
+        EXPECT_TRUE(ticks.empty());
+    }
 }
 
 TEST_F(HttpGetTest, FetchesLeaveNoHandleOpen) {

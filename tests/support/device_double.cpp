@@ -27,7 +27,7 @@ public:
     STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** object) override {
         return outer ? CLASS_E_NOAGGREGATION : TransferReference(make_(), id, object);
     }
-    UNUSED_METHOD(LockServer, BOOL)
+    UNUSED_METHODS((LockServer, BOOL))
 
 private:
     const MakeObject make_;

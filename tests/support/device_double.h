@@ -8,8 +8,15 @@
 #include <atomic>
 #include <string>
 #include <string_view>
+#include <utility>
 
-/// A method that the module never calls.
+/// Methods that the module never calls: UNUSED_METHODS((Name, Type...), ...), at most 13.
+#define UNUSED_METHODS(...) EXPAND(EXPAND(EXPAND(UNUSED_FIRST(__VA_ARGS__))))
+#define EXPAND(...) EXPAND_ONCE(EXPAND_ONCE(EXPAND_ONCE(__VA_ARGS__)))
+#define EXPAND_ONCE(...) __VA_ARGS__
+#define UNUSED_FIRST(first, ...) UNUSED_METHOD first __VA_OPT__(UNUSED_NEXT EMPTY()()(__VA_ARGS__))
+#define UNUSED_NEXT() UNUSED_FIRST
+#define EMPTY()
 #define UNUSED_METHOD(name, ...)              \
     STDMETHODIMP name(__VA_ARGS__) override { \
         return E_NOTIMPL;                     \
@@ -25,6 +32,13 @@ extern const char* const kSettings;
 std::string Setting(std::string_view key, std::string_view fallback = {});
 double NumberSetting(std::string_view key, double fallback);
 bool IsSet(std::string_view key, std::string_view value);
+
+/// For methods that only set a value.
+template <class Place, class Value>
+HRESULT Set(Place& place, Value&& value) {
+    place = std::forward<Value>(value);
+    return S_OK;
+}
 
 /// Counts the call for `DoubleCount`. The call "misuse" breaks an interface's rules.
 void CountCall(const std::string& call);

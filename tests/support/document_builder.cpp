@@ -2,7 +2,6 @@
 #include "tests/support/document_builder.h"
 
 #include <cstdio>
-#include <functional>
 
 namespace pixelforge::test {
 namespace {
@@ -26,15 +25,6 @@ std::string InputJson(const Input& input) {
            R"(,"vflip":)" + Quoted(input.vflip) + R"(,"srgb":"false","internal":"byte"},"published":1})";
 }
 
-template <class Item, class ToJson>
-std::string List(const std::vector<Item>& items, ToJson toJson) {
-    std::string text;
-    for (const Item& item : items) {
-        text += (text.empty() ? "" : ",") + toJson(item);
-    }
-    return "[" + text + "]";
-}
-
 }  // namespace
 
 std::string MainImage(std::string_view body) {
@@ -43,17 +33,20 @@ std::string MainImage(std::string_view body) {
 
 DocumentBuilder& DocumentBuilder::Pass(std::string_view type, std::string_view name, std::string_view code,
                                        const std::vector<Input>& inputs) {
-    passes_.push_back(R"({"inputs":)" + List(inputs, InputJson) +
-                      R"(,"outputs":[{"id":37,"channel":0}],"code":)" + Quoted(code) + R"(,"name":)" +
-                      Quoted(name) + R"(,"description":"","type":)" + Quoted(type) + "}");
+    passes_ += passes_.empty() ? R"({"inputs":[)" : R"(,{"inputs":[)";
+    for (const Input& input : inputs) {
+        passes_ += (&input == inputs.data() ? "" : ",") + InputJson(input);
+    }
+    passes_ += R"(],"outputs":[{"id":37,"channel":0}],"code":)" + Quoted(code) + R"(,"name":)" +
+               Quoted(name) + R"(,"description":"","type":)" + Quoted(type) + "}";
     return *this;
 }
 
 std::string DocumentBuilder::Json() const {
     return R"({"Shader":{"ver":"0.1","info":{"id":"tEsT01","date":"1700000000","viewed":1,"name":"Test",)"
            R"("username":"tester","description":"A test","likes":0,"published":3,"flags":0,"usePreview":0,)"
-           R"("tags":["test"],"hasliked":0},"renderpass":)" +
-           List(passes_, std::identity()) + "}}";
+           R"("tags":["test"],"hasliked":0},"renderpass":[)" +
+           passes_ + "]}}";
 }
 
 }  // namespace pixelforge::test

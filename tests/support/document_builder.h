@@ -34,7 +34,7 @@ public:
     std::string Json() const;
 
 private:
-    std::vector<std::string> passes_;
+    std::string passes_;  ///< as JSON, separated by commas
 };
 
 /// A `mainImage` function with the given body; the output colour is `c`, the coordinate `p`.

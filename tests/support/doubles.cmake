@@ -3,8 +3,7 @@
 # pixelforge_device_double(<name> SOURCES ... [LINK libraries])
 function(pixelforge_device_double name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LINK")
-  set(shared "${PROJECT_SOURCE_DIR}/tests/support/device_double")
-  add_library(${name} MODULE ${arg_SOURCES} "${shared}.cpp" "${shared}.def")
+  add_library(${name} MODULE ${arg_SOURCES} "${PROJECT_SOURCE_DIR}/tests/support/device_double.cpp")
   set_target_properties(${name} PROPERTIES PREFIX "" LIBRARY_OUTPUT_DIRECTORY
     "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}")
@@ -21,8 +20,9 @@ function(pixelforge_use_doubles program)
 endfunction()
 
 if(WIN32)
-  add_subdirectory("${CMAKE_CURRENT_LIST_DIR}/sound_double" sound_double)
-  add_subdirectory("${CMAKE_CURRENT_LIST_DIR}/camera_double" camera_double)
+  pixelforge_device_double(sound_double SOURCES "${CMAKE_CURRENT_LIST_DIR}/sound_double/sound_double.cpp")
+  pixelforge_device_double(camera_double
+    SOURCES "${CMAKE_CURRENT_LIST_DIR}/camera_double/camera.cpp" LINK strmiids oleaut32)
 
   # A copy of `preview` with the doubles, for the gallery and for manual use: see docs/doubles.md.
   set(doubles_folder "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/doubles")

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -12,41 +13,21 @@
 
 namespace pixelforge::test {
 
-/// A path that nobody else uses; what is there is deleted on destruction.
-class TempPath {
-public:
-    TempPath(const TempPath&) = delete;
-    TempPath& operator=(const TempPath&) = delete;
+inline std::string ContentOf(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
-protected:
-    explicit TempPath(std::wstring_view suffix) {
-        static std::atomic<int> count = 0;
-        const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
-        widePath_ += L"/pixelforge test " + std::to_wstring(stamp) + L"-" + std::to_wstring(++count);
-        const std::string path = Narrow(widePath_ += suffix, TextEncoding::Utf8).value();
-        path_ = std::filesystem::path(std::u8string(path.begin(), path.end())).lexically_normal();
-    }
-    ~TempPath() {
+/// Deleted on destruction, with all that it contains.
+class TempFolder {
+public:
+    TempFolder() { std::filesystem::create_directories(path_); }
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    ~TempFolder() {
         std::error_code ignored;
         std::filesystem::remove_all(path_, ignored);
     }
-
-    std::wstring widePath_ = std::filesystem::temp_directory_path().wstring();
-    std::filesystem::path path_;
-};
-
-class TempFile : TempPath {
-public:
-    explicit TempFile(std::string_view bytes, std::wstring_view suffix = L".tmp") : TempPath(suffix) {
-        std::ofstream(path_, std::ios::binary) << bytes;
-    }
-
-    const std::wstring& Path() const { return widePath_; }
-};
-
-class TempFolder : TempPath {
-public:
-    TempFolder() : TempPath(L"") { std::filesystem::create_directories(path_); }
 
     const std::filesystem::path& Path() const { return path_; }
 
@@ -55,6 +36,31 @@ public:
         std::ofstream(path_ / name, std::ios::binary) << bytes;
         return (path_ / name).string();
     }
+
+private:
+    static inline std::atomic<int> count_ = 0;
+
+    const std::string name_ =
+        "pixelforge test " + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
+    const std::filesystem::path path_ =
+        (std::filesystem::temp_directory_path() / (name_ + "-" + std::to_string(++count_)))
+            .lexically_normal();
+};
+
+/// In a folder of its own.
+class TempFile : TempFolder {
+public:
+    explicit TempFile(std::string_view bytes, std::wstring_view suffix = L".tmp")
+        : path_((TempFolder::Path() / "file").wstring().append(suffix)) {
+        const std::string utf8 = Narrow(path_, TextEncoding::Utf8).value();
+        std::ofstream(std::filesystem::path(std::u8string(utf8.begin(), utf8.end())), std::ios::binary)
+            << bytes;
+    }
+
+    const std::wstring& Path() const { return path_; }
+
+private:
+    const std::wstring path_;
 };
 
 }  // namespace pixelforge::test

@@ -1,12 +1,24 @@
 // The doubles of a capture device, which always has a picture while it runs, and of the windowless video
 // renderer. docs/doubles.md lists the settings in PIXELFORGE_CAMERA.
+#include <windows.h>
+
+#define NO_DSHOW_STRSAFE
+#include <dshow.h>
+#include <wrl/client.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <sstream>
+#include <utility>
 #include <vector>
 
-#include "tests/support/camera_double/filter.h"
+#include "tests/support/device_double.h"
+
+__CRT_UUID_DECL(IVMRWindowlessControl, 0x0EB1088C, 0x4DCD, 0x46F0, 0x87, 0x8F, 0x39, 0xDA, 0xE8, 0x6A, 0x51,
+                0xB7)
+__CRT_UUID_DECL(IVMRFilterConfig, 0x9E5530C5, 0x7034, 0x48B4, 0xBB, 0x46, 0x0B, 0x8A, 0x6E, 0xFC, 0x8E, 0x36)
 
 namespace pixelforge::test {
 
@@ -18,6 +30,107 @@ constexpr CLSID kCameraClass = {0x6A9D2C1E, 0x3B57, 0x4C7A, {0x9E, 0x0F, 0x5D, 0
 constexpr wchar_t kCameraText[] = L"{6A9D2C1E-3B57-4C7A-9E0F-5D1B8A44C3F2}";
 constexpr wchar_t kDeviceKey[] =
     L"CLSID\\{860BB310-5D01-11D0-BD3B-00A0C911CE86}\\Instance\\{6A9D2C1E-3B57-4C7A-9E0F-5D1B8A44C3F2}";
+
+/// An enumerator of COM objects or media types.
+template <class Interface, class Item>
+class Enumerator final : public ComObject<Interface> {
+public:
+    /// False past the end.
+    using At = std::function<bool(ULONG index, Item* item)>;
+
+    explicit Enumerator(At at) : at_(std::move(at)) {}
+
+    STDMETHODIMP Next(ULONG wanted, Item* items, ULONG* fetched) override {
+        ULONG count = 0;
+        for (; count < wanted && at_(position_, items + count); ++count) {
+            ++position_;
+        }
+        if (fetched) {
+            *fetched = count;
+        }
+        return count == wanted ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP Reset() override { return Set(position_, 0U); }
+    UNUSED_METHODS((Skip, ULONG), (Clone, Interface**))
+
+private:
+    const At at_;
+    ULONG position_ = 0;
+};
+
+/// A filter that is its own, only pin.
+template <PIN_DIRECTION direction, class... Others>
+class Filter : public ComObject<IBaseFilter, IPin, Others...> {
+public:
+    /// The name is the one that the graph must know it by.
+    explicit Filter(std::wstring_view name) : name_(name) {}
+
+    STDMETHODIMP Stop() override { return Enter(State_Stopped); }
+    STDMETHODIMP Pause() override { return Enter(State_Paused); }
+    STDMETHODIMP Run(REFERENCE_TIME) override { return Enter(State_Running); }
+    STDMETHODIMP GetState(DWORD, FILTER_STATE* state) override { return Set(*state, state_); }
+    STDMETHODIMP SetSyncSource(IReferenceClock*) override { return S_OK; }
+    STDMETHODIMP EnumPins(IEnumPins** pins) override {
+        const auto at = [pin = Microsoft::WRL::ComPtr<IPin>(this)](ULONG index, IPin** found) {
+            *found = nullptr;
+            return index == 0 && !Fails("pin") && SUCCEEDED(pin.CopyTo(found));
+        };
+        *pins = Fails("enumpins") ? nullptr : new Enumerator<IEnumPins, IPin*>(at);
+        return *pins ? S_OK : E_FAIL;
+    }
+    STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override {
+        *info = {{}, graph_};
+        if (graph_) {
+            graph_->AddRef();
+        }
+        return S_OK;
+    }
+    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override {
+        if (graph && name_ != name) {
+            CountCall("misuse");
+        }
+        return Set(graph_, graph);
+    }
+    UNUSED_METHODS((GetSyncSource, IReferenceClock**), (GetClassID, CLSID*), (FindPin, LPCWSTR, IPin**),
+                   (QueryVendorInfo, LPWSTR*))
+
+    /// Only a stopped filter may be disconnected.
+    STDMETHODIMP Disconnect() override {
+        if (peer_ && state_ != State_Stopped) {
+            CountCall("misuse");
+        }
+        return std::exchange(peer_, nullptr) ? S_OK : S_FALSE;
+    }
+    STDMETHODIMP ConnectedTo(IPin** pin) override {
+        *pin = nullptr;
+        return peer_ ? peer_.CopyTo(pin) : VFW_E_NOT_CONNECTED;
+    }
+    STDMETHODIMP QueryPinInfo(PIN_INFO* info) override {
+        *info = {this, direction, {}};
+        this->AddRef();
+        return S_OK;
+    }
+    STDMETHODIMP QueryDirection(PIN_DIRECTION* own) override { return Set(*own, direction); }
+    STDMETHODIMP QueryAccept(const AM_MEDIA_TYPE*) override { return S_OK; }
+    UNUSED_METHODS((ConnectionMediaType, AM_MEDIA_TYPE*), (QueryId, LPWSTR*),
+                   (QueryInternalConnections, IPin**, ULONG*), (EndOfStream), (BeginFlush), (EndFlush),
+                   (NewSegment, REFERENCE_TIME, REFERENCE_TIME, double))
+
+protected:
+    virtual HRESULT Enter(FILTER_STATE state) { return Set(state_, state); }
+    void OfferBase(REFIID id, void** object) override {
+        if (id == __uuidof(IMediaFilter) || id == __uuidof(IPersist)) {
+            *object = static_cast<IBaseFilter*>(this);
+        }
+    }
+
+    Microsoft::WRL::ComPtr<IPin> peer_;
+
+private:
+    const std::wstring name_;
+    FILTER_STATE state_ = State_Stopped;
+    IFilterGraph* graph_ = nullptr;  ///< not owned: the graph owns the filter
+};
 
 /// From the setting "formats".
 std::vector<SIZE> OfferedSizes() {
@@ -44,22 +157,14 @@ AM_MEDIA_TYPE* MakeType(const SIZE& size) {
     return type;
 }
 
-/// Size and time of a picture.
-struct CameraShot {
-    std::int32_t width = 0;
-    std::int32_t height = 0;
-    double seconds = 0;  ///< since the camera started
-};
-
 class Camera final : public Filter<PINDIR_OUTPUT, IAMStreamConfig> {
 public:
     using Filter::Filter;
 
     /// How the renderer gets the picture: no frames flow between the two doubles. False if there is none yet.
-    bool Newest(CameraShot& shot) const {
-        shot = {size_.cx, size_.cy, static_cast<double>(GetTickCount64() - startTick_) / 1000};
-        return startTick_ != 0 && !IsSet("frames", "never");
-    }
+    bool HasPicture() const { return startTick_ != 0 && !IsSet("frames", "never"); }
+    double Seconds() const { return static_cast<double>(GetTickCount64() - startTick_) / 1000; }
+    SIZE Size() const { return size_; }
 
     STDMETHODIMP QueryInterface(REFIID id, void** object) override {
         return id == __uuidof(IAMStreamConfig) && Fails("streamconfig") ? E_NOINTERFACE
@@ -96,9 +201,8 @@ public:
         }
         return fails ? E_FAIL : S_OK;
     }
-    UNUSED_METHOD(ReceiveConnection, IPin*, const AM_MEDIA_TYPE*)
-    UNUSED_METHOD(GetNumberOfCapabilities, int*, int*)
-    UNUSED_METHOD(GetStreamCaps, int, AM_MEDIA_TYPE**, BYTE*)
+    UNUSED_METHODS((ReceiveConnection, IPin*, const AM_MEDIA_TYPE*), (GetNumberOfCapabilities, int*, int*),
+                   (GetStreamCaps, int, AM_MEDIA_TYPE**, BYTE*))
 
 private:
     HRESULT Enter(FILTER_STATE state) override {
@@ -132,21 +236,21 @@ std::uint32_t Scene(double x, double y, double seconds) {
 }
 
 /// A packed DIB.
-std::vector<BYTE> PackPicture(const CameraShot& shot) {
+std::vector<BYTE> PackPicture(const SIZE& size, double seconds) {
     const auto bits = static_cast<WORD>(NumberSetting("image", 32));
     const bool topDown = IsSet("topdown", "1");
     const bool quadrants = IsSet("pattern", "quadrants");
-    const LONG height = topDown ? -shot.height : shot.height;
-    const BITMAPINFOHEADER header = {sizeof(header), shot.width, height, 1, bits, BI_RGB, 0, 0, 0, 0, 0};
-    const std::size_t rowBytes = (static_cast<std::size_t>(shot.width) * bits + 31) / 32 * 4;
-    std::vector<BYTE> block(sizeof(header) + rowBytes * static_cast<std::size_t>(shot.height));
+    const LONG height = topDown ? -size.cy : size.cy;
+    const BITMAPINFOHEADER header = {sizeof(header), size.cx, height, 1, bits, BI_RGB, 0, 0, 0, 0, 0};
+    const std::size_t rowBytes = (static_cast<std::size_t>(size.cx) * bits + 31) / 32 * 4;
+    std::vector<BYTE> block(sizeof(header) + rowBytes * static_cast<std::size_t>(size.cy));
     std::memcpy(block.data(), &header, sizeof(header));
-    for (std::int32_t row = 0; row < shot.height; ++row) {
-        const double y = ((topDown ? shot.height - 1 - row : row) + 0.5) / shot.height;
+    for (LONG row = 0; row < size.cy; ++row) {
+        const double y = ((topDown ? size.cy - 1 - row : row) + 0.5) / size.cy;
         BYTE* to = &block[sizeof(header) + rowBytes * static_cast<std::size_t>(row)];
-        for (std::int32_t column = 0; column < shot.width; ++column, to += bits / 8) {
-            const double x = (column + 0.5) / shot.width;
-            const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, shot.seconds);
+        for (LONG column = 0; column < size.cx; ++column, to += bits / 8) {
+            const double x = (column + 0.5) / size.cx;
+            const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, seconds);
             std::memcpy(to, &colour, bits / 8);
         }
     }
@@ -163,16 +267,11 @@ public:
         return refused ? E_NOINTERFACE : Filter::QueryInterface(id, object);
     }
 
-    STDMETHODIMP ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override {
-        peer_ = source;
-        return S_OK;
-    }
-    UNUSED_METHOD(Connect, IPin*, const AM_MEDIA_TYPE*)
-    UNUSED_METHOD(EnumMediaTypes, IEnumMediaTypes**)
+    STDMETHODIMP ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override { return Set(peer_, source); }
+    UNUSED_METHODS((Connect, IPin*, const AM_MEDIA_TYPE*), (EnumMediaTypes, IEnumMediaTypes**))
 
     STDMETHODIMP SetRenderingMode(DWORD mode) override {
-        windowless_ = mode == VMRMode_Windowless;
-        return S_OK;
+        return Set(windowless_, mode == VMRMode_Windowless);
     }
     STDMETHODIMP SetVideoPosition(const LPRECT source, const LPRECT place) override {
         return Fails("position") || source || !place || !IsRectEmpty(place) ? E_FAIL : S_OK;
@@ -182,13 +281,12 @@ public:
     /// The setting "block" makes the block smaller than its header claims.
     STDMETHODIMP GetCurrentImage(BYTE** image) override {
         *image = nullptr;
-        CameraShot shot;
         const auto* camera = dynamic_cast<const Camera*>(peer_.Get());  // nothing else connects
-        if (Fails("image") || !windowless_ || !camera || !camera->Newest(shot)) {
+        if (Fails("image") || !windowless_ || !camera || !camera->HasPicture()) {
             return E_FAIL;
         }
         if (!IsSet("null", "image")) {
-            const std::vector<BYTE> bytes = PackPicture(shot);
+            const std::vector<BYTE> bytes = PackPicture(camera->Size(), camera->Seconds());
             const auto size =
                 static_cast<std::size_t>(NumberSetting("block", static_cast<double>(bytes.size())));
             *image = static_cast<BYTE*>(NewTaskBlock(size, 0));
@@ -197,24 +295,14 @@ public:
         return S_OK;
     }
 
-    UNUSED_METHOD(SetImageCompositor, IVMRImageCompositor*)
-    UNUSED_METHOD(SetNumberOfStreams, DWORD)
-    UNUSED_METHOD(GetNumberOfStreams, DWORD*)
-    UNUSED_METHOD(SetRenderingPrefs, DWORD)
-    UNUSED_METHOD(GetRenderingPrefs, DWORD*)
-    UNUSED_METHOD(GetRenderingMode, DWORD*)
-    UNUSED_METHOD(GetNativeVideoSize, LONG*, LONG*, LONG*, LONG*)
-    UNUSED_METHOD(GetMinIdealVideoSize, LONG*, LONG*)
-    UNUSED_METHOD(GetMaxIdealVideoSize, LONG*, LONG*)
-    UNUSED_METHOD(GetVideoPosition, LPRECT, LPRECT)
-    UNUSED_METHOD(GetAspectRatioMode, DWORD*)
-    UNUSED_METHOD(SetAspectRatioMode, DWORD)
-    UNUSED_METHOD(RepaintVideo, HWND, HDC)
-    UNUSED_METHOD(DisplayModeChanged)
-    UNUSED_METHOD(SetBorderColor, COLORREF)
-    UNUSED_METHOD(GetBorderColor, COLORREF*)
-    UNUSED_METHOD(SetColorKey, COLORREF)
-    UNUSED_METHOD(GetColorKey, COLORREF*)
+    UNUSED_METHODS((SetImageCompositor, IVMRImageCompositor*), (SetNumberOfStreams, DWORD),
+                   (GetNumberOfStreams, DWORD*), (SetRenderingPrefs, DWORD), (GetRenderingPrefs, DWORD*),
+                   (GetRenderingMode, DWORD*), (GetNativeVideoSize, LONG*, LONG*, LONG*, LONG*),
+                   (GetMinIdealVideoSize, LONG*, LONG*), (GetMaxIdealVideoSize, LONG*, LONG*))
+    UNUSED_METHODS((GetVideoPosition, LPRECT, LPRECT), (GetAspectRatioMode, DWORD*),
+                   (SetAspectRatioMode, DWORD), (RepaintVideo, HWND, HDC), (DisplayModeChanged),
+                   (SetBorderColor, COLORREF), (GetBorderColor, COLORREF*), (SetColorKey, COLORREF),
+                   (GetColorKey, COLORREF*))
 
 private:
     bool windowless_ = false;
@@ -249,10 +337,7 @@ IUnknown* MakeRenderer() {
 }  // namespace
 
 MakeObject MakerOf(REFCLSID id) {
-    if (id == kCameraClass) {
-        return MakeCamera;
-    }
-    return id == CLSID_VideoMixingRenderer ? MakeRenderer : nullptr;
+    return id == kCameraClass ? MakeCamera : id == CLSID_VideoMixingRenderer ? MakeRenderer : nullptr;
 }
 
 }  // namespace pixelforge::test

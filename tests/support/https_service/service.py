@@ -14,14 +14,14 @@ import http.server
 import json
 import pathlib
 import re
-import socket
 import ssl
 import struct
 import sys
 import threading
-import time
 import urllib.parse
 
+HOST, ADDRESS = sys.argv[1:3]
+CERTIFICATES, LOG, READY = (pathlib.Path(path) for path in sys.argv[3:])
 KEY = "fz3kq9"
 LARGE = 64 << 20
 PATTERN = bytes(i * 31 % 251 for i in range(251))
@@ -57,10 +57,7 @@ def media(name):
 
 class Reply(http.server.BaseHTTPRequestHandler):
     protocol_version = "HTTP/1.1"
-
-    def setup(self):
-        super().setup()
-        self.connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
+    disable_nagle_algorithm = True
 
     def log_message(self, *_):
         pass
@@ -108,22 +105,8 @@ class Reply(http.server.BaseHTTPRequestHandler):
     def send_half(self, body, headers={}, status=200):
         self.send_part(body[:len(body) // 2], {"Content-Length": len(body), **headers}, status=status)
 
-    def drip(self, body):
-        """A byte every second."""
-        self.begin(200, {"Content-Length": len(body)})
-        for byte in body:
-            self.wfile.write(bytes([byte]))
-            self.wfile.flush()
-            time.sleep(1)
-
     def redirect(self, target, status=302):
         self.send_whole(status, b"", {"Location": f"{target}?key={KEY}"})
-
-    def redirect_elsewhere(self, _, name):
-        self.redirect(f"https://elsewhere.{self.server.host}{name}")
-
-    def close(self):
-        self.close_connection = True
 
 
 def chunks(body):
@@ -155,13 +138,12 @@ BEHAVIOURS = {
     "wrapped": lambda reply, body, _: reply.send_part(body, {"Content-Length": 4294967297}),
     "word": lambda reply, body, _: reply.send_part(body, {"Content-Length": "10 bytes"}),
     "nothing": lambda reply, body, _: reply.send_part(body, {"Content-Length": ""}),
-    "drip": lambda reply, body, _: reply.drip(body),
     "partial": lambda reply, body, _: reply.send_whole(206, body),
     "cookie": lambda reply, body, _: reply.send_whole(200, body, {"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),
-    "redirect": Reply.redirect_elsewhere,
+    "redirect": lambda reply, _, name: reply.redirect(f"https://elsewhere.{HOST}{name}"),
     "hop": lambda reply, _, name: reply.redirect(name, (301, 303, 307, 308)[name.count("hop-") % 4]),
-    "plain": lambda reply, _, name: reply.redirect(f"http://{reply.server.host}{name}"),
-    "closed": lambda reply, _, __: reply.close(),
+    "plain": lambda reply, _, name: reply.redirect(f"http://{HOST}{name}"),
+    "closed": lambda reply, _, __: setattr(reply, "close_connection", True),
 }
 
 
@@ -171,11 +153,9 @@ class Service(http.server.ThreadingHTTPServer):
     request_queue_size = 64
     lock = threading.Lock()
 
-    def __init__(self, address, port, host, log, certificates):
-        super().__init__((address, port), Reply)
-        self.host = host
-        self.log = log
-        contexts = {name: self.make_context(certificates / name) for name in ("good", "untrusted", "wrongname")}
+    def __init__(self, port):
+        super().__init__((ADDRESS, port), Reply)
+        contexts = {name: self.make_context(CERTIFICATES / name) for name in ("good", "untrusted", "wrongname")}
 
         def choose(connection, server_name, _):
             kind = (server_name or "").partition(".")[0]
@@ -185,7 +165,7 @@ class Service(http.server.ThreadingHTTPServer):
         self.context = contexts["good"] if port == 443 else None
 
     def record(self, line):
-        with self.lock, self.log.open("a") as log:
+        with self.lock, LOG.open("a") as log:
             log.write(line)
 
     @staticmethod
@@ -206,14 +186,9 @@ class Service(http.server.ThreadingHTTPServer):
             pass
 
 
-def main():
-    host, address, certificates, log, ready = sys.argv[1:]
-    for port in (80, 443):
-        service = Service(address, port, host, pathlib.Path(log), pathlib.Path(certificates))
-        threading.Thread(target=service.serve_forever, daemon=True).start()
-    pathlib.Path(ready).touch()
-    sys.stdin.read()
-
-
 if __name__ == "__main__":
-    main()
+    for port in (80, 443):
+        service = Service(port)
+        threading.Thread(target=service.serve_forever, daemon=True).start()
+    READY.touch()
+    sys.stdin.read()

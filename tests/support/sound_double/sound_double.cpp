@@ -34,12 +34,11 @@ double Music(double seconds) {
     return 0.7 * Sine(hertz, seconds) * std::exp(-8 * std::fmod(seconds, 0.25)) + 0.3 * Sine(55, seconds);
 }
 
-/// Writes one sample as a float for 32 bits, otherwise as a little-endian integer; bits / 8 bytes.
+/// Writes one sample as an integer for 16 bits, otherwise the first bytes of a float.
 void WriteSample(double sample, unsigned bits, BYTE* place) {
     const auto real = static_cast<float>(sample);
-    const double scale = std::ldexp(1.0, static_cast<int>(bits) - 1) - 1;
-    const auto integer = static_cast<std::int64_t>(std::lround(sample * scale));
-    std::memcpy(place, bits == 32 ? static_cast<const void*>(&real) : &integer, bits / 8);
+    const auto integer = static_cast<std::int16_t>(sample * 32767);
+    std::memcpy(place, bits == 16 ? static_cast<const void*>(&integer) : &real, bits / 8);
 }
 
 /// The result of a call, subject to the settings "hang", "fail" and "gone".
@@ -69,12 +68,18 @@ struct Format {
     WORD frameBytes = static_cast<WORD>(NumberSetting("block", bits / 8 * channels));
 };
 
-/// For calls that return a new object; the setting "null" makes them succeed without one.
+/// For calls that return memory or an object; the setting "null" makes them succeed without one.
+template <class Result>
+bool Supplies(const char* call, HRESULT& result, Result** object) {
+    *object = nullptr;
+    result = Outcome(call);
+    return SUCCEEDED(result) && !IsSet("null", call);
+}
+
 template <class Object>
 HRESULT CreateObject(const char* call, REFIID id, void** object) {
-    *object = nullptr;
-    const HRESULT result = Outcome(call);
-    return FAILED(result) || IsSet("null", call) ? result : TransferReference(new Object, id, object);
+    HRESULT result = S_OK;
+    return Supplies(call, result, object) ? TransferReference(new Object, id, object) : result;
 }
 
 /// Delivers packets of 10 ms in real time.
@@ -119,12 +124,11 @@ private:
     static constexpr std::size_t kLoopPackets = 200;
 
     bool HasPacket() const {
-        if (IsSet("packets", "endless") || IsSet("packets", "empty")) {
-            return true;
-        }
+        const std::string packets = Setting("packets");
         const std::chrono::duration<double> passed = Clock::now() - start_;
-        return !IsSet("packets", "never") && packetFrames_ > 0 &&
-               static_cast<double>(delivered_) * kPacketSeconds < passed.count();
+        return packets == "endless" || packets == "empty" ||
+               (packets != "never" && packetFrames_ > 0 &&
+                static_cast<double>(delivered_) * kPacketSeconds < passed.count());
     }
 
     /// Two seconds of sound, the period of all signals.
@@ -164,17 +168,14 @@ public:
     }
 
     STDMETHODIMP GetMixFormat(WAVEFORMATEX** format) override {
-        *format = nullptr;
-        const HRESULT result = Outcome("mixformat");
-        if (FAILED(result) || IsSet("null", "mixformat")) {
-            return result;
+        HRESULT result = S_OK;
+        if (Supplies("mixformat", result, format)) {
+            const Format f;
+            const auto tag = static_cast<WORD>(f.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM);
+            *format = static_cast<WAVEFORMATEX*>(NewTaskBlock(sizeof(WAVEFORMATEX)));
+            **format = {tag, f.channels, f.rate, f.rate * f.frameBytes, f.frameBytes, f.bits, 0};
         }
-        const Format wanted;
-        *format = static_cast<WAVEFORMATEX*>(NewTaskBlock(sizeof(WAVEFORMATEX)));
-        const auto tag = static_cast<WORD>(wanted.bits == 32 ? WAVE_FORMAT_IEEE_FLOAT : WAVE_FORMAT_PCM);
-        const DWORD rate = wanted.rate;
-        **format = {tag, wanted.channels, rate, rate * wanted.frameBytes, wanted.frameBytes, wanted.bits, 0};
-        return S_OK;
+        return result;
     }
 
     /// Accepts only the arguments of a loopback stream.
@@ -198,13 +199,10 @@ public:
         return Outcome("stop");
     }
 
-    UNUSED_METHOD(GetBufferSize, UINT32*)
-    UNUSED_METHOD(GetStreamLatency, REFERENCE_TIME*)
-    UNUSED_METHOD(GetCurrentPadding, UINT32*)
-    UNUSED_METHOD(IsFormatSupported, AUDCLNT_SHAREMODE, const WAVEFORMATEX*, WAVEFORMATEX**)
-    UNUSED_METHOD(GetDevicePeriod, REFERENCE_TIME*, REFERENCE_TIME*)
-    UNUSED_METHOD(Reset)
-    UNUSED_METHOD(SetEventHandle, HANDLE)
+    UNUSED_METHODS((GetBufferSize, UINT32*), (GetStreamLatency, REFERENCE_TIME*),
+                   (GetCurrentPadding, UINT32*),
+                   (IsFormatSupported, AUDCLNT_SHAREMODE, const WAVEFORMATEX*, WAVEFORMATEX**),
+                   (GetDevicePeriod, REFERENCE_TIME*, REFERENCE_TIME*), (Reset), (SetEventHandle, HANDLE))
 
 private:
     bool running_ = false;
@@ -216,16 +214,14 @@ public:
         return CreateObject<AudioClient>("activate", id, object);
     }
     STDMETHODIMP GetId(LPWSTR* id) override {
-        const HRESULT result = Outcome("id");
-        *id = nullptr;
-        if (SUCCEEDED(result) && !IsSet("null", "id")) {
+        HRESULT result = S_OK;
+        if (Supplies("id", result, id)) {
             *id = static_cast<LPWSTR>(NewTaskBlock((name_.size() + 1) * sizeof(wchar_t)));
             std::ranges::copy_n(name_.c_str(), static_cast<std::ptrdiff_t>(name_.size() + 1), *id);
         }
         return result;
     }
-    UNUSED_METHOD(OpenPropertyStore, DWORD, IPropertyStore**)
-    UNUSED_METHOD(GetState, DWORD*)
+    UNUSED_METHODS((OpenPropertyStore, DWORD, IPropertyStore**), (GetState, DWORD*))
 
 private:
     const std::string name_ = Setting("device", "speakers");
@@ -240,10 +236,10 @@ public:
                    ? CreateObject<Device>("endpoint", __uuidof(IMMDevice), reinterpret_cast<void**>(device))
                    : kNoDevice;
     }
-    UNUSED_METHOD(EnumAudioEndpoints, EDataFlow, DWORD, IMMDeviceCollection**)
-    UNUSED_METHOD(GetDevice, LPCWSTR, IMMDevice**)
-    UNUSED_METHOD(RegisterEndpointNotificationCallback, IMMNotificationClient*)
-    UNUSED_METHOD(UnregisterEndpointNotificationCallback, IMMNotificationClient*)
+    UNUSED_METHODS((EnumAudioEndpoints, EDataFlow, DWORD, IMMDeviceCollection**),
+                   (GetDevice, LPCWSTR, IMMDevice**),
+                   (RegisterEndpointNotificationCallback, IMMNotificationClient*),
+                   (UnregisterEndpointNotificationCallback, IMMNotificationClient*))
 };
 
 IUnknown* MakeEnumerator() {
