@@ -10,14 +10,12 @@
 #include "base/file.h"
 #include "base/text.h"
 #include "preview/documents/document_conversion.h"
+#include "preview/host/playlist_lines.h"
 
 namespace pixelforge::preview {
 namespace {
 
 using Value = rapidjson::Value;
-
-/// The module's limit.
-constexpr std::size_t kLongestIdentifier = 19;
 
 /// Ends recursive includes; the module accepts 60 files in a pass.
 constexpr std::size_t kMostTexts = 512;
@@ -167,7 +165,7 @@ std::string LineFault(std::string_view line, bool ended) {
     const auto wide = Widen(line, TextEncoding::AnsiCodePage);
     return line.empty() ? "the empty line is skipped"
            : !ended     ? "the last line has no line break, so it is ignored"
-           : !wide || wide->size() > kLongestIdentifier
+           : !wide || wide->size() > kLongestPlaylistLine
                ? "the line is longer than 19 characters, so a load that picks it fails"
                : "";
 }
