@@ -123,9 +123,7 @@ CLI::Option* Declare(CLI::App& app, const OptionRow& row, Scalar& value) {
 }
 
 void DeclareOptions(CLI::App& app, Given& given) {
-    const auto fault = [](const std::string& text) {
-        return std::string(text.empty() ? "the value is empty" : "");
-    };
+    const auto fault = [](const std::string& text) { return text.empty() ? "the value is empty" : ""; };
     for (const OptionRow& row : kOptions) {
         CLI::Option* option =
             std::visit([&](auto member) { return Declare(app, row, given.*member); }, row.value);

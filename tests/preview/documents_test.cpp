@@ -280,13 +280,15 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
 TEST(SourceFaults, NameThePlaylistLinesThatCannotBePicked) {
     EXPECT_THAT(
         PlaylistFaults("\xEF\xBB\xBF"
-                       "a\r\n\r\n1234567890123456789\r\n12345678901234567890\rend",
+                       "a\r\n\r\n1234567890123456789\r\n12345678901234567890\r\xC3\xBC\n\xFC\nend",
                        "l"),
-        ElementsAre("l:1:1: warning: the byte-order mark becomes part of the first line; save the "
-                    "playlist without it",
-                    "l:2:1: warning: the empty line is skipped",
-                    "l:4:1: warning: the line is longer than 19 characters, so a load that picks it fails",
-                    "l:5:1: warning: the last line has no line break, so it is ignored"));
+        ElementsAre(
+            "l:1:1: warning: the byte-order mark becomes part of the first line; save the "
+            "playlist without it",
+            "l:2:1: warning: the empty line is skipped",
+            "l:4:1: warning: the line is longer than 19 characters, so a load that picks it fails",
+            "l:5:1: warning: the line is UTF-8, but the module reads it in the system's ANSI code page",
+            "l:7:1: warning: the last line has no line break, so it is ignored"));
 }
 
 }  // namespace
