@@ -153,14 +153,20 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     EXPECT_TRUE(warned);
 }
 
-TEST(TextPanel, CoversAtMostAThirdAndIsHiddenWithoutText) {
+TEST(TextPanel, CoversAtMostAThirdScrollsAndIsHiddenWithoutText) {
     HostWindow window(300, 150);
     TextPanel panel(window.Handle(), Edge::Upper);
+    window.SetHandler([&](UINT message, WPARAM, LPARAM notice) {
+        return message == WM_NOTIFY ? std::optional(panel.OnNotify(notice)) : std::nullopt;
+    });
     panel.Show(TextAsRichText(L"one line"));
     EXPECT_GT(panel.Height(), 5);
     EXPECT_LT(panel.Height(), 50);
     panel.Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     EXPECT_EQ(panel.Height(), 50);
+    const HWND control = GetWindow(window.Handle(), GW_CHILD);
+    SendMessageW(control, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+    EXPECT_GT(SendMessageW(control, EM_GETFIRSTVISIBLELINE, 0, 0), 0) << "the pointer is over the panel";
     panel.Show({});
     EXPECT_EQ(panel.Height(), 0);
 }
