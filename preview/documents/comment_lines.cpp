@@ -109,19 +109,18 @@ void Require(bool valid, const Line& line, const Word& word, const std::string& 
 }
 
 void RequirePass(const Line& line, const std::string& stem, const Word& word) {
-    if (std::ranges::find(line.passes, stem, &PassFile::stem) == line.passes.end()) {
-        const std::string name = PassFileName(line.passes[0].name, stem);
-        Require(false, line, word, "there is no file " + name.substr(name.find_last_of("/\\") + 1));
-    }
+    const bool exists = std::ranges::find(line.passes, stem, &PassFile::stem) != line.passes.end();
+    const std::string name = PassFileName(line.passes[0].name, stem);
+    Require(exists, line, word, "there is no file " + name.substr(name.find_last_of("/\\") + 1));
 }
 
 void ReadFile(const Line& line, const Word& word, ChannelInput& input) {
     const std::string path(word.text);
     const std::string quoted = "\"" + path + "\"";
+    input.src = path;  // first: a run with --watch waits for a missing file
     Require(!LeavesFolder(path), line, word, "the path " + quoted + " leads out of the shader's folder");
     Require(IsOpenableLocalName(FromUtf8(path)), line, word, quoted + " is not a file name");
     Require(line.exists(path), line, word, "there is no file " + quoted + " in the shader's folder");
-    input.src = path;
 }
 
 void ReadSource(const Line& line, Words source, ChannelInput& input) {

@@ -27,7 +27,7 @@ struct ChannelInput {
     std::string_view filter = "linear";
     std::string_view wrap = "clamp";
     std::string_view vflip = "false";
-    int line = 0;  ///< that names it; 0: none
+    int line = 0;  ///< number of the line that names it; 0: none
 };
 
 using Channels = std::array<ChannelInput, 4>;

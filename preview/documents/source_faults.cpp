@@ -47,18 +47,19 @@ std::string PlaceOf(const Check& check, std::string_view text) {
     const bool found = text.data() > buffer.data() && text.data() <= buffer.data() + buffer.size();
     const auto offset = found ? static_cast<std::size_t>(text.data() - buffer.data()) - 1 : 0;
     const std::string_view before = check.document.substr(0, offset);
+    const std::size_t lineStart = before.rfind('\n') + 1;
     return check.names.shader + ":" + std::to_string(1 + std::ranges::count(before, '\n')) + ":" +
-           std::to_string(offset - before.rfind('\n'));
+           std::to_string(offset - lineStart + 1);
 }
 
 void CheckInput(const Value& input, const std::string& pass, Check& check) {
     constexpr std::string_view kKinds[] = {"buffer", "texture", "cubemap", "volume",      "keyboard",
                                            "webcam", "audio",   "music",   "musicstream", "mic"};
     const bool bare = !input.HasMember("ctype");
-    const std::string kind(TextAt(input, bare ? "/type" : "/ctype"));
+    const std::string_view kind = TextAt(input, bare ? "/type" : "/ctype");
     const Value* number = rapidjson::GetValueByPointer(input, "/channel");
     const double channel = number && number->IsNumber() ? number->GetDouble() : -1.0;
-    const std::string place = PlaceOf(check, TextAt(input, bare ? "/type" : "/ctype"));
+    const std::string place = PlaceOf(check, kind);
     const std::string start = place + ": warning: " + pass;
     if (!(channel >= 0.0 && channel < 4.0)) {
         check.faults.push_back(start + ": an input on a channel outside 0 to 3 is ignored");
@@ -67,7 +68,7 @@ void CheckInput(const Value& input, const std::string& pass, Check& check) {
                                ": inputs of the unknown kind \"" + WithoutControls(kind) +
                                "\" are ignored, and the channel is not declared");
     } else {
-        check.names.inputs.push_back({pass, static_cast<int>(channel), kind, place,
+        check.names.inputs.push_back({pass, static_cast<int>(channel), std::string(kind), place,
                                       std::string(TextAt(input, bare ? "/filepath" : "/src"))});
     }
 }
@@ -179,7 +180,7 @@ std::vector<std::string> DocumentFaults(std::string_view document, SourceNames& 
     Check check = {document, std::string(document), names};
     rapidjson::Document tree;
     tree.ParseInsitu<rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag>(check.buffer.data());
-    // The module reports what does not parse.
+    // If it does not parse, it has no passes and the module reports why.
     for (const char* passes : {"/Shader/renderpass", "/renderpass", "/0/renderpass"}) {
         for (const Value* pass : ObjectsAt(tree, passes)) {
             CheckPass(*pass, check);
@@ -226,6 +227,9 @@ std::vector<std::string> PlaylistFaults(std::string_view playlist, const std::st
         if (const std::string fault = LineFault(TakeLine(rest), ended); !fault.empty()) {
             warn(line, fault);
         }
+    }
+    if (!rest.empty()) {
+        faults.push_back(name + ": the other lines were not checked");
     }
     return faults;
 }

@@ -117,6 +117,7 @@ TEST(CommentLines, FailWithFileLineAndColumn) {
         EXPECT_THAT(WithComments("\n//@ " + std::string(line)).errors,
                     ElementsAre(StartsWith("dir/s.glsl:2:" + std::string(error))));
     }
+    EXPECT_EQ(WithComments("//@ iChannel1 none.png").inputs[0].file, "none.png") << "to be watched";
     EXPECT_THAT(WithComments("//@ iChannel0 sound\n//@ iChannel0 camera", "//@ iChannel1 camera").errors,
                 ElementsAre("dir/s.glsl:2:5: error: iChannel0 is already set in line 1",
                             "dir/s.common.glsl:1:5: error: Common has no inputs of its own"));
@@ -278,6 +279,7 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
 }
 
 TEST(SourceFaults, NameThePlaylistLinesThatCannotBePicked) {
+    EXPECT_EQ(PlaylistFaults(std::string(21, '\n'), "l").back(), "l: the other lines were not checked");
     EXPECT_THAT(
         PlaylistFaults("\xEF\xBB\xBF"
                        "a\r\n\r\n1234567890123456789\r\n12345678901234567890\r\xC3\xBC\n\xFC\nend",
