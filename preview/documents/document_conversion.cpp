@@ -74,7 +74,7 @@ Value& Append(Value& array, const char* json, Allocator& allocator) {
     return array[array.Size() - 1];
 }
 
-/// Without an output for 0.
+/// It has no output if the id is 0.
 Value& AddPass(rapidjson::Document& tree, int outputId) {
     Value& pass = Append(tree["Shader"]["renderpass"], kPass, tree.GetAllocator());
     if (outputId != 0) {
@@ -159,9 +159,8 @@ void AddPassFile(const PassFile& file, const Channels& channels, rapidjson::Docu
 // Documents without "Shader".
 
 /// Of the first pass for which this is true; 0 if there is none.
-template <class Test>
-int OutputId(Test&& test) {
-    const auto row = std::ranges::find_if(kPasses, test);
+int OutputId(const std::function<bool(const PassRow&)>& isWanted) {
+    const auto row = std::ranges::find_if(kPasses, isWanted);
     return row != std::end(kPasses) ? row->outputId : 0;
 }
 
@@ -169,10 +168,10 @@ void AddBarePass(rapidjson::Document& tree, const Value& given) {
     const std::string_view type = TextAt(given, "/type");
     const std::string_view name = TextAt(given, "/name");
     Allocator& allocator = tree.GetAllocator();
-    Value& pass =
-        AddPass(tree, OutputId([&](const PassRow& row) {
-                    return row.type == type && (type != "buffer" || name.ends_with(row.name.back()));
-                }));
+    const int output = OutputId([&](const PassRow& row) {
+        return row.type == type && (type != "buffer" || name.ends_with(row.name.back()));
+    });
+    Value& pass = AddPass(tree, output);
     CopyShared(pass, &given, allocator);
     for (const Value* input : ObjectsAt(given, "/inputs")) {
         const std::string_view path = TextAt(*input, "/filepath");
@@ -251,19 +250,15 @@ std::optional<std::string> ConvertBareDocument(std::string_view document) {
 }
 
 std::string WithPicture(std::string_view document, std::string_view path) {
+    const ChannelInput picture = {
+        .type = "texture", .src = std::string(path), .filter = "mipmap", .wrap = "repeat", .vflip = "true"};
     rapidjson::Document tree = Parse(document);
     Value* passes = rapidjson::GetValueByPointer(tree, "/Shader/renderpass");
     for (rapidjson::SizeType i = 0; passes && passes->IsArray() && i < passes->Size(); ++i) {
         Value* inputs = rapidjson::GetValueByPointer((*passes)[i], "/inputs");
         if (TextAt((*passes)[i], "/type") == "image" && inputs && inputs->IsArray()) {
             // Of several inputs on a channel the module uses the last.
-            AddInput(*inputs, 0,
-                     {.type = "texture",
-                      .src = std::string(path),
-                      .filter = "mipmap",
-                      .wrap = "repeat",
-                      .vflip = "true"},
-                     tree.GetAllocator());
+            AddInput(*inputs, 0, picture, tree.GetAllocator());
             return JsonOf(tree);
         }
     }

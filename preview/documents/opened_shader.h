@@ -46,7 +46,7 @@ public:
     const std::vector<std::string>& Warnings() const noexcept { return source_.warnings; }
     const SourceNames& Names() const noexcept { return source_.names; }
 
-    /// For each frame: stages the shader again once per change of its files. Returns true if so: the module
+    /// Call it for each frame: stages the shader once per change of its files. Returns true if so: the module
     /// must reload. A file that cannot be read may still be being written and is retried later.
     bool Refresh();
 

@@ -25,7 +25,7 @@
 namespace pixelforge::preview {
 namespace {
 
-/// Between two looks at the files. Polling works however an editor replaces a file.
+/// Between two polls of the files. Polling works however an editor replaces a file.
 constexpr auto kInterval = std::chrono::milliseconds(150);
 
 using Microsoft::WRL::ComPtr;
@@ -185,6 +185,7 @@ void OpenedShader::Stage() {
     }
     staged_.Replace(BytesOf(source.errors.empty() ? source.document : std::string_view()));
     stamps_ = StampsOf(source.files);
+    changed_ = false;
     source_ = std::move(source);
 }
 
@@ -194,13 +195,13 @@ bool OpenedShader::Refresh() {
         return false;
     }
     lastPoll_ = now;
-    std::vector<std::uint32_t> stamps = StampsOf(source_.files);
     // An editor may write a file in several steps: staged one interval after the last.
-    const bool changing = stamps != stamps_;
-    stamps_ = std::move(stamps);
-    const bool whole = changed_ && !changing;
-    changed_ = changing || (whole && !FailureOf([&] { Stage(); }).empty());
-    return whole && !changed_;
+    if (auto stamps = StampsOf(source_.files); stamps != stamps_) {
+        stamps_ = std::move(stamps);
+        changed_ = true;
+        return false;
+    }
+    return changed_ && FailureOf([&] { Stage(); }).empty();
 }
 
 }  // namespace pixelforge::preview
