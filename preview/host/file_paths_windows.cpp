@@ -12,7 +12,6 @@ namespace pixelforge::preview {
 namespace {
 
 constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
-constexpr std::wstring_view kShareStart = L"\\\\";
 constexpr std::wstring_view kDevicePrefix = L"\\\\.\\";  // of the full path of NUL
 
 [[noreturn]] void Reject(ExitStatus status, const char* action, const std::wstring& path) {
@@ -43,7 +42,7 @@ std::wstring LongPath(const std::wstring& absolutePath) {
     if (absolutePath.size() < MAX_PATH || absolutePath.starts_with(kLongPrefix)) {
         return absolutePath;
     }
-    const bool share = absolutePath.starts_with(kShareStart);
+    const bool share = absolutePath.starts_with(L"\\\\");
     return std::wstring(kLongPrefix) + (share ? L"UNC" + absolutePath.substr(1) : absolutePath);
 }
 
@@ -88,9 +87,10 @@ void RequireWritable(const std::wstring& absolutePath) {
     if (absolutePath.starts_with(kDevicePrefix)) {
         return;
     }
-    for (std::size_t end = absolutePath.find(L'\\'); end != absolutePath.npos;) {
+    // A folder that cannot be created makes opening the file fail.
+    std::size_t end = 0;
+    while ((end = absolutePath.find(L'\\', end + 1)) != absolutePath.npos) {
         CreateDirectoryW(LongPath(absolutePath.substr(0, end)).c_str(), nullptr);
-        end = absolutePath.find(L'\\', end + 1);
     }
     auto file = OpenOutput(absolutePath, GENERIC_WRITE, OPEN_ALWAYS);
     const bool existed = GetLastError() == ERROR_ALREADY_EXISTS;

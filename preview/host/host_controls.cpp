@@ -27,11 +27,15 @@ std::wstring_view LabelOf(const ControlRecord& control) {
                                   : std::wstring_view();
 }
 
-/// False for anything but a number in these bounds.
+/// False, and leaves `number` unchanged, for anything but a number within these bounds.
 template <class Number>
 bool ReadNumber(std::string_view text, Number least, Number most, Number& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return error == std::errc() && end == text.data() + text.size() && number >= least && number <= most;
+    Number read = {};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), read);
+    const bool whole = error == std::errc() && end == text.data() + text.size();
+    const bool valid = whole && read >= least && read <= most;
+    number = valid ? read : number;
+    return valid;
 }
 
 template <class Number>
@@ -48,10 +52,7 @@ std::string BoundsText(const Area& area) {
 
 template <class Area>
 bool WriteNumber(Area& area, std::string_view text) {
-    auto number = area.value[0];
-    const bool valid = ReadNumber(text, area.bounds[0][0], area.bounds[0][1], number);
-    area.value[0] = valid ? number : area.value[0];
-    return valid;
+    return ReadNumber(text, area.bounds[0][0], area.bounds[0][1], area.value[0]);
 }
 
 bool WriteSwitch(ControlRecord& control, std::string_view text) {
@@ -78,7 +79,9 @@ bool WriteGrid(ControlRecord& control, std::string_view text) {
     const bool valid =
         ReadNumber(text.substr(0, cross), 1, kMaximumGridSide, size[0]) &&
         ReadNumber(text.substr(std::min(cross + 1, text.size())), 1, kMaximumGridSide, size[1]);
-    std::ranges::copy(valid ? size : control.mask.gridSize, control.mask.gridSize);
+    if (valid) {
+        std::ranges::copy(size, control.mask.gridSize);
+    }
     return valid;
 }
 

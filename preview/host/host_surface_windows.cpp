@@ -20,7 +20,7 @@ using Microsoft::WRL::ComPtr;
 void Check(HRESULT result) {
     if (FAILED(result)) {
         SetLastError(static_cast<DWORD>(result));
-        throw HostError(ExitStatus::Failed, WithLastError("cannot encode the PNG"));
+        throw HostError(ExitStatus::Failed, WithLastError("cannot encode a PNG: " + std::to_string(result)));
     }
 }
 

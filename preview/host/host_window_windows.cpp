@@ -22,7 +22,6 @@ const wchar_t* HostClass() {
 }
 
 constexpr DWORD kToolStyle = WS_POPUP | WS_CAPTION | WS_SYSMENU;
-constexpr DWORD kToolExtendedStyle = WS_EX_TOOLWINDOW | WS_EX_CONTROLPARENT;
 
 /// True if the message was consumed.
 bool HandleAsDialog(MSG& message) {
@@ -47,7 +46,7 @@ HostWindow::HostWindow(std::int32_t clientWidth, std::int32_t clientHeight,
     // The system limits windows with a frame or caption to the screen's size.
     const DWORD kind = options.owner ? kToolStyle : options.visible ? WS_OVERLAPPEDWINDOW : WS_POPUP;
     const DWORD style = kind | WS_CLIPSIBLINGS | WS_CLIPCHILDREN;
-    const DWORD extendedStyle = options.owner ? kToolExtendedStyle : 0;
+    const DWORD extendedStyle = options.owner ? WS_EX_TOOLWINDOW | WS_EX_CONTROLPARENT : 0;
     const int position = options.visible ? CW_USEDEFAULT : 0;
     window_.Reset(CreateWindowExW(extendedStyle, HostClass(), options.title, style, position, position, 0, 0,
                                   options.owner, nullptr, GetModuleHandleW(nullptr), nullptr));

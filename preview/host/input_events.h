@@ -12,7 +12,7 @@ class HostWindow;
 
 struct InputEvent {
     std::int32_t frame = 0;  ///< delivered before this frame is drawn; frames count from 0
-    unsigned message = 0;    ///< of the window
+    unsigned message = 0;    ///< window message; `WM_SIZE` for a resize
     std::int32_t a = 0;      ///< virtual-key code, x, or width
     std::int32_t b = 0;      ///< y from the top, or height
 };

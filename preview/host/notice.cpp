@@ -1,7 +1,6 @@
 // Parses the module's rich-text notice and writes it as safe rich text or as plain text.
 #include "preview/host/notice.h"
 
-#include <algorithm>
 #include <cstdint>
 
 #include "base/text.h"
@@ -37,9 +36,10 @@ bool TakeUntil(std::wstring_view& rest, std::wstring_view end, std::wstring& tex
 
 /// The shader's name, optionally followed by the editor's link.
 void SplitNamePart(std::wstring_view part, Notice& notice) {
-    const std::wstring_view name = part.substr(0, part.find(kEditor));
-    part.remove_prefix(std::min(name.size() + kEditor.size(), part.size()));
-    TakeUntil(part, kEditorEnd, notice.editorLink);
+    std::wstring name(part);
+    if (TakeUntil(part, kEditor, name)) {
+        TakeUntil(part, kEditorEnd, notice.editorLink);
+    }
     notice.shaderName = name.substr(0, name.rfind(kLinkEnd));
 }
 

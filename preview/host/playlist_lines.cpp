@@ -8,12 +8,12 @@
 #include "base/text.h"
 
 namespace pixelforge::preview {
+
 std::string PlaylistLine::Name() const {
     return WithoutControls(Widen(bytes, TextEncoding::AnsiCodePage).value_or(std::wstring()));
 }
 
-std::vector<PlaylistLine> SplitPlaylist(std::string_view playlist) {
-    std::string text(playlist);
+std::vector<PlaylistLine> SplitPlaylist(std::string text) {
     NormalizeLineEnds(text.c_str(), text.data(), text.size() + 1);
     std::string_view rest = text.c_str();
     std::vector<PlaylistLine> lines;

@@ -25,7 +25,7 @@ struct PlaylistLine {
 
 /// The lines that the module picks from: those that are not empty and end in a line break of any kind. Like
 /// the module, stops at a NUL.
-std::vector<PlaylistLine> SplitPlaylist(std::string_view playlist);
+std::vector<PlaylistLine> SplitPlaylist(std::string text);
 
 /// What to append to a playlist so that this line is its last; empty if the playlist has the line.
 std::string LineToAppend(const std::string& playlist, const std::string& line);
