@@ -11,9 +11,9 @@ namespace pixelforge::preview {
 
 /// The module reads playlists from one fixed folder on drive D:, and a playlist line holds at most 19
 /// UTF-16 units. So a document is copied to a path of exactly that length, and a one-line playlist names
-/// it. File names are random, so several hosts may run at the same time. The system removes the files
-/// when this or the program ends, or else the next staged shader does; the destructor removes the folders if
-/// they are empty.
+/// it. File names are random, so several hosts may run at the same time. The system deletes the files
+/// when this object or the program ends; files that it left are removed with the next staged shader. The
+/// destructor removes the folders if they are empty.
 class StagedShader {
 public:
     /// Both throw `HostError` with `WrongUsage` if drive D: is missing or not writable.

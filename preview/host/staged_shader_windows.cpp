@@ -1,4 +1,4 @@
-// Writes a document's copy and its playlist to drive D:.
+// Writes a document's copy and its playlist to drive D: as files that the system deletes.
 #include "preview/host/staged_shader.h"
 
 #include <windows.h>
@@ -33,7 +33,7 @@ std::wstring PlaylistOf(const std::wstring& tag) {
     return std::wstring(kFolders[2]) + L"\\preview-" + tag + L".playlist";
 }
 
-/// Wine may keep the files of a program that was killed. Those that are in use cannot be deleted.
+/// Of programs that were killed under Wine, which may keep their files. Files in use cannot be deleted.
 void RemoveLeftovers() {
     static const std::wregex ours(L"preview-([0-9a-f]{6})\\.playlist");
     std::error_code error;
@@ -99,8 +99,8 @@ StagedShader StagedShader::OfDocument(std::span<const std::uint8_t> document) {
 }
 
 StagedShader::~StagedShader() {
+    alias_.Reset();  // first: a leftover is found by its playlist
     playlist_.Reset();
-    alias_.Reset();
     // Folders that are not empty stay.
     std::for_each(std::rbegin(kFolders), std::rend(kFolders), RemoveDirectoryW);
 }
