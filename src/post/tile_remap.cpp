@@ -78,8 +78,8 @@ void PickEverySecond(const std::byte* row, std::size_t count, std::byte* output)
     }
 }
 
-/// Copies the pixels in `columns` of `row` next to each other. Reads two columns with each load: loads are
-/// what limits the speed.
+/// Copies the pixels in `columns` of `row` next to each other. Reads two column numbers per load, because
+/// loads limit the speed.
 void PickPixels(const std::byte* row, const std::uint32_t* columns, std::size_t count,
                 std::byte* output) noexcept {
     const auto pair = [=](std::size_t i) {
@@ -111,8 +111,8 @@ void CopyReversed(const std::byte* end, std::size_t count, std::byte* output) no
     }
 }
 
-/// Copies past the cache, which would first read what `output` holds. Only the ends of `output` outside whole
-/// groups go through the cache.
+/// Bypasses the cache, which would first read the old contents of `output`. Only the ends of `output` that do
+/// not fill an aligned group go through it.
 void StreamPixels(const std::byte* from, std::size_t count, std::byte* output) noexcept {
     const std::size_t bytes = count * kPixelBytes;
     std::size_t i = std::min<std::size_t>(bytes, -reinterpret_cast<std::uintptr_t>(output) % kGroupBytes);
@@ -123,8 +123,8 @@ void StreamPixels(const std::byte* from, std::size_t count, std::byte* output) n
     std::memcpy(output + i, from + i, bytes - i);
 }
 
-/// The source columns of a strip of the output. Tiles across mostly repeat, mirrored ones in reverse, but not
-/// where rounding places their edges differently: only what the columns themselves show is used.
+/// The source columns of a strip of the output. From tile to tile they mostly repeat, in mirrored tiles in
+/// reverse, but rounding may shift a tile's edges. So repetition is detected in the columns, not assumed.
 struct Strip {
     Strip(const TileAxis& across, std::int32_t left, std::int32_t columnCount) noexcept
         : width(static_cast<std::size_t>(columnCount)) {
@@ -149,7 +149,7 @@ struct Strip {
             return std::min(picked, static_cast<std::size_t>(end - columns) + 1);
         };
         consecutive = apart(1) == picked;
-        // The last of them may lie at the end of its row.
+        // Without the last one, which may be at the end of its row: `PickEverySecond` reads one pixel more.
         everySecond = (apart(2) - 1) / 4 * 4;
     }
 

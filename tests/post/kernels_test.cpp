@@ -113,7 +113,7 @@ void ExpectEqualsFormula(Random& random, Size output, Size input, const TileGrid
         << grid.tilesY << ", flip " << grid.flipOddTiles;
 }
 
-// One third are a few rows or a column of display length, where rounding matters next to tile edges; one
+// One third are long strips of up to four rows or of one column, where rounding matters at tile edges; one
 // third have tiles of whole pixels, which repeat.
 TEST(TileRemap, MatchesReferenceOnRandomPictures) {
     Random random(2);
