@@ -38,7 +38,7 @@ private:
 
     std::wstring tag_;  ///< part of both file names
     std::wstring path_;
-    UniqueKernelHandle playlist_;  ///< the last handle to each file, which deletes it
+    UniqueKernelHandle playlist_;  ///< closing this or the next one deletes the file
     UniqueKernelHandle alias_;
 };
 
