@@ -68,8 +68,9 @@ UniqueKernelHandle CreateTemporary(const std::wstring& path) {
 }
 
 void Write(const std::wstring& path, std::span<const std::uint8_t> bytes) {
-    const auto file = AdoptFileHandle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_DELETE, nullptr,
-                                                  TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    const auto file =
+        AdoptFileHandle(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_DELETE, nullptr,
+                                    TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file || !WriteAll(file.Get(), bytes)) {
         throw HostError(ExitStatus::Failed, WithLastError("cannot write " + ToUtf8(path)));
     }
