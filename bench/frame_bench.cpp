@@ -124,7 +124,7 @@ public:
         renderer_->includes = includes_.get();
         times["context"] = watch.Lap();
         std::string reason;
-        if (!LoadShaderById(session_.get(), shader_.AliasPath().c_str(), &renderer_->document, reason)) {
+        if (!LoadShaderById(session_.get(), shader_.Path().c_str(), &renderer_->document, reason)) {
             throw std::runtime_error(reason);
         }
         times["text"] = watch.Lap();

@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <GL/gl.h>
-#include <fcntl.h>
 #include <io.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>

@@ -5,16 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "preview/host/file_paths.h"
 #include "preview/view/view_window.h"
 
 namespace pixelforge::preview {
-
-/// As the user wrote it (UTF-8), for messages, and absolute, because the current folder changes to the
-/// shader's. Both are empty if the option is missing.
-struct UserPath {
-    std::string name = {};
-    std::wstring path = {};
-};
 
 enum class SourceKind { None, File, Playlist, Identifier };
 

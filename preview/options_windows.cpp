@@ -10,7 +10,6 @@
 
 #include "base/bitmap.h"
 #include "base/text.h"
-#include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
 #include "preview/host/playlist_lines.h"
 #include "preview/view/control_changes.h"
@@ -21,9 +20,6 @@ namespace {
 constexpr const char* kDescription =
     "Draws a shader with Pixelforge.dll the way its host application does.\n"
     "Exit status: 0 a frame was drawn, 1 the load or a frame failed, 2 invalid usage.";
-
-/// Capacity of a playlist line.
-constexpr std::size_t kMaximumIdentifier = 19;
 
 [[noreturn]] void RejectUsage(const std::string& text) {
     throw HostError(ExitStatus::WrongUsage, text + "\nRun with --help for more information.");
@@ -97,8 +93,8 @@ SIZE ReadSides(const std::string& text, const OptionRow& row) {
     const int count = std::sscanf(text.c_str(), "%5dx%5d%n", &across, &down, &length);
     if (count != 2 || text[static_cast<std::size_t>(length)] != '\0' || std::min(across, down) < 1 ||
         std::max(across, down) > row.most) {
-        RejectUsage(std::string(row.name) + ": \"" + text +
-                    "\" is not of the form NxN with numbers from 1 to " + std::to_string(row.most));
+        RejectUsage(std::string(row.name) + ": \"" + text + "\" is not of the form " + row.form +
+                    " with numbers from 1 to " + std::to_string(row.most));
     }
     return {across, down};
 }
@@ -127,9 +123,11 @@ CLI::Option* Declare(CLI::App& app, const OptionRow& row, Scalar& value) {
 }
 
 void DeclareOptions(CLI::App& app, Given& given) {
+    const auto fault = [](const std::string& text) { return text.empty() ? "the value is empty" : ""; };
     for (const OptionRow& row : kOptions) {
         CLI::Option* option =
             std::visit([&](auto member) { return Declare(app, row, given.*member); }, row.value);
+        option->check(fault);
         if (*row.form) {
             option->type_name(row.form);
         }
@@ -159,9 +157,9 @@ void RequirePlaylistLine(const char* option, const std::string& identifier) {
     const std::wstring line = FromUtf8(identifier);
     const auto narrow = Narrow(line, TextEncoding::AnsiCodePage);
     const bool exact = narrow && Widen(*narrow, TextEncoding::AnsiCodePage) == line;
-    if (!exact || line.size() > kMaximumIdentifier || line.find_first_of(L"\r\n") != line.npos) {
+    if (!exact || line.size() > kLongestPlaylistLine || line.find_first_of(L"\r\n") != line.npos) {
         RejectUsage(std::string(option) + ": \"" + identifier + "\" is not an identifier of at most " +
-                    std::to_string(kMaximumIdentifier) + " characters of the system's ANSI code page");
+                    std::to_string(kLongestPlaylistLine) + " characters of the system's ANSI code page");
     }
 }
 

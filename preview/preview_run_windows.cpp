@@ -13,14 +13,12 @@
 #include <utility>
 
 #include "base/file.h"
-#include "base/load_error.h"
 #include "base/text.h"
 #include "preview/abort_handler.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/documents/source_faults.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
-#include "preview/host/file_paths.h"
 #include "preview/host/notice.h"
 #include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
@@ -49,8 +47,8 @@ struct Run {
     /// For the user; those of a load start with what is wrong with the source.
     std::vector<std::string> Messages(bool load) const {
         std::vector<std::string> lines = load ? shader.Warnings() : std::vector<std::string>();
-        const std::string alias = ToUtf8(shader.Staged().AliasPath());
-        const auto captured = ReadableLines(capture.Lines(), alias, options.source.name);
+        const std::string staged = ToUtf8(shader.Staged().Path());
+        const auto captured = ReadableLines(capture.Lines(), staged, options.source.name);
         const auto& errors = shader.Errors();
         std::ranges::move(errors.empty() ? EditorLines(captured, shader.Names()) : errors,
                           std::back_inserter(lines));
@@ -196,14 +194,14 @@ ExitStatus RunInWindow(const Run& run, const ModuleLibrary& library, const std::
 }
 
 /// Passes the folder of --include to the module, or checks the one of the environment.
-IncludeFolder PublishIncludeFolder(const Options& options) {
+UserPath PublishIncludeFolder(const Options& options) {
     constexpr const wchar_t* kVariable = L"FOLDER_SHADERINCLUDE";
-    IncludeFolder folder = {options.includeFolder.path, options.includeFolder.name};
+    UserPath folder = options.includeFolder;
     const wchar_t* const value = _wgetenv(kVariable);  // unaffected by SetEnvironmentVariableW
     const bool inherited = folder.name.empty() && value;
     if (inherited) {
         const std::filesystem::path joined = std::filesystem::path(FolderOf(options.source.path)) / value;
-        folder = {AbsolutePath(ToUtf8(joined.native())), ToUtf8(value)};
+        folder = {ToUtf8(value), AbsolutePath(ToUtf8(joined.native()))};
     }
     const std::string fault = folder.name.empty()                      ? ""
                               : !IsExistingFolder(folder.path.c_str()) ? "not a folder"
@@ -227,7 +225,7 @@ IncludeFolder PublishIncludeFolder(const Options& options) {
 }
 
 OpenedShader OpenShader(const Options& options) {
-    const IncludeFolder include = PublishIncludeFolder(options);
+    const UserPath includeFolder = PublishIncludeFolder(options);
     if (options.kind == SourceKind::Identifier) {
         return OpenedShader::OfIdentifier(options.source.name);
     }
@@ -235,23 +233,28 @@ OpenedShader OpenShader(const Options& options) {
         PrintLines(PlaylistFaults(ReadInputFile(options.source.path), options.source.name));
         return OpenedShader::OfPlaylist(options.source.path);
     }
-    OpenedShader shader = OpenedShader::OfFile(options.source.path, include, options.source.name);
-    if (!options.picturePath.empty()) {
-        shader.UsePicture(options.picturePath);
-    }
+    OpenedShader shader = OpenedShader::OfFile(options.source, includeFolder, options.picturePath);
     if (!shader.Conversion().empty()) {
         PrintLine("preview: " + options.source.name + ": " + shader.Conversion());
     }
     return shader;
 }
 
-/// Otherwise a long run would be lost at its end.
+/// Otherwise a long run would be lost at its end, or the user's shader.
 void RequireWritableOutputs(const Options& options) {
+    std::vector<std::wstring> used = {options.source.path, options.events.path};
     const UserPath firstFrame = {options.framesFolder.name, NumberedPicture(options.framesFolder, 1)};
     for (const UserPath& output : {options.png, firstFrame, options.report, options.video, options.packed}) {
-        if (!output.name.empty() && output.name != kStandardOutput) {
-            RequireWritable(output.path);
+        if (output.name.empty() || output.name == kStandardOutput) {
+            continue;
         }
+        if (std::ranges::any_of(used,
+                                [&](auto& path) { return EqualIgnoringAsciiCase(path, output.path); })) {
+            throw HostError(ExitStatus::WrongUsage,
+                            "writing " + output.name + " would overwrite an input or another output");
+        }
+        used.push_back(output.path);
+        RequireWritable(output.path);
     }
 }
 
@@ -286,7 +289,7 @@ ExitStatus RunOnce(const Options& options, std::optional<Options>& next) {
 
 ExitStatus PackShader(const Options& options) {
     RequireWritableOutputs(options);
-    const ShaderSource source = ReadShaderSource(options.source.path, {}, options.source.name);
+    const ShaderSource source = ReadShaderSource(options.source, {});
     if (!source.errors.empty()) {
         PrintLines(source.errors);
         return ExitStatus::Failed;

@@ -33,8 +33,8 @@ constexpr Kind kKinds[] = {{"buffer", 2, "buffer", kBufferAId},
                            {"camera", 1, "webcam", 0},
                            {"keyboard", 1, "keyboard", kKeyboardId}};
 constexpr const char* kInputs =
-    "expected a picture's file name, buffer a to buffer d, cube, cube FILE, volume FILE, keyboard, sound or "
-    "camera";
+    "expected a picture's file name (in quotes if it has blanks), buffer a to buffer d, cube, cube FILE, "
+    "volume FILE, keyboard, sound or camera";
 
 struct Setting {
     std::string_view key;
@@ -130,8 +130,9 @@ void ReadSource(const Line& line, Words source, ChannelInput& input) {
         kKinds, [&](const Kind& row) { return row.word == word && row.words == source.size(); });
     const bool known = kind != std::end(kKinds);
     const bool picture = !known && (source[0].quoted || word.find('.') != std::string::npos);
-    Require(known || source.size() == 1, line, source.back(), std::string("unexpected word; ") + kInputs);
-    Require(known || picture, line, source[0], "unknown input \"" + word + "\"; " + kInputs);
+    const std::string_view text(source[0].text.begin(), source.back().text.end());
+    Require(known || (picture && source.size() == 1), line, source[0],
+            "unknown input \"" + std::string(text) + "\"; " + kInputs);
     if (picture) {
         input.type = "texture";
         input.vflip = "true";

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <iterator>
 #include <sstream>
-#include <utility>
 
 namespace pixelforge::preview {
 namespace {

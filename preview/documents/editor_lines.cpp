@@ -113,8 +113,8 @@ private:
             const auto input = std::ranges::find_if(names_.inputs, [&](const InputPlace& place) {
                 return place.pass == pass && place.channel == *found[1].first - '0';
             });
-            AddLine((input != names_.inputs.end() ? input->place : text.place) +
-                    ": warning: " + std::string(rest.substr(2)));
+            AddLine((input != names_.inputs.end() ? input->place + ": " : Position(text.place, "1")) +
+                    "warning: " + std::string(rest.substr(2)));
         } else if (!AddPositioned(text.place, rest) && !AddIncluded(rest)) {
             Skip(rest, ": ");
             AddWithoutPosition(text, rest);

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "preview/documents/editor_lines.h"
+#include "preview/host/file_paths.h"
 #include "preview/host/staged_shader.h"
 
 namespace pixelforge::preview {
@@ -24,23 +25,18 @@ struct ShaderSource {
     std::vector<std::wstring> files;
 };
 
-struct IncludeFolder {
-    std::wstring path = {};  ///< absolute, or empty
-    std::string name = {};   ///< as the user wrote it
-};
+/// Throws `HostError` with `WrongUsage` if the file cannot be read.
+ShaderSource ReadShaderSource(const UserPath& file, const UserPath& include);
 
-/// `name` is the path as the user wrote it. Throws `HostError` with `WrongUsage` if the file cannot be read.
-ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFolder& include,
-                              const std::string& name);
-
-/// Paths are absolute. The factories throw as `StagedShader` does, and `HostError` with `WrongUsage` for a
-/// file that cannot be read.
+/// The factories throw as `StagedShader` does, and `HostError` with `WrongUsage` for an unreadable file.
 class OpenedShader {
 public:
     static OpenedShader OfIdentifier(const std::string& identifier);
-    static OpenedShader OfPlaylist(const std::wstring& path);
-    static OpenedShader OfFile(const std::wstring& path, const IncludeFolder& include,
-                               const std::string& name);
+    static OpenedShader OfPlaylist(const std::wstring& absolutePath);
+
+    /// `picture` is a path for channel 0 of the shader's image, or empty.
+    static OpenedShader OfFile(const UserPath& file, const UserPath& include,
+                               const std::string& picture = {});
 
     StagedShader& Staged() noexcept { return staged_; }
     const std::string& Conversion() const noexcept { return source_.conversion; }
@@ -54,19 +50,15 @@ public:
     /// must reload. A file that cannot be read may still be being written and is retried later.
     bool Refresh();
 
-    /// Stages the shader again with this picture on channel 0 of its image. Throws `HostError`. Only for a
-    /// shader from a file.
-    void UsePicture(const std::string& path);
-
 private:
     explicit OpenedShader(StagedShader staged) : staged_(std::move(staged)) {}
     void Stage();
 
     StagedShader staged_;
-    std::wstring path_;  ///< empty unless it is a file
-    IncludeFolder include_;
+    UserPath file_;     ///< empty for a playlist and for an identifier
+    UserPath include_;  ///< folder of include files
     ShaderSource source_;
-    std::string picture_;                ///< see `UsePicture`
+    std::string picture_;                ///< see `OfFile`
     std::vector<std::uint32_t> stamps_;  ///< times and sizes of the files
     bool changed_ = false;
     std::chrono::steady_clock::time_point lastPoll_;

@@ -21,7 +21,6 @@
 #include "base/win_handles.h"
 #include "preview/documents/document_conversion.h"
 #include "preview/documents/source_faults.h"
-#include "preview/host/file_paths.h"
 
 namespace pixelforge::preview {
 namespace {
@@ -132,26 +131,27 @@ std::vector<std::uint32_t> StampsOf(const std::vector<std::wstring>& files) {
 
 }  // namespace
 
-ShaderSource ReadShaderSource(const std::wstring& absolutePath, const IncludeFolder& include,
-                              const std::string& name) {
+ShaderSource ReadShaderSource(const UserPath& file, const UserPath& include) {
     ShaderSource source;
-    source.files = {absolutePath};
-    source.names = {
-        .shader = name, .file = true, .includeFolder = ToUtf8(include.path), .includeName = include.name};
-    if (IsPlainShader(absolutePath)) {
-        ReadPlainShader(absolutePath, source);
+    source.files = {file.path};
+    source.names = {.shader = file.name,
+                    .file = true,
+                    .includeFolder = ToUtf8(include.path),
+                    .includeName = include.name};
+    if (IsPlainShader(file.path)) {
+        ReadPlainShader(file.path, source);
     } else {
-        ReadDocument(absolutePath, source);
+        ReadDocument(file.path, source);
     }
-    const WorkingFolder here(absolutePath);
+    const WorkingFolder here(file.path);
     std::ranges::move(MissingIncludes(source.names), std::back_inserter(source.warnings));
     WarnOfAbsentDevices(source);
     // The module looks for named files beside the shader and in the include folder.
     std::vector<std::string> named = source.names.includes;
     std::ranges::transform(source.names.inputs, std::back_inserter(named), &InputPlace::file);
-    for (const std::string& file : named) {
-        if (const std::wstring wide = FromUtf8(file); IsOpenableLocalName(wide)) {
-            source.files.push_back(std::filesystem::path(FolderOf(absolutePath)) / wide);
+    for (const std::string& name : named) {
+        if (const std::wstring wide = FromUtf8(name); IsOpenableLocalName(wide)) {
+            source.files.push_back(std::filesystem::path(FolderOf(file.path)) / wide);
             source.files.push_back(std::filesystem::path(include.path) / wide);
         }
     }
@@ -165,22 +165,21 @@ OpenedShader OpenedShader::OfIdentifier(const std::string& identifier) {
     return shader;
 }
 
-OpenedShader OpenedShader::OfPlaylist(const std::wstring& path) {
-    return OpenedShader(StagedShader::OfPlaylist(BytesOf(ReadInputFile(path))));
+OpenedShader OpenedShader::OfPlaylist(const std::wstring& absolutePath) {
+    return OpenedShader(StagedShader::OfPlaylist(BytesOf(ReadInputFile(absolutePath))));
 }
 
-OpenedShader OpenedShader::OfFile(const std::wstring& path, const IncludeFolder& include,
-                                  const std::string& name) {
+OpenedShader OpenedShader::OfFile(const UserPath& file, const UserPath& include, const std::string& picture) {
     OpenedShader shader(StagedShader::OfDocument({}));
-    shader.path_ = path;
+    shader.file_ = file;
     shader.include_ = include;
-    shader.source_.names.shader = name;
+    shader.picture_ = picture;
     shader.Stage();
     return shader;
 }
 
 void OpenedShader::Stage() {
-    ShaderSource source = ReadShaderSource(path_, include_, source_.names.shader);
+    ShaderSource source = ReadShaderSource(file_, include_);
     if (!picture_.empty()) {
         source.document = WithPicture(source.document, picture_);
     }
@@ -189,14 +188,9 @@ void OpenedShader::Stage() {
     source_ = std::move(source);
 }
 
-void OpenedShader::UsePicture(const std::string& path) {
-    picture_ = path;
-    Stage();
-}
-
 bool OpenedShader::Refresh() {
     const auto now = std::chrono::steady_clock::now();
-    if (path_.empty() || now - lastPoll_ < kInterval) {
+    if (file_.path.empty() || now - lastPoll_ < kInterval) {
         return false;
     }
     lastPoll_ = now;

@@ -10,14 +10,12 @@
 #include "base/file.h"
 #include "base/text.h"
 #include "preview/documents/document_conversion.h"
+#include "preview/host/playlist_lines.h"
 
 namespace pixelforge::preview {
 namespace {
 
 using Value = rapidjson::Value;
-
-/// The module's limit.
-constexpr std::size_t kLongestIdentifier = 19;
 
 /// Ends recursive includes; the module accepts 60 files in a pass.
 constexpr std::size_t kMostTexts = 512;
@@ -165,10 +163,13 @@ std::string AddIncluded(SourceNames& names, const std::string& name) {
 /// Empty for a line that can be picked.
 std::string LineFault(std::string_view line, bool ended) {
     const auto wide = Widen(line, TextEncoding::AnsiCodePage);
+    const std::wstring utf8 = FromUtf8(line);  // empty if it is not
     return line.empty() ? "the empty line is skipped"
            : !ended     ? "the last line has no line break, so it is ignored"
-           : !wide || wide->size() > kLongestIdentifier
+           : !wide || wide->size() > kLongestPlaylistLine
                ? "the line is longer than 19 characters, so a load that picks it fails"
+           : !utf8.empty() && utf8 != wide && utf8[0] != L'\uFEFF'
+               ? "the line is UTF-8, but the module reads it in the system's ANSI code page"
                : "";
 }
 
@@ -217,10 +218,9 @@ std::vector<std::string> PlaylistFaults(std::string_view playlist, const std::st
             warn(1, "the byte-order mark becomes part of the first line; save the playlist without it");
         }
     }
-    std::string text(playlist.size() + 1, '\0');
-    NormalizeLineEnds(std::string(playlist).c_str(), text.data(), text.size());
-    text.resize(text.find('\0'));
-    std::string_view rest = text;
+    std::string text(playlist);
+    NormalizeLineEnds(text.c_str(), text.data(), text.size() + 1);
+    std::string_view rest = text.c_str();
     for (int line = 1; !rest.empty() && faults.size() < kMostPlaylistFaults; ++line) {
         const bool ended = rest.find('\n') != rest.npos;
         if (const std::string fault = LineFault(TakeLine(rest), ended); !fault.empty()) {

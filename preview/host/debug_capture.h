@@ -26,8 +26,7 @@ private:
 };
 
 /// The distinct lines in order of first appearance, for the user: `alias` (a path that the user never
-/// typed) replaced by `name`, the "Pixelforge: " prefix removed and control characters blanked. An empty
-/// alias replaces nothing.
+/// typed) replaced by `name`, the "Pixelforge: " prefix removed and control characters blanked.
 std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, std::string_view alias,
                                        std::string_view name);
 

@@ -49,13 +49,6 @@ LONG CALLBACK CaptureDebugText(EXCEPTION_POINTERS* pointers) {
     return EXCEPTION_CONTINUE_EXECUTION;
 }
 
-void ReplaceAll(std::string& line, std::string_view alias, std::string_view name) {
-    std::size_t at = alias.empty() ? line.npos : line.find(alias);
-    for (; at != line.npos; at = line.find(alias, at + name.size())) {
-        line.replace(at, alias.size(), name);
-    }
-}
-
 }  // namespace
 
 DebugCapture::DebugCapture() {
@@ -86,7 +79,9 @@ std::vector<std::string> ReadableLines(const std::vector<std::string>& lines, st
     std::vector<std::string> readable;
     std::unordered_set<std::string> seen;
     for (std::string line : lines) {
-        ReplaceAll(line, alias, name);
+        for (std::size_t at = line.find(alias); at != line.npos; at = line.find(alias, at + name.size())) {
+            line.replace(at, alias.size(), name);
+        }
         line = WithoutControls(line);
         line.erase(0, line.starts_with(kModulePrefix) ? kModulePrefix.size() : 0);
         if (seen.insert(line).second) {

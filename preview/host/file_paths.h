@@ -12,6 +12,13 @@
 
 namespace pixelforge::preview {
 
+/// As the user wrote it (UTF-8), for messages, and absolute, because the current folder changes to the
+/// shader's. Both are empty if there is none.
+struct UserPath {
+    std::string name = {};
+    std::wstring path = {};
+};
+
 /// Full path of a UTF-8 path relative to the current folder.
 std::wstring AbsolutePath(std::string_view path);
 

@@ -43,7 +43,7 @@ public:
     HostSession(const ModuleFunctions& module, const SessionOptions& options);
     HostSession(const ModuleLibrary& library, const SessionOptions& options)
         : HostSession(library.Functions(), options) {}
-    ~HostSession();  ///< closes
+    ~HostSession() { Close(); }
     HostSession(const HostSession&) = delete;
     HostSession& operator=(const HostSession&) = delete;
 

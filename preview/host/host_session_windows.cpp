@@ -47,10 +47,6 @@ HostSession::HostSession(const ModuleFunctions& module, const SessionOptions& op
     context_.infoTextCallback = [](const wchar_t* text) { infoText = text ? text : L""; };
 }
 
-HostSession::~HostSession() {
-    Close();
-}
-
 void HostSession::UseSurface(std::int32_t width, std::int32_t height) {
     context_.width = width;
     context_.height = height;

@@ -1,7 +1,6 @@
 // The host's frame bitmap, access to its pixels, and PNG files of it.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>

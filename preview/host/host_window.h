@@ -9,12 +9,6 @@
 
 namespace pixelforge::preview {
 
-/// The upper left corner of a window's frame, on the desktop.
-struct WindowPlace {
-    std::int32_t left;
-    std::int32_t top;
-};
-
 /// Returns the result of a message, or std::nullopt for the system's own handling.
 using MessageHandler = std::function<std::optional<LRESULT>(UINT message, WPARAM wParam, LPARAM lParam)>;
 

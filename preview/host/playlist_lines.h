@@ -12,6 +12,9 @@
 
 namespace pixelforge::preview {
 
+/// In UTF-16 units; the module's limit.
+inline constexpr std::size_t kLongestPlaylistLine = 19;
+
 struct PlaylistLine {
     std::size_t number = 0;  ///< in the file, from 1; blank lines count
     std::string bytes;       ///< in the ANSI code page, without the line end

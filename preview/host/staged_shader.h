@@ -27,8 +27,8 @@ public:
     /// File name in the playlist folder, for the control "Playlist File(s)".
     std::string PlaylistName() const;
 
-    /// Path of the document's copy, 19 units; empty for a playlist.
-    const std::wstring& AliasPath() const noexcept { return aliasPath_; }
+    /// Of the document's copy, 19 units, or else of the playlist's.
+    const std::wstring& Path() const noexcept { return path_; }
 
     /// Replaces the document's copy or else the playlist. Throws `HostError` with `Failed`.
     void Replace(std::span<const std::uint8_t> bytes);
@@ -37,7 +37,7 @@ private:
     StagedShader() = default;
 
     std::wstring tag_;  ///< part of both file names
-    std::wstring aliasPath_;
+    std::wstring path_;
     UniqueKernelHandle playlist_;  ///< the last handle to each file, which deletes it
     UniqueKernelHandle alias_;
 };

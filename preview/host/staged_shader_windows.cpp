@@ -83,17 +83,18 @@ StagedShader StagedShader::OfPlaylist(std::span<const std::uint8_t> playlist) {
     wchar_t tag[7];
     std::swprintf(tag, std::size(tag), L"%06x", static_cast<unsigned>(SystemRandom() & 0xFFFFFF));
     staged.tag_ = tag;
-    staged.playlist_ = CreateTemporary(PlaylistOf(tag));
-    Write(PlaylistOf(tag), playlist);
+    staged.path_ = PlaylistOf(tag);
+    staged.playlist_ = CreateTemporary(staged.path_);
+    staged.Replace(playlist);
     return staged;
 }
 
 StagedShader StagedShader::OfDocument(std::span<const std::uint8_t> document) {
     StagedShader staged = OfPlaylist({});
-    staged.aliasPath_ = AliasOf(staged.tag_);
-    staged.alias_ = CreateTemporary(staged.aliasPath_);
-    Write(PlaylistOf(staged.tag_), BytesOf(ToUtf8(staged.aliasPath_) + "\r\n"));
-    Write(staged.aliasPath_, document);
+    staged.path_ = AliasOf(staged.tag_);
+    staged.alias_ = CreateTemporary(staged.path_);
+    Write(PlaylistOf(staged.tag_), BytesOf(ToUtf8(staged.path_) + "\r\n"));
+    staged.Replace(document);
     return staged;
 }
 
@@ -109,7 +110,7 @@ std::string StagedShader::PlaylistName() const {
 }
 
 void StagedShader::Replace(std::span<const std::uint8_t> bytes) {
-    Write(aliasPath_.empty() ? PlaylistOf(tag_) : aliasPath_, bytes);
+    Write(path_, bytes);
 }
 
 }  // namespace pixelforge::preview

@@ -60,12 +60,15 @@ std::vector<ViewKey> ControlChanges::Keys() {
         {VK_F8, 0, L"F8\tmirror every second tile on / off", [this] { Change("Mirroring", 1); }},
         {VK_F9, 0, L"F9\tforeground only on / off", [this] { Change("Foreground Only", 1); }},
         {VK_F11, 0, L"F11\tlevel output / colours", [this] { ToggleLevels(); }},
-        {VK_F2, kShift, L"Shift+F2, F3\ttime slower / faster", [this] { ChangePace(0.5); }},
+        {VK_F2, kShift, L"Shift+F2, Shift+F3\ttime slower / faster", [this] { ChangePace(0.5); }},
         {VK_F3, kShift, nullptr, [this] { ChangePace(2.0); }},
         {VK_F3, kControl, L"Ctrl+F3\ttime backwards / forwards", [this] { ChangePace(-1.0); }},
-        {VK_OEM_MINUS, kControl, L"Ctrl+Minus, Plus\tlower / higher resolution",
+        {VK_OEM_MINUS, kControl, L"Ctrl+Minus, Ctrl+Plus\tlower / higher resolution",
          [this] { ChangeScale(0.5); }},
+        {VK_SUBTRACT, kControl, nullptr, [this] { ChangeScale(0.5); }},
         {VK_OEM_PLUS, kControl, nullptr, [this] { ChangeScale(2.0); }},
+        {VK_OEM_PLUS, kControl | kShift, nullptr, [this] { ChangeScale(2.0); }},  // on US keyboards
+        {VK_ADD, kControl, nullptr, [this] { ChangeScale(2.0); }},
     };
 }
 

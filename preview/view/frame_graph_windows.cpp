@@ -30,10 +30,6 @@ void Fill(HDC dc, const RECT& area, COLORREF color) {
     FillRect(dc, &area, brush.Get());
 }
 
-COLORREF ColorOf(double milliseconds) {
-    return milliseconds <= kSixtieth ? kInTime : milliseconds <= 2.0 * kSixtieth ? kLate : kVeryLate;
-}
-
 void DrawCaption(HDC dc, RECT area, HFONT font, double median, double worst, double top) {
     wchar_t text[160];
     std::swprintf(text, std::size(text), L"median %.1f, worst %.1f, top %.0f ms; line 60/s", median, worst,
@@ -69,7 +65,8 @@ void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double
     };
     for (const auto& [time, place] : bars) {
         const LONG right = std::max(columnOf(place + 1), columnOf(place) + 1);
-        Fill(dc, {columnOf(place), rowOf(time), right, area.bottom}, ColorOf(time));
+        const COLORREF color = time <= kSixtieth ? kInTime : time <= 2.0 * kSixtieth ? kLate : kVeryLate;
+        Fill(dc, {columnOf(place), rowOf(time), right, area.bottom}, color);
     }
     Fill(dc, {area.left, rowOf(kSixtieth), area.right, rowOf(kSixtieth) + 1}, kLine);
     DrawCaption(dc, {area.left, area.top, area.right, area.top + kTextHeight}, font, median, worst, top);
@@ -77,13 +74,9 @@ void DrawFrameGraph(HDC dc, const RECT& area, HFONT font, std::span<const double
 
 void WriteFrameGraph(const std::wstring& absolutePath, std::span<const double> milliseconds) {
     const HostSurface surface(kPictureWidth, kPictureHeight);
-    {
-        const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        DrawFrameGraph(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
-                       static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), milliseconds,
-                       milliseconds.size());
-        GdiFlush();
-    }
+    const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
+    DrawFrameGraph(surface.DeviceContext(), {0, 0, kPictureWidth, kPictureHeight},
+                   static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), milliseconds, milliseconds.size());
     WritePng(absolutePath, surface.Pixels());
 }
 

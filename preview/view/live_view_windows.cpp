@@ -22,10 +22,6 @@ constexpr auto kTitlePeriod = std::chrono::milliseconds(500);
 constexpr auto kStatusTime = std::chrono::seconds(3);
 constexpr DWORD kIdleMilliseconds = 50;
 
-void PrintLine(const std::string& line) {
-    std::fprintf(stderr, "%s\n", line.c_str());
-}
-
 SessionOptions InWindow(HostWindow& window, SIZE size, const LiveViewOptions& options) {
     window.SetClientSize(size.cx, size.cy);
     return {.width = size.cx,
@@ -83,10 +79,6 @@ private:
             stepping_ = paused_;
             Pause(true);
         };
-        const auto togglePanel = [this] { TogglePanel(); };
-        const auto save = [this] {
-            SavePicture(options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png");
-        };
         return {
             {VK_F1, 0, L"F1\tshow this list", flip(helpShown_)},
             {VK_F2, 0, L"F2\tpause / resume", [this] { Pause(!paused_); }},
@@ -96,11 +88,11 @@ private:
             {VK_F4, kShift, nullptr, inPlaylist([this] { ShowPrevious(); })},
             {VK_F5, 0, L"F5\treload the shader", [this] { Reload(); }},
             {VK_F5, kShift, L"Shift+F5\thide / show the shader's messages", flip(messagesShown_)},
-            {VK_F12, 0, L"F12\tsave a PNG", save},
+            {VK_F12, 0, L"F12\tsave a PNG", [this] { SavePicture(); }},
             {VK_INSERT, 0, L"Insert\tadd the shader to the favourites",
              inPlaylist([this] { ShowStatus(playlist_->AddFavourite()); })},
-            {VK_TAB, 0, L"Tab or F10\tall controls", togglePanel},
-            {VK_F10, 0, nullptr, togglePanel},
+            {VK_TAB, 0, L"Tab or F10\tall controls", [this] { TogglePanel(); }},
+            {VK_F10, 0, nullptr, [this] { TogglePanel(); }},
             {VK_F10, kShift, L"Shift+F10\tcopy the settings as a command line",
              [this] { CopyCommandLine(); }},
             {VK_F12, kShift, L"Shift+F12\tgraph of frame times", [this] { view_.ToggleGraph(); }},
@@ -276,7 +268,7 @@ private:
     /// The messages of a load stay in the window until the next one; hidden ones appear again if they differ.
     void ReportMessages(const std::string& text) {
         if (!text.empty()) {
-            PrintLine(text);
+            std::fprintf(stderr, "%s\n", text.c_str());
         }
         if ((loading_ || failed_) && text != messages_) {
             messages_ = text;
@@ -285,13 +277,14 @@ private:
     }
 
     /// For editors that follow the output: when a list of errors begins and ends.
-    void ReportLoad(const std::string& outcome) const {
+    void ReportLoad(const char* outcome) const {
         if (options_.sourceChanged) {
-            PrintLine("preview: " + options_.name + ": " + outcome);
+            std::fprintf(stderr, "preview: %s: %s\n", options_.name.c_str(), outcome);
         }
     }
 
-    void SavePicture(const std::wstring& path) {
+    void SavePicture() {
+        const std::wstring path = options_.pictureStem + L"-" + std::to_wstring(frame_) + L".png";
         const std::string failure = FailureOf([&] { WritePng(path, session_.Picture()); });
         ShowStatus(failure.empty() ? L"Saved " + path : FromUtf8(failure));
     }

@@ -45,6 +45,7 @@ void TextPanel::Show(const std::string& richText, const std::vector<std::wstring
     settings.codepage = CP_ACP;
     Send(EM_SETTEXTEX, reinterpret_cast<WPARAM>(&settings), reinterpret_cast<LPARAM>(text_.c_str()));
     Place();
+    Send(WM_VSCROLL, SB_TOP, 0);
     ShowWindow(control_.Get(), text_.empty() ? SW_HIDE : SW_SHOWNOACTIVATE);
     InvalidateRect(parent_, nullptr, FALSE);
 }
@@ -80,7 +81,9 @@ LRESULT TextPanel::OnNotify(LPARAM lParam) const {
     if (!control_ || header.hwndFrom != control_.Get() || header.code != EN_MSGFILTER) {
         return 0;
     }
-    if (filter.msg == WM_LBUTTONDOWN) {
+    if (filter.msg == WM_MOUSEWHEEL) {
+        OnWheel(filter.wParam);
+    } else if (filter.msg == WM_LBUTTONDOWN) {
         POINTL point = {static_cast<short>(LOWORD(filter.lParam)), static_cast<short>(HIWORD(filter.lParam))};
         const LRESULT character = Send(EM_CHARFROMPOS, 0, reinterpret_cast<LPARAM>(&point));
         const auto line = static_cast<std::size_t>(Send(EM_EXLINEFROMCHAR, 0, character));

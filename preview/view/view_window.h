@@ -37,8 +37,8 @@ struct ViewState {
     bool realTime = false;    ///< "Speed" is the time since the previous frame
     double scale = 1.0;       ///< frame size by window size
     bool fullScreen = false;
-    std::int32_t monitor = 0;               ///< from 1, in the system's order; 0: the system's choice
-    std::optional<WindowPlace> place = {};  ///< instead of a monitor
+    std::int32_t monitor = 0;         ///< from 1, in the system's order; 0: the system's choice
+    std::optional<POINT> place = {};  ///< the window's upper left corner, instead of a monitor
     std::vector<ControlSetting> settings = {};
 };
 

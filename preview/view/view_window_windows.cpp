@@ -24,10 +24,10 @@ constexpr int kSmallestFontPixels = 8;
 
 /// Of the list of keys with its margins, in sizes of its font.
 constexpr int kListLines = 27;
-constexpr int kListColumns = 40;
+constexpr int kListColumns = 44;
 
 constexpr UINT kTextLayout = DT_EXPANDTABS | DT_NOPREFIX | DT_WORDBREAK | DT_TABSTOP;
-constexpr int kTabCharacters = 18;
+constexpr int kTabCharacters = 23;
 
 constexpr std::size_t kGraphFrames = 240;
 constexpr LONG kGraphWidth = 2 * static_cast<LONG>(kGraphFrames);
@@ -40,18 +40,17 @@ UniqueFont MakeFont(int pixels) {
 }
 
 /// Throws `HostError` with `WrongUsage` if there is none with this number.
-WindowPlace CornerOfMonitor(std::int32_t number) {
-    std::vector<RECT> areas;
+POINT CornerOfMonitor(std::int32_t number) {
+    std::vector<POINT> corners;
     const auto add = [](HMONITOR, HDC, LPRECT area, LPARAM list) -> BOOL {
-        reinterpret_cast<std::vector<RECT>*>(list)->push_back(*area);
+        reinterpret_cast<std::vector<POINT>*>(list)->push_back({area->left, area->top});
         return TRUE;
     };
-    EnumDisplayMonitors(nullptr, nullptr, add, reinterpret_cast<LPARAM>(&areas));
-    if (number < 1 || static_cast<std::size_t>(number) > areas.size()) {
+    EnumDisplayMonitors(nullptr, nullptr, add, reinterpret_cast<LPARAM>(&corners));
+    if (number < 1 || static_cast<std::size_t>(number) > corners.size()) {
         throw HostError(ExitStatus::WrongUsage, "--monitor: there is no monitor " + std::to_string(number));
     }
-    const RECT& area = areas[static_cast<std::size_t>(number) - 1];
-    return {area.left, area.top};
+    return corners[static_cast<std::size_t>(number) - 1];
 }
 
 std::wstring FirstFileOf(HDROP drop) {
@@ -80,8 +79,8 @@ ViewWindow::ViewWindow(const ViewState& state)
     frame_.SetHandler([this](auto... message) { return Handle(message...); });
     DragAcceptFiles(frame_.Handle(), TRUE);
     if (state.place || state.monitor != 0) {
-        const WindowPlace place = state.place ? *state.place : CornerOfMonitor(state.monitor);
-        SetWindowPos(frame_.Handle(), nullptr, place.left, place.top, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
+        const POINT place = state.place ? *state.place : CornerOfMonitor(state.monitor);
+        SetWindowPos(frame_.Handle(), nullptr, place.x, place.y, 0, 0, SWP_NOSIZE | SWP_NOZORDER);
     }
     if (state.fullScreen) {
         ToggleFullScreen();

@@ -106,7 +106,7 @@ TEST_F(LiveCamera, AbsentDevicesAreWarnedOf) {
             kSound.Set(sound);
             std::string ends;
             for (const std::string& warning :
-                 preview::ReadShaderSource(L"" PIXELFORGE_SOURCE_DIR "/examples/kinds.json", {}, "")
+                 preview::ReadShaderSource({"", L"" PIXELFORGE_SOURCE_DIR "/examples/kinds.json"}, {})
                      .warnings) {
                 ends += warning.substr(warning.rfind(": "));
             }

@@ -99,7 +99,7 @@ TEST(CommentLines, FailWithFileLineAndColumn) {
         {"ichannel0 sound", "5: error: unknown word \"ichannel0\"; "},
         {"iChannel1", "5: error: iChannel1 lacks its input; "},
         {"iChannel1 microphone", "15: error: unknown input \"microphone\"; "},
-        {"iChannel1 sound loud", "21: error: unexpected word; "},
+        {"iChannel1 bufer a", "15: error: unknown input \"bufer a\"; "},
         {"iChannel1 buffer e", "22: error: unknown buffer; "},
         {"iChannel1 buffer b", "22: error: there is no file s.b.glsl"},
         {"iChannel1 cube", "15: error: there is no file s.cube.glsl"},
@@ -191,6 +191,7 @@ TEST(EditorLines, NameTheUsersFileAndLine) {
         {"Image: in the module's own lines after Image: error: x", "s/p.glsl:3:1: error: x"},
         {"Image, iChannel2 stays empty: a.png: no such file",
          "s/p.glsl:7:1: warning: iChannel2 stays empty: a.png: no such file"},
+        {"Image, iChannel0 stays empty: x", "s/p.glsl:1:1: warning: iChannel0 stays empty: x"},
         {"cannot load a shader: s/p.glsl: line 3, column 5: Missing a comma",
          "s/p.glsl:3:5: error: Missing a comma"},
         {"cannot load a shader: s/p.glsl: Shader.ver: missing", "s/p.glsl:1:1: error: Shader.ver: missing"},
@@ -280,13 +281,15 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
 TEST(SourceFaults, NameThePlaylistLinesThatCannotBePicked) {
     EXPECT_THAT(
         PlaylistFaults("\xEF\xBB\xBF"
-                       "a\r\n\r\n1234567890123456789\r\n12345678901234567890\rend",
+                       "a\r\n\r\n1234567890123456789\r\n12345678901234567890\r\xC3\xBC\n\xFC\nend",
                        "l"),
-        ElementsAre("l:1:1: warning: the byte-order mark becomes part of the first line; save the "
-                    "playlist without it",
-                    "l:2:1: warning: the empty line is skipped",
-                    "l:4:1: warning: the line is longer than 19 characters, so a load that picks it fails",
-                    "l:5:1: warning: the last line has no line break, so it is ignored"));
+        ElementsAre(
+            "l:1:1: warning: the byte-order mark becomes part of the first line; save the "
+            "playlist without it",
+            "l:2:1: warning: the empty line is skipped",
+            "l:4:1: warning: the line is longer than 19 characters, so a load that picks it fails",
+            "l:5:1: warning: the line is UTF-8, but the module reads it in the system's ANSI code page",
+            "l:7:1: warning: the last line has no line break, so it is ignored"));
 }
 
 }  // namespace

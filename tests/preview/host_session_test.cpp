@@ -163,18 +163,23 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     EXPECT_TRUE(warned);
 }
 
-TEST(TextPanel, CoversAtMostAThirdAndOpensNoForgedLink) {
+TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
     HostWindow window(300, 150);
     TextPanel panel(window.Handle(), Edge::Upper);
+    window.SetHandler([&](UINT message, WPARAM, LPARAM notice) {
+        return message == WM_NOTIFY ? std::optional(panel.OnNotify(notice)) : std::nullopt;
+    });
     panel.Show(TextAsRichText(L"one line"));
     EXPECT_GT(panel.Height(), 5);
     EXPECT_LT(panel.Height(), 50);
     panel.Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     EXPECT_EQ(panel.Height(), 50);
+    const HWND control = GetWindow(window.Handle(), GW_CHILD);
+    SendMessageW(control, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+    EXPECT_GT(SendMessageW(control, EM_GETFIRSTVISIBLELINE, 0, 0), 0) << "the pointer is over the panel";
     panel.Show({});
     EXPECT_EQ(panel.Height(), 0);
     panel.Show(TextAsRichText(L"forged link"), {L"C:\\missing.exe"});
-    const HWND control = FindWindowExW(window.Handle(), nullptr, L"RICHEDIT50W", nullptr);
     const MSGFILTER click = {{control, 0, EN_MSGFILTER}, WM_LBUTTONDOWN, 0, MAKELPARAM(5, 5)};
     SetLastError(ERROR_SUCCESS);
     EXPECT_EQ(panel.OnNotify(reinterpret_cast<LPARAM>(&click)), 1);

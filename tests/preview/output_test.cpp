@@ -145,7 +145,7 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
         EXPECT_TRUE(std::filesystem::remove(foreign[i]));
     }
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
-    const std::wstring alias = first->AliasPath();
+    const std::wstring alias = first->Path();
     const auto playlistOf = [&](const StagedShader& shader) {
         return folder + L"\\" + FromUtf8(shader.PlaylistName());
     };
@@ -155,21 +155,21 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
     EXPECT_EQ(ReadInputFile(alias), "1");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
-    EXPECT_EQ(ReadInputFile(second.AliasPath()), "2");
+    EXPECT_EQ(ReadInputFile(second.Path()), "2");
 }
 
 TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
     const test::TempFile file("//@ iChannel0 nothing\n", L".glsl");
-    OpenedShader shader = OpenedShader::OfFile(file.Path(), {}, "dir/s.glsl");
+    OpenedShader shader = OpenedShader::OfFile({"dir/s.glsl", file.Path()}, {});
     EXPECT_EQ(shader.Errors().size(), 1u);
-    EXPECT_EQ(ReadInputFile(shader.Staged().AliasPath()), "");
+    EXPECT_EQ(ReadInputFile(shader.Staged().Path()), "");
     const auto polled = [&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
         return shader.Refresh();
     };
     EXPECT_FALSE(polled());
     const test::TempFile user("#include \"i.glsl\"\n", L".glsl");
-    EXPECT_THAT(ReadShaderSource(user.Path(), {L"C:\\lib", "lib"}, "s.glsl").files,
+    EXPECT_THAT(ReadShaderSource({"s.glsl", user.Path()}, {"lib", L"C:\\lib"}).files,
                 testing::Contains(L"C:\\lib\\i.glsl"));
     const auto time = std::filesystem::last_write_time(file.Path());
     for (const char* text : {"void", "void mainImage(out vec4 c, in vec2 p) {}"}) {
@@ -182,7 +182,7 @@ TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
     EXPECT_FALSE(polled()) << "still open for writing";
     writer.Reset();
     EXPECT_TRUE(polled());
-    EXPECT_THAT(ReadInputFile(shader.Staged().AliasPath()), testing::HasSubstr("mainImage"));
+    EXPECT_THAT(ReadInputFile(shader.Staged().Path()), testing::HasSubstr("mainImage"));
 }
 
 TEST(Examples, ArePackedFromTheirPlainShaders) {
@@ -190,7 +190,7 @@ TEST(Examples, ArePackedFromTheirPlainShaders) {
     for (const auto& entry : std::filesystem::directory_iterator(PIXELFORGE_SOURCE_DIR "/examples")) {
         const std::wstring stem = entry.path().stem();
         if (entry.path().extension() == ".glsl" && stem.find(L'.') == stem.npos) {
-            const ShaderSource source = ReadShaderSource(entry.path(), {}, entry.path().string());
+            const ShaderSource source = ReadShaderSource({entry.path().string(), entry.path()}, {});
             EXPECT_THAT(source.errors, ElementsAre());
             EXPECT_EQ(source.document + "\n",
                       ReadInputFile(std::filesystem::path(entry).replace_extension(".json")))
