@@ -288,7 +288,8 @@ TEST(Options, ImplyOtherOptions) {
 }
 
 TEST(Options, OpenADroppedFile) {
-    const Options shown = ParseOptions({"--id", "i", "--window"});
+    Options shown = ParseOptions({"--id", "i", "--window"});
+    shown.picturePath = "last.png";
     const std::tuple<const wchar_t*, const char*, const char*> cases[] = {
         {L"a b.glsl", "a", "preview \"a b.glsl\""},
         {L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
@@ -303,6 +304,7 @@ TEST(Options, OpenADroppedFile) {
         const std::string failure = FailureOf([&] { next = OptionsForFile(shown, name, {}); });
         EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(words));
         EXPECT_EQ(next.source.path.empty(), !failure.empty());
+        EXPECT_EQ(next.picturePath, "");
         std::filesystem::remove(name);
     }
     WriteOutputFile(L"c.png", {});

@@ -124,7 +124,8 @@ TEST(CommentLines, FailWithFileLineAndColumn) {
 }
 
 TEST(BareDocument, BecomesTheSameShader) {
-    const std::string shader = R"({"ver":"0.1","info":{"id":"x","name":"N","username":"U"},"renderpass":[
+    const std::string shader =
+        R"({"ver":"0.1","info":{"id":"x","name":"N","username":"U","likes":"7"},"renderpass":[
         {"outputs":[{"channel":0,"id":"4dfGRr"}],"inputs":[
             {"channel":0,"type":"buffer","id":"4dXGR8","filepath":"/media/previz/buffer01.png","sampler":
                 {"filter":"nearest","wrap":"repeat","vflip":"true","srgb":"false","internal":"byte"}},

@@ -5,6 +5,7 @@
 #include <windows.h>
 
 #include <commctrl.h>
+#include <richedit.h>
 #include <shlobj.h>
 
 #include <algorithm>
@@ -107,6 +108,15 @@ TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
     EXPECT_FLOAT_EQ(speeds[1], 1.0F / 60) << "the load does not count";
     EXPECT_GT(speeds[2], 0.0F);
     EXPECT_NE(speeds[2], 1.0F / 60);
+    speeds.clear();
+    EventPlayer pause({{1, WM_KEYDOWN, VK_F2, 0}, {1, WM_KEYDOWN, VK_F2, 0}});
+    RunLiveView(kModule, {.state = {.size = {20, 10}, .realTime = true},
+                          .name = "a",
+                          .frames = 4,
+                          .events = &pause,
+                          .takeMessages = [](bool) { return std::vector<std::string>(); }});
+    EXPECT_FLOAT_EQ(speeds[2], 1.0F / 60) << "nor does a pause";
+    EXPECT_NE(speeds[3], 1.0F / 60);
 }
 
 /// True if a text that starts like this is visible in a panel of the live view.
@@ -153,7 +163,7 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     EXPECT_TRUE(warned);
 }
 
-TEST(TextPanel, CoversAtMostAThirdScrollsAndIsHiddenWithoutText) {
+TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
     HostWindow window(300, 150);
     TextPanel panel(window.Handle(), Edge::Upper);
     window.SetHandler([&](UINT message, WPARAM, LPARAM notice) {
@@ -169,6 +179,37 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndIsHiddenWithoutText) {
     EXPECT_GT(SendMessageW(control, EM_GETFIRSTVISIBLELINE, 0, 0), 0) << "the pointer is over the panel";
     panel.Show({});
     EXPECT_EQ(panel.Height(), 0);
+    panel.Show(TextAsRichText(L"forged link"), {L"C:\\missing.exe"});
+    const MSGFILTER click = {{control, 0, EN_MSGFILTER}, WM_LBUTTONDOWN, 0, MAKELPARAM(5, 5)};
+    SetLastError(ERROR_SUCCESS);
+    EXPECT_EQ(panel.OnNotify(reinterpret_cast<LPARAM>(&click)), 1);
+    EXPECT_NE(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND}) << "it was opened";
+}
+
+TEST(ViewWindow, ScalesTheMouse) {
+    ViewWindow view({.size = {240, 120}});
+    LPARAM got = 0;
+    view.ModuleWindow().SetClientSize(120, 60);
+    view.ModuleWindow().SetHandler([&](UINT, WPARAM, LPARAM place) {
+        got = place;
+        return 0;
+    });
+    SendMessageW(view.Frame().Handle(), WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-20, -8));
+    view.ModuleWindow().SetHandler({});
+    EXPECT_EQ(got, MAKELPARAM(-10, -4)) << "dragged out of the window";
+}
+
+TEST(ViewWindow, GraphsTheLatestTimes) {
+    ViewWindow view({.size = {600, 200}});
+    view.ToggleGraph();
+    view.AddFrameTime(100.0);
+    for (int i = 0; i < 240; ++i) {
+        view.AddFrameTime(10.0);
+    }
+    RedrawWindow(view.Frame().Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    const WindowDc dc(view.Frame().Handle());
+    EXPECT_EQ(GetPixel(dc.Get(), 400, 160), GetPixel(dc.Get(), 400, 186)) << "10 of 33 milliseconds";
+    EXPECT_NE(GetPixel(dc.Get(), 400, 120), GetPixel(dc.Get(), 400, 186));
 }
 
 TEST(InputEvents, AreSortedByFrame) {
@@ -215,6 +256,11 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     DeleteFileW(favourites.c_str());
     ASSERT_EQ(marked.size(), 2u);
     EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
+    PlaylistPlayer untimed(list.Path(), "list", staged, std::chrono::seconds(0));
+    untimed.MarkFailed("why");
+    untimed.MarkDrawn();
+    Sleep(1100);
+    EXPECT_FALSE(untimed.IsDue()) << "a failed shader that has loaded since";
 }
 
 struct Drop {
@@ -239,7 +285,9 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     std::vector<std::wstring> dropped;
     ViewState last = {};
     LiveViewOptions options = {
-        .state = {.scale = 0.25, .fullScreen = true, .settings = {{"Multi-Sample", "2"}}},
+        .state = {.scale = 0.25,
+                  .fullScreen = true,
+                  .settings = {{"Multi-Sample", "1"}, {"Multi-Sample", "2"}}},
         .name = "a",
         .frames = 200,
         .fileDropped =
@@ -291,6 +339,8 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
         SetWindowTextW(part(label, 2), text);
         SendMessageW(panel, WM_COMMAND, IDOK, 0);
     };
+    RealTime(session).Advance(64.0);
+    EXPECT_EQ(session.Control("Speed")->decimal.value[0], 1.0F) << "its bound";
     changes.ChangePace(0.5);
     changes.ChangePace(-1.0);
     RealTime(session).Advance(changes.Pace());
@@ -303,6 +353,15 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     EXPECT_THAT(said, testing::HasSubstr("cannot be combined"));
     controls.Refresh();
     EXPECT_EQ(SendMessageW(part(L"Foreground Only"), BM_GETCHECK, 0, 0), BST_UNCHECKED);
+    SetFocus(part(L"Speed", 2));
+    SetWindowTextW(part(L"Speed", 2), L"0.2");
+    PostMessageW(part(L"Speed", 2), WM_CHAR, 'p', 0);
+    view.Frame().PumpMessages();
+    RealTime(session).Advance();
+    controls.Refresh();
+    SetFocus(panel);
+    EXPECT_THAT(said, testing::HasSubstr("cannot be \"p0.2\"")) << "what is typed counts without Enter";
+    EXPECT_THAT(changes.Arguments(), testing::Not(testing::HasSubstr("Speed")));
     EXPECT_FALSE(changes.TakeReload());
     SendMessageW(part(L"Fast Buffers"), BM_CLICK, 0, 0);
     EXPECT_TRUE(changes.TakeReload());

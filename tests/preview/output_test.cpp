@@ -5,9 +5,11 @@
 
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <numeric>
 #include <optional>
+#include <random>
 #include <thread>
 #include <vector>
 
@@ -21,6 +23,7 @@
 #include "preview/host/host_error.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
+#include "tests/support/process_census.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::preview {
@@ -55,6 +58,7 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
         EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
     }
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
+    EXPECT_EQ(Summarize(std::span(frames).last(20)).percentile95Milliseconds, 19.0) << "a whole rank";
     EXPECT_EQ(Crc32(BytesOf("123456789")), 0xCBF43926u) << "as in PNG and ZIP files";
 }
 
@@ -85,6 +89,18 @@ TEST(PngFile, HoldsTheFrameTheRightWayUpWithoutItsAlpha) {
                 << bottomUp << ", byte " << i;
         }
     }
+}
+
+TEST(PngFile, FreesItsMemory) {
+    std::vector<std::uint8_t> noise(std::size_t{512} * 512 * 4);
+    std::ranges::generate(noise, [random = std::mt19937()]() mutable { return std::uint8_t(random()); });
+    const test::TempFile file("", L".png");
+    WritePng(file.Path(), {.bytes = noise, .width = 512, .height = 512});
+    const std::size_t before = test::WorkingSetBytes();
+    for (int i = 0; i < 20; ++i) {
+        WritePng(file.Path(), {.bytes = noise, .width = 512, .height = 512});
+    }
+    EXPECT_LT(test::WorkingSetBytes(), before + 20 * noise.size() / 4) << "a third of the pictures";
 }
 
 // The corners of the colour cube in limited range. The blocks differ, so that a flip or a transposition
@@ -152,6 +168,9 @@ TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
         return shader.Refresh();
     };
     EXPECT_FALSE(polled());
+    const test::TempFile user("#include \"i.glsl\"\n", L".glsl");
+    EXPECT_THAT(ReadShaderSource({"s.glsl", user.Path()}, {"lib", L"C:\\lib"}).files,
+                testing::Contains(L"C:\\lib\\i.glsl"));
     const auto time = std::filesystem::last_write_time(file.Path());
     for (const char* text : {"void", "void mainImage(out vec4 c, in vec2 p) {}"}) {
         WriteOutputFile(file.Path(), BytesOf(text));
@@ -205,6 +224,16 @@ TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
     EXPECT_THAT(capture.Lines(), ElementsAre("narrow wide \xC3\xA4", "", "utf-8 \xC3\xA4", "unfinished"));
     capture.Clear();
     EXPECT_THAT(capture.Lines(), ElementsAre());
+    const std::string text(20'000, 'x');
+    const auto print = [&] {
+        for (int i = 0; i < 200; ++i) {
+            OutputDebugStringA(text.c_str());
+        }
+    };
+    std::thread other(print);
+    print();
+    other.join();
+    EXPECT_EQ(capture.Lines().front().size(), 400 * text.size());
 }
 
 TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
