@@ -48,8 +48,7 @@ std::vector<FrameRecord> RunFrames(HostSession& session, const FrameRunOptions& 
 /// cannot be written, or for a frame of another size than the first. Both sides must be even.
 std::function<void(const FramePixels&)> OpenVideo(const UserPath& target, std::int32_t framesPerSecond);
 
-/// Milliseconds of the drawn frames that did not load, in their order; if there are none, of all drawn
-/// frames.
+/// Milliseconds of the drawn frames that did not load, in order; if there are none, of all drawn frames.
 std::vector<double> MeasuredTimes(std::span<const FrameRecord> frames);
 
 struct FrameStatistics {
