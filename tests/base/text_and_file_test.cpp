@@ -34,9 +34,10 @@ TEST(Conversion, RoundTripsInTheDetectedEncoding) {
 }
 
 TEST(Conversion, RejectsMalformedUtf8) {
-    for (const std::string_view bad : {"\x80"sv, "\xC0\x80"sv, "\xC1\xBF"sv, "\xC3"sv, "\xC3("sv,
-                                       "\xE0\x9F\xBF"sv, "\xED\xA0\x80"sv, "\xE2\x82"sv, "\xF0\x8F\xBF\xBF"sv,
-                                       "\xF4\x90\x80\x80"sv, "\xF5\x80\x80\x80"sv, "\xFF"sv, "ok\xE4"sv}) {
+    for (const std::string_view bad :
+         {"\x80"sv, "\xC0\x80"sv, "\xC1\xBF"sv, "\xC3"sv, "\xC3("sv, "\xE0\x9F\xBF"sv, "\xED\xA0\x80"sv,
+          "\xED\xBF\xBF"sv, "\xE2\x82"sv, "\xF0\x8F\xBF\xBF"sv, "\xF4\x90\x80\x80"sv, "\xF5\x80\x80\x80"sv,
+          "\xFF"sv, "ok\xE4"sv}) {
         EXPECT_FALSE(IsValidUtf8(bad)) << testing::PrintToString(bad);
         EXPECT_FALSE(Widen(bad, TextEncoding::Utf8)) << testing::PrintToString(bad);
     }

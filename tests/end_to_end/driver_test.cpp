@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <new>
 
 #include "module/module_instance.h"
 #include "tests/end_to_end/module_run.h"
@@ -41,6 +42,9 @@ TEST(Driver, EveryExportRejectsNullRecordsAndAHostNeedNotAllocateControls) {
     EXPECT_EQ(module.destroyControlStructure(nullptr), 0);
     EXPECT_EQ(run.Frame(), FrameResult::Drawn);
     ModuleInstance* instance = nullptr;
+    const AllocateControl throwing = [](void*) -> ControlRecord* { throw std::bad_alloc(); };
+    EXPECT_EQ(module.buildControlStructure(&instance, nullptr, throwing, nullptr), 0);
+    EXPECT_EQ(instance, nullptr);
     ASSERT_EQ(module.buildControlStructure(&instance, nullptr, nullptr, nullptr), 1);
     EXPECT_EQ(module.drawFrame(instance, &run.Session().Context()), 0) << "it is not initialised";
     EXPECT_EQ(module.destroyControlStructure(instance), 1);
@@ -262,8 +266,11 @@ TEST(Documents, InUnusualFormsAreDrawn) {
     const std::string code = "#define SOURCE \\\n iChannel3\n// \xC3\xA9 \xE5\xA4\x8F\n/*" +
                              std::string(300000, '*') + "*/" +
                              MainImage(
-                                 "float char = 1.0, packed = 1.0;\n"
-                                 "c = texelFetch(SOURCE, ivec2(p), 0) * char * packed;");
+                                 "float char = 1.0, packed = 1.0, unset;\n"
+                                 "c = texelFetch(SOURCE, ivec2(p), 0) * char * packed;\n"
+                                 "if (p.x < 0.0) c *= unset;  // " +
+                                 // A program from the driver's cache has no warnings.
+                                 std::to_string(GetTickCount64()) + "\n");
     ModuleRun run(DocumentBuilder()
                       .Buffer('A', kBlack)
                       .Pass("buffer", "Buf A", MainImage("c = vec4(1);"))
@@ -273,6 +280,7 @@ TEST(Documents, InUnusualFormsAreDrawn) {
                       .Json());
     EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
     EXPECT_EQ(run.Pixel(5, 5), 0xFFFFFFU);
+    EXPECT_THAT(run.Words(), HasSubstr("unset")) << "the compiler's warning";
 }
 
 }  // namespace

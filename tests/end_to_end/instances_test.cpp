@@ -75,7 +75,7 @@ enum class CallersDc { InUse, Released, LentToAnotherWindow, LentBesideARival };
 struct Caller {
     explicit Caller(CallersDc state) : found(state != CallersDc::LentBesideARival) {
         HDC dc = GetDC(window.handle);
-        for (HDC formatted : {dc, found ? nullptr : GetDC(rival.Get())}) {
+        for (HDC formatted : {dc, GetDC(own.Handle()), found ? nullptr : GetDC(rival.Get())}) {
             PIXELFORMATDESCRIPTOR format = {};
             format.nSize = sizeof(format);
             format.nVersion = 1;
@@ -109,6 +109,7 @@ struct Caller {
 
     ThreadWindow window;
     UniqueWindow another = NewWindow();
+    preview::HostWindow own{16, 16};   ///< with a device context of its own, so it cannot be meant
     UniqueWindow rival = NewWindow();  ///< with a pixel format, too, if the window cannot be found
     HGLRC context;
     bool found;

@@ -194,7 +194,7 @@ TEST_F(PassSource, NamesTheAuthorsLineOfLogLinesAndRefusedIncludes) {
         {"", "#if 1\n#line 36\n#endif\na", "0:37(1): error: x", "Image: 0:37(1): error: x"},
         {"", "/*\n#line 500\n*/\n// \\\n#line 600\na", "0:40(1): error: x", "Image:6:1: error: x"},
         {"", " # /* a */ line\t50 // b\na", "0:50(1): error: x", "Image:2:1: error: x"},
-        {"", "char", "0:35(1): error: `char_sYjan77j' x", "Image:1:1: error: `char' x"},
+        {"", "char", "0:35(1): error: char_sYjan77j packed_sYjan77j", "Image:1:1: error: char packed"},
         {"/* \xE4 */\n// \xE4\n\xE4 b", "a", "error: fragment shader lacks `main'",
          "Image: error: fragment shader lacks `main'" + cut + "Common:3)"},
         {"", "a", "0:33(1): error: x", "Image: in the module's own lines before Image: error: x"},

@@ -16,6 +16,7 @@
 
 #include "base/bitmap.h"
 #include "base/load_error.h"
+#include "media/cube_map.h"
 #include "media/document_media.h"
 #include "tests/support/temp_file.h"
 
@@ -89,6 +90,7 @@ TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
         {Picture(1, 16385), "larger than"},
         {Picture(16384, 0x7FFFFFFF), "larger than"},
         {Picture(0, 5), "no pixels"},
+        {Picture(5, 5), "damaged"},
         {Picture(5, 0), "no pixels"},
         {Picture(0xFFFFFFFF, 0xFFFFFFFF), ""},
         {test::ContentOf(kFolder + "grey1.png"), "1-bit picture"},
@@ -134,6 +136,11 @@ TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
             EXPECT_EQ(failure.empty(), document->mediaBytes == kMediaBudget) << document->mediaBytes;
         }
     }
+    UniqueBitmap faces[6];
+    std::string reason;
+    EXPECT_THROW(SplitCubeCross(DecodeImageFile(thin.Path().c_str(), reason), faces, 6 * 50 * 50 * 4 - 1),
+                 LoadError)
+        << "the faces are made before they are refused";
 }
 
 TEST(DecodeImageFile, WorksInAnyApartmentAndLeavesItUnchanged) {
