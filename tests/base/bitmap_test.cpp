@@ -35,7 +35,7 @@ TEST(Bitmaps, RejectHostileSizes) {
     EXPECT_FALSE(CreatePictureBitmap(1, 1, 0));
 }
 
-TEST(CopyToTopDown, KeepsDepthAndByteOrder) {
+TEST(CopyToTopDown, CopiesDepthAndBytesUnchanged) {
     // The first two have padded rows. The image sizes are 0 or wrong; Wine corrects wrong ones.
     const std::tuple<LONG, LONG, WORD, DWORD, std::size_t> cases[] = {
         {5, 3, 24, 0, 48}, {3, 4, 8, 0x7FFFFFFF, 16}, {6, -2, 32, 0x7FFFFFFF, 48}};

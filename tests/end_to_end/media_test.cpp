@@ -84,7 +84,7 @@ TEST(Media, PicturesOfEachDepthShowTheirPixels) {
     }
 }
 
-/// The rows are uploaded in several bands.
+/// 70 rows are uploaded in three bands. Rows of 9 bytes come out sheared, the last texels black.
 TEST(Media, TallPicturesTurnOver) {
     constexpr int kRows = 70;
     const TempFolder folder;
