@@ -19,7 +19,6 @@
 #include "preview/host/notice.h"
 #include "preview/view/control_changes.h"
 #include "preview/view/control_panel.h"
-#include "preview/view/frame_graph.h"
 #include "preview/view/live_view.h"
 #include "preview/view/text_panel.h"
 #include "preview/view/view_window.h"
@@ -30,7 +29,6 @@ namespace {
 
 using enum FrameResult;
 using testing::ElementsAre;
-using testing::FieldsAre;
 
 std::vector<std::string> calls;
 std::vector<FrameResult> results;  ///< one per call of "draw"; `Drawn` after the last
@@ -136,31 +134,38 @@ bool IsShown(std::wstring_view start) {
     return search.second;
 }
 
+/// For this thread; 0: none.
+void HoldKey(std::size_t key) {
+    std::array<BYTE, 256> keys = {};
+    keys[key] = 0x80;
+    SetKeyboardState(keys.data());
+}
+
 TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     results = {};
     bool shown = false;
-    bool again = false;
-    bool warned = false;
     int loopsAfterReload = 0;
     std::atomic<bool> stop = false;
+    EventPlayer hide({{0, WM_KEYDOWN, VK_F5, 0}});
     LiveViewOptions options = {
         .state = {.size = {20, 10}, .settings = {{"Info Time", "1"}}},
         .name = "a",
+        .events = &hide,
         .stop = &stop,
-        .takeMessages = [](bool load) { return std::vector<std::string>(load ? 1 : 0, "w"); }};
+        .takeMessages = [&](bool load) { return std::vector<std::string>(load ? 1 : 0, shown ? "w" : "v"); }};
     options.sourceChanged = [&] {
         const bool visible = IsShown(L"Shader:");
-        again = again || (loopsAfterReload > 0 && visible);
+        EXPECT_FALSE(loopsAfterReload > 0 && visible) << "again";
         loopsAfterReload += shown && (!visible || loopsAfterReload > 0);
         shown = shown || visible;
         stop = loopsAfterReload == 5;
-        warned = IsShown(L"w");
+        EXPECT_FALSE(loopsAfterReload > 0 && IsShown(L"v")) << "hidden by the key";
+        EXPECT_TRUE(!stop || IsShown(L"w")) << "other messages than the hidden ones";
         return loopsAfterReload == 1;
     };
+    HoldKey(VK_SHIFT);
     RunLiveView(kModule, options);
-    EXPECT_TRUE(shown);
-    EXPECT_FALSE(again);
-    EXPECT_TRUE(warned);
+    HoldKey(0);
 }
 
 TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
@@ -186,17 +191,31 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
     EXPECT_NE(GetLastError(), DWORD{ERROR_FILE_NOT_FOUND}) << "it was opened";
 }
 
-TEST(ViewWindow, ScalesTheMouse) {
+TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     ViewWindow view({.size = {240, 120}});
+    const HWND frame = view.Frame().Handle();
     LPARAM got = 0;
     view.ModuleWindow().SetClientSize(120, 60);
     view.ModuleWindow().SetHandler([&](UINT, WPARAM, LPARAM place) {
         got = place;
         return 0;
     });
-    SendMessageW(view.Frame().Handle(), WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-20, -8));
+    SendMessageW(frame, WM_LBUTTONDOWN, MK_LBUTTON, 0);
+    EXPECT_EQ(GetCapture(), frame);
+    SendMessageW(frame, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-20, -8));
     view.ModuleWindow().SetHandler({});
     EXPECT_EQ(got, MAKELPARAM(-10, -4)) << "dragged out of the window";
+    view.Messages().Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
+    SendMessageW(frame, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
+    EXPECT_GT(SendMessageW(GetTopWindow(frame), EM_GETFIRSTVISIBLELINE, 0, 0), 0);
+    view.ToggleFullScreen();
+    view.ToggleFullScreen();
+    EXPECT_EQ(view.Frame().ClientSize().cx, 240);
+    view.AddKeys({{VK_F4, 0, nullptr, [] { ADD_FAILURE() << "Alt+F4 closes the window"; }}});
+    HoldKey(VK_MENU);
+    SendMessageW(frame, WM_SYSKEYDOWN, VK_F4, 0);
+    HoldKey(0);
+    view.ActOnKeys();
 }
 
 TEST(ViewWindow, GraphsTheLatestTimes) {
@@ -212,25 +231,6 @@ TEST(ViewWindow, GraphsTheLatestTimes) {
     EXPECT_NE(GetPixel(dc.Get(), 400, 120), GetPixel(dc.Get(), 400, 186));
 }
 
-TEST(InputEvents, AreSortedByFrame) {
-    const auto events = ParseInputEvents(
-        "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
-        "6 button-up 1 2\n7 resize 640 360",
-        "f");
-    EXPECT_THAT(events, ElementsAre(FieldsAre(0, WM_KEYDOWN, 65, 0), FieldsAre(5, WM_MOUSEMOVE, -3, 40),
-                                    FieldsAre(5, WM_LBUTTONDOWN, 1, 2), FieldsAre(6, WM_LBUTTONUP, 1, 2),
-                                    FieldsAre(7, WM_SIZE, 640, 360), FieldsAre(20, WM_KEYUP, 65, 0)));
-}
-
-TEST(InputEvents, ReportAnInvalidLineByNumber) {
-    for (const char* line : {"x", "5", "5 jump 1", "-1 key-up 1", "1 key-up 256", "1 key-up", "1 key-up 1 2",
-                             "1 mouse-move 1 40000", "1 resize 0 4", "99999999999 key-up 1", "1 key-up 1x"}) {
-        EXPECT_THAT([&] { ParseInputEvents("\n0 key-down 1\n" + std::string(line), "in.txt"); },
-                    testing::ThrowsMessage<HostError>(testing::HasSubstr("in.txt:3:")))
-            << line;
-    }
-}
-
 TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const test::TempFile list("a\nb\nc\nd\n");
     const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
@@ -239,17 +239,28 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const std::wstring stagedPath =
         L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
     PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(1));
-    EventPlayer events({{1, WM_KEYDOWN, VK_F4, 0}, {2, WM_KEYDOWN, VK_INSERT, 0}});
+    const auto press = [](std::int32_t frame, std::int32_t key) {
+        return InputEvent{frame, WM_KEYDOWN, key};
+    };
+    EventPlayer events(
+        {press(1, VK_F4), press(2, VK_INSERT), press(3, VK_F2), press(3, VK_F2), press(3, VK_F12)});
+    int attempts = 0;
     calls.clear();
     results = {Failed};
     const LiveViewOptions options = {.state = {.size = {20, 10}},
                                      .name = "list",
+                                     .pictureStem = list.Path(),
                                      .frames = 100,
                                      .events = &events,
                                      .playlist = &player,
-                                     .takeMessages = [](bool) { return std::vector<std::string>(); }};
+                                     .takeMessages = [&](bool) {
+                                         Sleep(++attempts == 5 ? 1100 : 0);
+                                         EXPECT_TRUE(attempts != 6 || calls.end()[-2] == "draw") << "paused";
+                                         return std::vector<std::string>();
+                                     }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
+    EXPECT_TRUE(DeleteFileW((list.Path() + L"-2.png").c_str())) << "frames since the load";
     EXPECT_EQ(player.Order().Failures().size(), 1u);
     EXPECT_EQ(ReadInputFile(stagedPath), player.ShaderName() + "\r\n");
     const auto marked = SplitPlaylist(ReadInputFile(favourites));
@@ -339,6 +350,15 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
         SetWindowTextW(part(label, 2), text);
         SendMessageW(panel, WM_COMMAND, IDOK, 0);
     };
+    RECT label = {};
+    GetWindowRect(part(L"X Tiling"), &label);
+    SetCursorPos(label.left + 5, label.top + 5);
+    const HWND tips = FindWindowW(TOOLTIPS_CLASSW, nullptr);
+    for (int i = 0; i < 100 && !IsWindowVisible(tips); ++i) {
+        Sleep(20);
+        view.Frame().PumpMessages();
+    }
+    EXPECT_TRUE(IsWindowVisible(tips));
     RealTime(session).Advance(64.0);
     EXPECT_EQ(session.Control("Speed")->decimal.value[0], 1.0F) << "its bound";
     changes.ChangePace(0.5);
@@ -370,24 +390,8 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     EXPECT_FALSE(state.realTime);
     EXPECT_EQ(changes.Arguments(),
               " --window --size 240x120 --set Speed=0.5 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
-    changes.ChangeScale(0.5);
-    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 120);
-}
-
-TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
-    const HostSurface surface(8, 100);
-    {
-        const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        DrawFrameGraph(surface.DeviceContext(), {0, 0, 8, 100}, nullptr, std::array{10.0, 20.0, 100.0, 5.0},
-                       4);
-        GdiFlush();
-    }
-    const FramePixels pixels = surface.Pixels();
-    const auto bottom = [&](std::int32_t x) { return pixels.At(x, 99); };
-    EXPECT_NE(bottom(0), bottom(2)) << "in time, late";
-    EXPECT_NE(bottom(2), bottom(4)) << "late, very late";
-    EXPECT_EQ(bottom(0), bottom(7));
-    EXPECT_NE(pixels.At(4, 45), pixels.At(6, 45)) << "75 of 133 milliseconds";
+    changes.ChangeScale(16.0);
+    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 960) << "at most 4";
 }
 
 }  // namespace

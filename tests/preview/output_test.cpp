@@ -6,6 +6,7 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <numeric>
 #include <optional>
@@ -23,6 +24,7 @@
 #include "preview/host/host_error.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
+#include "preview/view/frame_graph.h"
 #include "tests/support/process_census.h"
 #include "tests/support/temp_file.h"
 
@@ -242,6 +244,22 @@ TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
     EXPECT_THAT(ReadableLines(lines, "D:\\p1", "my.json"),
                 ElementsAre("my.json: no Image", "bad my.json", "Image:3:  [31merror "));
     EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "the name contains the alias";
+}
+
+TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
+    const HostSurface surface(8, 100);
+    {
+        const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
+        DrawFrameGraph(surface.DeviceContext(), {0, 0, 8, 100}, nullptr, std::array{10.0, 20.0, 100.0, 5.0},
+                       4);
+        GdiFlush();
+    }
+    const FramePixels pixels = surface.Pixels();
+    const auto bottom = [&](std::int32_t x) { return pixels.At(x, 99); };
+    EXPECT_NE(bottom(0), bottom(2)) << "in time, late";
+    EXPECT_NE(bottom(2), bottom(4)) << "late, very late";
+    EXPECT_EQ(bottom(0), bottom(7));
+    EXPECT_NE(pixels.At(4, 45), pixels.At(6, 45)) << "75 of 133 milliseconds";
 }
 
 }  // namespace
