@@ -238,7 +238,7 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     StagedShader staged = StagedShader::OfPlaylist({});
     const std::wstring stagedPath =
         L"D:\\Moonreel\\Pixelforge\\Playlists\\" + FromUtf8(staged.PlaylistName());
-    PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(1));
+    PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(2));
     const auto press = [](std::int32_t frame, std::int32_t key) {
         return InputEvent{frame, WM_KEYDOWN, key};
     };
@@ -250,11 +250,11 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const LiveViewOptions options = {.state = {.size = {20, 10}},
                                      .name = "list",
                                      .pictureStem = list.Path(),
-                                     .frames = 100,
+                                     .frames = 200,
                                      .events = &events,
                                      .playlist = &player,
                                      .takeMessages = [&](bool) {
-                                         Sleep(++attempts == 5 ? 1100 : 0);
+                                         Sleep(++attempts == 5 ? 2100 : 0);
                                          EXPECT_TRUE(attempts != 6 || calls.end()[-2] == "draw") << "paused";
                                          return std::vector<std::string>();
                                      }};
