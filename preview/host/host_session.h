@@ -20,8 +20,8 @@ inline constexpr std::int32_t kPaletteColors = 256;
 inline constexpr int kMaxInitialFailures = 3;
 
 struct SessionOptions {
-    std::int32_t width = 1280;  ///< pixels of the frame, and of the window unless one is given
-    std::int32_t height = 720;
+    std::int32_t width = 0;  ///< pixels of the frame, and of the window unless one is given
+    std::int32_t height = 0;
     std::string playlistName = {};               ///< file name in the playlist folder, for "Playlist File(s)"
     std::vector<ControlSetting> settings = {};   ///< applied in order after the playlist's name
     std::int32_t levelDivisor = kPaletteColors;  ///< colours of the host's palette

@@ -11,7 +11,7 @@ namespace {
 
 RunOptions Named(RunOptions options, const std::string& playlist) {
     options.playlistName = playlist;
-    if (options.width == RunOptions().width) {
+    if (options.width == 0) {
         options.width = 32;
         options.height = 24;
     }

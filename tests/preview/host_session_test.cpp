@@ -327,7 +327,7 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
 TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     ViewState state = {.size = {240, 120}, .realTime = true};
     ViewWindow view(state);
-    HostSession session(kModule, {.autoOffscreen = true});
+    HostSession session(kModule, {.width = 20, .height = 10, .autoOffscreen = true});
     session.Open();
     std::string said;
     ControlChanges changes(session, state, [&](const auto& line) { said = ToUtf8(line); });
