@@ -70,10 +70,8 @@ void UnloadLiveInstance(
     functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
     const auto drop =
         preview::StagedShader::OfDocument(BytesOf(DocumentBuilder().Image(MainImage(kWhite)).Json()));
-    RunOptions options;
-    options.window = &window;
-    options.playlistName = drop.PlaylistName();
-    preview::HostSession session(functions, options);
+    preview::HostSession session(
+        functions, {.width = 32, .height = 24, .playlistName = drop.PlaylistName(), .window = &window});
     session.Open();
     if (draws) {
         EXPECT_EQ(session.DrawFrame(), FrameResult::Drawn);
