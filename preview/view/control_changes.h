@@ -32,7 +32,7 @@ public:
     /// tile mask, which the module overwrites in each frame.
     std::vector<ControlSetting> Settings() const;
 
-    /// The arguments of `preview` for the state and the settings.
+    /// Command-line arguments that reproduce the state and the settings.
     std::string Arguments() const;
 
     ViewState& State() noexcept { return state_; }
@@ -45,7 +45,7 @@ private:
     HostSession& session_;
     ViewState& state_;
     std::function<void(const std::wstring&)> report_;
-    std::int32_t levelDivisor_;  ///< the one that `ToggleLevels` switches on
+    std::int32_t levelDivisor_;  ///< while level output is on, see `ToggleLevels`
     bool reload_ = false;
     double pace_ = 1.0;
 };

@@ -14,7 +14,7 @@ namespace {
 constexpr double kLargestPace = 64.0;
 constexpr double kSmallestPace = 1.0 / 64.0;
 
-/// For F11, unless --levels gives another one.
+/// Used by F11 if --levels is not given.
 constexpr std::int32_t kDefaultLevelDivisor = 64;
 
 constexpr std::string_view kPlaylistLabel = "Playlist File(s)";

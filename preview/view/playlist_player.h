@@ -20,9 +20,9 @@ class PlaylistPlayer {
 public:
     using Clock = std::chrono::steady_clock;
 
-    /// Stages the first line. `name` is the absolute path as the user wrote it. With `every` above 0 each
-    /// shader is followed by the next after this time. Throws `HostError` with `WrongUsage` if the playlist
-    /// cannot be read or has no complete line.
+    /// Stages the first line. `path` is absolute, `name` is the path as the user wrote it. If `every` is
+    /// positive, the next shader follows after this time. Throws `HostError` with `WrongUsage` if the
+    /// playlist cannot be read or has no complete line.
     PlaylistPlayer(std::wstring path, std::string name, StagedShader& staged, std::chrono::seconds every)
         : path_(std::move(path)), name_(std::move(name)), staged_(staged), every_(every) {
         Stage();
