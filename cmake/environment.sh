@@ -20,6 +20,9 @@ test_packages=(
 lint_packages=(
     clang-tidy-14 cppcheck
 )
+long_packages=(
+    python3-pil
+)
 
 say() {
     printf '%s\n' "$*" >&2

@@ -13,7 +13,8 @@ import shlex
 import subprocess
 import sys
 import tempfile
-import zlib
+
+from PIL import Image, ImageChops, ImageStat
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 DOUBLES = "build/windows-release/bin/doubles/preview.exe"
@@ -24,50 +25,17 @@ MOST_ALIKE = 16  # mean difference of blocks of BLOCK pixels
 BLOCK = 40
 
 
-def undo_filter(kind, line, above):
-    for i, up in enumerate(above):
-        left, corner = (line[i - 3], above[i - 3]) if i >= 3 else (0, 0)
-        paeth = min((left, up, corner), key=lambda value: abs(left + up - corner - value))
-        line[i] = (line[i] + (0, left, up, (left + up) // 2, paeth)[kind]) & 255
-
-
-def read_png(path):
-    """Width and rows of a PNG with eight bits per channel, without alpha, not interlaced."""
-    data, at, compressed = path.read_bytes(), 8, b""
-    width = int.from_bytes(data[16:20], "big")
-    while at < len(data):
-        end = at + 8 + int.from_bytes(data[at:at + 4], "big")
-        compressed += data[at + 8:end] if data[at + 4:at + 8] == b"IDAT" else b""
-        at = end + 4
-    raw, rows = zlib.decompress(compressed), [bytes(3 * width)]
-    for start in range(0, len(raw), 3 * width + 1):
-        line = bytearray(raw[start + 1:start + 1 + 3 * width])
-        undo_filter(raw[start], line, rows[-1])
-        rows.append(line)
-    return width, rows[1:]
-
-
-def block_means(width, rows):
-    for top in range(0, len(rows), BLOCK):
-        for left in range(0, 3 * width, 3 * BLOCK):
-            values = b"".join(row[left:left + 3 * BLOCK] for row in rows[top:top + BLOCK])
-            yield sum(values) / len(values)
-
-
 def difference(stored, made, alike):
     """Why the pictures are not the same; empty if they are."""
-    if stored.read_bytes() == made.read_bytes():
-        return ""
-    (width, old), (new_width, new) = read_png(stored), read_png(made)
-    if (width, len(old)) != (new_width, len(new)):
+    old, new = (Image.open(path).convert("RGB") for path in (stored, made))
+    if old.size != new.size:
         return "another size"
     if alike:
-        means = list(zip(block_means(width, old), block_means(width, new)))
-        mean = sum(abs(a - b) for a, b in means) / len(means)
+        mean = sum(ImageStat.Stat(ImageChops.difference(old.reduce(BLOCK), new.reduce(BLOCK))).mean) / 3
         return "" if mean <= MOST_ALIKE else f"does not look alike: mean difference {mean:.1f}"
-    pixels = zip(b"".join(old), b"".join(new))
-    wrong = {i // 3 for i, (a, b) in enumerate(pixels) if abs(a - b) > DIFFERENT}
-    share = len(wrong) / (width * len(old))
+    red, green, blue = ImageChops.difference(old, new).split()
+    largest = ImageChops.lighter(ImageChops.lighter(red, green), blue)
+    share = sum(largest.histogram()[DIFFERENT + 1:]) / (old.width * old.height)
     return "" if share <= MOST_DIFFERENT_PIXELS else f"{share:.1%} of the pixels differ"
 
 
