@@ -73,6 +73,12 @@ public:
         : ModuleRun(DocumentBuilder().Image(MainImage(body), {{.channel = 0, .ctype = channel}}).Json(),
                     Options(window), *this) {}
 
+    /// The instance lives until the module is unloaded.
+    void KeepInstance() {
+        auto& functions = const_cast<preview::ModuleFunctions&>(Functions());
+        functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
+    }
+
     /// Draws until `seen` returns true. A failed frame fails the test.
     template <class Condition>
     bool DrawUntil(const Condition& seen) {

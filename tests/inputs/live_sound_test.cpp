@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cmath>
 #include <optional>
+#include <ranges>
 #include <thread>
 #include <tuple>
 
@@ -45,22 +46,17 @@ public:
 
     /// The peak within 10 columns of `column`, 0 if they are black. The tilt can raise noise farther away.
     int PeakNear(int column) const {
-        int peak = column - 10;
-        for (int x = peak; x <= column + 10; ++x) {
-            peak = Level(x, 0) > Level(peak, 0) ? x : peak;
-        }
-        return Level(peak, 0) > 0 ? peak : 0;
+        const auto level = [this](int x) { return Level(x, 0); };
+        const int peak = std::ranges::max(std::views::iota(column - 10, column + 11), {}, level);
+        return level(peak) > 0 ? peak : 0;
     }
 
     bool ShowsTone(int column) const { return std::abs(PeakNear(column) - column) <= 2; }
 
     /// How often the waveform crosses its middle.
     int Crossings() const {
-        int crossings = 0;
-        for (int x = 1; x < 512; ++x) {
-            crossings += (Level(x, 1) > 127) != (Level(x - 1, 1) > 127);
-        }
-        return crossings;
+        const auto crosses = [this](int x) { return (Level(x, 1) > 127) != (Level(x - 1, 1) > 127); };
+        return static_cast<int>(std::ranges::count_if(std::views::iota(1, 512), crosses));
     }
 };
 

@@ -4,9 +4,6 @@
 #include <optional>
 #include <vector>
 
-#include "base/text.h"
-#include "base/win_handles.h"
-#include "preview/host/staged_shader.h"
 #include "tests/inputs/live_run.h"
 #include "tests/support/load_round.h"
 #include "tests/support/process_census.h"
@@ -14,9 +11,9 @@
 namespace pixelforge::test {
 namespace {
 
-constexpr const char* kWhite = "c = vec4(1);";
+using LoadRounds = DeviceTest;
 
-class LoadRounds : public DeviceTest {};
+constexpr const char* kWhite = "c = vec4(1);";
 
 /// Loads and unloads without an instance, as a host does that looks through its modules, and then with a
 /// frame.
@@ -65,16 +62,10 @@ TEST_F(LoadRounds, AProcessWithoutFreeSlotsLoadsTheModule) {
 /// Unloads the module without destroying its instance.
 void UnloadLiveInstance(
     preview::HostWindow& window, bool draws, DWORD stay, void (*beforeUnload)(HWND) = [](HWND) {}) {
-    const preview::ModuleLibrary library;
-    preview::ModuleFunctions functions = library.Functions();
-    functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
-    const auto drop =
-        preview::StagedShader::OfDocument(BytesOf(DocumentBuilder().Image(MainImage(kWhite)).Json()));
-    preview::HostSession session(
-        functions, {.width = 32, .height = 24, .playlistName = drop.PlaylistName(), .window = &window});
-    session.Open();
+    LiveRun run("music", kWhite, &window);
+    run.KeepInstance();
     if (draws) {
-        EXPECT_EQ(session.DrawFrame(), FrameResult::Drawn);
+        EXPECT_EQ(run.Frame(), FrameResult::Drawn);
     }
     Sleep(stay);
     beforeUnload(window.Handle());

@@ -8,6 +8,7 @@
 #include <bit>
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -124,9 +125,6 @@ struct ReferenceSpectrum {
     double waveMax = std::numeric_limits<double>::lowest();
 };
 
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-
 struct Signal {
     const char* name;
     std::function<float(std::size_t n)> sample;  ///< full scale is 1
@@ -145,12 +143,12 @@ const Signal kSignals[] = {
     {"silence after sound", [](auto n) { return n < 6000 ? Tone(n) : 0; }},
     {"constant after sound", [](auto n) { return n < 6000 ? Tone(n) : 0.4F; }},
     {"very loud", [](auto n) { return 3e38F * Tone(n); }},
-    {"a NaN", [](auto n) { return n == 5000 ? kNan : Tone(n); }},
-    {"a NaN from the start", [](auto n) { return n == 3 ? kNan : Tone(n); }},
-    {"only NaN", [](auto) { return kNan; }},
-    {"an infinity", [](auto n) { return n == 5000 ? kInfinity : Tone(n); }},
-    {"both infinities", [](auto n) { return n == 5000   ? kInfinity
-                                            : n == 5003 ? -kInfinity
+    {"a NaN", [](auto n) { return n == 5000 ? NAN : Tone(n); }},
+    {"a NaN from the start", [](auto n) { return n == 3 ? NAN : Tone(n); }},
+    {"only NaN", [](auto) { return NAN; }},
+    {"an infinity", [](auto n) { return n == 5000 ? INFINITY : Tone(n); }},
+    {"both infinities", [](auto n) { return n == 5000   ? INFINITY
+                                            : n == 5003 ? -INFINITY
                                                         : Tone(n); }},
 };
 
@@ -265,8 +263,6 @@ struct Header {
 };
 
 TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
-    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
-    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
     // Source width and height; top, width and height in the picture. Zeros: rejected.
     const std::tuple<Header, std::size_t, std::array<std::int32_t, 5>> cases[] = {
         {{.bits = 16}, 40 + 640 * 480 * 2, {640, 480, 0, 1280, 720}},
@@ -279,8 +275,8 @@ TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
         {{.size = 124}, 2000000, {}},
         {{.width = 0}, 2000000, {}},
         {{.height = 0}, 2000000, {}},
-        {{.width = kMax, .height = kMax}, 2000000, {}},
-        {{.width = kMax, .height = kMin}, 2000000, {}},
+        {{.width = INT32_MAX, .height = INT32_MAX}, 2000000, {}},
+        {{.width = INT32_MAX, .height = INT32_MIN}, 2000000, {}},
     };
     for (const auto& [header, bytes, expected] : cases) {
         std::vector<std::byte> block(std::max(bytes, sizeof(Header)));

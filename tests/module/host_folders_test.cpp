@@ -80,8 +80,7 @@ TEST(PickShaderId, PicksTheRandomNumberModuloTheLines) {
     for (const auto& [number, id] : {std::pair(0u, L"a"), {0x80000000u, L"d"}, {7u, L"c"}}) {
         EXPECT_EQ(Pick(playlist, number), id) << number;
     }
-    std::uint32_t ones = 0;
-    std::uint32_t zeros = 0;
+    std::uint32_t ones = 0, zeros = 0;
     for (int i = 0; i < 100; ++i) {
         const std::uint32_t drawn = SystemRandom();
         ones |= drawn;
@@ -90,36 +89,29 @@ TEST(PickShaderId, PicksTheRandomNumberModuloTheLines) {
     EXPECT_EQ(ones & zeros, 0xFFFFFFFF) << "a bit of the random number never varies";
 }
 
-struct Notice {
-    std::wstring id = L"Xs3BR4";
-    std::wstring name = L"Name";
-    std::wstring author = L"Author";
-    std::wstring description = L"Text";
-    std::wstring editor = {};
-};
-
-/// Expects the whole notice, with this edit link and description.
-void ExpectNotice(const Notice& notice, const std::wstring& editLink, const std::wstring& description) {
+/// Expects the whole notice, with this edit link and shown description.
+void ExpectNotice(const std::wstring& id, const std::wstring& name, const std::wstring& author,
+                  const std::wstring& description, const std::wstring& shown, const std::wstring& editor = {},
+                  const std::wstring& editLink = {}) {
     ShaderInfo info = {};
-    CopyCut(info.id, notice.id);
-    CopyCut(info.name, notice.name);
-    CopyCut(info.username, notice.author);
-    CopyCut(info.description, notice.description);
+    CopyCut(info.id, id);
+    CopyCut(info.name, name);
+    CopyCut(info.username, author);
+    CopyCut(info.description, description);
     std::wstring text(4096, L'#');
-    EXPECT_TRUE(ComposeInfoText(info, notice.editor.c_str(), text));
+    EXPECT_TRUE(ComposeInfoText(info, editor.c_str(), text));
     text.resize(text.find(L'\0'));
     const std::wstring host = kServiceHost;
-    const auto field = [&](const std::wstring& page, const std::wstring& shown) {
-        return L"\\cf3{\\field{\\*\\fldinst HYPERLINK \"https://" + host + page + L"\"}{\\fldrslt " + shown +
+    const auto field = [&](const std::wstring& page, const std::wstring& label) {
+        return L"\\cf3{\\field{\\*\\fldinst HYPERLINK \"https://" + host + page + L"\"}{\\fldrslt " + label +
                L"}}";
     };
     EXPECT_EQ(text,
               L"{\\rtf1\\ansi\\deff0{\\colortbl;\\red%lu\\green%lu\\blue%lu;\\red%lu\\green%lu\\blue%lu;"
               L"\\red%lu\\green%lu\\blue%lu;}\\cf2\\highlight1 \\cf2 Shader: " +
-                  field(L"/view/" + notice.id, notice.name) + editLink + L"\\line \\cf2 Author: " +
-                  field(L"/user/" + notice.author, notice.author) + L"\\line \\cf2 Description: " +
-                  description + L"\\par}");
-    EXPECT_FALSE(ComposeInfoText(info, notice.editor.c_str(), text)) << "no room for the terminator";
+                  field(L"/view/" + id, name) + editLink + L"\\line \\cf2 Author: " +
+                  field(L"/user/" + author, author) + L"\\line \\cf2 Description: " + shown + L"\\par}");
+    EXPECT_FALSE(ComposeInfoText(info, editor.c_str(), text)) << "no room for the terminator";
 }
 
 TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
@@ -131,11 +123,10 @@ TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
         {L"Text\n\t", 0},
     };
     for (const auto& [text, removed] : cases) {
-        ExpectNotice({L"id", text, text, text}, L"", text.substr(0, text.size() - removed));
+        ExpectNotice(L"id", text, text, text, text.substr(0, text.size() - removed));
     }
     const std::wstring longest(259, L'd');
-    ExpectNotice({std::wstring(19, L'i'), std::wstring(127, L'n'), std::wstring(63, L'u'), longest}, L"",
-                 longest);
+    ExpectNotice(std::wstring(19, L'i'), std::wstring(127, L'n'), std::wstring(63, L'u'), longest, longest);
 }
 
 TEST(Overlay, OmitsAnEditLinkThatExceedsItsField) {
@@ -144,7 +135,8 @@ TEST(Overlay, OmitsAnEditLinkThatExceedsItsField) {
     const std::size_t room = kPathUnits - 1 - begin.size() - end.size();
     for (const std::size_t length : {room - 1, room, room + 1, room + end.size(), kPathUnits - 1}) {
         const std::wstring editor(length, L'e');
-        ExpectNotice({.editor = editor}, length <= room ? begin + editor + end : L"", L"Text");
+        ExpectNotice(L"Xs3BR4", L"Name", L"Author", L"Text", L"Text", editor,
+                     length <= room ? begin + editor + end : L"");
     }
 }
 

@@ -99,10 +99,6 @@ extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfac
     return make ? TransferReference(new Factory(make), interfaceId, object) : CLASS_E_CLASSNOTAVAILABLE;
 }
 
-extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
-    return S_FALSE;
-}
-
 extern "C" long pixelforge::test::DoubleCount(const char* name) {
     const std::lock_guard lock(countLock);
     if (std::string_view(name) != "objects") {

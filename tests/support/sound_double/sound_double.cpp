@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <numbers>
 #include <utility>
 #include <vector>
 
@@ -20,11 +21,9 @@ namespace {
 
 constexpr HRESULT kNoDevice = static_cast<HRESULT>(0x80070490);
 constexpr HRESULT kDeviceGone = static_cast<HRESULT>(0x88890004);
-constexpr double kTwoPi = 6.28318530717958647692;
-constexpr double kLevel = 0.5;  ///< of full scale
 
 double Sine(double hertz, double seconds) {
-    return std::sin(kTwoPi * std::fmod(hertz * seconds, 1.0));
+    return std::sin(2 * std::numbers::pi * std::fmod(hertz * seconds, 1.0));
 }
 
 /// For manual use: four notes per second over a bass.
@@ -133,18 +132,15 @@ private:
 
     /// Two seconds of sound, the period of all signals.
     std::vector<BYTE> MakeLoop() const {
-        const bool music = IsSet("signal", "music") || Setting("signal").empty();
-        const double hertz = IsSet("signal", "sine") ? NumberSetting("hertz", 1000) : 0;
-        const std::size_t sampleBytes = format_.bits / 8;
+        const bool sine = IsSet("signal", "sine");
+        const double hertz = NumberSetting("hertz", 1000);
         std::vector<BYTE> loop(kLoopPackets * packetFrames_ * format_.frameBytes + 64);
         for (std::size_t frame = 0; frame < kLoopPackets * packetFrames_; ++frame) {
             const double seconds = static_cast<double>(frame) / format_.rate;
-            const double sample = kLevel * (music ? Music(seconds) : Sine(hertz, seconds));
+            const double sample = 0.5 * (sine ? Sine(hertz, seconds) : Music(seconds));
             for (std::size_t channel = 0; channel < format_.channels; ++channel) {
-                const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
-                if (place + sampleBytes <= loop.size()) {
-                    WriteSample(sample, format_.bits, &loop[place]);
-                }
+                WriteSample(sample, format_.bits,
+                            &loop[frame * format_.frameBytes + channel * (format_.bits / 8)]);
             }
         }
         return loop;
