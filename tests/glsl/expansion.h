@@ -98,13 +98,18 @@ inline bool Expand(IncludeContext& context, std::string text, std::uint32_t dept
     return true;
 }
 
-/// Uses the texts registered in `context`, with an empty included list.
-template <class Expansion>
-ExpandedText Expanded(IncludeContext& context, Expansion expand) {
+/// By the product or literally, with the texts registered in `context` and an empty included list.
+inline ExpandedText Expanded(IncludeContext& context, const std::string& text, bool literally) {
     context.includedCount = 0;
     context.unknownNames.clear();
     ExpandedText result;
-    result.success = expand(result);
+    if (literally) {
+        result.success = Expand(context, text, 0, result);
+    } else {
+        GrowBuffer output;
+        result.success = PreprocessIncludes(context, ExactText(text).get(), &output, result.line, 0);
+        result.output.assign(reinterpret_cast<const char*>(output.data.get()), output.count);
+    }
     for (std::int32_t i = 0; i < context.includedCount; ++i) {
         const IncludedName& entry = context.included[i];
         result.names += entry.name;
@@ -113,19 +118,6 @@ ExpandedText Expanded(IncludeContext& context, Expansion expand) {
         }
     }
     return result;
-}
-
-inline ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text) {
-    return Expanded(context, [&](ExpandedText& result) {
-        GrowBuffer output;
-        const bool success = PreprocessIncludes(context, ExactText(text).get(), &output, result.line, 0);
-        result.output.assign(reinterpret_cast<const char*>(output.data.get()), output.count);
-        return success;
-    });
-}
-
-inline ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text) {
-    return Expanded(context, [&](ExpandedText& result) { return Expand(context, text, 0, result); });
 }
 
 }  // namespace pixelforge

@@ -31,7 +31,7 @@ protected:
 
     /// "failed" if the run fails.
     std::string Expand(const std::string& text) {
-        const ExpandedText result = ExpandedByProduct(*context_, text);
+        const ExpandedText result = Expanded(*context_, text, false);
         return result.success ? result.output : "failed";
     }
     /// On Linux the backslash is an ordinary character in a file name.
@@ -169,8 +169,8 @@ TEST(LiteralExpansion, MatchesOnLongRandomTexts) {
             text += random() % 4 == 0 ? kPieces[random() % std::size(kPieces)]
                                       : kFillers[random() % std::size(kFillers)];
         }
-        const ExpandedText ours = ExpandedByProduct(*context, text);
-        const ExpandedText literal = ExpandedLiterally(*context, text);
+        const ExpandedText ours = Expanded(*context, text, false);
+        const ExpandedText literal = Expanded(*context, text, true);
         ASSERT_TRUE(ours == literal) << testing::PrintToString(text) << "\nbecomes " << ours.output
                                      << "\ninstead of " << literal.output;
         failures += !ours.success;

@@ -147,8 +147,7 @@ TEST_F(PassSource, MapsEveryLineToItsOrigin) {
     EXPECT_EQ(place, "SUFFIX:10") << "the last line";
 }
 
-// The version line and the prefix have 33 lines, Common begins at 34. Drivers start to count afresh at
-// `#line`.
+// The version line and the prefix have 33 lines, Common begins at 34. At `#line`, drivers count afresh.
 TEST_F(PassSource, NamesTheAuthorsLineOfLogLinesAndRefusedIncludes) {
     std::string names;
     for (int i = 0; i < kIncludeEntries - 4; ++i) {

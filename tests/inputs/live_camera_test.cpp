@@ -123,7 +123,7 @@ bool IsInOwnApartment() {
 
 TEST_F(LiveCamera, LeavesItsOwnApartmentAndNoOther) {
     kCamera.Set("");
-    std::thread([] {  // the system may have put the main thread into one
+    std::jthread([] {  // the system may have put the main thread into one
         EXPECT_TRUE(LoadWebcam());
         EXPECT_TRUE(IsInOwnApartment());
         UnloadWebcam();
@@ -132,8 +132,7 @@ TEST_F(LiveCamera, LeavesItsOwnApartmentAndNoOther) {
         std::thread(LoadWebcam).join();
         UnloadWebcam();
         EXPECT_TRUE(IsInOwnApartment());
-    })
-        .join();
+    });
 }
 
 TEST_F(LiveCamera, IsNotClosedWhileItOpens) {

@@ -14,8 +14,7 @@
 #include "inputs/audio_capture.h"
 #include "tests/inputs/live_run.h"
 
-/// The system does not reveal how often its timer's resolution has been raised, so these calls are linked
-/// here.
+/// The system does not reveal how often its timer's resolution has been raised, so the calls end here.
 static std::atomic<int> raises{0};
 static std::atomic<int> lowers{0};
 extern "C" {
@@ -203,10 +202,9 @@ TEST_F(CaptureThread, SleepsWithARaisedTimerAlsoAfterSingleFailures) {
 }
 
 TEST_F(CaptureThread, ReadersNeverSeeTornSpectra) {
-    std::atomic<bool> stop{false};
-    std::thread writer([&] {
+    const std::jthread writer([](const std::stop_token& stop) {
         SpectrumBytes bytes = {};
-        for (std::uint8_t level = 0; !stop; ++level) {
+        for (std::uint8_t level = 0; !stop.stop_requested(); ++level) {
             bytes.fill(level);
             PublishSpectrum(bytes);
         }
@@ -218,8 +216,6 @@ TEST_F(CaptureThread, ReadersNeverSeeTornSpectra) {
         changes += bytes[0] != last;
         last = bytes[0];
     }
-    stop = true;
-    writer.join();
 }
 
 }  // namespace

@@ -22,8 +22,7 @@
 namespace pixelforge::test {
 namespace {
 
-/// Slow and literal: textbook recursion, library functions, no tables. The product must match it byte for
-/// byte.
+/// Slow and literal: textbook recursion, no tables. The product must match it byte for byte.
 struct ReferenceSpectrum {
     ReferenceSpectrum(double rate, bool isLinear) : linear(isLinear) {
         const double bins = std::round(2.048e7 / rate);
@@ -91,27 +90,20 @@ struct ReferenceSpectrum {
             spectrumPeak = std::fmax(spectrumPeak, average[i]);
         }
         Smooth(ring);
-        steps.push_back(Bytes());
-        for (double& peak : binPeak) {
-            peak *= 0.999;
+        SpectrumBytes& bytes = steps.emplace_back();
+        for (std::size_t i = 0; i < 512; ++i) {
+            const double share = average[i] / (linear ? binPeak[i] : spectrumPeak);
+            bytes[i] = static_cast<std::uint8_t>(std::isnan(share) ? 0 : std::clamp(share, 0.0, 1.0) * 255);
+            // Levels outside the 32-bit range become its lowest integer, whose low byte is 0.
+            const double level = std::fmin((ring[i] - waveMin) * (1 / (waveMax - waveMin)) * 255, 255);
+            bytes[512 + i] =
+                static_cast<std::uint8_t>(level > -2147483649.0 ? static_cast<std::int32_t>(level) : 0);
+            binPeak[i] *= 0.999;
         }
         spectrumPeak *= 0.999;
         const double d = (waveMax - waveMin) * (1 - 0.999);
         waveMin += d;
         waveMax -= d;
-    }
-
-    /// The processor converts levels outside the 32-bit range to the lowest integer, whose low byte is 0.
-    SpectrumBytes Bytes() const {
-        SpectrumBytes bytes = {};
-        for (std::size_t i = 0; i < 512; ++i) {
-            const double share = average[i] / (linear ? binPeak[i] : spectrumPeak);
-            bytes[i] = static_cast<std::uint8_t>(std::isnan(share) ? 0 : std::clamp(share, 0.0, 1.0) * 255);
-            const double level = std::fmin((ring[i] - waveMin) * (1 / (waveMax - waveMin)) * 255, 255);
-            bytes[512 + i] =
-                static_cast<std::uint8_t>(level > -2147483649.0 ? static_cast<std::int32_t>(level) : 0);
-        }
-        return bytes;
     }
 
     const bool linear;

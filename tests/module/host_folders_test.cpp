@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "module/overlay.h"
 #include "module/playlist.h"
@@ -17,29 +17,27 @@ namespace {
 TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
     const std::wstring files = L"C:\\Program Files";
     const std::wstring app = L"C:\\Users\\u\\Roaming";
-    const std::wstring installed = files + L"\\Larkvane\\Moonreel";
+    const std::wstring installed = files + L"\\Larkvane\\Moonreel|" + files + L"\\Larkvane\\Moonreel\\DLL|";
+    const std::wstring roaming = L"\\Larkvane\\Moonreel|Installed\n";
+    const std::wstring portable = files + L"|" + files + L"\\DLL|" + files + L"|Portable\n";
     // Program path, program files, application data; the three folders and the kind.
-    const std::vector<std::wstring> cases[] = {
-        {L"D:\\C\\Projects\\x\\h.exe", files, app,  //
-         L"D:\\C\\Projects\\x", L"D:\\C\\Projects\\x", L"D:\\Moonreel", L"Debugging"},
-        {L"D:\\C\\Projects\\h.exe", L"D:\\C", app,  //
-         L"D:\\C\\Projects", L"D:\\C\\Projects", L"D:\\Moonreel", L"Debugging"},
-        {files + L"\\a\\h.exe", files, app,  //
-         installed, installed + L"\\DLL", app + L"\\Larkvane\\Moonreel", L"Installed\n"},
-        {L"c:\\program files\\h.exe", files, L"C:\\r\\\\",  //
-         installed, installed + L"\\DLL", L"C:\\r\\Larkvane\\Moonreel", L"Installed\n"},
-        {files + L"\\h.exe", files + L"\\\\", app, files, files + L"\\DLL", files, L"Portable\n"},
-        {files + L"\\h.exe", L"", app, files, files + L"\\DLL", files, L"Portable\n"},
-        {L"E:\\h.exe", files, app, L"E:", L"E:\\DLL", L"E:", L"Portable\n"},
-        {L"D:\\C\\Projects", L"", L"", L"D:\\C", L"D:\\C\\DLL", L"D:\\C", L"Portable\n"},
-        {L"", L"", L"", L"", L"\\DLL", L"", L"Portable\n"},
-        {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"", L"\\DLL", L"", L"Portable\n"},
+    const std::tuple<std::wstring, std::wstring, std::wstring, std::wstring> cases[] = {
+        {LR"(D:\C\Projects\x\h.exe)", files, app,
+         LR"(D:\C\Projects\x|D:\C\Projects\x|D:\Moonreel|Debugging)"},
+        {LR"(D:\C\Projects\h.exe)", L"D:\\C", app, LR"(D:\C\Projects|D:\C\Projects|D:\Moonreel|Debugging)"},
+        {files + LR"(\a\h.exe)", files, app, installed + app + roaming},
+        {LR"(c:\program files\h.exe)", files, LR"(C:\r\\)", installed + L"C:\\r" + roaming},
+        {files + L"\\h.exe", files + LR"(\\)", app, portable},
+        {files + L"\\h.exe", L"", app, portable},
+        {L"E:\\h.exe", files, app, L"E:|E:\\DLL|E:|Portable\n"},
+        {LR"(D:\C\Projects)", L"", L"", L"D:\\C|D:\\C\\DLL|D:\\C|Portable\n"},
+        {L"", L"", L"", L"|\\DLL||Portable\n"},
+        {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"|\\DLL||Portable\n"},
     };
-    for (const auto& each : cases) {
-        const HostFolders folders = FindHostFolders(
-            {.programPath = each[0].c_str(), .programFiles = each[1].c_str(), .appData = each[2].c_str()});
-        EXPECT_EQ(each, (std::vector<std::wstring>{each[0], each[1], each[2], folders.program,
-                                                   folders.library, folders.data, folders.mode}));
+    for (const auto& [program, programFiles, appData, expected] : cases) {
+        const HostFolders found = FindHostFolders({program.c_str(), programFiles.c_str(), appData.c_str()});
+        EXPECT_EQ(std::wstring(found.program) + L"|" + found.library + L"|" + found.data + L"|" + found.mode,
+                  expected);
     }
 }
 

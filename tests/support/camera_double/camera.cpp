@@ -79,16 +79,11 @@ public:
         return *pins ? S_OK : E_FAIL;
     }
     STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override {
-        *info = {{}, graph_};
-        if (graph_) {
-            graph_->AddRef();
-        }
+        *info = {{}, Microsoft::WRL::ComPtr<IFilterGraph>(graph_).Detach()};
         return S_OK;
     }
     STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override {
-        if (graph && name_ != name) {
-            CountCall("misuse");
-        }
+        Require(!graph || name_ == name);
         return Set(graph_, graph);
     }
     UNUSED_METHODS((GetSyncSource, IReferenceClock**), (GetClassID, CLSID*), (FindPin, LPCWSTR, IPin**),
@@ -96,9 +91,7 @@ public:
 
     /// Only a stopped filter may be disconnected.
     STDMETHODIMP Disconnect() override {
-        if (peer_ && state_ != State_Stopped) {
-            CountCall("misuse");
-        }
+        Require(!peer_ || state_ == State_Stopped);
         return std::exchange(peer_, nullptr) ? S_OK : S_FALSE;
     }
     STDMETHODIMP ConnectedTo(IPin** pin) override {
@@ -156,7 +149,7 @@ AM_MEDIA_TYPE* MakeType(const SIZE& size) {
     *type = {};
     type->majortype = MEDIATYPE_Video;
     type->subtype = MEDIASUBTYPE_RGB24;
-    type->formattype = IsSet("formattype", "other") ? FORMAT_None : FORMAT_VideoInfo;
+    type->formattype = Setting("formattype") == "other" ? FORMAT_None : FORMAT_VideoInfo;
     type->cbFormat = static_cast<ULONG>(NumberSetting("formatbytes", sizeof(VIDEOINFOHEADER)));
     type->pbFormat = reinterpret_cast<BYTE*>(format);
     return type;
@@ -186,8 +179,8 @@ public:
             return {};
         }
         const auto bits = static_cast<WORD>(NumberSetting("image", 32));
-        const bool topDown = IsSet("topdown", "1");
-        const bool quadrants = IsSet("pattern", "quadrants");
+        const bool topDown = Setting("topdown") == "1";
+        const bool quadrants = Setting("pattern") == "quadrants";
         const double seconds = static_cast<double>(GetTickCount64() - startTick_) / 1000;
         const auto [width, height] = size_;
         const BITMAPINFOHEADER header = {
@@ -231,8 +224,8 @@ public:
     }
     STDMETHODIMP GetFormat(AM_MEDIA_TYPE** type) override {
         const bool fails = Fails("getformat");
-        *type = fails || IsSet("null", "type") ? nullptr : MakeType(size_);
-        if (*type && IsSet("null", "format")) {
+        *type = fails || Setting("null") == "type" ? nullptr : MakeType(size_);
+        if (*type && Setting("null") == "format") {
             CoTaskMemFree(std::exchange((*type)->pbFormat, nullptr));
         }
         return fails ? E_FAIL : S_OK;
@@ -280,7 +273,7 @@ public:
         if (Fails("image") || !windowless_ || bytes.empty()) {
             return E_FAIL;
         }
-        if (!IsSet("null", "image")) {
+        if (Setting("null") != "image") {
             const auto size =
                 static_cast<std::size_t>(NumberSetting("block", static_cast<double>(bytes.size())));
             *image = static_cast<BYTE*>(NewTaskBlock(size, 0));
@@ -310,7 +303,7 @@ void ListCamera(bool listed) {
                                    nullptr, &key, nullptr) != ERROR_SUCCESS) {
         return;
     }
-    if (!IsSet("device", "nameless")) {
+    if (Setting("device") != "nameless") {
         RegSetValueExW(key, L"FriendlyName", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"C"), 4);
     }
     RegSetValueExW(key, L"CLSID", 0, REG_SZ, reinterpret_cast<const BYTE*>(kCameraText), sizeof(kCameraText));
@@ -324,7 +317,7 @@ const struct Unlister {
 
 /// The module creates the renderer first, so the device list is up to date when it searches for a camera.
 IUnknown* MakeRenderer() {
-    ListCamera(!IsSet("device", "none"));
+    ListCamera(Setting("device") != "none");
     return Fails("renderer") ? nullptr : static_cast<IBaseFilter*>(new Renderer(L"Video Mixing Renderer"));
 }
 
