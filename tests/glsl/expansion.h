@@ -7,16 +7,12 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "fuzz/fuzz_input.h"
 #include "glsl/include_preprocessor.h"
 
 namespace pixelforge {
 
-/// A block of exactly the text and its NUL, so that sanitizers catch a read past the end.
-inline HeapText CopyText(std::string_view text) {
-    HeapText copy = AllocateHeapText(text.size() + 1);
-    text.copy(copy.get(), text.size());
-    return copy;
-}
+using fuzz::ExactText;
 
 struct ExpandedText {
     bool success = false;
@@ -62,13 +58,10 @@ inline bool Expand(IncludeContext& context, std::string text, std::uint32_t dept
 inline bool ExpandDirective(IncludeContext& context, const std::string& text, std::size_t cursor,
                             std::uint32_t depth, ExpandedText& result) {
     const std::size_t open = text.find_first_not_of(" \t", cursor + 8);
-    const std::size_t close = text[open] == '"' ? text.find('"', open + 1) : std::string::npos;
-    if (close == std::string::npos) {
-        return false;
-    }
+    const std::size_t close = text.find('"', open + 1);
     const std::string narrow = text.substr(open + 1, close - open - 1);
-    const auto name = Widen(narrow, IsValidUtf8(narrow) ? TextEncoding::Utf8 : TextEncoding::AnsiCodePage);
-    if (!name || name->size() + 1 > 260) {
+    const auto name = Widen(narrow, DetectEncoding(narrow));
+    if (text[open] != '"' || close == std::string::npos || !name || name->size() > 259) {
         return false;
     }
     std::uint32_t length = 0;
@@ -105,13 +98,18 @@ inline bool Expand(IncludeContext& context, std::string text, std::uint32_t dept
     return true;
 }
 
-/// Uses the texts registered in `context`, with an empty included list.
-template <class Expansion>
-ExpandedText Expanded(IncludeContext& context, Expansion expand) {
+/// By the product or literally, with the texts registered in `context` and an empty included list.
+inline ExpandedText Expanded(IncludeContext& context, const std::string& text, bool literally) {
     context.includedCount = 0;
     context.unknownNames.clear();
     ExpandedText result;
-    result.success = expand(result);
+    if (literally) {
+        result.success = Expand(context, text, 0, result);
+    } else {
+        GrowBuffer output;
+        result.success = PreprocessIncludes(context, ExactText(text).get(), &output, result.line, 0);
+        result.output.assign(reinterpret_cast<const char*>(output.data.get()), output.count);
+    }
     for (std::int32_t i = 0; i < context.includedCount; ++i) {
         const IncludedName& entry = context.included[i];
         result.names += entry.name;
@@ -120,19 +118,6 @@ ExpandedText Expanded(IncludeContext& context, Expansion expand) {
         }
     }
     return result;
-}
-
-inline ExpandedText ExpandedByProduct(IncludeContext& context, std::string_view text) {
-    return Expanded(context, [&](ExpandedText& result) {
-        GrowBuffer output;
-        const bool success = PreprocessIncludes(context, CopyText(text).get(), &output, result.line, 0);
-        result.output.assign(reinterpret_cast<const char*>(output.data.get()), output.count);
-        return success;
-    });
-}
-
-inline ExpandedText ExpandedLiterally(IncludeContext& context, const std::string& text) {
-    return Expanded(context, [&](ExpandedText& result) { return Expand(context, text, 0, result); });
 }
 
 }  // namespace pixelforge

@@ -31,7 +31,7 @@ protected:
 
     /// "failed" if the run fails.
     std::string Expand(const std::string& text) {
-        const ExpandedText result = ExpandedByProduct(*context_, text);
+        const ExpandedText result = Expanded(*context_, text, false);
         return result.success ? result.output : "failed";
     }
     /// On Linux the backslash is an ordinary character in a file name.
@@ -58,8 +58,8 @@ TEST_F(Preprocessor, FindsRegisteredTextsByName) {
         {"#include \"\xC3\xA4\"\n", "umlaut\n"},
         {"#include \"\xE4\"\n", "umlaut\n"},
     };
-    RegisterVirtualInclude(*context_, L"Common", CopyText("shared"));
-    RegisterVirtualInclude(*context_, L"\u00E4", CopyText("umlaut"));
+    RegisterVirtualInclude(*context_, L"Common", ExactText("shared"));
+    RegisterVirtualInclude(*context_, L"\u00E4", ExactText("umlaut"));
     RegisterVirtualInclude(*context_, L"Nothing", nullptr);
     for (const auto& [text, expected] : cases) {
         EXPECT_EQ(Expand(text), expected) << text;
@@ -69,7 +69,7 @@ TEST_F(Preprocessor, FindsRegisteredTextsByName) {
 TEST_F(Preprocessor, RefusesEntriesBeyondTheTables) {
     std::string text;
     for (int i = 0; i < kIncludeEntries; ++i) {
-        EXPECT_TRUE(RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), CopyText("x")));
+        EXPECT_TRUE(RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), ExactText("x")));
         text += "#include \"n" + std::to_string(i) + "\"\n";
     }
     EXPECT_FALSE(RegisterVirtualInclude(*context_, L"more", nullptr));
@@ -86,20 +86,15 @@ TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder)
     root_.Write("current/both.glsl", "current");
     root_.Write("current/own.glsl", "one\r\ntwo\rthree\n\n\n#include \"own.glsl\"\n");
     root_.Write("outer.glsl", "outer");
-    for (const auto& [name, bytes] : {std::pair("both.glsl", "library"sv),
-                                      {"lib.glsl", "library"sv},
-                                      {"known.glsl", "library"sv},
-                                      {"real.glsl.", "library"sv},
-                                      {"empty.glsl", ""sv},
-                                      {"zero.glsl", "\0\0\0"sv},
-                                      {"marked.glsl", "\xEF\xBB\xBFmarked"sv},
-                                      {"little.glsl",
-                                       "\xFF\xFE"
-                                       "a\0\xE4\0\n\0"sv},
-                                      {"big.glsl", "\xFE\xFF\0a\0\n\0"sv}}) {
-        WriteInFolder(name, bytes);
+    for (const char* name : {"both.glsl", "lib.glsl", "known.glsl", "real.glsl."}) {
+        WriteInFolder(name, "library");
     }
-    RegisterVirtualInclude(*context_, L"KNOWN.GLSL", CopyText("registered"));
+    WriteInFolder("empty.glsl", "");
+    WriteInFolder("zero.glsl", "\0\0\0"sv);
+    WriteInFolder("marked.glsl", "\xEF\xBB\xBFmarked");
+    WriteInFolder("little.glsl", "\xFF\xFE\x61\0\xE4\0\n\0"sv);
+    WriteInFolder("big.glsl", "\xFE\xFF\0a\0\n\0"sv);
+    RegisterVirtualInclude(*context_, L"KNOWN.GLSL", ExactText("registered"));
     const std::tuple<std::string, const char*, const char*> cases[] = {
         {"both.glsl", "current\n", "library\n"},
         {"lib.glsl", "library\n", "library\n"},
@@ -157,9 +152,9 @@ TEST_F(Preprocessor, DoesNotLookForAFileAgainInTheSameRun) {
 // texts to include nest, leave comments open and end without a newline.
 TEST(LiteralExpansion, MatchesOnLongRandomTexts) {
     const HeapRecord<IncludeContext> context = NewHeapRecord<IncludeContext>();
-    RegisterVirtualInclude(*context, L"", CopyText("/*\n#include \"a\"\n*/ <empty>\n#include \"\"\n"));
-    RegisterVirtualInclude(*context, L"a", CopyText("<a>\n#include \"//\"\n/* open"));
-    RegisterVirtualInclude(*context, L"//", CopyText("#include \"gone\"\n#include \"\"\nx"));
+    RegisterVirtualInclude(*context, L"", ExactText("/*\n#include \"a\"\n*/ <empty>\n#include \"\"\n"));
+    RegisterVirtualInclude(*context, L"a", ExactText("<a>\n#include \"//\"\n/* open"));
+    RegisterVirtualInclude(*context, L"//", ExactText("#include \"gone\"\n#include \"\"\nx"));
     // Three pieces in four are fillers: with more directives, most texts would fail within their first lines.
     constexpr std::string_view kFillers[] = {"/", "*", "\n", " ", "a", "*/"};
     constexpr std::string_view kPieces[] = {
@@ -174,8 +169,8 @@ TEST(LiteralExpansion, MatchesOnLongRandomTexts) {
             text += random() % 4 == 0 ? kPieces[random() % std::size(kPieces)]
                                       : kFillers[random() % std::size(kFillers)];
         }
-        const ExpandedText ours = ExpandedByProduct(*context, text);
-        const ExpandedText literal = ExpandedLiterally(*context, text);
+        const ExpandedText ours = Expanded(*context, text, false);
+        const ExpandedText literal = Expanded(*context, text, true);
         ASSERT_TRUE(ours == literal) << testing::PrintToString(text) << "\nbecomes " << ours.output
                                      << "\ninstead of " << literal.output;
         failures += !ours.success;

@@ -27,7 +27,7 @@ protected:
     RenderPass& Add(PassKind kind, std::string_view code) {
         RenderPass& pass = document_->passes[static_cast<std::size_t>(kind)];
         pass.kind = kind;
-        pass.code = CopyText(code);
+        pass.code = ExactText(code);
         return pass;
     }
     /// The module's own texts before and after a pass's code.
@@ -122,8 +122,8 @@ TEST_F(PassSource, MapsEveryLineToItsOrigin) {
         lines.Begin(stale, lines.AddSource("of an earlier run"), 1);
     }
     RegisterVirtualInclude(*context_, L"deep",
-                           CopyText("deep:1\n#include \"deeper\"\n#include \"deeper\"\ndeep:4\n"));
-    RegisterVirtualInclude(*context_, L"deeper", CopyText("\ndeeper:2"));
+                           ExactText("deep:1\n#include \"deeper\"\n#include \"deeper\"\ndeep:4\n"));
+    RegisterVirtualInclude(*context_, L"deeper", ExactText("\ndeeper:2"));
     Add(PassKind::Common,
         "Common:1\n#include \"gone\"\nCommon:3\n/* Common:4\n#include \"gone\" Common:5\n*/ Common:6\n");
     const RenderPass& pass = Add(PassKind::BufferC,
@@ -147,8 +147,7 @@ TEST_F(PassSource, MapsEveryLineToItsOrigin) {
     EXPECT_EQ(place, "SUFFIX:10") << "the last line";
 }
 
-// The version line and the prefix have 33 lines, Common begins at 34. Drivers start to count afresh at
-// `#line`.
+// The version line and the prefix have 33 lines, Common begins at 34. At `#line`, drivers count afresh.
 TEST_F(PassSource, NamesTheAuthorsLineOfLogLinesAndRefusedIncludes) {
     std::string names;
     for (int i = 0; i < kIncludeEntries - 4; ++i) {
@@ -213,7 +212,7 @@ TEST_F(PassSource, NamesTheAuthorsLineOfLogLinesAndRefusedIncludes) {
     };
     for (const auto& [common, image, log, message] : cases) {
         for (int i = 0; i < kIncludeEntries - 4; ++i) {
-            RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), CopyText("\nb"));
+            RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), ExactText("\nb"));
         }
         EXPECT_EQ(Message(common, image, log), message) << common << image;
     }

@@ -18,7 +18,6 @@ struct DeviceDouble {
     const char* settings;
     const wchar_t* library;
 
-    /// A double rereads its settings in every call.
     void Set(const std::string& text) const { SetEnvironmentVariableA(settings, text.c_str()); }
 
     /// See the double's exports.
@@ -65,13 +64,18 @@ protected:
 constexpr std::int32_t kWidth = 512;
 constexpr std::int32_t kHeight = 48;
 
-/// Loads the module on construction and unloads it on destruction. The image pass has one channel, of type
-/// `channel`.
+/// Loads the module, and unloads it on destruction. The image pass has one channel, of type `channel`.
 class LiveRun : preview::ModuleLibrary, public ModuleRun {
 public:
     LiveRun(const char* channel, const char* body, preview::HostWindow* window = nullptr)
-        : ModuleRun(DocumentBuilder().Image(MainImage(body), {{.channel = 0, .ctype = channel}}).Json(),
-                    Options(window), *this) {}
+        : ModuleRun(ImageDocument(body, {{.ctype = channel}}),
+                    {.width = kWidth, .height = kHeight, .window = window}, *this) {}
+
+    /// The instance lives until the module is unloaded.
+    void KeepInstance() {
+        auto& functions = const_cast<preview::ModuleFunctions&>(Functions());
+        functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
+    }
 
     /// Draws until `seen` returns true. A failed frame fails the test.
     template <class Condition>
@@ -81,15 +85,6 @@ public:
             EXPECT_EQ(result, FrameResult::Drawn);
             return result != FrameResult::Drawn || seen();
         });
-    }
-
-private:
-    static RunOptions Options(preview::HostWindow* window) {
-        RunOptions options;
-        options.width = kWidth;
-        options.height = kHeight;
-        options.window = window;
-        return options;
     }
 };
 

@@ -7,14 +7,14 @@
 #include <atomic>
 #include <cmath>
 #include <optional>
+#include <ranges>
 #include <thread>
 #include <tuple>
 
 #include "inputs/audio_capture.h"
 #include "tests/inputs/live_run.h"
 
-/// The system does not reveal how often its timer's resolution has been raised, so these calls are linked
-/// here.
+/// The system does not reveal how often its timer's resolution has been raised, so the calls end here.
 static std::atomic<int> raises{0};
 static std::atomic<int> lowers{0};
 extern "C" {
@@ -45,22 +45,17 @@ public:
 
     /// The peak within 10 columns of `column`, 0 if they are black. The tilt can raise noise farther away.
     int PeakNear(int column) const {
-        int peak = column - 10;
-        for (int x = peak; x <= column + 10; ++x) {
-            peak = Level(x, 0) > Level(peak, 0) ? x : peak;
-        }
-        return Level(peak, 0) > 0 ? peak : 0;
+        const auto level = [this](int x) { return Level(x, 0); };
+        const int peak = std::ranges::max(std::views::iota(column - 10, column + 11), {}, level);
+        return level(peak) > 0 ? peak : 0;
     }
 
     bool ShowsTone(int column) const { return std::abs(PeakNear(column) - column) <= 2; }
 
     /// How often the waveform crosses its middle.
     int Crossings() const {
-        int crossings = 0;
-        for (int x = 1; x < 512; ++x) {
-            crossings += (Level(x, 1) > 127) != (Level(x - 1, 1) > 127);
-        }
-        return crossings;
+        const auto crosses = [this](int x) { return (Level(x, 1) > 127) != (Level(x - 1, 1) > 127); };
+        return static_cast<int>(std::ranges::count_if(std::views::iota(1, 512), crosses));
     }
 };
 
@@ -207,10 +202,9 @@ TEST_F(CaptureThread, SleepsWithARaisedTimerAlsoAfterSingleFailures) {
 }
 
 TEST_F(CaptureThread, ReadersNeverSeeTornSpectra) {
-    std::atomic<bool> stop{false};
-    std::thread writer([&] {
+    const std::jthread writer([](const std::stop_token& stop) {
         SpectrumBytes bytes = {};
-        for (std::uint8_t level = 0; !stop; ++level) {
+        for (std::uint8_t level = 0; !stop.stop_requested(); ++level) {
             bytes.fill(level);
             PublishSpectrum(bytes);
         }
@@ -222,8 +216,6 @@ TEST_F(CaptureThread, ReadersNeverSeeTornSpectra) {
         changes += bytes[0] != last;
         last = bytes[0];
     }
-    stop = true;
-    writer.join();
 }
 
 }  // namespace

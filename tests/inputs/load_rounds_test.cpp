@@ -4,9 +4,6 @@
 #include <optional>
 #include <vector>
 
-#include "base/text.h"
-#include "base/win_handles.h"
-#include "preview/host/staged_shader.h"
 #include "tests/inputs/live_run.h"
 #include "tests/support/load_round.h"
 #include "tests/support/process_census.h"
@@ -14,22 +11,16 @@
 namespace pixelforge::test {
 namespace {
 
+using LoadRounds = DeviceTest;
+
 constexpr const char* kWhite = "c = vec4(1);";
 
-class LoadRounds : public DeviceTest {};
-
-/// Loads and unloads without an instance, as a host does that looks through its modules, and then with a
-/// frame.
+/// Loads and unloads without an instance, as a host does that lists its modules, and then with a frame.
 void Round(DWORD stay) {
     const long calls = kSound.Count("any");
     EXPECT_TRUE(LoadRoundMilliseconds(stay)) << "cannot load and unload the module";
     EXPECT_EQ(kSound.Count("any"), calls) << "the sound system was used without an instance";
     EXPECT_EQ(LiveRun("music", kWhite).Frame(), FrameResult::Drawn);
-}
-
-/// Threads may briefly outlive the module's unloading.
-void ExpectThreads(std::size_t most) {
-    EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= most; }));
 }
 
 TEST_F(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
@@ -48,7 +39,7 @@ TEST_F(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
     for (int i = 0; i < 25; ++i) {
         eightRounds();
     }
-    ExpectThreads(threads);
+    EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; })) << "they may briefly live on";
     EXPECT_LE(OpenHandles(), handles + 5);
     EXPECT_LE(WorkingSetBytes(), bytes + (4U << 20));
 }
@@ -65,16 +56,10 @@ TEST_F(LoadRounds, AProcessWithoutFreeSlotsLoadsTheModule) {
 /// Unloads the module without destroying its instance.
 void UnloadLiveInstance(
     preview::HostWindow& window, bool draws, DWORD stay, void (*beforeUnload)(HWND) = [](HWND) {}) {
-    const preview::ModuleLibrary library;
-    preview::ModuleFunctions functions = library.Functions();
-    functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
-    const auto drop =
-        preview::StagedShader::OfDocument(BytesOf(DocumentBuilder().Image(MainImage(kWhite)).Json()));
-    preview::HostSession session(
-        functions, {.width = 32, .height = 24, .playlistName = drop.PlaylistName(), .window = &window});
-    session.Open();
+    LiveRun run("music", kWhite, &window);
+    run.KeepInstance();
     if (draws) {
-        EXPECT_EQ(session.DrawFrame(), FrameResult::Drawn);
+        EXPECT_EQ(run.Frame(), FrameResult::Drawn);
     }
     Sleep(stay);
     beforeUnload(window.Handle());
@@ -91,10 +76,10 @@ TEST_F(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
             preview::HostWindow window(32, 24);
             const LONG_PTR procedure = GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC);
             UnloadLiveInstance(window, i % 2 == 1, stays[i / 2]);
-            EXPECT_TRUE(WaitUntil([&] {
-                return !GetModuleHandleW(L"Pixelforge.dll") && kSound.Count("objects") == counts[0];
-            })) << "the capture thread was terminated: "
-                << sound << ", row " << i;
+            const auto isUnloaded = [] { return !GetModuleHandleW(L"Pixelforge.dll"); };
+            EXPECT_TRUE(WaitUntil(isUnloaded) &&
+                        WaitUntil([&] { return kSound.Count("objects") == counts[0]; }))
+                << sound << ", row " << i << ": the capture thread was terminated";
             EXPECT_EQ(GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC), procedure);
             SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
         }
@@ -116,15 +101,12 @@ TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
             EXPECT_TRUE(WaitUntil([&] { return kSound.Count("objects") == counts[0]; }));
         }
         EXPECT_TRUE(WaitUntil([] { return !GetModuleHandleW(L"Pixelforge.dll"); }));
-        ExpectThreads(threads);
+        EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; }));
     }
     counts = Counts();  // the terminated thread's objects are lost
     kSound.Set("signal=sine;hertz=1000");
     Round(400);
 }
-
-/// These tests leave the module loaded, so each runs in a process of its own.
-using PinnedModule = DeviceTest;
 
 void ExitIfPinned() {
     const bool pinned = GetModuleHandleW(L"Pixelforge.dll") && !testing::Test::HasFailure();
@@ -163,7 +145,8 @@ void TheWindowsProcedureEndsItsInstanceDuringACall() {
     ExitIfPinned();
 }
 
-TEST_F(PinnedModule, SurvivesWhileAWindowMayCallIt) {
+/// The module stays loaded, so each case runs in a process of its own.
+TEST_F(LoadRounds, TheModuleStaysWhileAWindowMayCallIt) {
     EXPECT_EXIT(AnotherSubclassOnTopStillCallsIt(), testing::ExitedWithCode(0), "still loaded");
     EXPECT_EXIT(TheWindowsProcedureEndsItsInstanceDuringACall(), testing::ExitedWithCode(0), "still loaded");
 }

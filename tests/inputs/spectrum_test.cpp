@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <complex>
+#include <cstdint>
 #include <cstring>
 #include <functional>
 #include <limits>
@@ -19,42 +22,22 @@
 namespace pixelforge::test {
 namespace {
 
-/// Slow and literal: textbook recursion, library functions, no tables. The product must match it byte for
-/// byte.
-class ReferenceSpectrum {
-public:
-    explicit ReferenceSpectrum(double rate, bool linear) : linear_(linear) {
+/// Slow and literal: textbook recursion, no tables. The product must match it byte for byte.
+struct ReferenceSpectrum {
+    ReferenceSpectrum(double rate, bool isLinear) : linear(isLinear) {
         const double bins = std::round(2.048e7 / rate);
-        binsTo20k_ = bins >= 1 && bins < 2147483648.0 ? static_cast<std::int32_t>(bins) : 512;
-        std::ranges::fill(binPeak_, std::numeric_limits<double>::lowest());
+        binsTo20k = bins >= 1 && bins < 2147483648.0 ? bins : 512;
     }
 
-    /// Adds frames of a readable format; appends the bytes of each completed spectrum step to `steps`.
-    void Add(const SampleFormat& format, const std::byte* data, std::size_t frames) {
-        const std::size_t bytes = format.bitsPerSample / 8;
-        for (std::size_t i = 0; i < frames; ++i, data += format.frameBytes) {
-            const double first = Sample(bytes, data);
-            ring_[ringPos_] = format.channels == 2 ? (first + Sample(bytes, data + bytes)) * 0.5 : first;
-            ringPos_ = (ringPos_ + 1) % 1024;
-            if (ringPos_ == 0) {
-                Step();
-            }
+    /// Appends the bytes of a spectrum step for every 1024 samples to `steps`.
+    void Add(std::span<const double> mono) {
+        for (; mono.size() >= 1024; mono = mono.subspan(1024)) {
+            std::ranges::copy(mono.first(1024), ring);
+            Step();
         }
     }
 
-    std::vector<SpectrumBytes> steps;
-    double average[512] = {};
-    double spectrumPeak = std::numeric_limits<double>::lowest();
-
-private:
     using Complex = std::complex<double>;
-
-    static double Sample(std::size_t bytes, const std::byte* place) {
-        std::int16_t integer = 0;
-        float real = 0;
-        std::memcpy(bytes == 2 ? static_cast<void*>(&integer) : &real, place, bytes);
-        return bytes == 2 ? integer : real;
-    }
 
     static std::valarray<Complex> Transform(const std::valarray<Complex>& x) {
         const std::size_t n = x.size();
@@ -82,65 +65,57 @@ private:
             means[j] = (a[2 * j] + a[2 * j + 1]) / 2;
         }
         for (int i = 0; i < 512; ++i) {
-            const int k = i / 2;
-            const double f = i * 0.5 - k;
-            a[i] = (1 - f) * means[k] + f * means[k + 1];
+            const double f = i % 2 * 0.5;
+            a[i] = (1 - f) * means[i / 2] + f * means[i / 2 + 1];
         }
     }
 
     void Step() {
         std::valarray<Complex> x(1024);
         for (std::size_t n = 0; n < 1024; ++n) {
-            x[n] = (1 - std::cos(static_cast<double>(n) * 0.00614192112138767)) * 0.5 * ring_[n];
+            x[n] = (1 - std::cos(static_cast<double>(n) * 0.00614192112138767)) * 0.5 * ring[n];
         }
         x = Transform(x);
-        for (int i = 0; i < 512; ++i) {
-            const auto bin = static_cast<std::int64_t>(i * (binsTo20k_ / 512.0)) % 1024;
-            const Complex value = x[static_cast<std::size_t>(bin)];
+        for (std::size_t i = 0; i < 512; ++i) {
+            const auto column = static_cast<double>(i);
+            const Complex value = x[static_cast<std::size_t>(column * (binsTo20k / 512)) % 1024];
             const double p = value.real() * value.real() + value.imag() * value.imag();
-            average[i] = (8 * average[i] + (linear_ ? p : std::log10(p + 1) * i * 0.1953125)) / 9;
-            binPeak_[i] = std::fmax(binPeak_[i], average[i]);
+            average[i] = (8 * average[i] + (linear ? p : std::log10(p + 1) * column * 0.1953125)) / 9;
+            binPeak[i] = std::fmax(binPeak[i], average[i]);
         }
         Smooth(average);
         for (int i = 0; i < 512; ++i) {
-            waveMin_ = std::fmin(waveMin_, ring_[i]);
-            waveMax_ = std::fmax(waveMax_, ring_[i]);
+            waveMin = std::fmin(waveMin, ring[i]);
+            waveMax = std::fmax(waveMax, ring[i]);
             spectrumPeak = std::fmax(spectrumPeak, average[i]);
         }
-        Smooth(ring_);
-        WriteBytes(steps.emplace_back());
-        for (double& peak : binPeak_) {
-            peak *= 0.999;
-        }
-        spectrumPeak *= 0.999;
-        const double d = (waveMax_ - waveMin_) * (1 - 0.999);
-        waveMin_ += d;
-        waveMax_ -= d;
-    }
-
-    /// The processor converts levels outside the 32-bit range to the lowest integer, whose low byte is 0.
-    void WriteBytes(SpectrumBytes& bytes) const {
-        const double range = waveMax_ - waveMin_;
+        Smooth(ring);
+        SpectrumBytes& bytes = steps.emplace_back();
         for (std::size_t i = 0; i < 512; ++i) {
-            const double share = average[i] / (linear_ ? binPeak_[i] : spectrumPeak);
+            const double share = average[i] / (linear ? binPeak[i] : spectrumPeak);
             bytes[i] = static_cast<std::uint8_t>(std::isnan(share) ? 0 : std::clamp(share, 0.0, 1.0) * 255);
-            const double level = std::fmin((ring_[i] - waveMin_) * (1 / range) * 255, 255);
+            // Levels outside the 32-bit range become its lowest integer, whose low byte is 0.
+            const double level = std::fmin((ring[i] - waveMin) * (1 / (waveMax - waveMin)) * 255, 255);
             bytes[512 + i] =
                 static_cast<std::uint8_t>(level > -2147483649.0 ? static_cast<std::int32_t>(level) : 0);
+            binPeak[i] *= 0.999;
         }
+        spectrumPeak *= 0.999;
+        const double d = (waveMax - waveMin) * (1 - 0.999);
+        waveMin += d;
+        waveMax -= d;
     }
 
-    const bool linear_;
-    std::int32_t binsTo20k_;
-    double ring_[1024] = {};
-    int ringPos_ = 0;
-    double binPeak_[512];
-    double waveMin_ = std::numeric_limits<double>::max();
-    double waveMax_ = std::numeric_limits<double>::lowest();
+    const bool linear;
+    double binsTo20k;
+    std::vector<SpectrumBytes> steps = {};
+    double ring[1024] = {};
+    double average[512] = {};
+    std::vector<double> binPeak = std::vector(512, std::numeric_limits<double>::lowest());
+    double spectrumPeak = std::numeric_limits<double>::lowest();
+    double waveMin = std::numeric_limits<double>::max();
+    double waveMax = std::numeric_limits<double>::lowest();
 };
-
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 struct Signal {
     const char* name;
@@ -160,31 +135,14 @@ const Signal kSignals[] = {
     {"silence after sound", [](auto n) { return n < 6000 ? Tone(n) : 0; }},
     {"constant after sound", [](auto n) { return n < 6000 ? Tone(n) : 0.4F; }},
     {"very loud", [](auto n) { return 3e38F * Tone(n); }},
-    {"a NaN", [](auto n) { return n == 5000 ? kNan : Tone(n); }},
-    {"a NaN from the start", [](auto n) { return n == 3 ? kNan : Tone(n); }},
-    {"only NaN", [](auto) { return kNan; }},
-    {"an infinity", [](auto n) { return n == 5000 ? kInfinity : Tone(n); }},
-    {"both infinities", [](auto n) { return n == 5000   ? kInfinity
-                                            : n == 5003 ? -kInfinity
+    {"a NaN", [](auto n) { return n == 5000 ? NAN : Tone(n); }},
+    {"a NaN from the start", [](auto n) { return n == 3 ? NAN : Tone(n); }},
+    {"only NaN", [](auto) { return NAN; }},
+    {"an infinity", [](auto n) { return n == 5000 ? INFINITY : Tone(n); }},
+    {"both infinities", [](auto n) { return n == 5000   ? INFINITY
+                                            : n == 5003 ? -INFINITY
                                                         : Tone(n); }},
 };
-
-/// The second channel is the first at 30 %, further channels are silent.
-std::vector<std::byte> Frames(const SampleFormat& format, const Signal& signal, std::size_t count) {
-    const std::size_t bytes = format.bitsPerSample / 8;
-    std::vector<std::byte> frames(count * format.frameBytes + 8);
-    for (std::size_t n = 0; n < count; ++n) {
-        const float first = signal.sample(n);
-        for (std::size_t channel = 0; channel < std::min<std::size_t>(format.channels, 2); ++channel) {
-            const float value = channel == 0 ? first : first * 0.3F;
-            const auto integer = static_cast<std::int16_t>(
-                std::isnan(value) ? 0 : std::clamp(value * 32767, -32768.0F, 32767.0F));
-            std::memcpy(&frames[n * format.frameBytes + bytes * channel],
-                        bytes == 4 ? static_cast<const void*>(&value) : &integer, bytes);
-        }
-    }
-    return frames;
-}
 
 /// The product and its reference.
 struct Analyses {
@@ -193,13 +151,29 @@ struct Analyses {
         state.linearSpectrum = linear;
     }
 
-    /// Feeds the analysis as the capture thread does: packet by packet, split where the ring ends.
+    /// Feeds the analysis as the capture thread does: packet by packet, split where the ring ends. The second
+    /// channel is the first at 30 %, further channels are silent.
     void ExpectEqual(const SampleFormat& format, const Signal& signal, std::size_t packetFrames = 480,
                      std::size_t count = 9000) {
         SCOPED_TRACE(testing::Message()
                      << signal.name << " at " << format.rate << " Hz, " << format.bitsPerSample << " bits, "
                      << format.channels << " channels, packets of " << packetFrames);
-        const std::vector<std::byte> frames = Frames(format, signal, count);
+        const std::size_t bytes = format.bitsPerSample / 8;
+        std::vector<std::byte> frames(count * format.frameBytes + 8);
+        std::vector<double> mono(count);
+        for (std::size_t n = 0; n < count; ++n) {
+            const float first = signal.sample(n);
+            double read[2] = {};
+            for (std::size_t channel = 0; channel < std::min<std::size_t>(format.channels, 2); ++channel) {
+                const float value = channel == 0 ? first : first * 0.3F;
+                const auto integer = static_cast<std::int16_t>(
+                    std::isnan(value) ? 0 : std::clamp(value * 32767, -32768.0F, 32767.0F));
+                read[channel] = bytes == 4 ? value : integer;
+                std::memcpy(&frames[n * format.frameBytes + bytes * channel],
+                            bytes == 4 ? static_cast<const void*>(&value) : &integer, bytes);
+            }
+            mono[n] = format.channels == 2 ? (read[0] + read[1]) * 0.5 : read[0];
+        }
         std::vector<SpectrumBytes> steps;
         for (std::size_t n = 0; n < count;) {
             const std::size_t packetEnd = std::min(count, (n / packetFrames + 1) * packetFrames);
@@ -211,7 +185,7 @@ struct Analyses {
                 steps.push_back(RunSpectrumStep(state));
             }
         }
-        reference.Add(format, frames.data(), count);
+        reference.Add(mono);
         ASSERT_EQ(steps, reference.steps);
         for (std::size_t i = 0; i < 512; ++i) {
             const bool bothNan = std::isnan(state.binAverage[i]) && std::isnan(reference.average[i]);
@@ -281,10 +255,8 @@ struct Header {
 };
 
 TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
-    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
-    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
-    // Source width and height; top, width and height in the picture. Empty: rejected.
-    const std::tuple<Header, std::size_t, std::vector<std::int32_t>> cases[] = {
+    // Source width and height; top, width and height in the picture. Zeros: rejected.
+    const std::tuple<Header, std::size_t, std::array<std::int32_t, 5>> cases[] = {
         {{.bits = 16}, 40 + 640 * 480 * 2, {640, 480, 0, 1280, 720}},
         {{.width = 800, .height = 240}, 40 + 800 * 240 * 4, {640, 240, 360, 1280, 360}},
         {{.width = 320, .height = -240}, 40 + 320 * 240 * 4, {320, 240, 0, 640, 360}},
@@ -295,17 +267,15 @@ TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
         {{.size = 124}, 2000000, {}},
         {{.width = 0}, 2000000, {}},
         {{.height = 0}, 2000000, {}},
-        {{.width = kMax, .height = kMax}, 2000000, {}},
-        {{.width = kMax, .height = kMin}, 2000000, {}},
+        {{.width = INT32_MAX, .height = INT32_MAX}, 2000000, {}},
+        {{.width = INT32_MAX, .height = INT32_MIN}, 2000000, {}},
     };
     for (const auto& [header, bytes, expected] : cases) {
         std::vector<std::byte> block(std::max(bytes, sizeof(Header)));
         std::memcpy(block.data(), &header, sizeof(Header));
         const auto plan = PlanWebcamStretch(std::span(block).first(bytes));
-        std::vector<std::int32_t> drawn;
-        if (plan) {
-            drawn = {plan->sourceWidth, plan->sourceHeight, plan->top, plan->width, plan->height};
-        }
+        EXPECT_EQ(plan.has_value(), expected[0] > 0);
+        const auto drawn = std::bit_cast<std::array<std::int32_t, 5>>(plan.value_or(WebcamStretch()));
         EXPECT_EQ(drawn, expected) << header.width << " x " << header.height << ", " << header.bits
                                    << " bits in " << bytes << " bytes";
     }

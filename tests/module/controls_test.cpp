@@ -5,8 +5,9 @@
 
 #include <algorithm>
 #include <bit>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
-#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -134,9 +135,6 @@ TEST(Controls, OnlyTextsWithTwoNulsWithinTheFieldAreCopied) {
 }
 
 TEST(Animation, ColourIndexAndTileMaskFollowTheirControls) {
-    constexpr std::int32_t kMax = std::numeric_limits<std::int32_t>::max();
-    constexpr std::int32_t kMin = std::numeric_limits<std::int32_t>::min();
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const struct {
         const char* what;
         std::int32_t levelDivisor;
@@ -152,9 +150,9 @@ TEST(Animation, ColourIndexAndTileMaskFollowTheirControls) {
         {"reversed after the end", 2, 1, 1, false, 1, 1, 1, -1},
         {"reversed at the start", 2, 0, -1, false, 0, 0, 0, 1},
         {"no colours", 0, 1e30F, 0, true, 0, 0, 1, 0},
-        {"one colour", 1, 0.5F, 1, false, 0, 0, 1, -kInfinity},
-        {"INT32_MAX colours", kMax, 1e30F, 0, true, 0, kMax, 1, 0},
-        {"INT32_MIN colours", kMin, 1e30F, 0, true, 0, kMin, 1, 0},
+        {"one colour", 1, 0.5F, 1, false, 0, 0, 1, -INFINITY},
+        {"most colours", INT32_MAX, 1e30F, 0, true, 0, INT32_MAX, 1, 0},
+        {"fewest colours", INT32_MIN, 1e30F, 0, true, 0, INT32_MIN, 1, 0},
     };
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);

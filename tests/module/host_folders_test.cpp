@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "module/overlay.h"
 #include "module/playlist.h"
@@ -17,29 +17,27 @@ namespace {
 TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
     const std::wstring files = L"C:\\Program Files";
     const std::wstring app = L"C:\\Users\\u\\Roaming";
-    const std::wstring installed = files + L"\\Larkvane\\Moonreel";
+    const std::wstring installed = files + L"\\Larkvane\\Moonreel|" + files + L"\\Larkvane\\Moonreel\\DLL|";
+    const std::wstring roaming = L"\\Larkvane\\Moonreel|Installed\n";
+    const std::wstring portable = files + L"|" + files + L"\\DLL|" + files + L"|Portable\n";
     // Program path, program files, application data; the three folders and the kind.
-    const std::vector<std::wstring> cases[] = {
-        {L"D:\\C\\Projects\\x\\h.exe", files, app,  //
-         L"D:\\C\\Projects\\x", L"D:\\C\\Projects\\x", L"D:\\Moonreel", L"Debugging"},
-        {L"D:\\C\\Projects\\h.exe", L"D:\\C", app,  //
-         L"D:\\C\\Projects", L"D:\\C\\Projects", L"D:\\Moonreel", L"Debugging"},
-        {files + L"\\a\\h.exe", files, app,  //
-         installed, installed + L"\\DLL", app + L"\\Larkvane\\Moonreel", L"Installed\n"},
-        {L"c:\\program files\\h.exe", files, L"C:\\r\\\\",  //
-         installed, installed + L"\\DLL", L"C:\\r\\Larkvane\\Moonreel", L"Installed\n"},
-        {files + L"\\h.exe", files + L"\\\\", app, files, files + L"\\DLL", files, L"Portable\n"},
-        {files + L"\\h.exe", L"", app, files, files + L"\\DLL", files, L"Portable\n"},
-        {L"E:\\h.exe", files, app, L"E:", L"E:\\DLL", L"E:", L"Portable\n"},
-        {L"D:\\C\\Projects", L"", L"", L"D:\\C", L"D:\\C\\DLL", L"D:\\C", L"Portable\n"},
-        {L"", L"", L"", L"", L"\\DLL", L"", L"Portable\n"},
-        {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"", L"\\DLL", L"", L"Portable\n"},
+    const std::tuple<std::wstring, std::wstring, std::wstring, std::wstring> cases[] = {
+        {LR"(D:\C\Projects\x\h.exe)", files, app,
+         LR"(D:\C\Projects\x|D:\C\Projects\x|D:\Moonreel|Debugging)"},
+        {LR"(D:\C\Projects\h.exe)", L"D:\\C", app, LR"(D:\C\Projects|D:\C\Projects|D:\Moonreel|Debugging)"},
+        {files + LR"(\a\h.exe)", files, app, installed + app + roaming},
+        {LR"(c:\program files\h.exe)", files, LR"(C:\r\\)", installed + L"C:\\r" + roaming},
+        {files + L"\\h.exe", files + LR"(\\)", app, portable},
+        {files + L"\\h.exe", L"", app, portable},
+        {L"E:\\h.exe", files, app, L"E:|E:\\DLL|E:|Portable\n"},
+        {LR"(D:\C\Projects)", L"", L"", L"D:\\C|D:\\C\\DLL|D:\\C|Portable\n"},
+        {L"", L"", L"", L"|\\DLL||Portable\n"},
+        {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"|\\DLL||Portable\n"},
     };
-    for (const auto& each : cases) {
-        const HostFolders folders = FindHostFolders(
-            {.programPath = each[0].c_str(), .programFiles = each[1].c_str(), .appData = each[2].c_str()});
-        EXPECT_EQ(each, (std::vector<std::wstring>{each[0], each[1], each[2], folders.program,
-                                                   folders.library, folders.data, folders.mode}));
+    for (const auto& [program, programFiles, appData, expected] : cases) {
+        const HostFolders found = FindHostFolders({program.c_str(), programFiles.c_str(), appData.c_str()});
+        EXPECT_EQ(std::wstring(found.program) + L"|" + found.library + L"|" + found.data + L"|" + found.mode,
+                  expected);
     }
 }
 
@@ -80,8 +78,7 @@ TEST(PickShaderId, PicksTheRandomNumberModuloTheLines) {
     for (const auto& [number, id] : {std::pair(0u, L"a"), {0x80000000u, L"d"}, {7u, L"c"}}) {
         EXPECT_EQ(Pick(playlist, number), id) << number;
     }
-    std::uint32_t ones = 0;
-    std::uint32_t zeros = 0;
+    std::uint32_t ones = 0, zeros = 0;
     for (int i = 0; i < 100; ++i) {
         const std::uint32_t drawn = SystemRandom();
         ones |= drawn;
@@ -90,36 +87,29 @@ TEST(PickShaderId, PicksTheRandomNumberModuloTheLines) {
     EXPECT_EQ(ones & zeros, 0xFFFFFFFF) << "a bit of the random number never varies";
 }
 
-struct Notice {
-    std::wstring id = L"Xs3BR4";
-    std::wstring name = L"Name";
-    std::wstring author = L"Author";
-    std::wstring description = L"Text";
-    std::wstring editor = {};
-};
-
-/// Expects the whole notice, with this edit link and description.
-void ExpectNotice(const Notice& notice, const std::wstring& editLink, const std::wstring& description) {
+/// Expects the whole notice, with this edit link and shown description.
+void ExpectNotice(const std::wstring& id, const std::wstring& name, const std::wstring& author,
+                  const std::wstring& description, const std::wstring& shown, const std::wstring& editor = {},
+                  const std::wstring& editLink = {}) {
     ShaderInfo info = {};
-    CopyCut(info.id, notice.id);
-    CopyCut(info.name, notice.name);
-    CopyCut(info.username, notice.author);
-    CopyCut(info.description, notice.description);
+    CopyCut(info.id, id);
+    CopyCut(info.name, name);
+    CopyCut(info.username, author);
+    CopyCut(info.description, description);
     std::wstring text(4096, L'#');
-    EXPECT_TRUE(ComposeInfoText(info, notice.editor.c_str(), text));
+    EXPECT_TRUE(ComposeInfoText(info, editor.c_str(), text));
     text.resize(text.find(L'\0'));
     const std::wstring host = kServiceHost;
-    const auto field = [&](const std::wstring& page, const std::wstring& shown) {
-        return L"\\cf3{\\field{\\*\\fldinst HYPERLINK \"https://" + host + page + L"\"}{\\fldrslt " + shown +
+    const auto field = [&](const std::wstring& page, const std::wstring& label) {
+        return L"\\cf3{\\field{\\*\\fldinst HYPERLINK \"https://" + host + page + L"\"}{\\fldrslt " + label +
                L"}}";
     };
     EXPECT_EQ(text,
               L"{\\rtf1\\ansi\\deff0{\\colortbl;\\red%lu\\green%lu\\blue%lu;\\red%lu\\green%lu\\blue%lu;"
               L"\\red%lu\\green%lu\\blue%lu;}\\cf2\\highlight1 \\cf2 Shader: " +
-                  field(L"/view/" + notice.id, notice.name) + editLink + L"\\line \\cf2 Author: " +
-                  field(L"/user/" + notice.author, notice.author) + L"\\line \\cf2 Description: " +
-                  description + L"\\par}");
-    EXPECT_FALSE(ComposeInfoText(info, notice.editor.c_str(), text)) << "no room for the terminator";
+                  field(L"/view/" + id, name) + editLink + L"\\line \\cf2 Author: " +
+                  field(L"/user/" + author, author) + L"\\line \\cf2 Description: " + shown + L"\\par}");
+    EXPECT_FALSE(ComposeInfoText(info, editor.c_str(), text)) << "no room for the terminator";
 }
 
 TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
@@ -131,11 +121,10 @@ TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
         {L"Text\n\t", 0},
     };
     for (const auto& [text, removed] : cases) {
-        ExpectNotice({L"id", text, text, text}, L"", text.substr(0, text.size() - removed));
+        ExpectNotice(L"id", text, text, text, text.substr(0, text.size() - removed));
     }
     const std::wstring longest(259, L'd');
-    ExpectNotice({std::wstring(19, L'i'), std::wstring(127, L'n'), std::wstring(63, L'u'), longest}, L"",
-                 longest);
+    ExpectNotice(std::wstring(19, L'i'), std::wstring(127, L'n'), std::wstring(63, L'u'), longest, longest);
 }
 
 TEST(Overlay, OmitsAnEditLinkThatExceedsItsField) {
@@ -144,7 +133,8 @@ TEST(Overlay, OmitsAnEditLinkThatExceedsItsField) {
     const std::size_t room = kPathUnits - 1 - begin.size() - end.size();
     for (const std::size_t length : {room - 1, room, room + 1, room + end.size(), kPathUnits - 1}) {
         const std::wstring editor(length, L'e');
-        ExpectNotice({.editor = editor}, length <= room ? begin + editor + end : L"", L"Text");
+        ExpectNotice(L"Xs3BR4", L"Name", L"Author", L"Text", L"Text", editor,
+                     length <= room ? begin + editor + end : L"");
     }
 }
 

@@ -17,10 +17,7 @@ TEST(SourceSlot, IsZeroUnlessThePassFitsTheSampler) {
                                                  {Buffer, 1 << 30}, {Texture, 2}, {CubeBuffer, 2},
                                                  {CubeMap, 6},      {None, 2}};
     for (const auto& [type, sourcePass] : cases) {
-        PassInput input = {};
-        input.ctype = type;
-        input.sourcePass = sourcePass;
-        EXPECT_EQ(SourceSlot(input), 0U) << static_cast<int>(type) << " " << sourcePass;
+        EXPECT_EQ(SourceSlot({type, nullptr, {}, sourcePass, 0, L"", L""}), 0U) << static_cast<int>(type);
     }
 }
 

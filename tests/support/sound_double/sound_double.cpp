@@ -3,10 +3,10 @@
 #include <mmdeviceapi.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <numbers>
 #include <utility>
 #include <vector>
 
@@ -19,12 +19,9 @@ const char* const kSettings = "PIXELFORGE_SOUND";
 namespace {
 
 constexpr HRESULT kNoDevice = static_cast<HRESULT>(0x80070490);
-constexpr HRESULT kDeviceGone = static_cast<HRESULT>(0x88890004);
-constexpr double kTwoPi = 6.28318530717958647692;
-constexpr double kLevel = 0.5;  ///< of full scale
 
 double Sine(double hertz, double seconds) {
-    return std::sin(kTwoPi * std::fmod(hertz * seconds, 1.0));
+    return std::sin(2 * std::numbers::pi * std::fmod(hertz * seconds, 1.0));
 }
 
 /// For manual use: four notes per second over a bass.
@@ -46,14 +43,13 @@ HRESULT Outcome(const std::string& call) {
     if (Fails(call)) {
         return E_FAIL;
     }
-    if (IsSet("gone", "1") && call != "create") {
-        return call == "endpoint" ? kNoDevice : kDeviceGone;
+    if (Setting("gone") == "1" && call != "create") {
+        return call == "endpoint" ? kNoDevice : AUDCLNT_E_DEVICE_INVALIDATED;
     }
     return S_OK;
 }
 
-/// Like parts of the real sound system, waits for a thread to end, which is impossible for the thread while
-/// another one holds the loader lock.
+/// As parts of the real sound system do, waits for a thread, which cannot end without the loader lock.
 void JoinThread() {
     const HANDLE thread = CreateThread(
         nullptr, 0, [](void*) -> DWORD { return 0; }, nullptr, 0, nullptr);
@@ -73,7 +69,7 @@ template <class Result>
 bool Supplies(const char* call, HRESULT& result, Result** object) {
     *object = nullptr;
     result = Outcome(call);
-    return SUCCEEDED(result) && !IsSet("null", call);
+    return SUCCEEDED(result) && Setting("null") != call;
 }
 
 template <class Object>
@@ -96,13 +92,11 @@ public:
         *frames = 0;
         *flags = 0;
         const HRESULT result = Outcome("getbuffer");
-        if (FAILED(result) || IsSet("packets", "empty")) {
+        if (FAILED(result) || Setting("packets") == "empty") {
             return FAILED(result) ? result : AUDCLNT_S_BUFFER_EMPTY;
         }
-        if (std::exchange(held_, true)) {
-            CountCall("misuse");
-        }
-        if (!IsSet("null", "getbuffer")) {
+        Require(!std::exchange(held_, true));
+        if (Setting("null") != "getbuffer") {
             *data = &loop_[delivered_ % kLoopPackets * packetFrames_ * format_.frameBytes];
         }
         *frames = packetFrames_;
@@ -110,50 +104,40 @@ public:
     }
 
     STDMETHODIMP ReleaseBuffer(UINT32 frames) override {
-        if (frames != packetFrames_ || !std::exchange(held_, false)) {
-            CountCall("misuse");
-        }
+        Require(std::exchange(held_, false) && frames == packetFrames_);
         ++delivered_;
         return Outcome("releasebuffer");
     }
 
 private:
-    using Clock = std::chrono::steady_clock;
-
-    static constexpr double kPacketSeconds = 0.01;
     static constexpr std::size_t kLoopPackets = 200;
 
     bool HasPacket() const {
         const std::string packets = Setting("packets");
-        const std::chrono::duration<double> passed = Clock::now() - start_;
         return packets == "endless" || packets == "empty" ||
-               (packets != "never" && packetFrames_ > 0 &&
-                static_cast<double>(delivered_) * kPacketSeconds < passed.count());
+               (packets != "never" && packetFrames_ > 0 && delivered_ * 10 < GetTickCount64() - startTick_);
     }
 
     /// Two seconds of sound, the period of all signals.
     std::vector<BYTE> MakeLoop() const {
-        const bool music = IsSet("signal", "music") || Setting("signal").empty();
-        const double hertz = IsSet("signal", "sine") ? NumberSetting("hertz", 1000) : 0;
-        const std::size_t sampleBytes = format_.bits / 8;
+        const bool sine = Setting("signal") == "sine";
+        const double hertz = NumberSetting("hertz", 1000);
         std::vector<BYTE> loop(kLoopPackets * packetFrames_ * format_.frameBytes + 64);
         for (std::size_t frame = 0; frame < kLoopPackets * packetFrames_; ++frame) {
             const double seconds = static_cast<double>(frame) / format_.rate;
-            const double sample = kLevel * (music ? Music(seconds) : Sine(hertz, seconds));
+            const double sample = 0.5 * (sine ? Sine(hertz, seconds) : Music(seconds));
             for (std::size_t channel = 0; channel < format_.channels; ++channel) {
-                const std::size_t place = frame * format_.frameBytes + channel * sampleBytes;
-                if (place + sampleBytes <= loop.size()) {
-                    WriteSample(sample, format_.bits, &loop[place]);
-                }
+                WriteSample(sample, format_.bits,
+                            &loop[frame * format_.frameBytes + channel * (format_.bits / 8)]);
             }
         }
         return loop;
     }
 
     const Format format_;
-    const UINT32 packetFrames_ = static_cast<UINT32>(format_.rate * kPacketSeconds);
+    const UINT32 packetFrames_ = format_.rate / 100;
     std::vector<BYTE> loop_ = MakeLoop();
-    const Clock::time_point start_ = Clock::now();
+    const ULONGLONG startTick_ = GetTickCount64();
     std::uint64_t delivered_ = 0;
     bool held_ = false;  ///< the caller has not released its packet
 };
@@ -162,9 +146,7 @@ class AudioClient final : public ComObject<IAudioClient> {
 public:
     ~AudioClient() override {
         JoinThread();
-        if (running_) {
-            CountCall("misuse");
-        }
+        Require(!running_);
     }
 
     STDMETHODIMP GetMixFormat(WAVEFORMATEX** format) override {
