@@ -13,7 +13,6 @@
 namespace pixelforge::preview {
 namespace {
 
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::FieldsAre;
 using testing::HasSubstr;
@@ -38,12 +37,9 @@ TEST_F(HostControlsTest, PassValidValuesToTheModule) {
                                        {"Playlist File(s)", "l\xC3\xA4uft.playlist"},
                                        {"Tile Mask", "8x4"}}) {
         controls_.Apply({label, value});
+        EXPECT_THAT(controls_.Changed(), testing::Contains(FieldsAre(label, value)));
     }
-    EXPECT_THAT(
-        controls_.Changed(),
-        ElementsAre(FieldsAre("Speed", "-0.5"), FieldsAre("Playlist File(s)", "l\xC3\xA4uft.playlist"),
-                    FieldsAre("Multi-Sample", "5"), FieldsAre("Tile Mask", "8x4"),
-                    FieldsAre("Draw Event", "false")));
+    EXPECT_EQ(controls_.Changed().size(), 5U);
     EXPECT_EQ(DecimalValue(module_, control::kSpeed), -0.5F);
     EXPECT_EQ(WholeValue(module_, control::kMultiSample), 5);
     EXPECT_FALSE(SwitchValue(module_, control::kDrawEvent));
