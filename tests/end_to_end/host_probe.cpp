@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <string>
+#include <string_view>
 
 extern "C" NTSTATUS NTAPI LdrFindEntryForAddress(void* address, LDR_DATA_TABLE_ENTRY** entry);
 

@@ -93,11 +93,8 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
     }
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->Path();
-    const auto playlistOf = [&](const StagedShader& shader) {
-        return folder + L"\\" + FromUtf8(shader.PlaylistName());
-    };
-    const std::wstring playlist = playlistOf(*first);
-    EXPECT_EQ(ReadInputFile(playlistOf(OpenedShader::OfIdentifier("\xC3\xA4").Staged())), "\xE4\r\n");
+    const std::wstring playlist = folder + L"\\" + FromUtf8(first->PlaylistName());
+    EXPECT_EQ(ReadInputFile(OpenedShader::OfIdentifier("\xC3\xA4").Staged().Path()), "\xE4\r\n");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
     EXPECT_EQ(ReadInputFile(second.Path()), "2");
