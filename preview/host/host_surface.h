@@ -9,12 +9,11 @@
 
 namespace pixelforge::preview {
 
-/// 32-bit pixels, bytes in the order blue, green, red, alpha; rows without padding.
+/// 32-bit pixels, bytes in the order blue, green, red, alpha; rows from the bottom, without padding.
 struct FramePixels {
     std::span<const std::uint8_t> bytes;  ///< width x height x 4
     std::int32_t width = 0;
     std::int32_t height = 0;
-    bool bottomUp = true;  ///< the first row in memory is the bottom one
 
     /// A row, counted from the top.
     std::span<const std::uint8_t> Row(std::int32_t rowFromTop) const;

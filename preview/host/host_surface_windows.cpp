@@ -61,8 +61,7 @@ void Encode(const FramePixels& pixels, IStream* target) {
 
 std::span<const std::uint8_t> FramePixels::Row(std::int32_t rowFromTop) const {
     const std::size_t pitch = static_cast<std::size_t>(width) * 4;
-    const std::int32_t row = bottomUp ? height - 1 - rowFromTop : rowFromTop;
-    return bytes.subspan(static_cast<std::size_t>(row) * pitch, pitch);
+    return bytes.subspan(static_cast<std::size_t>(height - 1 - rowFromTop) * pitch, pitch);
 }
 
 std::uint32_t FramePixels::At(std::int32_t x, std::int32_t rowFromTop) const {
@@ -95,7 +94,7 @@ FramePixels HostSurface::Pixels() const {
     // GDI may have queued drawing, such as the text of the error screen.
     GdiFlush();
     const SectionPixels pixels = PixelsOf(bitmap_.Get());
-    return {.bytes = pixels.bytes, .width = pixels.width, .height = pixels.height, .bottomUp = true};
+    return {.bytes = pixels.bytes, .width = pixels.width, .height = pixels.height};
 }
 
 void WritePng(const std::wstring& absolutePath, const FramePixels& pixels) {

@@ -134,8 +134,8 @@ void ViewWindow::ActOnKeys() {
 }
 
 void ViewWindow::ShowPicture(const FramePixels& pixels) {
-    const LONG height = pixels.bottomUp ? pixels.height : -pixels.height;
-    pictureFormat_.bmiHeader = {sizeof(BITMAPINFOHEADER), pixels.width, height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
+    pictureFormat_.bmiHeader = {
+        sizeof(BITMAPINFOHEADER), pixels.width, pixels.height, 1, 32, BI_RGB, 0, 0, 0, 0, 0};
     picture_.assign(pixels.bytes.begin(), pixels.bytes.end());
     Redraw();
 }

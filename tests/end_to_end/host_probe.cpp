@@ -2,27 +2,21 @@
 #include <windows.h>
 #include <winternl.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <string>
+#include <string_view>
 
 extern "C" NTSTATUS NTAPI LdrFindEntryForAddress(void* address, LDR_DATA_TABLE_ENTRY** entry);
 
-/// Lengthens the program's path, as the system reports it: not every system starts a program from a long one.
-static void AppendToProgramPath(const char* text) {
+/// The third argument lengthens the program's path, as the system reports it: not every system starts a
+/// program from a long one.
+int main(int, char** arguments) {
     LDR_DATA_TABLE_ENTRY* program = nullptr;
     LdrFindEntryForAddress(GetModuleHandleW(nullptr), &program);
-    UNICODE_STRING& path = program->FullDllName;
-    static const std::wstring longer = path.Buffer + std::wstring(text, text + std::strlen(text));
-    RtlInitUnicodeString(&path, longer.c_str());
-}
-
-int main(int count, char** arguments) {
-    if (count == 4) {
-        AppendToProgramPath(arguments[3]);
-    }
-    if (count < 3 || !LoadLibraryA(arguments[1])) {
+    const std::string_view end = arguments[3];
+    const std::wstring longer = program->FullDllName.Buffer + std::wstring(end.begin(), end.end());
+    RtlInitUnicodeString(&program->FullDllName, longer.c_str());
+    if (!LoadLibraryA(arguments[1])) {
         return 1;
     }
     std::ofstream file(arguments[2]);

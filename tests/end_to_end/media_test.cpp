@@ -1,8 +1,6 @@
 // Documents whose inputs name files, compared with colours computed here.
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <cmath>
 #include <functional>
 #include <set>
 

@@ -6,16 +6,13 @@
 #include <fstream>
 
 BOOL WINAPI DllMain(HINSTANCE library, DWORD reason, void* processEnds) {
-    const auto note = [library](const char* word) {
+    const bool last = reason == DLL_PROCESS_DETACH && processEnds &&
+                      GetPropW(FindWindowW(nullptr, L"subclassed"), L"OriginalWndProc");
+    if (last || reason == DLL_PROCESS_ATTACH) {
         wchar_t path[MAX_PATH] = {};
         GetModuleFileNameW(library, path, MAX_PATH);
-        std::ofstream(std::filesystem::path(path).parent_path() / "planted library ran") << word;
-    };
-    if (reason == DLL_PROCESS_ATTACH) {
-        note("at its load");
-    } else if (reason == DLL_PROCESS_DETACH && processEnds &&
-               GetPropW(FindWindowW(nullptr, L"subclassed"), L"OriginalWndProc")) {
-        note("last, beside a subclassed window");
+        std::ofstream(std::filesystem::path(path).parent_path() / "planted library ran")
+            << (last ? "last, beside a subclassed window" : "at its load");
     }
     return TRUE;
 }

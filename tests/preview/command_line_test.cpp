@@ -4,7 +4,6 @@
 #include <windows.h>
 
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <sstream>
 
@@ -28,9 +27,11 @@ using testing::HasSubstr;
 
 using std::filesystem::path;
 
-/// 8 x 8 frames: white, grey and black columns.
+/// 8 x 8 frames: one red, three white, two grey and two black pixels in the upper row, black below it.
 constexpr const char* kColumns =
-    "void mainImage(out vec4 c, in vec2 p) { c = vec4(p.x < 4. ? 1. : p.x < 6. ? .5 : 0.); }\n";
+    "void mainImage(out vec4 c, in vec2 p) {\n"
+    "c = p.y < iResolution.y - 1. || p.x > 6. ? vec4(0) : p.x < 1. ? vec4(1, 0, 0, 1)\n"
+    "    : vec4(p.x < 4. ? 1. : .5); }\n";
 
 struct Row {
     const char* arguments;
@@ -45,6 +46,9 @@ class CommandLine : public testing::Test {
 protected:
     CommandLine() {
         folder_.Write("a.glsl", kColumns);
+        folder_.Write("rgb.glsl",
+                      "void mainImage(out vec4 c, in vec2 p) { float right = float(p.x > 2.);\n"
+                      "c = p.y > 2. ? vec4(1. - right, 0, right, 1) : vec4(right, 1, right, 1); }");
         folder_.Write("kept.png", "kept");
         folder_.Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
         folder_.Write("resize", "1 resize 16 4");
@@ -54,15 +58,12 @@ protected:
     ~CommandLine() override { End(1); }
 
     path File(const char* name) const { return folder_.Path() / name; }
-    std::string Text(const char* name) const {
-        return (std::ostringstream() << std::ifstream(File(name), std::ios::binary).rdbuf()).str();
-    }
+    std::string Text(const char* name) const { return test::ContentOf(File(name)); }
 
     /// Standard output goes to the other end of `output`, or with the errors to the file "words".
     void Start(const std::string& arguments, HANDLE output = nullptr) {
-        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
         words_ = AdoptFileHandle(CreateFileW(File("words").c_str(), FILE_APPEND_DATA, FILE_SHARE_READ,
-                                             &inherited, CREATE_ALWAYS, 0, nullptr));
+                                             &inherited_, CREATE_ALWAYS, 0, nullptr));
         STARTUPINFOW startup = {};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
@@ -81,8 +82,7 @@ protected:
     void StartPiped(const std::string& arguments) {
         HANDLE reader = nullptr;
         HANDLE writer = nullptr;
-        SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-        ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited, 1024));
+        ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited_, 1024));
         SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
         reader_ = UniqueKernelHandle(reader);
         Start(arguments + " --size 64x64 --video -", writer);
@@ -92,9 +92,9 @@ protected:
     bool Read() {
         char bytes[16];
         DWORD got = 0;
-        const bool read = ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr);
+        ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr);
         piped_ += got;
-        return read && got > 0;
+        return got > 0;
     }
 
     DWORD End(DWORD patience = 60'000) {
@@ -108,7 +108,7 @@ protected:
         return status;
     }
 
-    /// The upper row: W white, B black, otherwise "."
+    /// The upper row: W white, B black, R bright red, otherwise "."
     std::string UpperRow(const char* name) const {
         std::string reason;
         std::string row;
@@ -116,7 +116,7 @@ protected:
         const SectionPixels pixels = PixelsOf(bitmap.Get());
         for (std::size_t at = 0; at < 24 && at < pixels.bytes.size(); at += 3) {
             const int sum = pixels.bytes[at] + pixels.bytes[at + 1] + pixels.bytes[at + 2];
-            row += sum == 3 * 255 ? 'W' : sum == 0 ? 'B' : '.';
+            row += sum == 3 * 255 ? 'W' : sum == 0 ? 'B' : pixels.bytes[at + 2] == 255 ? 'R' : '.';
         }
         return row + reason;
     }
@@ -125,6 +125,7 @@ protected:
     UniqueKernelHandle process_;
     UniqueKernelHandle words_;
     UniqueKernelHandle reader_;
+    SECURITY_ATTRIBUTES inherited_ = {sizeof inherited_, nullptr, TRUE};
     DWORD piped_ = 0;
 };
 
@@ -160,6 +161,13 @@ const std::pair<const char*, const char*> kWrongUsage[] = {
     {"--id i --pack b.json", "--pack"},
 };
 
+/// The start of a video of "rgb.glsl": the Y, Cb and Cr of the colour cube's corners in limited range.
+constexpr const char* kVideo =
+    "YUV4MPEG2 W4 H4 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED XMATRIX=BT.601\nFRAME\n"
+    "\x51\x51\x29\x29\x51\x51\x29\x29\x91\x91\xEB\xEB\x91\x91\xEB\xEB"
+    "\x5A\xF0\x36\x80\xF0\x6E\x22\x80"
+    "FRAME\n\x51";
+
 const Row kRuns[] = {
     {"", 2, "specify a shader file"},
     {"--help", 0, "Usage: preview"},
@@ -182,17 +190,15 @@ const Row kRuns[] = {
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
     {"a.glsl --check", 0, "plain shader"},
     {"a.glsl --info", 0, "Shader"},
-    {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "WWWW..BB"}}},
-    {"a.glsl --frames 2 --report d/r.json", 0, "picture     none", {{"d/r.json", "\"drawn\": 2"}}},
-    {"a.glsl --frames 2 --frames-dir d/e",
-     0,
-     "",
-     {{"d/e/frame-00002.png", "W"}, {"d/e/frame-00003.png", nullptr}}},
-    {"a.glsl --size 8x8 --frames 2 --levels 64 --png p.png", 0, "p.png", {{"p.png", "WWWW..BB"}}},
-    {"a.glsl --size 8x8 --frames 2 --foreground --png p.png", 0, "p.png", {{"p.png", "WWWW...."}}},
-    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "WW.BWW.B"}}},
-    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "WW.BBB.W"}}},
-    {"a.glsl --size 8x8 --video v.y4m --rate 25", 0, "none", {{"v.y4m", "YUV4MPEG2 W8 H8 F25:1 "}}},
+    {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "RWWW..BB"}}},
+    {"a.glsl --frames 2 --report d/e/r.json", 0, "picture     none", {{"d/e/r.json", "\"drawn\": 2"}}},
+    {"a.glsl --frames 2 --frames-dir f", 0, "", {{"f/frame-00001.png", "W"}, {"f/frame-00002.png", "W"}}},
+    {"a.glsl --size 8x8 --frames 2 --levels 64 --png p.png", 0, "p.png", {{"p.png", ".WWW..BB"}}},
+    {"a.glsl --size 8x8 --frames 2 --foreground --png p.png", 0, "p.png", {{"p.png", "RWWW...."}}},
+    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "RW.BRW.B"}}},
+    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "RW.BBB.W"}}},
+    {"rgb.glsl --size 4x4 --frames 2 --video v.y4m --rate 25", 0, "none", {{"v.y4m", kVideo}}},
+    {"a.glsl --size 8x8 --frames 2 --video v.y4m --events resize", 1, "the frame size has changed"},
     {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "whole frame"},
     {"a.glsl --size 8x8 --frames 2 --events resize", 0, "frame size  16 x 4"},
     {"a.glsl --size 8x8 --window --frames 8 --events keys", 0, "", {{"a-2.png", nullptr}, {"a-6.png", "W"}}},
@@ -228,13 +234,12 @@ TEST_F(CommandLine, EndsWithStatusWordsAndFiles) {
 TEST_F(CommandLine, FailsIfOnlySomeFramesAreDrawn) {
     folder_.Write("i.glsl", "vec4 f() { return vec4(1); }\n");
     folder_.Write("uses.glsl", "#include \"i.glsl\"\nvoid mainImage(out vec4 c, in vec2 p) { c = f(); }\n");
-    folder_.Write("resize", "2 resize 16 4");
     StartPiped("uses.glsl --frames 4 --events resize");
     std::filesystem::remove(File("i.glsl"));
     while (Read()) {
     }
     EXPECT_EQ(End(), 1U);
-    EXPECT_THAT(Text("words"), HasSubstr("2 frames failed"));
+    EXPECT_THAT(Text("words"), HasSubstr("3 frames failed"));
 }
 
 TEST_F(CommandLine, PipesOnlyTheVideoUntilItsReaderEnds) {
@@ -282,41 +287,41 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
     EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
     EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--set", "Speed=0"}).settings.size(), 1u);
-    std::string joined;
-    for (const ControlSetting& setting :
-         ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings) {
-        joined += setting.label + "=" + setting.value + ";";
-    }
-    EXPECT_EQ(joined, "X Tiling=3;Y Tiling=2;Mirroring=false;Foreground Only=true;X Tiling=4;");
+    EXPECT_THAT(
+        ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings,
+        ElementsAre(FieldsAre("X Tiling", "3"), FieldsAre("Y Tiling", "2"), FieldsAre("Mirroring", "false"),
+                    FieldsAre("Foreground Only", "true"), FieldsAre("X Tiling", "4")));
 }
 
 TEST(Options, OpenADroppedFile) {
-    Options shown = ParseOptions({"--id", "i", "--window"});
-    shown.picturePath = "last.png";
-    const std::tuple<const wchar_t*, const char*, const char*> cases[] = {
-        {L"a b.glsl", "a", "preview \"a b.glsl\""},
-        {L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
-        {L"c.txt", "a", "the playlist has no line"},
-        {L"c.PNG", "a", "a picture needs a shader"},
-        {L"missing.json", nullptr, "cannot read"}};
-    for (const auto& [name, bytes, words] : cases) {
+    const struct {
+        std::vector<std::string> shown;
+        const wchar_t* name;
+        const char* bytes;  ///< null: there is no such file
+        const char* words;
+        const char* picture = "";
+    } cases[] = {{{"--id", "i"}, L"a b.glsl", "a", "preview \"a b.glsl\""},
+                 {{"--id", "i"}, L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
+                 {{"--id", "i"}, L"c.txt", "a", "the playlist has no line"},
+                 {{"--id", "i"}, L"c.PNG", "a", "a picture needs a shader"},
+                 {{"--id", "i"}, L"missing.json", nullptr, "cannot read"},
+                 {{"a.json"}, L"c.png", "", "preview a.json", "c.png"}};
+    for (const auto& [shown, name, bytes, words, picture] : cases) {
         if (bytes) {
             WriteOutputFile(name, BytesOf(bytes));
         }
+        Options current = ParseOptions(shown);
+        current.picturePath = "last.png";
         Options next;
-        const std::string failure = FailureOf([&] { next = OptionsForFile(shown, name, {}); });
+        const std::string failure = FailureOf([&] {
+            next = OptionsForFile(current, name, {.size = {7, 9}, .scale = 0.5});
+        });
         EXPECT_THAT(failure.empty() ? CommandOf(next) : failure, testing::StartsWith(words));
         EXPECT_EQ(next.source.path.empty(), !failure.empty());
-        EXPECT_EQ(next.picturePath, "");
+        EXPECT_EQ(next.picturePath, picture);
+        EXPECT_EQ(next.scale == 0.5 && next.size.cx == 7, failure.empty());
         std::filesystem::remove(name);
     }
-    WriteOutputFile(L"c.png", {});
-    const Options picture =
-        OptionsForFile(ParseOptions({"a.json", "--window"}), L"c.png", {.size = {7, 9}, .scale = 0.5});
-    EXPECT_EQ(picture.source.name + picture.picturePath, "a.jsonc.png");
-    EXPECT_EQ(picture.scale, 0.5);
-    EXPECT_EQ(picture.size.cx, 7);
-    std::filesystem::remove("c.png");
 }
 
 TEST(InputEvents, AreSortedByFrame) {

@@ -13,7 +13,6 @@
 namespace pixelforge::preview {
 namespace {
 
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::FieldsAre;
 using testing::HasSubstr;
@@ -38,15 +37,9 @@ TEST_F(HostControlsTest, PassValidValuesToTheModule) {
                                        {"Playlist File(s)", "l\xC3\xA4uft.playlist"},
                                        {"Tile Mask", "8x4"}}) {
         controls_.Apply({label, value});
-        EXPECT_EQ(ValueOf(label), value);
+        EXPECT_THAT(controls_.Changed(), testing::Contains(FieldsAre(label, value)));
     }
-    std::string changed;
-    for (const ControlSetting& setting : controls_.Changed()) {
-        changed += setting.label + "=" + setting.value + ";";
-    }
-    EXPECT_EQ(
-        changed,
-        "Speed=-0.5;Playlist File(s)=l\xC3\xA4uft.playlist;Multi-Sample=5;Tile Mask=8x4;Draw Event=false;");
+    EXPECT_EQ(controls_.Changed().size(), 5U);
     EXPECT_EQ(DecimalValue(module_, control::kSpeed), -0.5F);
     EXPECT_EQ(WholeValue(module_, control::kMultiSample), 5);
     EXPECT_FALSE(SwitchValue(module_, control::kDrawEvent));
@@ -122,8 +115,8 @@ TEST(PlaylistOrder, GoesBackToTheLinesThatWereShown) {
     EXPECT_EQ(order.Failures()[0].reason, "why");
 }
 
-std::optional<Notice> Compose(std::wstring_view name, std::wstring_view author, std::wstring_view description,
-                              const wchar_t* editor = L"") {
+Notice Compose(std::wstring_view name, std::wstring_view author, std::wstring_view description,
+               const wchar_t* editor = L"") {
     ShaderInfo info = {};
     CopyCut(info.id, L"abc123");
     CopyCut(info.name, name);
@@ -131,7 +124,7 @@ std::optional<Notice> Compose(std::wstring_view name, std::wstring_view author, 
     CopyCut(info.description, description);
     wchar_t text[4096] = {};
     EXPECT_TRUE(ComposeInfoText(info, editor, text));
-    return ReadNotice(text);
+    return ReadNotice(text).value();
 }
 
 TEST(Notice, HoldsTheShadersTextsUnchanged) {
@@ -139,12 +132,11 @@ TEST(Notice, HoldsTheShadersTextsUnchanged) {
          {std::wstring(L"plain"), std::wstring(), std::wstring(L"}}{ } \\par}"), std::wstring(L"}}"),
           std::wstring(L"\\b \"quoted\" \\"), std::wstring(L"\xD83C\xDF0A %lu"), std::wstring(63, L'{')}) {
         for (const wchar_t* editor : {L"", L"C:/tools/editor.exe"}) {
-            const auto notice = Compose(text, text, text, editor);
-            ASSERT_TRUE(notice) << testing::PrintToString(text);
-            EXPECT_EQ(notice->shaderName, text);
-            EXPECT_EQ(notice->authorName, text);
-            EXPECT_EQ(notice->description, text);
-            EXPECT_EQ(notice->editorLink.empty(), *editor == L'\0');
+            const Notice notice = Compose(text, text, text, editor);
+            EXPECT_EQ(notice.shaderName, text);
+            EXPECT_EQ(notice.authorName, text);
+            EXPECT_EQ(notice.description, text);
+            EXPECT_EQ(notice.editorLink.empty(), *editor == L'\0');
         }
     }
     EXPECT_FALSE(ReadNotice(L""));
@@ -152,7 +144,7 @@ TEST(Notice, HoldsTheShadersTextsUnchanged) {
 }
 
 TEST(Notice, BecomesSafeRichTextAndPlainTextWithLinks) {
-    const Notice notice = *Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x{y\x1B");
+    const Notice notice = Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x{y\x1B");
     const std::string rtf = NoticeAsRichText(notice);
     EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table holds the host's colours";
     EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"

@@ -8,20 +8,16 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <numeric>
 #include <optional>
 #include <random>
 #include <thread>
 #include <vector>
 
-#include "base/bitmap.h"
 #include "base/file.h"
-#include "media/image_decoder.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
-#include "preview/host/host_error.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
 #include "preview/view/frame_graph.h"
@@ -62,35 +58,11 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
     EXPECT_EQ(Summarize(std::span(frames).last(20)).percentile95Milliseconds, 19.0) << "a whole rank";
     EXPECT_EQ(Crc32(BytesOf("123456789")), 0xCBF43926u) << "as in PNG and ZIP files";
-}
-
-TEST(Report, ListsTheFailuresOfAPlaylist) {
-    rapidjson::Document report;
-    const std::vector<PlaylistFailure> failures = {{{12, "\xE4"}, "why"}};
-    report.Parse(ReportJson({.shader = "p", .failedPicks = failures}).c_str());
+    report.Parse(ReportJson({.failedPicks = {{{{12, "\xE4"}, "why"}}}}).c_str());
     const rapidjson::Value& pick = report["failedPicks"][0];
     EXPECT_EQ(pick["line"].GetInt(), 12);
     EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
     EXPECT_STREQ(pick["reason"].GetString(), "why");
-}
-
-// All bytes differ, so that a flip, swapped channels or a wrong pitch fail.
-TEST(PngFile, HoldsTheFrameTheRightWayUpWithoutItsAlpha) {
-    std::vector<std::uint8_t> frame(4 * 2 * 4);
-    std::iota(frame.begin(), frame.end(), std::uint8_t{1});
-    for (const bool bottomUp : {false, true}) {
-        const test::TempFile file("old content", L".png");
-        WritePng(file.Path(), {.bytes = frame, .width = 4, .height = 2, .bottomUp = bottomUp});
-        std::string reason;
-        const UniqueBitmap bitmap = DecodeImageFile(file.Path().c_str(), reason);
-        const SectionPixels pixels = PixelsOf(bitmap.Get());
-        ASSERT_EQ(pixels.bytes.size(), 4u * 2u * 3u) << reason;
-        for (std::size_t i = 0; i < pixels.bytes.size(); ++i) {
-            const std::size_t row = bottomUp ? 1 - i / 12 : i / 12;
-            EXPECT_EQ(pixels.bytes[i], frame[row * 16 + i % 12 / 3 * 4 + i % 3])
-                << bottomUp << ", byte " << i;
-        }
-    }
 }
 
 TEST(PngFile, FreesItsMemory) {
@@ -103,33 +75,6 @@ TEST(PngFile, FreesItsMemory) {
         WritePng(file.Path(), {.bytes = noise, .width = 512, .height = 512});
     }
     EXPECT_LT(test::WorkingSetBytes(), before + 20 * noise.size() / 4) << "a third of the pictures";
-}
-
-// The corners of the colour cube in limited range. The blocks differ, so that a flip or a transposition
-// fails.
-TEST(VideoFile, HoldsEachFrameInLimitedRange) {
-    const std::uint8_t colors[4][4] = {{0, 0, 255, 9}, {255, 0, 0, 9}, {0, 255, 0, 9}, {255, 255, 255, 9}};
-    const std::string luma("\x51\x51\x29\x29\x51\x51\x29\x29\x91\x91\xEB\xEB\x91\x91\xEB\xEB");
-    const std::string frame = "FRAME\n" + luma + "\x5A\xF0\x36\x80" + "\xF0\x6E\x22\x80";
-    for (const bool bottomUp : {false, true}) {
-        std::vector<std::uint8_t> bytes;
-        for (int i = 0; i < 16; ++i) {
-            const auto& color = colors[(i / 8 != 0) != bottomUp ? 2 + i % 4 / 2 : i % 4 / 2];
-            bytes.insert(bytes.end(), color, color + 4);
-        }
-        const FramePixels pixels = {.bytes = bytes, .width = 4, .height = 4, .bottomUp = bottomUp};
-        const test::TempFile file("", L".y4m");
-        {
-            const auto write = OpenVideo({"v", file.Path()}, 25);
-            write(pixels);
-            write(pixels);
-            EXPECT_THROW(write({.bytes = bytes, .width = 8, .height = 2}), HostError);
-        }
-        EXPECT_EQ(
-            ReadInputFile(file.Path()),
-            "YUV4MPEG2 W4 H4 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED XMATRIX=BT.601\n" + frame + frame)
-            << bottomUp;
-    }
 }
 
 TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKilledProgram) {
@@ -148,13 +93,8 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
     }
     const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->Path();
-    const auto playlistOf = [&](const StagedShader& shader) {
-        return folder + L"\\" + FromUtf8(shader.PlaylistName());
-    };
-    const std::wstring playlist = playlistOf(*first);
-    EXPECT_EQ(ReadInputFile(playlist), ToUtf8(alias) + "\r\n");
-    EXPECT_EQ(ReadInputFile(playlistOf(OpenedShader::OfIdentifier("\xC3\xA4").Staged())), "\xE4\r\n");
-    EXPECT_EQ(ReadInputFile(alias), "1");
+    const std::wstring playlist = folder + L"\\" + FromUtf8(first->PlaylistName());
+    EXPECT_EQ(ReadInputFile(OpenedShader::OfIdentifier("\xC3\xA4").Staged().Path()), "\xE4\r\n");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
     EXPECT_EQ(ReadInputFile(second.Path()), "2");
@@ -188,7 +128,6 @@ TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
 }
 
 TEST(Examples, ArePackedFromTheirPlainShaders) {
-    int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(PIXELFORGE_SOURCE_DIR "/examples")) {
         const std::wstring stem = entry.path().stem();
         if (entry.path().extension() == ".glsl" && stem.find(L'.') == stem.npos) {
@@ -197,10 +136,8 @@ TEST(Examples, ArePackedFromTheirPlainShaders) {
             EXPECT_EQ(source.document + "\n",
                       ReadInputFile(std::filesystem::path(entry).replace_extension(".json")))
                 << "./run examples/NAME.glsl --pack examples/NAME.json";
-            ++count;
         }
     }
-    EXPECT_GT(count, 0);
 }
 
 TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
