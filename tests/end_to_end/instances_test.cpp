@@ -12,7 +12,7 @@
 
 #include "module/module_instance.h"
 #include "render/gl_renderer.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 
 namespace pixelforge::test {
 namespace {

@@ -11,7 +11,7 @@
 #include <memory>
 
 #include "base/win_handles.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 #include "tests/support/process_census.h"
 #include "tests/support/temp_file.h"
 

@@ -1,5 +1,5 @@
 // Opens and draws a run.
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 
 #include <stdexcept>
 
