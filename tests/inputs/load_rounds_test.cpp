@@ -8,7 +8,6 @@
 #include "base/win_handles.h"
 #include "preview/host/staged_shader.h"
 #include "tests/inputs/live_run.h"
-#include "tests/support/load_round.h"
 #include "tests/support/process_census.h"
 
 namespace pixelforge::test {
