@@ -20,6 +20,12 @@ inline const preview::ModuleLibrary& Module() {
     return module;
 }
 
+/// The debugger output of this process, which can have only one debugger.
+inline preview::DebugCapture& Capture() {
+    static preview::DebugCapture capture;
+    return capture;
+}
+
 /// The frame has 32 x 24 pixels unless another width is given; the run sets the playlist's name.
 using RunOptions = preview::SessionOptions;
 
@@ -66,12 +72,6 @@ public:
     }
 
 private:
-    /// One per process, which can have only one debugger.
-    static preview::DebugCapture& Capture() {
-        static preview::DebugCapture capture;
-        return capture;
-    }
-
     RunOptions Completed(RunOptions options) const {
         options.playlistName = drop_.PlaylistName();
         if (options.width == 0) {
