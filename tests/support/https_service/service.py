@@ -35,8 +35,9 @@ def document(identifier):
     info = dict.fromkeys(("viewed", "likes", "published", "flags", "usePreview", "hasliked"), 0)
     info.update(dict.fromkeys(("date", "name", "username", "description"), "test"), id=identifier, tags=[])
     sampler = {"filter": "nearest", "wrap": "clamp", "vflip": "true", "srgb": "false", "internal": "byte"}
+    sources = [f"/media/a/{identifier}.bmp", f"{identifier}.bmp"] if kind == "tile" else []
     inputs = [{"id": 1, "src": src, "ctype": "texture", "channel": channel, "sampler": sampler}
-              for channel, src in enumerate((f"/media/a/{identifier}.bmp", f"{identifier}.bmp")) if kind == "tile"]
+              for channel, src in enumerate(sources)]
     code = f"void mainImage(out vec4 c, in vec2 p)\n{{\n    c = vec4({COLOURS.get(kind)}, 1);\n}}\n"
     shader = {"ver": "0.1", "info": info, "renderpass": [{"type": "image", "code": code, "inputs": inputs}]}
     # The words are not part of the document, but must be cached with it.
@@ -128,7 +129,7 @@ BEHAVIOURS = {
     "wrapped": lambda reply, body, _: reply.send(body, {"Content-Length": 4294967297}),
     "word": lambda reply, body, _: reply.send(body, {"Content-Length": "10 bytes"}),
     "nothing": lambda reply, body, _: reply.send(body, {"Content-Length": ""}),
-    "cookie": lambda reply, body, _: reply.send_whole(body, headers={"Set-Cookie": "seen=1; Path=/; Max-Age=3600"}),
+    "cookie": lambda reply, body, _: reply.send_whole(body, headers={"Set-Cookie": "a=1; Path=/; Max-Age=99"}),
     "redirect": lambda reply, _, name: reply.redirect(f"https://elsewhere.{HOST}{name}"),
     "hop": lambda reply, _, name: reply.redirect(name, (301, 303, 307, 308)[name.count("hop-") % 4]),
     "plain": lambda reply, _, name: reply.redirect(f"http://{HOST}{name}"),
