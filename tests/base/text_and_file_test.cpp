@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/file.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge {
 namespace {
@@ -90,9 +91,15 @@ TEST(NormalizeLineEnds, TurnsEveryLineEndIntoOneNewlineWithinTheCapacity) {
     }
 }
 
-TEST(ReadWholeFile, AcceptsOnlyDiskFiles) {
-    const std::wstring folder = std::filesystem::temp_directory_path().wstring();
+/// The file is larger than one read.
+TEST(ReadWholeFile, ReadsDiskFilesOnlyAndAppendsZeros) {
+    const std::string bytes = std::string(64 << 20, 'x') + "y";
+    const test::TempFile file(bytes, L"-\u00E4\u732B.bin");
     std::uint32_t size = 0;
+    const HeapBytes block = ReadWholeFile(file.Path().c_str(), &size);
+    ASSERT_TRUE(block);
+    EXPECT_TRUE(std::string(block.get(), block.get() + size + 4) == bytes + std::string(4, '\0'));
+    const std::wstring folder = std::filesystem::temp_directory_path().wstring();
     for (const wchar_t* path :
          {static_cast<const wchar_t*>(nullptr), L"", L"no such file", L"NUL", folder.c_str()}) {
         EXPECT_FALSE(ReadWholeFile(path, &size)) << testing::PrintToString(path);

@@ -80,7 +80,7 @@ class Reply(http.server.BaseHTTPRequestHandler):
                 if behaviour not in BEHAVIOURS:
                     behaviour, name = "good", text
                 allowed = prefix == "/media/a/" or urllib.parse.parse_qs(parts.query).get("key") == [KEY]
-                return behaviour, prefix + name, find_body(re.sub("^(hop-|redirect-)+", "", name)) if allowed else None
+                return behaviour, prefix + name, find_body(name.rpartition("-")[2]) if allowed else None
         return "", parts.path, None
 
     def send(self, part, headers, status=200, hang_up=True):
