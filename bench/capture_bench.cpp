@@ -24,7 +24,6 @@
 #include "base/win_handles.h"
 #include "bench/paired_runner.h"
 #include "inputs/audio_capture.h"
-#include "tests/support/load_round.h"
 #include "tests/support/process_census.h"
 
 namespace pixelforge::bench {

@@ -19,7 +19,7 @@
 #include "render/pass_graph.h"
 #include "render/render_frame.h"
 #include "service/http_get.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 
 namespace pixelforge::bench {
 namespace {

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "bench/paired_runner.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::bench {

@@ -39,30 +39,31 @@ function(pixelforge_separate_symbols target)
     VERBATIM)
 endfunction()
 
-# pixelforge_test(<name> SOURCES ... [WINDOWS_SOURCES ...] [LINK ...] [WINDOWS_LINK ...] [WINDOWS_ONLY]
-#                 [LABEL label] [WINDOWS_LABEL label] [TIMEOUT seconds])
-# declares the GoogleTest program <name>_test and each of its cases as a CTest test, labelled "unit" unless a
-# label is given; CONTRIBUTING.md lists them.
+# pixelforge_test(<name> [SOURCES ...] [WINDOWS_SOURCES ...] [LINK ...] [WINDOWS_LABEL label]
+#                 [WINDOWS_DEPENDS targets] [TIMEOUT seconds])
+# declares the GoogleTest program <name>_test, in builds where it has sources, and each of its cases as a CTest
+# test, labelled "unit" unless the Windows build has another label; CONTRIBUTING.md lists them.
 function(pixelforge_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "WINDOWS_ONLY" "LABEL;WINDOWS_LABEL;TIMEOUT"
-    "SOURCES;WINDOWS_SOURCES;LINK;WINDOWS_LINK")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "WINDOWS_LABEL;TIMEOUT"
+    "SOURCES;WINDOWS_SOURCES;LINK;WINDOWS_DEPENDS")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
   set(sources ${arg_SOURCES})
-  set(links ${arg_LINK})
-  set(label unit ${arg_LABEL})
+  set(label unit)
   if(WIN32)
     list(APPEND sources ${arg_WINDOWS_SOURCES})
-    list(APPEND links ${arg_WINDOWS_LINK})
     list(APPEND label ${arg_WINDOWS_LABEL})
   endif()
   list(GET label -1 label)
-  if(NOT sources OR (arg_WINDOWS_ONLY AND NOT WIN32))
+  if(NOT sources)
     return()
   endif()
   add_executable(${name}_test ${sources})
   target_include_directories(${name}_test PRIVATE "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}")
   target_compile_definitions(${name}_test PRIVATE PIXELFORGE_SOURCE_DIR="${PIXELFORGE_SOURCE_DIR_AT_RUN}")
-  target_link_libraries(${name}_test PRIVATE ${links} GTest::gmock_main)
+  target_link_libraries(${name}_test PRIVATE ${arg_LINK} GTest::gmock_main)
+  if(WIN32 AND arg_WINDOWS_DEPENDS)
+    add_dependencies(${name}_test ${arg_WINDOWS_DEPENDS})
+  endif()
 
   set(timeout 120)
   if(label STREQUAL "long")
@@ -79,6 +80,15 @@ function(pixelforge_test name)
     # A time zone other than UTC.
     PROPERTIES LABELS ${label} TIMEOUT ${timeout} ENVIRONMENT "PIXELFORGE_TIMEOUT=${emulatorTimeout}"
       ENVIRONMENT_MODIFICATION "TZ=set:LOCAL-5:45")
+endfunction()
+
+# pixelforge_check(<label>.<name> COMMAND ... [PROPERTIES <property> <value> ...])
+# declares a test that is not a GoogleTest case.
+function(pixelforge_check name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "COMMAND;PROPERTIES")
+  add_test(NAME ${name} COMMAND ${arg_COMMAND})
+  string(REGEX MATCH "^[a-z]+" label ${name})
+  set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT 120 ${arg_PROPERTIES})
 endfunction()
 
 # Where test programs find the repository: Wine maps the root directory to drive Z:.

@@ -11,7 +11,7 @@
 #include <map>
 #include <thread>
 
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::test {

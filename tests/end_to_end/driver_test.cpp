@@ -8,8 +8,8 @@
 #include <new>
 
 #include "module/module_instance.h"
-#include "tests/end_to_end/module_run.h"
 #include "tests/post/reference_kernels.h"
+#include "tests/support/module_run.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::test {

@@ -17,7 +17,7 @@
 #include "module/module_instance.h"
 #include "preview/host/file_paths.h"
 #include "render/gl_renderer.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::test {

@@ -6,7 +6,7 @@
 
 #include "base/text.h"
 #include "preview/host/file_paths.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 #include "tests/support/temp_file.h"
 
 namespace pixelforge::test {

@@ -8,11 +8,11 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "service/http_get.h"
 #include "service/service_client.h"
 #include "service/service_urls.h"
@@ -57,7 +57,7 @@ inline constexpr char kUserAgent[] =
 class ServiceTest : public testing::Test {
 protected:
     ServiceTest() {
-        EXPECT_GE(firstRequest_, 0) << "run these tests through with_service";
+        EXPECT_NE(log_, "") << "run these tests through with_service";
         CreateCacheFolders(L"", root_.c_str());
     }
 
@@ -77,11 +77,10 @@ protected:
     /// The requests of this test, oldest first: "HOST PATH\t", then "NAME: VALUE\t" for each header. The
     /// service logs a request before it responds.
     std::vector<std::string> Requests() const {
-        std::ifstream log = OpenLog();
-        log.seekg(firstRequest_);
+        const std::string log = ContentOf(log_).substr(firstRequest_);
         std::vector<std::string> lines;
-        for (std::string line; std::getline(log, line);) {
-            lines.push_back(line);
+        for (std::string_view rest = log; !rest.empty();) {
+            lines.emplace_back(TakeLine(rest));
         }
         return lines;
     }
@@ -106,12 +105,9 @@ protected:
     HeapRecord<InternetSession> session_ = OpenInternetSession();
 
 private:
-    static std::ifstream OpenLog() {
-        const char* path = std::getenv("PIXELFORGE_SERVICE_LOG");
-        return std::ifstream(path ? path : "", std::ios::binary | std::ios::ate);
-    }
-
-    const std::streamoff firstRequest_ = OpenLog().tellg();
+    const char* const variable_ = std::getenv("PIXELFORGE_SERVICE_LOG");
+    const std::string log_ = variable_ ? variable_ : "";
+    const std::size_t firstRequest_ = ContentOf(log_).size();
 };
 
 }  // namespace pixelforge::test

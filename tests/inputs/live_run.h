@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "preview/host/module_library.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 
 namespace pixelforge::test {
 

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "tests/inputs/live_run.h"
-#include "tests/support/load_round.h"
 #include "tests/support/process_census.h"
 
 namespace pixelforge::test {

@@ -10,7 +10,7 @@
 #include <filesystem>
 
 #include "base/win_handles.h"
-#include "tests/end_to_end/module_run.h"
+#include "tests/support/module_run.h"
 #include "tests/support/process_census.h"
 #include "tests/support/temp_file.h"
 

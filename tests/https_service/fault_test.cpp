@@ -1,0 +1,305 @@
+// One GET from a service, and files of the cache, while the service, the clock or the disk misbehaves.
+#include <gmock/gmock.h>
+
+#include <windows.h>
+
+#include <objbase.h>
+#include <wininet.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+#include "base/load_error.h"
+#include "base/text.h"
+#include "base/win_handles.h"
+#include "tests/https_service/service_support.h"
+#include "tests/support/process_census.h"
+
+namespace pixelforge::test {
+namespace {
+
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Not;
+
+std::vector<DWORD> requestFlags;
+
+HINTERNET WINAPI OpenUrl(HINTERNET internet, const wchar_t* url, const wchar_t* headers, DWORD length,
+                         DWORD flags, DWORD_PTR context) {
+    requestFlags.push_back(flags);
+    return SystemCall<decltype(&InternetOpenUrlW)>("wininet", "InternetOpenUrlW")(internet, url, headers,
+                                                                                  length, flags, context);
+}
+
+/// Results of the next calls, from the last to the first; then the system's.
+std::vector<ULONGLONG> ticks;
+
+ULONGLONG WINAPI TickCount() {
+    if (ticks.empty()) {
+        return SystemCall<decltype(&GetTickCount64)>("kernel32", "GetTickCount64")();
+    }
+    const ULONGLONG tick = ticks.back();
+    ticks.pop_back();
+    return tick;
+}
+
+std::function<void(HANDLE)> atFlush = [](HANDLE) {};
+DWORD flushError = 0;
+std::vector<std::filesystem::path> compressed;
+
+BOOL WINAPI Flush(HANDLE file) {
+    std::exchange(atFlush, [](HANDLE) {})(file);
+    SetLastError(flushError);
+    return flushError == 0 && SystemCall<decltype(&FlushFileBuffers)>("kernel32", "FlushFileBuffers")(file);
+}
+
+BOOL WINAPI Control(HANDLE folder, DWORD code, void* in, DWORD, void*, DWORD, DWORD*, OVERLAPPED*) {
+    wchar_t path[kPathUnits] = {};
+    GetFinalPathNameByHandleW(folder, path, kPathUnits, 0);
+    EXPECT_EQ(code, 0x9C040u);
+    EXPECT_EQ(*static_cast<USHORT*>(in), 1);
+    compressed.push_back(std::filesystem::path(path).filename());
+    return FALSE;
+}
+
+}  // namespace
+
+// The program's imports of these functions.
+extern "C" {
+decltype(&DeviceIoControl) __imp_DeviceIoControl = Control;
+decltype(&FlushFileBuffers) __imp_FlushFileBuffers = Flush;
+decltype(&GetTickCount64) __imp_GetTickCount64 = TickCount;
+decltype(&InternetOpenUrlW) __imp_InternetOpenUrlW = OpenUrl;
+}
+
+namespace {
+
+// The first session of a process decides about the apartment: ctest runs each of these in its own process.
+TEST(InternetSession, EntersASingleThreadedApartment) {
+    ASSERT_TRUE(OpenInternetSession());
+    EXPECT_NE(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED), RPC_E_CHANGED_MODE);
+    CoUninitialize();
+}
+
+TEST(InternetSession, OpensInAnApartmentOfAnotherKind) {
+    std::thread([] {
+        ASSERT_EQ(CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+        EXPECT_TRUE(OpenInternetSession());
+        CoUninitialize();
+    }).join();
+}
+
+using HttpGetTest = ServiceTest;
+
+/// Not from the system's cache, nor into it; without cookies; redirects one by one, and without a login.
+TEST_F(HttpGetTest, AsksTheSystemForNothingButTheFile) {
+    requestFlags.clear();
+    for (const std::wstring& url : {MediaUrl(L"hop-1.bin"), std::wstring(L"http://127.0.0.1:1/"),
+                                    std::wstring(L"ftps://127.0.0.1:1/"), std::wstring(L"none")}) {
+        FailureOf([&] { HttpGetReply(session_.get(), url.c_str(), nullptr); });
+    }
+    EXPECT_THAT(requestFlags, ElementsAre(0x84A80000, 0x84AC0000, 0x84280000, 0x84A80000, 0x84280000));
+}
+
+TEST_F(HttpGetTest, ReturnsEveryCompleteBodyWithItsStatus) {
+    const std::tuple<const wchar_t*, std::uint32_t, std::size_t> cases[] = {
+        {L"1.bin", 200, 1},
+        {L"nolength-4096.bin", 200, 4096},
+        {L"empty-9.bin", 200, 0},
+        {L"gzip-100000.bin", 200, 100000},
+        {L"gzip-3.bin", 200, 3},
+        {L"404-5000.bin", 404, 5000},
+        {L"206-10.bin", 206, 10},
+        {L"redirect-5000.bin", 200, 5000},
+        {L"chunked-10000000.bin", 200, 10'000'000},
+        {L"nolength-10000000.bin", 200, 10'000'000},
+        {L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin", 200, 10}};
+    for (const auto& [name, status, size] : cases) {
+        SCOPED_TRACE(testing::PrintToString(name));
+        const HttpReply reply = HttpGetReply(session_.get(), MediaUrl(name).c_str(), nullptr);
+        EXPECT_EQ(reply.status, status);
+        EXPECT_TRUE(std::string(reinterpret_cast<const char*>(reply.body.get()), reply.length) ==
+                    Pattern(size));
+        EXPECT_EQ(reply.body[reply.length], 0);
+    }
+}
+
+TEST_F(HttpGetTest, SendsTheUserAgentAndExtraHeadersAndNoOthers) {
+    HttpGetReply(session_.get(), MediaUrl(L"cookie-1.bin").c_str(), nullptr);
+    EXPECT_TRUE(HttpGetReply(nullptr, MediaUrl(L"2.bin").c_str(), nullptr).body) << "with a private session";
+    extraHeaderText = L"X-Extra: 17";
+    HttpGetReply(session_.get(), MediaUrl(L"1.bin").c_str(), nullptr);
+    extraHeaderText = L"";
+    const auto plain = AllOf(HasSubstr(kUserAgent), Not(HasSubstr("\tReferer:")), Not(HasSubstr("\tCookie:")),
+                             Not(HasSubstr("\tX-Extra:")));
+    const auto extended = AllOf(HasSubstr("\tX-Extra: 17\t"), Not(HasSubstr("\tCookie:")));
+    EXPECT_THAT(Requests(), ElementsAre(plain, plain, extended));
+}
+
+std::vector<std::uint32_t> progress;
+
+TEST_F(HttpGetTest, ReportsProgressAndCancels) {
+    const std::wstring url = MediaUrl(L"9000.bin");
+    std::uint32_t length = 99;
+    progress.clear();
+    EXPECT_TRUE(HttpGet(session_.get(), url.c_str(), &length, [](std::uint32_t bytes) {
+        progress.push_back(bytes);
+        return 1;
+    }));
+    ASSERT_GE(progress.size(), 2u);
+    EXPECT_EQ(progress.front(), 0u);
+    EXPECT_EQ(progress.back(), 9000u);
+    EXPECT_FALSE(HttpGet(session_.get(), url.c_str(), &length,
+                         [](std::uint32_t bytes) { return bytes == 0 ? 1 : 0; }));
+    EXPECT_EQ(length, 0u);
+    EXPECT_FALSE(HttpGet(session_.get(), nullptr, &length, nullptr));
+}
+
+TEST_F(HttpGetTest, ABodyOfFewBytesFailsAfterAMinute) {
+    for (const auto& [elapsed, failure] :
+         {std::pair(60'000ULL, ""), {60'001ULL, "the service sends too slowly"}}) {
+        ticks = {elapsed, 0};
+        EXPECT_EQ(FailureOf([&] { HttpGetReply(session_.get(), MediaUrl(L"1.bin").c_str(), nullptr); }),
+                  failure);
+        EXPECT_TRUE(ticks.empty());
+    }
+}
+
+TEST_F(HttpGetTest, FetchesLeaveNoHandleOpen) {
+    const std::wstring failing[] = {MediaUrl(L"cut-5000.bin"),
+                                    MediaUrl(L"closed-5000.bin"),
+                                    MediaUrl(L"plain-1.bin"),
+                                    Url(L"/media/a/1.bin", L"untrusted."),
+                                    Url(L"/media/a/1.bin", L"wrongname."),
+                                    L"https://127.0.0.1:1/"};
+    std::size_t before = 0;
+    for (std::size_t i = 0; i < 120; ++i) {
+        before = i == 20 ? OpenHandles() : before;
+        // Every other time without a session: the private one must be closed too.
+        InternetSession* chosen = i % 2 != 0 ? session_.get() : nullptr;
+        std::uint32_t length = 0;
+        ASSERT_TRUE(HttpGet(chosen, MediaUrl(L"5000.bin").c_str(), &length, nullptr));
+        HttpGet(chosen, failing[i % std::size(failing)].c_str(), &length, nullptr);
+        ASSERT_EQ(length, 0u);
+    }
+    EXPECT_GT(before, 0u);
+    // Connections kept alive for the next request come and go.
+    EXPECT_LE(OpenHandles(), before + 10);
+}
+
+class DiskFaultTest : public ServiceTest {
+protected:
+    static bool Store(const std::filesystem::path& path, std::string_view text) {
+        return StoreResponse(path.c_str(), BytesOf(text));
+    }
+    static UniqueKernelHandle Open(const std::filesystem::path& path, DWORD access = GENERIC_READ) {
+        return AdoptFileHandle(
+            CreateFileW(path.c_str(), access, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    }
+
+    const std::filesystem::path file_ = root_ / "Assets" / "10.bin";
+};
+
+TEST_F(DiskFaultTest, ReplacesAFileOnceItsSuccessorIsFlushed) {
+    for (const auto& [error, stored] : {std::pair(ERROR_IO_DEVICE, false),
+                                        {ERROR_NOT_SUPPORTED, true},
+                                        {ERROR_INVALID_FUNCTION, true},
+                                        {ERROR_SUCCESS, true}}) {
+        WriteCached("Assets/10.bin", "old");
+        DWORD written = 0;
+        atFlush = [&](HANDLE file) {
+            written = GetFileSize(file, nullptr);
+            EXPECT_EQ(ReadCached("Assets/10.bin"), "old");
+        };
+        flushError = static_cast<DWORD>(error);
+        EXPECT_EQ(Store(file_, "newer"), stored) << error;
+        EXPECT_EQ(written, 5u);
+        EXPECT_EQ(ReadCached("Assets/10.bin"), stored ? "newer" : "old");
+        EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
+    }
+}
+
+TEST_F(DiskFaultTest, AnotherProcessMayStoreTheSameFileFirst) {
+    UniqueKernelHandle held;
+    atFlush = [&](HANDLE) {
+        EXPECT_TRUE(Store(file_, "first"));
+        held = Open(file_);
+    };
+    EXPECT_EQ(Fetch(MediaUrl(L"10.bin")), Pattern(10));
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "the file cannot be read";
+    EXPECT_THAT(Requests(), testing::SizeIs(1));
+    held.Reset();
+    EXPECT_EQ(ReadCached("Assets/10.bin"), "first");
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
+}
+
+TEST_F(DiskFaultTest, AFullDiskKeepsOnlyCompleteFiles) {
+    const char* limit = std::getenv("PIXELFORGE_FILE_LIMIT");
+    ASSERT_TRUE(limit) << "run this test through with_service";
+    const std::size_t fits = std::stoul(limit);
+    EXPECT_TRUE(Fetch(MediaUrl(std::to_wstring(fits) + L".bin")));
+    EXPECT_FALSE(Fetch(MediaUrl(std::to_wstring(fits + 1) + L".bin")));
+    EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin", "Assets/" + std::to_string(fits) + ".bin"));
+}
+
+TEST_F(DiskFaultTest, OneLevelOfFoldersIsRecreated) {
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(Fetch(MediaUrl(L"10.bin")));
+        EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
+        std::filesystem::remove_all(root_ / "Assets");
+    }
+    std::filesystem::create_directories(file_);
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin"))) << "a folder has the file's name";
+    std::filesystem::remove_all(root_ / "Assets");
+    WriteCached("Assets", "a file");
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
+    EXPECT_THAT(CachedFiles(), ElementsAre("Assets"));
+    std::filesystem::remove_all(root_);
+    EXPECT_FALSE(Fetch(MediaUrl(L"10.bin")));
+}
+
+TEST_F(DiskFaultTest, StartingMakesTheFoldersAndRemovesOldTemporaryFiles) {
+    using std::chrono::hours;
+    std::filesystem::create_directories(root_ / "own" / "Shaders");
+    for (const auto& [file, age] : {std::pair("Assets/~0123456789ABCDEF.tmp", hours(25)),
+                                    {"Shaders/~00000000FFFFFFFF.tmp", hours(25)},
+                                    {"Searches/~00000000FFFFFFFF.tmp", hours(25)},
+                                    {"Assets/~0123456789ABCDE0.tmp", hours(23)},
+                                    {"Assets/~old.tmp", hours(25)},
+                                    {"Assets/picture.tmp", hours(25)},
+                                    {"Searches/~0123456789ABCDEG.tmp", hours(25)},
+                                    {"own/Shaders/~0123456789ABCDEF.tmp", hours(25)}}) {
+        WriteCached(file, "left over");
+        std::filesystem::last_write_time(root_ / file, std::filesystem::file_time_type::clock::now() - age);
+    }
+    compressed.clear();
+    CreateCacheFolders((root_ / "own").c_str(), root_.c_str());
+    EXPECT_THAT(compressed, ElementsAre("Shaders", "Shaders", "Searches"));
+    EXPECT_THAT(CachedFiles(),
+                ElementsAre("Assets/picture.tmp", "Assets/~0123456789ABCDE0.tmp", "Assets/~old.tmp",
+                            "Searches/~0123456789ABCDEG.tmp", "own/Shaders/~0123456789ABCDEF.tmp"));
+    CreateCacheFolders((root_ / "new").c_str(), (root_ / "new" / "cache").c_str());
+    for (const char* folder : {"Shaders", "cache/Shaders", "cache/Assets", "cache/Searches"}) {
+        EXPECT_TRUE(std::filesystem::is_directory(root_ / "new" / folder)) << folder;
+    }
+}
+
+TEST_F(DiskFaultTest, ACachedDocumentAbove64MiBIsNotRead) {
+    WriteCached("Shaders/red1_0.json", "{}");
+    // A mapping enlarges the file beyond this process's limit.
+    EXPECT_TRUE(UniqueKernelHandle(
+        CreateFileMappingW(Open(root_ / "Shaders" / "red1_0.json", GENERIC_READ | GENERIC_WRITE).Get(),
+                           nullptr, PAGE_READWRITE, 0, (64u << 20) + 1, nullptr)));
+    EXPECT_FALSE(Fetch(ShaderUrl(L"red1")));
+    EXPECT_EQ(reason_, "the document is larger than 64 MiB");
+}
+
+}  // namespace
+}  // namespace pixelforge::test
