@@ -226,7 +226,7 @@ TEST_F(FetchWithCacheTest, StoresOnlyGoodResponses) {
         {"32-bit", {MediaUrl(L"wrapped-10.bin"), MediaUrl(L"word-10.bin"), MediaUrl(L"nothing-10.bin")}},
         {"decompressed (error 12175)", {MediaUrl(L"notgzip-10.bin")}},
         {"more than 10 times", {MediaUrl(L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin")}},
-        {"without https", {MediaUrl(L"plain-10.bin"), MediaUrl(L"plain-redirect-10.bin")}},
+        {"without https", {MediaUrl(L"plain-10.bin"), MediaUrl(L"hop-plain-redirect-10.bin")}},
         {"error 12057", {Url(media, L"untrusted.")}},
         {"error 12038", {Url(media, L"wrongname.")}},
         {"cannot be reached",

@@ -82,7 +82,7 @@ class Reply(http.server.BaseHTTPRequestHandler):
                 if behaviour not in BEHAVIOURS:
                     behaviour, name = "good", text
                 allowed = prefix == "/media/a/" or urllib.parse.parse_qs(parts.query).get("key") == [KEY]
-                return behaviour, prefix + name, find_body(re.sub("^(hop-|redirect-)+", "", name)) if allowed else None
+                return behaviour, prefix + name, find_body(re.sub(".*-", "", name)) if allowed else None
         return "", parts.path, None
 
     def begin(self, status, headers):
