@@ -50,8 +50,15 @@ protected:
         folder_.Write("resize", "1 resize 16 4");
         folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
         folder_.Write("list", "p.json\n");
+        std::filesystem::create_directories(File("s/lib"));
+        folder_.Write("s/lib/i.glsl", kColumns);
+        folder_.Write("s/u.glsl", "#include \"i.glsl\"");
+        SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", L"lib");
     }
-    ~CommandLine() override { End(1); }
+    ~CommandLine() override {
+        End(1);
+        SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", nullptr);
+    }
 
     path File(const char* name) const { return folder_.Path() / name; }
     std::string Text(const char* name) const {
@@ -168,19 +175,21 @@ const Row kRuns[] = {
     {"a.glsl --include missing", 2, "missing: not a folder"},
     {"a.glsl --set \"No Label=1\"", 2, "No Label"},
     {"a.glsl --tiles 2x1 --levels 64", 2, "cannot be combined with tiles"},
-    {"a.glsl --tiles 2x1 --foreground", 2, "cannot be combined with tiles"},
+    {"a.glsl --tiles 1x2 --foreground", 2, "cannot be combined with tiles"},
     {"a.glsl --events missing", 2, "cannot read"},
     {"a.glsl --window --monitor 9", 2, "no monitor 9"},
     {"a.glsl --png Q:/p.png", 2, "cannot write Q:"},
     {"a.glsl --png \"\"", 2, "--png: the value is empty"},
     {"a.glsl --png A.GLSL", 2, "overwrite", {{"a.glsl", "mainImage"}}},
+    {"a.glsl --events keys --report Keys", 2, "overwrite", {{"keys", "key-down"}}},
     {"a.glsl --report kept.png/r.json", 2, "kept.png"},
     {"a.glsl --frames-dir kept.png", 2, "kept.png"},
     {"a.glsl --video made/v.y4m --png Q:/p.png", 2, "cannot write Q:", {{"made/v.y4m", nullptr}}},
     {"--forget neverloaded", 0, "nothing: neverloaded is not in the cache"},
     {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}}},
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
-    {"a.glsl --check", 0, "plain shader"},
+    {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
+    {"s/u.glsl --check", 0, "plain shader"},
     {"a.glsl --info", 0, "Shader"},
     {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "WWWW..BB"}}},
     {"a.glsl --frames 2 --report d/r.json", 0, "picture     none", {{"d/r.json", "\"drawn\": 2"}}},
@@ -291,10 +300,10 @@ TEST(Options, ImplyOtherOptions) {
 }
 
 TEST(Options, OpenADroppedFile) {
-    Options shown = ParseOptions({"--id", "i", "--window"});
+    Options shown = ParseOptions({"--id", "i", "--window", "--include", "l"});
     shown.picturePath = "last.png";
     const std::tuple<const wchar_t*, const char*, const char*> cases[] = {
-        {L"a b.glsl", "a", "preview \"a b.glsl\""},
+        {L"a b.glsl", "a", "preview \"a b.glsl\" --include l"},
         {L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
         {L"c.txt", "a", "the playlist has no line"},
         {L"c.PNG", "a", "a picture needs a shader"},
