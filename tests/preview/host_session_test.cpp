@@ -98,6 +98,7 @@ TEST(HostSessionTest, StopsAfterInitialFailuresAndMarksLoadingFrames) {
         EXPECT_EQ(frames[i].result, script[i]) << i;
         EXPECT_EQ(frames[i].loading, i < 3 || i == 8) << i;
     }
+    EXPECT_EQ(std::ranges::count(calls, "initialize"), 2) << "a reset";
 }
 
 TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
@@ -192,7 +193,12 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
 }
 
 TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
-    ViewWindow view({.size = {240, 120}});
+    ViewWindow view({.size = {240, 120}, .place = POINT{30, 40}});
+    const auto described = [&] {
+        ViewState state = {.size = {240, 120}};
+        view.Describe(state);
+        return std::tuple(state.size.cx, state.place->x, state.place->y);
+    };
     const HWND frame = view.Frame().Handle();
     LPARAM got = 0;
     view.ModuleWindow().SetClientSize(120, 60);
@@ -205,12 +211,23 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     SendMessageW(frame, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-20, -8));
     view.ModuleWindow().SetHandler({});
     EXPECT_EQ(got, MAKELPARAM(-10, -4)) << "dragged out of the window";
+    SendMessageW(frame, WM_LBUTTONUP, 0, 0);
+    EXPECT_EQ(GetCapture(), nullptr);
     view.Messages().Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     SendMessageW(frame, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
     EXPECT_GT(SendMessageW(GetTopWindow(frame), EM_GETFIRSTVISIBLELINE, 0, 0), 0);
-    view.ToggleFullScreen();
-    view.ToggleFullScreen();
-    EXPECT_EQ(view.Frame().ClientSize().cx, 240);
+    for (const bool full : {true, false}) {
+        view.ToggleFullScreen();
+        SendMessageW(frame, WM_SETCURSOR, reinterpret_cast<WPARAM>(frame), HTCLIENT);
+        EXPECT_EQ(GetCursor() == nullptr, full);
+        EXPECT_EQ(described(), std::tuple(240, 30, 40));
+    }
+    ShowWindow(frame, SW_MINIMIZE);
+    EXPECT_EQ(std::get<0>(described()), 240);
+    ShowWindow(frame, SW_RESTORE);
+    view.Notice().Show(TextAsRichText(L"n"));
+    view.Frame().SetClientSize(300, 200);
+    EXPECT_NE(ChildWindowFromPoint(frame, {295, 195}), frame) << "the notice is along the lower edge";
     view.AddKeys({{VK_F4, 0, nullptr, [] { ADD_FAILURE() << "Alt+F4 closes the window"; }}});
     HoldKey(VK_MENU);
     SendMessageW(frame, WM_SYSKEYDOWN, VK_F4, 0);
@@ -231,6 +248,14 @@ TEST(ViewWindow, GraphsTheLatestTimes) {
     EXPECT_NE(GetPixel(dc.Get(), 400, 120), GetPixel(dc.Get(), 400, 186));
 }
 
+/// Over a black picture.
+bool IsTextShown() {
+    const HostSurface surface(60, 20);
+    const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
+    BitBlt(surface.DeviceContext(), 0, 0, 60, 20, WindowDc(GetActiveWindow()).Get(), 24, 12, SRCCOPY);
+    return std::ranges::any_of(surface.Pixels().bytes, [](auto byte) { return byte != 0; });
+}
+
 TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const test::TempFile list("a\nb\nc\nd\n");
     const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
@@ -242,23 +267,49 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     const auto press = [](std::int32_t frame, std::int32_t key) {
         return InputEvent{frame, WM_KEYDOWN, key};
     };
-    EventPlayer events(
-        {press(1, VK_F4), press(2, VK_INSERT), press(3, VK_F2), press(3, VK_F2), press(3, VK_F12)});
+    EventPlayer events({press(1, VK_F4), press(2, VK_INSERT), press(3, VK_F2), press(3, VK_F12)});
     int attempts = 0;
+    int polls = 0;
+    int pauses = 0;
+    int pollsWithText = 0;
+    bool text = false;
+    std::atomic<bool> stop = false;
     calls.clear();
     results = {Failed};
-    const LiveViewOptions options = {.state = {.size = {20, 10}},
+    const auto poll = [&] {
+        wchar_t title[64] = {};
+        GetWindowTextW(GetActiveWindow(), title, 64);
+        double rate = 0.0;
+        std::swscanf(title, L"%*c - frame %*d - %lf", &rate);
+        EXPECT_LT(rate, 100.0) << "60 frames a second at most";
+        text = IsTextShown();
+        pollsWithText += text;
+        stop = ++polls > 1000;
+        if (std::wcsstr(title, L" - paused - ") && ++pauses == 1) {
+            Sleep(2100);
+        } else if (pauses == 2) {
+            EXPECT_EQ(calls.back(), "draw") << "the show has not gone on";
+            PostMessageW(GetActiveWindow(), WM_KEYDOWN, VK_F2, 0);
+            ++pauses;
+        }
+        return false;
+    };
+    const LiveViewOptions options = {.state = {.size = {240, 120}},
                                      .name = "list",
                                      .pictureStem = list.Path(),
                                      .frames = 200,
                                      .events = &events,
+                                     .stop = &stop,
                                      .playlist = &player,
+                                     .sourceChanged = poll,
                                      .takeMessages = [&](bool) {
-                                         Sleep(++attempts == 5 ? 2100 : 0);
-                                         EXPECT_TRUE(attempts != 6 || calls.end()[-2] == "draw") << "paused";
+                                         EXPECT_TRUE(++attempts != 6 || calls.end()[-2] == "draw")
+                                             << "the pause does not count";
                                          return std::vector<std::string>();
                                      }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
+    EXPECT_GT(pollsWithText, 5);
+    EXPECT_FALSE(text) << "after its seconds";
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
     EXPECT_TRUE(DeleteFileW((list.Path() + L"-2.png").c_str())) << "frames since the load";
     EXPECT_EQ(player.Order().Failures().size(), 1u);
@@ -325,12 +376,16 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
 }
 
 TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
-    ViewState state = {.size = {240, 120}, .realTime = true};
+    // The panel has no room beside it.
+    ViewState state = {
+        .size = {240, 120}, .realTime = true, .place = POINT{GetSystemMetrics(SM_CXSCREEN) - 90, 40}};
     ViewWindow view(state);
     HostSession session(kModule, {.width = 20, .height = 10, .autoOffscreen = true});
     session.Open();
     std::string said;
     ControlChanges changes(session, state, [&](const auto& line) { said = ToUtf8(line); });
+    view.AddKeys(changes.Keys());
+    view.AddKeys({{VK_RETURN, kAlt, nullptr, [&] { said = "full screen"; }}});
     ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [] {});
     controls.Toggle();
     controls.Refresh();
@@ -350,6 +405,21 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
         SetWindowTextW(part(label, 2), text);
         SendMessageW(panel, WM_COMMAND, IDOK, 0);
     };
+    const auto slide = [&](const wchar_t* label, LPARAM steps) {
+        SendMessageW(part(label, 1), TBM_SETPOS, TRUE, steps);
+        SendMessageW(panel, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(part(label, 1)));
+    };
+    const auto press = [&](UINT message, WPARAM key) {
+        SetFocus(part(L"Speed", 2));
+        PostMessageW(GetFocus(), message, key, 0);
+        view.Frame().PumpMessages();
+        view.ActOnKeys();
+    };
+    const auto checked = [&](const wchar_t* label) {
+        controls.Refresh();
+        return SendMessageW(part(label), BM_GETCHECK, 0, 0) == BST_CHECKED;
+    };
+    EXPECT_TRUE(checked(L"Speed follows the clock"));
     RECT label = {};
     GetWindowRect(part(L"X Tiling"), &label);
     SetCursorPos(label.left + 5, label.top + 5);
@@ -365,18 +435,16 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     changes.ChangePace(-1.0);
     RealTime(session).Advance(changes.Pace());
     EXPECT_FLOAT_EQ(session.Control("Speed")->decimal.value[0], -0.5F / 60);
-    SendMessageW(part(L"X Tiling", 1), TBM_SETPOS, TRUE, 4);
-    SendMessageW(panel, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(part(L"X Tiling", 1)));
+    slide(L"X Tiling", 4);
     edit(L"X Tiling", L"40");
     EXPECT_THAT(said, testing::HasSubstr("1 to 32"));
     SendMessageW(part(L"Foreground Only"), BM_CLICK, 0, 0);
     EXPECT_THAT(said, testing::HasSubstr("cannot be combined"));
-    controls.Refresh();
-    EXPECT_EQ(SendMessageW(part(L"Foreground Only"), BM_GETCHECK, 0, 0), BST_UNCHECKED);
-    SetFocus(part(L"Speed", 2));
+    EXPECT_FALSE(checked(L"Foreground Only"));
+    press(WM_KEYDOWN, VK_F11);
+    EXPECT_THAT(said, testing::HasSubstr("level output cannot be combined"));
     SetWindowTextW(part(L"Speed", 2), L"0.2");
-    PostMessageW(part(L"Speed", 2), WM_CHAR, 'p', 0);
-    view.Frame().PumpMessages();
+    press(WM_CHAR, 'p');
     RealTime(session).Advance();
     controls.Refresh();
     SetFocus(panel);
@@ -386,12 +454,24 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     SendMessageW(part(L"Fast Buffers"), BM_CLICK, 0, 0);
     EXPECT_TRUE(changes.TakeReload());
     EXPECT_TRUE(state.realTime);
-    edit(L"Speed", L"0.5");
-    EXPECT_FALSE(state.realTime);
+    slide(L"Speed", -250);
+    EXPECT_FALSE(state.realTime || checked(L"Speed follows the clock"));
     EXPECT_EQ(changes.Arguments(),
-              " --window --size 240x120 --set Speed=0.5 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
+              " --window --size 240x120 --set Speed=-0.5 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
     changes.ChangeScale(16.0);
     EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 960) << "at most 4";
+    changes.ChangeScale(0.001);
+    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 15) << "at least a sixteenth";
+    HoldKey(VK_MENU);
+    press(WM_SYSKEYDOWN, VK_RETURN);
+    HoldKey(0);
+    EXPECT_EQ(said, "full screen") << "a key of the view";
+    press(WM_KEYDOWN, VK_ESCAPE);
+    EXPECT_FALSE(IsWindowVisible(panel));
+    EXPECT_EQ(GetFocus(), view.Frame().Handle());
+    controls.Toggle();
+    SendMessageW(panel, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(IsWindow(panel) && !IsWindowVisible(panel));
 }
 
 }  // namespace

@@ -216,6 +216,12 @@ TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
     EXPECT_FALSE(WorkingFolder(L"C:\\no such folder\\file.json").Entered());
 }
 
+TEST(LongPath, HasAPrefixBeyondTheSystemsLimit) {
+    const std::wstring name(257, L'x');
+    EXPECT_TRUE(LongPath(L"C:\\" + name).starts_with(L"\\\\?\\C:\\x"));
+    EXPECT_TRUE(LongPath(L"\\\\s\\" + name).starts_with(L"\\\\?\\UNC\\s\\x"));
+}
+
 TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
     DebugCapture capture;
     OutputDebugStringA("narrow ");
@@ -247,19 +253,19 @@ TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
 }
 
 TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
-    const HostSurface surface(8, 100);
+    const HostSurface surface(10, 100);
     {
         const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        DrawFrameGraph(surface.DeviceContext(), {0, 0, 8, 100}, nullptr, std::array{10.0, 20.0, 100.0, 5.0},
-                       4);
+        DrawFrameGraph(surface.DeviceContext(), {0, 0, 10, 100}, nullptr, std::array{10.0, 20.0, 100.0, 5.0},
+                       5);
         GdiFlush();
     }
     const FramePixels pixels = surface.Pixels();
     const auto bottom = [&](std::int32_t x) { return pixels.At(x, 99); };
-    EXPECT_NE(bottom(0), bottom(2)) << "in time, late";
-    EXPECT_NE(bottom(2), bottom(4)) << "late, very late";
-    EXPECT_EQ(bottom(0), bottom(7));
-    EXPECT_NE(pixels.At(4, 45), pixels.At(6, 45)) << "75 of 133 milliseconds";
+    EXPECT_NE(bottom(2), bottom(4)) << "in time, late";
+    EXPECT_NE(bottom(4), bottom(6)) << "late, very late";
+    EXPECT_EQ(bottom(2), bottom(9)) << "the latest is on the right";
+    EXPECT_NE(pixels.At(6, 45), pixels.At(8, 45)) << "75 of 133 milliseconds";
 }
 
 }  // namespace
