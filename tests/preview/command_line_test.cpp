@@ -204,7 +204,10 @@ const Row kRuns[] = {
     {"a.glsl --size 8x8 --video v.y4m --rate 25", 0, "none", {{"v.y4m", "YUV4MPEG2 W8 H8 F25:1 "}}},
     {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "whole frame"},
     {"a.glsl --size 8x8 --frames 2 --events resize", 0, "frame size  16 x 4"},
-    {"a.glsl --size 8x8 --window --frames 8 --events keys", 0, "", {{"a-2.png", nullptr}, {"a-6.png", "W"}}},
+    {"a.glsl --size 8x8 --window --frames 8 --events keys --png w.png",
+     0,
+     "",
+     {{"a-2.png", nullptr}, {"a-6.png", "W"}, {"w.png", "W"}}},
 };
 
 TEST(Options, RejectWrongUsageWithAReason) {

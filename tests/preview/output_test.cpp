@@ -146,7 +146,7 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
         EXPECT_FALSE(IsExistingFile(left[i].c_str()));
         EXPECT_TRUE(std::filesystem::remove(foreign[i]));
     }
-    const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
+    std::optional second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->Path();
     const auto playlistOf = [&](const StagedShader& shader) {
         return folder + L"\\" + FromUtf8(shader.PlaylistName());
@@ -157,7 +157,10 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
     EXPECT_EQ(ReadInputFile(alias), "1");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
-    EXPECT_EQ(ReadInputFile(second.Path()), "2");
+    EXPECT_EQ(ReadInputFile(second->Path()), "2");
+    second.reset();
+    std::error_code none;
+    EXPECT_FALSE(std::filesystem::is_empty(L"D:\\Moonreel\\Pixelforge", none)) << "an empty folder stays";
 }
 
 TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
