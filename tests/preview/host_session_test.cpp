@@ -277,10 +277,10 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
         BitBlt(corner.DeviceContext(), 0, 0, 60, 20, WindowDc(GetActiveWindow()).Get(), 24, 12, SRCCOPY);
         text = std::ranges::any_of(corner.Pixels().bytes, [](auto byte) { return byte != 0; });
         stop = ++polls > 1000;
-        if (std::wcsstr(title, L" - paused - ") && ++pauses == 1) {
+        if (std::wcsstr(title, L" - paused - ") && ++pauses == 3) {
             EXPECT_TRUE(text) << "the saved picture's name, for seconds";
             Sleep(2100);
-        } else if (pauses == 2) {
+        } else if (pauses == 4) {
             EXPECT_EQ(calls.back(), "draw") << "the show has not gone on";
             PostMessageW(GetActiveWindow(), WM_KEYDOWN, VK_F2, 0);
             ++pauses;
