@@ -54,8 +54,15 @@ protected:
         folder_.Write("resize", "1 resize 16 4");
         folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
         folder_.Write("list", "p.json\n");
+        std::filesystem::create_directories(File("s/lib"));
+        folder_.Write("s/lib/i.glsl", kColumns);
+        folder_.Write("s/u.glsl", "#include \"i.glsl\"");
+        SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", L"lib");
     }
-    ~CommandLine() override { End(1); }
+    ~CommandLine() override {
+        End(1);
+        SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", nullptr);
+    }
 
     path File(const char* name) const { return folder_.Path() / name; }
     std::string Text(const char* name) const { return test::ContentOf(File(name)); }
@@ -176,19 +183,21 @@ const Row kRuns[] = {
     {"a.glsl --include missing", 2, "missing: not a folder"},
     {"a.glsl --set \"No Label=1\"", 2, "No Label"},
     {"a.glsl --tiles 2x1 --levels 64", 2, "cannot be combined with tiles"},
-    {"a.glsl --tiles 2x1 --foreground", 2, "cannot be combined with tiles"},
+    {"a.glsl --tiles 1x2 --foreground", 2, "cannot be combined with tiles"},
     {"a.glsl --events missing", 2, "cannot read"},
     {"a.glsl --window --monitor 9", 2, "no monitor 9"},
     {"a.glsl --png Q:/p.png", 2, "cannot write Q:"},
     {"a.glsl --png \"\"", 2, "--png: the value is empty"},
     {"a.glsl --png A.GLSL", 2, "overwrite", {{"a.glsl", "mainImage"}}},
+    {"a.glsl --events keys --report Keys", 2, "overwrite", {{"keys", "key-down"}}},
     {"a.glsl --report kept.png/r.json", 2, "kept.png"},
     {"a.glsl --frames-dir kept.png", 2, "kept.png"},
     {"a.glsl --video made/v.y4m --png Q:/p.png", 2, "cannot write Q:", {{"made/v.y4m", nullptr}}},
     {"--forget neverloaded", 0, "nothing: neverloaded is not in the cache"},
     {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}}},
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
-    {"a.glsl --check", 0, "plain shader"},
+    {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
+    {"s/u.glsl --check", 0, "plain shader"},
     {"a.glsl --info", 0, "Shader"},
     {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "RWWW..BB"}}},
     {"a.glsl --frames 2 --report d/e/r.json", 0, "picture     none", {{"d/e/r.json", "\"drawn\": 2"}}},
@@ -201,7 +210,10 @@ const Row kRuns[] = {
     {"a.glsl --size 8x8 --frames 2 --video v.y4m --events resize", 1, "the frame size has changed"},
     {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "whole frame"},
     {"a.glsl --size 8x8 --frames 2 --events resize", 0, "frame size  16 x 4"},
-    {"a.glsl --size 8x8 --window --frames 8 --events keys", 0, "", {{"a-2.png", nullptr}, {"a-6.png", "W"}}},
+    {"a.glsl --size 8x8 --window --frames 8 --events keys --png w.png",
+     0,
+     "",
+     {{"a-2.png", nullptr}, {"a-6.png", "W"}, {"w.png", "W"}}},
 };
 
 TEST(Options, RejectWrongUsageWithAReason) {
@@ -294,23 +306,24 @@ TEST(Options, ImplyOtherOptions) {
 }
 
 TEST(Options, OpenADroppedFile) {
+    const std::vector<std::string> shown = {"--id", "i", "--window", "--include", "l"};
     const struct {
-        std::vector<std::string> shown;
+        std::vector<std::string> options;
         const wchar_t* name;
         const char* bytes;  ///< null: there is no such file
         const char* words;
         const char* picture = "";
-    } cases[] = {{{"--id", "i"}, L"a b.glsl", "a", "preview \"a b.glsl\""},
-                 {{"--id", "i"}, L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
-                 {{"--id", "i"}, L"c.txt", "a", "the playlist has no line"},
-                 {{"--id", "i"}, L"c.PNG", "a", "a picture needs a shader"},
-                 {{"--id", "i"}, L"missing.json", nullptr, "cannot read"},
+    } cases[] = {{shown, L"a b.glsl", "a", "preview \"a b.glsl\" --include l"},
+                 {shown, L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
+                 {shown, L"c.txt", "a", "the playlist has no line"},
+                 {shown, L"c.PNG", "a", "a picture needs a shader"},
+                 {shown, L"missing.json", nullptr, "cannot read"},
                  {{"a.json"}, L"c.png", "", "preview a.json", "c.png"}};
-    for (const auto& [shown, name, bytes, words, picture] : cases) {
+    for (const auto& [options, name, bytes, words, picture] : cases) {
         if (bytes) {
             WriteOutputFile(name, BytesOf(bytes));
         }
-        Options current = ParseOptions(shown);
+        Options current = ParseOptions(options);
         current.picturePath = "last.png";
         Options next;
         const std::string failure = FailureOf([&] {

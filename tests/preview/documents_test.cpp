@@ -153,7 +153,7 @@ TEST(BareDocument, MayBeIncompleteButOtherTextsAreRejected) {
 }
 
 TEST(MadeDocuments, GetADroppedPictureOnChannel0OfTheImage) {
-    const std::string made = DocumentOfPassFiles("s", {{"image", "i", ""}, {"a", "b", ""}}, kNoFiles).json;
+    const std::string made = DocumentOfPassFiles("s", {{"a", "b", ""}, {"image", "i", ""}}, kNoFiles).json;
     const ShaderDocument document = Read(WithPicture(made, "c:\\p \"1\".png"));
     const auto& input = PassOf(document, PassKind::Image).inputs[0];
     EXPECT_EQ(input.ctype, ChannelType::Texture);
@@ -241,7 +241,8 @@ TEST(SourceFaults, NameWhatTheModuleIgnoresInADocument) {
         "{\"ctype\":\"mic\", \"channel\":3, "
         "\"src\":\"m\\/\"}]},\n{\"type\":\"sound\"},\n{\"type\":\"buffer\", "
         "\"name\":\"Buffer E\"},\n"
-        "{\"type\":\"cubemap\", \"name\":\"Cube B\"}, {\"type\":\"geometry\"}]}]";
+        "{\"type\":\"cubemap\", \"name\":\"Cube B\"}, {\"type\":\"geometry\"},\n"
+        "{\"type\":\"image\", \"code\":\"later\"}]}]";
     EXPECT_THAT(
         DocumentFaults(document, names),
         ElementsAre(
@@ -252,6 +253,8 @@ TEST(SourceFaults, NameWhatTheModuleIgnoresInADocument) {
             "e.json:7:9: warning: the pass \"Buffer E\" of type \"buffer\" is ignored: unknown name or type",
             "e.json:8:9: warning: the pass \"Cube B\" of type \"cubemap\" is ignored: unknown name or type",
             "e.json:8:46: warning: the pass \"\" of type \"geometry\" is ignored: unknown name or type"));
+    ASSERT_EQ(names.texts.size(), 1u) << "two passes of one name";
+    EXPECT_EQ(names.texts[0].code, "later");
     ASSERT_EQ(names.inputs.size(), 1u);
     EXPECT_EQ(names.inputs[0].place, "e.json:5:10");
     EXPECT_EQ(names.inputs[0].file, "m/");
@@ -267,7 +270,7 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
     SourceNames names = {
         .shader = "s/p.glsl",
         .texts = {{"Image", "s/p.glsl", "#include \"here.glsl\"\n#include \"dot.\"\n"},
-                  {"Common", "s/p.common.glsl", "/*\n#include \"no.glsl\"\n*/\n"},
+                  {"Common", "s/p.common.glsl", "/*/\n#include \"no.glsl\"\n*/\n"},
                   {"Buffer A", "s/p.a.glsl", "#include \"here.glsl\"\n#include \"Common\""}}};
     const Lines faults = MissingIncludes(names);
     std::filesystem::current_path(start);

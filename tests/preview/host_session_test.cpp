@@ -191,7 +191,8 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
 }
 
 TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
-    ViewWindow view({.size = {240, 120}});
+    ViewState state = {.size = {240, 120}, .place = POINT{30, 40}};
+    ViewWindow view(state);
     const HWND frame = view.Frame().Handle();
     LPARAM got = 0;
     view.ModuleWindow().SetClientSize(120, 60);
@@ -204,17 +205,32 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     SendMessageW(frame, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-20, -8));
     view.ModuleWindow().SetHandler({});
     EXPECT_EQ(got, MAKELPARAM(-10, -4)) << "dragged out of the window";
+    SendMessageW(frame, WM_LBUTTONUP, 0, 0);
+    EXPECT_EQ(GetCapture(), nullptr);
     view.Messages().Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     SendMessageW(frame, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
     EXPECT_GT(SendMessageW(GetTopWindow(frame), EM_GETFIRSTVISIBLELINE, 0, 0), 0);
-    view.ToggleFullScreen();
-    view.ToggleFullScreen();
-    EXPECT_EQ(view.Frame().ClientSize().cx, 240);
+    for (const bool full : {true, false}) {
+        view.ToggleFullScreen();
+        SendMessageW(frame, WM_SETCURSOR, reinterpret_cast<WPARAM>(frame), HTCLIENT);
+        EXPECT_EQ(GetCursor() == nullptr, full);
+        view.Describe(state);
+        EXPECT_TRUE(state.size.cx == 240 && state.place->x == 30 && state.place->y == 40);
+    }
+    ShowWindow(frame, SW_MINIMIZE);
+    view.Describe(state);
+    EXPECT_EQ(state.size.cx, 240);
+    ShowWindow(frame, SW_RESTORE);
+    view.Notice().Show(TextAsRichText(L"n"));
+    view.Frame().SetClientSize(300, 200);
+    EXPECT_NE(ChildWindowFromPoint(frame, {295, 195}), frame) << "the notice is along the lower edge";
     view.AddKeys({{VK_F4, 0, nullptr, [] { ADD_FAILURE() << "Alt+F4 closes the window"; }}});
     HoldKey(VK_MENU);
     SendMessageW(frame, WM_SYSKEYDOWN, VK_F4, 0);
     HoldKey(0);
     view.ActOnKeys();
+    SendMessageW(frame, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(view.Closed() && IsWindow(frame));
 }
 
 TEST(ViewWindow, GraphsTheLatestTimes) {
@@ -237,23 +253,50 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     StagedShader staged = StagedShader::OfPlaylist({});
     PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(2));
     const auto press = [](int frame, int key) { return InputEvent{frame, WM_KEYDOWN, key}; };
-    EventPlayer events(
-        {press(1, VK_F4), press(2, VK_INSERT), press(3, VK_F2), press(3, VK_F2), press(3, VK_F12)});
+    EventPlayer events({press(1, VK_F4), press(2, VK_INSERT), press(3, VK_F2), press(3, VK_F12)});
     int attempts = 0;
+    int polls = 0;
+    int pauses = 0;
+    bool text = false;
+    std::atomic<bool> stop = false;
     calls.clear();
     results = {Failed};
-    const LiveViewOptions options = {.state = {.size = {20, 10}},
+    const auto poll = [&] {
+        wchar_t title[64] = {};
+        GetWindowTextW(GetActiveWindow(), title, 64);
+        double rate = 0.0;
+        std::swscanf(title, L"%*c - frame %*d - %lf", &rate);
+        EXPECT_LT(rate, 100.0) << "60 frames a second at most";
+        const HostSurface corner(60, 20);
+        const GdiSelection bitmap(corner.DeviceContext(), corner.Bitmap());
+        BitBlt(corner.DeviceContext(), 0, 0, 60, 20, WindowDc(GetActiveWindow()).Get(), 24, 12, SRCCOPY);
+        text = std::ranges::any_of(corner.Pixels().bytes, [](auto byte) { return byte != 0; });
+        stop = ++polls > 1000;
+        if (std::wcsstr(title, L" - paused - ") && ++pauses == 3) {
+            EXPECT_TRUE(text) << "the saved picture's name, for seconds";
+            Sleep(2100);
+        } else if (pauses == 4) {
+            EXPECT_EQ(calls.back(), "draw") << "the show has not gone on";
+            PostMessageW(GetActiveWindow(), WM_KEYDOWN, VK_F2, 0);
+            ++pauses;
+        }
+        return false;
+    };
+    const LiveViewOptions options = {.state = {.size = {240, 120}},
                                      .name = "list",
                                      .pictureStem = list.Path(),
-                                     .frames = 200,
+                                     .frames = 150,
                                      .events = &events,
+                                     .stop = &stop,
                                      .playlist = &player,
+                                     .sourceChanged = poll,
                                      .takeMessages = [&](bool) {
-                                         Sleep(++attempts == 5 ? 2100 : 0);
-                                         EXPECT_TRUE(attempts != 6 || calls.end()[-2] == "draw") << "paused";
+                                         EXPECT_TRUE(++attempts != 6 || calls.end()[-2] == "draw")
+                                             << "the pause does not count";
                                          return std::vector<std::string>();
                                      }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
+    EXPECT_FALSE(text) << "after these";
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
     EXPECT_TRUE(DeleteFileW((list.Path() + L"-2.png").c_str())) << "frames since the load";
     EXPECT_EQ(player.Order().Failures().size(), 1u);
@@ -286,11 +329,14 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     const wchar_t* const files[] = {L"C:\\unusable", L"C:\\b.glsl"};
     std::vector<std::wstring> dropped;
     ViewState last = {};
+    EventPlayer copy({{0, WM_KEYDOWN, VK_SHIFT}, {0, WM_KEYDOWN, VK_F10}, {1, WM_KEYUP, VK_SHIFT}});
     LiveViewOptions options = {.state = {.scale = 0.25,
                                          .fullScreen = true,
                                          .settings = {{"Multi-Sample", "1"}, {"Multi-Sample", "2"}}},
                                .name = "a",
-                               .frames = 200};
+                               .command = "preview a",
+                               .frames = 200,
+                               .events = &copy};
     options.fileDropped = [&](const std::wstring& path, const ViewState& state) {
         dropped.push_back(path);
         last = state;
@@ -310,15 +356,23 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     EXPECT_TRUE(last.fullScreen);
     ASSERT_EQ(last.settings.size(), 1u);
     EXPECT_EQ(last.settings[0].label, "Multi-Sample");
+    ASSERT_TRUE(OpenClipboard(nullptr));
+    EXPECT_STREQ(reinterpret_cast<const wchar_t*>(GetClipboardData(CF_UNICODETEXT)),
+                 L"preview a --fullscreen --scale 0.25 --set Multi-Sample=2");
+    CloseClipboard();
 }
 
 TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
-    ViewState state = {.size = {240, 120}, .realTime = true};
+    // The panel has no room beside it.
+    ViewState state = {
+        .size = {240, 120}, .realTime = true, .place = POINT{GetSystemMetrics(SM_CXSCREEN) - 90, 40}};
     ViewWindow view(state);
     HostSession session(kModule, {.width = 20, .height = 10, .autoOffscreen = true});
     session.Open();
     std::string said;
     ControlChanges changes(session, state, [&](const auto& line) { said = ToUtf8(line); });
+    view.AddKeys(changes.Keys());
+    view.AddKeys({{VK_RETURN, kAlt, nullptr, [&] { said = "full screen"; }}});
     ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [] {});
     controls.Toggle();
     controls.Refresh();
@@ -338,6 +392,21 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
         SetWindowTextW(part(label, 2), text);
         SendMessageW(panel, WM_COMMAND, IDOK, 0);
     };
+    const auto slide = [&](const wchar_t* label, LPARAM steps) {
+        SendMessageW(part(label, 1), TBM_SETPOS, TRUE, steps);
+        SendMessageW(panel, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(part(label, 1)));
+    };
+    const auto press = [&](UINT message, WPARAM key) {
+        SetFocus(part(L"Speed", 2));
+        PostMessageW(GetFocus(), message, key, 0);
+        view.Frame().PumpMessages();
+        view.ActOnKeys();
+    };
+    const auto checked = [&](const wchar_t* label) {
+        controls.Refresh();
+        return SendMessageW(part(label), BM_GETCHECK, 0, 0) == BST_CHECKED;
+    };
+    EXPECT_TRUE(checked(L"Speed follows the clock"));
     RECT label = {};
     GetWindowRect(part(L"X Tiling"), &label);
     SetCursorPos(label.left + 5, label.top + 5);
@@ -353,18 +422,20 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     changes.ChangePace(-1.0);
     RealTime(session).Advance(changes.Pace());
     EXPECT_FLOAT_EQ(session.Control("Speed")->decimal.value[0], -0.5F / 60);
-    SendMessageW(part(L"X Tiling", 1), TBM_SETPOS, TRUE, 4);
-    SendMessageW(panel, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(part(L"X Tiling", 1)));
+    changes.ChangePace(1000.0);
+    EXPECT_EQ(changes.Pace(), -64.0) << "its bounds";
+    changes.ChangePace(0.0001);
+    EXPECT_EQ(changes.Pace(), -1.0 / 64.0);
+    slide(L"X Tiling", 4);
     edit(L"X Tiling", L"40");
     EXPECT_THAT(said, testing::HasSubstr("1 to 32"));
     SendMessageW(part(L"Foreground Only"), BM_CLICK, 0, 0);
     EXPECT_THAT(said, testing::HasSubstr("cannot be combined"));
-    controls.Refresh();
-    EXPECT_EQ(SendMessageW(part(L"Foreground Only"), BM_GETCHECK, 0, 0), BST_UNCHECKED);
-    SetFocus(part(L"Speed", 2));
+    EXPECT_FALSE(checked(L"Foreground Only"));
+    press(WM_KEYDOWN, VK_F11);
+    EXPECT_THAT(said, testing::HasSubstr("level output cannot be combined"));
     SetWindowTextW(part(L"Speed", 2), L"0.2");
-    PostMessageW(part(L"Speed", 2), WM_CHAR, 'p', 0);
-    view.Frame().PumpMessages();
+    press(WM_CHAR, 'p');
     RealTime(session).Advance();
     controls.Refresh();
     SetFocus(panel);
@@ -374,12 +445,25 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     SendMessageW(part(L"Fast Buffers"), BM_CLICK, 0, 0);
     EXPECT_TRUE(changes.TakeReload());
     EXPECT_TRUE(state.realTime);
-    edit(L"Speed", L"0.5");
-    EXPECT_FALSE(state.realTime);
+    slide(L"Speed", -250);
+    EXPECT_FALSE(state.realTime || checked(L"Speed follows the clock"));
+    changes.ChangePace(0.5);
     EXPECT_EQ(changes.Arguments(),
-              " --window --size 240x120 --set Speed=0.5 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
+              " --window --size 240x120 --set Speed=-0.25 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
     changes.ChangeScale(16.0);
     EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 960) << "at most 4";
+    changes.ChangeScale(0.001);
+    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 15) << "at least a sixteenth";
+    HoldKey(VK_MENU);
+    press(WM_SYSKEYDOWN, VK_RETURN);
+    HoldKey(0);
+    EXPECT_EQ(said, "full screen") << "a key of the view";
+    press(WM_KEYDOWN, VK_ESCAPE);
+    EXPECT_FALSE(IsWindowVisible(panel));
+    EXPECT_EQ(GetFocus(), view.Frame().Handle());
+    controls.Toggle();
+    SendMessageW(panel, WM_CLOSE, 0, 0);
+    EXPECT_TRUE(IsWindow(panel) && !IsWindowVisible(panel));
 }
 
 }  // namespace

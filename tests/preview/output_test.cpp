@@ -91,13 +91,16 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
         EXPECT_FALSE(IsExistingFile(left[i].c_str()));
         EXPECT_TRUE(std::filesystem::remove(foreign[i]));
     }
-    const StagedShader second = StagedShader::OfDocument(BytesOf("2"));
+    std::optional second = StagedShader::OfDocument(BytesOf("2"));
     const std::wstring alias = first->Path();
     const std::wstring playlist = folder + L"\\" + FromUtf8(first->PlaylistName());
     EXPECT_EQ(ReadInputFile(OpenedShader::OfIdentifier("\xC3\xA4").Staged().Path()), "\xE4\r\n");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
-    EXPECT_EQ(ReadInputFile(second.Path()), "2");
+    EXPECT_EQ(ReadInputFile(second->Path()), "2");
+    second.reset();
+    std::error_code none;
+    EXPECT_FALSE(std::filesystem::is_empty(L"D:\\Moonreel\\Pixelforge", none)) << "an empty folder stays";
 }
 
 TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
@@ -153,6 +156,12 @@ TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
     EXPECT_FALSE(WorkingFolder(L"C:\\no such folder\\file.json").Entered());
 }
 
+TEST(LongPath, HasAPrefixBeyondTheSystemsLimit) {
+    const std::wstring name(257, L'x');
+    EXPECT_TRUE(LongPath(L"C:\\" + name).starts_with(L"\\\\?\\C:\\x"));
+    EXPECT_TRUE(LongPath(L"\\\\s\\" + name).starts_with(L"\\\\?\\UNC\\s\\x"));
+}
+
 TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
     DebugCapture capture;
     OutputDebugStringA("narrow ");
@@ -184,19 +193,19 @@ TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
 }
 
 TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
-    const HostSurface surface(8, 100);
+    const HostSurface surface(10, 100);
     {
         const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        DrawFrameGraph(surface.DeviceContext(), {0, 0, 8, 100}, nullptr, std::array{10.0, 20.0, 100.0, 5.0},
-                       4);
+        DrawFrameGraph(surface.DeviceContext(), {0, 0, 10, 100}, nullptr, std::array{10.0, 20.0, 100.0, 5.0},
+                       5);
         GdiFlush();
     }
     const FramePixels pixels = surface.Pixels();
     const auto bottom = [&](std::int32_t x) { return pixels.At(x, 99); };
-    EXPECT_NE(bottom(0), bottom(2)) << "in time, late";
-    EXPECT_NE(bottom(2), bottom(4)) << "late, very late";
-    EXPECT_EQ(bottom(0), bottom(7));
-    EXPECT_NE(pixels.At(4, 45), pixels.At(6, 45)) << "75 of 133 milliseconds";
+    EXPECT_NE(bottom(2), bottom(4)) << "in time, late";
+    EXPECT_NE(bottom(4), bottom(6)) << "late, very late";
+    EXPECT_EQ(bottom(2), bottom(9)) << "the latest is on the right";
+    EXPECT_NE(pixels.At(6, 45), pixels.At(8, 45)) << "75 of 133 milliseconds";
 }
 
 }  // namespace
