@@ -296,7 +296,7 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
                                          return std::vector<std::string>();
                                      }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
-    EXPECT_FALSE(text) << "after these";
+    EXPECT_FALSE(text) << "but not for ever";
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
     EXPECT_TRUE(DeleteFileW((list.Path() + L"-2.png").c_str())) << "frames since the load";
     EXPECT_EQ(player.Order().Failures().size(), 1u);
