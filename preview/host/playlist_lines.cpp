@@ -14,7 +14,7 @@ std::string PlaylistLine::Name() const {
 }
 
 std::vector<PlaylistLine> SplitPlaylist(std::string text) {
-    NormalizeLineEnds(text.c_str(), text.data(), text.size() + 1);
+    NormalizeLineEnds(&text[0], &text[0], text.size() + 1);
     std::string_view rest = text.c_str();
     std::vector<PlaylistLine> lines;
     for (std::size_t number = 1; rest.find('\n') != rest.npos; ++number) {
