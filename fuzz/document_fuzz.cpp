@@ -53,11 +53,12 @@ void CheckRead(const HeapText& text, DocumentOrigin origin) {
 }  // namespace
 
 // The reader also gets texts that the check would have rejected.
-void TryInput(std::string_view input) {
-    const HeapText text = ExactText(input);
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const HeapText text = ExactText({reinterpret_cast<const char*>(data), size});
     CheckUsable(text);
     CheckRead(text, DocumentOrigin::Service);
     CheckRead(text, DocumentOrigin::LocalFile);
+    return 0;
 }
 
 }  // namespace pixelforge::fuzz

@@ -9,10 +9,10 @@
 
 #include "base/heap.h"
 
-namespace pixelforge::fuzz {
+/// Each target defines this, which libFuzzer calls: checks the code's properties on one input.
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-/// Each target defines this: checks the code's properties on one input.
-void TryInput(std::string_view input);
+namespace pixelforge::fuzz {
 
 /// Aborts if the property does not hold; libFuzzer then reports the input.
 inline void Require(bool holds, const char* property) {

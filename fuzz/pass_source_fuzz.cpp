@@ -6,8 +6,11 @@
 #include "glsl/pass_source.h"
 #include "tests/glsl/expansion.h"
 
-namespace pixelforge::fuzz {
-void TryInput(std::string_view input) {
+using namespace pixelforge;
+using namespace pixelforge::fuzz;
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    std::string_view input(reinterpret_cast<const char*>(data), size);
     const bool directives = input.find("#include") != std::string_view::npos;
     const HeapRecord<ShaderDocument> document = NewHeapRecord<ShaderDocument>();
     RenderPass& pass = document->passes[TakeByte(input) % kPassSlots];
@@ -33,9 +36,7 @@ void TryInput(std::string_view input) {
     for (const wchar_t* name : {L"", L"a", L"b"}) {
         RegisterVirtualInclude(*includes, name, ExactText(TakeText(input)));
     }
-    const std::string expanded(TakeText(input));
-    Require(Expanded(*includes, expanded, false) == Expanded(*includes, expanded, true),
-            "both expansions are equal");
+    const std::string code(TakeText(input));
+    Require(Expanded(*includes, code, false) == Expanded(*includes, code, true), "both expansions are equal");
+    return 0;
 }
-
-}  // namespace pixelforge::fuzz

@@ -9,7 +9,8 @@ int main(int count, char** arguments) {
     int files = 0;
     for (const auto& file : std::filesystem::directory_iterator(count == 2 ? arguments[1] : "")) {
         std::fprintf(stderr, "%s\n", file.path().c_str());
-        pixelforge::fuzz::TryInput(pixelforge::test::ContentOf(file.path()));
+        const std::string input = pixelforge::test::ContentOf(file.path());
+        LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(input.data()), input.size());
         ++files;
     }
     std::printf("%d inputs replayed\n", files);

@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "base/file.h"
 #include "tests/support/temp_file.h"
@@ -14,7 +13,7 @@
 namespace pixelforge {
 namespace {
 
-using namespace std::string_view_literals;
+using namespace std::literals;
 
 TEST(Conversion, RoundTripsInTheDetectedEncoding) {
     const std::tuple<std::string_view, TextEncoding, std::wstring> cases[] = {
@@ -109,8 +108,7 @@ TEST(ReadWholeFile, ReadsDiskFilesOnlyAndAppendsZeros) {
 TEST(FolderOfPath, EndsWithTheSeparatorOrTheDriveIfItFits) {
     wchar_t folder[kPathUnits];
     const std::wstring longest(kPathUnits - 2, L'a');
-    for (const std::wstring& path :
-         {std::wstring(L"C:\\a/"), std::wstring(L"C:"), std::wstring(), longest + L"/"}) {
+    for (const std::wstring& path : {L"C:\\a/"s, L"C:"s, L""s, longest + L"/"}) {
         EXPECT_EQ(FolderOfPath((path + L"b").c_str(), folder) ? folder : L"none", path);
     }
     EXPECT_FALSE(FolderOfPath((longest + L"a/").c_str(), folder) || FolderOfPath(L"", folder));

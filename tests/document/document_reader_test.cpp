@@ -226,8 +226,7 @@ TEST(DocumentFaults, NameTheMissingOrWrongKey) {
             continue;
         }
         EXPECT_THAT(missing.error, EndsWith(key->str(1) + ": missing"));
-        EXPECT_THAT(wrong.error,
-                    testing::AllOf(HasSubstr(key->str(1) + ": must be "), EndsWith(", not true")));
+        EXPECT_THAT(wrong.error, AllOf(HasSubstr(key->str(1) + ": must be "), EndsWith(", not true")));
         ++read;
     }
     EXPECT_EQ(read, 30);
@@ -245,7 +244,6 @@ TEST(DocumentFaults, AreReportedInOneLine) {
         {"[{}]", "Shader: missing; only documents of the form {\"Shader\":{...}} are supported"},
         {R"({"renderpass":[],"Shader":{}})", "Shader.ver: missing"},
         {"1", "Shader: missing"},
-        {SampleWith("0.1", "first"), "Shader.ver: invalid stof argument"},
         {SampleWith("0.1", ""), "Shader.ver: invalid stof argument"},
         {SampleWith("0.1", " ."), "Shader.ver: invalid stof argument"},
         {SampleWith("0.1", "1e99"), "Shader.ver: stof argument out of range"},
@@ -273,8 +271,7 @@ TEST(HostileText, HugeInputIsReadInLinearTime) {
     }
     EXPECT_NE(Read(deep).error, "");
     EXPECT_EQ(Read(SampleWith(R"("outputs":[])", R"("outputs":)" + deep)).error, "");
-    EXPECT_EQ(Read(SampleWith(R"("a","b","c")", wide)).error,
-              "Shader.info.tags[0]: must be a string, not a number");
+    EXPECT_EQ(Read(SampleWith(R"("c")", wide)).error, "Shader.info.tags[2]: must be a string, not a number");
     for (const std::string& tooMany : {"[" + wide + "," + wide + "]", "{" + members + "}"}) {
         EXPECT_EQ(Read(tooMany).error, "more than 1048576 JSON values");
     }

@@ -1,5 +1,4 @@
-// Counts what the module acquires and releases through its imports over the whole life of instances, what a
-// frame allocates, and how long a frame pauses.
+// What the module acquires and releases over the life of instances, and what a frame allocates and pauses.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -114,11 +113,10 @@ void UseInstances(const preview::ModuleLibrary& library) {
                                      .Pass("cubemap", "Cube A", cube, {{.id = 41}})
                                      .Image(white, files)
                                      .Json();
+    RunOptions options = {.settings = {{"Multi-Sample", "1"}, {"Foreground Only", "1"}, {"X Tiling", "3"}}};
     for (const bool offscreen : {false, true}) {
-        ModuleRun run(document,
-                      {.settings = {{"Multi-Sample", "1"}, {"Foreground Only", "1"}, {"X Tiling", "3"}},
-                       .levelOutput = offscreen},
-                      library);
+        options.levelOutput = offscreen;
+        ModuleRun run(document, options, library);
         EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
         const int before = allocations;
         EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
@@ -147,8 +145,7 @@ TEST(Census, InstancesReleaseAllThatTheyAcquire) {
         UseInstances(library);
         EXPECT_EQ(unreleased.size(), 15U) << "not everything was counted";
         for (const auto& [release, count] : unreleased) {
-            EXPECT_EQ(count, release == "GlobalFree" ? 1 : 0)
-                << release << ", 1 for this thread's exceptions";
+            EXPECT_EQ(count, release == "GlobalFree" ? 1 : 0) << release << ", 1 for this thread's exception";
         }
     }).join();
 }

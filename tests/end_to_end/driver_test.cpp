@@ -1,5 +1,4 @@
-// Return codes, conditions and output forms of the frame driver, as seen by the host; documents that draw and
-// those that fail.
+// The frame driver as the host sees it: results, conditions, output forms, documents that draw and that fail.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -18,14 +17,12 @@ namespace {
 using testing::HasSubstr;
 
 const std::string kWhite = ImageDocument("c = vec4(1);");
-const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
 /// The number of frames drawn, iFrame, and iTime in steps of the default speed.
 const std::string kCounter =
     DocumentBuilder()
-        .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0);"), kReadsA)
-        .Image(
-            MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x, iFrame, iTime / 0.03, 255) / 255.0;"),
-            kReadsA)
+        .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0);"), {{}})
+        .Image(MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x, iFrame, iTime / 0.03, 255) / 255.;"),
+               {{}})
         .Json();
 
 TEST(Driver, EveryExportRejectsNullRecordsAndAHostNeedNotAllocateControls) {
@@ -199,9 +196,7 @@ TEST(Driver, EveryOutputFormMatchesItsFormula) {
             reference::ForegroundCopy(frame.data(), expected.data(), 32 * 24);
         }
         EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
-        EXPECT_EQ(std::vector(host, host + 32 * 24), expected)
-            << (own ? "own bitmap" : "direct") << (levels ? ", levels" : "")
-            << (foreground ? ", foreground" : "") << ", tiles " << columns << " x " << rows;
+        EXPECT_EQ(std::vector(host, host + 32 * 24), expected) << "form " << form;
     }
 }
 

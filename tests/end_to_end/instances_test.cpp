@@ -1,5 +1,4 @@
-// Several instances, several threads, and windows that cannot carry a context. Hosts in real processes: each
-// kind of installation, the integrators' example, and which libraries load.
+// Several instances, threads and windows; hosts in real processes, their folders and the libraries they load.
 #include <gtest/gtest.h>
 
 #include <windows.h>
@@ -23,18 +22,15 @@
 namespace pixelforge::test {
 namespace {
 
-const std::vector<Input> kReadsA = {{.channel = 0, .id = 257}};
-
-/// Red counts the frames, plus 16 if there are several samples; green shows whether buffers clamp at 1, blue
-/// is a multiple of the time.
+/// Red counts the frames, plus 16 if multi-sampled; green shows whether buffers clamp at 1, blue the time.
 const std::string kCounter =
     DocumentBuilder()
         .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0 / 64.0, 3.0, 0, 1);"),
-                kReadsA)
+                {{}})
         .Image(MainImage("vec4 a = texelFetch(iChannel0, ivec2(p), 0);\n"
                          "if (gl_NumSamples > 1) a.x += 0.25;\n"
                          "c = vec4(a.x / 255.0 * 64.0, a.y / 3.0, iTime * 4.0 / 255.0, 1);"),
-               kReadsA)
+               {{}})
         .Json();
 
 TEST(Instances, DoNotAffectEachOthersSettingsAndMayAlternateThreads) {
@@ -199,8 +195,7 @@ std::wstring Quoted(const fs::path& path) {
 
 const fs::path kPrograms = fs::path(preview::ModulePathBesideProgram()).parent_path();
 
-/// Removes a folder and its parents while they are empty: other hosts may be using them. Never removes a
-/// drive's root.
+/// Removes a folder and its parents while they are empty, as other hosts may use them; never a drive's root.
 void RemoveEmptyFolders(fs::path folder) {
     std::error_code notEmpty;
     while (folder.has_relative_path() && fs::remove(folder, notEmpty)) {
@@ -243,12 +238,11 @@ TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
 
 TEST(ExampleHost, DrawsAPlaylist) {
     const std::string document = ImageDocument("c = vec4(1.0, iFrame == 58 ? 0.6 : 0.0, 0.2, 1.0);");
-    const auto shader = preview::StagedShader::OfDocument(BytesOf(document));
-    FILE* output =
-        _popen(((kPrograms / "example_host.exe").string() + " " + shader.PlaylistName()).c_str(), "r");
+    const auto list = preview::StagedShader::OfDocument(BytesOf(document));
+    FILE* out = _popen(((kPrograms / "example_host.exe").string() + " " + list.PlaylistName()).c_str(), "r");
     char color[16] = {};
-    EXPECT_TRUE(output && std::fgets(color, sizeof color, output));
-    EXPECT_EQ(_pclose(output), 0);
+    EXPECT_TRUE(out && std::fgets(color, sizeof color, out));
+    EXPECT_EQ(_pclose(out), 0);
     EXPECT_STREQ(color, "ff9933\n");
 }
 
@@ -260,9 +254,8 @@ TEST(HostModes, PreviewLoadsNoLibraryFromTheShadersFolder) {
     fs::copy_file(kPrograms / "planted_library.dll", library);
     const fs::path shader = temp.Write("a.glsl", "void mainImage(out vec4 c, vec2 p) { c = vec4(1); }");
     const fs::path preview = kPrograms / "preview.exe";
-    EXPECT_EQ(_wspawnl(_P_WAIT, preview.c_str(), Quoted(preview).c_str(), Quoted(shader).c_str(), L"--size",
-                       L"64x36", static_cast<wchar_t*>(nullptr)),
-              0);
+    EXPECT_FALSE(_wspawnl(_P_WAIT, preview.c_str(), Quoted(preview).c_str(), Quoted(shader).c_str(),
+                          L"--size", L"64x36", static_cast<wchar_t*>(nullptr)));
     EXPECT_FALSE(fs::exists(mark));
     FreeLibrary(LoadLibraryW(library.c_str()));
     EXPECT_TRUE(fs::exists(mark)) << "the planted library would not have shown that it ran";

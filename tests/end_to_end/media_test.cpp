@@ -14,7 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using testing::Not;
 using testing::StartsWith;
 
 std::string Picture(const std::string& name) {
@@ -155,9 +154,8 @@ TEST(Media, CubeMapsOfSixFilesAndOfOneCrossAreUpright) {
     const TempFolder folder;
     std::string sky;
     for (int face = 5; face >= 0; --face) {
-        const auto colourOf = [face](int x, int y) { return FaceColour(face, x >= 8, y >= 8); };
-        sky = folder.Write(face == 0 ? "sky.bmp" : "sky_" + std::to_string(face) + ".bmp",
-                           Bmp(16, 16, colourOf));
+        const auto draw = [face](int x, int y) { return FaceColour(face, x >= 8, y >= 8); };
+        sky = folder.Write(face == 0 ? "sky.bmp" : "sky_" + std::to_string(face) + ".bmp", Bmp(16, 16, draw));
     }
     ExpectSixFaces(sky, false);
     const auto cross = [](int x, int y) {
@@ -239,8 +237,7 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
     };
     for (const auto& [input, words] : cases) {
         const std::string at = input.ctype == "texture" ? "vec2(0.5)" : "vec3(0.5)";
-        DrawnRun run("c = vec4(texture(iChannel0, " + at + ").rgb + iChannelResolution[0], 1) + 0.2;",
-                     {input});
+        DrawnRun run("c = vec4(texture(iChannel0," + at + ").rgb + iChannelResolution[0], 1) + .2;", {input});
         EXPECT_EQ(run.Frame(), FrameResult::Drawn);
         EXPECT_EQ(run.Pixel(5, 5), 0x333333u) << words;
         EXPECT_THAT(run.Words(), AllOf(StartsWith("Pixelforge: Image, iChannel0 stays empty: "),

@@ -1,5 +1,4 @@
-// A library that notes beside itself when it is loaded, and whether the module leaves its window alone when
-// the process ends.
+// Notes beside itself that it was loaded, and that the module left its window alone when the process ended.
 #include <windows.h>
 
 #include <filesystem>

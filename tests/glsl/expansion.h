@@ -1,5 +1,4 @@
-// Expands texts with the product and, for comparison, with a literal implementation that searches for line
-// starts, comments and arguments at every step.
+// Expands texts with the product and, for comparison, literally, with searches at every step.
 #pragma once
 
 #include <cstdint>

@@ -43,9 +43,8 @@ inline std::string Pattern(std::size_t size) {
 
 /// A function of the system, for a test that replaces the program's import of it.
 template <class Function>
-Function SystemCall(const char* module, const char* name) {
-    return reinterpret_cast<Function>(
-        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(module), name)));
+Function SystemCall(const char* dll, const char* name) {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(dll), name)));
 }
 
 /// As logged by the service.
@@ -74,8 +73,7 @@ protected:
         return std::string(reinterpret_cast<const char*>(body.get()), length);
     }
 
-    /// The requests of this test, oldest first: "HOST PATH\t", then "NAME: VALUE\t" for each header. The
-    /// service logs a request before it responds.
+    /// This test's requests, logged before the response: "HOST PATH\t", then "NAME: VALUE\t" for each header.
     std::vector<std::string> Requests() const {
         const std::string log = ContentOf(log_).substr(firstRequest_);
         std::vector<std::string> lines;

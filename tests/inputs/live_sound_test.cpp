@@ -74,7 +74,6 @@ TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
         {"channels=6", 21},
         {"bits=16;channels=2;block=7", 21},
         {"rate=22050", 46},
-        {"bits=8", 0},
         {"bits=24", 0},
     };
     for (const auto& [format, crossings] : cases) {
@@ -132,8 +131,7 @@ TEST_F(LiveSound, CaptureLastsAsLongAsAnyInstanceAndStartsAgain) {
         EXPECT_TRUE(second->DrawUntil([&] { return second->PeakNear(column) > 0; })) << tone;
         first.reset();
         const long calls = kSound.Count("any");
-        EXPECT_TRUE(WaitUntil([&] { return kSound.Count("any") > calls; }))
-            << "ended with the first instance";
+        EXPECT_TRUE(WaitUntil([&] { return kSound.Count("any") > calls; })) << "ends with the first instance";
         second.reset();
         EXPECT_EQ(kSound.Count("objects"), counts[0]) << "capture continues without an instance";
     }

@@ -96,8 +96,7 @@ struct ReferenceSpectrum {
             bytes[i] = static_cast<std::uint8_t>(std::isnan(share) ? 0 : std::clamp(share, 0.0, 1.0) * 255);
             // Levels outside the 32-bit range become its lowest integer, whose low byte is 0.
             const double level = std::fmin((ring[i] - waveMin) * (1 / (waveMax - waveMin)) * 255, 255);
-            bytes[512 + i] =
-                static_cast<std::uint8_t>(level > -2147483649.0 ? static_cast<std::int32_t>(level) : 0);
+            bytes[512 + i] = static_cast<std::uint8_t>(level > -2147483649.0 ? static_cast<int>(level) : 0);
             binPeak[i] *= 0.999;
         }
         spectrumPeak *= 0.999;
@@ -139,9 +138,7 @@ const Signal kSignals[] = {
     {"a NaN from the start", [](auto n) { return n == 3 ? NAN : Tone(n); }},
     {"only NaN", [](auto) { return NAN; }},
     {"an infinity", [](auto n) { return n == 5000 ? INFINITY : Tone(n); }},
-    {"both infinities", [](auto n) { return n == 5000   ? INFINITY
-                                            : n == 5003 ? -INFINITY
-                                                        : Tone(n); }},
+    {"infinities", [](auto n) { return n == 5000 || n == 5003 ? (5001 - float(n)) * INFINITY : Tone(n); }},
 };
 
 /// The product and its reference.

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <thread>
 #include <tuple>
+#include <utility>
 
 #include "base/bitmap.h"
 #include "base/load_error.h"
@@ -64,27 +65,25 @@ TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
 /// A cross is copied at 32 bits; its faces, and the texture of a volume of four channels, may be larger.
 TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
     const std::string side("\2\0\0", 4);
-    const test::TempFile volume("BIN\1" + side + side + side + "\1" + std::string(19, '\0'), L".bin");
-    const test::TempFile deepVolume("BIN\1" + side + side + side + "\4" + std::string(11, '\0'), L".bin");
-    const test::TempFile thin(Picture(20, 150, 60, 150), L".bmp");
-    const test::TempFile wide(Picture(200, 15, 600, 15), L".bmp");
-    const test::TempFile tooLarge(Picture(20, 16384, 60, 16384), L".bmp");
-    const std::tuple<ChannelType, std::wstring, std::uint64_t> cases[] = {
-        {ChannelType::Texture, FromUtf8(kFolder + "sheared_rgb8.png"), 36},
-        {ChannelType::CubeMap, FromUtf8(kFolder + "rgb8.png"), 48},
-        {ChannelType::CubeMap, thin.Path(), 6 * 50 * 50 * 4},
-        {ChannelType::CubeMap, wide.Path(), 6 * 50 * 50 * 4},
-        {ChannelType::CubeMap, tooLarge.Path(), kMediaBudget + 1},
-        {ChannelType::Volume, volume.Path(), 36},
-        {ChannelType::Volume, deepVolume.Path(), 32},
+    const std::string volume = "BIN\1" + side + side + side;
+    const std::string thin = Picture(20, 150, 60, 150);
+    const std::tuple<ChannelType, std::string, std::uint64_t> cases[] = {
+        {ChannelType::Texture, test::ContentOf(kFolder + "sheared_rgb8.png"), 36},
+        {ChannelType::CubeMap, test::ContentOf(kFolder + "rgb8.png"), 48},
+        {ChannelType::CubeMap, thin, 6 * 50 * 50 * 4},
+        {ChannelType::CubeMap, Picture(200, 15, 600, 15), 6 * 50 * 50 * 4},
+        {ChannelType::CubeMap, Picture(20, 16384, 60, 16384), kMediaBudget + 1},
+        {ChannelType::Volume, volume + "\1" + std::string(19, '\0'), 36},
+        {ChannelType::Volume, volume + "\4" + std::string(11, '\0'), 32},
     };
-    for (const auto& [type, file, bytes] : cases) {
+    for (const auto& [type, content, bytes] : cases) {
+        const test::TempFile file(content);
         for (const std::uint64_t left : {bytes - 1, std::min(bytes, kMediaBudget)}) {
             const auto document = NewHeapRecord<ShaderDocument>();
             PassInput& input = document->passes[7].inputs[0];
             input.ctype = type;
             input.medium = std::make_shared<Medium>();
-            CopyCut(input.src, file);
+            CopyCut(input.src, file.Path());
             document->mediaBytes = kMediaBudget - left;
             const std::string failure = FailureOf([&] { LoadMedium(*document, input); });
             EXPECT_EQ(failure == kBeyondBudget, left < bytes) << failure << ", " << bytes;
@@ -93,9 +92,8 @@ TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
     }
     UniqueBitmap faces[6];
     std::string reason;
-    EXPECT_THROW(SplitCubeCross(DecodeImageFile(thin.Path().c_str(), reason), faces, 6 * 50 * 50 * 4 - 1),
-                 LoadError)
-        << "the faces are made before they are refused";
+    UniqueBitmap cross = DecodeImageFile(test::TempFile(thin).Path().c_str(), reason);
+    EXPECT_THROW(SplitCubeCross(std::move(cross), faces, 6 * 50 * 50 * 4 - 1), LoadError) << "once made";
 }
 
 TEST(DecodeImageFile, WorksInAnyApartmentAndLeavesItUnchanged) {
@@ -106,8 +104,7 @@ TEST(DecodeImageFile, WorksInAnyApartmentAndLeavesItUnchanged) {
             const UniqueBitmap bitmap = DecodeImageFile(FromUtf8(kFolder + "palette8.png").c_str(), reason);
             EXPECT_EQ(reason, "");
             EXPECT_THAT(PixelsOf(bitmap.Get()).bytes,
-                        testing::ElementsAre(0, 1, 2, 3, 2, 3, 4, 5, 4, 5, 6, 7))
-                << "the palette's numbers";
+                        testing::ElementsAre(0, 1, 2, 3, 2, 3, 4, 5, 4, 5, 6, 7));
             EXPECT_EQ(CoInitializeEx(nullptr, model), S_FALSE) << "the apartment is gone";
             CoUninitialize();
             CoUninitialize();

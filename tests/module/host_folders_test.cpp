@@ -22,8 +22,7 @@ TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
     const std::wstring portable = files + L"|" + files + L"\\DLL|" + files + L"|Portable\n";
     // Program path, program files, application data; the three folders and the kind.
     const std::tuple<std::wstring, std::wstring, std::wstring, std::wstring> cases[] = {
-        {LR"(D:\C\Projects\x\h.exe)", files, app,
-         LR"(D:\C\Projects\x|D:\C\Projects\x|D:\Moonreel|Debugging)"},
+        {LR"(D:\C\Projects\x\h)", files, app, LR"(D:\C\Projects\x|D:\C\Projects\x|D:\Moonreel|Debugging)"},
         {LR"(D:\C\Projects\h.exe)", L"D:\\C", app, LR"(D:\C\Projects|D:\C\Projects|D:\Moonreel|Debugging)"},
         {files + LR"(\a\h.exe)", files, app, installed + app + roaming},
         {LR"(c:\program files\h.exe)", files, LR"(C:\r\\)", installed + L"C:\\r" + roaming},
@@ -34,10 +33,9 @@ TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
         {L"", L"", L"", L"|\\DLL||Portable\n"},
         {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"|\\DLL||Portable\n"},
     };
-    for (const auto& [program, programFiles, appData, expected] : cases) {
-        const HostFolders found = FindHostFolders({program.c_str(), programFiles.c_str(), appData.c_str()});
-        EXPECT_EQ(std::wstring(found.program) + L"|" + found.library + L"|" + found.data + L"|" + found.mode,
-                  expected);
+    for (const auto& [program, programFiles, appData, wanted] : cases) {
+        const HostFolders got = FindHostFolders({program.c_str(), programFiles.c_str(), appData.c_str()});
+        EXPECT_EQ(std::wstring(got.program) + L"|" + got.library + L"|" + got.data + L"|" + got.mode, wanted);
     }
 }
 
@@ -99,10 +97,9 @@ void ExpectNotice(const std::wstring& id, const std::wstring& name, const std::w
     std::wstring text(4096, L'#');
     EXPECT_TRUE(ComposeInfoText(info, editor.c_str(), text));
     text.resize(text.find(L'\0'));
-    const std::wstring host = kServiceHost;
+    const std::wstring host = L"https://" + std::wstring(kServiceHost);
     const auto field = [&](const std::wstring& page, const std::wstring& label) {
-        return L"\\cf3{\\field{\\*\\fldinst HYPERLINK \"https://" + host + page + L"\"}{\\fldrslt " + label +
-               L"}}";
+        return L"\\cf3{\\field{\\*\\fldinst HYPERLINK \"" + host + page + L"\"}{\\fldrslt " + label + L"}}";
     };
     EXPECT_EQ(text,
               L"{\\rtf1\\ansi\\deff0{\\colortbl;\\red%lu\\green%lu\\blue%lu;\\red%lu\\green%lu\\blue%lu;"

@@ -67,8 +67,7 @@ TEST(Compositing, MatchesReferenceAtEverySizeAndAlignmentWithEverySumAndDivisor)
         ASSERT_EQ(LevelCopy(bits, to[1].data() + start, count, divisor, 0), 1);
         ASSERT_EQ(LevelCopy(bits, to[2].data() + start, count, divisor, -5), 1);
         for (std::size_t form = 0; form < 3; ++form) {
-            ASSERT_TRUE(to[form] == CopyAt(start, expected[form], kGuardBytes))
-                << form << '/' << count << '/' << divisor;
+            ASSERT_TRUE(to[form] == CopyAt(start, expected[form], kGuardBytes)) << form << '/' << round;
         }
     }
 }
@@ -148,9 +147,8 @@ TEST(Kernels, RejectInvalidArgumentsWithoutWriting) {
             EXPECT_EQ(TileRemap({&out, n[0], n[1]}, {&in, n[2], n[3]}, {1, 1, n[4], n[5], 0}), 0);
         }
     }
-    const TileGrid one = {1, 1, 1, 1, 0};
-    EXPECT_EQ(TileRemap({nullptr, 1, 1}, {&in, 1, 1}, one) | TileRemap({&out, 1, 1}, {nullptr, 1, 1}, one),
-              0);
+    const TileGrid id = {1, 1, 1, 1, 0};
+    EXPECT_EQ(TileRemap({nullptr, 1, 1}, {&in, 1, 1}, id) | TileRemap({&out, 1, 1}, {nullptr, 1, 1}, id), 0);
     EXPECT_EQ(out, 42U);
 }
 

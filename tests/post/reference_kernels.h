@@ -31,8 +31,8 @@ inline std::int32_t Truncate(float value) {
 }
 
 /// One axis: the source coordinate for output coordinate `x`. The multiply-add rounds twice.
-inline std::int64_t SourceCoordinate(std::int32_t x, float tileSize, std::int32_t flipOddTiles,
-                                     std::int32_t frameSize, std::int64_t sourceSize) {
+inline std::int64_t SourceOf(std::int32_t x, float tileSize, std::int32_t flipOddTiles,
+                             std::int32_t frameSize, std::int64_t sourceSize) {
     const float position = static_cast<float>(x) / tileSize;
     const float fraction = position - std::trunc(position);
     float inside = fraction * tileSize;
@@ -51,10 +51,8 @@ inline void TileRemap(const PixelView& destination, const ConstPixelView& source
     const float tileHeight = static_cast<float>(destination.height) / static_cast<float>(grid.tilesY);
     for (std::int32_t y = 0; y < destination.height; ++y) {
         for (std::int32_t x = 0; x < destination.width; ++x) {
-            const auto column =
-                SourceCoordinate(x, tileWidth, grid.flipOddTiles, grid.frameWidth, source.width);
-            const auto row =
-                SourceCoordinate(y, tileHeight, grid.flipOddTiles, grid.frameHeight, source.height);
+            const auto column = SourceOf(x, tileWidth, grid.flipOddTiles, grid.frameWidth, source.width);
+            const auto row = SourceOf(y, tileHeight, grid.flipOddTiles, grid.frameHeight, source.height);
             *output++ = input[row * source.width + column];
         }
     }

@@ -48,9 +48,8 @@ TEST(PackBitmapRows, DropsThePaddingAndFlipsTheRowsOfWholeBitmaps) {
     constexpr std::int32_t kBig = 0x40000000;
     const std::int32_t sizes[][3] = {{4, 4, 24},  {5, 2, 32}, {0, 3, 24},  {3, 0, 24},       {3, -3, 24},
                                      {-3, 3, 24}, {3, 3, 0},  {3, 3, -24}, {kBig, kBig, 32}, {kBig, 1, 32}};
-    for (const auto& [width, height, bits] : sizes) {
-        EXPECT_FALSE(PackBitmapRows({width, height, bits, bytes}, true))
-            << width << " x " << height << " x " << bits;
+    for (const auto& [w, h, bits] : sizes) {
+        EXPECT_FALSE(PackBitmapRows({w, h, bits, bytes}, true)) << w << " x " << h << " x " << bits;
     }
 }
 

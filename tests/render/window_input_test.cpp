@@ -148,10 +148,9 @@ TEST(WindowSubclass, OtherSubclassesStay) {
     }
     EXPECT_EQ(SubclassOf(foreign), ofCopy);
     static const auto below = reinterpret_cast<WNDPROC>(SubclassOf(bare).first);
-    const auto above =
-        reinterpret_cast<LONG_PTR>(+[](HWND window, UINT message, WPARAM w, LPARAM l) -> LRESULT {
-            return CallWindowProcW(below, window, message, w, l);
-        });
+    const auto above = reinterpret_cast<LONG_PTR>(+[](HWND hwnd, UINT code, WPARAM w, LPARAM l) -> LRESULT {
+        return CallWindowProcW(below, hwnd, code, w, l);
+    });
     SetWindowLongPtrW(covered.Handle(), GWLP_WNDPROC, above);
     SetWindowLongPtrW(coveredToo.Handle(), GWLP_WNDPROC, above);
     DetachWindowInput(coveredToo.Handle());

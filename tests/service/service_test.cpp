@@ -51,7 +51,6 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
     wchar_t name[kPathUnits];
     EXPECT_TRUE(EncodeQueryName(std::wstring(160, L'q').c_str(), name));
     EXPECT_EQ(std::wstring(name).substr(240), L"OFYXC4LROFYXC4LR");
-    EXPECT_FALSE(EncodeQueryName(std::wstring(161, L'q').c_str(), name));
 }
 
 TEST(DownloadBuffer, StartsAtTheAnnouncedLengthAndDoublesWhenFullUpToTheLimit) {

@@ -48,10 +48,6 @@ std::string Setting(std::string_view key, std::string_view fallback) {
     return parts.substr(value, parts.find(';', value) - value);
 }
 
-double NumberSetting(std::string_view key, double fallback) {
-    return std::atof(Setting(key, std::to_string(fallback)).c_str());
-}
-
 void Require(bool kept) {
     const std::lock_guard lock(countLock);
     calls["misuse"] += !kept;

@@ -29,7 +29,10 @@ extern const char* const kSettings;
 
 /// The value of `key`, or `fallback` if there is none.
 std::string Setting(std::string_view key, std::string_view fallback = {});
-double NumberSetting(std::string_view key, double fallback);
+template <class Number>
+Number NumberSetting(std::string_view key, Number fallback) {
+    return static_cast<Number>(std::atof(Setting(key, std::to_string(fallback)).c_str()));
+}
 
 /// For methods that only set a value.
 template <class Place, class Value>
@@ -41,8 +44,8 @@ HRESULT Set(Place& place, Value&& value) {
 /// Counts the call "misuse" if the module has not kept an interface's rule.
 void Require(bool kept);
 
-/// Counts the call; hangs if the setting "hang" names it. True if "fail" names it, and every other time if
-/// "flaky" does.
+/// Counts the call, and hangs if "hang" names it. True if "fail" names it, and every other time if "flaky"
+/// does.
 bool Fails(const std::string& call);
 
 /// Task memory for the caller to free. Only blocks of more than a megabyte are counted: the system reserves

@@ -18,10 +18,9 @@ namespace pixelforge::test {
 
 /// Windows numbers handles in steps of 4 and reuses the numbers of closed ones.
 inline std::size_t OpenHandles() {
-    constexpr std::uintptr_t kHighest = 0x10000;
     std::size_t count = 0;
     DWORD flags = 0;
-    for (std::uintptr_t number = 4; number <= kHighest; number += 4) {
+    for (std::uintptr_t number = 4; number <= 0x10000; number += 4) {
         count += GetHandleInformation(reinterpret_cast<HANDLE>(number), &flags) ? 1 : 0;
     }
     return count;
@@ -50,8 +49,7 @@ inline std::size_t WorkingSetBytes() {
 /// Milliseconds between load and unload: before and after the capture thread's start.
 inline constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
 
-/// Loads the module from the program's folder, waits and unloads it. Returns the milliseconds that loading
-/// and unloading took, or `std::nullopt` if one of them failed.
+/// Loads the module, waits and unloads it: the milliseconds of both, or `std::nullopt` if one of them fails.
 inline std::optional<double> LoadRoundMilliseconds(DWORD stay) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point loading = Clock::now();

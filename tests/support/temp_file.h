@@ -40,11 +40,10 @@ public:
 private:
     static inline std::atomic<int> count_ = 0;
 
-    const std::string name_ =
+    const std::string id_ =
         "pixelforge test " + std::to_string(std::chrono::steady_clock::now().time_since_epoch().count());
     const std::filesystem::path path_ =
-        (std::filesystem::temp_directory_path() / (name_ + "-" + std::to_string(++count_)))
-            .lexically_normal();
+        (std::filesystem::temp_directory_path() / (id_ + "-" + std::to_string(++count_))).lexically_normal();
 };
 
 /// In a folder of its own.
@@ -52,9 +51,8 @@ class TempFile : TempFolder {
 public:
     explicit TempFile(std::string_view bytes, std::wstring_view suffix = L".tmp")
         : path_((TempFolder::Path() / "file").wstring().append(suffix)) {
-        const std::string utf8 = Narrow(path_, TextEncoding::Utf8).value();
-        std::ofstream(std::filesystem::path(std::u8string(utf8.begin(), utf8.end())), std::ios::binary)
-            << bytes;
+        const std::string u8 = Narrow(path_, TextEncoding::Utf8).value();
+        std::ofstream(std::filesystem::path(std::u8string(u8.begin(), u8.end())), std::ios::binary) << bytes;
     }
 
     const std::wstring& Path() const { return path_; }

@@ -1,5 +1,4 @@
-// The doubles of a capture device, which always has a picture while it runs, and of the windowless video
-// renderer. docs/doubles.md lists the settings in PIXELFORGE_CAMERA.
+// The doubles of a capture device and of the windowless video renderer; see docs/doubles.md.
 #include <windows.h>
 
 #define NO_DSHOW_STRSAFE
@@ -150,7 +149,7 @@ AM_MEDIA_TYPE* MakeType(const SIZE& size) {
     type->majortype = MEDIATYPE_Video;
     type->subtype = MEDIASUBTYPE_RGB24;
     type->formattype = Setting("formattype") == "other" ? FORMAT_None : FORMAT_VideoInfo;
-    type->cbFormat = static_cast<ULONG>(NumberSetting("formatbytes", sizeof(VIDEOINFOHEADER)));
+    type->cbFormat = NumberSetting<ULONG>("formatbytes", sizeof(VIDEOINFOHEADER));
     type->pbFormat = reinterpret_cast<BYTE*>(format);
     return type;
 }
@@ -178,7 +177,7 @@ public:
         if (startTick_ == 0) {
             return {};
         }
-        const auto bits = static_cast<WORD>(NumberSetting("image", 32));
+        const auto bits = NumberSetting<WORD>("image", 32);
         const bool topDown = Setting("topdown") == "1";
         const bool quadrants = Setting("pattern") == "quadrants";
         const double seconds = static_cast<double>(GetTickCount64() - startTick_) / 1000;
@@ -274,8 +273,7 @@ public:
             return E_FAIL;
         }
         if (Setting("null") != "image") {
-            const auto size =
-                static_cast<std::size_t>(NumberSetting("block", static_cast<double>(bytes.size())));
+            const auto size = NumberSetting<std::size_t>("block", bytes.size());
             *image = static_cast<BYTE*>(NewTaskBlock(size, 0));
             std::memcpy(*image, bytes.data(), std::min(size, bytes.size()));
         }

@@ -135,7 +135,7 @@ BEHAVIOURS = {
     "plain": lambda reply, _, name: reply.redirect(f"http://{HOST}{name}"),
     "closed": lambda reply, _, __: setattr(reply, "close_connection", True),
     **{str(status): lambda reply, body, _, status=status: reply.send_whole(body, status)
-       for status in (206, 299, 300, 404, 500)},
+       for status in (206, 299, 300, 404)},
 }
 
 

@@ -58,10 +58,10 @@ void JoinThread() {
 }
 
 struct Format {
-    WORD bits = static_cast<WORD>(NumberSetting("bits", 32));
-    WORD channels = static_cast<WORD>(NumberSetting("channels", 2));
-    DWORD rate = static_cast<DWORD>(NumberSetting("rate", 48000));
-    WORD frameBytes = static_cast<WORD>(NumberSetting("block", bits / 8 * channels));
+    WORD bits = NumberSetting<WORD>("bits", 32);
+    WORD channels = NumberSetting<WORD>("channels", 2);
+    DWORD rate = NumberSetting<DWORD>("rate", 48000);
+    WORD frameBytes = NumberSetting<WORD>("block", bits / 8 * channels);
 };
 
 /// For calls that return memory or an object; the setting "null" makes them succeed without one.
@@ -121,14 +121,13 @@ private:
     /// Two seconds of sound, the period of all signals.
     std::vector<BYTE> MakeLoop() const {
         const bool sine = Setting("signal") == "sine";
-        const double hertz = NumberSetting("hertz", 1000);
+        const double hertz = NumberSetting<double>("hertz", 1000);
         std::vector<BYTE> loop(kLoopPackets * packetFrames_ * format_.frameBytes + 64);
         for (std::size_t frame = 0; frame < kLoopPackets * packetFrames_; ++frame) {
             const double seconds = static_cast<double>(frame) / format_.rate;
             const double sample = 0.5 * (sine ? Sine(hertz, seconds) : Music(seconds));
-            for (std::size_t channel = 0; channel < format_.channels; ++channel) {
-                WriteSample(sample, format_.bits,
-                            &loop[frame * format_.frameBytes + channel * (format_.bits / 8)]);
+            for (std::size_t c = 0; c < format_.channels; ++c) {
+                WriteSample(sample, format_.bits, &loop[frame * format_.frameBytes + c * (format_.bits / 8)]);
             }
         }
         return loop;
@@ -181,10 +180,9 @@ public:
         return Outcome("stop");
     }
 
-    UNUSED_METHODS((GetBufferSize, UINT32*), (GetStreamLatency, REFERENCE_TIME*),
-                   (GetCurrentPadding, UINT32*),
-                   (IsFormatSupported, AUDCLNT_SHAREMODE, const WAVEFORMATEX*, WAVEFORMATEX**),
-                   (GetDevicePeriod, REFERENCE_TIME*, REFERENCE_TIME*), (Reset), (SetEventHandle, HANDLE))
+    UNUSED_METHODS((GetBufferSize, UINT32*), (GetCurrentPadding, UINT32*), (Reset), (SetEventHandle, HANDLE),
+                   (GetStreamLatency, REFERENCE_TIME*), (GetDevicePeriod, REFERENCE_TIME*, REFERENCE_TIME*),
+                   (IsFormatSupported, AUDCLNT_SHAREMODE, const WAVEFORMATEX*, WAVEFORMATEX**))
 
 private:
     bool running_ = false;
@@ -225,7 +223,7 @@ public:
 };
 
 IUnknown* MakeEnumerator() {
-    Sleep(static_cast<DWORD>(NumberSetting("slow", 0)));
+    Sleep(NumberSetting<DWORD>("slow", 0));
     JoinThread();
     return SUCCEEDED(Outcome("create")) ? new DeviceEnumerator : nullptr;
 }
