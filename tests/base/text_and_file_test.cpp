@@ -42,7 +42,7 @@ TEST(Conversion, RejectsMalformedUtf8) {
 }
 
 TEST(Conversion, ReplacesCharactersWithoutAnEquivalent) {
-    EXPECT_EQ(Narrow(L"\u0416\u0100b", TextEncoding::AnsiCodePage), "??b") << "no look-alikes";
+    EXPECT_EQ(Narrow(L"\u0416\u0100b", TextEncoding::AnsiCodePage), "??b") << "no best-fit characters";
     EXPECT_EQ(Narrow(std::wstring{0xD83D, 0xDE00}, TextEncoding::AnsiCodePage), "??");
     EXPECT_EQ(Narrow(std::wstring{0xDE00, 0xD83D, L'x'}, TextEncoding::Utf8), "\xEF\xBF\xBD\xEF\xBF\xBDx");
 }

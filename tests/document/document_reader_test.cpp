@@ -284,7 +284,7 @@ TEST(HostileText, HugeInputIsReadInLinearTime) {
 }
 
 /// The refused names form no valid URL, so nothing is requested. The double separator and the device prefix
-/// would open the good file. Zeros after a document end its text.
+/// would open the good file. NUL bytes after a document end its text.
 TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrReportsWhyNot) {
     const test::TempFile good("\r\n" + kSample + "\ntrailing words", L"-\u732B.json");
     const test::TempFile marked("\xEF\xBB\xBF{}");

@@ -135,7 +135,7 @@ void UseInstances(const preview::ModuleLibrary& library) {
 }
 
 /// Its own copy of the module, which no other test keeps loaded.
-TEST(Census, InstancesReleaseAllThatTheyAcquire) {
+TEST(Census, InstancesReleaseAllAndSteadyFramesAllocateNothing) {
     const TempFolder folder;
     const std::filesystem::path path = folder.Path() / "Census.dll";
     std::filesystem::copy_file(preview::ModulePathBesideProgram(), path);

@@ -145,7 +145,7 @@ TEST(Driver, TheNoticeOffersAnInstalledEditor) {
     std::string link = "file://" + editor.generic_string() + "?tEsT01";
     for (const bool installed : {false, true}) {
         if (!installed) {
-            std::filesystem::create_directory(editor);  // which no file replaces
+            std::filesystem::create_directory(editor);  // instead of the file
         }
         folder.Write("GlowBench.exe", "editor");
         DrawnRun run("c = vec4(1);");

@@ -111,7 +111,8 @@ struct Caller {
 
     ThreadWindow window;
     UniqueWindow another = NewWindow();
-    preview::HostWindow own{16, 16};   ///< with a device context of its own, so it cannot be meant
+    preview::HostWindow own{
+        16, 16};  ///< with a device context of its own, so not to be mistaken for the caller's
     UniqueWindow rival = NewWindow();  ///< with a pixel format, too, if the window cannot be found
     HGLRC context;
     bool found;
@@ -246,7 +247,7 @@ TEST(ExampleHost, DrawsAPlaylist) {
     EXPECT_STREQ(color, "ff9933\n");
 }
 
-// The sound system looks for this optional library by name alone.
+// The sound system looks for an optional library, wineoss.drv, by name alone.
 TEST(HostModes, PreviewLoadsNoLibraryFromTheShadersFolder) {
     const TempFolder temp;
     const fs::path mark = temp.Path() / "planted library ran";

@@ -49,7 +49,7 @@ std::uint32_t TexelOf(int picture, int x, int row) {
 }
 
 TEST(Media, PicturesOfEachDepthShowTheirPixels) {
-    // The pictures side by side; above them the first one upside down, then their alpha as grey.
+    // The pictures side by side; above them the first one flipped the other way, then their alpha as grey.
     const std::string code =
         "ivec2 at = ivec2(p) % ivec2(4, 3);\n"
         "c = p.x < 8.0 ? texelFetch(iChannel0, at, 0) : p.x < 16.0 ? texelFetch(iChannel1, at, 0)\n"
@@ -82,7 +82,7 @@ TEST(Media, PicturesOfEachDepthShowTheirPixels) {
 }
 
 /// 70 rows are uploaded in three bands. Rows of 9 bytes come out sheared, the last texels black.
-TEST(Media, TallPicturesTurnOver) {
+TEST(Media, TallPicturesAreFlipped) {
     constexpr int kRows = 70;
     const TempFolder folder;
     const std::string tall = folder.Write("t.bmp", Bmp(4, kRows, [](int, int y) { return 0x010203 * y; }));
@@ -167,7 +167,7 @@ TEST(Media, CubeMapsOfSixFilesAndOfOneCrossAreUpright) {
     ExpectSixFaces(folder.Write("cross.bmp", Bmp(76, 58, cross)), true);
 }
 
-/// 3 x 2 x 2 voxels; the bytes count up from 20 in steps of 3.
+/// 3 x 2 x 2 voxels; the bytes count up from 20 in steps of 3, two of them are one 16-bit value.
 std::string Volume(char channels, int bytes) {
     std::string file("BIN\1\3\0\0\0\2\0\0\0\2\0\0\0\0\7\7\7", 20);
     file[16] = channels;

@@ -194,7 +194,7 @@ TEST_F(CaptureThread, SleepsWithARaisedTimerAlsoAfterSingleFailures) {
     const long stops = kSound.Count("stop");
     AddAudioListener();
     EXPECT_TRUE(WaitUntil([&] { return raises > passes; }));
-    EXPECT_EQ(kSound.Count("stop"), stops) << "as if the device were lost";
+    EXPECT_EQ(kSound.Count("stop"), stops) << "the capture restarted";
     RemoveAudioListener();
     EXPECT_TRUE(WaitUntil([] { return raises == lowers; }));
 }

@@ -38,7 +38,7 @@ TEST_F(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
     for (int i = 0; i < 25; ++i) {
         eightRounds();
     }
-    EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; })) << "they may briefly live on";
+    EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; })) << "threads leaked";
     EXPECT_LE(OpenHandles(), handles + 5);
     EXPECT_LE(WorkingSetBytes(), bytes + (4U << 20));
 }
@@ -107,7 +107,7 @@ TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
     Round(400);
 }
 
-void ExitIfPinned() {
+void ReportWhetherPinnedAndExit() {
     const bool pinned = GetModuleHandleW(L"Pixelforge.dll") && !testing::Test::HasFailure();
     std::fputs(pinned ? "still loaded" : "unloaded, or a frame failed", stderr);
     std::exit(0);
@@ -125,7 +125,7 @@ void AnotherSubclassOnTopStillCallsIt() {
         SendMessageW(covered, WM_KEYUP, 'A', 0);
     });
     SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
-    ExitIfPinned();
+    ReportWhetherPinnedAndExit();
 }
 
 void TheWindowsProcedureEndsItsInstanceDuringACall() {
@@ -141,7 +141,7 @@ void TheWindowsProcedureEndsItsInstanceDuringACall() {
     EXPECT_EQ(run->Frame(), FrameResult::Drawn);
     SendMessageW(window.Handle(), WM_APP, 0, 0);
     run.reset();
-    ExitIfPinned();
+    ReportWhetherPinnedAndExit();
 }
 
 /// The module stays loaded, so each case runs in a process of its own.

@@ -127,7 +127,7 @@ TEST_F(GlErrors, EachIsReportedOnceAndALostContextEvenAfterAnotherReason) {
                     "Pixelforge: cannot draw: x", "Pixelforge: cannot draw: the OpenGL context is lost"));
 }
 
-TEST_F(GlErrors, PassesLinkBeforeTheFirstQuestionAndTheLinkersLogNamesThem) {
+TEST_F(GlErrors, PassesLinkBeforeTheFirstQueryAndTheLinkersLogNamesThem) {
     static std::string calls;
     calls.clear();
     static const auto link = __glewLinkProgram;

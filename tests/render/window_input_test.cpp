@@ -20,7 +20,7 @@ std::pair<LONG_PTR, LONG_PTR> SubclassOf(const preview::HostWindow& window) {
 }
 
 /// A host's own procedure.
-LRESULT CALLBACK AnswerProcedure(HWND window, UINT message, WPARAM w, LPARAM l) {
+LRESULT CALLBACK HostProcedure(HWND window, UINT message, WPARAM w, LPARAM l) {
     return message == WM_APP ? 77 : DefWindowProcW(window, message, w, l);
 }
 
@@ -88,7 +88,7 @@ TEST_F(WindowInput, TheMouseReachesTheShader) {
 }
 
 TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
-    const preview::HostWindow first(64, 48, {.procedure = AnswerProcedure});
+    const preview::HostWindow first(64, 48, {.procedure = HostProcedure});
     const preview::HostWindow second(64, 48);
     const auto original = SubclassOf(first);
     const auto originalOfSecond = SubclassOf(second);
@@ -112,18 +112,18 @@ TEST(WindowSubclass, TheLastUserRestoresTheProcedure) {
     DetachWindowInput(gone);
 }
 
-TEST(WindowSubclass, UsersOnTwoThreadsComeAndGoWhileTheySend) {
+TEST(WindowSubclass, TwoThreadsAttachAndDetachWhileSending) {
     constexpr int kRounds = 200;
-    preview::HostWindow window(64, 48, {.procedure = AnswerProcedure});
+    preview::HostWindow window(64, 48, {.procedure = HostProcedure});
     const auto original = SubclassOf(window);
     const auto use = [target = window.Handle()] {
-        int answers = 0;
+        int replies = 0;
         for (int round = 0; round < kRounds; ++round) {
             AttachWindowInput(target);
-            answers += SendMessageW(target, WM_APP, 0, 0) == 77;
+            replies += SendMessageW(target, WM_APP, 0, 0) == 77;
             DetachWindowInput(target);
         }
-        return answers;
+        return replies;
     };
     auto first = std::async(std::launch::async, use);
     auto both = std::async(std::launch::async, [&] { return use() + first.get(); });
