@@ -47,16 +47,19 @@ protected:
     CommandLine() {
         folder_.Write("a.glsl", kColumns);
         folder_.Write("rgb.glsl",
-                      "void mainImage(out vec4 c, in vec2 p) { float right = float(p.x > 2.);\n"
+                      "\xEF\xBB\xBFvoid mainImage(out vec4 c, in vec2 p) { float right = float(p.x > 2.);\n"
                       "c = p.y > 2. ? vec4(1. - right, 0, right, 1) : vec4(right, 1, right, 1); }");
         folder_.Write("kept.png", "kept");
+        folder_.Write("x.glsl", "//@ x");
+        folder_.Write("w.glsl", "//@ iChannel0 kept.png\n" + std::string(kColumns));
         folder_.Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
         folder_.Write("resize", "1 resize 16 4");
         folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
         folder_.Write("list", "p.json\n");
         std::filesystem::create_directories(File("s/lib"));
-        folder_.Write("s/lib/i.glsl", kColumns);
-        folder_.Write("s/u.glsl", "#include \"i.glsl\"");
+        folder_.Write("s/lib/i.glsl", "#define WHITE vec4(1)\n");
+        folder_.Write("s/beside.glsl", "void mainImage(out vec4 c, in vec2 p) { c = WHITE; }\n");
+        folder_.Write("s/u.glsl", "#include \"i.glsl\"\n#include \"beside.glsl\"\n");
         SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", L"lib");
     }
     ~CommandLine() override {
@@ -190,14 +193,15 @@ const Row kRuns[] = {
     {"a.glsl --png \"\"", 2, "--png: the value is empty"},
     {"a.glsl --png A.GLSL", 2, "overwrite", {{"a.glsl", "mainImage"}}},
     {"a.glsl --events keys --report Keys", 2, "overwrite", {{"keys", "key-down"}}},
+    {"a.glsl --png p --report P", 2, "overwrite"},
     {"a.glsl --report kept.png/r.json", 2, "kept.png"},
     {"a.glsl --frames-dir kept.png", 2, "kept.png"},
     {"a.glsl --video made/v.y4m --png Q:/p.png", 2, "cannot write Q:", {{"made/v.y4m", nullptr}}},
     {"--forget neverloaded", 0, "nothing: neverloaded is not in the cache"},
     {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}}},
+    {"x.glsl --pack x.json", 1, "x.glsl:1:5: error", {{"x.json", nullptr}}},
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
     {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
-    {"s/u.glsl --check", 0, "plain shader"},
     {"a.glsl --info", 0, "Shader"},
     {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "RWWW..BB"}}},
     {"a.glsl --frames 2 --report d/e/r.json", 0, "picture     none", {{"d/e/r.json", "\"drawn\": 2"}}},
@@ -207,13 +211,13 @@ const Row kRuns[] = {
     {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "RW.BRW.B"}}},
     {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "RW.BBB.W"}}},
     {"rgb.glsl --size 4x4 --frames 2 --video v.y4m --rate 25", 0, "none", {{"v.y4m", kVideo}}},
-    {"a.glsl --size 8x8 --frames 2 --video v.y4m --events resize", 1, "the frame size has changed"},
-    {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "whole frame"},
-    {"a.glsl --size 8x8 --frames 2 --events resize", 0, "frame size  16 x 4"},
-    {"a.glsl --size 8x8 --window --frames 8 --events keys --png w.png",
+    {"w.glsl --size 8x8 --frames 2 --video v.y4m --events resize", 1,
+     "stays empty: kept.png: not a picture that the system can decode\npreview: --video: the frame size"},
+    {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "frame size  16 x 4"},
+    {"s/u.glsl --size 8x8 --window --frames 8 --events keys --png w.png",
      0,
-     "",
-     {{"a-2.png", nullptr}, {"a-6.png", "W"}, {"w.png", "W"}}},
+     "plain shader",
+     {{"u-2.png", nullptr}, {"u-6.png", "W"}, {"w.png", "W"}}},
 };
 
 TEST(Options, RejectWrongUsageWithAReason) {
@@ -228,7 +232,7 @@ TEST(Options, RejectWrongUsageWithAReason) {
     }
 }
 
-TEST_F(CommandLine, EndsWithStatusWordsAndFiles) {
+TEST_F(CommandLine, EndsWithTheExpectedStatusMessageAndFiles) {
     for (const Row& row : kRuns) {
         SCOPED_TRACE(row.arguments);
         Start(row.arguments);

@@ -270,7 +270,7 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
     SourceNames names = {
         .shader = "s/p.glsl",
         .texts = {{"Image", "s/p.glsl", "#include \"here.glsl\"\n#include \"dot.\"\n"},
-                  {"Common", "s/p.common.glsl", "/*/\n#include \"no.glsl\"\n*/\n"},
+                  {"Common", "s/p.common.glsl", "/*/\n\n#include \"no.glsl\"\n*/\n"},
                   {"Buffer A", "s/p.a.glsl", "#include \"here.glsl\"\n#include \"Common\""}}};
     const Lines faults = MissingIncludes(names);
     std::filesystem::current_path(start);

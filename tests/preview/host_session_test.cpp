@@ -70,6 +70,10 @@ const ModuleFunctions kModule = {
     .cleanUp = [](ModuleInstance*) { return Record("clean up"); },
     .destroyControlStructure = [](ModuleInstance*) { return Record("destroy"); }};
 
+InputEvent Press(int frame, int key) {
+    return {frame, WM_KEYDOWN, key};
+}
+
 /// Runs a session whose frames have the given results.
 std::vector<FrameRecord> RunScript(std::vector<FrameResult> script, const FrameRunOptions& frames) {
     calls.clear();
@@ -106,7 +110,7 @@ TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
     EXPECT_GT(speeds[2], 0.0F);
     EXPECT_NE(speeds[2], 1.0F / 60);
     speeds.clear();
-    EventPlayer pause({{1, WM_KEYDOWN, VK_F2, 0}, {1, WM_KEYDOWN, VK_F2, 0}});
+    EventPlayer pause({Press(1, VK_F2), Press(1, VK_F2)});
     RunLiveView(kModule, {.state = {.size = {20, 10}, .realTime = true},
                           .name = "a",
                           .frames = 4,
@@ -118,19 +122,14 @@ TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
 
 /// True if a text that starts like this is visible in a panel of the live view.
 bool IsShown(std::wstring_view start) {
-    std::pair search(start, false);
-    const auto look = [](HWND window, LPARAM parameter) -> BOOL {
-        auto& [wanted, shown] = *reinterpret_cast<decltype(search)*>(parameter);
-        HWND panel = nullptr;
-        while ((panel = FindWindowExW(window, panel, L"RICHEDIT50W", nullptr)) != nullptr) {
-            wchar_t text[16] = {};
-            GetWindowTextW(panel, text, 16);
-            shown = shown || (IsWindowVisible(panel) && std::wstring_view(text).starts_with(wanted));
-        }
-        return TRUE;
-    };
-    EnumThreadWindows(GetCurrentThreadId(), look, reinterpret_cast<LPARAM>(&search));
-    return search.second;
+    bool shown = false;
+    for (HWND panel = nullptr;
+         (panel = FindWindowExW(GetActiveWindow(), panel, L"RICHEDIT50W", nullptr)) != nullptr;) {
+        wchar_t text[16] = {};
+        GetWindowTextW(panel, text, 16);
+        shown = shown || (IsWindowVisible(panel) && std::wstring_view(text).starts_with(start));
+    }
+    return shown;
 }
 
 /// For this thread; 0: none.
@@ -145,7 +144,7 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     bool shown = false;
     int loopsAfterReload = 0;
     std::atomic<bool> stop = false;
-    EventPlayer hide({{0, WM_KEYDOWN, VK_F5, 0}});
+    EventPlayer hide({Press(0, VK_F5)});
     LiveViewOptions options = {
         .state = {.size = {20, 10}, .settings = {{"Info Time", "1"}}},
         .name = "a",
@@ -223,7 +222,9 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     ShowWindow(frame, SW_RESTORE);
     view.Notice().Show(TextAsRichText(L"n"));
     view.Frame().SetClientSize(300, 200);
-    EXPECT_NE(ChildWindowFromPoint(frame, {295, 195}), frame) << "the notice is along the lower edge";
+    for (const LONG y : {5, 195}) {
+        EXPECT_NE(ChildWindowFromPoint(frame, {295, y}), frame) << "panels along the upper and lower edge";
+    }
     view.AddKeys({{VK_F4, 0, nullptr, [] { ADD_FAILURE() << "Alt+F4 closes the window"; }}});
     HoldKey(VK_MENU);
     SendMessageW(frame, WM_SYSKEYDOWN, VK_F4, 0);
@@ -233,27 +234,38 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     EXPECT_TRUE(view.Closed() && IsWindow(frame));
 }
 
-TEST(ViewWindow, GraphsTheLatestTimes) {
+TEST(ViewWindow, DrawsTextAndTheLatestTimesOverThePicture) {
     ViewWindow view({.size = {600, 200}});
     view.ToggleGraph();
     view.AddFrameTime(100.0);
     for (int i = 0; i < 240; ++i) {
         view.AddFrameTime(10.0);
     }
-    RedrawWindow(view.Frame().Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+    view.ShowPicture({.bytes = std::vector<std::uint8_t>(4, 255), .width = 1, .height = 1});
+    view.ShowText(L"\n\n\n\n\n\n\n\n\n\n\n\n\nx");
     const WindowDc dc(view.Frame().Handle());
+    const auto endOfText = [&] {
+        RedrawWindow(view.Frame().Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+        int y = 199;
+        for (; GetPixel(dc.Get(), 20, y) == RGB(255, 255, 255); --y) {
+        }
+        return y;
+    };
+    const int end = endOfText();
+    EXPECT_LT(end, 199) << "text as long as the list of keys fits into the window";
+    view.Messages().Show(TextAsRichText(L"m"));
+    EXPECT_EQ(endOfText(), end + view.Messages().Height()) << "below the messages";
     EXPECT_EQ(GetPixel(dc.Get(), 400, 160), GetPixel(dc.Get(), 400, 186)) << "10 of 33 milliseconds";
     EXPECT_NE(GetPixel(dc.Get(), 400, 120), GetPixel(dc.Get(), 400, 186));
 }
 
-TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
+TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
     const test::TempFile list("a\nb\nc\nd\n");
     const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
     WriteOutputFile(favourites, std::vector<std::uint8_t>{'x'});
     StagedShader staged = StagedShader::OfPlaylist({});
     PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(2));
-    const auto press = [](int frame, int key) { return InputEvent{frame, WM_KEYDOWN, key}; };
-    EventPlayer events({press(1, VK_F4), press(2, VK_INSERT), press(3, VK_F2), press(3, VK_F12)});
+    EventPlayer events({Press(1, VK_F4), Press(2, VK_INSERT), Press(3, VK_F2), Press(3, VK_F12)});
     int attempts = 0;
     int polls = 0;
     int pauses = 0;
@@ -282,19 +294,19 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
         }
         return false;
     };
-    const LiveViewOptions options = {.state = {.size = {240, 120}},
-                                     .name = "list",
-                                     .pictureStem = list.Path(),
-                                     .frames = 150,
-                                     .events = &events,
-                                     .stop = &stop,
-                                     .playlist = &player,
-                                     .sourceChanged = poll,
-                                     .takeMessages = [&](bool) {
-                                         EXPECT_TRUE(++attempts != 6 || calls.end()[-2] == "draw")
-                                             << "the pause does not count";
-                                         return std::vector<std::string>();
-                                     }};
+    LiveViewOptions options = {.state = {.size = {240, 120}},
+                               .name = "list",
+                               .pictureStem = list.Path(),
+                               .frames = 150,
+                               .events = &events,
+                               .stop = &stop,
+                               .playlist = &player,
+                               .sourceChanged = poll,
+                               .takeMessages = [&](bool) {
+                                   EXPECT_TRUE(++attempts != 6 || calls.end()[-2] == "draw")
+                                       << "the pause does not count";
+                                   return std::vector<std::string>();
+                               }};
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
     EXPECT_FALSE(text) << "but not for ever";
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
@@ -303,24 +315,30 @@ TEST(LiveView, PlaysAPlaylistOnAfterAFailedLoadByKeyAndByTime) {
     EXPECT_EQ(ReadInputFile(staged.Path()), player.ShaderName() + "\r\n");
     const auto marked = SplitPlaylist(ReadInputFile(favourites));
     DeleteFileW(favourites.c_str());
+    CreateDirectoryW(favourites.c_str(), nullptr);
+    EXPECT_THAT(ToUtf8(player.AddFavourite()), testing::StartsWith("cannot write"));
+    RemoveDirectoryW(favourites.c_str());
     ASSERT_EQ(marked.size(), 2u);
     EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
     PlaylistPlayer untimed(list.Path(), "list", staged, std::chrono::seconds(0));
+    EventPlayer pause({Press(0, VK_F2), Press(0, VK_F2)});
+    options.events = &pause;
+    options.playlist = &untimed;
+    options.frames = 1;
+    calls.clear();
+    EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn) << "paused at the failed shader, then not";
     untimed.MarkFailed("why");
     untimed.MarkDrawn();
     Sleep(1100);
     EXPECT_FALSE(untimed.IsDue()) << "a failed shader that has loaded since";
 }
 
-/// The receiver frees the drop. A fixed block's handle is its address.
-BOOL CALLBACK DropOnVisible(HWND window, LPARAM path) {
-    if (IsWindowVisible(window)) {
-        auto* drop = static_cast<DROPFILES*>(GlobalAlloc(GPTR, sizeof(DROPFILES) + 32));
-        *drop = {.pFiles = sizeof(DROPFILES), .pt = {}, .fNC = FALSE, .fWide = TRUE};
-        std::wcscpy(reinterpret_cast<wchar_t*>(drop + 1), reinterpret_cast<const wchar_t*>(path));
-        PostMessageW(window, WM_DROPFILES, reinterpret_cast<WPARAM>(drop), 0);
-    }
-    return TRUE;
+/// On the live view, which frees it. A fixed block's handle is its address.
+void Drop(const wchar_t* path) {
+    auto* drop = static_cast<DROPFILES*>(GlobalAlloc(GPTR, sizeof(DROPFILES) + 32));
+    *drop = {.pFiles = sizeof(DROPFILES), .pt = {}, .fNC = FALSE, .fWide = TRUE};
+    std::wcscpy(reinterpret_cast<wchar_t*>(drop + 1), path);
+    PostMessageW(GetActiveWindow(), WM_DROPFILES, reinterpret_cast<WPARAM>(drop), 0);
 }
 
 TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
@@ -329,8 +347,9 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     const wchar_t* const files[] = {L"C:\\unusable", L"C:\\b.glsl"};
     std::vector<std::wstring> dropped;
     ViewState last = {};
-    EventPlayer copy({{0, WM_KEYDOWN, VK_SHIFT}, {0, WM_KEYDOWN, VK_F10}, {1, WM_KEYUP, VK_SHIFT}});
-    LiveViewOptions options = {.state = {.scale = 0.25,
+    EventPlayer copy({Press(0, VK_F11), Press(0, VK_F11), Press(1, VK_SHIFT), Press(1, VK_F10)});
+    LiveViewOptions options = {.state = {.levels = 16,
+                                         .scale = 0.25,
                                          .fullScreen = true,
                                          .settings = {{"Multi-Sample", "1"}, {"Multi-Sample", "2"}}},
                                .name = "a",
@@ -347,22 +366,21 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     options.takeMessages = [&](bool) {
         EXPECT_EQ(drawnSize.cx, GetSystemMetrics(SM_CXSCREEN) / 4);
         EXPECT_EQ(drawnSize.cy, GetSystemMetrics(SM_CYSCREEN) / 4);
-        EnumThreadWindows(GetCurrentThreadId(), DropOnVisible,
-                          reinterpret_cast<LPARAM>(files[dropped.empty() ? 0 : 1]));
+        Drop(files[dropped.empty() ? 0 : 1]);
         return std::vector<std::string>();
     };
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
+    HoldKey(0);
     EXPECT_THAT(dropped, ElementsAre(files[0], files[1]));
     EXPECT_TRUE(last.fullScreen);
-    ASSERT_EQ(last.settings.size(), 1u);
-    EXPECT_EQ(last.settings[0].label, "Multi-Sample");
+    EXPECT_THAT(last.settings, ElementsAre(testing::FieldsAre("Multi-Sample", "2")));
     ASSERT_TRUE(OpenClipboard(nullptr));
     EXPECT_STREQ(reinterpret_cast<const wchar_t*>(GetClipboardData(CF_UNICODETEXT)),
-                 L"preview a --fullscreen --scale 0.25 --set Multi-Sample=2");
+                 L"preview a --fullscreen --scale 0.25 --levels 16 --set Multi-Sample=2");
     CloseClipboard();
 }
 
-TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
+TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     // The panel has no room beside it.
     ViewState state = {
         .size = {240, 120}, .realTime = true, .place = POINT{GetSystemMetrics(SM_CXSCREEN) - 90, 40}};
@@ -376,21 +394,13 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [] {});
     controls.Toggle();
     controls.Refresh();
-    HWND panel = nullptr;
-    do {
-        panel = FindWindowExW(nullptr, panel, nullptr, L"Controls");
-    } while (panel && GetWindowThreadProcessId(panel, nullptr) != GetCurrentThreadId());
+    const HWND panel = GetActiveWindow();
     const auto part = [panel](const wchar_t* label, int next = 0) {
         HWND found = FindWindowExW(panel, nullptr, nullptr, label);
         for (; next > 0; --next) {
             found = GetWindow(found, GW_HWNDNEXT);
         }
         return found;
-    };
-    const auto edit = [&](const wchar_t* label, const wchar_t* text) {
-        SetFocus(part(label, 2));
-        SetWindowTextW(part(label, 2), text);
-        SendMessageW(panel, WM_COMMAND, IDOK, 0);
     };
     const auto slide = [&](const wchar_t* label, LPARAM steps) {
         SendMessageW(part(label, 1), TBM_SETPOS, TRUE, steps);
@@ -427,7 +437,9 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     changes.ChangePace(0.0001);
     EXPECT_EQ(changes.Pace(), -1.0 / 64.0);
     slide(L"X Tiling", 4);
-    edit(L"X Tiling", L"40");
+    SetFocus(part(L"X Tiling", 2));
+    SetWindowTextW(GetFocus(), L"40");
+    SendMessageW(panel, WM_COMMAND, IDOK, 0);
     EXPECT_THAT(said, testing::HasSubstr("1 to 32"));
     SendMessageW(part(L"Foreground Only"), BM_CLICK, 0, 0);
     EXPECT_THAT(said, testing::HasSubstr("cannot be combined"));
@@ -441,13 +453,18 @@ TEST(ControlChanges, AreMadeByThePanelUnlessTheyConflict) {
     SetFocus(panel);
     EXPECT_THAT(said, testing::HasSubstr("cannot be \"p0.2\"")) << "what is typed counts without Enter";
     EXPECT_THAT(changes.Arguments(), testing::Not(testing::HasSubstr("Speed")));
+    SetFocus(part(L"Speed", 2));
+    RealTime(session).Advance(2.0);
+    SetFocus(panel);
+    EXPECT_TRUE(state.realTime) << "only a field that was edited counts";
     EXPECT_FALSE(changes.TakeReload());
     SendMessageW(part(L"Fast Buffers"), BM_CLICK, 0, 0);
     EXPECT_TRUE(changes.TakeReload());
-    EXPECT_TRUE(state.realTime);
     slide(L"Speed", -250);
     EXPECT_FALSE(state.realTime || checked(L"Speed follows the clock"));
     changes.ChangePace(0.5);
+    controls.Refresh();
+    EXPECT_EQ(SendMessageW(part(L"Speed", 1), TBM_GETPOS, 0, 0), -125) << "half as far";
     EXPECT_EQ(changes.Arguments(),
               " --window --size 240x120 --set Speed=-0.25 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
     changes.ChangeScale(16.0);

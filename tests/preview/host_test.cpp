@@ -144,15 +144,15 @@ TEST(Notice, HoldsTheShadersTextsUnchanged) {
 }
 
 TEST(Notice, BecomesSafeRichTextAndPlainTextWithLinks) {
-    const Notice notice = Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x{y\x1B");
+    const Notice notice = Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x\n{y\x1B");
     const std::string rtf = NoticeAsRichText(notice);
     EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table holds the host's colours";
     EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"
-                              R"(\line \cf2 Description: x\{y\par})"));
+                              R"(\line \cf2 Description: x\line \{y\par})"));
     const std::string plain = NoticeAsPlainText(notice);
     EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c <https://"));
     EXPECT_THAT(plain, HasSubstr("/view/abc123>\nAuthor: \xF0\x9F\x8C\x8A <https://"));
-    EXPECT_THAT(plain, EndsWith(">\nDescription: x{y \n")) << "no control characters";
+    EXPECT_THAT(plain, EndsWith(">\nDescription: x {y \n")) << "no control characters";
 }
 
 }  // namespace

@@ -77,7 +77,7 @@ TEST(PngFile, FreesItsMemory) {
     EXPECT_LT(test::WorkingSetBytes(), before + 20 * noise.size() / 4) << "a third of the pictures";
 }
 
-TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKilledProgram) {
+TEST(StagedShader, RemovesItsFilesAndThoseOfAKilledProgramButNoOthers) {
     const std::wstring folder = L"D:\\Moonreel\\Pixelforge\\Playlists";
     const std::wstring left[] = {L"D:\\Moonreel\\paa0aa9", folder + L"\\preview-aa0aa9.playlist"};
     const std::wstring foreign[] = {L"D:\\Moonreel\\paa0aa8", folder + L"\\preview-mine.playlist"};
@@ -91,7 +91,8 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
         EXPECT_FALSE(IsExistingFile(left[i].c_str()));
         EXPECT_TRUE(std::filesystem::remove(foreign[i]));
     }
-    std::optional second = StagedShader::OfDocument(BytesOf("2"));
+    std::optional second = StagedShader::OfDocument(BytesOf("22"));
+    second->Replace(BytesOf("2"));
     const std::wstring alias = first->Path();
     const std::wstring playlist = folder + L"\\" + FromUtf8(first->PlaylistName());
     EXPECT_EQ(ReadInputFile(OpenedShader::OfIdentifier("\xC3\xA4").Staged().Path()), "\xE4\r\n");
@@ -103,7 +104,7 @@ TEST(StagedShader, LiesWhereTheModuleLooksAndRemovesOnlyItsOwnFilesAndThoseOfAKi
     EXPECT_FALSE(std::filesystem::is_empty(L"D:\\Moonreel\\Pixelforge", none)) << "an empty folder stays";
 }
 
-TEST(OpenedShader, ReloadsWhenAChangeOfSizeIsWholeAndReadable) {
+TEST(OpenedShader, ReloadsOnceAChangedFileIsCompleteAndReadable) {
     const test::TempFile file("//@ iChannel0 nothing\n", L".glsl");
     OpenedShader shader = OpenedShader::OfFile({"dir/s.glsl", file.Path()}, {});
     EXPECT_EQ(shader.Errors().size(), 1u);
@@ -143,23 +144,11 @@ TEST(Examples, ArePackedFromTheirPlainShaders) {
     }
 }
 
-TEST(WorkingFolder, ResolvesRelativeNamesWhileAlive) {
-    const test::TempFile beside("x");
-    const std::wstring name = beside.Path().substr(beside.Path().find_last_of(L"\\/") + 1);
-    const auto before = std::filesystem::current_path();
-    {
-        const WorkingFolder working(beside.Path());
-        EXPECT_TRUE(working.Entered());
-        EXPECT_TRUE(IsExistingFile(name.c_str()));
-    }
-    EXPECT_EQ(std::filesystem::current_path(), before);
-    EXPECT_FALSE(WorkingFolder(L"C:\\no such folder\\file.json").Entered());
-}
-
-TEST(LongPath, HasAPrefixBeyondTheSystemsLimit) {
+TEST(FilePaths, MayBeLongerThanTheSystemsLimit) {
     const std::wstring name(257, L'x');
     EXPECT_TRUE(LongPath(L"C:\\" + name).starts_with(L"\\\\?\\C:\\x"));
     EXPECT_TRUE(LongPath(L"\\\\s\\" + name).starts_with(L"\\\\?\\UNC\\s\\x"));
+    EXPECT_FALSE(WorkingFolder(L"C:\\missing\\file.json").Entered()) << "to be reported";
 }
 
 TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
@@ -206,6 +195,7 @@ TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
     EXPECT_NE(bottom(4), bottom(6)) << "late, very late";
     EXPECT_EQ(bottom(2), bottom(9)) << "the latest is on the right";
     EXPECT_NE(pixels.At(6, 45), pixels.At(8, 45)) << "75 of 133 milliseconds";
+    EXPECT_EQ(pixels.At(6, 90), pixels.At(0, 90)) << "the line of 60 frames a second, over the bars";
 }
 
 }  // namespace
