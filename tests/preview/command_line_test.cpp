@@ -27,11 +27,11 @@ using testing::HasSubstr;
 
 using std::filesystem::path;
 
-/// 8 x 8 frames: one red, three white, two grey and two black pixels in the upper row, black below it.
+/// 8 x 8: one red, three white, two grey and two black (at first white) pixels in the upper row, black below.
 constexpr const char* kColumns =
     "void mainImage(out vec4 c, in vec2 p) {\n"
-    "c = p.y < iResolution.y - 1. || p.x > 6. ? vec4(0) : p.x < 1. ? vec4(1, 0, 0, 1)\n"
-    "    : vec4(p.x < 4. ? 1. : .5); }\n";
+    "c = p.y < iResolution.y - 1. || p.x > 6. && iFrame > 0 ? vec4(0) : p.x < 1. ? vec4(1, 0, 0, 1)\n"
+    "    : vec4(p.x < 4. || p.x > 6. ? 1. : .5); }\n";
 
 struct Row {
     const char* arguments;
@@ -55,7 +55,8 @@ protected:
         folder_.Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
         folder_.Write("resize", "1 resize 16 4");
         folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
-        folder_.Write("list", "p.json\n");
+        folder_.Write("list", "p.json\nunended");
+        folder_.Write("n", "no.json\n");
         std::filesystem::create_directories(File("s/lib"));
         folder_.Write("s/lib/i.glsl", "#define WHITE vec4(1)\n");
         folder_.Write("s/beside.glsl", "void mainImage(out vec4 c, in vec2 p) { c = WHITE; }\n");
@@ -156,6 +157,7 @@ const std::pair<const char*, const char*> kWrongUsage[] = {
     {"a.glsl --window --bench", "--bench"},
     {"a.glsl --scale 0.5", "--scale"},
     {"a.glsl --window --scale 4.1", "--scale"},
+    {"a.glsl --window --scale 0.06", "--scale"},
     {"a.glsl --window --scale nan", "--scale"},
     {"a.glsl --monitor 1", "--monitor"},
     {"a.glsl --real-time --set Speed=0.1", "--real-time"},
@@ -198,22 +200,25 @@ const Row kRuns[] = {
     {"a.glsl --frames-dir kept.png", 2, "kept.png"},
     {"a.glsl --video made/v.y4m --png Q:/p.png", 2, "cannot write Q:", {{"made/v.y4m", nullptr}}},
     {"--forget neverloaded", 0, "nothing: neverloaded is not in the cache"},
-    {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}}},
+    {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}, {"p.json", "\n}\n"}}},
+    {"p.json --pack P.json", 2, "overwrite", {{"p.json", "mainImage"}}},
+    {"x.glsl --check --report r.json --png x.png", 1, "drawn\n", {{"r.json", "word"}, {"x.png", nullptr}}},
     {"x.glsl --pack x.json", 1, "x.glsl:1:5: error", {{"x.json", nullptr}}},
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
+    {"--playlist n --window --frames 1 --report r.json", 1, "1 shaders:\nn:1: no", {{"r.json", "no.json"}}},
     {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
     {"a.glsl --info", 0, "Shader"},
-    {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "RWWW..BB"}}},
+    {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "list:2:1: warning", {{"p.png", "RWWW..WW"}}},
     {"a.glsl --frames 2 --report d/e/r.json", 0, "picture     none", {{"d/e/r.json", "\"drawn\": 2"}}},
     {"a.glsl --frames 2 --frames-dir f", 0, "", {{"f/frame-00001.png", "W"}, {"f/frame-00002.png", "W"}}},
-    {"a.glsl --size 8x8 --frames 2 --levels 64 --png p.png", 0, "p.png", {{"p.png", ".WWW..BB"}}},
-    {"a.glsl --size 8x8 --frames 2 --foreground --png p.png", 0, "p.png", {{"p.png", "RWWW...."}}},
-    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "RW.BRW.B"}}},
-    {"a.glsl --size 8x8 --frames 2 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "RW.BBB.W"}}},
+    {"a.glsl --size 8x8 --frames 3 --levels 64 --png p.png", 0, "p.png", {{"p.png", ".WWW..BB"}}},
+    {"a.glsl --size 8x8 --frames 3 --foreground --png p.png", 0, "p.png", {{"p.png", "RWWW...."}}},
+    {"a.glsl --size 8x8 --frames 3 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "RW.BRW.B"}}},
+    {"a.glsl --size 8x8 --frames 3 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "RW.BBB.W"}}},
     {"rgb.glsl --size 4x4 --frames 2 --video v.y4m --rate 25", 0, "none", {{"v.y4m", kVideo}}},
     {"w.glsl --size 8x8 --frames 2 --video v.y4m --events resize", 1,
      "stays empty: kept.png: not a picture that the system can decode\npreview: --video: the frame size"},
-    {"a.glsl --size 8x8 --frames 2 --bench --events resize", 0, "frame size  16 x 4"},
+    {"a.glsl --size 8x8 --frames 2 --bench --events resize --png g.png", 0, "16 x 4", {{"g.png", "...."}}},
     {"s/u.glsl --size 8x8 --window --frames 8 --events keys --png w.png",
      0,
      "plain shader",
@@ -292,8 +297,11 @@ TEST_F(CommandLine, RemovesItsFilesIfItCrashes) {
 }
 
 TEST(Options, ImplyOtherOptions) {
-    EXPECT_EQ(ParseOptions({"a.json", "--check"}).frames, 1);
-    EXPECT_EQ(ParseOptions({"a.json", "--check", "--size", "8x8"}).size.cx, 8);
+    const Options check = ParseOptions({"a.json", "--check"});
+    EXPECT_TRUE(check.frames == 1 && check.size.cx == 64);
+    EXPECT_EQ(ParseOptions({"a.json", "--info"}).frames, 1);
+    EXPECT_EQ(ParseOptions({"a.json", "--mirror"}).settings.at(0).value, "true");
+    EXPECT_EQ(ParseOptions({"/a.json", "--check", "--size", "8x8"}).size.cx, 8);
     for (const char* implied : {"--watch", "--fullscreen", "--window"}) {
         const Options view = ParseOptions({"a.json", implied});
         EXPECT_TRUE(view.window && view.realTime && view.frames == 0) << implied;
@@ -302,7 +310,7 @@ TEST(Options, ImplyOtherOptions) {
     EXPECT_TRUE(!set.realTime && set.frames == 7);
     EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
     EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
-    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--set", "Speed=0"}).settings.size(), 1u);
+    EXPECT_EQ(ParseOptions({"--set", "Speed=0", "a.json", "--video", "-"}).settings.size(), 1u);
     EXPECT_THAT(
         ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings,
         ElementsAre(FieldsAre("X Tiling", "3"), FieldsAre("Y Tiling", "2"), FieldsAre("Mirroring", "false"),
@@ -310,19 +318,19 @@ TEST(Options, ImplyOtherOptions) {
 }
 
 TEST(Options, OpenADroppedFile) {
-    const std::vector<std::string> shown = {"--id", "i", "--window", "--include", "l"};
+    const std::vector<std::string> shown = {"--id", "i", "--window", "--include", "l i"};
     const struct {
         std::vector<std::string> options;
         const wchar_t* name;
         const char* bytes;  ///< null: there is no such file
         const char* words;
         const char* picture = "";
-    } cases[] = {{shown, L"a b.glsl", "a", "preview \"a b.glsl\" --include l"},
+    } cases[] = {{shown, L"./a b.glsl", "a", "preview \"./a b.glsl\" --include \"l i\""},
                  {shown, L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
                  {shown, L"c.txt", "a", "the playlist has no line"},
                  {shown, L"c.PNG", "a", "a picture needs a shader"},
                  {shown, L"missing.json", nullptr, "cannot read"},
-                 {{"a.json"}, L"c.png", "", "preview a.json", "c.png"}};
+                 {{"a.json"}, L"c.jpeg", "", "preview a.json", "c.jpeg"}};
     for (const auto& [options, name, bytes, words, picture] : cases) {
         if (bytes) {
             WriteOutputFile(name, BytesOf(bytes));

@@ -39,6 +39,7 @@ std::vector<int> Sources(const RenderPass& pass) {
 }
 
 TEST(PassFiles, ReadEachOther) {
+    EXPECT_EQ(PassFileName("../s.t.glsl", "a"), "../s.t.a.glsl");
     const std::pair<std::vector<std::string>, std::vector<int>> cases[] = {
         {{"image"}, {kKeyboard, 0, 0, 0}},
         {{"image", "a"}, {2, kKeyboard, 0, 0}},
@@ -60,27 +61,28 @@ TEST(PassFiles, ReadEachOther) {
 
 const std::string kLantern = "media/lan tern.png";
 
-/// With Buffer A, Common and a picture beside the shader "dir/s.glsl".
+/// With Buffer D, Common and a picture beside the shader "dir/s.glsl".
 MadeDocument WithComments(const std::string& image, const std::string& common = "") {
     return DocumentOfPassFiles("s",
                                {{"image", image, "dir/s.glsl"},
                                 {"common", common, "dir/s.common.glsl"},
-                                {"a", "\n", "dir/s.a.glsl"}},
+                                {"d", "\n", "dir/s.d.glsl"}},
                                [](const std::string& file) { return file == kLantern; });
 }
 
 TEST(CommentLines, NameInputsAndProperties) {
     const MadeDocument made = WithComments(
         "//@ name A  B \r\nvoid f() { //@ name C\n}\n\t//@iChannel2 \"media/lan tern.png\" filter=mipmap "
-        "wrap=repeat\n//@ iChannel0 Buffer A vflip=true\n//@ iChannel3 sound filter=nearest\n//@ tags t u");
+        "wrap=repeat\n//@ iChannel0\tBuffer D vflip=true\n//@ iChannel3 sound filter=nearest\n//@ tags t u");
     EXPECT_THAT(made.errors, ElementsAre());
     EXPECT_EQ(made.inputs[1].file, kLantern);
+    EXPECT_EQ(made.inputs[1].place, "dir/s.glsl:4:1");
     const ShaderDocument document = Read(made.json);
     EXPECT_STREQ(document.info.name, L"A  B");
     EXPECT_STREQ(document.info.tags, L"t, u");
     const auto& inputs = PassOf(document, PassKind::Image).inputs;
-    EXPECT_THAT(Sources(PassOf(document, PassKind::Image)), ElementsAre(2, 0, 0, 0));
-    EXPECT_THAT(Sources(PassOf(document, PassKind::BufferA)), ElementsAre(0, 0, 0, 0));
+    EXPECT_THAT(Sources(PassOf(document, PassKind::Image)), ElementsAre(5, 0, 0, 0));
+    EXPECT_THAT(Sources(PassOf(document, PassKind::BufferD)), ElementsAre(0, 0, 0, 0));
     EXPECT_EQ(inputs[0].sampler.vflip, 1);
     EXPECT_EQ(inputs[1].ctype, ChannelType::None);
     EXPECT_STREQ(inputs[2].src, L"media/lan tern.png");
@@ -94,32 +96,35 @@ TEST(CommentLines, NameInputsAndProperties) {
 TEST(CommentLines, FailWithFileLineAndColumn) {
     const std::pair<const char*, const char*> cases[] = {
         {"iChannel4 keyboard", "5: error: iChannel4 does not exist; a pass has iChannel0 to iChannel3"},
-        {"iChannel keyboard", "5: error: iChannel does not exist; a pass has iChannel0 to iChannel3"},
+        {"iChannel10 sound", "5: error: iChannel10 does not exist; a pass has iChannel0 to iChannel3"},
         {"ichannel0 sound", "5: error: unknown word \"ichannel0\"; "},
         {"iChannel1", "5: error: iChannel1 lacks its input; "},
         {"iChannel1 microphone", "15: error: unknown input \"microphone\"; "},
-        {"iChannel1 bufer a", "15: error: unknown input \"bufer a\"; "},
+        {"iChannel1 a.png b.png", "15: error: unknown input \"a.png b.png\"; "},
         {"iChannel1 buffer e", "22: error: unknown buffer; "},
         {"iChannel1 buffer b", "22: error: there is no file s.b.glsl"},
         {"iChannel1 cube", "15: error: there is no file s.cube.glsl"},
-        {"iChannel1 none.png", "15: error: there is no file \"none.png\" in the shader's folder"},
+        {"iChannel1 \"sound\"", "15: error: there is no file \"sound\" in the shader's folder"},
         {"iChannel1 cube ../x.png", "20: error: the path \"../x.png\" leads out of the shader's folder"},
         {"iChannel1 volume a/..\\..\\x.bin", "22: error: the path \"a/..\\..\\x.bin\" leads out of "},
-        {"iChannel1 \"//host/x.png\"", "15: error: the path \"//host/x.png\" leads out of "},
+        {"iChannel1 \"//host/x.png", "15: error: the path \"//host/x.png\" leads out of "},
         {"iChannel1 C:x.png", "15: error: the path \"C:x.png\" leads out of "},
         {"iChannel1 a\x1B[2J.png", "15: error: \"a [2J.png\" is not a file name"},
         {"iChannel1 con.png", "15: error: \"con.png\" is not a file name"},
         {"iChannel1 sound filter=sharp", "21: error: filter is nearest, linear or mipmap, not \"sharp\""},
         {"iChannel1 sound wrap=clamp repeat", "32: error: unknown setting \"repeat\"; "},
+        {"iChannel1 sound wrap=clamp filter", "32: error: unknown setting \"filter\"; "},
     };
     for (const auto& [line, error] : cases) {
         EXPECT_THAT(WithComments("\n//@ " + std::string(line)).errors,
                     ElementsAre(StartsWith("dir/s.glsl:2:" + std::string(error))));
     }
     EXPECT_EQ(WithComments("//@ iChannel1 none.png").inputs[0].file, "none.png") << "to be watched";
-    EXPECT_THAT(WithComments("//@ iChannel0 sound\n//@ iChannel0 camera", "//@ iChannel1 camera").errors,
-                ElementsAre("dir/s.glsl:2:5: error: iChannel0 is already set in line 1",
-                            "dir/s.common.glsl:1:5: error: Common has no inputs of its own"));
+    EXPECT_THAT(
+        WithComments("//@ iChannel0 sound\n//@ iChannel0 cube\n//@\n//@ x", "//@ iChannel1 camera").errors,
+        ElementsAre("dir/s.glsl:2:5: error: iChannel0 is already set in line 1",
+                    StartsWith("dir/s.glsl:4:5: error: unknown word"),
+                    "dir/s.common.glsl:1:5: error: Common has no inputs of its own"));
 }
 
 TEST(BareDocument, BecomesTheSameShader) {
@@ -149,6 +154,7 @@ TEST(BareDocument, MayBeIncompleteButOtherTextsAreRejected) {
                              "{\"renderpass\":1}", "[[]]", "{\"Shader\":1,\"renderpass\":[]}"}) {
         EXPECT_FALSE(ConvertBareDocument(text)) << text;
     }
+    EXPECT_FALSE(ConvertBareDocument(std::string(1'000'000, '[')));
     EXPECT_TRUE(ConvertBareDocument(R"({"renderpass":[1,{"inputs":[7,{"channel":"x"}]}],"info":3})"));
 }
 
@@ -158,6 +164,7 @@ TEST(MadeDocuments, GetADroppedPictureOnChannel0OfTheImage) {
     const auto& input = PassOf(document, PassKind::Image).inputs[0];
     EXPECT_EQ(input.ctype, ChannelType::Texture);
     EXPECT_STREQ(input.src, L"c:\\p \"1\".png");
+    EXPECT_EQ(input.sampler.vflip, 1);
     EXPECT_EQ(PassOf(document, PassKind::Image).inputs[1].ctype, ChannelType::Keyboard);
     EXPECT_EQ(Sources(PassOf(document, PassKind::BufferA))[0], 2);
     for (const char* text : {"", "[1]", R"({"Shader":{"renderpass":[3,{"type":"image"}]}})"}) {
@@ -173,7 +180,7 @@ const SourceNames kPlain = {.shader = "s/p.glsl",
                                       {"Common", "s/p.common.glsl", ""},
                                       {"Buffer A", "s/p.a.glsl", "1"},
                                       {"Z:\\lib\\n.glsl", "lib/n.glsl", ""}},
-                            .inputs = {{"Image", 2, "texture", "s/p.glsl:7:1"}}};
+                            .inputs = {{"Buffer A", 2, "", ""}, {"Image", 2, "texture", "s/p.glsl:7:1"}}};
 
 TEST(EditorLines, NameTheUsersFileAndLine) {
     const std::pair<const char*, const char*> cases[] = {
@@ -211,12 +218,12 @@ TEST(EditorLines, SeparateFaultsOfALoadFoldCandidatesAndDropRepetitions) {
         "Image:5:6: error:    f(b)",
         "Image:5:6: error:    f(c)",
         "Image:5:6: error: y",
-        "cannot load a shader: s/p.glsl: Buffer A:3: too many, at most 64, Image does not compile"};
+        "cannot load a shader: s/p.glsl: Cube A fails, Buffer A:3: too many, at most 64, Image fails"};
     EXPECT_THAT(EditorLines(lines, kPlain),
                 ElementsAre("s/p.common.glsl:1:2: error: x",
                             "s/p.glsl:5:6: error: no f(int)'; candidates are: f(a), f(b) and 1 more",
                             "s/p.glsl:5:6: error: y", "s/p.a.glsl:3:1: error: too many, at most 64",
-                            "cannot load a shader: s/p.glsl: Image does not compile"));
+                            "cannot load a shader: s/p.glsl: Cube A fails, Image fails"));
 }
 
 TEST(EditorLines, NameTheDocumentWithThePass) {
@@ -230,31 +237,36 @@ TEST(EditorLines, NameTheDocumentWithThePass) {
                 ElementsAre("abc: Buffer A:12:5: error: x", "abc: Common:1:2: error: x", lines[2],
                             "d: Image:1:1: error: y", lines[4], lines[5]))
         << "a playlist's picks";
-    EXPECT_THAT(EditorLines({lines[0]}, {.shader = "abc"}), ElementsAre("abc: Buffer A:12:5: error: x"));
+    EXPECT_THAT(EditorLines({lines[0], lines[4]}, {.shader = "d"}),
+                ElementsAre("d: Buffer A:12:5: error: x", lines[4]));
 }
 
 TEST(SourceFaults, NameWhatTheModuleIgnoresInADocument) {
     SourceNames names = {.shader = "e.json"};
     const std::string document =
         "[{\"renderpass\":[\n{\"type\":\"image\", \"name\":\"\", \"code\":\"\\n\\n\", \"inputs\":[\n"
-        "{\"type\":\"video\", \"channel\":1},\n {\"channel\":4, \"ctype\":\"buffer\"},\n"
+        "{\"type\":\"video\", \"channel\":1}, {\"type\":\"mic\"},\n {\"channel\":4, \"ctype\":\"buffer\"},\n"
         "{\"ctype\":\"mic\", \"channel\":3, "
         "\"src\":\"m\\/\"}]},\n{\"type\":\"sound\"},\n{\"type\":\"buffer\", "
-        "\"name\":\"Buffer E\"},\n"
-        "{\"type\":\"cubemap\", \"name\":\"Cube B\"}, {\"type\":\"geometry\"},\n"
+        "\"name\":\"Buffer\\u001BE\"},\n"
+        "{\"type\":\"cubemap\", \"name\":\"Cube B\"}, {\"type\":\"geometry\"}, {},\n"
+        "{\"type\":\"common\"}, {\"type\":\"buffer\", \"name\":\"Buf A\"}, "
+        "{\"type\":\"cubemap\", \"name\":\"Cubemap A\"},\n"
         "{\"type\":\"image\", \"code\":\"later\"}]}]";
     EXPECT_THAT(
         DocumentFaults(document, names),
         ElementsAre(
             "e.json:3:9: warning: Image, iChannel1: inputs of the unknown kind \"video\" are "
             "ignored, and the channel is not declared",
+            "e.json:3:40: warning: Image: an input on a channel outside 0 to 3 is ignored",
             "e.json:4:24: warning: Image: an input on a channel outside 0 to 3 is ignored",
             "e.json:6:9: warning: the pass \"\" of type \"sound\" is ignored: the module plays no sound",
             "e.json:7:9: warning: the pass \"Buffer E\" of type \"buffer\" is ignored: unknown name or type",
             "e.json:8:9: warning: the pass \"Cube B\" of type \"cubemap\" is ignored: unknown name or type",
-            "e.json:8:46: warning: the pass \"\" of type \"geometry\" is ignored: unknown name or type"));
-    ASSERT_EQ(names.texts.size(), 1u) << "two passes of one name";
-    EXPECT_EQ(names.texts[0].code, "later");
+            "e.json:8:46: warning: the pass \"\" of type \"geometry\" is ignored: unknown name or type",
+            "e.json:1:1: warning: the pass \"\" of type \"\" is ignored: unknown name or type"));
+    ASSERT_EQ(names.texts.size(), 4u) << "two passes of one name";
+    EXPECT_EQ(names.texts[3].code, "later");
     ASSERT_EQ(names.inputs.size(), 1u);
     EXPECT_EQ(names.inputs[0].place, "e.json:5:10");
     EXPECT_EQ(names.inputs[0].file, "m/");
@@ -266,24 +278,29 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
     const test::TempFolder folder;
     std::filesystem::current_path(folder.Path());
     folder.Write("dot.", "x");
-    folder.Write("here.glsl", "\n#include \"deep.glsl\"\n");
+    folder.Write("here.glsl", "\n#include \"deep\"\n");
     SourceNames names = {
         .shader = "s/p.glsl",
         .texts = {{"Image", "s/p.glsl", "#include \"here.glsl\"\n#include \"dot.\"\n"},
-                  {"Common", "s/p.common.glsl", "/*/\n\n#include \"no.glsl\"\n*/\n"},
-                  {"Buffer A", "s/p.a.glsl", "#include \"here.glsl\"\n#include \"Common\""}}};
+                  {"Common", "s/p.common.glsl",
+                   "/*/\n\n#include \"n\"\n*/\n#include\"n\"\n#include N \"n\"\n#include \"n"},
+                  {"Buffer A", "s/p.a.glsl",
+                   "#include \"here.glsl\"\n#include \"common\"\n#include \"PREFIX\"\n#include \"/no\""}},
+        .includeFolder = "lib",
+        .includeName = "l"};
     const Lines faults = MissingIncludes(names);
     std::filesystem::current_path(start);
     EXPECT_THAT(
         faults,
         ElementsAre("s/p.glsl:2:1: warning: no include file \"dot.\"; the module does not open such a name",
-                    "s/here.glsl:2:1: warning: no include file \"deep.glsl\"; looked for s/deep.glsl; no "
-                    "include folder is set"));
-    EXPECT_THAT(names.includes, ElementsAre("here.glsl", "deep.glsl"));
+                    "s/p.a.glsl:4:1: warning: no include file \"/no\"; looked for /no and l//no",
+                    "s/here.glsl:2:1: warning: no include file \"deep\"; looked for s/deep and l/deep"));
+    EXPECT_THAT(names.includes, ElementsAre("here.glsl", "/no", "deep"));
 }
 
 TEST(SourceFaults, NameThePlaylistLinesThatCannotBePicked) {
     EXPECT_EQ(PlaylistFaults(std::string(21, '\n'), "l").back(), "l: the other lines were not checked");
+    EXPECT_EQ(PlaylistFaults("\xFF\xFE", "l").size(), 2u) << "a mark, and no line break";
     EXPECT_THAT(
         PlaylistFaults("\xEF\xBB\xBF"
                        "a\r\n\r\n1234567890123456789\r\n12345678901234567890\r\xC3\xBC\n\xFC\nend",

@@ -437,6 +437,7 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     changes.ChangePace(0.0001);
     EXPECT_EQ(changes.Pace(), -1.0 / 64.0);
     slide(L"X Tiling", 4);
+    EXPECT_TRUE(session.Refit(20, 10)) << "tiles need the off-screen bitmap";
     SetFocus(part(L"X Tiling", 2));
     SetWindowTextW(GetFocus(), L"40");
     SendMessageW(panel, WM_COMMAND, IDOK, 0);

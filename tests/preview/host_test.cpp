@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "base/load_error.h"
 #include "module/controls.h"
 #include "module/overlay.h"
 #include "preview/host/host_controls.h"
@@ -61,7 +62,10 @@ TEST_F(HostControlsTest, KeepTheirValueIfTheNewOneIsInvalid) {
             EXPECT_EQ(ValueOf(label), before) << value;
         }
     }
-    EXPECT_THROW(controls_.Apply({"General", "1"}), HostError) << "a group header is not a control";
+    const std::string failure = FailureOf([&] { controls_.Apply({"General", "1"}); });
+    EXPECT_THAT(failure, HasSubstr("\n  Tile Mask = 32x32  (columns x rows, 1x1 to 32x32)\n  Draw Event"));
+    controls_.Apply({"Fast Buffers", "On"});
+    EXPECT_EQ(ValueOf("Fast Buffers"), "true");
 }
 
 TEST(PlaylistLines, AreThoseThatTheModulePicksFromWithTheirNumbers) {
@@ -99,6 +103,7 @@ TEST(PlaylistOrder, GoesBackToTheLinesThatWereShown) {
     for (const bool failed : {true, false, true, false}) {
         names.push_back(order.Current().bytes);
         if (failed) {
+            order.MarkFailed("before");
             order.MarkFailed("why");
         }
         if (names.size() < 4) {
@@ -144,15 +149,15 @@ TEST(Notice, HoldsTheShadersTextsUnchanged) {
 }
 
 TEST(Notice, BecomesSafeRichTextAndPlainTextWithLinks) {
-    const Notice notice = Compose(L"a}b\\c", L"\xD83C\xDF0A", L"x\n{y\x1B");
+    const Notice notice = Compose(L"a}b\\c\x1B", L"\xD83C\xDF0A", L"x\n{y\x1B", L"e.exe");
     const std::string rtf = NoticeAsRichText(notice);
     EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table holds the host's colours";
     EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"
                               R"(\line \cf2 Description: x\line \{y\par})"));
     const std::string plain = NoticeAsPlainText(notice);
-    EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c <https://"));
+    EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c  <https://"));
     EXPECT_THAT(plain, HasSubstr("/view/abc123>\nAuthor: \xF0\x9F\x8C\x8A <https://"));
-    EXPECT_THAT(plain, EndsWith(">\nDescription: x {y \n")) << "no control characters";
+    EXPECT_THAT(plain, EndsWith("/user/\xF0\x9F\x8C\x8A>\nDescription: x {y \nEdit: file://e.exe?abc123\n"));
 }
 
 }  // namespace

@@ -28,6 +28,7 @@ namespace pixelforge::preview {
 namespace {
 
 using testing::ElementsAre;
+using testing::HasSubstr;
 
 TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     std::vector<FrameRecord> frames = {{.result = FrameResult::Failed, .milliseconds = 900, .loading = true},
@@ -41,7 +42,9 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
     rapidjson::Document report;
     ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
     EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
+    EXPECT_STRNE(report["gl"]["version"].GetString(), "");
     ASSERT_EQ(report["frames"].Size(), 201u);
+    EXPECT_TRUE(report["frames"][0]["loading"].GetBool());
     EXPECT_EQ(report["frames"][2]["result"].GetInt(), 3);
     EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
     EXPECT_STREQ(report["debugOutput"][0].GetString(), "\xC3\xA4");
@@ -96,6 +99,7 @@ TEST(StagedShader, RemovesItsFilesAndThoseOfAKilledProgramButNoOthers) {
     const std::wstring alias = first->Path();
     const std::wstring playlist = folder + L"\\" + FromUtf8(first->PlaylistName());
     EXPECT_EQ(ReadInputFile(OpenedShader::OfIdentifier("\xC3\xA4").Staged().Path()), "\xE4\r\n");
+    EXPECT_EQ(OpenedShader::OfIdentifier("i").Names().shader, "i");
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
     EXPECT_EQ(ReadInputFile(second->Path()), "2");
@@ -105,8 +109,8 @@ TEST(StagedShader, RemovesItsFilesAndThoseOfAKilledProgramButNoOthers) {
 }
 
 TEST(OpenedShader, ReloadsOnceAChangedFileIsCompleteAndReadable) {
-    const test::TempFile file("//@ iChannel0 nothing\n", L".glsl");
-    OpenedShader shader = OpenedShader::OfFile({"dir/s.glsl", file.Path()}, {});
+    const test::TempFile file("//@ iChannel0 nothing\n", L".Frag");
+    OpenedShader shader = OpenedShader::OfFile({"dir/s.glsl", file.Path()}, {}, "p.gif");
     EXPECT_EQ(shader.Errors().size(), 1u);
     EXPECT_EQ(ReadInputFile(shader.Staged().Path()), "");
     const auto polled = [&] {
@@ -115,10 +119,17 @@ TEST(OpenedShader, ReloadsOnceAChangedFileIsCompleteAndReadable) {
     };
     EXPECT_FALSE(polled());
     const test::TempFile user("#include \"i.glsl\"\n", L".glsl");
-    EXPECT_THAT(ReadShaderSource({"s.glsl", user.Path()}, {"lib", L"C:\\lib"}).files,
-                testing::Contains(L"C:\\lib\\i.glsl"));
+    const ShaderSource source = ReadShaderSource({"s.glsl", user.Path()}, {"lib", L"C:\\lib"});
+    EXPECT_THAT(source.files, testing::Contains(L"C:\\lib\\i.glsl"));
+    EXPECT_THAT(source.files, testing::Contains(testing::EndsWith(L".cube.glsl")));
+    EXPECT_EQ(source.warnings.size(), 1u);
+    const test::TempFile bare(
+        R"({"renderpass":[{},{"type":"image","inputs":[{"type":"volume","channel":1,"filepath":"v"}]}]})");
+    const ShaderSource document = ReadShaderSource({"b.json", bare.Path()}, {});
+    EXPECT_TRUE(document.warnings.size() == 1 && !document.conversion.empty());
+    EXPECT_THAT(document.files, testing::Contains(FolderOf(bare.Path()) + L"v"));
     const auto time = std::filesystem::last_write_time(file.Path());
-    for (const char* text : {"void", "void mainImage(out vec4 c, in vec2 p) {}"}) {
+    for (const char* text : {"void", "void mainImage(out vec4 c, in vec2 p) {} // \xE4"}) {
         WriteOutputFile(file.Path(), BytesOf(text));
         std::filesystem::last_write_time(file.Path(), time);
         EXPECT_FALSE(polled()) << "another write may follow";
@@ -128,7 +139,9 @@ TEST(OpenedShader, ReloadsOnceAChangedFileIsCompleteAndReadable) {
     EXPECT_FALSE(polled()) << "still open for writing";
     writer.Reset();
     EXPECT_TRUE(polled());
-    EXPECT_THAT(ReadInputFile(shader.Staged().Path()), testing::HasSubstr("mainImage"));
+    EXPECT_THAT(ReadInputFile(shader.Staged().Path()), AllOf(HasSubstr("// \xC3\xA4"), HasSubstr("p.gif")));
+    std::filesystem::last_write_time(file.Path(), time + std::chrono::hours(1));
+    EXPECT_TRUE(!polled() && polled()) << "another time";
 }
 
 TEST(Examples, ArePackedFromTheirPlainShaders) {
