@@ -201,6 +201,7 @@ const Row kRuns[] = {
     {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}}},
     {"x.glsl --pack x.json", 1, "x.glsl:1:5: error", {{"x.json", nullptr}}},
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
+    {"bad.glsl --size 8x8 --window --frames 2 --png n.png", 1, "bad.glsl:1:", {{"n.png", nullptr}}},
     {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
     {"a.glsl --info", 0, "Shader"},
     {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "8 x 8", {{"p.png", "RWWW..BB"}}},
