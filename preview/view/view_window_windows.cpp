@@ -130,6 +130,7 @@ void ViewWindow::Describe(ViewState& state) const {
 void ViewWindow::ActOnKeys() {
     for (const std::size_t index : std::exchange(pressed_, {})) {
         keys_[index].act();
+        Redraw();
     }
 }
 
@@ -213,9 +214,8 @@ void ViewWindow::Compose(HDC dc, SIZE size) const {
     if (graphShown_) {
         const LONG right = size.cx - kMargin;
         const LONG bottom = size.cy - kMargin;
-        const UniqueFont font = MakeFont(kFontPixels);
-        DrawFrameGraph(dc, {right - kGraphWidth, bottom - kGraphHeight, right, bottom}, font.Get(),
-                       frameTimes_, kGraphFrames);
+        DrawFrameGraph(dc, {right - kGraphWidth, bottom - kGraphHeight, right, bottom},
+                       MakeFont(kFontPixels).Get(), frameTimes_, kGraphFrames);
     }
     if (!text_.empty()) {
         DrawOverlay(dc, size);

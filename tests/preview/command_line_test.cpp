@@ -206,6 +206,7 @@ const Row kRuns[] = {
     {"x.glsl --pack x.json", 1, "x.glsl:1:5: error", {{"x.json", nullptr}}},
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
     {"--playlist n --window --frames 1 --report r.json", 1, "1 shaders:\nn:1: no", {{"r.json", "no.json"}}},
+    {"bad.glsl --size 8x8 --window --frames 2 --png n.png", 1, "bad.glsl:1:", {{"n.png", nullptr}}},
     {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
     {"a.glsl --info", 0, "Shader"},
     {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "list:2:1: warning", {{"p.png", "RWWW..WW"}}},

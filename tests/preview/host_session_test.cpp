@@ -58,6 +58,10 @@ std::int32_t Draw(ModuleInstance* instance, DrawContext* context) {
     const auto frame = static_cast<std::size_t>(std::ranges::count(calls, "draw"));
     Record(fits ? "draw" : "draw in a window of another size");
     drawnSize = {context->width, context->height};
+    if (drawnSize.cx == 240) {
+        const GdiSelection bitmap(context->dc, context->bitmap);
+        SetPixel(context->dc, 0, 0, RGB(255, 255, 255));
+    }
     return static_cast<std::int32_t>(frame < results.size() ? results[frame] : Drawn);
 }
 
@@ -139,6 +143,9 @@ void HoldKey(std::size_t key) {
     SetKeyboardState(keys.data());
 }
 
+constexpr WPARAM kWithShift = VK_SHIFT << 8;
+constexpr WPARAM kWithControl = VK_CONTROL << 8;
+
 TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     results = {};
     bool shown = false;
@@ -173,13 +180,14 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
         return message == WM_NOTIFY ? std::optional(panel.OnNotify(notice)) : std::nullopt;
     });
     panel.Show(TextAsRichText(L"one line"));
-    EXPECT_GT(panel.Height(), 5);
-    EXPECT_LT(panel.Height(), 50);
+    EXPECT_EQ(panel.Height(), 24);
     panel.Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     EXPECT_EQ(panel.Height(), 50);
     const HWND control = GetWindow(window.Handle(), GW_CHILD);
-    SendMessageW(control, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
-    EXPECT_GT(SendMessageW(control, EM_GETFIRSTVISIBLELINE, 0, 0), 0) << "the pointer is over the panel";
+    for (const auto& [delta, line] : {std::pair(-WHEEL_DELTA, 3), {WHEEL_DELTA, 0}}) {
+        SendMessageW(control, WM_MOUSEWHEEL, MAKEWPARAM(0, delta), 0);
+        EXPECT_EQ(SendMessageW(control, EM_GETFIRSTVISIBLELINE, 0, 0), line) << delta;
+    }
     panel.Show({});
     EXPECT_EQ(panel.Height(), 0);
     panel.Show(TextAsRichText(L"forged link"), {L"C:\\missing.exe"});
@@ -193,18 +201,22 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     ViewState state = {.size = {240, 120}, .place = POINT{30, 40}};
     ViewWindow view(state);
     const HWND frame = view.Frame().Handle();
-    LPARAM got = 0;
-    view.ModuleWindow().SetClientSize(120, 60);
-    view.ModuleWindow().SetHandler([&](UINT, WPARAM, LPARAM place) {
-        got = place;
+    std::vector<LPARAM> got;
+    view.ModuleWindow().SetClientSize(120, 30);
+    view.ModuleWindow().SetHandler([&](UINT message, WPARAM, LPARAM place) {
+        got.insert(got.end(), {message, place});
         return 0;
     });
+    SetFocus(nullptr);
     SendMessageW(frame, WM_LBUTTONDOWN, MK_LBUTTON, 0);
-    EXPECT_EQ(GetCapture(), frame);
+    EXPECT_TRUE(GetCapture() == frame && GetFocus() == frame);
     SendMessageW(frame, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-20, -8));
-    view.ModuleWindow().SetHandler({});
-    EXPECT_EQ(got, MAKELPARAM(-10, -4)) << "dragged out of the window";
     SendMessageW(frame, WM_LBUTTONUP, 0, 0);
+    SendMessageW(frame, WM_KEYDOWN, 'A', 1);
+    SendMessageW(frame, WM_KEYUP, 'A', 1);
+    view.ModuleWindow().SetHandler({});
+    EXPECT_THAT(got, ElementsAre(WM_LBUTTONDOWN, 0, WM_MOUSEMOVE, MAKELPARAM(-10, -2), WM_LBUTTONUP, 0,
+                                 WM_KEYDOWN, 1, WM_KEYUP, 1));
     EXPECT_EQ(GetCapture(), nullptr);
     view.Messages().Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     SendMessageW(frame, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
@@ -223,7 +235,9 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     view.Notice().Show(TextAsRichText(L"n"));
     view.Frame().SetClientSize(300, 200);
     for (const LONG y : {5, 195}) {
-        EXPECT_NE(ChildWindowFromPoint(frame, {295, y}), frame) << "panels along the upper and lower edge";
+        const HWND panel = ChildWindowFromPoint(frame, {295, y});
+        SendMessageW(panel, WM_LBUTTONDOWN, MK_LBUTTON, 0);
+        EXPECT_TRUE(panel != frame && GetFocus() == frame) << "panels along the upper and lower edge";
     }
     view.AddKeys({{VK_F4, 0, nullptr, [] { ADD_FAILURE() << "Alt+F4 closes the window"; }}});
     HoldKey(VK_MENU);
@@ -241,16 +255,19 @@ TEST(ViewWindow, DrawsTextAndTheLatestTimesOverThePicture) {
     for (int i = 0; i < 240; ++i) {
         view.AddFrameTime(10.0);
     }
-    view.ShowPicture({.bytes = std::vector<std::uint8_t>(4, 255), .width = 1, .height = 1});
-    view.ShowText(L"\n\n\n\n\n\n\n\n\n\n\n\n\nx");
     const WindowDc dc(view.Frame().Handle());
     const auto endOfText = [&] {
-        RedrawWindow(view.Frame().Handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW);
+        UpdateWindow(view.Frame().Handle());
         int y = 199;
         for (; GetPixel(dc.Get(), 20, y) == RGB(255, 255, 255); --y) {
         }
         return y;
     };
+    EXPECT_EQ(endOfText(), 199) << "black before the first frame";
+    constexpr std::uint8_t kWhiteBelowRed[] = {255, 255, 255, 0, 0, 0, 255, 0};
+    view.ShowPicture({.bytes = kWhiteBelowRed, .width = 1, .height = 2});
+    EXPECT_EQ(endOfText(), 99) << "upright, over the whole window";
+    view.ShowText(L"\n\n\n\n\n\n\n\n\n\n\n\n\nx");
     const int end = endOfText();
     EXPECT_LT(end, 199) << "text as long as the list of keys fits into the window";
     view.Messages().Show(TextAsRichText(L"m"));
@@ -270,27 +287,35 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
     int polls = 0;
     int pauses = 0;
     bool text = false;
+    HWND window = nullptr;
+    std::string seen;
+    constexpr WPARAM keys[] = {
+        VK_F3, VK_F3, VK_TAB, VK_F10, VK_F1, VK_F1, kWithShift | VK_F12, kWithShift | VK_F12, VK_F2};
     std::atomic<bool> stop = false;
     calls.clear();
     results = {Failed};
     const auto poll = [&] {
         wchar_t title[64] = {};
-        GetWindowTextW(GetActiveWindow(), title, 64);
+        window = window ? window : GetActiveWindow();
+        GetWindowTextW(window, title, 64);
         double rate = 0.0;
         std::swscanf(title, L"%*c - frame %*d - %lf", &rate);
         EXPECT_LT(rate, 100.0) << "60 frames a second at most";
         const HostSurface corner(60, 20);
         const GdiSelection bitmap(corner.DeviceContext(), corner.Bitmap());
-        BitBlt(corner.DeviceContext(), 0, 0, 60, 20, WindowDc(GetActiveWindow()).Get(), 24, 12, SRCCOPY);
+        BitBlt(corner.DeviceContext(), 0, 0, 60, 20, WindowDc(window).Get(), 24, 12, SRCCOPY);
         text = std::ranges::any_of(corner.Pixels().bytes, [](auto byte) { return byte != 0; });
         stop = ++polls > 1000;
         if (std::wcsstr(title, L" - paused - ") && ++pauses == 3) {
             EXPECT_TRUE(text) << "the saved picture's name, for seconds";
-            Sleep(2100);
-        } else if (pauses == 4) {
+            EXPECT_EQ(GetPixel(WindowDc(window).Get(), 0, 0), RGB(255, 255, 255)) << "the frame";
+            Sleep(3100);
+        } else if (pauses > 3 && pauses % 4 == 0 && pauses / 4 <= std::ssize(keys)) {
             EXPECT_EQ(calls.back(), "draw") << "the show has not gone on";
-            PostMessageW(GetActiveWindow(), WM_KEYDOWN, VK_F2, 0);
-            ++pauses;
+            seen += " " + std::to_string(std::ranges::count(calls, "draw")) +
+                    (GetActiveWindow() != window ? "P" : "") + (text ? "T" : "");
+            HoldKey(keys[pauses / 4 - 1] >> 8);
+            PostMessageW(window, WM_KEYDOWN, keys[pauses / 4 - 1] & 0xFF, 0);
         }
         return false;
     };
@@ -303,11 +328,17 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
                                .playlist = &player,
                                .sourceChanged = poll,
                                .takeMessages = [&](bool) {
-                                   EXPECT_TRUE(++attempts != 6 || calls.end()[-2] == "draw")
+                                   EXPECT_TRUE(++attempts != 8 || calls.end()[-2] == "draw")
                                        << "the pause does not count";
                                    return std::vector<std::string>();
                                }};
+    testing::internal::CaptureStderr();
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
+    EXPECT_THAT(testing::internal::GetCapturedStderr(),
+                testing::StartsWith(player.NameOf(player.Order().Failures().at(0).line) +
+                                    " failed to load\nThe shader failed to load; the module reported no "
+                                    "reason.\npreview: list: failed to load\npreview: list: loaded\n"));
+    EXPECT_EQ(seen, " 5 6 7 7P 7 7T 7 7T 7") << "a frame for each step, the panel, a text, the graph";
     EXPECT_FALSE(text) << "but not for ever";
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
     EXPECT_TRUE(DeleteFileW((list.Path() + L"-2.png").c_str())) << "frames since the load";
@@ -321,13 +352,15 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
     ASSERT_EQ(marked.size(), 2u);
     EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
     PlaylistPlayer untimed(list.Path(), "list", staged, std::chrono::seconds(0));
-    EventPlayer pause({Press(0, VK_F2), Press(0, VK_F2)});
+    EventPlayer pause({Press(0, VK_F2), Press(0, VK_F2), Press(1, VK_F5)});
     options.events = &pause;
     options.playlist = &untimed;
-    options.frames = 1;
+    options.frames = 3;
     calls.clear();
     EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn) << "paused at the failed shader, then not";
+    EXPECT_EQ(std::ranges::count(calls, "initialize"), 3) << "open, failure, key";
     untimed.MarkFailed("why");
+    EXPECT_FALSE(untimed.IsDue()) << "in a second";
     untimed.MarkDrawn();
     Sleep(1100);
     EXPECT_FALSE(untimed.IsDue()) << "a failed shader that has loaded since";
@@ -391,7 +424,7 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     ControlChanges changes(session, state, [&](const auto& line) { said = ToUtf8(line); });
     view.AddKeys(changes.Keys());
     view.AddKeys({{VK_RETURN, kAlt, nullptr, [&] { said = "full screen"; }}});
-    ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [] {});
+    ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [&] { said = "copied"; });
     controls.Toggle();
     controls.Refresh();
     const HWND panel = GetActiveWindow();
@@ -426,13 +459,26 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
         view.Frame().PumpMessages();
     }
     EXPECT_TRUE(IsWindowVisible(tips));
-    RealTime(session).Advance(64.0);
-    EXPECT_EQ(session.Control("Speed")->decimal.value[0], 1.0F) << "its bound";
-    changes.ChangePace(0.5);
-    changes.ChangePace(-1.0);
-    RealTime(session).Advance(changes.Pace());
-    EXPECT_FLOAT_EQ(session.Control("Speed")->decimal.value[0], -0.5F / 60);
-    changes.ChangePace(1000.0);
+    SendMessageW(part(L"Copy as command line"), BM_CLICK, 0, 0);
+    std::string lines = said + ", ";
+    for (const WPARAM key : std::initializer_list<WPARAM>{
+             VK_F6, kWithShift | VK_F6, kWithShift | VK_F6, VK_F7, kWithShift | VK_F7, VK_F8, VK_F8, VK_F9,
+             VK_F9, VK_F11, VK_F11, kWithShift | VK_F2, kWithShift | VK_F3, kWithControl | VK_F3,
+             kWithControl | VK_F3, kWithControl | VK_OEM_MINUS, kWithControl | VK_OEM_PLUS}) {
+        HoldKey(key >> 8);
+        SendMessageW(view.Frame().Handle(), WM_KEYDOWN, key & 0xFF, 0);
+        view.ActOnKeys();
+        lines += said + ", ";
+    }
+    HoldKey(0);
+    EXPECT_EQ(
+        lines,
+        "copied, X Tiling 2, X Tiling 1, X Tiling 1, Y Tiling 2, Y Tiling 1, Mirroring false, "
+        "Mirroring true, Foreground Only true, Foreground Only false, Level output, divisor 64, Colours, "
+        "Time \u00D7 0.5, Time \u00D7 1, Time \u00D7 -1, Time \u00D7 1, Scale 0.5, Scale 1, ");
+    RealTime(session).Advance(-64.0);
+    EXPECT_EQ(session.Control("Speed")->decimal.value[0], -1.0F) << "its bound";
+    changes.ChangePace(-1000.0);
     EXPECT_EQ(changes.Pace(), -64.0) << "its bounds";
     changes.ChangePace(0.0001);
     EXPECT_EQ(changes.Pace(), -1.0 / 64.0);
