@@ -22,8 +22,7 @@ TEST(Conversion, RoundTripsInTheDetectedEncoding) {
         {"\xC2\x80\xDF\xBF\xE0\xA0\x80"sv, TextEncoding::Utf8, L"\x80\x7FF\x800"},
         {"\xED\x9F\xBF\xEE\x80\x80"sv, TextEncoding::Utf8, L"\xD7FF\xE000"},
         {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF"sv, TextEncoding::Utf8, {0xD800, 0xDC00, 0xDBFF, 0xDFFF}},
-        {"\xE4\x80\x9F\x81\xFF"sv, TextEncoding::AnsiCodePage, {0xE4, 0x20AC, 0x178, 0x81, 0xFF}},
-    };
+        {"\xE4\x80\x9F\x81\xFF"sv, TextEncoding::AnsiCodePage, {0xE4, 0x20AC, 0x178, 0x81, 0xFF}}};
     for (const auto& [bytes, encoding, units] : cases) {
         EXPECT_EQ(DetectEncoding(bytes), encoding) << testing::PrintToString(bytes);
         EXPECT_EQ(Widen(bytes, encoding), units) << testing::PrintToString(bytes);

@@ -83,8 +83,7 @@ TEST(UsableJson, FindsFaultsAndTruncatesInPlace) {
         {"{}}", Unbalanced, ""},
         {"[]{]", Unbalanced, ""},
         {R"({} ")", Unbalanced, ""},
-        {R"({"a":"b\"})", Unbalanced, ""},
-    };
+        {R"({"a":"b\"})", Unbalanced, ""}};
     for (const auto& [given, fault, left] : cases) {
         std::string text = given;
         EXPECT_EQ(CheckJsonText(text.data()), fault) << given;
@@ -110,8 +109,7 @@ TEST(DocumentReader, ConvertsVersionsLikeStof) {
     constexpr float kInfinity = std::numeric_limits<float>::infinity();
     const std::pair<const char*, float> cases[] = {
         {" \\t\\n0.5", 0.5F}, {"+2", 2.0F},       {"-.5e1x", -5.0F},         {"0x1p-1", 0.5F}, {"1.", 1.0F},
-        {"1\\u00002", 1.0F},  {"inf", kInfinity}, {"-INFINITY", -kInfinity}, {"0e99", 0.0F},
-    };
+        {"1\\u00002", 1.0F},  {"inf", kInfinity}, {"-INFINITY", -kInfinity}, {"0e99", 0.0F}};
     for (const auto& [version, expected] : cases) {
         EXPECT_EQ(ReadAll(SampleWith("0.1", version)).document->ver, expected) << version;
     }
@@ -127,8 +125,7 @@ TEST(DocumentReader, StoresPassesInTheirSlots) {
         {"buffer", "Buf D", 5},      {"cubemap", "Cube A", 6},
         {"cubemap", "Cubemap A", 6}, {"image", "Buffer A", 7},
         {"buffer", "buffer a", 0},   {"buffer", "Buf A\\u0000", 0},
-        {"buffer", "Cube A", 0},     {"", "", 0},
-    };
+        {"buffer", "Cube A", 0},     {"", "", 0}};
     for (const auto& [type, name, slot] : cases) {
         const std::string keys = R"("type":")" + type + R"(","name":")" + name + '"';
         const ReadResult result = ReadAll(SampleWith(R"("type":"buffer","name":"Buffer A")", keys));
@@ -147,8 +144,7 @@ TEST(DocumentReader, MapsChannelTypesAndIdentifiers) {
         {"33", "keyboard", 6, 0},   {"31", "webcam", 7, 0},  {"1", "audio", 8, 0},
         {"1", "musicstream", 8, 0}, {"1", "music", 8, 0},    {"34", "mic", 8, 0},
         {"1", "video", 0, 0},       {"257", "Buffer", 0, 0}, {"259.9", "buffer", 2, 4},
-        {"1e300", "buffer", 2, 0},
-    };
+        {"1e300", "buffer", 2, 0}};
     for (const auto& [id, ctype, type, source] : cases) {
         const std::string keys = R"("id":)" + id + R"(,"ctype":")" + ctype + '"';
         const ReadResult result = ReadAll(SampleWith(R"("id":258,"ctype":"buffer")", keys));
@@ -163,8 +159,7 @@ TEST(DocumentReader, MapsSamplerTexts) {
         {"mipmap", "nearest", {10497, 9728, 1, 0, 1}}, {"mipmap", "none", {10497, 9729, 1, 0, 1}},
         {"repeat", "clamp", {33071, 9987, 1, 0, 1}},   {"repeat", "mirror", {33071, 9987, 1, 0, 1}},
         {"true", "True", {10497, 9987, 0, 0, 1}},      {"false", "true", {10497, 9987, 1, 1, 1}},
-        {"byte", "float", {10497, 9987, 1, 0, 0}},
-    };
+        {"byte", "float", {10497, 9987, 1, 0, 0}}};
     for (const auto& [from, to, expected] : cases) {
         const ReadResult result = ReadAll(SampleWith(from, to));
         EXPECT_EQ(std::memcmp(&result.Input().sampler, &expected, sizeof(expected)), 0) << to;
@@ -203,8 +198,7 @@ TEST(DocumentReader, KeepsTheBytesOfCode) {
         {"\\u00e4\\ud83d\\ude00", "\xC3\xA4\xF0\x9F\x98\x80"},
         {"\xE4\\u20ac\\u0416", "\xE4\x80?"},
         {R"(a\tb\r\nc\\\n\/\"\b\f)", "a\tb\r\nc\\\n/\"\b\f"},
-        {"a\\u0000b", "a"},
-    };
+        {"a\\u0000b", "a"}};
     for (const auto& [written, expected] : cases) {
         const ReadResult result = ReadAll(SampleWith("void f(){}", written));
         EXPECT_EQ(std::string_view(result.Pass(PassKind::BufferA).code.get()), expected) << written;
@@ -252,8 +246,7 @@ TEST(DocumentFaults, AreReportedInOneLine) {
         {SampleWith("0.1", "1e-99"), "Shader.ver: stof argument out of range"},
         {SampleWith(R"("b")", "2"), "Shader.info.tags[1]: must be a string, not a number"},
         {SampleWith("[{\"inputs", "[null,{\"inputs"), "Shader.renderpass[0]: must be an object, not null"},
-        {SampleWith("wrap", "w"), "Shader.renderpass[0].inputs[0].sampler.wrap: missing"},
-    };
+        {SampleWith("wrap", "w"), "Shader.renderpass[0].inputs[0].sampler.wrap: missing"}};
     for (const auto& [text, error] : cases) {
         EXPECT_EQ(Read(text).error, error) << text;
     }
@@ -301,8 +294,7 @@ TEST(LoadShaderById, ReadsAFileUpToItsLastBraceOrReportsWhyNot) {
         {std::filesystem::temp_directory_path().wstring(), "local file"},
         {L"/" + good.Path(), "local file"},
         {L"\\\\.\\" + good.Path(), "local file"},
-        {L"..", "local file"},
-    };
+        {L"..", "local file"}};
     for (const auto& [name, expected] : cases) {
         const auto document = std::make_unique<ShaderDocument>();
         InternetSession session;

@@ -79,8 +79,7 @@ TEST(Driver, WithoutAPlaylistFramesFailWithALineForDebuggers) {
         {L"", L"no playlist is selected"},
         {L"\u00E4", missing + L"\u00E4"},
         {std::wstring(226, L'x'), missing + std::wstring(226, L'x')},
-        {std::wstring(227, L'x'), L"the playlist's path is too long: "},
-    };
+        {std::wstring(227, L'x'), L"the playlist's path is too long: "}};
     for (const auto& [name, words] : cases) {
         ModuleRun run(kWhite);
         void* const handler = AddVectoredExceptionHandler(1, AppendDebuggerText);  // before the run's own
@@ -220,8 +219,7 @@ TEST(Documents, FaultyOnesFailEveryFrameWithAReasonAndDoNotAffectTheNext) {
          "Cube A: in the module's own lines after Cube A: error:"},
         {DocumentBuilder().Common("#line 7 3\nfloat a;").Image("#line 100 5\nint = ;").Json(), "Image:2:5:"},
         {DocumentBuilder().Buffer('A', kBlack).Json(), kNoImage},
-        {image("#error \x1B[31m\xC3\xA4"), "#error  [31m\xC3\xA4"},
-    };
+        {image("#error \x1B[31m\xC3\xA4"), "#error  [31m\xC3\xA4"}};
     const TempFolder includes;
     includes.Write("bad.glsl", "float fine;\n\nfloat broken = nothing;\n");
     SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", includes.Path().c_str());

@@ -213,11 +213,9 @@ TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
     const struct {
         fs::path host, program, library, data;
         std::wstring longer;  ///< is appended to the host's path
-    } cases[] = {
-        {portable / "h.exe", portable, portable / "DLL", portable, L""},
-        {installed / "test" / "h.exe", installed, installed / "DLL", ofTheUser, L""},
-        {portable / "h.exe", "", "\\DLL", "", std::wstring(240, L'x')},
-    };
+    } cases[] = {{portable / "h.exe", portable, portable / "DLL", portable, L""},
+                 {installed / "test" / "h.exe", installed, installed / "DLL", ofTheUser, L""},
+                 {portable / "h.exe", "", "\\DLL", "", std::wstring(240, L'x')}};
     for (const auto& [host, program, library, data, longer] : cases) {
         fs::create_directories(host.parent_path());
         const fs::path tree = (data.empty() ? "\\" : data) / "Pixelforge";

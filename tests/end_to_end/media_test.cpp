@@ -233,8 +233,7 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
         {gap, "gap.bmp: its six faces"},
         {cube("bad", "", square), "bad.bmp: face 5: not a picture"},
         {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: not a volume"},
-        {Medium(0, "volume", folder.Write("lie.bin", Volume(2, 23))), "lie.bin: "},
-    };
+        {Medium(0, "volume", folder.Write("lie.bin", Volume(2, 23))), "lie.bin: "}};
     for (const auto& [input, words] : cases) {
         const std::string at = input.ctype == "texture" ? "vec2(0.5)" : "vec3(0.5)";
         DrawnRun run("c = vec4(texture(iChannel0," + at + ").rgb + iChannelResolution[0], 1) + .2;", {input});

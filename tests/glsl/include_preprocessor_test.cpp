@@ -56,8 +56,7 @@ TEST_F(Preprocessor, FindsRegisteredTextsByName) {
         {"#include \"" + umlauts + "\"\na", "a"},
         {"#include \"" + umlauts + "n\"\na", "failed"},
         {"#include \"\xC3\xA4\"\n", "umlaut\n"},
-        {"#include \"\xE4\"\n", "umlaut\n"},
-    };
+        {"#include \"\xE4\"\n", "umlaut\n"}};
     RegisterVirtualInclude(*context_, L"Common", ExactText("shared"));
     RegisterVirtualInclude(*context_, L"\u00E4", ExactText("umlaut"));
     RegisterVirtualInclude(*context_, L"Nothing", nullptr);
@@ -109,8 +108,7 @@ TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder)
         {"big.glsl", "a\n", "a\n"},
         {"real.glsl.", "", ""},
         {"", "", ""},
-        {std::string(250, 'x'), "", ""},
-    };
+        {std::string(250, 'x'), "", ""}};
     for (const auto& [name, local, untrusted] : cases) {
         const std::string directive = "#include \"" + name + "\"\n";
         context_->plainNamesOnly = false;

@@ -203,8 +203,7 @@ TEST_F(PassSource, NamesTheAuthorsLineOfLogLinesAndRefusedIncludes) {
         {"", "a", "0:35(2): warning: b: 0:35(2): c", "Image:1:2: warning: b: 0:35(2): c"},
         {"", "a", "0:35(4294967295): b", "Image:1:4294967295: b"},
         {"/*", "*/", "1: unexpected end of file", "Image: 1: unexpected end of file"},
-        {"", "\\\n\xE4", "1: unexpected end of file", "Image: 1: unexpected end of file" + cut + "Image:1)"},
-    };
+        {"", "\\\n\xE4", "1: unexpected end of file", "Image: 1: unexpected end of file" + cut + "Image:1)"}};
     for (const auto& [common, image, log, message] : cases) {
         for (int i = 0; i < kIncludeEntries - 4; ++i) {
             RegisterVirtualInclude(*context_, L"n" + std::to_wstring(i), ExactText("\nb"));

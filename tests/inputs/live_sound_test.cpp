@@ -67,15 +67,13 @@ constexpr const char* kTone3k = "signal=sine;hertz=3000;";
 
 TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
     // Crossings of 1 kHz in 512 samples; 0 if the format is unreadable.
-    const std::pair<const char*, int> cases[] = {
-        {"bits=32", 21},
-        {"bits=16", 21},
-        {"bits=16;channels=1;rate=44100", 23},
-        {"channels=6", 21},
-        {"bits=16;channels=2;block=7", 21},
-        {"rate=22050", 46},
-        {"bits=24", 0},
-    };
+    const std::pair<const char*, int> cases[] = {{"bits=32", 21},
+                                                 {"bits=16", 21},
+                                                 {"bits=16;channels=1;rate=44100", 23},
+                                                 {"channels=6", 21},
+                                                 {"bits=16;channels=2;block=7", 21},
+                                                 {"rate=22050", 46},
+                                                 {"bits=24", 0}};
     for (const auto& [format, crossings] : cases) {
         SCOPED_TRACE(format);
         kSound.Set(std::string(kTone1k) + format);

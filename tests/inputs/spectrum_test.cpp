@@ -138,8 +138,7 @@ const Signal kSignals[] = {
     {"a NaN from the start", [](auto n) { return n == 3 ? NAN : Tone(n); }},
     {"only NaN", [](auto) { return NAN; }},
     {"an infinity", [](auto n) { return n == 5000 ? INFINITY : Tone(n); }},
-    {"infinities", [](auto n) { return n == 5000 || n == 5003 ? (5001 - float(n)) * INFINITY : Tone(n); }},
-};
+    {"infinities", [](auto n) { return n == 5000 || n == 5003 ? (5001 - float(n)) * INFINITY : Tone(n); }}};
 
 /// The product and its reference.
 struct Analyses {
@@ -267,8 +266,7 @@ TEST(PlanWebcamStretch, PlacesCompleteUncompressedBitmapsAndRejectsOthers) {
         {{.width = 0}, 2000000, {}},
         {{.height = 0}, 2000000, {}},
         {{.width = INT32_MAX, .height = INT32_MAX}, 2000000, {}},
-        {{.width = INT32_MAX, .height = INT32_MIN}, 2000000, {}},
-    };
+        {{.width = INT32_MAX, .height = INT32_MIN}, 2000000, {}}};
     for (const auto& [header, bytes, expected] : cases) {
         std::vector<std::byte> block(std::max(bytes, sizeof(Header)));
         std::memcpy(block.data(), &header, sizeof(Header));

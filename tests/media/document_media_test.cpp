@@ -32,8 +32,7 @@ TEST(RestrictSources, DependsOnTheOrigin) {
         {L"https://x/b.jpg", L"b.jpg", L""},
         {L"\\\\server\\share\\b.jpg", L"b.jpg", L""},
         {L"/media/a/con.jpg", L"", L""},
-        {L"b.jpg\\.", L"", L"b.jpg\\."},
-    };
+        {L"b.jpg\\.", L"", L"b.jpg\\."}};
     for (const auto& [src, fromService, fromLocalFile] : cases) {
         SCOPED_TRACE(testing::PrintToString(src));
         EXPECT_EQ(SourceAfter(DocumentOrigin::Service, src), fromService);
@@ -48,8 +47,7 @@ TEST(CubeFacePath, PutsTheNumberBeforeTheExtension) {
         {L"a.folder\\sky", 2, L"a.folder\\sky_2"},
         {L"sky", 6, L""},
         {std::wstring(257, L'x'), 1, std::wstring(257, L'x') + L"_1"},
-        {std::wstring(258, L'x'), 1, L""},
-    };
+        {std::wstring(258, L'x'), 1, L""}};
     for (const auto& [source, face, expected] : cases) {
         wchar_t path[kPathUnits];
         EXPECT_EQ(CubeFacePath(source.c_str(), face, path), !expected.empty());
@@ -71,12 +69,11 @@ TEST(CellsOfCross, TrimsEachCellAndRejectsTinyOnes) {
 TEST(VolumeFile, ValidatesSidesChannelsAndLength) {
     constexpr std::uint32_t kMax = 0xFFFFFFFF;
     const std::tuple<VolumeHeader, std::uint64_t, bool> cases[] = {
-        {{2, 3, 4, 1}, 24, true},       {{2, 3, 4, 1}, 23, false},     {{2, 3, 4, 2}, 48, true},
-        {{2, 3, 4, 2}, 47, false},      {{2, 3, 4, 4}, 24, true},      {{2, 3, 4, 0}, 999, false},
-        {{2, 3, 4, 3}, 999, false},     {{0, 3, 4, 1}, 999, false},    {{2, 0, 4, 1}, 999, false},
-        {{2, 3, 0, 1}, 999, false},     {{2048, 1, 1, 1}, 2048, true}, {{2049, 1, 1, 1}, 9999, false},
-        {{1, 1, kMax, 1}, kMax, false},
-    };
+        {{2, 3, 4, 1}, 24, true},      {{2, 3, 4, 1}, 23, false},     {{2, 3, 4, 2}, 48, true},
+        {{2, 3, 4, 2}, 47, false},     {{2, 3, 4, 4}, 24, true},      {{2, 3, 4, 0}, 999, false},
+        {{2, 3, 4, 3}, 999, false},    {{0, 3, 4, 1}, 999, false},    {{2, 0, 4, 1}, 999, false},
+        {{2, 3, 0, 1}, 999, false},    {{2048, 1, 1, 1}, 2048, true}, {{2049, 1, 1, 1}, 9999, false},
+        {{1, 1, kMax, 1}, kMax, false}};
     for (const auto& [header, voxelBytes, fits] : cases) {
         const char* fault = FaultOfVolume(header, kVolumeHeaderBytes + voxelBytes, 2048);
         EXPECT_EQ(!fault, fits) << header.width << " " << int{header.channels} << " " << voxelBytes;

@@ -52,8 +52,7 @@ TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
         {test::ContentOf(kFolder + "grey1.png"), "1-bit picture"},
         {test::ContentOf(kFolder + "palette4.bmp"), "4-bit picture"},
         {test::ContentOf(kFolder + "rgb16.png"), "48-bit picture"},
-        {test::ContentOf(kFolder + "rgba16.png"), "64-bit picture"},
-    };
+        {test::ContentOf(kFolder + "rgba16.png"), "64-bit picture"}};
     for (const auto& [content, expected] : cases) {
         std::string reason;
         EXPECT_FALSE(DecodeImageFile(test::TempFile(content, L".png").Path().c_str(), reason)) << expected;
@@ -74,8 +73,7 @@ TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
         {ChannelType::CubeMap, Picture(200, 15, 600, 15), 6 * 50 * 50 * 4},
         {ChannelType::CubeMap, Picture(20, 16384, 60, 16384), kMediaBudget + 1},
         {ChannelType::Volume, volume + "\1" + std::string(19, '\0'), 36},
-        {ChannelType::Volume, volume + "\4" + std::string(11, '\0'), 32},
-    };
+        {ChannelType::Volume, volume + "\4" + std::string(11, '\0'), 32}};
     for (const auto& [type, content, bytes] : cases) {
         const test::TempFile file(content);
         for (const std::uint64_t left : {bytes - 1, std::min(bytes, kMediaBudget)}) {

@@ -124,8 +124,7 @@ TEST(Controls, OnlyTextsWithTwoNulsWithinTheFieldAreCopied) {
     const std::pair<std::wstring, std::wstring> cases[] = {
         {std::wstring(258, L'x') + std::wstring(2, L'\0'), std::wstring(258, L'x')},
         {std::wstring(259, L'x') + std::wstring(2, L'\0'), L""},
-        {std::wstring(L"one NUL\0", 8), L""},
-    };
+        {std::wstring(L"one NUL\0", 8), L""}};
     for (const auto& [text, copied] : cases) {
         wchar_t field[kHostTextUnits];
         std::fill(std::begin(field), std::end(field), L'?');
@@ -142,18 +141,16 @@ TEST(Animation, ColourIndexAndTileMaskFollowTheirControls) {
         bool alternate;
         std::int32_t first, second;  ///< colour index after one frame and after two
         float progress, rateAfter;
-    } cases[] = {
-        {"read again on every frame", 256, 0.5F, 25.5F, false, 153, 153, 0.6F, 0.1F},
-        {"stripes", 10, 0.5F, 0, true, 10 - 4, 4, 0.5F, 0},
-        {"midway", 2, 0.25F, 0.5F, false, 0, 0, 0.75F, 0.5F},
-        {"at the end", 2, 0.5F, 0.5F, false, 1, 1, 1, 0.5F},
-        {"reversed after the end", 2, 1, 1, false, 1, 1, 1, -1},
-        {"reversed at the start", 2, 0, -1, false, 0, 0, 0, 1},
-        {"no colours", 0, 1e30F, 0, true, 0, 0, 1, 0},
-        {"one colour", 1, 0.5F, 1, false, 0, 0, 1, -INFINITY},
-        {"most colours", INT32_MAX, 1e30F, 0, true, 0, INT32_MAX, 1, 0},
-        {"fewest colours", INT32_MIN, 1e30F, 0, true, 0, INT32_MIN, 1, 0},
-    };
+    } cases[] = {{"read again on every frame", 256, 0.5F, 25.5F, false, 153, 153, 0.6F, 0.1F},
+                 {"stripes", 10, 0.5F, 0, true, 10 - 4, 4, 0.5F, 0},
+                 {"midway", 2, 0.25F, 0.5F, false, 0, 0, 0.75F, 0.5F},
+                 {"at the end", 2, 0.5F, 0.5F, false, 1, 1, 1, 0.5F},
+                 {"reversed after the end", 2, 1, 1, false, 1, 1, 1, -1},
+                 {"reversed at the start", 2, 0, -1, false, 0, 0, 0, 1},
+                 {"no colours", 0, 1e30F, 0, true, 0, 0, 1, 0},
+                 {"one colour", 1, 0.5F, 1, false, 0, 0, 1, -INFINITY},
+                 {"most colours", INT32_MAX, 1e30F, 0, true, 0, INT32_MAX, 1, 0},
+                 {"fewest colours", INT32_MIN, 1e30F, 0, true, 0, INT32_MIN, 1, 0}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.what);
         FakeHost host = {kCount};

@@ -31,8 +31,7 @@ TEST(FindHostFolders, DistinguishesTheThreeKindsOfInstallation) {
         {L"E:\\h.exe", files, app, L"E:|E:\\DLL|E:|Portable\n"},
         {LR"(D:\C\Projects)", L"", L"", L"D:\\C|D:\\C\\DLL|D:\\C|Portable\n"},
         {L"", L"", L"", L"|\\DLL||Portable\n"},
-        {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"|\\DLL||Portable\n"},
-    };
+        {L"E:\\" + std::wstring(257, L'a') + L"\\h.exe", L"", L"", L"|\\DLL||Portable\n"}};
     for (const auto& [program, programFiles, appData, wanted] : cases) {
         const HostFolders got = FindHostFolders({program.c_str(), programFiles.c_str(), appData.c_str()});
         EXPECT_EQ(std::wstring(got.program) + L"|" + got.library + L"|" + got.data + L"|" + got.mode, wanted);
@@ -54,18 +53,16 @@ std::wstring Pick(std::string_view playlist, std::uint32_t number = 0) {
 }
 
 TEST(PickShaderId, IgnoresLinesWithoutALineEnd) {
-    const std::pair<std::string, const wchar_t*> cases[] = {
-        {"", L"-"},
-        {"\n\r\n\r", L"-"},
-        {"MdX3Rr", L"-"},
-        {"  one # two \n", L"  one # two "},
-        {"\xE4\x80\n", L"\u00E4\u20AC"},
-        {"\xC3\xA4\n", L"\u00C3\u00A4"},
-        {"1234567890123456789\n", L"1234567890123456789"},
-        {"12345678901234567890\n", L"-"},
-        {std::string(300000, 'x') + "\n", L"-"},
-        {std::string("a\0b\n", 4), L"-"},
-    };
+    const std::pair<std::string, const wchar_t*> cases[] = {{"", L"-"},
+                                                            {"\n\r\n\r", L"-"},
+                                                            {"MdX3Rr", L"-"},
+                                                            {"  one # two \n", L"  one # two "},
+                                                            {"\xE4\x80\n", L"\u00E4\u20AC"},
+                                                            {"\xC3\xA4\n", L"\u00C3\u00A4"},
+                                                            {"1234567890123456789\n", L"1234567890123456789"},
+                                                            {"12345678901234567890\n", L"-"},
+                                                            {std::string(300000, 'x') + "\n", L"-"},
+                                                            {std::string("a\0b\n", 4), L"-"}};
     for (const auto& [playlist, expected] : cases) {
         EXPECT_EQ(Pick(playlist), expected) << testing::PrintToString(playlist.substr(0, 40));
     }
@@ -115,8 +112,7 @@ TEST(Overlay, StripsOnlyTheDescriptionsTrailingLineEnds) {
         {L"C:\\dir \\par \\'41 100% %s %lu \"quoted\" \xD83C\xDF0A", 0},
         {L"first\r\nsecond\n\nthird\n\r\n", 3},
         {L"\r\n\n", 3},
-        {L"Text\n\t", 0},
-    };
+        {L"Text\n\t", 0}};
     for (const auto& [text, removed] : cases) {
         ExpectNotice(L"id", text, text, text, text.substr(0, text.size() - removed));
     }

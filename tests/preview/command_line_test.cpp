@@ -170,8 +170,7 @@ const std::pair<const char*, const char*> kWrongUsage[] = {
     {"a.glsl --rate 30", "--rate"},
     {"a.glsl --pack a.glsl", ".json"},
     {"a.glsl --pack b.json --check", "--pack"},
-    {"--id i --pack b.json", "--pack"},
-};
+    {"--id i --pack b.json", "--pack"}};
 
 /// The start of a video of "rgb.glsl": the Y, Cb and Cr of the colour cube's corners in limited range.
 constexpr const char* kVideo =
@@ -223,8 +222,7 @@ const Row kRuns[] = {
     {"s/u.glsl --size 8x8 --window --frames 8 --events keys --png w.png",
      0,
      "plain shader",
-     {{"u-2.png", nullptr}, {"u-6.png", "W"}, {"w.png", "W"}}},
-};
+     {{"u-2.png", nullptr}, {"u-6.png", "W"}, {"w.png", "W"}}}};
 
 TEST(Options, RejectWrongUsageWithAReason) {
     for (const auto& [text, reason] : kWrongUsage) {

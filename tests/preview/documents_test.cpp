@@ -113,8 +113,7 @@ TEST(CommentLines, FailWithFileLineAndColumn) {
         {"iChannel1 con.png", "15: error: \"con.png\" is not a file name"},
         {"iChannel1 sound filter=sharp", "21: error: filter is nearest, linear or mipmap, not \"sharp\""},
         {"iChannel1 sound wrap=clamp repeat", "32: error: unknown setting \"repeat\"; "},
-        {"iChannel1 sound wrap=clamp filter", "32: error: unknown setting \"filter\"; "},
-    };
+        {"iChannel1 sound wrap=clamp filter", "32: error: unknown setting \"filter\"; "}};
     for (const auto& [line, error] : cases) {
         EXPECT_THAT(WithComments("\n//@ " + std::string(line)).errors,
                     ElementsAre(StartsWith("dir/s.glsl:2:" + std::string(error))));

@@ -44,8 +44,7 @@ TEST_F(WindowInput, KeysReachEveryRenderer) {
         {WM_KEYUP, 256, {255, 255, 0, 255}, {255, 255, 255, 255}},
         {WM_KEYUP, 'A', {0, 0, 0, 255}, {255, 255, 255, 255}},
         {WM_KEYUP, 'B', {0, 0, 0, 255}, {0, 0, 255, 255}},
-        {WM_KEYDOWN, 'B', {0, 0, 0, 255}, {255, 255, 0, 255}},
-    };
+        {WM_KEYDOWN, 'B', {0, 0, 0, 255}, {255, 255, 0, 255}}};
     for (const auto& [message, key, a, b] : steps) {
         SendMessageW(stage_.window.Handle(), message, key, 0);
         for (Stage* each : {&stage_, &other}) {

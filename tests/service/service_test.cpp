@@ -41,8 +41,7 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
         {L"https://x/media/a/b.jpg", L"Assets\\b.jpg"},
         {L"https://x/media/a/b?key=1", L""},
         {L"https://x/media/a/api/v1/shaders/q", L""},
-        {L"https://x/", L""},
-    };
+        {L"https://x/", L""}};
     for (const auto& [url, name] : cases) {
         CacheEntry entry;
         const bool known = ClassifyUrl(url.c_str(), entry);
