@@ -88,27 +88,32 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
     results = {};
     bool shown = false;
     int loopsAfterReload = 0;
-    std::atomic<bool> stop = false;
     EventPlayer hide({Press(0, VK_F5)});
     LiveViewOptions options = {
         .state = {.size = {20, 10}, .settings = {{"Info Time", "1"}}},
         .name = "a",
+        .frames = 1000,
         .events = &hide,
-        .stop = &stop,
         .takeMessages = [&](bool load) { return std::vector<std::string>(load ? 1 : 0, shown ? "w" : "v"); }};
     options.sourceChanged = [&] {
         const bool visible = IsShown(L"Shader:");
-        EXPECT_FALSE(loopsAfterReload > 0 && visible) << "again";
+        EXPECT_FALSE(loopsAfterReload > 0 && visible) << "only once";
         loopsAfterReload += shown && (!visible || loopsAfterReload > 0);
         shown = shown || visible;
-        stop = loopsAfterReload == 5;
         EXPECT_FALSE(loopsAfterReload > 0 && IsShown(L"v")) << "hidden by the key";
-        EXPECT_TRUE(!stop || IsShown(L"w")) << "other messages than the hidden ones";
+        if (loopsAfterReload == 5) {
+            EXPECT_TRUE(IsShown(L"w")) << "other messages than the hidden ones";
+            PostMessageW(GetActiveWindow(), WM_CLOSE, 0, 0);
+        }
         return loopsAfterReload == 1;
     };
     HoldKey(VK_SHIFT);
+    testing::internal::CaptureStderr();
     RunLiveView(kModule, options);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "v\npreview: a: loaded\npreview: a: reloading\nw\npreview: a: loaded\n");
     HoldKey(0);
+    EXPECT_EQ(loopsAfterReload, 5) << "closing ends the view";
 }
 
 TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
@@ -130,9 +135,9 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
     calls.clear();
     results = {Failed};
     const auto poll = [&] {
-        wchar_t title[64] = {};
+        wchar_t title[80] = {};
         window = window ? window : GetActiveWindow();
-        GetWindowTextW(window, title, 64);
+        GetWindowTextW(window, title, 80);
         double rate = 0.0;
         std::swscanf(title, L"%*c - frame %*d - %lf", &rate);
         EXPECT_LT(rate, 100.0) << "60 frames a second at most";
@@ -142,11 +147,13 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
         text = std::ranges::any_of(corner.Pixels().bytes, [](auto byte) { return byte != 0; });
         stop = ++polls > 1000;
         if (std::wcsstr(title, L" - paused - ") && ++pauses == 3) {
+            EXPECT_EQ(ToUtf8(title),
+                      player.ShaderName() + " - frame 2 - paused - Pixelforge preview (F1: keys)");
             EXPECT_TRUE(text) << "the saved picture's name, for seconds";
             EXPECT_EQ(GetPixel(WindowDc(window).Get(), 0, 0), RGB(255, 255, 255)) << "the frame";
             Sleep(3100);
         } else if (pauses > 3 && pauses % 4 == 0 && pauses / 4 <= std::ssize(keys)) {
-            EXPECT_EQ(calls.back(), "draw") << "the show has not gone on";
+            EXPECT_EQ(calls.back(), "draw") << "nothing loads during a pause";
             seen += " " + std::to_string(std::ranges::count(calls, "draw")) +
                     (GetActiveWindow() != window ? "P" : "") + (text ? "T" : "");
             HoldKey(keys[pauses / 4 - 1] >> 8);
@@ -164,7 +171,7 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
                                .sourceChanged = poll,
                                .takeMessages = [&](bool) {
                                    EXPECT_TRUE(++attempts != 8 || calls.end()[-2] == "draw")
-                                       << "the pause does not count";
+                                       << "the playlist's time stops during a pause";
                                    return std::vector<std::string>();
                                }};
     testing::internal::CaptureStderr();
@@ -174,7 +181,7 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
                                     " failed to load\nThe shader failed to load; the module reported no "
                                     "reason.\npreview: list: failed to load\npreview: list: loaded\n"));
     EXPECT_EQ(seen, " 5 6 7 7P 7 7T 7 7T 7") << "a frame for each step, the panel, a text, the graph";
-    EXPECT_FALSE(text) << "but not for ever";
+    EXPECT_FALSE(text) << "it disappears";
     EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
     EXPECT_TRUE(DeleteFileW((list.Path() + L"-2.png").c_str())) << "frames since the load";
     EXPECT_EQ(player.Order().Failures().size(), 1u);
@@ -215,13 +222,14 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     const wchar_t* const files[] = {L"C:\\unusable", L"C:\\b.glsl"};
     std::vector<std::wstring> dropped;
     ViewState last = {};
+    const std::string command = "preview " + std::to_string(GetCurrentProcessId());
     EventPlayer copy({Press(0, VK_F11), Press(0, VK_F11), Press(1, VK_SHIFT), Press(1, VK_F10)});
     LiveViewOptions options = {.state = {.levels = 16,
                                          .scale = 0.25,
                                          .fullScreen = true,
                                          .settings = {{"Multi-Sample", "1"}, {"Multi-Sample", "2"}}},
                                .name = "a",
-                               .command = "preview a",
+                               .command = command,
                                .frames = 200,
                                .events = &copy};
     options.fileDropped = [&](const std::wstring& path, const ViewState& state) {
@@ -244,7 +252,7 @@ TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
     EXPECT_THAT(last.settings, ElementsAre(testing::FieldsAre("Multi-Sample", "2")));
     ASSERT_TRUE(OpenClipboard(nullptr));
     EXPECT_STREQ(reinterpret_cast<const wchar_t*>(GetClipboardData(CF_UNICODETEXT)),
-                 L"preview a --fullscreen --scale 0.25 --levels 16 --set Multi-Sample=2");
+                 FromUtf8(command + " --fullscreen --scale 0.25 --levels 16 --set Multi-Sample=2").c_str());
     CloseClipboard();
 }
 

@@ -172,7 +172,8 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     for (const WPARAM key : std::initializer_list<WPARAM>{
              VK_F6, kWithShift | VK_F6, kWithShift | VK_F6, VK_F7, kWithShift | VK_F7, VK_F8, VK_F8, VK_F9,
              VK_F9, VK_F11, VK_F11, kWithShift | VK_F2, kWithShift | VK_F3, kWithControl | VK_F3,
-             kWithControl | VK_F3, kWithControl | VK_OEM_MINUS, kWithControl | VK_OEM_PLUS}) {
+             kWithControl | VK_F3, kWithControl | VK_OEM_MINUS, kWithControl | VK_OEM_PLUS,
+             kWithControl | VK_SUBTRACT, kWithControl | VK_ADD}) {
         HoldKey(key >> 8);
         SendMessageW(view.Frame().Handle(), WM_KEYDOWN, key & 0xFF, 0);
         view.ActOnKeys();
@@ -183,13 +184,16 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
         lines,
         "copied, X Tiling 2, X Tiling 1, X Tiling 1, Y Tiling 2, Y Tiling 1, Mirroring false, "
         "Mirroring true, Foreground Only true, Foreground Only false, Level output, divisor 64, Colours, "
-        "Time \u00D7 0.5, Time \u00D7 1, Time \u00D7 -1, Time \u00D7 1, Scale 0.5, Scale 1, ");
+        "Time \u00D7 0.5, Time \u00D7 1, Time \u00D7 -1, Time \u00D7 1, Scale 0.5, Scale 1, Scale 0.5, Scale "
+        "1, ");
     RealTime(session).Advance(-64.0);
-    EXPECT_EQ(session.Control("Speed")->decimal.value[0], -1.0F) << "its bound";
+    EXPECT_EQ(session.Control("Speed")->decimal.value[0], -1.0F) << "the control's limit";
     changes.ChangePace(-1000.0);
-    EXPECT_EQ(changes.Pace(), -64.0) << "its bounds";
+    EXPECT_EQ(changes.Pace(), -64.0) << "the pace's limits";
     changes.ChangePace(0.0001);
     EXPECT_EQ(changes.Pace(), -1.0 / 64.0);
+    EXPECT_EQ(SendMessageW(part(L"X Tiling", 1), TBM_GETRANGEMAX, 0, 0), 32);
+    EXPECT_EQ(SendMessageW(part(L"Speed", 1), TBM_GETRANGEMIN, 0, 0), -500);
     slide(L"X Tiling", 4);
     EXPECT_TRUE(session.Refit(20, 10)) << "tiles need the off-screen bitmap";
     SetFocus(part(L"X Tiling", 2));
@@ -206,7 +210,7 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     RealTime(session).Advance();
     controls.Refresh();
     SetFocus(panel);
-    EXPECT_THAT(said, testing::HasSubstr("cannot be \"p0.2\"")) << "what is typed counts without Enter";
+    EXPECT_THAT(said, testing::HasSubstr("cannot be \"p0.2\"")) << "typed text is applied without Enter";
     EXPECT_THAT(changes.Arguments(), testing::Not(testing::HasSubstr("Speed")));
     SetFocus(part(L"Speed", 2));
     RealTime(session).Advance(2.0);
@@ -226,6 +230,9 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 960) << "at most 4";
     changes.ChangeScale(0.001);
     EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 15) << "at least a sixteenth";
+    EXPECT_EQ(ScaledSize({9000, 2}, 4.0).cx, 16384) << "the largest side of a bitmap";
+    EXPECT_EQ(ScaledSize({9000, 2}, 0.0625).cy, 1);
+    EXPECT_EQ(QuotedArgument("") + QuotedArgument("a&b") + QuotedArgument("a/b=1"), R"("""a&b"a/b=1)");
     HoldKey(VK_MENU);
     press(WM_SYSKEYDOWN, VK_RETURN);
     HoldKey(0);
