@@ -53,6 +53,10 @@ protected:
         folder_.Write("x.glsl", "//@ x");
         folder_.Write("w.glsl", "//@ iChannel0 kept.png\n" + std::string(kColumns));
         folder_.Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
+        folder_.Write("mouse.glsl",
+                      "void mainImage(out vec4 c, in vec2 p) { ivec2 at = ivec2(iMouse.xy);\n"
+                      "c = int(p.x) == at.x ? vec4(1) : vec4(int(p.x) == at.y, 0, 0, 1); }");
+        folder_.Write("mouse", "1 button-down 1 1\n2 mouse-move 2 3");
         folder_.Write("resize", "1 resize 16 4");
         folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
         folder_.Write("list", "p.json\nunended");
@@ -206,6 +210,7 @@ const Row kRuns[] = {
     {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
     {"--playlist n --window --frames 1 --report r.json", 1, "1 shaders:\nn:1: no", {{"r.json", "no.json"}}},
     {"bad.glsl --size 8x8 --window --frames 2 --png n.png", 1, "bad.glsl:1:", {{"n.png", nullptr}}},
+    {"mouse.glsl --size 8x8 --frames 3 --events mouse --png p.png", 0, "p.png", {{"p.png", "BBWBBRBB"}}},
     {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
     {"a.glsl --info", 0, "Shader"},
     {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "list:2:1: warning", {{"p.png", "RWWW..WW"}}},
