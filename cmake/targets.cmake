@@ -40,11 +40,12 @@ function(pixelforge_separate_symbols target)
 endfunction()
 
 # pixelforge_test(<name> [SOURCES ...] [WINDOWS_SOURCES ...] [LINK ...] [WINDOWS_LABEL label]
-#                 [WINDOWS_DEPENDS targets] [TIMEOUT seconds])
+#                 [WINDOWS_DEPENDS targets] [RESOURCE_LOCK name] [TIMEOUT seconds])
 # declares the GoogleTest program <name>_test, in builds where it has sources, and each of its cases as a CTest
-# test, labelled "unit" unless the Windows build has another label; CONTRIBUTING.md lists them.
+# test, labelled "unit" unless the Windows build has another label; CONTRIBUTING.md lists them. Tests with the
+# same lock run one after the other.
 function(pixelforge_test name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "WINDOWS_LABEL;TIMEOUT"
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "WINDOWS_LABEL;RESOURCE_LOCK;TIMEOUT"
     "SOURCES;WINDOWS_SOURCES;LINK;WINDOWS_DEPENDS")
   pixelforge_reject_unknown(${name} "${arg_UNPARSED_ARGUMENTS}")
   set(sources ${arg_SOURCES})
@@ -72,13 +73,17 @@ function(pixelforge_test name)
   if(arg_TIMEOUT)
     set(timeout ${arg_TIMEOUT})
   endif()
+  set(lock)
+  if(arg_RESOURCE_LOCK)
+    set(lock RESOURCE_LOCK ${arg_RESOURCE_LOCK})
+  endif()
   # The runner times out before ctest, which would leave the Windows process running.
   math(EXPR emulatorTimeout "${timeout} - 10")
   gtest_discover_tests(${name}_test
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
     # A time zone other than UTC.
-    PROPERTIES LABELS ${label} TIMEOUT ${timeout} ENVIRONMENT "PIXELFORGE_TIMEOUT=${emulatorTimeout}"
+    PROPERTIES LABELS ${label} TIMEOUT ${timeout} ${lock} ENVIRONMENT "PIXELFORGE_TIMEOUT=${emulatorTimeout}"
       ENVIRONMENT_MODIFICATION "TZ=set:LOCAL-5:45")
 endfunction()
 

@@ -76,7 +76,7 @@ TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
 bool IsShown(std::wstring_view start) {
     bool shown = false;
     for (HWND panel = nullptr;
-         (panel = FindWindowExW(GetActiveWindow(), panel, L"RICHEDIT50W", nullptr)) != nullptr;) {
+         (panel = FindWindowExW(FindShown(), panel, L"RICHEDIT50W", nullptr)) != nullptr;) {
         wchar_t text[16] = {};
         GetWindowTextW(panel, text, 16);
         shown = shown || (IsWindowVisible(panel) && std::wstring_view(text).starts_with(start));
@@ -103,7 +103,7 @@ TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
         EXPECT_FALSE(loopsAfterReload > 0 && IsShown(L"v")) << "hidden by the key";
         if (loopsAfterReload == 5) {
             EXPECT_TRUE(IsShown(L"w")) << "other messages than the hidden ones";
-            PostMessageW(GetActiveWindow(), WM_CLOSE, 0, 0);
+            PostMessageW(FindShown(), WM_CLOSE, 0, 0);
         }
         return loopsAfterReload == 1;
     };
@@ -127,7 +127,6 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
     int polls = 0;
     int pauses = 0;
     bool text = false;
-    HWND window = nullptr;
     std::string seen;
     constexpr WPARAM keys[] = {
         VK_F3, VK_F3, VK_TAB, VK_F10, VK_F1, VK_F1, kWithShift | VK_F12, kWithShift | VK_F12, VK_F2};
@@ -136,7 +135,7 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
     results = {Failed};
     const auto poll = [&] {
         wchar_t title[80] = {};
-        window = window ? window : GetActiveWindow();
+        const HWND window = FindShown();
         GetWindowTextW(window, title, 80);
         double rate = 0.0;
         std::swscanf(title, L"%*c - frame %*d - %lf", &rate);
@@ -154,8 +153,8 @@ TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
             Sleep(3100);
         } else if (pauses > 3 && pauses % 4 == 0 && pauses / 4 <= std::ssize(keys)) {
             EXPECT_EQ(calls.back(), "draw") << "nothing loads during a pause";
-            seen += " " + std::to_string(std::ranges::count(calls, "draw")) +
-                    (GetActiveWindow() != window ? "P" : "") + (text ? "T" : "");
+            seen += " " + std::to_string(std::ranges::count(calls, "draw")) + (FindShown(true) ? "P" : "") +
+                    (text ? "T" : "");
             HoldKey(keys[pauses / 4 - 1] >> 8);
             PostMessageW(window, WM_KEYDOWN, keys[pauses / 4 - 1] & 0xFF, 0);
         }
@@ -213,7 +212,7 @@ void Drop(const wchar_t* path) {
     auto* drop = static_cast<DROPFILES*>(GlobalAlloc(GPTR, sizeof(DROPFILES) + 32));
     *drop = {.pFiles = sizeof(DROPFILES), .pt = {}, .fNC = FALSE, .fWide = TRUE};
     std::wcscpy(reinterpret_cast<wchar_t*>(drop + 1), path);
-    PostMessageW(GetActiveWindow(), WM_DROPFILES, reinterpret_cast<WPARAM>(drop), 0);
+    PostMessageW(FindShown(), WM_DROPFILES, reinterpret_cast<WPARAM>(drop), 0);
 }
 
 TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/win_handles.h"
@@ -58,6 +59,19 @@ inline const ModuleFunctions kModule = {
     .drawFrame = Draw,
     .cleanUp = [](ModuleInstance*) { return Record("clean up"); },
     .destroyControlStructure = [](ModuleInstance*) { return Record("destroy"); }};
+
+/// This thread's visible window that has an owner, or that has none. Another program may have the focus.
+inline HWND FindShown(bool owned = false) {
+    std::pair search(owned, HWND());
+    const auto look = [](HWND window, LPARAM parameter) -> BOOL {
+        auto& [wanted, found] = *reinterpret_cast<decltype(search)*>(parameter);
+        const bool fits = IsWindowVisible(window) && (GetWindow(window, GW_OWNER) != nullptr) == wanted;
+        found = fits ? window : found;
+        return !fits;
+    };
+    EnumThreadWindows(GetCurrentThreadId(), look, reinterpret_cast<LPARAM>(&search));
+    return search.second;
+}
 
 /// For this thread; 0: none.
 inline void HoldKey(std::size_t key) {

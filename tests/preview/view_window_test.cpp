@@ -135,7 +135,7 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [&] { said = "copied"; });
     controls.Toggle();
     controls.Refresh();
-    const HWND panel = GetActiveWindow();
+    const HWND panel = FindShown(true);
     const auto part = [panel](const wchar_t* label, int next = 0) {
         HWND found = FindWindowExW(panel, nullptr, nullptr, label);
         for (; next > 0; --next) {
@@ -161,12 +161,11 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     RECT label = {};
     GetWindowRect(part(L"X Tiling"), &label);
     SetCursorPos(label.left + 5, label.top + 5);
-    const HWND tips = FindWindowW(TOOLTIPS_CLASSW, nullptr);
-    for (int i = 0; i < 100 && !IsWindowVisible(tips); ++i) {
+    for (int i = 0; i < 100 && FindShown(true) == panel; ++i) {
         Sleep(20);
         view.Frame().PumpMessages();
     }
-    EXPECT_TRUE(IsWindowVisible(tips));
+    EXPECT_NE(FindShown(true), panel) << "a tool tip";
     SendMessageW(part(L"Copy as command line"), BM_CLICK, 0, 0);
     std::string lines = said + ", ";
     for (const WPARAM key : std::initializer_list<WPARAM>{
