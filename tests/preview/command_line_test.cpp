@@ -302,7 +302,7 @@ TEST_F(CommandLine, RemovesItsFilesIfItCrashes) {
 
 TEST(Options, ImplyOtherOptions) {
     const Options check = ParseOptions({"a.json", "--check"});
-    EXPECT_TRUE(check.frames == 1 && check.size.cx == 64);
+    EXPECT_TRUE(check.frames == 1 && check.size.cx == 64 && check.framesPerSecond == 60);
     EXPECT_EQ(ParseOptions({"a.json", "--info"}).frames, 1);
     EXPECT_EQ(ParseOptions({"a.json", "--mirror"}).settings.at(0).value, "true");
     EXPECT_EQ(ParseOptions({"/a.json", "--check", "--size", "8x8"}).size.cx, 8);

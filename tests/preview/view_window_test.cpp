@@ -94,7 +94,7 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
 }
 
 TEST(ViewWindow, DrawsTextAndTheLatestTimesOverThePicture) {
-    ViewWindow view({.size = {600, 200}});
+    ViewWindow view({.size = {600, 200}, .monitor = 1});
     view.ToggleGraph();
     view.AddFrameTime(100.0);
     for (int i = 0; i < 240; ++i) {
