@@ -1,4 +1,5 @@
-// Notes beside itself that it was loaded, and that the module left its window alone when the process ended.
+// Writes a file beside itself: that it was loaded, and that the module left its window alone when the process
+// ended.
 #include <windows.h>
 
 #include <filesystem>

@@ -226,9 +226,9 @@ TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
     EXPECT_EQ(changes.Arguments(),
               " --window --size 240x120 --set Speed=-0.25 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
     changes.ChangeScale(16.0);
-    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 960) << "at most 4";
+    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 960) << "the largest scale is 4";
     changes.ChangeScale(0.001);
-    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 15) << "at least a sixteenth";
+    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 15) << "the smallest scale is 1/16";
     EXPECT_EQ(ScaledSize({9000, 2}, 4.0).cx, 16384) << "the largest side of a bitmap";
     EXPECT_EQ(ScaledSize({9000, 2}, 0.0625).cy, 1);
     EXPECT_EQ(QuotedArgument("") + QuotedArgument("a&b") + QuotedArgument("a/b=1"), R"("""a&b"a/b=1)");

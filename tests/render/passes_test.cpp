@@ -180,8 +180,9 @@ TEST_F(RenderTarget, SamplesAreAveragedForTheHostAndForSamplers) {
 TEST_F(RenderTarget, ChannelsSampleOneTextureWithTheirOwnSettingsAndFreshMipmaps) {
     for (const int exponent : {0, 2}) {
         SetSampleExponent(exponent);
-        // Left half: past the right and the upper edge, then a quarter into the third column. Right half: the
-        // smallest mipmap, the mean: 31.5, 23.5 and the frame's number.
+        // Left half: `far` lies past the right and the upper edge, a quarter into the third column if it
+        // repeats; `near` lies between two texels: linear 9.5, nearest 10. Right half: the smallest mipmap,
+        // whose mean is 31.5, 23.5 and the frame's number.
         const std::string image =
             "vec4 one4 = vec4(1, 4, 0, 0);"
             "vec2 far = vec2(66.25, 50.5) / vec2(64, 48), near = vec2(10.0, 5.5) / vec2(64, 48);"

@@ -44,8 +44,8 @@ HRESULT Set(Place& place, Value&& value) {
 /// Counts the call "misuse" if the module has not kept an interface's rule.
 void Require(bool kept);
 
-/// Counts the call, and hangs if "hang" names it. True if "fail" names it, and every other time if "flaky"
-/// does.
+/// Counts the call and blocks if "hang" names it. True if it is to fail: each time if "fail" names it, every
+/// second time if "flaky" does.
 bool Fails(const std::string& call);
 
 /// Task memory for the caller to free. Only blocks of more than a megabyte are counted: the system reserves
