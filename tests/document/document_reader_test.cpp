@@ -4,10 +4,8 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <limits>
 #include <memory>
 #include <regex>
 #include <tuple>
@@ -106,14 +104,13 @@ TEST(DocumentReader, FillsEveryField) {
 }
 
 TEST(DocumentReader, ConvertsVersionsLikeStof) {
-    constexpr float kInfinity = std::numeric_limits<float>::infinity();
-    const std::pair<const char*, float> cases[] = {
-        {" \\t\\n0.5", 0.5F}, {"+2", 2.0F},       {"-.5e1x", -5.0F},         {"0x1p-1", 0.5F}, {"1.", 1.0F},
-        {"1\\u00002", 1.0F},  {"inf", kInfinity}, {"-INFINITY", -kInfinity}, {"0e99", 0.0F}};
+    const std::pair<const char*, const char*> cases[] = {
+        {" \\t\\n0.5", "0.5"}, {"+2", "2"},    {"-.5e1x", "-5"},      {"0x1p-1", "0.5"}, {"1.", "1"},
+        {"1\\u00002", "1"},    {"inf", "inf"}, {"-INFINITY", "-inf"}, {"0e99", "0"},     {"nan", "nan"}};
     for (const auto& [version, expected] : cases) {
-        EXPECT_EQ(ReadAll(SampleWith("0.1", version)).document->ver, expected) << version;
+        const float ver = ReadAll(SampleWith("0.1", version)).document->ver;
+        EXPECT_EQ(testing::PrintToString(ver), expected) << version;
     }
-    EXPECT_TRUE(std::isnan(ReadAll(SampleWith("0.1", "nan")).document->ver));
 }
 
 TEST(DocumentReader, StoresPassesInTheirSlots) {

@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <windows.h>
-
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -40,17 +38,6 @@ inline std::string Pattern(std::size_t size) {
     }
     return bytes;
 }
-
-/// A function of the system, for a test that replaces the program's import of it.
-template <class Function>
-Function SystemCall(const char* dll, const char* name) {
-    return reinterpret_cast<Function>(reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA(dll), name)));
-}
-
-/// As logged by the service.
-inline constexpr char kUserAgent[] =
-    "\tUser-Agent: Mozilla/5.0 (Windows NT 10.0; Win64; x64) AppleWebKit/537.36 (KHTML, like Gecko) "
-    "Chrome/125.0.0.0 Safari/537.36\t";
 
 /// Uses a new temporary folder as this process's cache root.
 class ServiceTest : public testing::Test {

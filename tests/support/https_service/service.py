@@ -129,7 +129,6 @@ BEHAVIOURS = {
     "wrapped": lambda reply, body, _: reply.send(body, {"Content-Length": 4294967297}),
     "word": lambda reply, body, _: reply.send(body, {"Content-Length": "10 bytes"}),
     "nothing": lambda reply, body, _: reply.send(body, {"Content-Length": ""}),
-    "cookie": lambda reply, body, _: reply.send_whole(body, headers={"Set-Cookie": "a=1; Path=/; Max-Age=99"}),
     "redirect": lambda reply, _, name: reply.redirect(f"https://elsewhere.{HOST}{name}"),
     "hop": lambda reply, _, name: reply.redirect(name, (301, 303, 307, 308)[name.count("hop-") % 4]),
     "plain": lambda reply, _, name: reply.redirect(f"http://{HOST}{name}"),
