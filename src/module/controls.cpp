@@ -242,6 +242,16 @@ void FillValueArea(ControlRecord& record, const ControlRow& row) {
     }
 }
 
+/// Copies a text that ends in two NULs, including both, and clears the rest of the field. A text without two
+/// NULs within the field's 260 units is copied as empty.
+void CopyDoubleTerminated(wchar_t (&field)[kHostTextUnits], std::wstring_view text) noexcept {
+    std::fill(std::begin(field), std::end(field), L'\0');
+    const std::size_t end = text.substr(0, kHostTextUnits).find(std::wstring_view(L"\0\0", 2));
+    if (end != std::wstring_view::npos) {
+        text.copy(field, end);
+    }
+}
+
 void FillRecord(ControlRecord& record, const ControlRow& row) {
     record.kind = row.kind;
     record.one = 1;
@@ -275,14 +285,6 @@ void BuildControls(ModuleInstance& instance, AllocateControl allocate, void* hos
         if (row->slot) {
             *row->slot(instance) = record;
         }
-    }
-}
-
-void CopyDoubleTerminated(wchar_t (&field)[kHostTextUnits], std::wstring_view text) noexcept {
-    std::fill(std::begin(field), std::end(field), L'\0');
-    const std::size_t end = text.substr(0, kHostTextUnits).find(std::wstring_view(L"\0\0", 2));
-    if (end != std::wstring_view::npos) {
-        text.copy(field, end);
     }
 }
 

@@ -36,10 +36,6 @@ std::span<const ControlRow* const> ControlTable() noexcept;
 /// which the host returns null are skipped. The host's records need not be zeroed.
 void BuildControls(ModuleInstance& instance, AllocateControl allocate, void* hostContext);
 
-/// Copies a text that ends in two NULs, including both, and clears the rest of the field. A text without two
-/// NULs within the field's 260 units is copied as empty.
-void CopyDoubleTerminated(wchar_t (&field)[kHostTextUnits], std::wstring_view text) noexcept;
-
 /// Current values; the default for a control that the host skipped.
 std::int32_t WholeValue(ModuleInstance& instance, const ControlRow& row) noexcept;
 float DecimalValue(ModuleInstance& instance, const ControlRow& row) noexcept;

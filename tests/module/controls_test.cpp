@@ -120,19 +120,6 @@ TEST(Controls, FillUninitialisedRecordsAndSkipRefusedOnes) {
     }
 }
 
-TEST(Controls, OnlyTextsWithTwoNulsWithinTheFieldAreCopied) {
-    const std::pair<std::wstring, std::wstring> cases[] = {
-        {std::wstring(258, L'x') + std::wstring(2, L'\0'), std::wstring(258, L'x')},
-        {std::wstring(259, L'x') + std::wstring(2, L'\0'), L""},
-        {std::wstring(L"one NUL\0", 8), L""}};
-    for (const auto& [text, copied] : cases) {
-        wchar_t field[kHostTextUnits];
-        std::fill(std::begin(field), std::end(field), L'?');
-        CopyDoubleTerminated(field, text);
-        EXPECT_EQ(ToUtf8(copied), FieldText(field));
-    }
-}
-
 TEST(Animation, ColourIndexAndTileMaskFollowTheirControls) {
     const struct {
         const char* what;
