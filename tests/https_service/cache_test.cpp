@@ -30,14 +30,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
-class FetchWithCacheTest : public ServiceTest {
-protected:
-    bool Download(const wchar_t* id, const wchar_t* src) {
-        return DownloadToCacheFile(session_.get(), id, src, path_, reason_);
-    }
-
-    wchar_t path_[kPathUnits] = {};
-};
+using FetchWithCacheTest = ServiceTest;
 
 TEST_F(FetchWithCacheTest, RequestsOnceAndThenReadsTheCachedFileUnchecked) {
     for (const std::string cached : {"{\"Error\":\"kept\"} and more", ""}) {

@@ -159,9 +159,8 @@ TEST_F(HttpGetTest, SendsTheUserAgentAndExtraHeaders) {
                                         AllOf(HasSubstr(agent), HasSubstr("\tX-Extra: 17\t"))));
 }
 
-std::vector<std::uint32_t> progress;
-
 TEST_F(HttpGetTest, ReportsProgressAndCancels) {
+    static std::vector<std::uint32_t> progress;
     const std::wstring url = MediaUrl(L"9000.bin");
     std::uint32_t length = 99;
     progress.clear();

@@ -60,6 +60,10 @@ protected:
         return std::string(reinterpret_cast<const char*>(body.get()), length);
     }
 
+    bool Download(const wchar_t* id, const wchar_t* src) {
+        return DownloadToCacheFile(session_.get(), id, src, path_, reason_);
+    }
+
     /// This test's requests, logged before the response: "HOST PATH\t", then "NAME: VALUE\t" for each header.
     std::vector<std::string> Requests() const {
         const std::string log = ContentOf(log_).substr(firstRequest_);
@@ -87,6 +91,7 @@ protected:
     const TempFolder folder_;
     const std::filesystem::path& root_ = folder_.Path();
     std::string reason_;
+    wchar_t path_[kPathUnits] = {};
     HeapRecord<InternetSession> session_ = OpenInternetSession();
 
 private:
