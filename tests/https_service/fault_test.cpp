@@ -255,17 +255,13 @@ TEST_F(DiskFaultTest, OneLevelOfFoldersIsRecreated) {
 }
 
 TEST_F(DiskFaultTest, StartingRemovesOldTemporaryFiles) {
-    using std::chrono::hours;
     std::filesystem::create_directories(root_ / "own" / "Shaders");
-    for (const auto& [file, age] : {std::pair("Assets/~0123456789ABCDEF.tmp", hours(25)),
-                                    {"Shaders/~00000000FFFFFFFF.tmp", hours(25)},
-                                    {"Searches/~00000000FFFFFFFF.tmp", hours(25)},
-                                    {"Assets/~0123456789ABCDE0.tmp", hours(23)},
-                                    {"Assets/~old.tmp", hours(25)},
-                                    {"Assets/picture.tmp", hours(25)},
-                                    {"Searches/~0123456789ABCDEG.tmp", hours(25)},
-                                    {"own/Shaders/~0123456789ABCDEF.tmp", hours(25)}}) {
+    for (const std::string file :
+         {"Assets/~0123456789ABCDEF.tmp", "Shaders/~00000000FFFFFFFF.tmp", "Searches/~00000000FFFFFFFF.tmp",
+          "Assets/~0123456789ABCDE0.tmp", "Assets/~old.tmp", "Assets/picture.tmp",
+          "Searches/~0123456789ABCDEG.tmp", "own/Shaders/~0123456789ABCDEF.tmp"}) {
         WriteCached(file, "left over");
+        const std::chrono::hours age(file.ends_with("E0.tmp") ? 23 : 25);
         std::filesystem::last_write_time(root_ / file, std::filesystem::file_time_type::clock::now() - age);
     }
     compressed.clear();
