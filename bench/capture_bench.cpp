@@ -236,7 +236,7 @@ void MeasureLoads(Report& report) {
 
 void MeasureAll(int seconds, Report& report) {
     MeasureThread("capture thread, no packets", "packets=never", seconds, std::nullopt, report);
-    MeasureThread("capture thread, silence", "signal=silence", seconds, kBareLoopLimit, report);
+    MeasureThread("capture thread, silence", "signal=sine;hertz=0", seconds, kBareLoopLimit, report);
     MeasureThread("capture thread, sound", "signal=sine;hertz=440", seconds, kBareLoopLimit, report);
     TimeBothSidesOfTheLock(report);
     MeasureLoads(report);
