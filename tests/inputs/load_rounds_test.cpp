@@ -27,9 +27,8 @@ void Round(DWORD stay) {
 TEST_F(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
     kSound.Set("signal=sine;hertz=1000");
     const auto eightRounds = [] {
-        for (const DWORD stay : {0, 3, 120, 0, 130, 160, 1, 200}) {  // before and after the thread's start
-            Round(stay);
-        }
+        // Before and after the capture thread's start.
+        std::ranges::for_each(std::vector<DWORD>{0, 3, 120, 0, 130, 160, 1, 200}, Round);
         const LiveRun drawn("music", kWhite);
         // An exception must not leak either.
         EXPECT_EQ(LiveRun("music", "c = no_such_colour;").Frame(), FrameResult::Failed);
