@@ -111,8 +111,7 @@ struct Caller {
 
     ThreadWindow window;
     UniqueWindow another = NewWindow();
-    preview::HostWindow own{
-        16, 16};  ///< with a device context of its own, so not to be mistaken for the caller's
+    preview::HostWindow own{16, 16};   ///< its device context is its own, so not mistaken for the caller's
     UniqueWindow rival = NewWindow();  ///< with a pixel format, too, if the window cannot be found
     HGLRC context;
     bool found;

@@ -1,10 +1,14 @@
-// The camera picture in a webcam channel, and every way a camera can fail.
+// The camera picture in a webcam channel, every way a camera can fail, and leaks of loads with all inputs.
 #include <thread>
 
 #include "base/win_handles.h"
 #include "inputs/webcam_capture.h"
+#include "inputs/webcam_graph.h"
 #include "preview/documents/opened_shader.h"
+#include "preview/host/file_paths.h"
 #include "tests/inputs/live_run.h"
+#include "tests/support/process_census.h"
+#include "tests/support/temp_file.h"
 
 namespace pixelforge::test {
 namespace {
@@ -39,7 +43,6 @@ protected:
         }
     }
 
-private:
     /// One test at a time: all programs share the system's device list.
     const UniqueKernelHandle turn_{CreateMutexW(nullptr, FALSE, L"Pixelforge camera double")};
     const preview::ModuleLibrary loaded_;  ///< keeps the module's state between instances
@@ -85,6 +88,33 @@ TEST_F(LiveCamera, TakesASnapshotForTheFirstAndEverySixteenthFrame) {
             EXPECT_EQ(kCamera.Count("image") - before, frame / 16 + 1) << load << ", frame " << frame;
         }
     }
+}
+
+/// What the census of the module's calls misses. The pictures of one load occupy 800 KB.
+TEST_F(LiveCamera, LoadsOfEveryInputKindLeakNothing) {
+    kSound.Set("");
+    kCamera.Set("");
+    const preview::WorkingFolder examples(L"" PIXELFORGE_SOURCE_DIR "/examples/kinds.json");
+    const auto load = [this, document = ContentOf("kinds.json")](int times) {
+        for (; times > 0; --times) {
+            ModuleRun run(document, {}, loaded_);
+            EXPECT_EQ(run.Frame(), FrameResult::Drawn);
+            EXPECT_EQ(run.Words(), "");
+        }
+    };
+    load(20);
+    const std::size_t handles = OpenHandles();
+    const std::size_t bytes = WorkingSetBytes();
+    load(60);
+    const std::size_t last = OpenHandles();
+    EXPECT_LE(WorkingSetBytes(), bytes + (1U << 20));
+    // Some systems leak a handle with each COM object created by class identifier; a camera needs four.
+    for (int i = 0; i < 4 * 60; ++i) {
+        const ComApartment apartment;
+        Microsoft::WRL::ComPtr<IUnknown> graph;
+        EXPECT_EQ(CoCreateInstance(CLSID_FilterGraph, nullptr, CLSCTX_ALL, IID_PPV_ARGS(&graph)), S_OK);
+    }
+    EXPECT_LE(last - handles, OpenHandles() - last + 4);
 }
 
 /// The camera's double updates the device list when the module creates its renderer.

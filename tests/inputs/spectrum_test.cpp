@@ -29,14 +29,6 @@ struct ReferenceSpectrum {
         binsTo20k = bins >= 1 && bins < 2147483648.0 ? bins : 512;
     }
 
-    /// Appends the bytes of a spectrum step for every 1024 samples to `steps`.
-    void Add(std::span<const double> mono) {
-        for (; mono.size() >= 1024; mono = mono.subspan(1024)) {
-            std::ranges::copy(mono.first(1024), ring);
-            Step();
-        }
-    }
-
     using Complex = std::complex<double>;
 
     static std::valarray<Complex> Transform(const std::valarray<Complex>& x) {
@@ -70,7 +62,9 @@ struct ReferenceSpectrum {
         }
     }
 
-    void Step() {
+    /// The bytes after the next 1024 samples.
+    SpectrumBytes Step(const double* mono) {
+        std::copy_n(mono, 1024, ring);
         std::valarray<Complex> x(1024);
         for (std::size_t n = 0; n < 1024; ++n) {
             x[n] = (1 - std::cos(static_cast<double>(n) * 0.00614192112138767)) * 0.5 * ring[n];
@@ -90,7 +84,7 @@ struct ReferenceSpectrum {
             spectrumPeak = std::fmax(spectrumPeak, average[i]);
         }
         Smooth(ring);
-        SpectrumBytes& bytes = steps.emplace_back();
+        SpectrumBytes bytes;
         for (std::size_t i = 0; i < 512; ++i) {
             const double share = average[i] / (linear ? binPeak[i] : spectrumPeak);
             bytes[i] = static_cast<std::uint8_t>(std::isnan(share) ? 0 : std::clamp(share, 0.0, 1.0) * 255);
@@ -103,11 +97,11 @@ struct ReferenceSpectrum {
         const double d = (waveMax - waveMin) * (1 - 0.999);
         waveMin += d;
         waveMax -= d;
+        return bytes;
     }
 
     const bool linear;
     double binsTo20k;
-    std::vector<SpectrumBytes> steps = {};
     double ring[1024] = {};
     double average[512] = {};
     std::vector<double> binPeak = std::vector(512, std::numeric_limits<double>::lowest());
@@ -170,7 +164,7 @@ struct Analyses {
             }
             mono[n] = format.channels == 2 ? (read[0] + read[1]) * 0.5 : read[0];
         }
-        std::vector<SpectrumBytes> steps;
+        std::size_t steps = 0;
         for (std::size_t n = 0; n < count;) {
             const std::size_t packetEnd = std::min(count, (n / packetFrames + 1) * packetFrames);
             const std::span<double> room = FreeRing(state);
@@ -178,12 +172,11 @@ struct Analyses {
             ConvertFrames(format, &frames[n * format.frameBytes], room.first(converted));
             n += converted;
             if (AdvanceRing(state, converted)) {
-                steps.push_back(RunSpectrumStep(state));
+                ASSERT_EQ(n, ++steps * 1024);
+                ASSERT_EQ(RunSpectrumStep(state), reference.Step(&mono[n - 1024]));
             }
         }
-        reference.steps.clear();
-        reference.Add(mono);
-        ASSERT_EQ(steps, reference.steps);
+        ASSERT_EQ(steps, count / 1024);
         for (std::size_t i = 0; i < 512; ++i) {
             const bool bothNan = std::isnan(state.binAverage[i]) && std::isnan(reference.average[i]);
             ASSERT_TRUE(bothNan || state.binAverage[i] == reference.average[i]) << "column " << i;

@@ -4,21 +4,15 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <set>
 
 namespace pixelforge::test {
 namespace {
 
 const HANDLE resumed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
-std::mutex countLock;  ///< guards the maps
+std::mutex countLock;  ///< guards both
 std::map<std::string, long> calls;
-std::map<void*, std::size_t> blocks;
-
-/// The pages that follow in the block's reservation, 0 once it is freed.
-std::size_t PagesAt(const void* block) {
-    MEMORY_BASIC_INFORMATION pages = {};
-    VirtualQuery(block, &pages, sizeof(pages));
-    return pages.State == MEM_COMMIT ? pages.RegionSize : 0;
-}
+std::set<void*> blocks;
 
 class Factory final : public ComObject<IClassFactory> {
 public:
@@ -69,7 +63,7 @@ void* NewTaskBlock(std::size_t bytes, std::size_t spare) {
     void* const block = CoTaskMemAlloc(bytes + spare);
     const std::lock_guard lock(countLock);
     if (bytes + spare >= 1U << 20) {
-        blocks[block] = PagesAt(block);
+        blocks.insert(block);
     }
     return block;
 }
@@ -98,7 +92,7 @@ extern "C" long pixelforge::test::DoubleCount(const char* name) {
     if (std::string_view(name) != "objects") {
         return calls[name];
     }
-    const auto isLive = [](const auto& block) { return PagesAt(block.first) == block.second; };
+    const auto isLive = [](void* block) { return HeapValidate(GetProcessHeap(), 0, block); };
     return liveObjects + static_cast<long>(std::ranges::count_if(blocks, isLive));
 }
 

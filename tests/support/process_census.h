@@ -1,4 +1,4 @@
-// Resource counts of this process that also work under Wine, and a round of loading and unloading the module.
+// Resource counts of this process that also work under Wine.
 #pragma once
 
 #include <windows.h>
@@ -6,10 +6,8 @@
 #include <psapi.h>
 #include <tlhelp32.h>
 
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <set>
 
 #include "base/win_handles.h"
@@ -44,23 +42,6 @@ inline std::size_t WorkingSetBytes() {
     PROCESS_MEMORY_COUNTERS counters = {};
     K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof(counters));
     return counters.WorkingSetSize;
-}
-
-/// Milliseconds between load and unload: before and after the capture thread's start.
-inline constexpr DWORD kStays[] = {0, 3, 120, 0, 130, 160, 1, 200};
-
-/// Loads the module, waits and unloads it: the milliseconds of both, or `std::nullopt` if one of them fails.
-inline std::optional<double> LoadRoundMilliseconds(DWORD stay) {
-    using Clock = std::chrono::steady_clock;
-    const Clock::time_point loading = Clock::now();
-    const HMODULE module = LoadLibraryW(L"Pixelforge.dll");
-    const Clock::duration load = Clock::now() - loading;
-    Sleep(stay);
-    const Clock::time_point unloading = Clock::now();
-    if (!module || !FreeLibrary(module)) {
-        return std::nullopt;
-    }
-    return std::chrono::duration<double, std::milli>(load + (Clock::now() - unloading)).count();
 }
 
 }  // namespace pixelforge::test

@@ -61,9 +61,6 @@ private:
 template <PIN_DIRECTION direction, class... Others>
 class Filter : public ComObject<IBaseFilter, IPin, Others...> {
 public:
-    /// The name is the one that the graph must know it by.
-    explicit Filter(std::wstring_view name) : name_(name) {}
-
     STDMETHODIMP Stop() override { return Enter(State_Stopped); }
     STDMETHODIMP Pause() override { return Enter(State_Paused); }
     STDMETHODIMP Run(REFERENCE_TIME) override { return Enter(State_Running); }
@@ -81,10 +78,7 @@ public:
         *info = {{}, Microsoft::WRL::ComPtr<IFilterGraph>(graph_).Detach()};
         return S_OK;
     }
-    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR name) override {
-        Require(!graph || name_ == name);
-        return Set(graph_, graph);
-    }
+    STDMETHODIMP JoinFilterGraph(IFilterGraph* graph, LPCWSTR) override { return Set(graph_, graph); }
     UNUSED_METHODS((GetSyncSource, IReferenceClock**), (GetClassID, CLSID*), (FindPin, LPCWSTR, IPin**),
                    (QueryVendorInfo, LPWSTR*))
 
@@ -124,7 +118,6 @@ protected:
     Microsoft::WRL::ComPtr<IPin> peer_;
 
 private:
-    const std::wstring name_;
     FILTER_STATE state_ = State_Stopped;
     IFilterGraph* graph_ = nullptr;  ///< not owned: the graph owns the filter
 };
@@ -170,8 +163,6 @@ std::uint32_t Scene(double x, double y, double seconds) {
 
 class Camera final : public Filter<PINDIR_OUTPUT, IAMStreamConfig> {
 public:
-    using Filter::Filter;
-
     /// A packed DIB for the renderer: no frames flow between the two doubles. Empty unless the camera runs.
     std::vector<BYTE> Picture() const {
         if (startTick_ == 0) {
@@ -246,13 +237,11 @@ private:
 };
 
 IUnknown* MakeCamera() {
-    return Fails("camera") ? nullptr : static_cast<IBaseFilter*>(new Camera(L"Video Capture"));
+    return Fails("camera") ? nullptr : static_cast<IBaseFilter*>(new Camera);
 }
 
 class Renderer final : public Filter<PINDIR_INPUT, IVMRFilterConfig, IVMRWindowlessControl> {
 public:
-    using Filter::Filter;
-
     STDMETHODIMP ReceiveConnection(IPin* source, const AM_MEDIA_TYPE*) override { return Set(peer_, source); }
     UNUSED_METHODS((Connect, IPin*, const AM_MEDIA_TYPE*), (EnumMediaTypes, IEnumMediaTypes**))
 
@@ -316,7 +305,7 @@ const struct Unlister {
 /// The module creates the renderer first, so the device list is up to date when it searches for a camera.
 IUnknown* MakeRenderer() {
     ListCamera(Setting("device") != "none");
-    return Fails("renderer") ? nullptr : static_cast<IBaseFilter*>(new Renderer(L"Video Mixing Renderer"));
+    return Fails("renderer") ? nullptr : static_cast<IBaseFilter*>(new Renderer);
 }
 
 }  // namespace
