@@ -160,6 +160,75 @@ TEST(FrameGraph, ShowsTheWorstOfTimesThatShareAPixelAndTheirFigures) {
     EXPECT_TRUE(std::ranges::equal(graph.Pixels().bytes, expected.Pixels().bytes));
 }
 
+TEST_F(LiveViewTest, HasAPanelWithEveryControlItsBoundsAndTip) {
+    const Action look = [](HWND view) {
+        const HWND panel = FindShown(true);
+        HWND toolTips = nullptr;
+        do {
+            toolTips = FindWindowExW(nullptr, toolTips, TOOLTIPS_CLASSW, nullptr);
+        } while (toolTips && GetWindow(toolTips, GW_OWNER) != panel);
+        // A line for each row: its distance from the previous one; then each part's left edge, width, text or
+        // position, "|" for a tab stop, "*" for bold, "!" for read-only; and in parentheses each tip that
+        // differs from the one before, its middle left out.
+        std::vector<std::string> rows;
+        std::wstring previous;
+        RECT area = {};
+        for (HWND part = GetWindow(panel, GW_CHILD); part; part = GetWindow(part, GW_HWNDNEXT)) {
+            const LONG end = area.bottom;
+            GetWindowRect(part, &area);
+            MapWindowPoints(nullptr, panel, reinterpret_cast<POINT*>(&area), 2);
+            if (area.bottom != end) {
+                rows.push_back(std::to_string(area.top - end));
+            }
+            wchar_t text[400] = {};
+            GetWindowTextW(part, text, 400);
+            const std::string slider = std::to_string(SendMessageW(part, TBM_GETPOS, 0, 0)) + " of " +
+                                       std::to_string(SendMessageW(part, TBM_GETRANGEMAX, 0, 0));
+            LOGFONTW font = {};
+            GetObjectW(reinterpret_cast<HFONT>(SendMessageW(part, WM_GETFONT, 0, 0)), sizeof font, &font);
+            const LONG_PTR style = GetWindowLongPtrW(part, GWL_STYLE);
+            rows.back() += " " + std::to_string(area.left) + "+" + std::to_string(area.right - area.left) +
+                           " " + (*text ? ToUtf8(text) : slider) + ((style & WS_TABSTOP) != 0 ? "|" : "") +
+                           (font.lfWeight == FW_BOLD ? "*" : "") + ((style & ES_READONLY) != 0 ? "!" : "");
+            text[0] = L'\0';
+            const auto id = reinterpret_cast<UINT_PTR>(part);
+            TTTOOLINFOW tool = {TTTOOLINFOW_V1_SIZE, 0, panel, id, {}, nullptr, text, 0, nullptr};
+            SendMessageW(toolTips, TTM_GETTEXTW, 400, reinterpret_cast<LPARAM>(&tool));
+            if (text != std::exchange(previous, text)) {
+                const std::wstring bounds = previous.substr(previous.find(L'\n') + 1);
+                rows.back() += " (" + WithoutControls(previous.substr(0, 6) + L".." + bounds) + ")";
+            }
+        }
+        rows.erase(rows.end() - 5, rows.end() - 2);  // more of the same
+        rows.erase(rows.begin() + 5, rows.end() - 3);
+        EXPECT_THAT(
+            rows, ElementsAre(
+                      "5 10+378 General* (Genera..General module configuration controls)",
+                      "4 10+112 Speed (Animat..number, -1 to 1) 122+180 15 of 500| 312+76 0.03|",
+                      "4 10+112 Playlist File(s) (Select..file name in the playlist folder) 122+266 0 of 0|",
+                      "4 10+378 Fast Buffers| (Faster..true or false)",
+                      "4 10+112 Multi-Sample (Number..whole number, 0 to 5) 122+180 0 of 5| 312+76 0|",
+                      "4 10+112 Tile Mask (Contro..columns x rows, 1x1 to 32x32) 122+266 32x32|!",
+                      "4 10+112 Min Reset Time (Minimu..whole number, 0 to 20000) 122+180 5000 of 20000| "
+                      "312+76 5000|",
+                      "9 10+189 Speed follows the clock| (..) 199+189 Copy as command line|"));
+        GetClientRect(panel, &area);
+        EXPECT_TRUE(area.right == 398 && area.bottom == 548);
+        const HostSurface surface(398, 548);
+        const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
+        SendMessageW(panel, WM_ERASEBKGND, reinterpret_cast<WPARAM>(surface.DeviceContext()), 0);
+        EXPECT_EQ(GetPixel(surface.DeviceContext(), 397, 547), GetSysColor(COLOR_BTNFACE));
+        RECT beside = {};
+        GetWindowRect(view, &beside);
+        GetWindowRect(panel, &area);
+        EXPECT_TRUE(area.right == GetSystemMetrics(SM_CXSCREEN) && area.top == beside.top)
+            << "there is no room";
+        SetCursorPos(area.left + 20, area.top + 60);
+    };
+    options_.state.place = POINT{GetSystemMetrics(SM_CXSCREEN) - 1100, 40};
+    Run({{Key(VK_TAB), opened_ + "draw*4 [1] "}, {look, "draw*60 ", {}, 60}});  // a tool tip covers the panel
+}
+
 Action Slide(const wchar_t* label, LPARAM steps) {
     return [=](HWND) {
         SendMessageW(Part(label, 1), TBM_SETPOS, TRUE, steps);
