@@ -234,5 +234,34 @@ TEST_F(LiveViewTest, LeavesAPlaylistsShaderInTimeButNotDuringAPause) {
          {Wait(2100), "initialize draw*4 " + first}});
 }
 
+TEST_F(LiveViewTest, EndsAfterItsFramesAndWhenNoLoadCanFollowAFailure) {
+    Playlist playlist(0);
+    const std::tuple<std::string, std::vector<FrameResult>, std::size_t, ExitStatus> cases[] = {
+        {"success", {}, 2, ExitStatus::Drawn},
+        {"failure", {Failed}, 1, ExitStatus::Failed},
+        {"failed reload", {Drawn, Failed}, 2, ExitStatus::Failed},
+        {"watched file", {Failed, Failed, Failed, Failed}, 6, ExitStatus::Drawn},
+        {"playlist of failures", {Failed, Failed, Failed, Failed}, 3, ExitStatus::Failed},
+        {"playlist", {Drawn, Failed, Failed, Failed}, 5, ExitStatus::Drawn}};
+    options_.frames = 2;
+    options_.state.fullScreen = true;
+    options_.takeMessages = [](bool) {
+        Key(VK_F5)(FindShown());
+        return std::vector<std::string>();
+    };
+    for (const auto& [name, script, draws, status] : cases) {
+        speeds.clear();
+        results = script;
+        options_.playlist = name.starts_with("playlist") ? &playlist.player : nullptr;
+        options_.sourceChanged = name == "watched file" ? std::function([] { return false; }) : nullptr;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(RunLiveView(kModule, options_), status) << name;
+        const bool forEditors = testing::internal::GetCapturedStderr().find("preview: ") != std::string::npos;
+        EXPECT_EQ(forEditors, name == "watched file") << name;
+        EXPECT_EQ(speeds.size(), draws) << name;
+        EXPECT_EQ(drawnSize.cx, GetSystemMetrics(SM_CXSCREEN));
+    }
+}
+
 }  // namespace
 }  // namespace pixelforge::preview
