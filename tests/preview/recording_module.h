@@ -203,6 +203,7 @@ protected:
                     GetWindowTextW(window, title, 160);
                     EXPECT_THAT(ToUtf8(title),
                                 testing::MatchesRegex(*text + " - Pixelforge preview .F1: keys."));
+                    EXPECT_EQ(ToUtf8(title).find(" 0.0 "), std::string::npos);
                 } else if (text) {
                     EXPECT_TRUE(PictureOf(window) == pictures[next - 1]) << "step " << next << ": " << *text;
                 }
@@ -217,7 +218,7 @@ protected:
             return std::exchange(changed_, false);
         };
         RunLiveView(kModule, options_);
-        EXPECT_THAT(calls, testing::IsSupersetOf({"clean up", "destroy"}));
+        EXPECT_EQ(calls.end()[-2] + ", " + calls.back(), "clean up, destroy");
     }
 
     const std::string opened_ = "describe build pre-initialize initialize ";

@@ -26,6 +26,8 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
     });
     panel.Show(TextAsRichText(L"one line"));
     EXPECT_EQ(panel.Height(), 24);
+    panel.Show(TextAsRichText(L"1\n2"));
+    EXPECT_GT(panel.Height(), 24);
     panel.Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     EXPECT_EQ(panel.Height(), 50);
     const HWND control = GetWindow(window.Handle(), GW_CHILD);
@@ -53,8 +55,8 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     const HWND frame = view.Frame().Handle();
     std::vector<LPARAM> got;
     view.ModuleWindow().SetClientSize(120, 30);
-    view.ModuleWindow().SetHandler([&](UINT message, WPARAM, LPARAM place) {
-        got.insert(got.end(), {message, place});
+    view.ModuleWindow().SetHandler([&](UINT message, WPARAM wParam, LPARAM lParam) {
+        got.insert(got.end(), {message, static_cast<LPARAM>(wParam), lParam});
         return 0;
     });
     SetFocus(nullptr);
@@ -65,8 +67,8 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     SendMessageW(frame, WM_KEYDOWN, 'A', 1);
     SendMessageW(frame, WM_KEYUP, 'A', 1);
     view.ModuleWindow().SetHandler({});
-    EXPECT_THAT(got, ElementsAre(WM_LBUTTONDOWN, 0, WM_MOUSEMOVE, MAKELPARAM(-10, -2), WM_LBUTTONUP, 0,
-                                 WM_KEYDOWN, 1, WM_KEYUP, 1));
+    EXPECT_THAT(got, ElementsAre(WM_LBUTTONDOWN, MK_LBUTTON, 0, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-10, -2),
+                                 WM_LBUTTONUP, 0, 0, WM_KEYDOWN, 'A', 1, WM_KEYUP, 'A', 1));
     EXPECT_EQ(GetCapture(), nullptr);
     view.Messages().Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     SendMessageW(frame, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
