@@ -197,7 +197,6 @@ private:
             options_.events->Play(drawn_, view_.Frame());
         }
         stepping_ = false;
-        failed_ = false;
         if (state_.realTime) {
             realTime_.Advance(changes_.Pace());
         }

@@ -7,8 +7,9 @@
 #include <shlobj.h>
 
 #include <algorithm>
-#include <array>
 #include <cwchar>
+#include <functional>
+#include <optional>
 
 #include "preview/frame_run.h"
 #include "preview/host/file_paths.h"
@@ -20,7 +21,6 @@ namespace pixelforge::preview {
 namespace {
 
 using enum FrameResult;
-using testing::ElementsAre;
 
 InputEvent Press(int frame, int key) {
     return {frame, WM_KEYDOWN, key};
@@ -34,14 +34,6 @@ std::vector<FrameRecord> RunScript(std::vector<FrameResult> script, const FrameR
     HostSession session(kModule, {.width = 20, .height = 10, .playlistName = "a.playlist", .settings = {}});
     session.Open();
     return RunFrames(session, frames);
-}
-
-TEST(HostSessionTest, PreInitializesAgainWhenTheWindowIsResized) {
-    EventPlayer events({{1, WM_SIZE, 30, 15}});
-    const auto frames = RunScript({}, {.frames = 3, .checksums = true, .events = &events});
-    EXPECT_THAT(calls, ElementsAre("describe", "build", "pre-initialize", "initialize", "draw",
-                                   "pre-initialize", "initialize", "draw", "draw", "clean up", "destroy"));
-    EXPECT_EQ(frames[2].crc32, Crc32(std::vector<std::uint8_t>(30 * 15 * 4)));
 }
 
 TEST(HostSessionTest, StopsAfterInitialFailuresAndMarksLoadingFrames) {
@@ -72,141 +64,6 @@ TEST(HostSessionTest, LetsShaderTimeFollowTheClock) {
     EXPECT_NE(speeds[3], 1.0F / 60);
 }
 
-/// True if a text that starts like this is visible in a panel of the live view.
-bool IsShown(std::wstring_view start) {
-    bool shown = false;
-    for (HWND panel = nullptr;
-         (panel = FindWindowExW(FindShown(), panel, L"RICHEDIT50W", nullptr)) != nullptr;) {
-        wchar_t text[16] = {};
-        GetWindowTextW(panel, text, 16);
-        shown = shown || (IsWindowVisible(panel) && std::wstring_view(text).starts_with(start));
-    }
-    return shown;
-}
-
-TEST(LiveView, KeepsALoadsWarningsAndShowsTheNoticeOnlyOnce) {
-    results = {};
-    bool shown = false;
-    int loopsAfterReload = 0;
-    EventPlayer hide({Press(0, VK_F5)});
-    LiveViewOptions options = {
-        .state = {.size = {20, 10}, .settings = {{"Info Time", "1"}}},
-        .name = "a",
-        .frames = 1000,
-        .events = &hide,
-        .takeMessages = [&](bool load) { return std::vector<std::string>(load ? 1 : 0, shown ? "w" : "v"); }};
-    options.sourceChanged = [&] {
-        const bool visible = IsShown(L"Shader:");
-        EXPECT_FALSE(loopsAfterReload > 0 && visible) << "only once";
-        loopsAfterReload += shown && (!visible || loopsAfterReload > 0);
-        shown = shown || visible;
-        EXPECT_FALSE(loopsAfterReload > 0 && IsShown(L"v")) << "hidden by the key";
-        if (loopsAfterReload == 5) {
-            EXPECT_TRUE(IsShown(L"w")) << "other messages than the hidden ones";
-            PostMessageW(FindShown(), WM_CLOSE, 0, 0);
-        }
-        return loopsAfterReload == 1;
-    };
-    HoldKey(VK_SHIFT);
-    testing::internal::CaptureStderr();
-    RunLiveView(kModule, options);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "v\npreview: a: loaded\npreview: a: reloading\nw\npreview: a: loaded\n");
-    HoldKey(0);
-    EXPECT_EQ(loopsAfterReload, 5) << "closing ends the view";
-}
-
-TEST(LiveView, GoesToTheNextOfAPlaylistAfterAFailureByKeyAndByTime) {
-    const test::TempFile list("a\nb\nc\nd\n");
-    const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
-    WriteOutputFile(favourites, std::vector<std::uint8_t>{'x'});
-    StagedShader staged = StagedShader::OfPlaylist({});
-    PlaylistPlayer player(list.Path(), "list", staged, std::chrono::seconds(2));
-    EventPlayer events({Press(1, VK_F4), Press(2, VK_INSERT), Press(3, VK_F2), Press(3, VK_F12)});
-    int attempts = 0;
-    int polls = 0;
-    int pauses = 0;
-    bool text = false;
-    std::string seen;
-    constexpr WPARAM keys[] = {
-        VK_F3, VK_F3, VK_TAB, VK_F10, VK_F1, VK_F1, kWithShift | VK_F12, kWithShift | VK_F12, VK_F2};
-    std::atomic<bool> stop = false;
-    calls.clear();
-    results = {Failed};
-    const auto poll = [&] {
-        wchar_t title[80] = {};
-        const HWND window = FindShown();
-        GetWindowTextW(window, title, 80);
-        double rate = 0.0;
-        std::swscanf(title, L"%*c - frame %*d - %lf", &rate);
-        EXPECT_LT(rate, 100.0) << "60 frames a second at most";
-        const HostSurface corner(60, 20);
-        const GdiSelection bitmap(corner.DeviceContext(), corner.Bitmap());
-        BitBlt(corner.DeviceContext(), 0, 0, 60, 20, WindowDc(window).Get(), 24, 12, SRCCOPY);
-        text = std::ranges::any_of(corner.Pixels().bytes, [](auto byte) { return byte != 0; });
-        stop = ++polls > 1000;
-        if (std::wcsstr(title, L" - paused - ") && ++pauses == 3) {
-            EXPECT_EQ(ToUtf8(title),
-                      player.ShaderName() + " - frame 2 - paused - Pixelforge preview (F1: keys)");
-            EXPECT_TRUE(text) << "the saved picture's name, for seconds";
-            EXPECT_EQ(GetPixel(WindowDc(window).Get(), 0, 0), RGB(255, 255, 255)) << "the frame";
-            Sleep(3100);
-        } else if (pauses > 3 && pauses % 4 == 0 && pauses / 4 <= std::ssize(keys)) {
-            EXPECT_EQ(calls.back(), "draw") << "nothing loads during a pause";
-            seen += " " + std::to_string(std::ranges::count(calls, "draw")) + (FindShown(true) ? "P" : "") +
-                    (text ? "T" : "");
-            HoldKey(keys[pauses / 4 - 1] >> 8);
-            PostMessageW(window, WM_KEYDOWN, keys[pauses / 4 - 1] & 0xFF, 0);
-        }
-        return false;
-    };
-    LiveViewOptions options = {.state = {.size = {240, 120}},
-                               .name = "list",
-                               .pictureStem = list.Path(),
-                               .frames = 150,
-                               .events = &events,
-                               .stop = &stop,
-                               .playlist = &player,
-                               .sourceChanged = poll,
-                               .takeMessages = [&](bool) {
-                                   EXPECT_TRUE(++attempts != 8 || calls.end()[-2] == "draw")
-                                       << "the playlist's time stops during a pause";
-                                   return std::vector<std::string>();
-                               }};
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
-    EXPECT_THAT(testing::internal::GetCapturedStderr(),
-                testing::StartsWith(player.NameOf(player.Order().Failures().at(0).line) +
-                                    " failed to load\nThe shader failed to load; the module reported no "
-                                    "reason.\npreview: list: failed to load\npreview: list: loaded\n"));
-    EXPECT_EQ(seen, " 5 6 7 7P 7 7T 7 7T 7") << "a frame for each step, the panel, a text, the graph";
-    EXPECT_FALSE(text) << "it disappears";
-    EXPECT_GE(std::ranges::count(calls, "initialize"), 4) << "open, failure, key, and by time";
-    EXPECT_TRUE(DeleteFileW((list.Path() + L"-2.png").c_str())) << "frames since the load";
-    EXPECT_EQ(player.Order().Failures().size(), 1u);
-    EXPECT_EQ(ReadInputFile(staged.Path()), player.ShaderName() + "\r\n");
-    const auto marked = SplitPlaylist(ReadInputFile(favourites));
-    DeleteFileW(favourites.c_str());
-    CreateDirectoryW(favourites.c_str(), nullptr);
-    EXPECT_THAT(ToUtf8(player.AddFavourite()), testing::StartsWith("cannot write"));
-    RemoveDirectoryW(favourites.c_str());
-    ASSERT_EQ(marked.size(), 2u);
-    EXPECT_NE(marked[1].bytes, player.Order().Failures()[0].line.bytes);
-    PlaylistPlayer untimed(list.Path(), "list", staged, std::chrono::seconds(0));
-    EventPlayer pause({Press(0, VK_F2), Press(0, VK_F2), Press(1, VK_F5)});
-    options.events = &pause;
-    options.playlist = &untimed;
-    options.frames = 3;
-    calls.clear();
-    EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn) << "paused at the failed shader, then not";
-    EXPECT_EQ(std::ranges::count(calls, "initialize"), 3) << "open, failure, key";
-    untimed.MarkFailed("why");
-    EXPECT_FALSE(untimed.IsDue()) << "in a second";
-    untimed.MarkDrawn();
-    Sleep(1100);
-    EXPECT_FALSE(untimed.IsDue()) << "a failed shader that has loaded since";
-}
-
 /// On the live view, which frees it. A fixed block's handle is its address.
 void Drop(const wchar_t* path) {
     auto* drop = static_cast<DROPFILES*>(GlobalAlloc(GPTR, sizeof(DROPFILES) + 32));
@@ -215,44 +72,195 @@ void Drop(const wchar_t* path) {
     PostMessageW(FindShown(), WM_DROPFILES, reinterpret_cast<WPARAM>(drop), 0);
 }
 
-TEST(LiveView, FillsTheScreenAtItsScaleUntilAFileIsDropped) {
-    calls.clear();
-    results.clear();
-    const wchar_t* const files[] = {L"C:\\unusable", L"C:\\b.glsl"};
-    std::vector<std::wstring> dropped;
-    ViewState last = {};
-    const std::string command = "preview " + std::to_string(GetCurrentProcessId());
-    EventPlayer copy({Press(0, VK_F11), Press(0, VK_F11), Press(1, VK_SHIFT), Press(1, VK_F10)});
-    LiveViewOptions options = {.state = {.levels = 16,
-                                         .scale = 0.25,
-                                         .fullScreen = true,
-                                         .settings = {{"Multi-Sample", "1"}, {"Multi-Sample", "2"}}},
-                               .name = "a",
-                               .command = command,
-                               .frames = 200,
-                               .events = &copy};
-    options.fileDropped = [&](const std::wstring& path, const ViewState& state) {
-        dropped.push_back(path);
-        last = state;
-        if (path == files[0]) {
-            throw HostError(ExitStatus::WrongUsage, "unusable");
+TEST_F(LiveViewTest, DoesAndShowsWhatTheKeysSay) {
+    const std::string keys =
+        "F1\tshow this list\nF2\tpause / resume\nF3\tpause, then step one frame\n"
+        "F4, Shift+F4\tnext / previous shader of the playlist\nF5\treload the shader\n"
+        "Shift+F5\thide / show the shader's messages\nF12\tsave a PNG\n"
+        "Insert\tadd the shader to the favourites\nTab or F10\tall controls\n"
+        "Shift+F10\tcopy the settings as a command line\nShift+F12\tgraph of frame times\n"
+        "Alt+Enter\tfull screen / window\nF6, Shift+F6\tmore / fewer tiles across\n"
+        "F7, Shift+F7\tmore / fewer tiles down\nF8\tmirror every second tile on / off\n"
+        "F9\tforeground only on / off\nF11\tlevel output / colours\n"
+        "Shift+F2, Shift+F3\ttime slower / faster\nCtrl+F3\ttime backwards / forwards\n"
+        "Ctrl+Minus, Ctrl+Plus\tlower / higher resolution\n"
+        "All other keys and the mouse go to the shader.";
+    const std::string none = "There is no playlist";
+    const test::TempFile folder("");
+    const std::wstring picture = folder.Path() + L"-4.png";
+    options_.pictureStem = folder.Path();
+    Run({{Wait(0), opened_ + "draw*4 ", ""},
+         {Wait(0), "draw*100 ", "a\\.glsl - frame \\d+ - \\d?\\d\\.\\d frames/s", 100},
+         {Key(VK_F1), "draw*4 ", keys},
+         {Key(VK_F1), "draw*4 ", ""},
+         {Key(VK_F4), "draw*4 ", none},
+         {Key(VK_F5), reloaded_, none},
+         {Key(VK_F12), "draw*4 ", "Saved " + ToUtf8(picture)},
+         {Key(VK_F4, VK_SHIFT), "draw*4 ", none},
+         {Key(VK_F2), "draw ", none},
+         {Wait(600), "", "a\\.glsl - frame 12 - paused"},
+         {Key(VK_F3), "draw "},
+         {Key(VK_F3), "draw "},
+         {Key(VK_F12, VK_SHIFT), "graph "},
+         {Key(VK_F12, VK_SHIFT), ""},
+         {Key(VK_F2), "draw*3 "},
+         {Key(VK_INSERT), "draw*4 ", none},
+         {Wait(3100), "draw*4 ", ""}});
+    EXPECT_TRUE(DeleteFileW(picture.c_str()));
+}
+
+TEST_F(LiveViewTest, FollowsItsWindowAndPassesItsStateOn) {
+    const std::string line =
+        "c --window --size 1000x300 --scale 0.5 --set Multi-Sample=2 --set \"Info Time=0\"";
+    EventPlayer resize({{1, WM_SIZE, kViewSize.cx, kViewSize.cy}});
+    options_.events = &resize;
+    options_.state.size = {900, 200};
+    options_.state.scale = 0.5;
+    options_.state.settings = {{"Info Time", "0"}, {"Multi-Sample", "1"}, {"Multi-Sample", "2"}};
+    options_.fileDropped = [](auto& path, auto& state) {
+        if (path == L"C:\\x") {
+            const std::string place = state.place ? " and place" : "";
+            throw HostError(ExitStatus::WrongUsage,
+                            std::to_string(state.size.cx) + place + state.settings[0].label);
         }
     };
-    options.takeMessages = [&](bool) {
-        EXPECT_EQ(drawnSize.cx, GetSystemMetrics(SM_CXSCREEN) / 4);
-        EXPECT_EQ(drawnSize.cy, GetSystemMetrics(SM_CYSCREEN) / 4);
-        Drop(files[dropped.empty() ? 0 : 1]);
+    const Action drop = [&](HWND) {
+        ASSERT_TRUE(OpenClipboard(nullptr));
+        EXPECT_EQ(ToUtf8(static_cast<const wchar_t*>(GlobalLock(GetClipboardData(CF_UNICODETEXT)))), line);
+        CloseClipboard();
+        Drop(L"C:\\y");
+    };
+    Run({{Wait(0), opened_ + "draw*2 pre-initialize initialize draw*2 ", ""},
+         {[](HWND) { Drop(L"C:\\x"); }, "draw*4 ", "1000 and placeMulti-Sample"},
+         {[](HWND window) { ShowWindow(window, SW_MINIMIZE); }, "draw*4 "},
+         {[](HWND window) { ShowWindow(window, SW_RESTORE); }, "draw*4 "},
+         {Key(VK_TAB), "draw*4 [1] "},
+         {Click(L"Copy as command line"), "draw*4 [1] ", "Copied: " + line},
+         {Key(VK_RETURN, VK_MENU), refitted_ + "[1] "},
+         {Key(VK_RETURN, VK_MENU), refitted_ + "[1] "},
+         {Key(VK_F12, VK_SHIFT), "draw*4 graph [1] "},
+         {drop, "the view ends"}});
+    EXPECT_TRUE(drawnSize.cx == 500 && drawnSize.cy == 150);
+}
+
+TEST_F(LiveViewTest, ShowsALoadsMessagesUntilTheNextAndTheNoticeOnce) {
+    const std::string failed = "[The shader failed to load; the module reported no reason.] ";
+    const std::string notice = "[Shader: n Author: u Description: d] ";
+    const auto reload = [&](const std::vector<std::string>& messages) {
+        return [this, messages](HWND) {
+            messages_ = messages;
+            changed_ = true;
+        };
+    };
+    results = {Failed};
+    options_.state.settings = {{"Info Time", "1"}};
+    options_.pictureStem = L"D:\\missing\\a";
+    testing::internal::CaptureStderr();
+    Run({{Wait(0), opened_ + "draw " + failed},
+         {Wait(600), failed, "a\\.glsl - frame 0 - failed to load"},
+         {reload({}), "initialize draw*4 " + notice},
+         {Key(VK_F1), "draw*4 "},
+         {Key(VK_F1), "draw*4 " + notice},
+         {Wait(1100), "draw*4 ", "Loaded again"},
+         {Key(VK_F12), "draw*4 ",
+          FailureOf([] { WritePng(L"D:\\missing\\a-17.png", HostSurface(1, 1).Pixels()); })},
+         {reload({"v", "2"}), "initialize draw*4 [v 2] "},
+         {Key(VK_F1), "draw*4 "},
+         {Key(VK_F1), "draw*4 [v 2] "},
+         {Key(VK_F5, VK_SHIFT), "draw*4 "},
+         {reload({"v", "2"}), "initialize draw*4 "},
+         {reload({"w"}), "initialize draw*4 [w] "},
+         {Key(VK_F5, VK_SHIFT), "draw*4 "},
+         {Key(VK_F5, VK_SHIFT), "draw*4 [w] "}});
+    std::string errors = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(
+        errors,
+        "The shader failed to load; the module reported no reason.\npreview: dir/a.glsl: failed to load\n"
+        "preview: dir/a.glsl: reloading\npreview: dir/a.glsl: loaded\n"
+        "preview: dir/a.glsl: reloading\nv\n2\npreview: dir/a.glsl: loaded\n"
+        "preview: dir/a.glsl: reloading\nv\n2\npreview: dir/a.glsl: loaded\n"
+        "preview: dir/a.glsl: reloading\nw\npreview: dir/a.glsl: loaded\n");
+}
+
+struct Playlist {
+    explicit Playlist(int seconds) : player(list.Path(), "list", staged, std::chrono::seconds(seconds)) {}
+
+    const test::TempFile list{"a\nb\n"};
+    StagedShader staged = StagedShader::OfPlaylist({});
+    PlaylistPlayer player;
+    const std::string first = player.ShaderName();
+    const std::string second = first == "a" ? "b" : "a";
+    const std::string failed = std::string(first == "a" ? "[list:1: a" : "[list:2: b") +
+                               " failed to load The shader failed to load; the module reported no reason.] " +
+                               first;
+};
+
+TEST_F(LiveViewTest, GoesForwardsAndBackThroughAPlaylistAndKeepsFavourites) {
+    Playlist playlist(0);
+    const auto& [list, staged, player, first, second, failed] = playlist;
+    const std::wstring favourites = FolderOf(list.Path()) + L"favourites.txt";
+    WriteOutputFile(favourites, std::vector<std::uint8_t>{'x'});
+    results = {Failed};
+    staged_ = &staged;
+    options_.playlist = &playlist.player;
+    Run({{Wait(0), opened_ + "draw " + failed},
+         {Key(VK_F5), "initialize draw*3 " + first},
+         {Key(VK_F4), reloaded_ + second},
+         {Key(VK_F4, VK_SHIFT), reloaded_ + first},
+         {Key(VK_F4, VK_SHIFT), "draw*4 " + first, "No shader was shown before this one"},
+         {Key(VK_INSERT), "draw*4 " + first, "Added " + first + " to " + ToUtf8(favourites)},
+         {Key(VK_INSERT), "draw*4 " + first, first + " is already a favourite"},
+         {Wait(1100), "draw*4 " + first, first + " - frame \\d+ - \\d+\\.\\d frames/s"}});
+    EXPECT_EQ(ReadInputFile(favourites), "x\r\n" + first + "\r\n");
+    DeleteFileW(favourites.c_str());
+    CreateDirectoryW(favourites.c_str(), nullptr);
+    EXPECT_THAT(ToUtf8(player.AddFavourite()), testing::StartsWith("cannot write"));
+    RemoveDirectoryW(favourites.c_str());
+}
+
+TEST_F(LiveViewTest, LeavesAPlaylistsShaderInTimeButNotDuringAPause) {
+    Playlist playlist(2);
+    const auto& [list, staged, player, first, second, failed] = playlist;
+    results = {Failed};
+    staged_ = &staged;
+    options_.playlist = &playlist.player;
+    Run({{Wait(0), opened_ + "draw " + failed},
+         {Key(VK_F2), failed},
+         {Wait(1100), failed},
+         {Key(VK_F2), "initialize draw*3 " + second},
+         {Key(VK_F2), "draw " + second},
+         {Wait(2100), second},
+         {Key(VK_F2), "draw*3 " + second},
+         {Wait(2100), "initialize draw*4 " + first}});
+}
+
+TEST_F(LiveViewTest, EndsAfterItsFramesAndWhenNoLoadCanFollowAFailure) {
+    Playlist playlist(0);
+    const std::tuple<std::string, std::vector<FrameResult>, std::size_t, ExitStatus> cases[] = {
+        {"success", {}, 2, ExitStatus::Drawn},
+        {"failure", {Failed}, 1, ExitStatus::Failed},
+        {"failed reload", {Drawn, Failed}, 2, ExitStatus::Failed},
+        {"watched file", {Failed, Failed, Failed, Failed}, 6, ExitStatus::Drawn},
+        {"playlist of failures", {Failed, Failed, Failed, Failed}, 3, ExitStatus::Failed},
+        {"playlist", {Drawn, Failed, Failed, Failed}, 5, ExitStatus::Drawn}};
+    options_.frames = 2;
+    options_.state.fullScreen = true;
+    options_.takeMessages = [](bool) {
+        Key(VK_F5)(FindShown());
         return std::vector<std::string>();
     };
-    EXPECT_EQ(RunLiveView(kModule, options), ExitStatus::Drawn);
-    HoldKey(0);
-    EXPECT_THAT(dropped, ElementsAre(files[0], files[1]));
-    EXPECT_TRUE(last.fullScreen);
-    EXPECT_THAT(last.settings, ElementsAre(testing::FieldsAre("Multi-Sample", "2")));
-    ASSERT_TRUE(OpenClipboard(nullptr));
-    EXPECT_STREQ(reinterpret_cast<const wchar_t*>(GetClipboardData(CF_UNICODETEXT)),
-                 FromUtf8(command + " --fullscreen --scale 0.25 --levels 16 --set Multi-Sample=2").c_str());
-    CloseClipboard();
+    for (const auto& [name, script, draws, status] : cases) {
+        speeds.clear();
+        results = script;
+        options_.playlist = name.starts_with("playlist") ? &playlist.player : nullptr;
+        options_.sourceChanged = name == "watched file" ? std::function([] { return false; }) : nullptr;
+        testing::internal::CaptureStderr();
+        EXPECT_EQ(RunLiveView(kModule, options_), status) << name;
+        const bool forEditors = testing::internal::GetCapturedStderr().find("preview: ") != std::string::npos;
+        EXPECT_EQ(forEditors, name == "watched file") << name;
+        EXPECT_EQ(speeds.size(), draws) << name;
+        EXPECT_EQ(drawnSize.cx, GetSystemMetrics(SM_CXSCREEN));
+    }
 }
 
 }  // namespace

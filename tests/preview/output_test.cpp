@@ -20,7 +20,6 @@
 #include "preview/host/file_paths.h"
 #include "preview/host/host_surface.h"
 #include "preview/host/staged_shader.h"
-#include "preview/view/frame_graph.h"
 #include "tests/support/process_census.h"
 #include "tests/support/temp_file.h"
 
@@ -192,23 +191,6 @@ TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
     EXPECT_THAT(ReadableLines(lines, "D:\\p1", "my.json"),
                 ElementsAre("my.json: no Image", "bad my.json", "Image:3:  [31merror "));
     EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "the name contains the alias";
-}
-
-TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
-    const HostSurface surface(10, 100);
-    {
-        const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
-        DrawFrameGraph(surface.DeviceContext(), {0, 0, 10, 100}, nullptr, std::array{10.0, 18.0, 40.0, 5.0},
-                       5);
-        GdiFlush();
-    }
-    const FramePixels pixels = surface.Pixels();
-    const auto bottom = [&](std::int32_t x) { return pixels.At(x, 99); };
-    EXPECT_NE(bottom(2), bottom(4)) << "in time, late";
-    EXPECT_NE(bottom(4), bottom(6)) << "late, very late";
-    EXPECT_EQ(bottom(2), bottom(9)) << "the latest is on the right";
-    EXPECT_TRUE(pixels.At(6, 53) != pixels.At(8, 53) && pixels.At(6, 52) == pixels.At(8, 52)) << "40 of 67";
-    EXPECT_EQ(pixels.At(6, 80), pixels.At(0, 80)) << "the line of 60 frames a second, over the bars";
 }
 
 }  // namespace

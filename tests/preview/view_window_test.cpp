@@ -9,7 +9,7 @@
 
 #include "preview/host/notice.h"
 #include "preview/view/control_changes.h"
-#include "preview/view/control_panel.h"
+#include "preview/view/frame_graph.h"
 #include "preview/view/text_panel.h"
 #include "tests/preview/recording_module.h"
 
@@ -26,6 +26,8 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
     });
     panel.Show(TextAsRichText(L"one line"));
     EXPECT_EQ(panel.Height(), 24);
+    panel.Show(TextAsRichText(L"1\n2"));
+    EXPECT_GT(panel.Height(), 24);
     panel.Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     EXPECT_EQ(panel.Height(), 50);
     const HWND control = GetWindow(window.Handle(), GW_CHILD);
@@ -33,6 +35,11 @@ TEST(TextPanel, CoversAtMostAThirdScrollsAndOpensNoForgedLink) {
         SendMessageW(control, WM_MOUSEWHEEL, MAKEWPARAM(0, delta), 0);
         EXPECT_EQ(SendMessageW(control, EM_GETFIRSTVISIBLELINE, 0, 0), line) << delta;
     }
+    panel.Show(TextAsRichText(L"a line that breaks in a narrow window"));
+    EXPECT_EQ(panel.Height(), 24);
+    window.SetClientSize(100, 900);
+    panel.Place();
+    EXPECT_GT(panel.Height(), 24);
     panel.Show({});
     EXPECT_EQ(panel.Height(), 0);
     panel.Show(TextAsRichText(L"forged link"), {L"C:\\missing.exe"});
@@ -48,8 +55,8 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     const HWND frame = view.Frame().Handle();
     std::vector<LPARAM> got;
     view.ModuleWindow().SetClientSize(120, 30);
-    view.ModuleWindow().SetHandler([&](UINT message, WPARAM, LPARAM place) {
-        got.insert(got.end(), {message, place});
+    view.ModuleWindow().SetHandler([&](UINT message, WPARAM wParam, LPARAM lParam) {
+        got.insert(got.end(), {message, static_cast<LPARAM>(wParam), lParam});
         return 0;
     });
     SetFocus(nullptr);
@@ -60,18 +67,29 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     SendMessageW(frame, WM_KEYDOWN, 'A', 1);
     SendMessageW(frame, WM_KEYUP, 'A', 1);
     view.ModuleWindow().SetHandler({});
-    EXPECT_THAT(got, ElementsAre(WM_LBUTTONDOWN, 0, WM_MOUSEMOVE, MAKELPARAM(-10, -2), WM_LBUTTONUP, 0,
-                                 WM_KEYDOWN, 1, WM_KEYUP, 1));
+    EXPECT_THAT(got, ElementsAre(WM_LBUTTONDOWN, MK_LBUTTON, 0, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-10, -2),
+                                 WM_LBUTTONUP, 0, 0, WM_KEYDOWN, 'A', 1, WM_KEYUP, 'A', 1));
     EXPECT_EQ(GetCapture(), nullptr);
     view.Messages().Show(TextAsRichText(L"1\n2\n3\n4\n5\n6\n7\n8"));
     SendMessageW(frame, WM_MOUSEWHEEL, MAKEWPARAM(0, -WHEEL_DELTA), 0);
     EXPECT_GT(SendMessageW(GetTopWindow(frame), EM_GETFIRSTVISIBLELINE, 0, 0), 0);
+    constexpr EXECUTION_STATE kAwake = ES_CONTINUOUS | ES_DISPLAY_REQUIRED | ES_SYSTEM_REQUIRED;
+    RECT window = {};
+    GetWindowRect(frame, &window);
     for (const bool full : {true, false}) {
         view.ToggleFullScreen();
         SendMessageW(frame, WM_SETCURSOR, reinterpret_cast<WPARAM>(frame), HTCLIENT);
         EXPECT_EQ(GetCursor() == nullptr, full);
+        EXPECT_EQ(SetThreadExecutionState(ES_CONTINUOUS), full ? kAwake : ES_CONTINUOUS)
+            << "returns the previous state";
+        EXPECT_EQ(GetWindowLongPtrW(frame, GWL_STYLE) & WS_OVERLAPPEDWINDOW, full ? 0 : WS_OVERLAPPEDWINDOW);
+        RECT area = {};
+        GetWindowRect(frame, &area);
+        const RECT screen = {0, 0, GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)};
+        EXPECT_TRUE(EqualRect(&area, full ? &screen : &window));
         view.Describe(state);
-        EXPECT_TRUE(state.size.cx == 240 && state.place->x == 30 && state.place->y == 40);
+        EXPECT_TRUE(state.size.cx == 240 && state.place->x == 30 && state.place->y == 40 &&
+                    state.fullScreen == full);
     }
     ShowWindow(frame, SW_MINIMIZE);
     view.Describe(state);
@@ -86,162 +104,231 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     }
     view.AddKeys({{VK_F4, 0, nullptr, [] { ADD_FAILURE() << "Alt+F4 closes the window"; }}});
     HoldKey(VK_MENU);
-    SendMessageW(frame, WM_SYSKEYDOWN, VK_F4, 0);
+    SendMessageW(frame, WM_SYSKEYDOWN, VK_F4, KF_ALTDOWN << 16);
     HoldKey(0);
+    view.Frame().PumpMessages();
     view.ActOnKeys();
-    SendMessageW(frame, WM_CLOSE, 0, 0);
     EXPECT_TRUE(view.Closed() && IsWindow(frame));
+    EXPECT_TRUE(GetWindowLongPtrW(frame, GWL_EXSTYLE) & WS_EX_ACCEPTFILES);
 }
 
-TEST(ViewWindow, DrawsTextAndTheLatestTimesOverThePicture) {
+TEST(ViewWindow, DrawsThePictureUprightAndTheLatestTimesOverIt) {
     ViewWindow view({.size = {600, 200}, .monitor = 1});
+    constexpr std::uint8_t kWhiteBelowRed[] = {255, 255, 255, 0, 0, 0, 255, 0};
+    const WindowDc dc(view.Frame().Handle());
+    const auto at = [&](int x, int y) {
+        UpdateWindow(view.Frame().Handle());
+        return GetPixel(dc.Get(), x, y);
+    };
+    EXPECT_EQ(at(300, 195), RGB(0, 0, 0)) << "no frame yet";
     view.ToggleGraph();
-    view.AddFrameTime(100.0);
+    view.AddFrameTime(1000.0);
+    view.ShowPicture({.bytes = kWhiteBelowRed, .width = 1, .height = 2});
+    EXPECT_TRUE(at(107, 99) == RGB(255, 0, 0) && at(107, 100) == RGB(255, 255, 255));
+    EXPECT_TRUE(at(108, 187) == RGB(16, 20, 28) && at(587, 187) == RGB(230, 80, 70)) << "the graph's corners";
+    EXPECT_TRUE(at(588, 187) == RGB(255, 255, 255) && at(587, 188) == at(588, 187) &&
+                at(587, 47) == at(107, 99));
     for (int i = 0; i < 240; ++i) {
         view.AddFrameTime(10.0);
     }
-    const WindowDc dc(view.Frame().Handle());
-    const auto endOfText = [&] {
-        UpdateWindow(view.Frame().Handle());
-        int y = 199;
-        for (; GetPixel(dc.Get(), 20, y) == RGB(255, 255, 255); --y) {
-        }
-        return y;
-    };
-    EXPECT_EQ(endOfText(), 199) << "black before the first frame";
-    constexpr std::uint8_t kWhiteBelowRed[] = {255, 255, 255, 0, 0, 0, 255, 0};
     view.ShowPicture({.bytes = kWhiteBelowRed, .width = 1, .height = 2});
-    EXPECT_EQ(endOfText(), 99) << "upright, over the whole window";
-    view.ShowText(L"\n\n\n\n\n\n\n\n\n\n\n\n\nx");
-    const int end = endOfText();
-    EXPECT_LT(end, 199) << "text as long as the list of keys fits into the window";
-    view.Messages().Show(TextAsRichText(L"m"));
-    EXPECT_EQ(endOfText(), end + view.Messages().Height()) << "below the messages";
-    EXPECT_EQ(GetPixel(dc.Get(), 400, 160), GetPixel(dc.Get(), 400, 186)) << "10 of 33 milliseconds";
-    EXPECT_NE(GetPixel(dc.Get(), 400, 120), GetPixel(dc.Get(), 400, 186));
+    EXPECT_TRUE(at(108, 187) == RGB(80, 200, 120) && at(587, 75) == RGB(16, 20, 28)) << "only the latest";
 }
 
-TEST(ControlPanel, AppliesWhatIsEnteredUnlessItIsInvalidOrConflicts) {
-    // The panel has no room beside it.
-    ViewState state = {
-        .size = {240, 120}, .realTime = true, .place = POINT{GetSystemMetrics(SM_CXSCREEN) - 90, 40}};
-    ViewWindow view(state);
-    HostSession session(kModule, {.width = 20, .height = 10, .autoOffscreen = true});
-    session.Open();
-    std::string said;
-    ControlChanges changes(session, state, [&](const auto& line) { said = ToUtf8(line); });
-    view.AddKeys(changes.Keys());
-    view.AddKeys({{VK_RETURN, kAlt, nullptr, [&] { said = "full screen"; }}});
-    ControlPanel controls(view.Frame().Handle(), session.Controls(), changes, [&] { said = "copied"; });
-    controls.Toggle();
-    controls.Refresh();
-    const HWND panel = FindShown(true);
-    const auto part = [panel](const wchar_t* label, int next = 0) {
-        HWND found = FindWindowExW(panel, nullptr, nullptr, label);
-        for (; next > 0; --next) {
-            found = GetWindow(found, GW_HWNDNEXT);
+TEST(FrameGraph, ShowsTheWorstOfTimesThatShareAPixelAndTheirFigures) {
+    std::vector<double> times(1920, 5.0);
+    std::fill_n(times.begin(), 960, 10.0);
+    times[1000] = 40.0;
+    times[1403] = 18.0;
+    const HostSurface graph(960, 270);
+    const HostSurface expected(960, 270);
+    const HDC dc = expected.DeviceContext();
+    const GdiSelection bitmap(dc, expected.Bitmap());
+    const GdiSelection font(dc, GetStockObject(DEFAULT_GUI_FONT));
+    const GdiSelection drawn(graph.DeviceContext(), graph.Bitmap());
+    DrawFrameGraph(graph.DeviceContext(), {0, 0, 960, 270},
+                   static_cast<HFONT>(GetStockObject(DEFAULT_GUI_FONT)), times, 1920);
+    const std::pair<RECT, COLORREF> areas[] = {
+        {{0, 0, 960, 270}, RGB(16, 20, 28)},       {{0, 233, 480, 270}, RGB(80, 200, 120)},
+        {{480, 251, 960, 270}, RGB(80, 200, 120)}, {{500, 121, 501, 270}, RGB(230, 80, 70)},
+        {{701, 203, 702, 270}, RGB(240, 180, 60)}, {{0, 208, 960, 209}, RGB(255, 255, 255)}};
+    for (const auto& [area, color] : areas) {
+        FillRect(dc, &area, UniqueBrush(CreateSolidBrush(color)).Get());
+    }
+    SetBkMode(dc, TRANSPARENT);
+    SetTextColor(dc, RGB(255, 255, 255));
+    RECT caption = {4, 0, 956, 22};
+    DrawTextW(dc, L"median 10.0, worst 40.0, top 67 ms; line 60/s", -1, &caption, DT_SINGLELINE | DT_VCENTER);
+    EXPECT_TRUE(std::ranges::equal(graph.Pixels().bytes, expected.Pixels().bytes));
+}
+
+TEST_F(LiveViewTest, HasAPanelWithEveryControlItsBoundsAndTip) {
+    const Action look = [](HWND view) {
+        const HWND panel = FindShown(true);
+        HWND toolTips = nullptr;
+        do {
+            toolTips = FindWindowExW(nullptr, toolTips, TOOLTIPS_CLASSW, nullptr);
+        } while (toolTips && GetWindow(toolTips, GW_OWNER) != panel);
+        // A line for each row: its distance from the previous one; then each part's left edge, width, text or
+        // position, "|" for a tab stop, "*" for bold, "!" for read-only; and in parentheses each tip that
+        // differs from the one before, its middle left out.
+        std::vector<std::string> rows;
+        std::wstring previous;
+        RECT area = {};
+        for (HWND part = GetWindow(panel, GW_CHILD); part; part = GetWindow(part, GW_HWNDNEXT)) {
+            const LONG end = area.bottom;
+            GetWindowRect(part, &area);
+            MapWindowPoints(nullptr, panel, reinterpret_cast<POINT*>(&area), 2);
+            if (area.bottom != end) {
+                rows.push_back(std::to_string(area.top - end));
+            }
+            wchar_t text[400] = {};
+            GetWindowTextW(part, text, 400);
+            const std::string slider = std::to_string(SendMessageW(part, TBM_GETPOS, 0, 0)) + " of " +
+                                       std::to_string(SendMessageW(part, TBM_GETRANGEMAX, 0, 0));
+            LOGFONTW font = {};
+            GetObjectW(reinterpret_cast<HFONT>(SendMessageW(part, WM_GETFONT, 0, 0)), sizeof font, &font);
+            const LONG_PTR style = GetWindowLongPtrW(part, GWL_STYLE);
+            rows.back() += " " + std::to_string(area.left) + "+" + std::to_string(area.right - area.left) +
+                           " " + (*text ? ToUtf8(text) : slider) + ((style & WS_TABSTOP) != 0 ? "|" : "") +
+                           (font.lfWeight == FW_BOLD ? "*" : "") + ((style & ES_READONLY) != 0 ? "!" : "");
+            text[0] = L'\0';
+            const auto id = reinterpret_cast<UINT_PTR>(part);
+            TTTOOLINFOW tool = {TTTOOLINFOW_V1_SIZE, 0, panel, id, {}, nullptr, text, 0, nullptr};
+            SendMessageW(toolTips, TTM_GETTEXTW, 400, reinterpret_cast<LPARAM>(&tool));
+            if (text != std::exchange(previous, text)) {
+                const std::wstring bounds = previous.substr(previous.find(L'\n') + 1);
+                rows.back() += " (" + WithoutControls(previous.substr(0, 6) + L".." + bounds) + ")";
+            }
         }
-        return found;
+        rows.erase(rows.end() - 5, rows.end() - 2);  // more of the same
+        rows.erase(rows.begin() + 5, rows.end() - 3);
+        EXPECT_THAT(
+            rows, ElementsAre(
+                      "5 10+378 General* (Genera..General module configuration controls)",
+                      "4 10+112 Speed (Animat..number, -1 to 1) 122+180 15 of 500| 312+76 0.03|",
+                      "4 10+112 Playlist File(s) (Select..file name in the playlist folder) 122+266 0 of 0|",
+                      "4 10+378 Fast Buffers| (Faster..true or false)",
+                      "4 10+112 Multi-Sample (Number..whole number, 0 to 5) 122+180 0 of 5| 312+76 0|",
+                      "4 10+112 Tile Mask (Contro..columns x rows, 1x1 to 32x32) 122+266 32x32|!",
+                      "4 10+112 Min Reset Time (Minimu..whole number, 0 to 20000) 122+180 5000 of 20000| "
+                      "312+76 5000|",
+                      "9 10+189 Speed follows the clock| (..) 199+189 Copy as command line|"));
+        GetClientRect(panel, &area);
+        EXPECT_TRUE(area.right == 398 && area.bottom == 548);
+        const HostSurface surface(398, 548);
+        const GdiSelection bitmap(surface.DeviceContext(), surface.Bitmap());
+        SendMessageW(panel, WM_ERASEBKGND, reinterpret_cast<WPARAM>(surface.DeviceContext()), 0);
+        EXPECT_EQ(GetPixel(surface.DeviceContext(), 397, 547), GetSysColor(COLOR_BTNFACE));
+        RECT beside = {};
+        GetWindowRect(view, &beside);
+        GetWindowRect(panel, &area);
+        EXPECT_TRUE(area.right == GetSystemMetrics(SM_CXSCREEN) && area.top == beside.top)
+            << "there is no room";
+        SetCursorPos(area.left + 20, area.top + 60);
     };
-    const auto slide = [&](const wchar_t* label, LPARAM steps) {
-        SendMessageW(part(label, 1), TBM_SETPOS, TRUE, steps);
-        SendMessageW(panel, WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(part(label, 1)));
+    options_.state.place = POINT{GetSystemMetrics(SM_CXSCREEN) - 1100, 40};
+    Run({{Key(VK_TAB), opened_ + "draw*4 [1] "}, {look, "draw*60 ", {}, 60}});  // a tool tip covers the panel
+}
+
+Action Slide(const wchar_t* label, LPARAM steps) {
+    return [=](HWND) {
+        SendMessageW(Part(label, 1), TBM_SETPOS, TRUE, steps);
+        SendMessageW(FindShown(true), WM_HSCROLL, TB_THUMBTRACK, reinterpret_cast<LPARAM>(Part(label, 1)));
     };
-    const auto press = [&](UINT message, WPARAM key) {
-        SetFocus(part(L"Speed", 2));
+}
+
+/// In the field of "Speed" or, if there is a text, instead of that of "X Tiling".
+Action Type(UINT message, WPARAM key, const wchar_t* text = nullptr) {
+    return [=](HWND) {
+        HoldKey(0);
+        SetFocus(Part(text ? L"X Tiling" : L"Speed", 2));
+        if (text) {
+            SetWindowTextW(GetFocus(), text);
+        }
         PostMessageW(GetFocus(), message, key, 0);
-        view.Frame().PumpMessages();
-        view.ActOnKeys();
     };
-    const auto checked = [&](const wchar_t* label) {
-        controls.Refresh();
-        return SendMessageW(part(label), BM_GETCHECK, 0, 0) == BST_CHECKED;
-    };
-    EXPECT_TRUE(checked(L"Speed follows the clock"));
-    RECT label = {};
-    GetWindowRect(part(L"X Tiling"), &label);
-    SetCursorPos(label.left + 5, label.top + 5);
-    for (int i = 0; i < 100 && FindShown(true) == panel; ++i) {
-        Sleep(20);
-        view.Frame().PumpMessages();
+}
+
+void LeaveField(HWND) {
+    SetFocus(FindShown(true));
+}
+
+TEST_F(LiveViewTest, AppliesThePanelsEntriesUnlessTheyAreInvalidOrConflict) {
+    const std::string copied = "Copied: c --window --size 1000x300 --set ";
+    options_.playlistName = "p";
+    options_.state.settings.push_back({"Tile Mask", "2x3"});
+    options_.state.realTime = true;
+    Run({{Key(VK_TAB), opened_ + "draw*4 [1] clock "},
+         {Key(VK_F3, VK_CONTROL), "draw*4 [1] clock ", "Time \u00D7 -1"},
+         {[](HWND) { EXPECT_LT(speeds.back(), 0.0F); }, "draw*4 [1] clock "},
+         {Slide(L"X Tiling", 4), refitted_ + "[4] clock ", "X Tiling 4"},
+         {Type(WM_KEYDOWN, VK_RETURN, L"40"), "draw*4 [4] clock ",
+          "\"X Tiling\" cannot be \"40\": whole number, 1 to 32"},
+         {Type(WM_KEYDOWN, VK_RETURN, L"5"), "draw*4 [5] clock ", "X Tiling 5"},
+         {Click(L"Foreground Only"), "draw*4 [5] clock ",
+          "\"Foreground Only\" cannot be combined with tiles, which cover the whole of the host's picture"},
+         {Type(WM_KEYDOWN, VK_F11), "draw*4 [5] clock ",
+          "level output cannot be combined with tiles, which the module draws in colour"},
+         {Click(L"Fast Buffers"), "initialize draw*4 [5] clock ", "Fast Buffers true"},
+         {Type(WM_KEYDOWN, VK_TAB), "draw*4 [5] clock ", "Fast Buffers true"},
+         {Click(L"Copy as command line"), "draw*4 [5] clock ",
+          copied + "\"Fast Buffers=true\" --set \"Info Time=0\" --set \"X Tiling=5\""},
+         {Slide(L"Speed", -250), "draw*4 [5] ", "Speed -0.5"},
+         {Click(L"Copy as command line"), "draw*4 [5] ",
+          copied + "Speed=-0.5 --set \"Fast Buffers=true\" --set \"Info Time=0\" --set \"X Tiling=5\""},
+         {Type(WM_CHAR, 'p'), "draw*4 [5] "},
+         {LeaveField, "draw*4 [5] ", "\"Speed\" cannot be \"p-0.5\": number, -1 to 1"},
+         {Click(L"Speed follows the clock"), "draw*4 [5] clock "},
+         {Click(L"Speed follows the clock"), "draw*4 [5] "},
+         {Type(WM_KEYDOWN, VK_ESCAPE), "draw*4 "},
+         {[](HWND view) { EXPECT_EQ(GetFocus(), view); }, "draw*4 "},
+         {Key(VK_F10), "draw*4 [5] "},
+         {[](HWND) { SendMessageW(FindShown(true), WM_CLOSE, 0, 0); }, "draw*4 "}});
+}
+
+TEST_F(LiveViewTest, ChangesSettingsByKeys) {
+    options_.state.levels = 16;
+    Run({{Key(VK_F11), opened_ + "draw levels pre-initialize initialize draw*3 ", "Colours"},
+         {Key(VK_F11), "draw pre-initialize initialize draw levels*3 ", "Level output, divisor 16"},
+         {Key(VK_F11), "draw levels pre-initialize initialize draw*3 ", "Colours"},
+         {Key(VK_F6), refitted_, "X Tiling 2"},
+         {Key(VK_F9), "draw*4 ",
+          "\"Foreground Only\" cannot be combined with tiles, which cover the whole of the host's picture"},
+         {Key(VK_F6, VK_SHIFT), refitted_, "X Tiling 1"},
+         {Key(VK_F6, VK_SHIFT), "draw*4 ", "X Tiling 1"},
+         {Key(VK_F7), refitted_, "Y Tiling 2"},
+         {Key(VK_F7, VK_SHIFT), refitted_, "Y Tiling 1"},
+         {Key(VK_F8), "draw*4 ", "Mirroring false"},
+         {Key(VK_F8), "draw*4 ", "Mirroring true"},
+         {Key(VK_F9), refitted_},
+         {Key(VK_F9), refitted_, "Foreground Only false"},
+         {Key(VK_F2, VK_SHIFT), "draw*4 ", "Speed 0.015"},
+         {Key(VK_F3, VK_SHIFT), "draw*4 ", "Speed 0.03"},
+         {Key(VK_F3, VK_CONTROL), "draw*4 ", "Speed -0.03"},
+         {Key(VK_OEM_MINUS, VK_CONTROL), refitted_, "Scale 0.5"},
+         {Key(VK_OEM_PLUS, VK_CONTROL), refitted_, "Scale 1"},
+         {Key(VK_SUBTRACT, VK_CONTROL), refitted_, "Scale 0.5"},
+         {Key(VK_ADD, VK_CONTROL), refitted_, "Scale 1"},
+         {Key(VK_OEM_PLUS, VK_CONTROL, VK_SHIFT), refitted_, "Scale 2"}});
+}
+
+TEST(ControlChanges, LimitsPaceAndScale) {
+    ViewState state = {.levels = 8, .realTime = true, .fullScreen = true};
+    HostSession session(kModule, {.width = 20, .height = 10});
+    std::string said;
+    ControlChanges changes(session, state, [&](auto& line) { said += ToUtf8(line) + ", "; });
+    for (const double factor : {0.5, -1000.0, 0.0001}) {
+        changes.ChangePace(factor);
+        changes.ChangeScale(std::abs(factor));
     }
-    EXPECT_NE(FindShown(true), panel) << "a tool tip";
-    SendMessageW(part(L"Copy as command line"), BM_CLICK, 0, 0);
-    std::string lines = said + ", ";
-    for (const WPARAM key : std::initializer_list<WPARAM>{
-             VK_F6, kWithShift | VK_F6, kWithShift | VK_F6, VK_F7, kWithShift | VK_F7, VK_F8, VK_F8, VK_F9,
-             VK_F9, VK_F11, VK_F11, kWithShift | VK_F2, kWithShift | VK_F3, kWithControl | VK_F3,
-             kWithControl | VK_F3, kWithControl | VK_OEM_MINUS, kWithControl | VK_OEM_PLUS,
-             kWithControl | VK_SUBTRACT, kWithControl | VK_ADD}) {
-        HoldKey(key >> 8);
-        SendMessageW(view.Frame().Handle(), WM_KEYDOWN, key & 0xFF, 0);
-        view.ActOnKeys();
-        lines += said + ", ";
-    }
-    HoldKey(0);
-    EXPECT_EQ(
-        lines,
-        "copied, X Tiling 2, X Tiling 1, X Tiling 1, Y Tiling 2, Y Tiling 1, Mirroring false, "
-        "Mirroring true, Foreground Only true, Foreground Only false, Level output, divisor 64, Colours, "
-        "Time \u00D7 0.5, Time \u00D7 1, Time \u00D7 -1, Time \u00D7 1, Scale 0.5, Scale 1, Scale 0.5, Scale "
-        "1, ");
-    RealTime(session).Advance(-64.0);
-    EXPECT_EQ(session.Control("Speed")->decimal.value[0], -1.0F) << "the control's limit";
-    changes.ChangePace(-1000.0);
-    EXPECT_EQ(changes.Pace(), -64.0) << "the pace's limits";
-    changes.ChangePace(0.0001);
+    EXPECT_EQ(said,
+              "Time \u00D7 0.5, Scale 0.5, Time \u00D7 -64, Scale 4, Time \u00D7 -0.015625, Scale 0.0625, ");
     EXPECT_EQ(changes.Pace(), -1.0 / 64.0);
-    EXPECT_EQ(SendMessageW(part(L"X Tiling", 1), TBM_GETRANGEMAX, 0, 0), 32);
-    EXPECT_EQ(SendMessageW(part(L"Speed", 1), TBM_GETRANGEMIN, 0, 0), -500);
-    slide(L"X Tiling", 4);
-    EXPECT_TRUE(session.Refit(20, 10)) << "tiles need the off-screen bitmap";
-    SetFocus(part(L"X Tiling", 2));
-    SetWindowTextW(GetFocus(), L"40");
-    SendMessageW(panel, WM_COMMAND, IDOK, 0);
-    EXPECT_THAT(said, testing::HasSubstr("1 to 32"));
-    SendMessageW(part(L"Foreground Only"), BM_CLICK, 0, 0);
-    EXPECT_THAT(said, testing::HasSubstr("cannot be combined"));
-    EXPECT_FALSE(checked(L"Foreground Only"));
-    press(WM_KEYDOWN, VK_F11);
-    EXPECT_THAT(said, testing::HasSubstr("level output cannot be combined"));
-    SetWindowTextW(part(L"Speed", 2), L"0.2");
-    press(WM_CHAR, 'p');
-    RealTime(session).Advance();
-    controls.Refresh();
-    SetFocus(panel);
-    EXPECT_THAT(said, testing::HasSubstr("cannot be \"p0.2\"")) << "typed text is applied without Enter";
-    EXPECT_THAT(changes.Arguments(), testing::Not(testing::HasSubstr("Speed")));
-    SetFocus(part(L"Speed", 2));
-    RealTime(session).Advance(2.0);
-    SetFocus(panel);
-    EXPECT_TRUE(state.realTime) << "only a field that was edited counts";
-    EXPECT_FALSE(changes.TakeReload());
-    SendMessageW(part(L"Fast Buffers"), BM_CLICK, 0, 0);
-    EXPECT_TRUE(changes.TakeReload());
-    slide(L"Speed", -250);
-    EXPECT_FALSE(state.realTime || checked(L"Speed follows the clock"));
-    changes.ChangePace(0.5);
-    controls.Refresh();
-    EXPECT_EQ(SendMessageW(part(L"Speed", 1), TBM_GETPOS, 0, 0), -125) << "half as far";
-    EXPECT_EQ(changes.Arguments(),
-              " --window --size 240x120 --set Speed=-0.25 --set \"Fast Buffers=true\" --set \"X Tiling=4\"");
-    changes.ChangeScale(16.0);
-    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 960) << "the largest scale is 4";
-    changes.ChangeScale(0.001);
-    EXPECT_EQ(ScaledSize(state.size, state.scale).cx, 15) << "the smallest scale is 1/16";
-    EXPECT_EQ(ScaledSize({9000, 2}, 4.0).cx, 16384) << "the largest side of a bitmap";
-    EXPECT_EQ(ScaledSize({9000, 2}, 0.0625).cy, 1);
+    EXPECT_EQ(changes.Arguments(), " --fullscreen --scale 0.0625 --levels 8");
+    EXPECT_EQ(ScaledSize({9000, 3}, 4.0).cx, 16384) << "the largest side of a bitmap";
+    EXPECT_EQ(ScaledSize({3, 2}, 0.5).cx * 10 + ScaledSize({3, 2}, 0.0625).cy, 21);
     EXPECT_EQ(QuotedArgument("") + QuotedArgument("a&b") + QuotedArgument("a/b=1"), R"("""a&b"a/b=1)");
-    HoldKey(VK_MENU);
-    press(WM_SYSKEYDOWN, VK_RETURN);
-    HoldKey(0);
-    EXPECT_EQ(said, "full screen") << "a key of the view";
-    press(WM_KEYDOWN, VK_ESCAPE);
-    EXPECT_FALSE(IsWindowVisible(panel));
-    EXPECT_EQ(GetFocus(), view.Frame().Handle());
-    controls.Toggle();
-    SendMessageW(panel, WM_CLOSE, 0, 0);
-    EXPECT_TRUE(IsWindow(panel) && !IsWindowVisible(panel));
 }
 
 }  // namespace
