@@ -1,24 +1,29 @@
-// What `preview` writes: reports, pictures, videos and temporary files; and what it captures.
+// The parts of a run: reports, pictures, temporary and long-named files, messages, scripted events, the
+// module.
 #include <gmock/gmock.h>
 
 #include <windows.h>
 
-#include <rapidjson/document.h>
-
 #include <algorithm>
 #include <array>
 #include <filesystem>
+#include <ios>
 #include <optional>
 #include <random>
+#include <sstream>
 #include <thread>
 #include <vector>
 
 #include "base/file.h"
+#include "base/load_error.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_surface.h"
+#include "preview/host/host_window.h"
+#include "preview/host/input_events.h"
+#include "preview/host/module_library.h"
 #include "preview/host/staged_shader.h"
 #include "preview/view/frame_graph.h"
 #include "tests/support/process_census.h"
@@ -27,45 +32,33 @@
 namespace pixelforge::preview {
 namespace {
 
+using testing::DoubleNear;
 using testing::ElementsAre;
+using testing::FieldsAre;
 using testing::HasSubstr;
 
-TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
+TEST(Report, HasTheStatisticsOfFramesDrawnWithoutALoad) {
     std::vector<FrameRecord> frames = {{.result = FrameResult::Failed, .milliseconds = 900, .loading = true},
                                        {.result = FrameResult::Drawn, .milliseconds = 500, .loading = true},
                                        {.result = FrameResult::NothingDrawn, .milliseconds = 700}};
     for (int i = 198; i > 0; --i) {
         frames.push_back({.result = FrameResult::Drawn, .milliseconds = i + 0.0, .crc32 = 0xABu});
     }
-    const std::string json =
-        ReportJson({.shader = "C:\\a \"b\".json", .frames = frames, .debugLines = {"\xC3\xA4"}});
-    rapidjson::Document report;
-    ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
-    EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
-    EXPECT_STRNE(report["gl"]["version"].GetString(), "");
-    ASSERT_EQ(report["frames"].Size(), 201u);
-    EXPECT_TRUE(report["frames"][0]["loading"].GetBool());
-    EXPECT_EQ(report["frames"][2]["result"].GetInt(), 3);
-    EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
-    EXPECT_STREQ(report["debugOutput"][0].GetString(), "\xC3\xA4");
-    const rapidjson::Value& figures = report["statistics"];
-    for (const auto& [name, expected] : {std::pair("drawn", 199.0),
-                                         {"failed", 1.0},
-                                         {"measured", 198.0},
-                                         {"medianMilliseconds", 99.5},
-                                         {"percentile95Milliseconds", 189.0},
-                                         {"worstMilliseconds", 198.0},
-                                         {"framesPerSecond", 10.050}}) {
-        EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
-    }
+    EXPECT_THAT(Summarize(frames), FieldsAre(199, 1, 198, 99.5, 189.0, 198.0, DoubleNear(10.050, 0.001)));
+    EXPECT_THAT(Summarize(std::span(frames).last(20)),
+                FieldsAre(20, 0, 20, 10.5, 19.0, 20.0, DoubleNear(95.238, 0.001)))
+        << "a whole rank";
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
-    EXPECT_EQ(Summarize(std::span(frames).last(20)).percentile95Milliseconds, 19.0) << "a whole rank";
     EXPECT_EQ(Crc32(BytesOf("123456789")), 0xCBF43926u) << "as in PNG and ZIP files";
-    report.Parse(ReportJson({.failedPicks = {{{{12, "\xE4"}, "why"}}}}).c_str());
-    const rapidjson::Value& pick = report["failedPicks"][0];
-    EXPECT_EQ(pick["line"].GetInt(), 12);
-    EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
-    EXPECT_STREQ(pick["reason"].GetString(), "why");
+    const std::string json = ReportJson(
+        {.shader = "C:\\a \"b\".json", .frames = {frames[2], frames[200]}, .debugLines = {"\xC3\xA4", "b"}});
+    EXPECT_THAT(json, HasSubstr("{\n  \"shader\": \"C:\\\\a \\\"b\\\".json\",\n"));
+    EXPECT_THAT(json, HasSubstr(R"("result": 3,)"));
+    EXPECT_THAT(json, HasSubstr(R"("crc32": "000000ab")"));
+    EXPECT_THAT(json, testing::EndsWith("\"debugOutput\": [\n    \"\xC3\xA4\",\n    \"b\"\n  ]\n}\n"));
+    EXPECT_THAT(ReportJson({.failedPicks = {{{{12, "\xE4"}, "why"}}}}),
+                HasSubstr("\"line\": 12,\n      \"shader\": \"\xC3\xA4\",\n      \"reason\": \"why\"\n"));
+    EXPECT_FALSE(wglGetCurrentContext());
 }
 
 TEST(PngFile, FreesItsMemory) {
@@ -161,17 +154,30 @@ TEST(FilePaths, MayBeLongerThanTheSystemsLimit) {
     const std::wstring name(257, L'x');
     EXPECT_TRUE(LongPath(L"C:\\" + name).starts_with(L"\\\\?\\C:\\x"));
     EXPECT_TRUE(LongPath(L"\\\\s\\" + name).starts_with(L"\\\\?\\UNC\\s\\x"));
+    EXPECT_EQ(LongPath(L"\\\\?\\C:\\" + name), L"\\\\?\\C:\\" + name);
     EXPECT_FALSE(WorkingFolder(L"C:\\missing\\file.json").Entered()) << "to be reported";
+    const test::TempFolder folder;
+    const std::wstring file = folder.Path().wstring() + L"\\" + name.substr(57) + L"\\" + name.substr(57);
+    RequireWritable(file);
+    EXPECT_FALSE(IsExistingFile(file.c_str()));
+    WriteOutputFile(file, BytesOf("old"));
+    RequireWritable(file);
+    AppendToFile(file, BytesOf("er"));
+    EXPECT_EQ(ReadInputFile(file), "older");
+    const auto before = std::filesystem::current_path();
+    EXPECT_TRUE(WorkingFolder(folder.Path() / "").Entered());
+    EXPECT_EQ(std::filesystem::current_path(), before);
 }
 
 TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
     DebugCapture capture;
-    OutputDebugStringA("narrow ");
+    OutputDebugStringA("n\xE4rrow ");
     OutputDebugStringW(L"wide \u00E4\r");
     OutputDebugStringA("\n\nutf-8 \xC3\xA4\nunfin");
     OutputDebugStringA("");
     std::thread([] { OutputDebugStringW(L"ished"); }).join();
-    EXPECT_THAT(capture.Lines(), ElementsAre("narrow wide \xC3\xA4", "", "utf-8 \xC3\xA4", "unfinished"));
+    EXPECT_THAT(capture.Lines(),
+                ElementsAre("n\xC3\xA4rrow wide \xC3\xA4", "", "utf-8 \xC3\xA4", "unfinished"));
     capture.Clear();
     EXPECT_THAT(capture.Lines(), ElementsAre());
     const std::string text(20'000, 'x');
@@ -209,6 +215,44 @@ TEST(FrameGraph, MarksTimesAboveASixtiethOfASecond) {
     EXPECT_EQ(bottom(2), bottom(9)) << "the latest is on the right";
     EXPECT_TRUE(pixels.At(6, 53) != pixels.At(8, 53) && pixels.At(6, 52) == pixels.At(8, 52)) << "40 of 67";
     EXPECT_EQ(pixels.At(6, 80), pixels.At(0, 80)) << "the line of 60 frames a second, over the bars";
+}
+
+TEST(InputEvents, ArePostedInTheOrderOfFramesAsForAUser) {
+    EventPlayer player(ParseInputEvents(
+        "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
+        "6 button-up 1 2\n7 resize 640 360",
+        "f"));
+    HostWindow window(8, 8);
+    std::ostringstream posted;
+    for (const int frame : {0, 5, 19, 20}) {
+        player.Play(frame, window);
+        posted << std::dec << frame << std::hex << (GetKeyState('A') < 0 ? " held" : "") << ":";
+        for (MSG each; PeekMessageW(&each, window.Handle(), WM_KEYFIRST, WM_MOUSELAST, PM_REMOVE);) {
+            posted << " " << each.message << "," << each.wParam << "," << each.lParam;
+        }
+        posted << " " << window.ClientSize().cx << "; ";
+    }
+    EXPECT_EQ(posted.str(),
+              "0 held: 100,41,1e0001 8; 5 held: 200,0,28fffd 201,1,20001 8; "
+              "19 held: 202,0,20001 280; 20: 101,41,c01e0001 280; ");
+}
+
+TEST(ModuleLibrary, FailsWithoutTheModuleOrItsExports) {
+    for (const auto& [name, reason] :
+         {std::pair(L"missing.dll", "cannot load the module C:\\windows\\"),
+          {L"kernel32.dll", "the module does not export ModuleGetDescription"}}) {
+        EXPECT_THAT(FailureOf([&] { ModuleLibrary(std::wstring(L"C:\\windows\\system32\\") + name); }),
+                    testing::StartsWith(reason));
+    }
+}
+
+TEST(InputEvents, ReportAnInvalidLineByNumber) {
+    for (const char* line : {"x", "5", "5 jump 1", "-1 key-up 1", "1 key-up 256", "1 key-up", "1 key-up 1 2",
+                             "1 mouse-move 1 40000", "1 resize 0 4", "99999999999 key-up 1", "1 key-up 1x"}) {
+        EXPECT_THAT(FailureOf([&] { ParseInputEvents("\n0 key-down 1\n" + std::string(line), "in.txt"); }),
+                    HasSubstr("in.txt:3:"))
+            << line;
+    }
 }
 
 }  // namespace
