@@ -113,7 +113,7 @@ protected:
     std::string Readable(const std::string& text) const {
         const std::pair<const char*, const char*> replaced[] = {
             {"(controls are:|Usage:)[^]*", "$1 ..."},
-            {" *[0-9]+\\.[0-9]+", " #"},
+            {" *(?!0\\.0+[^0-9])[0-9]+\\.[0-9]+", " #"},
             {"[A-Z]:.*test [0-9-]+", "~"},
             {" \\([A-Z][^)]*\\)", " (why)"},
             {"((?:bad.glsl|Image):1:)[^\\\\\n]*|(once.glsl:1:).*\n.*", "$1$2 why"},
@@ -292,7 +292,7 @@ TEST(Options, HaveDefaultsAndImplyOthers) {
     }
     const Options set = Parse("a.json --window --set Speed=0.1 --frames 7 --monitor 64 --scale 0.0625");
     EXPECT_TRUE(!set.realTime && set.frames == 7 && set.monitor == 64);
-    EXPECT_EQ(Parse("--set Speed=0 a.json --video -").settings.size(), 1u);
+    EXPECT_EQ(Parse("--set X=0 --set Speed=0 a.json --video -").settings.size(), 2u);
     EXPECT_EQ(Parse("--playlist l --fullscreen --every 86400").secondsPerPick, 86400);
     EXPECT_THAT(
         Parse("a.json --set X=4 --tiles 3x32 --foreground").settings,
