@@ -3,8 +3,11 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <map>
+#include <regex>
 #include <sstream>
 
 #include "base/bitmap.h"
@@ -13,7 +16,6 @@
 #include "media/image_decoder.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_error.h"
-#include "preview/host/input_events.h"
 #include "preview/host/module_library.h"
 #include "preview/options.h"
 #include "tests/support/temp_file.h"
@@ -31,59 +33,56 @@ using std::filesystem::path;
 constexpr const char* kColumns =
     "void mainImage(out vec4 c, in vec2 p) {\n"
     "c = p.y < iResolution.y - 1. || p.x > 6. && iFrame > 0 ? vec4(0) : p.x < 1. ? vec4(1, 0, 0, 1)\n"
-    "    : vec4(p.x < 4. || p.x > 6. ? 1. : .5); }\n";
-
-struct Row {
-    const char* arguments;
-    DWORD status;
-    const char* words;
-
-    /// Name, and the upper row of a picture or a part of another file; null if it must not exist.
-    std::vector<std::pair<const char*, const char*>> files = {};
-};
+    "    : vec4(p.x < 4. || p.x > 6. ? 1. : .2); }\n";
 
 class CommandLine : public testing::Test {
 protected:
     CommandLine() {
         folder_.Write("a.glsl", kColumns);
         folder_.Write("rgb.glsl",
-                      "\xEF\xBB\xBFvoid mainImage(out vec4 c, in vec2 p) { float right = float(p.x > 2.);\n"
-                      "c = p.y > 2. ? vec4(1. - right, 0, right, 1) : vec4(right, 1, right, 1); }");
+                      "\xEF\xBB\xBFvoid mainImage(out vec4 c, in vec2 p) { float right = float(p.x > 1.);\n"
+                      "c = p.y > 1. ? vec4(1. - right, 0, right, 1) : vec4(right, 1, right, 1); }");
         folder_.Write("kept.png", "kept");
         folder_.Write("x.glsl", "//@ x");
-        folder_.Write("w.glsl", "//@ iChannel0 kept.png\n" + std::string(kColumns));
+        folder_.Write("w.glsl",
+                      "//@ iChannel0 kept.png\n#if 0\n#include \"no\"\n#endif\n" + std::string(kColumns));
         folder_.Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
         folder_.Write("mouse.glsl",
                       "void mainImage(out vec4 c, in vec2 p) { ivec2 at = ivec2(iMouse.xy);\n"
                       "c = int(p.x) == at.x ? vec4(1) : vec4(int(p.x) == at.y, 0, 0, 1); }");
         folder_.Write("mouse", "1 button-down 1 1\n2 mouse-move 2 3");
         folder_.Write("resize", "1 resize 16 4");
+        folder_.Write("frame-00001.png", kColumns);  // until the first frame is written
+        folder_.Write("once.glsl", "#include \"frame-00001.png\"\n");
         folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
         folder_.Write("list", "p.json\nunended");
-        folder_.Write("n", "no.json\n");
+        folder_.Write("n", "bad.json\nbad.json\nbad.json\nbad.json\n");
         std::filesystem::create_directories(File("s/lib"));
         folder_.Write("s/lib/i.glsl", "#define WHITE vec4(1)\n");
         folder_.Write("s/beside.glsl", "void mainImage(out vec4 c, in vec2 p) { c = WHITE; }\n");
+        folder_.Write("s/lib/bad.glsl", Text("bad.glsl"));
+        folder_.Write("s/e.glsl", "#include \"bad.glsl\"\n");
         folder_.Write("s/u.glsl", "#include \"i.glsl\"\n#include \"beside.glsl\"\n");
-        SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", L"lib");
     }
-    ~CommandLine() override {
-        End(1);
-        SetEnvironmentVariableW(L"FOLDER_SHADERINCLUDE", nullptr);
-    }
+    ~CommandLine() override { End(1); }
 
     path File(const char* name) const { return folder_.Path() / name; }
     std::string Text(const char* name) const { return test::ContentOf(File(name)); }
 
-    /// Standard output goes to the other end of `output`, or with the errors to the file "words".
+    UniqueKernelHandle Inherited(const char* name) {
+        return AdoptFileHandle(CreateFileW(File(name).c_str(), FILE_APPEND_DATA, FILE_SHARE_READ, &inherited_,
+                                           CREATE_ALWAYS, 0, nullptr));
+    }
+
+    /// Standard output goes to the other end of `output` or to a file, standard error to another.
     void Start(const std::string& arguments, HANDLE output = nullptr) {
-        words_ = AdoptFileHandle(CreateFileW(File("words").c_str(), FILE_APPEND_DATA, FILE_SHARE_READ,
-                                             &inherited_, CREATE_ALWAYS, 0, nullptr));
+        const UniqueKernelHandle errors = Inherited("errors");
+        const UniqueKernelHandle summary = Inherited("summary");
         STARTUPINFOW startup = {};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdError = words_.Get();
-        startup.hStdOutput = output ? output : words_.Get();
+        startup.hStdError = errors.Get();
+        startup.hStdOutput = output ? output : summary.Get();
         const path program = path(ModulePathBesideProgram()).replace_filename("preview.exe");
         std::wstring line = L"preview " + FromUtf8(arguments);
         PROCESS_INFORMATION process = {};
@@ -93,23 +92,10 @@ protected:
         CloseHandle(process.hThread);
     }
 
-    /// Starts the program, which has then drawn its first frame and waits for the reader of the video.
-    void StartPiped(const std::string& arguments) {
-        HANDLE reader = nullptr;
-        HANDLE writer = nullptr;
-        ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited_, 1024));
-        SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
-        reader_ = UniqueKernelHandle(reader);
-        Start(arguments + " --size 64x64 --video -", writer);
-        CloseHandle(writer);
-        EXPECT_TRUE(Read());
-    }
-    bool Read() {
-        char bytes[16];
-        DWORD got = 0;
-        ReadFile(reader_.Get(), bytes, sizeof bytes, &got, nullptr);
-        piped_ += got;
-        return got > 0;
+    void WaitFor(const char* file, const char* words) {
+        for (int i = 0; i < 600 && Text(file).find(words) == std::string::npos; ++i) {
+            Sleep(100);
+        }
     }
 
     DWORD End(DWORD patience = 60'000) {
@@ -119,8 +105,51 @@ protected:
         }
         GetExitCodeProcess(process_.Get(), &status);
         process_ = {};
-        words_ = {};
         return status;
+    }
+
+    /// Without what varies or is not ours (times, folders, texts of system and driver) and line breaks before
+    /// JSON's brackets and names. The summary of a run becomes <picture, size, measured frames>.
+    std::string Readable(const std::string& text) const {
+        const std::pair<const char*, const char*> replaced[] = {
+            {"(controls are:|Usage:)[^]*", "$1 ..."},
+            {" *(?!0\\.0+[^0-9])[0-9]+\\.[0-9]+", " #"},
+            {"[A-Z]:.*test [0-9-]+", "~"},
+            {" \\([A-Z][^)]*\\)", " (why)"},
+            {"((?:bad.glsl|Image):1:)[^\\\\\n]*|(once.glsl:1:).*\n.*", "$1$2 why"},
+            {"(n:|\"line\": )[1-4]", "$1"},
+            {"(n:: .*\n(?:bad.*\ncannot.*\n)?)\\1\\1", "three times $1"},
+            {"(version|renderer|vendor)\": \".+\"", "$1\": \"...\""},
+            {"\n *([{}\\[\\]\"])", "$1"},
+            {"preview: (.*): plain shader, used as the Image pass\n", "(plain $1) "},
+            {"picture     (.*)\nframe size  (.*)\nframe rate # frames per second \\(median of (.*)\\)\n",
+             "<$1, $2, $3>\n"},
+            {"(^|\n| )%$", ""}};
+        std::string readable = text;
+        for (const auto& [pattern, replacement] : replaced) {
+            readable = std::regex_replace(readable, std::regex(pattern), replacement);
+        }
+        return readable;
+    }
+
+    /// The content of a file of any kind; "%" ends a text without a line break.
+    std::string Shown(const std::string& name) const {
+        const std::string text = Text(name.c_str());
+        return name.ends_with(".png")         ? UpperRow(name.c_str())
+               : text.starts_with("YUV4MPEG") ? testing::PrintToString(text)
+                                              : Readable(text + "%");
+    }
+
+    /// Those of the folder with their names.
+    std::map<std::string, std::string> Files() const {
+        std::map<std::string, std::string> files;
+        for (const auto& entry : std::filesystem::recursive_directory_iterator(folder_.Path())) {
+            const std::string name = entry.path().lexically_relative(folder_.Path()).generic_string();
+            if (entry.is_regular_file() && name != "errors" && name != "summary") {
+                files[name] = Shown(name);
+            }
+        }
+        return files;
     }
 
     /// The upper row: W white, B black, R bright red, otherwise "."
@@ -138,187 +167,137 @@ protected:
 
     const test::TempFolder folder_;
     UniqueKernelHandle process_;
-    UniqueKernelHandle words_;
-    UniqueKernelHandle reader_;
     SECURITY_ATTRIBUTES inherited_ = {sizeof inherited_, nullptr, TRUE};
-    DWORD piped_ = 0;
 };
 
-/// Arguments and a part of the message.
+/// A part of the message and the arguments that cause it.
 const std::pair<const char*, const char*> kWrongUsage[] = {
-    {"a.glsl --no-such", "--no-such"},
-    {"a.glsl --playlist list", "specify only one of"},
-    {"--id abcdefghijklmnopqrst", "--id"},
-    {"--forget \xE4\xB8\xAD", "--forget"},
-    {"a.glsl --size 64", "\"64\" is not of the form WxH"},
-    {"a.glsl --size 0x48", "\"0x48\""},
-    {"a.glsl --size 64x48x2", "\"64x48x2\""},
-    {"a.glsl --size 64x16385", "16384"},
-    {"a.glsl --frames 0", "--frames"},
-    {"a.glsl --levels 766", "--levels"},
-    {"a.glsl --set Speed", "Label=value"},
-    {"a.glsl --tiles 33x1", "32"},
-    {"a.glsl --window --bench", "--bench"},
-    {"a.glsl --scale 0.5", "--scale"},
-    {"a.glsl --window --scale 4.1", "--scale"},
-    {"a.glsl --window --scale 0.06", "--scale"},
-    {"a.glsl --window --scale nan", "--scale"},
-    {"a.glsl --monitor 1", "--monitor"},
-    {"a.glsl --real-time --set Speed=0.1", "--real-time"},
-    {"a.glsl --window --report r.json", "only for a --playlist"},
-    {"a.glsl --window --every 1", "--every"},
-    {"--playlist list --window --every 0", "--every"},
-    {"--playlist list --watch", "shader file"},
-    {"a.glsl --video v --size 64x47", "even"},
-    {"a.glsl --video v --real-time", "--video"},
-    {"a.glsl --rate 30", "--rate"},
-    {"a.glsl --pack a.glsl", ".json"},
-    {"a.glsl --pack b.json --check", "--pack"},
-    {"--id i --pack b.json", "--pack"}};
+    {"--no-such", "a --no-such"},
+    {"specify only one of shader file, --playlist and --id", "a --playlist l; --playlist l --id i"},
+    {"is not an identifier of at most 19 char", "--id abcdefghijklmnopqrst; --forget \xE4\xB8\xAD"},
+    {"WxH with numbers from 1 to 16384", "a --size 64; a --size 0x48; a --size 64x48x2; a --size 64x16385"},
+    {"--tiles: \"33x1\" is not of the form XxY with numbers from 1 to 32", "a --tiles 33x1"},
+    {"not in range 1 to 10000000", "a --frames 0; a --frames 10000001"},
+    {"not in range 1 to 765", "a --levels 766"},
+    {"not in range 1 to 64", "a --window --monitor 65"},
+    {"not in range 1 to 86400", "--playlist l --window --every 86401"},
+    {"not in range 1 to 1000", "a --video v --rate 1001"},
+    {"\" is not of the form Label=value", "a --set Speed; a --set =1"},
+    {" cannot be combined with --window, --fullscreen or --watch",
+     "a --window --bench; a --watch --check; a --fullscreen --info; a --window --video v; a --window "
+     "--frames-dir d"},
+    {"--report can be combined with --window only for a --playlist", "a --window --report r"},
+    {" needs --window, --fullscreen or --watch", "a --monitor 1; a --scale 0.5"},
+    {"--scale: the number must be from 0.0625 to 4",
+     "a --window --scale 4.1; a --window --scale 0.06; a --window --scale nan"},
+    {"--every needs --playlist and --window", "a --window --every 1; --playlist l --every 1"},
+    {" needs a shader file", "--playlist l --watch; --id i --pack b.json"},
+    {"--real-time cannot be combined with --set \"Speed=...\" or --video",
+     "a --real-time --set Speed=0.1; a --video v --real-time"},
+    {"--video needs an even width and height", "a --video v --size 64x47; a --video v --size 63x48"},
+    {"--rate needs --video", "a --rate 30"},
+    {"--pack needs a name that ends in .json, and allows no other option",
+     "a --pack a; a --pack b.json --check"}};
 
-/// The start of a video of "rgb.glsl": the Y, Cb and Cr of the colour cube's corners in limited range.
-constexpr const char* kVideo =
-    "YUV4MPEG2 W4 H4 F25:1 Ip A1:1 C420jpeg XCOLORRANGE=LIMITED XMATRIX=BT.601\nFRAME\n"
-    "\x51\x51\x29\x29\x51\x51\x29\x29\x91\x91\xEB\xEB\x91\x91\xEB\xEB"
-    "\x5A\xF0\x36\x80\xF0\x6E\x22\x80"
-    "FRAME\n\x51";
-
-const Row kRuns[] = {
-    {"", 2, "specify a shader file"},
-    {"--help", 0, "Usage: preview"},
-    {"missing.json", 2, "cannot read"},
-    {"--forget ..", 2, "not a shader identifier"},
-    {"a.glsl --include missing", 2, "missing: not a folder"},
-    {"a.glsl --set \"No Label=1\"", 2, "No Label"},
-    {"a.glsl --tiles 2x1 --levels 64", 2, "cannot be combined with tiles"},
-    {"a.glsl --tiles 1x2 --foreground", 2, "cannot be combined with tiles"},
-    {"a.glsl --events missing", 2, "cannot read"},
-    {"a.glsl --window --monitor 9", 2, "no monitor 9"},
-    {"a.glsl --png Q:/p.png", 2, "cannot write Q:"},
-    {"a.glsl --png \"\"", 2, "--png: the value is empty"},
-    {"a.glsl --png A.GLSL", 2, "overwrite", {{"a.glsl", "mainImage"}}},
-    {"a.glsl --events keys --report Keys", 2, "overwrite", {{"keys", "key-down"}}},
-    {"a.glsl --png p --report P", 2, "overwrite"},
-    {"a.glsl --report kept.png/r.json", 2, "kept.png"},
-    {"a.glsl --frames-dir kept.png", 2, "kept.png"},
-    {"a.glsl --video made/v.y4m --png Q:/p.png", 2, "cannot write Q:", {{"made/v.y4m", nullptr}}},
-    {"--forget neverloaded", 0, "nothing: neverloaded is not in the cache"},
-    {"a.glsl --pack p.json", 0, "document    p.json", {{"p.json", "mainImage"}, {"p.json", "\n}\n"}}},
-    {"p.json --pack P.json", 2, "overwrite", {{"p.json", "mainImage"}}},
-    {"x.glsl --check --report r.json --png x.png", 1, "drawn\n", {{"r.json", "word"}, {"x.png", nullptr}}},
-    {"x.glsl --pack x.json", 1, "x.glsl:1:5: error", {{"x.json", nullptr}}},
-    {"bad.glsl --check --report r.json", 1, "bad.glsl:1:", {{"r.json", "\"exitStatus\": 1"}}},
-    {"--playlist n --window --frames 1 --report r.json", 1, "1 shaders:\nn:1: no", {{"r.json", "no.json"}}},
-    {"bad.glsl --size 8x8 --window --frames 2 --png n.png", 1, "bad.glsl:1:", {{"n.png", nullptr}}},
-    {"mouse.glsl --size 8x8 --frames 3 --events mouse --png p.png", 0, "p.png", {{"p.png", "BBWBBRBB"}}},
-    {"a.glsl --check", 0, "the module ignores \"lib\": not a folder"},
-    {"a.glsl --info", 0, "Shader"},
-    {"--playlist list --size 8x8 --frames 1 --png p.png", 0, "list:2:1: warning", {{"p.png", "RWWW..WW"}}},
-    {"a.glsl --frames 2 --report d/e/r.json", 0, "picture     none", {{"d/e/r.json", "\"drawn\": 2"}}},
-    {"a.glsl --frames 2 --frames-dir f", 0, "", {{"f/frame-00001.png", "W"}, {"f/frame-00002.png", "W"}}},
-    {"a.glsl --size 8x8 --frames 3 --levels 64 --png p.png", 0, "p.png", {{"p.png", ".WWW..BB"}}},
-    {"a.glsl --size 8x8 --frames 3 --foreground --png p.png", 0, "p.png", {{"p.png", "RWWW...."}}},
-    {"a.glsl --size 8x8 --frames 3 --tiles 2x1 --png p.png", 0, "p.png", {{"p.png", "RW.BRW.B"}}},
-    {"a.glsl --size 8x8 --frames 3 --tiles 2x1 --mirror --png p.png", 0, "p.png", {{"p.png", "RW.BBB.W"}}},
-    {"rgb.glsl --size 4x4 --frames 2 --video v.y4m --rate 25", 0, "none", {{"v.y4m", kVideo}}},
-    {"w.glsl --size 8x8 --frames 2 --video v.y4m --events resize", 1,
-     "stays empty: kept.png: not a picture that the system can decode\npreview: --video: the frame size"},
-    {"a.glsl --size 8x8 --frames 2 --bench --events resize --png g.png", 0, "16 x 4", {{"g.png", "...."}}},
-    {"s/u.glsl --size 8x8 --window --frames 8 --events keys --png w.png",
-     0,
-     "plain shader",
-     {{"u-2.png", nullptr}, {"u-6.png", "W"}, {"w.png", "W"}}}};
+Options Parse(const std::string& text) {
+    std::istringstream words(text);
+    return ParseOptions({std::istream_iterator<std::string>(words), {}});
+}
 
 TEST(Options, RejectWrongUsageWithAReason) {
-    for (const auto& [text, reason] : kWrongUsage) {
-        std::istringstream words(text);
-        const std::vector<std::string> arguments(std::istream_iterator<std::string>(words), {});
-        EXPECT_THAT(
-            [&] { ParseOptions(arguments); },
-            testing::Throws<HostError>(AllOf(testing::Property(&HostError::Status, ExitStatus::WrongUsage),
-                                             testing::Property(&HostError::what, HasSubstr(reason)))))
-            << text;
-    }
-}
-
-TEST_F(CommandLine, EndsWithTheExpectedStatusMessageAndFiles) {
-    for (const Row& row : kRuns) {
-        SCOPED_TRACE(row.arguments);
-        Start(row.arguments);
-        EXPECT_EQ(End(), row.status);
-        EXPECT_THAT(Text("words"), HasSubstr(row.words));
-        for (const auto& [name, content] : row.files) {
-            const bool exists = std::filesystem::is_regular_file(File(name));
-            const bool isPicture = path(name).extension() == ".png";
-            EXPECT_EQ(exists, content != nullptr) << name;
-            EXPECT_THAT(exists && isPicture ? UpperRow(name) : Text(name), HasSubstr(content ? content : ""));
+    for (const auto& [reason, lines] : kWrongUsage) {
+        std::istringstream separated(lines);
+        for (std::string line; std::getline(separated, line, ';');) {
+            EXPECT_THAT(FailureOf([&] { Parse(line); }), HasSubstr(reason)) << line;
         }
     }
+    EXPECT_THROW(ParseOptions({"--id", "a\nb"}), HostError) << "two lines of a playlist";
 }
 
-TEST_F(CommandLine, FailsIfOnlySomeFramesAreDrawn) {
-    folder_.Write("i.glsl", "vec4 f() { return vec4(1); }\n");
-    folder_.Write("uses.glsl", "#include \"i.glsl\"\nvoid mainImage(out vec4 c, in vec2 p) { c = f(); }\n");
-    StartPiped("uses.glsl --frames 4 --events resize");
-    std::filesystem::remove(File("i.glsl"));
-    while (Read()) {
+/// "[FOLDER_SHADERINCLUDE] arguments => status [changed file: content] (standard output) (standard error)"
+TEST_F(CommandLine, PrintsAndWritesWhatTheTranscriptSays) {
+    const path transcript = PIXELFORGE_SOURCE_DIR "/tests/preview/runs.txt";
+    const std::regex run("((?:\\[(.*)\\] )?(.*) => ).*");
+    std::istringstream lines(test::ContentOf(transcript));
+    std::string actual;
+    for (std::string line; std::getline(lines, line);) {
+        if (std::smatch words; std::regex_match(line, words, run)) {
+            SetEnvironmentVariableA("FOLDER_SHADERINCLUDE",
+                                    words[2].matched ? words.str(2).c_str() : nullptr);
+            const auto before = Files();
+            Start(words.str(3));
+            actual += words.str(1) + std::to_string(End());
+            const auto after = Files();
+            std::vector<std::pair<std::string, std::string>> changed;
+            std::ranges::set_difference(after, before, std::back_inserter(changed));
+            for (const auto& [name, content] : changed) {
+                actual += " [" + name + ": " + content + "]";
+            }
+            actual += " (" + Shown("summary") + ") (" + Shown("errors") + ")\n";
+        }
     }
-    EXPECT_EQ(End(), 1U);
-    EXPECT_THAT(Text("words"), HasSubstr("3 frames failed"));
+    EXPECT_EQ(actual, test::ContentOf(transcript));
 }
 
-TEST_F(CommandLine, PipesOnlyTheVideoUntilItsReaderEnds) {
-    StartPiped("a.glsl --frames 3 --info --bench");
-    while (Read()) {
-    }
+TEST_F(CommandLine, ReloadsAChangedShaderWithItsOwnMessages) {
+    Start("w.glsl --size 8x8 --watch --frames 300");
+    WaitFor("errors", "loaded");
+    folder_.Write("w.glsl", "//@ iChannel1 kept.png\n" + std::string(kColumns));
+    WaitFor("errors", "reloading");
     EXPECT_EQ(End(), 0U);
-    EXPECT_EQ(piped_, 76 + 3 * (6 + 64 * 64 * 3 / 2)) << "a header and three frames";
-    EXPECT_THAT(Text("words"), HasSubstr("\nwhole frame"));
-    StartPiped("a.glsl --frames 10000000");
-    reader_ = {};
-    EXPECT_EQ(End(), 1U);
-    EXPECT_THAT(Text("words"), HasSubstr("has ended"));
+    const std::string empty =
+        " stays empty: kept.png: not a picture that the system can decode\npreview: w.glsl: ";
+    EXPECT_EQ(Shown("errors"),
+              "(plain w.glsl) w.glsl:3:1: warning: no include file \"no\"; looked for no; no include folder "
+              "is set\nw.glsl:1:1: warning: iChannel0" +
+                  empty + "loaded\npreview: w.glsl: reloading\nw.glsl:1:1: warning: iChannel1" + empty +
+                  "loaded");
 }
 
-TEST_F(CommandLine, RemovesItsFilesIfItCrashes) {
-    const std::string mark = "// " + std::to_string(GetCurrentProcessId());
-    folder_.Write("c.glsl", mark + "\n" + kColumns);
-    const auto staged = [&] {
-        std::size_t count = 0;
-        std::error_code none;  // The last program that ends removes the folder.
-        for (const auto& entry : std::filesystem::directory_iterator("D:\\Moonreel", none)) {
-            FailureOf([&] { count += ReadInputFile(entry.path()).find(mark) != std::string::npos; });
-        }
-        return count;
-    };
-    StartPiped("c.glsl --frames 1000");
-    EXPECT_EQ(staged(), 1U);
+TEST_F(CommandLine, EndsWithTheReaderOfItsVideo) {
+    HANDLE reader = nullptr;
+    HANDLE writer = nullptr;
+    ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited_, 1024));
+    SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
+    Start("a.glsl --frames 10000000 --size 64x64 --video -", writer);
+    CloseHandle(writer);
+    CloseHandle(reader);
+    EXPECT_EQ(End(), 1U);
+    EXPECT_EQ(Shown("errors"),
+              "(plain a.glsl) preview: --video: the program that reads standard output has ended");
+}
+
+TEST_F(CommandLine, SaysThatTheModuleCrashed) {
+    Start("a.glsl --size 8x8 --frames 1000000 --frames-dir f");
+    WaitFor("f/frame-00001.png", "PNG");
     const UniqueKernelHandle thread(
         CreateRemoteThread(process_.Get(), nullptr, 0, nullptr, nullptr, 0, nullptr));
     EXPECT_EQ(End(), 1U);
-    EXPECT_THAT(Text("words"), HasSubstr("the module crashed (exception 0xC0000005)"));
-    EXPECT_EQ(staged(), 0U);
+    EXPECT_EQ(Shown("errors"), "(plain a.glsl) preview: the module crashed (exception 0xC0000005)");
 }
 
-TEST(Options, ImplyOtherOptions) {
-    const Options check = ParseOptions({"a.json", "--check"});
-    EXPECT_TRUE(check.frames == 1 && check.size.cx == 64 && check.framesPerSecond == 60);
-    EXPECT_EQ(ParseOptions({"a.json", "--info"}).frames, 1);
-    EXPECT_EQ(ParseOptions({"a.json", "--mirror"}).settings.at(0).value, "true");
-    EXPECT_EQ(ParseOptions({"/a.json", "--check", "--size", "8x8"}).size.cx, 8);
+TEST(Options, HaveDefaultsAndImplyOthers) {
+    const Options plain = Parse("a.json --video - --set X=1=2");
+    EXPECT_TRUE(plain.frames == 60 && plain.size.cx == 1280 && plain.size.cy == 720 && !plain.realTime);
+    EXPECT_THAT(plain.settings, ElementsAre(FieldsAre("X", "1=2"), FieldsAre("Speed", "0.0166666667")));
+    const Options check = Parse("/a.json --check");
+    EXPECT_TRUE(check.frames == 1 && check.size.cx == 64 && check.size.cy == 36);
+    EXPECT_EQ(Parse("a.json --info").frames, 1);
+    EXPECT_EQ(Parse("a.json --mirror").settings.at(0).value, "true");
+    EXPECT_EQ(Parse("a.json --check --size 8x8").size.cx, 8);
+    EXPECT_EQ(CommandOf(Parse("--id abcdefghijklmnopqrs")), "preview --id abcdefghijklmnopqrs");
     for (const char* implied : {"--watch", "--fullscreen", "--window"}) {
-        const Options view = ParseOptions({"a.json", implied});
-        EXPECT_TRUE(view.window && view.realTime && view.frames == 0) << implied;
+        const Options view = Parse(std::string("a.json --scale 4 ") + implied);
+        EXPECT_TRUE(view.window && view.realTime && view.frames == 0 && view.scale == 4.0) << implied;
     }
-    const Options set = ParseOptions({"a.json", "--window", "--set", "Speed=0.1", "--frames", "7"});
-    EXPECT_TRUE(!set.realTime && set.frames == 7);
-    EXPECT_FALSE(ParseOptions({"a.json"}).realTime);
-    EXPECT_EQ(ParseOptions({"a.json", "--video", "-", "--rate", "25"}).settings[0].value, "0.04");
-    EXPECT_EQ(ParseOptions({"--set", "Speed=0", "a.json", "--video", "-"}).settings.size(), 1u);
+    const Options set = Parse("a.json --window --set Speed=0.1 --frames 7 --monitor 64 --scale 0.0625");
+    EXPECT_TRUE(!set.realTime && set.frames == 7 && set.monitor == 64);
+    EXPECT_EQ(Parse("--set X=0 --set Speed=0 a.json --video -").settings.size(), 2u);
+    EXPECT_EQ(Parse("--playlist l --fullscreen --every 86400").secondsPerPick, 86400);
     EXPECT_THAT(
-        ParseOptions({"a.json", "--set", "X Tiling=4", "--tiles", "3x2", "--foreground"}).settings,
-        ElementsAre(FieldsAre("X Tiling", "3"), FieldsAre("Y Tiling", "2"), FieldsAre("Mirroring", "false"),
-                    FieldsAre("Foreground Only", "true"), FieldsAre("X Tiling", "4")));
+        Parse("a.json --set X=4 --tiles 3x32 --foreground").settings,
+        ElementsAre(FieldsAre("X Tiling", "3"), FieldsAre("Y Tiling", "32"), FieldsAre("Mirroring", "false"),
+                    FieldsAre("Foreground Only", "true"), FieldsAre("X", "4")));
 }
 
 TEST(Options, OpenADroppedFile) {
@@ -334,7 +313,9 @@ TEST(Options, OpenADroppedFile) {
                  {shown, L"c.txt", "a", "the playlist has no line"},
                  {shown, L"c.PNG", "a", "a picture needs a shader"},
                  {shown, L"missing.json", nullptr, "cannot read"},
-                 {{"a.json"}, L"c.jpeg", "", "preview a.json", "c.jpeg"}};
+                 {{"a.json"}, L"c.jpeg", "", "preview a.json", "c.jpeg"},
+                 {{"a.json"}, L"c.bmp", "", "preview a.json", "c.bmp"},
+                 {{"a.json"}, L"c.tif", "", "preview a.json", "c.tif"}};
     for (const auto& [options, name, bytes, words, picture] : cases) {
         if (bytes) {
             WriteOutputFile(name, BytesOf(bytes));
@@ -350,25 +331,6 @@ TEST(Options, OpenADroppedFile) {
         EXPECT_EQ(next.picturePath, picture);
         EXPECT_EQ(next.scale == 0.5 && next.size.cx == 7, failure.empty());
         std::filesystem::remove(name);
-    }
-}
-
-TEST(InputEvents, AreSortedByFrame) {
-    const auto events = ParseInputEvents(
-        "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
-        "6 button-up 1 2\n7 resize 640 360",
-        "f");
-    EXPECT_THAT(events, ElementsAre(FieldsAre(0, WM_KEYDOWN, 65, 0), FieldsAre(5, WM_MOUSEMOVE, -3, 40),
-                                    FieldsAre(5, WM_LBUTTONDOWN, 1, 2), FieldsAre(6, WM_LBUTTONUP, 1, 2),
-                                    FieldsAre(7, WM_SIZE, 640, 360), FieldsAre(20, WM_KEYUP, 65, 0)));
-}
-
-TEST(InputEvents, ReportAnInvalidLineByNumber) {
-    for (const char* line : {"x", "5", "5 jump 1", "-1 key-up 1", "1 key-up 256", "1 key-up", "1 key-up 1 2",
-                             "1 mouse-move 1 40000", "1 resize 0 4", "99999999999 key-up 1", "1 key-up 1x"}) {
-        EXPECT_THAT([&] { ParseInputEvents("\n0 key-down 1\n" + std::string(line), "in.txt"); },
-                    testing::ThrowsMessage<HostError>(HasSubstr("in.txt:3:")))
-            << line;
     }
 }
 

@@ -1,24 +1,28 @@
-// What `preview` writes: reports, pictures, videos and temporary files; and what it captures.
+// The parts of a run: reports, pictures, temporary and long-named files, messages, scripted events, the
+// module.
 #include <gmock/gmock.h>
 
 #include <windows.h>
 
-#include <rapidjson/document.h>
-
 #include <algorithm>
-#include <array>
 #include <filesystem>
+#include <ios>
 #include <optional>
 #include <random>
+#include <sstream>
 #include <thread>
 #include <vector>
 
 #include "base/file.h"
+#include "base/load_error.h"
 #include "preview/documents/opened_shader.h"
 #include "preview/frame_run.h"
 #include "preview/host/debug_capture.h"
 #include "preview/host/file_paths.h"
 #include "preview/host/host_surface.h"
+#include "preview/host/host_window.h"
+#include "preview/host/input_events.h"
+#include "preview/host/module_library.h"
 #include "preview/host/staged_shader.h"
 #include "tests/support/process_census.h"
 #include "tests/support/temp_file.h"
@@ -29,7 +33,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
+TEST(Report, HasTheStatisticsOfFramesDrawnWithoutALoad) {
     std::vector<FrameRecord> frames = {{.result = FrameResult::Failed, .milliseconds = 900, .loading = true},
                                        {.result = FrameResult::Drawn, .milliseconds = 500, .loading = true},
                                        {.result = FrameResult::NothingDrawn, .milliseconds = 700}};
@@ -37,34 +41,20 @@ TEST(Report, HoldsEveryFrameAndLineAndTheStatisticsOfFramesDrawnWithoutALoad) {
         frames.push_back({.result = FrameResult::Drawn, .milliseconds = i + 0.0, .crc32 = 0xABu});
     }
     const std::string json =
-        ReportJson({.shader = "C:\\a \"b\".json", .frames = frames, .debugLines = {"\xC3\xA4"}});
-    rapidjson::Document report;
-    ASSERT_FALSE(report.Parse(json.c_str()).HasParseError()) << json;
-    EXPECT_STREQ(report["shader"].GetString(), "C:\\a \"b\".json");
-    EXPECT_STRNE(report["gl"]["version"].GetString(), "");
-    ASSERT_EQ(report["frames"].Size(), 201u);
-    EXPECT_TRUE(report["frames"][0]["loading"].GetBool());
-    EXPECT_EQ(report["frames"][2]["result"].GetInt(), 3);
-    EXPECT_STREQ(report["frames"][3]["crc32"].GetString(), "000000ab");
-    EXPECT_STREQ(report["debugOutput"][0].GetString(), "\xC3\xA4");
-    const rapidjson::Value& figures = report["statistics"];
-    for (const auto& [name, expected] : {std::pair("drawn", 199.0),
-                                         {"failed", 1.0},
-                                         {"measured", 198.0},
-                                         {"medianMilliseconds", 99.5},
-                                         {"percentile95Milliseconds", 189.0},
-                                         {"worstMilliseconds", 198.0},
-                                         {"framesPerSecond", 10.050}}) {
-        EXPECT_NEAR(figures[name].GetDouble(), expected, 0.001) << name;
-    }
+        ReportJson({.shader = "C:\\a \"b\".json", .frames = frames, .debugLines = {"\xC3\xA4", "b"}});
+    EXPECT_THAT(json, testing::StartsWith("{\n  \"shader\": \"C:\\\\a \\\"b\\\".json\",\n"));
+    EXPECT_THAT(json,
+                HasSubstr("\"drawn\": 199,\n    \"failed\": 1,\n    \"measured\": 198,\n"
+                          "    \"medianMilliseconds\": 99.5,\n    \"percentile95Milliseconds\": 189.0,\n"
+                          "    \"worstMilliseconds\": 198.0,\n    \"framesPerSecond\": 10.0502\n"));
+    EXPECT_THAT(json, AllOf(HasSubstr(R"("result": 3,)"), HasSubstr(R"("crc32": "000000ab")")));
+    EXPECT_THAT(json, testing::EndsWith("\"debugOutput\": [\n    \"\xC3\xA4\",\n    \"b\"\n  ]\n}\n"));
     EXPECT_EQ(Summarize({}).worstMilliseconds, 0.0);
     EXPECT_EQ(Summarize(std::span(frames).last(20)).percentile95Milliseconds, 19.0) << "a whole rank";
     EXPECT_EQ(Crc32(BytesOf("123456789")), 0xCBF43926u) << "as in PNG and ZIP files";
-    report.Parse(ReportJson({.failedPicks = {{{{12, "\xE4"}, "why"}}}}).c_str());
-    const rapidjson::Value& pick = report["failedPicks"][0];
-    EXPECT_EQ(pick["line"].GetInt(), 12);
-    EXPECT_STREQ(pick["shader"].GetString(), "\xC3\xA4");
-    EXPECT_STREQ(pick["reason"].GetString(), "why");
+    EXPECT_THAT(ReportJson({.failedPicks = {{{{12, "\xE4"}, "why"}}}}),
+                HasSubstr("\"line\": 12,\n      \"shader\": \"\xC3\xA4\",\n      \"reason\": \"why\"\n"));
+    EXPECT_FALSE(wglGetCurrentContext());
 }
 
 TEST(PngFile, FreesItsMemory) {
@@ -82,7 +72,7 @@ TEST(PngFile, FreesItsMemory) {
 TEST(StagedShader, RemovesItsFilesAndThoseOfAKilledProgramButNoOthers) {
     const std::wstring folder = L"D:\\Moonreel\\Pixelforge\\Playlists";
     const std::wstring left[] = {L"D:\\Moonreel\\paa0aa9", folder + L"\\preview-aa0aa9.playlist"};
-    const std::wstring foreign[] = {L"D:\\Moonreel\\paa0aa8", folder + L"\\preview-mine.playlist"};
+    const std::wstring foreign[] = {L"D:\\Moonreel\\paa0aa8", folder + L"\\my preview-aa0aa8.playlist"};
     std::filesystem::create_directories(folder);
     for (const auto& files : {left, foreign}) {
         WriteOutputFile(files[0], BytesOf("x"));
@@ -99,6 +89,7 @@ TEST(StagedShader, RemovesItsFilesAndThoseOfAKilledProgramButNoOthers) {
     const std::wstring playlist = folder + L"\\" + FromUtf8(first->PlaylistName());
     EXPECT_EQ(ReadInputFile(OpenedShader::OfIdentifier("\xC3\xA4").Staged().Path()), "\xE4\r\n");
     EXPECT_EQ(OpenedShader::OfIdentifier("i").Names().shader, "i");
+    EXPECT_FALSE(DeleteFileW(alias.c_str()) || DeleteFileW(playlist.c_str())) << "in use";
     first.reset();
     EXPECT_FALSE(IsExistingFile(playlist.c_str()) || IsExistingFile(alias.c_str()));
     EXPECT_EQ(ReadInputFile(second->Path()), "2");
@@ -160,19 +151,32 @@ TEST(FilePaths, MayBeLongerThanTheSystemsLimit) {
     const std::wstring name(257, L'x');
     EXPECT_TRUE(LongPath(L"C:\\" + name).starts_with(L"\\\\?\\C:\\x"));
     EXPECT_TRUE(LongPath(L"\\\\s\\" + name).starts_with(L"\\\\?\\UNC\\s\\x"));
+    EXPECT_EQ(LongPath(L"\\\\?\\C:\\" + name), L"\\\\?\\C:\\" + name);
     EXPECT_FALSE(WorkingFolder(L"C:\\missing\\file.json").Entered()) << "to be reported";
+    const test::TempFolder folder;
+    const std::wstring file = folder.Path().wstring() + L"\\" + name.substr(57) + L"\\" + name.substr(57);
+    RequireWritable(file);
+    AppendToFile(file, BytesOf("very old"));
+    WriteOutputFile(file, BytesOf("old"));
+    AppendToFile(file, BytesOf("er"));
+    EXPECT_EQ(ReadInputFile(file), "older");
+    EXPECT_NE(FailureOf([&] { WriteOutputFile(folder.Path(), BytesOf("x")); }), "");
+    const auto before = std::filesystem::current_path();
+    EXPECT_TRUE(WorkingFolder(folder.Path() / "").Entered());
+    EXPECT_EQ(std::filesystem::current_path(), before);
 }
 
 TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
-    DebugCapture capture;
-    OutputDebugStringA("narrow ");
+    std::optional<DebugCapture> capture(std::in_place);
+    OutputDebugStringA("n\xE4rrow ");
     OutputDebugStringW(L"wide \u00E4\r");
     OutputDebugStringA("\n\nutf-8 \xC3\xA4\nunfin");
     OutputDebugStringA("");
     std::thread([] { OutputDebugStringW(L"ished"); }).join();
-    EXPECT_THAT(capture.Lines(), ElementsAre("narrow wide \xC3\xA4", "", "utf-8 \xC3\xA4", "unfinished"));
-    capture.Clear();
-    EXPECT_THAT(capture.Lines(), ElementsAre());
+    EXPECT_THAT(capture->Lines(),
+                ElementsAre("n\xC3\xA4rrow wide \xC3\xA4", "", "utf-8 \xC3\xA4", "unfinished"));
+    capture->Clear();
+    EXPECT_THAT(capture->Lines(), ElementsAre());
     const std::string text(20'000, 'x');
     const auto print = [&] {
         for (int i = 0; i < 200; ++i) {
@@ -182,7 +186,9 @@ TEST(DebugCapture, CapturesEachTextOnceAndJoinsPiecesIntoLines) {
     std::thread other(print);
     print();
     other.join();
-    EXPECT_EQ(capture.Lines().front().size(), 400 * text.size());
+    EXPECT_EQ(capture->Lines().front().size(), 400 * text.size());
+    capture.emplace();
+    EXPECT_THAT(capture->Lines(), ElementsAre());
 }
 
 TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
@@ -191,6 +197,44 @@ TEST(ReadableLines, AreDistinctAndNameTheUsersFile) {
     EXPECT_THAT(ReadableLines(lines, "D:\\p1", "my.json"),
                 ElementsAre("my.json: no Image", "bad my.json", "Image:3:  [31merror "));
     EXPECT_THAT(ReadableLines({"xx"}, "x", "(x)"), ElementsAre("(x)(x)")) << "the name contains the alias";
+}
+
+TEST(InputEvents, ArePostedInTheOrderOfFramesAsForAUser) {
+    EventPlayer player(ParseInputEvents(
+        "# comment\r\n\r\n20 key-up 0x41\r\n0 key-down 65 # held\n 5\tmouse-move -3 40\n5 button-down 1 2\n"
+        "6 button-up 1 2\n7 resize 640 360",
+        "f"));
+    HostWindow window(8, 8);
+    std::ostringstream posted;
+    for (const int frame : {0, 5, 19, 20}) {
+        player.Play(frame, window);
+        posted << std::dec << frame << std::hex << (GetKeyState('A') < 0 ? " held" : "") << ":";
+        for (MSG each; PeekMessageW(&each, window.Handle(), WM_KEYFIRST, WM_MOUSELAST, PM_REMOVE);) {
+            posted << " " << each.message << "," << each.wParam << "," << each.lParam;
+        }
+        posted << " " << window.ClientSize().cx << "; ";
+    }
+    EXPECT_EQ(posted.str(),
+              "0 held: 100,41,1e0001 8; 5 held: 200,0,28fffd 201,1,20001 8; "
+              "19 held: 202,0,20001 280; 20: 101,41,c01e0001 280; ");
+}
+
+TEST(ModuleLibrary, FailsWithoutTheModuleOrItsExports) {
+    for (const auto& [name, reason] :
+         {std::pair(L"missing.dll", "cannot load the module C:\\windows\\"),
+          {L"kernel32.dll", "the module does not export ModuleGetDescription"}}) {
+        EXPECT_THAT(FailureOf([&] { ModuleLibrary(std::wstring(L"C:\\windows\\system32\\") + name); }),
+                    testing::StartsWith(reason));
+    }
+}
+
+TEST(InputEvents, ReportAnInvalidLineByNumber) {
+    for (const char* line : {"x", "5", "5 jump 1", "-1 key-up 1", "1 key-up 256", "1 key-up", "1 key-up 1 2",
+                             "1 mouse-move 1 40000", "1 resize 0 4", "99999999999 key-up 1", "1 key-up 1x"}) {
+        EXPECT_THAT(FailureOf([&] { ParseInputEvents("\n0 key-down 1\n" + std::string(line), "in.txt"); }),
+                    HasSubstr("in.txt:3:"))
+            << line;
+    }
 }
 
 }  // namespace
