@@ -103,7 +103,6 @@ TEST(PlaylistOrder, GoesBackToTheLinesThatWereShown) {
     for (const bool failed : {true, false, true, false}) {
         names.push_back(order.Current().bytes);
         if (failed) {
-            order.MarkFailed("before");
             order.MarkFailed("why");
         }
         if (names.size() < 4) {
@@ -115,9 +114,18 @@ TEST(PlaylistOrder, GoesBackToTheLinesThatWereShown) {
     EXPECT_FALSE(order.Previous());
     order.Next();
     EXPECT_EQ(order.Current().bytes, names[3]);
-    ASSERT_EQ(order.Failures().size(), 2u);
-    EXPECT_LT(order.Failures()[0].line.number, order.Failures()[1].line.number);
-    EXPECT_EQ(order.Failures()[0].reason, "why");
+    PlaylistOrder failing(SplitPlaylist("a\nb\nc\n"));
+    for (const std::size_t number : {3, 1}) {
+        while (failing.Current().number != number) {
+            failing.Next();
+        }
+        failing.MarkFailed("before");
+        failing.MarkFailed("why");
+    }
+    EXPECT_THAT(failing.Failures(), testing::ElementsAre(FieldsAre(FieldsAre(1, "a"), "why"),
+                                                         FieldsAre(FieldsAre(3, "c"), "why")));
+    EXPECT_EQ(order.Failures().size(), 2u);
+    EXPECT_EQ(order.LineCount(), 4u);
 }
 
 Notice Compose(std::wstring_view name, std::wstring_view author, std::wstring_view description,
