@@ -244,7 +244,7 @@ using Lines = std::vector<std::string>;
 
 const SourceNames kPlain = {.shader = "s/p.glsl",
                             .file = true,
-                            .texts = {{"Image", "s/p.glsl", "1\n2\n3\n\n"},
+                            .texts = {{"Image", "s/p.glsl", "1\r\n2\r\n3\r\n\r\n"},
                                       {"Common", "s/p.common.glsl", ""},
                                       {"Buffer A", "s/p.a.glsl", "1"},
                                       {"Z:\\lib\\n.glsl", "lib/n.glsl", ""}},
@@ -260,6 +260,7 @@ TEST(EditorLines, NameTheUsersFileAndLine) {
         {"Image:3: #include is indented", "s/p.glsl:3:1: error: #include is indented"},
         {"Image: error: no mainImage", "s/p.glsl:1:1: error: no mainImage"},
         {"Image: 0:10(1): error: two places", "s/p.glsl:1:1: error: 0:10(1): error: two places"},
+        {"Image: 0:10(1): Warning: x", "s/p.glsl:1:1: warning: 0:10(1): Warning: x"},
         {"Image: Fragment info", "s/p.glsl: Fragment info"},
         {"Image: after the end of Image (a brace may be missing): error: x",
          "s/p.glsl:3:1: error: x (after the end of the text; a brace may be missing)"},
@@ -285,12 +286,16 @@ TEST(EditorLines, SeparateFaultsOfALoadFoldCandidatesAndDropRepetitions) {
         "Image:5:6: error:    f(a)",
         "Image:5:6: error:    f(b)",
         "Image:5:6: error:    f(c)",
+        "Image:5:6: error:   ",
         "Image:5:6: error: y",
+        "Image:5:6: error: candidates are:",
+        "Image:5:7: error:  z",
         "cannot load a shader: s/p.glsl: Cube A fails, Buffer A:3: too many, at most 64, Image fails"};
     EXPECT_THAT(EditorLines(lines, kPlain),
                 ElementsAre("s/p.common.glsl:1:2: error: x",
                             "s/p.glsl:5:6: error: no f(int)'; candidates are: f(a), f(b) and 1 more",
-                            "s/p.glsl:5:6: error: y", "s/p.a.glsl:3:1: error: too many, at most 64",
+                            "s/p.glsl:5:6: error: y", "s/p.glsl:5:6: error: candidates are:",
+                            "s/p.glsl:5:7: error:  z", "s/p.a.glsl:3:1: error: too many, at most 64",
                             "cannot load a shader: s/p.glsl: Cube A fails, Image fails"));
 }
 
@@ -368,6 +373,8 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
 
 TEST(SourceFaults, NameThePlaylistLinesThatCannotBePicked) {
     EXPECT_EQ(PlaylistFaults(std::string(21, '\n'), "l").back(), "l: the other lines were not checked");
+    EXPECT_EQ(PlaylistFaults(std::string(20, '\n'), "l").back(),
+              "l:20:1: warning: the empty line is skipped");
     EXPECT_EQ(PlaylistFaults("\xFF\xFE", "l").size(), 2u) << "a mark, and no line break";
     EXPECT_THAT(
         PlaylistFaults("\xEF\xBB\xBF"

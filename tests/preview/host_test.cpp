@@ -137,6 +137,10 @@ Notice Compose(std::wstring_view name, std::wstring_view author, std::wstring_vi
     CopyCut(info.description, description);
     wchar_t text[4096] = {};
     EXPECT_TRUE(ComposeInfoText(info, editor, text));
+    const std::wstring_view all = text;
+    for (std::size_t size = 0; size < all.rfind(L"Description: "); ++size) {
+        EXPECT_FALSE(ReadNotice(all.substr(0, size))) << "it ends too early";
+    }
     return ReadNotice(text).value();
 }
 
@@ -152,7 +156,6 @@ TEST(Notice, HoldsTheShadersTextsUnchanged) {
             EXPECT_EQ(notice.editorLink.empty(), *editor == L'\0');
         }
     }
-    EXPECT_FALSE(ReadNotice(L""));
     EXPECT_FALSE(ReadNotice(L"{\\rtf1 something else}"));
 }
 
