@@ -63,9 +63,32 @@ TEST_F(HostControlsTest, KeepTheirValueIfTheNewOneIsInvalid) {
         }
     }
     const std::string failure = FailureOf([&] { controls_.Apply({"General", "1"}); });
-    EXPECT_THAT(failure, HasSubstr("\n  Tile Mask = 32x32  (columns x rows, 1x1 to 32x32)\n  Draw Event"));
-    controls_.Apply({"Fast Buffers", "On"});
-    EXPECT_EQ(ValueOf("Fast Buffers"), "true");
+    EXPECT_EQ(failure + "\n", R"(unknown control "General"; the controls are:
+  Speed = 0.03  (number, -1 to 1)
+  Playlist File(s) =   (file name in the playlist folder)
+  Fast Buffers = false  (true or false)
+  Multi-Sample = 0  (whole number, 0 to 5)
+  Info Time = 4  (whole number, 0 to 60)
+  Foreground Only = false  (true or false)
+  Starting Index = 0.01  (number, 0 to 4000)
+  Color Index = 1  (number, 0 to 1)
+  Progression rate = 0.1  (number, 0 to 1)
+  Alternate Colors = false  (true or false)
+  X Tiling = 1  (whole number, 1 to 32)
+  Y Tiling = 1  (whole number, 1 to 32)
+  Mirroring = true  (true or false)
+  Tile Mask = 32x32  (columns x rows, 1x1 to 32x32)
+  Draw Event = true  (true or false)
+  Reset Event = false  (true or false)
+  Min Reset Time = 5000  (whole number, 0 to 20000)
+)");
+    const char* const words[] = {"Off", "ON", "no", "yes", "0", "1", "false", "true"};
+    for (std::size_t i = 0; i < std::size(words); ++i) {
+        controls_.Apply({"Fast Buffers", words[i]});
+        EXPECT_EQ(ValueOf("Fast Buffers"), i % 2 == 0 ? "false" : "true") << words[i];
+    }
+    EXPECT_EQ(ControlGroup(*controls_.Find("Speed")) + ": " + ControlDescription(*controls_.Find("Speed")),
+              "General: Animation speed");
 }
 
 TEST(PlaylistLines, AreThoseThatTheModulePicksFromWithTheirNumbers) {
