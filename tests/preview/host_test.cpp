@@ -176,7 +176,9 @@ TEST(Notice, HoldsTheShadersTextsUnchanged) {
             EXPECT_EQ(notice.shaderName, text);
             EXPECT_EQ(notice.authorName, text);
             EXPECT_EQ(notice.description, text);
-            EXPECT_EQ(notice.editorLink.empty(), *editor == L'\0');
+            EXPECT_EQ(notice.editorLink, *editor ? L"file://C:/tools/editor.exe?abc123" : L"");
+            EXPECT_TRUE(notice.shaderLink.ends_with(L"/view/abc123"));
+            EXPECT_TRUE(notice.authorLink.ends_with(L"/user/" + text));
         }
     }
     EXPECT_FALSE(ReadNotice(L"{\\rtf1 something else}"));
