@@ -190,10 +190,10 @@ TEST(Notice, BecomesSafeRichTextAndPlainTextWithLinks) {
     EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table holds the host's colours";
     EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"
                               R"(\line \cf2 Description: x\line \{y\par})"));
-    const std::string plain = NoticeAsPlainText(notice);
-    EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c  <https://"));
-    EXPECT_THAT(plain, HasSubstr("/view/abc123>\nAuthor: \xF0\x9F\x8C\x8A <https://"));
-    EXPECT_THAT(plain, EndsWith("/user/\xF0\x9F\x8C\x8A>\nDescription: x {y \nEdit: file://e.exe?abc123\n"));
+    EXPECT_THAT(TextAsRichText(L"a\tb\x1F ~\x80{\n"), EndsWith("\\f1 a\tb ~\\u128?\\{\\line }"));
+    EXPECT_EQ(NoticeAsPlainText({L"s\n", L"n\x1B", L"a\x7F", L"\xD83C\xDF0A\r", L"x\n{y\x9F", L"e\t"}),
+              "Shader: n  <s >\nAuthor: \xF0\x9F\x8C\x8A  <a >\nDescription: x {y \nEdit: e \n");
+    EXPECT_THAT(NoticeAsPlainText({}), EndsWith("Description: \n")) << "no editor";
 }
 
 }  // namespace
