@@ -63,9 +63,32 @@ TEST_F(HostControlsTest, KeepTheirValueIfTheNewOneIsInvalid) {
         }
     }
     const std::string failure = FailureOf([&] { controls_.Apply({"General", "1"}); });
-    EXPECT_THAT(failure, HasSubstr("\n  Tile Mask = 32x32  (columns x rows, 1x1 to 32x32)\n  Draw Event"));
-    controls_.Apply({"Fast Buffers", "On"});
-    EXPECT_EQ(ValueOf("Fast Buffers"), "true");
+    EXPECT_EQ(failure + "\n", R"(unknown control "General"; the controls are:
+  Speed = 0.03  (number, -1 to 1)
+  Playlist File(s) =   (file name in the playlist folder)
+  Fast Buffers = false  (true or false)
+  Multi-Sample = 0  (whole number, 0 to 5)
+  Info Time = 4  (whole number, 0 to 60)
+  Foreground Only = false  (true or false)
+  Starting Index = 0.01  (number, 0 to 4000)
+  Color Index = 1  (number, 0 to 1)
+  Progression rate = 0.1  (number, 0 to 1)
+  Alternate Colors = false  (true or false)
+  X Tiling = 1  (whole number, 1 to 32)
+  Y Tiling = 1  (whole number, 1 to 32)
+  Mirroring = true  (true or false)
+  Tile Mask = 32x32  (columns x rows, 1x1 to 32x32)
+  Draw Event = true  (true or false)
+  Reset Event = false  (true or false)
+  Min Reset Time = 5000  (whole number, 0 to 20000)
+)");
+    const char* const words[] = {"Off", "ON", "no", "yes", "0", "1", "false", "true"};
+    for (std::size_t i = 0; i < std::size(words); ++i) {
+        controls_.Apply({"Fast Buffers", words[i]});
+        EXPECT_EQ(ValueOf("Fast Buffers"), i % 2 == 0 ? "false" : "true") << words[i];
+    }
+    EXPECT_EQ(ControlGroup(*controls_.Find("Speed")) + ": " + ControlDescription(*controls_.Find("Speed")),
+              "General: Animation speed");
 }
 
 TEST(PlaylistLines, AreThoseThatTheModulePicksFromWithTheirNumbers) {
@@ -103,7 +126,6 @@ TEST(PlaylistOrder, GoesBackToTheLinesThatWereShown) {
     for (const bool failed : {true, false, true, false}) {
         names.push_back(order.Current().bytes);
         if (failed) {
-            order.MarkFailed("before");
             order.MarkFailed("why");
         }
         if (names.size() < 4) {
@@ -115,9 +137,18 @@ TEST(PlaylistOrder, GoesBackToTheLinesThatWereShown) {
     EXPECT_FALSE(order.Previous());
     order.Next();
     EXPECT_EQ(order.Current().bytes, names[3]);
-    ASSERT_EQ(order.Failures().size(), 2u);
-    EXPECT_LT(order.Failures()[0].line.number, order.Failures()[1].line.number);
-    EXPECT_EQ(order.Failures()[0].reason, "why");
+    PlaylistOrder failing(SplitPlaylist("a\nb\nc\n"));
+    for (const std::size_t number : {3, 1}) {
+        while (failing.Current().number != number) {
+            failing.Next();
+        }
+        failing.MarkFailed("before");
+        failing.MarkFailed("why");
+    }
+    EXPECT_THAT(failing.Failures(), testing::ElementsAre(FieldsAre(FieldsAre(1, "a"), "why"),
+                                                         FieldsAre(FieldsAre(3, "c"), "why")));
+    EXPECT_EQ(order.Failures().size(), 2u);
+    EXPECT_EQ(order.LineCount(), 4u);
 }
 
 Notice Compose(std::wstring_view name, std::wstring_view author, std::wstring_view description,
@@ -129,6 +160,10 @@ Notice Compose(std::wstring_view name, std::wstring_view author, std::wstring_vi
     CopyCut(info.description, description);
     wchar_t text[4096] = {};
     EXPECT_TRUE(ComposeInfoText(info, editor, text));
+    const std::wstring_view all = text;
+    for (std::size_t size = 0; size < all.rfind(L"Description: "); ++size) {
+        EXPECT_FALSE(ReadNotice(all.substr(0, size))) << "it ends too early";
+    }
     return ReadNotice(text).value();
 }
 
@@ -141,10 +176,11 @@ TEST(Notice, HoldsTheShadersTextsUnchanged) {
             EXPECT_EQ(notice.shaderName, text);
             EXPECT_EQ(notice.authorName, text);
             EXPECT_EQ(notice.description, text);
-            EXPECT_EQ(notice.editorLink.empty(), *editor == L'\0');
+            EXPECT_EQ(notice.editorLink, *editor ? L"file://C:/tools/editor.exe?abc123" : L"");
+            EXPECT_TRUE(notice.shaderLink.ends_with(L"/view/abc123"));
+            EXPECT_TRUE(notice.authorLink.ends_with(L"/user/" + text));
         }
     }
-    EXPECT_FALSE(ReadNotice(L""));
     EXPECT_FALSE(ReadNotice(L"{\\rtf1 something else}"));
 }
 
@@ -154,10 +190,10 @@ TEST(Notice, BecomesSafeRichTextAndPlainTextWithLinks) {
     EXPECT_THAT(rtf, testing::Not(HasSubstr("%lu"))) << "the colour table holds the host's colours";
     EXPECT_THAT(rtf, EndsWith(R"(Shader: {\cf3\ul a\}b\\c}\line \cf2 Author: {\cf3\ul \u-10180?\u-8438?})"
                               R"(\line \cf2 Description: x\line \{y\par})"));
-    const std::string plain = NoticeAsPlainText(notice);
-    EXPECT_THAT(plain, HasSubstr("Shader: a}b\\c  <https://"));
-    EXPECT_THAT(plain, HasSubstr("/view/abc123>\nAuthor: \xF0\x9F\x8C\x8A <https://"));
-    EXPECT_THAT(plain, EndsWith("/user/\xF0\x9F\x8C\x8A>\nDescription: x {y \nEdit: file://e.exe?abc123\n"));
+    EXPECT_THAT(TextAsRichText(L"a\tb\x1F ~\x80{\n"), EndsWith("\\f1 a\tb ~\\u128?\\{\\line }"));
+    EXPECT_EQ(NoticeAsPlainText({L"s\n", L"n\x1B", L"a\x7F", L"\xD83C\xDF0A\r", L"x\n{y\x9F", L"e\t"}),
+              "Shader: n  <s >\nAuthor: \xF0\x9F\x8C\x8A  <a >\nDescription: x {y \nEdit: e \n");
+    EXPECT_THAT(NoticeAsPlainText({}), EndsWith("Description: \n")) << "no editor";
 }
 
 }  // namespace
