@@ -233,6 +233,10 @@ TEST(BareDocument, MayBeIncompleteButOtherTextsAreRejected) {
 TEST(MadeDocuments, GetADroppedPictureOnChannel0OfTheImage) {
     const std::string made = DocumentOfPassFiles("s", {{"a", "b", ""}, {"image", "i", ""}}, kNoFiles).json;
     const ShaderDocument document = Read(WithPicture(made, "c:\\p \"1\".png"));
+    const auto& input = PassOf(document, PassKind::Image).inputs[0];
+    EXPECT_EQ(input.ctype, ChannelType::Texture);
+    EXPECT_STREQ(input.src, L"c:\\p \"1\".png");
+    EXPECT_TRUE(input.sampler.vflip == 1 && input.sampler.wrap == 10497);
     EXPECT_EQ(PassOf(document, PassKind::Image).inputs[1].ctype, ChannelType::Keyboard);
     EXPECT_EQ(Sources(PassOf(document, PassKind::BufferA))[0], 2);
     for (const char* text : {"", "[1]", R"({"Shader":{"renderpass":[3,{"type":"image"}]}})"}) {
