@@ -61,31 +61,23 @@ ReadResult ReadAll(const std::string& text) {
 
 TEST(UsableJson, FindsFaultsAndTruncatesInPlace) {
     using enum JsonTextFault;
-    // The last is what truncation leaves of a usable text.
-    const std::tuple<std::string, JsonTextFault, std::string> cases[] = {
-        {"", Empty, ""},
-        {" \t\r\n\v\f", Empty, ""},
-        {" \n[1] trailing, words", None, " \n[1]"},
-        {"{}{} x", None, "{}{}"},
-        {R"({"a":"}]{["} x)", None, R"({"a":"}]{["})"},
-        {R"({"a":"\"}"} x)", None, R"({"a":"\"}"})"},
-        {R"({"a":"\\"} x)", None, R"({"a":"\\"})"},
-        {R"({} \} x)", None, "{}"},
-        {R"({}"x")", None, "{}"},
-        {R"({"Error":"Shader not found"})", ServiceError, ""},
-        {R"( {"Error":"Shader not found"})", None, R"( {"Error":"Shader not found"})"},
-        {"\xEF\xBB\xBF{}", ByteOrderMark, ""},
-        {"\xFF\xFE{", ByteOrderMark, ""},
-        {"<html>{}</html>", NoBrace, ""},
-        {"[{]", Unbalanced, ""},
-        {"{}}", Unbalanced, ""},
-        {"[]{]", Unbalanced, ""},
-        {R"({} ")", Unbalanced, ""},
-        {R"({"a":"b\"})", Unbalanced, ""}};
-    for (const auto& [given, fault, left] : cases) {
-        std::string text = given;
-        EXPECT_EQ(CheckJsonText(text.data()), fault) << given;
-        EXPECT_EQ(text.c_str(), fault == None ? left : given);
+    // A usable text is truncated at the bar.
+    const std::pair<JsonTextFault, std::vector<std::string>> cases[] = {
+        {None,
+         {" \n[1]| trailing, words", "{}{}| x", R"({"a":"}]{["}| x)", R"({"a":"\"}"}| x)", R"({"a":"\\"}| x)",
+          R"({}| \} x)", R"({}|"x")", R"( {"Error":"Shader not found"}|)"}},
+        {Empty, {"", " \t\r\n\v\f"}},
+        {ServiceError, {R"({"Error":"Shader not found"})"}},
+        {ByteOrderMark, {"\xEF\xBB\xBF{}", "\xFF\xFE{"}},
+        {NoBrace, {"<html>{}</html>"}},
+        {Unbalanced, {"[{]", "{}}", "[]{]", R"({} ")", R"({"a":"b\"})"}}};
+    for (const auto& [fault, texts] : cases) {
+        for (const std::string& marked : texts) {
+            std::string text = marked;
+            std::erase(text, '|');
+            EXPECT_EQ(CheckJsonText(text.data()), fault) << marked;
+            EXPECT_EQ(text.c_str(), marked.substr(0, marked.find('|')));
+        }
     }
 }
 

@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -74,15 +74,14 @@ protected:
         return lines;
     }
 
-    /// Files below the cache root as sorted relative paths with forward slashes.
-    std::vector<std::string> CachedFiles() const {
-        std::vector<std::string> files;
+    /// Files below the cache root, as relative paths with forward slashes.
+    std::set<std::string> CachedFiles() const {
+        std::set<std::string> files;
         for (const auto& entry : std::filesystem::recursive_directory_iterator(root_)) {
             if (entry.is_regular_file()) {
-                files.push_back(entry.path().lexically_relative(root_).generic_string());
+                files.insert(entry.path().lexically_relative(root_).generic_string());
             }
         }
-        std::ranges::sort(files);
         return files;
     }
     std::string ReadCached(const std::string& file) const { return ContentOf(root_ / file); }

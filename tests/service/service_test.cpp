@@ -44,8 +44,7 @@ TEST(ClassifyUrl, ChecksForSearchesThenMediaThenDocuments) {
         {L"https://x/", L""}};
     for (const auto& [url, name] : cases) {
         CacheEntry entry;
-        const bool known = ClassifyUrl(url.c_str(), entry);
-        EXPECT_EQ(known ? entry.name : L"", name) << testing::PrintToString(url);
+        EXPECT_EQ(ClassifyUrl(url.c_str(), entry) ? entry.name : L"", name) << testing::PrintToString(url);
     }
     wchar_t name[kPathUnits];
     EXPECT_TRUE(EncodeQueryName(std::wstring(160, L'q').c_str(), name));

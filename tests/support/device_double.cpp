@@ -33,12 +33,11 @@ std::string Setting(std::string_view key, std::string_view fallback) {
     char text[512] = {};
     GetEnvironmentVariableA(kSettings, text, sizeof(text));
     const std::string parts = ";" + std::string(text) + ";";
-    const std::string start = ";" + std::string(key) + "=";
-    const std::size_t found = parts.find(start);
+    const std::size_t found = parts.find(";" + std::string(key) + "=");
     if (found == std::string::npos) {
         return std::string(fallback);
     }
-    const std::size_t value = found + start.size();
+    const std::size_t value = found + key.size() + 2;
     return parts.substr(value, parts.find(';', value) - value);
 }
 

@@ -39,15 +39,13 @@ public:
 
     explicit Enumerator(At at) : at_(std::move(at)) {}
 
-    STDMETHODIMP Next(ULONG wanted, Item* items, ULONG* fetched) override {
-        ULONG count = 0;
-        for (; count < wanted && at_(position_, items + count); ++count) {
-            ++position_;
-        }
+    /// Items are fetched one by one.
+    STDMETHODIMP Next(ULONG wanted, Item* item, ULONG* fetched) override {
+        const bool found = wanted == 1 && at_(position_++, item);
         if (fetched) {
-            *fetched = count;
+            *fetched = found;
         }
-        return count == wanted ? S_OK : S_FALSE;
+        return found ? S_OK : S_FALSE;
     }
     STDMETHODIMP Reset() override { return Set(position_, 0U); }
     UNUSED_METHODS((Skip, ULONG), (Clone, Interface**))
@@ -147,10 +145,7 @@ AM_MEDIA_TYPE* MakeType(const SIZE& size) {
     return type;
 }
 
-std::uint32_t Quadrant(double x, double y) {
-    constexpr std::uint32_t kColours[2][2] = {{0x0000FF, 0xFFFFFF}, {0xFF0000, 0x00FF00}};
-    return kColours[y < 0.5 ? 0 : 1][x < 0.5 ? 0 : 1];
-}
+constexpr std::uint32_t kQuadrants[2][2] = {{0x0000FF, 0xFFFFFF}, {0xFF0000, 0x00FF00}};
 
 /// For manual use: a sun that crosses an evening sky.
 std::uint32_t Scene(double x, double y, double seconds) {
@@ -183,7 +178,7 @@ public:
             BYTE* to = &block[sizeof(header) + rowBytes * static_cast<std::size_t>(row)];
             for (LONG column = 0; column < width; ++column, to += bits / 8) {
                 const double x = (column + 0.5) / width;
-                const std::uint32_t colour = quadrants ? Quadrant(x, y) : Scene(x, y, seconds);
+                const auto colour = quadrants ? kQuadrants[y >= 0.5][x >= 0.5] : Scene(x, y, seconds);
                 std::memcpy(to, &colour, bits / 8);
             }
         }

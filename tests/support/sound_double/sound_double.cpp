@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstring>
 #include <numbers>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -51,10 +52,7 @@ HRESULT Outcome(const std::string& call) {
 
 /// As parts of the real sound system do, waits for a thread, which cannot end without the loader lock.
 void JoinThread() {
-    const HANDLE thread = CreateThread(
-        nullptr, 0, [](void*) -> DWORD { return 0; }, nullptr, 0, nullptr);
-    WaitForSingleObject(thread, INFINITE);
-    CloseHandle(thread);
+    std::thread([] {}).join();
 }
 
 struct Format {
