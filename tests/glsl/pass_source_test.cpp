@@ -90,6 +90,8 @@ TEST_F(PassSource, JoinsThePiecesOfEachPassKind) {
     }
     EXPECT_EQ(Assemble(document_->passes[0]), common + "\n" + imageMain_);
     EXPECT_EQ(Assemble(document_->passes[1]), common + imageMain_);
+    EXPECT_FALSE(AssemblePassSource(nullptr, context_.get(), &document_->passes[1]) ||
+                 AssemblePassSource(document_.get(), context_.get(), nullptr));
 }
 
 // Every line of these texts states its own position; directives around them are dropped or nested.

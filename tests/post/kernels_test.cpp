@@ -130,14 +130,22 @@ TEST(TileRemap, MatchesReferenceOnRandomPictures) {
     }
 }
 
-TEST(Kernels, RejectADivisorOf0AndTilesBelow1WithoutWriting) {
+TEST(Kernels, RejectInvalidArgumentsWithoutWriting) {
     const std::uint32_t in = 7;
     std::uint32_t out = 42;
-    EXPECT_EQ(LevelCopy(&in, &out, 1, 0, 0), 0);
+    EXPECT_EQ(ForegroundCopy(nullptr, &out, 1) | LevelCopy(nullptr, &out, 1, 1, 0), 0) << "no source";
+    EXPECT_EQ(ForegroundCopy(&in, nullptr, 1) | LevelCopy(&in, nullptr, 1, 1, 0), 0);
+    EXPECT_EQ(ForegroundCopy(&in, &out, 0) | LevelCopy(&in, &out, 0, 1, 0), 0) << "no pixels";
+    EXPECT_EQ(LevelCopy(&in, &out, 1, 0, 0), 0) << "divisor 0";
     for (const std::int32_t bad : {0, -1, INT_MIN}) {
-        EXPECT_EQ(TileRemap({&out, 1, 1}, {&in, 1, 1}, {1, 1, bad, 1, 0}), 0);
-        EXPECT_EQ(TileRemap({&out, 1, 1}, {&in, 1, 1}, {1, 1, 1, bad, 0}), 0);
+        for (int place = 0; place < 6; ++place) {
+            std::int32_t n[6] = {1, 1, 1, 1, 1, 1};
+            n[place] = bad;
+            EXPECT_EQ(TileRemap({&out, n[0], n[1]}, {&in, n[2], n[3]}, {1, 1, n[4], n[5], 0}), 0);
+        }
     }
+    const TileGrid id = {1, 1, 1, 1, 0};
+    EXPECT_EQ(TileRemap({nullptr, 1, 1}, {&in, 1, 1}, id) | TileRemap({&out, 1, 1}, {nullptr, 1, 1}, id), 0);
     EXPECT_EQ(out, 42U);
 }
 
