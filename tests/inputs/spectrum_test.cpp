@@ -225,16 +225,6 @@ TEST(Spectrum, MatchesReferenceThroughLongSilence) {
     }
 }
 
-TEST(SampleFormat, AcceptsOnlyReadableFormats) {
-    const std::pair<SampleFormat, bool> cases[] = {
-        {{0, 16, 1, 2}, true},  {{0, 16, 6, 2}, true},  {{0, 16, 2, 5}, true},   {{0, 32, 6, 24}, true},
-        {{0, 8, 2, 2}, false},  {{0, 24, 2, 6}, false}, {{0, 64, 2, 16}, false}, {{0, 0, 2, 4}, false},
-        {{0, 16, 0, 4}, false}, {{0, 16, 1, 1}, false}, {{0, 32, 2, 4}, false},  {{0, 32, 1, 0}, false}};
-    for (const auto& [format, readable] : cases) {
-        EXPECT_EQ(IsReadable(format), readable) << format.bitsPerSample << " bits in " << format.frameBytes;
-    }
-}
-
 /// A bitmap header that may misstate the block.
 struct Header {
     std::uint32_t size = 40;

@@ -4,6 +4,7 @@
 #include "inputs/webcam_capture.h"
 #include "media/document_media.h"
 #include "media/image_decoder.h"
+#include "render/frame_inputs.h"
 #include "service/http_get.h"
 #include "tests/render/gl_stage.h"
 
@@ -121,6 +122,12 @@ TEST_F(PassInputs, UniformsOfAFrame) {
         stage_.Draw(1.0F / 64);
     }
     EXPECT_EQ(stage_.Frame(1.0F / 64).At(4, 5)[3], 2);
+}
+
+TEST(FrameRateUniform, IsSixtyUntilAMillisecondHasPassed) {
+    EXPECT_EQ(FrameRateUniform(500, 0), 60.0F);
+    EXPECT_EQ(FrameRateUniform(30, 2000), 15.0F);
+    EXPECT_EQ(FrameRateUniform(2'000'000'000, 1'000'000'000), 2000.0F) << "no overflow after days";
 }
 
 TEST_F(PassInputs, AFileIsDecodedOnceForAllItsChannelsWithinTheMediaBudget) {
