@@ -295,7 +295,7 @@ TEST(Options, HaveDefaultsAndImplyOthers) {
 /// The options before, the file's name and content (null: there is none), the next command or the failure,
 /// and the picture.
 const std::tuple<const char*, const wchar_t*, const char*, const char*, const char*> kDropped[] = {
-    {"--id i --window --include l", L"./a b.glsl", "a", "preview \"./a b.glsl\" --include l", ""},
+    {"--id i --window --include l&i", L"./a b.glsl", "a", "preview \"./a b.glsl\" --include \"l&i\"", ""},
     {"--id i", L"b.Playlist", "a\n", "preview --playlist b.Playlist", ""},
     {"--id i", L"c.txt", "a", "the playlist has no line", ""},
     {"--id i", L"c.PNG", "a", "a picture needs a shader", ""},

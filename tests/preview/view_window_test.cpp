@@ -293,6 +293,7 @@ TEST_F(LiveViewTest, ChangesSettingsByKeys) {
          {Key(VK_F9), refitted_, "Foreground Only false"},
          {Key(VK_F2, VK_SHIFT), "draw*4 ", "Speed 0.015"},
          {Key(VK_F3, VK_SHIFT), "draw*4 ", "Speed 0.03"},
+         {Key(VK_F3, VK_CONTROL), "draw*4 ", "Speed -0.03"},
          {Key(VK_OEM_MINUS, VK_CONTROL), refitted_, "Scale 0.5"},
          {Key(VK_OEM_PLUS, VK_CONTROL), refitted_, "Scale 1"},
          {Key(VK_SUBTRACT, VK_CONTROL), refitted_, "Scale 0.5"},
