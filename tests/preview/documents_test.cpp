@@ -36,6 +36,7 @@ std::string Compact(const std::string& json) {
 
 TEST(PassFiles, ReadEachOther) {
     EXPECT_EQ(PassFileName("../s.t.glsl", "a"), "../s.t.a.glsl");
+    // The files, how many passes read, and in each of them the channels with the ids that they read.
     const std::tuple<std::vector<std::string>, int, std::string> cases[] = {
         {{"image"}, 1, "0 33, "},
         {{"image", "a"}, 2, "0 257, 1 33, "},
