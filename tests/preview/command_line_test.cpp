@@ -3,7 +3,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <map>
@@ -121,6 +120,7 @@ protected:
             {"(n:: .*\n(?:bad.*\ncannot.*\n)?)\\1\\1", "three times $1"},
             {"(version|renderer|vendor)\": \".+\"", "$1\": \"...\""},
             {"\n *([{}\\[\\]\"])", "$1"},
+            {"\\{\"Shader\".*\"id\": \"(\\w+)\",\"date.*\"code\": \"(.{32}).*\\}", "document $1: $2..."},
             {"preview: (.*): plain shader, used as the Image pass\n", "(plain $1) "},
             {"picture     (.*)\nframe size  (.*)\nframe rate # frames per second \\(median of (.*)\\)\n",
              "<$1, $2, $3>\n"},
@@ -224,14 +224,12 @@ TEST_F(CommandLine, PrintsAndWritesWhatTheTranscriptSays) {
         if (std::smatch words; std::regex_match(line, words, run)) {
             SetEnvironmentVariableA("FOLDER_SHADERINCLUDE",
                                     words[2].matched ? words.str(2).c_str() : nullptr);
-            const auto before = Files();
+            auto before = Files();
             Start(words.str(3));
             actual += words.str(1) + std::to_string(End());
-            const auto after = Files();
-            std::vector<std::pair<std::string, std::string>> changed;
-            std::ranges::set_difference(after, before, std::back_inserter(changed));
-            for (const auto& [name, content] : changed) {
-                actual += " [" + name + ": " + content + "]";
+            for (const auto& [name, content] : Files()) {
+                const bool changed = !before.contains(name) || before[name] != content;
+                actual += changed ? " [" + name + ": " + content + "]" : "";
             }
             actual += " (" + Shown("summary") + ") (" + Shown("errors") + ")\n";
         }
@@ -277,14 +275,11 @@ TEST_F(CommandLine, SaysThatTheModuleCrashed) {
 }
 
 TEST(Options, HaveDefaultsAndImplyOthers) {
-    const Options plain = Parse("a.json --video - --set X=1=2");
-    EXPECT_TRUE(plain.frames == 60 && plain.size.cx == 1280 && plain.size.cy == 720 && !plain.realTime);
+    const Options plain = Parse("/a.json --video - --set X=1=2");
+    EXPECT_TRUE(plain.frames == 60 && !plain.realTime);
     EXPECT_THAT(plain.settings, ElementsAre(FieldsAre("X", "1=2"), FieldsAre("Speed", "0.0166666667")));
-    const Options check = Parse("/a.json --check");
-    EXPECT_TRUE(check.frames == 1 && check.size.cx == 64 && check.size.cy == 36);
-    EXPECT_EQ(Parse("a.json --info").frames, 1);
-    EXPECT_EQ(Parse("a.json --mirror").settings.at(0).value, "true");
-    EXPECT_EQ(Parse("a.json --check --size 8x8").size.cx, 8);
+    const Options check = Parse("a.json --check --size 8x8");
+    EXPECT_TRUE(check.frames == 1 && check.size.cx == 8 && Parse("a.json --info").frames == 1);
     EXPECT_EQ(CommandOf(Parse("--id abcdefghijklmnopqrs")), "preview --id abcdefghijklmnopqrs");
     for (const char* implied : {"--watch", "--fullscreen", "--window"}) {
         const Options view = Parse(std::string("a.json --scale 4 ") + implied);
@@ -294,33 +289,26 @@ TEST(Options, HaveDefaultsAndImplyOthers) {
     EXPECT_TRUE(!set.realTime && set.frames == 7 && set.monitor == 64);
     EXPECT_EQ(Parse("--set X=0 --set Speed=0 a.json --video -").settings.size(), 2u);
     EXPECT_EQ(Parse("--playlist l --fullscreen --every 86400").secondsPerPick, 86400);
-    EXPECT_THAT(
-        Parse("a.json --set X=4 --tiles 3x32 --foreground").settings,
-        ElementsAre(FieldsAre("X Tiling", "3"), FieldsAre("Y Tiling", "32"), FieldsAre("Mirroring", "false"),
-                    FieldsAre("Foreground Only", "true"), FieldsAre("X", "4")));
 }
 
+/// The options before, the file's name and content (null: there is none), the next command or the failure,
+/// and the picture.
+const std::tuple<const char*, const wchar_t*, const char*, const char*, const char*> kDropped[] = {
+    {"--id i --window --include l&i", L"./a b.glsl", "a", "preview \"./a b.glsl\" --include \"l&i\"", ""},
+    {"--id i", L"b.Playlist", "a\n", "preview --playlist b.Playlist", ""},
+    {"--id i", L"c.txt", "a", "the playlist has no line", ""},
+    {"--id i", L"c.PNG", "a", "a picture needs a shader", ""},
+    {"--id i", L"missing.json", nullptr, "cannot read", ""},
+    {"a&b", L"c.jpeg", "", "preview \"a&b\"", "c.jpeg"},
+    {"a.json", L"c.bmp", "", "preview a.json", "c.bmp"},
+    {"a.json", L"c.tif", "", "preview a.json", "c.tif"}};
+
 TEST(Options, OpenADroppedFile) {
-    const std::vector<std::string> shown = {"--id", "i", "--window", "--include", "l i"};
-    const struct {
-        std::vector<std::string> options;
-        const wchar_t* name;
-        const char* bytes;  ///< null: there is no such file
-        const char* words;
-        const char* picture = "";
-    } cases[] = {{shown, L"./a b.glsl", "a", "preview \"./a b.glsl\" --include \"l i\""},
-                 {shown, L"b.Playlist", "a\n", "preview --playlist b.Playlist"},
-                 {shown, L"c.txt", "a", "the playlist has no line"},
-                 {shown, L"c.PNG", "a", "a picture needs a shader"},
-                 {shown, L"missing.json", nullptr, "cannot read"},
-                 {{"a.json"}, L"c.jpeg", "", "preview a.json", "c.jpeg"},
-                 {{"a.json"}, L"c.bmp", "", "preview a.json", "c.bmp"},
-                 {{"a.json"}, L"c.tif", "", "preview a.json", "c.tif"}};
-    for (const auto& [options, name, bytes, words, picture] : cases) {
+    for (const auto& [options, name, bytes, words, picture] : kDropped) {
         if (bytes) {
             WriteOutputFile(name, BytesOf(bytes));
         }
-        Options current = ParseOptions(options);
+        Options current = Parse(options);
         current.picturePath = "last.png";
         Options next;
         const std::string failure = FailureOf([&] {

@@ -87,8 +87,6 @@ TEST_F(HostControlsTest, KeepTheirValueIfTheNewOneIsInvalid) {
         controls_.Apply({"Fast Buffers", words[i]});
         EXPECT_EQ(ValueOf("Fast Buffers"), i % 2 == 0 ? "false" : "true") << words[i];
     }
-    EXPECT_EQ(ControlGroup(*controls_.Find("Speed")) + ": " + ControlDescription(*controls_.Find("Speed")),
-              "General: Animation speed");
 }
 
 TEST(PlaylistLines, AreThoseThatTheModulePicksFromWithTheirNumbers) {

@@ -155,10 +155,8 @@ protected:
             call = end;
         }
         calls.clear();
-        const COLORREF corner = GetPixel(WindowDc(window).Get(), kViewSize.cx - 13, kViewSize.cy - 13);
-        const bool bars =
-            corner == RGB(80, 200, 120) || corner == RGB(240, 180, 60) || corner == RGB(230, 80, 70);
-        seen += bars ? "graph " : "";
+        const auto blue = GetBValue(GetPixel(WindowDc(window).Get(), kViewSize.cx - 13, kViewSize.cy - 13));
+        seen += blue == 120 || blue == 60 || blue == 70 ? "graph " : "";  // of a green, amber or red bar
         std::vector<HWND> texts = {Part(L"X Tiling", 2)};
         for (HWND text = nullptr; (text = FindWindowExW(window, text, L"RICHEDIT50W", nullptr)) != nullptr;) {
             texts.push_back(text);
