@@ -16,9 +16,8 @@
 namespace pixelforge::test {
 namespace {
 
-template <class... Names>
-constexpr std::array<std::string_view, sizeof...(Names)> List(Names... names) {
-    return {names...};
+constexpr auto List(auto... names) {
+    return std::array{std::string_view(names)...};
 }
 
 /// Functions that the module imports or asks OpenGL for: one that acquires, then the one that releases.

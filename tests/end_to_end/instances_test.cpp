@@ -25,11 +25,9 @@ namespace {
 /// Red counts the frames, plus 16 if multi-sampled; green shows whether buffers clamp at 1, blue the time.
 const std::string kCounter =
     DocumentBuilder()
-        .Buffer('A', MainImage("c = vec4(texelFetch(iChannel0, ivec2(p), 0).x + 1.0 / 64.0, 3.0, 0, 1);"),
-                {{}})
-        .Image(MainImage("vec4 a = texelFetch(iChannel0, ivec2(p), 0);\n"
-                         "if (gl_NumSamples > 1) a.x += 0.25;\n"
-                         "c = vec4(a.x / 255.0 * 64.0, a.y / 3.0, iTime * 4.0 / 255.0, 1);"),
+        .Buffer('A', MainImage("c = vec4(texture(iChannel0, p).x + 1.0 / 64.0, 3.0, 0, 1);"), {{}})
+        .Image(MainImage("vec4 a = texture(iChannel0, p) * vec4(64, 85, 0, 0);\n"
+                         "c = vec4(gl_NumSamples > 1 ? a.x + 16. : a.x, a.y, iTime * 4., 255) / 255.;"),
                {{}})
         .Json();
 
@@ -145,11 +143,10 @@ TEST(Instances, EveryExportRestoresTheCallersGlContext) {
 
 TEST(Instances, ThatCannotDrawFailEachFrameWithOneLineUntilTheyCan) {
     const preview::HostWindow other(32, 24);
-    HWND const destroyed = preview::HostWindow(32, 24).Handle();
     const HWND noBitmap = GetDesktopWindow();  // stands for the usable window
     const std::tuple<HWND, bool, const char*> cases[] = {
         {nullptr, false, "the window does not exist"},
-        {destroyed, false, "the window does not exist"},
+        {preview::HostWindow(32, 24).Handle(), false, "the window does not exist"},  // destroyed
         {other.Handle(), false, "the window is not the one given at pre-initialisation"},
         {nullptr, true, "there was no window at pre-initialisation"},
         {noBitmap, false, "the bitmap is missing, not 32-bit or not of the frame's size"}};
@@ -172,15 +169,13 @@ TEST(Instances, ThatCannotDrawFailEachFrameWithOneLineUntilTheyCan) {
 TEST(Instances, LoadAgainAfterTheirGlContextIsLostButNotTwiceInAMinute) {
     ModuleRun run(kCounter);
     const std::string line = "Pixelforge: cannot draw: the OpenGL context is lost\n";
-    const auto lose = [&] {
-        wglDeleteContext(run.Session().Instance()->renderer->context);
-        EXPECT_EQ(run.Frame(), FrameResult::Failed);
-    };
     EXPECT_EQ(run.Frames(2), FrameResult::Drawn);
-    lose();
+    wglDeleteContext(run.Session().Instance()->renderer->context);
+    EXPECT_EQ(run.Frame(), FrameResult::Failed);
     EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
     EXPECT_EQ(run.Pixel(5, 5) >> 16, 1U) << "the counter starts again";
-    lose();
+    wglDeleteContext(run.Session().Instance()->renderer->context);
+    EXPECT_EQ(run.Frame(), FrameResult::Failed);
     EXPECT_EQ(run.Frames(2), FrameResult::NothingDrawn) << "the error screen";
     EXPECT_EQ(run.Words(), line + line);
     run.Session().Initialize();
@@ -209,12 +204,11 @@ TEST(HostModes, EachKindOfHostGetsItsFoldersAndCache) {
     const fs::path portable = temp.Path();
     const fs::path installed = fs::path(_wgetenv(L"ProgramFiles")) / "Larkvane" / "Moonreel";
     const fs::path ofTheUser = fs::path(_wgetenv(L"APPDATA")) / "Larkvane" / "Moonreel";
-    const struct {
-        fs::path host, program, library, data;
-        std::wstring longer;  ///< is appended to the host's path
-    } cases[] = {{portable / "h.exe", portable, portable / "DLL", portable, L""},
-                 {installed / "test" / "h.exe", installed, installed / "DLL", ofTheUser, L""},
-                 {portable / "h.exe", "", "\\DLL", "", std::wstring(240, L'x')}};
+    // The host, its three folders, and what is appended to its path.
+    const std::tuple<fs::path, fs::path, fs::path, fs::path, std::wstring> cases[] = {
+        {portable / "h.exe", portable, portable / "DLL", portable, L""},
+        {installed / "test" / "h.exe", installed, installed / "DLL", ofTheUser, L""},
+        {portable / "h.exe", "", "\\DLL", "", std::wstring(240, L'x')}};
     for (const auto& [host, program, library, data, longer] : cases) {
         fs::create_directories(host.parent_path());
         const fs::path tree = (data.empty() ? "\\" : data) / "Pixelforge";

@@ -1,9 +1,6 @@
 // Documents whose inputs name files, compared with colours computed here.
 #include <gmock/gmock.h>
 
-#include <functional>
-#include <set>
-
 #include "base/text.h"
 #include "preview/host/file_paths.h"
 #include "tests/support/module_run.h"
@@ -14,21 +11,17 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 std::string Picture(const std::string& name) {
     return PIXELFORGE_SOURCE_DIR "/tests/data/pictures/" + name;
 }
 
-Input Medium(int channel, const std::string& ctype, const std::string& src) {
+Input Medium(int channel, const std::string& src, const std::string& ctype = "texture") {
     return {.channel = channel, .ctype = ctype, .id = 1, .src = src};
 }
 
-/// 0xRRGGBB by column and row; row 0 is the top.
-using ColourOf = std::function<int(int, int)>;
-
-/// A 24-bit picture file; its width is a multiple of 4.
-std::string Bmp(std::uint32_t width, std::uint32_t height, const ColourOf& colourOf) {
+/// A 24-bit picture file of 0xRRGGBB by column and row, from the top; its width is a multiple of 4.
+std::string Bmp(std::uint32_t width, std::uint32_t height, auto colourOf) {
     const std::uint32_t header[13] = {54 + width * height * 3, 0, 54, 40, width, height, 24 << 16 | 1};
     std::string file = "BM" + std::string(reinterpret_cast<const char*>(header), sizeof(header));
     for (std::uint32_t y = height; y-- > 0;) {
@@ -59,9 +52,8 @@ TEST(Media, PicturesOfEachDepthShowTheirPixels) {
         "if (p.x > 24.0) c = vec4(iChannelResolution[2] / 255.0 + iChannelTime[2], 1);\n"
         "if (p.x > 28.0) c = textureLod(iChannel3, vec2(0.5), 9.0);";
     for (const bool flip : {false, true}) {
-        std::vector<Input> inputs = {
-            Medium(0, "texture", Picture("rgba8.png")), Medium(1, "texture", Picture("rgb8.png")),
-            Medium(2, "texture", Picture("grey8.png")), Medium(3, "texture", Picture("rgba8.png"))};
+        std::vector<Input> inputs = {Medium(0, Picture("rgba8.png")), Medium(1, Picture("rgb8.png")),
+                                     Medium(2, Picture("grey8.png")), Medium(3, Picture("rgba8.png"))};
         for (Input& input : inputs) {
             input.vflip = flip == (input.channel < 3) ? "true" : "false";
             input.filter = "mipmap";
@@ -86,9 +78,8 @@ TEST(Media, TallPicturesAreFlipped) {
     constexpr int kRows = 70;
     const TempFolder folder;
     const std::string tall = folder.Write("t.bmp", Bmp(4, kRows, [](int, int y) { return 0x010203 * y; }));
-    std::vector<Input> inputs = {Medium(0, "texture", tall),
-                                 Medium(1, "texture", Picture("sheared_rgb8.png")),
-                                 Medium(2, "texture", Picture("sheared_rgb8.png"))};
+    std::vector<Input> inputs = {Medium(0, tall), Medium(1, Picture("sheared_rgb8.png")),
+                                 Medium(2, Picture("sheared_rgb8.png"))};
     inputs[1].vflip = "false";
     const DrawnRun run(
         "c = p.x < 4.0 ? texelFetch(iChannel0, ivec2(0, int(p.y) * 3), 0)\n"
@@ -127,7 +118,7 @@ const std::string kSixViews =
 /// Stretching with HALFTONE mixes neighbouring colours.
 void ExpectSixFaces(const std::string& file, bool stretched) {
     SCOPED_TRACE(file);
-    Input input = Medium(0, "cubemap", file);
+    Input input = Medium(0, file, "cubemap");
     input.filter = "mipmap";
     const DrawnRun run(kSixViews, {input});
     const auto expect = [&](int x, int y, int expected) {
@@ -142,11 +133,11 @@ void ExpectSixFaces(const std::string& file, bool stretched) {
     }
     expect(3, 10, FaceColour(2, false, false) + 0x003000);
     EXPECT_EQ(run.Pixel(3, 14), 0x101001u);
-    std::set<std::uint32_t> colours;
-    for (int x = 0; x < 16; ++x) {
-        colours.insert(run.Pixel(x, 20));
+    int changes = 0;
+    for (int x = 1; x < 16; ++x) {
+        changes += run.Pixel(x, 20) != run.Pixel(x - 1, 20);
     }
-    EXPECT_EQ(colours.size() > 2, stretched);
+    EXPECT_EQ(changes > 1, stretched);
     EXPECT_EQ(run.Words(), "");
 }
 
@@ -179,10 +170,10 @@ std::string Volume(char channels, int bytes) {
 
 TEST(Media, VolumesOfEachChannelCountShowOneValuePerVoxel) {
     const TempFolder folder;
-    std::vector<Input> inputs = {Medium(0, "volume", folder.Write("1.bin", Volume(1, 12))),
-                                 Medium(1, "volume", folder.Write("2.bin", Volume(2, 24))),
-                                 Medium(2, "volume", folder.Write("4.bin", Volume(4, 12))),
-                                 Medium(3, "volume", folder.Write("1.bin", Volume(1, 12)))};
+    std::vector<Input> inputs = {Medium(0, folder.Write("1.bin", Volume(1, 12)), "volume"),
+                                 Medium(1, folder.Write("2.bin", Volume(2, 24)), "volume"),
+                                 Medium(2, folder.Write("4.bin", Volume(4, 12)), "volume"),
+                                 Medium(3, folder.Write("1.bin", Volume(1, 12)), "volume")};
     inputs[3].filter = "mipmap";
     const DrawnRun run(
         "ivec3 at = ivec3(int(p.x) % 3, int(p.y) % 2, int(p.x) / 3 % 2);\n"
@@ -218,28 +209,28 @@ TEST(Media, UnusableMediaAreReportedOnceAndTheShaderRuns) {
             folder.Write(name + end + ".bmp", others);
         }
         folder.Write(name + "_5.bmp", last);
-        return Medium(0, "cubemap", (folder.Path() / (name + ".bmp")).string());
+        return Medium(0, (folder.Path() / (name + ".bmp")).string(), "cubemap");
     };
     Input gap = cube("gap", square, square);
     std::filesystem::remove(folder.Path() / "gap_5.bmp");
     const std::pair<Input, std::string> cases[] = {
-        {Medium(0, "texture", Picture("grey16.png")), "grey16.png: 16-bit pictures"},
-        {Medium(0, "texture", "no-such-file.png"), "no-such-file.png: no such file"},
-        {Medium(0, "texture", "a\x1B[31m"), "a?[31m: it names no file that this document may use"},
-        {Medium(0, "cubemap", Picture("rgb8.png")), "rgb8.png: no cross"},
+        {Medium(0, Picture("grey16.png")), "grey16.png: 16-bit pictures"},
+        {Medium(0, "no-such-file.png"), "no-such-file.png: no such file"},
+        {Medium(0, "a\x1B[31m"), "a?[31m: it names no file that this document may use"},
+        {Medium(0, Picture("rgb8.png"), "cubemap"), "rgb8.png: no cross"},
         {cube("odd", Bmp(8, 8, grey), square), "odd.bmp: its six faces"},
         {cube("deep", deep, square), "deep.bmp: its six faces"},
         {cube("oblong", oblong, oblong), "oblong.bmp: its six faces"},
         {gap, "gap.bmp: its six faces"},
         {cube("bad", "", square), "bad.bmp: face 5: not a picture"},
-        {Medium(0, "volume", Picture("rgb8.png")), "rgb8.png: not a volume"},
-        {Medium(0, "volume", folder.Write("lie.bin", Volume(2, 23))), "lie.bin: "}};
+        {Medium(0, Picture("rgb8.png"), "volume"), "rgb8.png: not a volume"},
+        {Medium(0, folder.Write("lie.bin", Volume(2, 23)), "volume"), "lie.bin: "}};
     for (const auto& [input, words] : cases) {
         const std::string at = input.ctype == "texture" ? "vec2(0.5)" : "vec3(0.5)";
         DrawnRun run("c = vec4(texture(iChannel0," + at + ").rgb + iChannelResolution[0], 1) + .2;", {input});
         EXPECT_EQ(run.Frame(), FrameResult::Drawn);
         EXPECT_EQ(run.Pixel(5, 5), 0x333333u) << words;
-        EXPECT_THAT(run.Words(), AllOf(StartsWith("Pixelforge: Image, iChannel0 stays empty: "),
+        EXPECT_THAT(run.Words(), AllOf(testing::StartsWith("Pixelforge: Image, iChannel0 stays empty: "),
                                        HasSubstr(words), Not(HasSubstr("\nP"))));
     }
 }
@@ -267,7 +258,7 @@ TEST(Origin, DecidesWhichFilesADocumentReads) {
     std::vector<Input> inputs;
     for (const std::string& name : {id, "..\\" + id, path, "\\\\?\\" + path}) {
         code += "#include \"" + name + ".glsl\"\n";
-        inputs.push_back(Medium(static_cast<int>(inputs.size()), "texture", name + ".bmp"));
+        inputs.push_back(Medium(static_cast<int>(inputs.size()), name + ".bmp"));
     }
     code += ";\n#define T(n) texelFetch(iChannel##n, ivec2(0), 0)\n";
     code += MainImage("c = vec4[](T(0), T(1), T(2), T(3), vec4(files / 255.0))[min(int(p.x), 4)];");
@@ -277,8 +268,7 @@ TEST(Origin, DecidesWhichFilesADocumentReads) {
     std::ofstream(cached[1], std::ios::binary) << Bmp(4, 1, [](int, int) { return 0x00FF00; });
     constexpr std::uint32_t kExpected[2][5] = {{0x0000FF, 0xFF0000, 0xFF0000, 0, 0x040404},
                                                {0x00FF00, 0x00FF00, 0x00FF00, 0x00FF00, 0x101010}};
-    const std::string playlist = id + "\n";
-    ModuleRun run(preview::StagedShader::OfPlaylist(BytesOf(playlist)));
+    ModuleRun run(preview::StagedShader::OfPlaylist(BytesOf(id + "\n")));
     for (const bool isOfService : {true, false}) {
         EXPECT_EQ(run.Frame(), FrameResult::Drawn) << run.Words();
         for (int x = 0; x < 5; ++x) {

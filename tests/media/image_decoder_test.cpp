@@ -63,8 +63,7 @@ TEST(DecodeImageFile, RejectsIncompleteAndUnsupportedPictures) {
 
 /// A cross is copied at 32 bits; its faces, and the texture of a volume of four channels, may be larger.
 TEST(LoadMedium, StaysWithinTheDocumentsBudget) {
-    const std::string side("\2\0\0", 4);
-    const std::string volume = "BIN\1" + side + side + side;
+    const std::string volume("BIN\1\2\0\0\0\2\0\0\0\2\0\0", 16);
     const std::string thin = Picture(20, 150, 60, 150);
     const std::tuple<ChannelType, std::string, std::uint64_t> cases[] = {
         {ChannelType::Texture, test::ContentOf(kFolder + "sheared_rgb8.png"), 36},
