@@ -48,8 +48,9 @@ protected:
         folder_.Write("bad.glsl", "void mainImage(out vec4 c, in vec2 p) { c = x; }");
         folder_.Write("mouse.glsl",
                       "void mainImage(out vec4 c, in vec2 p) { ivec2 at = ivec2(iMouse.xy);\n"
-                      "c = int(p.x) == at.x ? vec4(1) : vec4(int(p.x) == at.y, 0, 0, 1); }");
-        folder_.Write("mouse", "1 button-down 1 1\n2 mouse-move 2 3");
+                      "bool key = p.x < texelFetch(iChannel0, ivec2(66, 0), 0).x;\n"
+                      "c = int(p.x) == at.x ? vec4(1) : vec4(key || int(p.x) == at.y, 0, 0, 1); }");
+        folder_.Write("mouse", "1 button-down 1 1\n1 key-down 66\n2 mouse-move 2 3");
         folder_.Write("resize", "1 resize 16 4");
         folder_.Write("frame-00001.png", kColumns);  // until the first frame is written
         folder_.Write("once.glsl", "#include \"frame-00001.png\"\n");
@@ -240,7 +241,7 @@ TEST_F(CommandLine, PrintsAndWritesWhatTheTranscriptSays) {
 TEST_F(CommandLine, ReloadsAChangedShaderWithItsOwnMessages) {
     Start("w.glsl --size 8x8 --watch --frames 300");
     WaitFor("errors", "loaded");
-    folder_.Write("w.glsl", "//@ iChannel1 kept.png\n" + std::string(kColumns));
+    folder_.Write("w.glsl", "\n//@ iChannel1 kept.png\n" + std::string(kColumns));
     WaitFor("errors", "reloading");
     EXPECT_EQ(End(), 0U);
     const std::string empty =
@@ -248,7 +249,7 @@ TEST_F(CommandLine, ReloadsAChangedShaderWithItsOwnMessages) {
     EXPECT_EQ(Shown("errors"),
               "(plain w.glsl) w.glsl:3:1: warning: no include file \"no\"; looked for no; no include folder "
               "is set\nw.glsl:1:1: warning: iChannel0" +
-                  empty + "loaded\npreview: w.glsl: reloading\nw.glsl:1:1: warning: iChannel1" + empty +
+                  empty + "loaded\npreview: w.glsl: reloading\nw.glsl:2:1: warning: iChannel1" + empty +
                   "loaded");
 }
 

@@ -74,7 +74,7 @@ TEST(CommentLines, NameInputsAndProperties) {
         "s\"\xC3\xA9",
         {{"image",
           "//@ name A  B \r\nvoid f() { //@ name C\n}\n\t//@iChannel2 \"media/lan tern.png\" filter=mipmap "
-          "wrap=repeat\n//@ iChannel0\tBuffer D vflip=true\n//@ iChannel3 sound\n//@ iChannel1 CUBE\n"
+          "wrap=repeat\n//@ iChannel0\tBuffer D vflip=true\n//@ iChannel3 sound\r\n//@ iChannel1 CUBE\n"
           "//@ tags t\tu\n//@ author Name One\n//@ description name",
           "dir/s.glsl"},
          {"common", "", "dir/s.common.glsl"},
@@ -208,7 +208,7 @@ TEST(MadeDocuments, GetADroppedPictureOnChannel0OfTheImage) {
 {"ctype": "texture","channel": 0,"id": 0,"src": "c:\\p \"1\".png",
 "sampler": {"filter": "mipmap","wrap": "repeat","vflip": "true"}}],"outputs": [37]}]}}
 )"));
-    for (const char* text : {"", "[1]", R"({"Shader":{"renderpass":[3,{"type":"image"}]}})"}) {
+    for (const char* text : {"", "[1]", R"({"Shader":{"renderpass":[3,{"type":"image","inputs":3}]}})"}) {
         EXPECT_EQ(WithPicture(text, "p.png"), text);
     }
 }
@@ -327,7 +327,7 @@ TEST(SourceFaults, NameMissingIncludesWithThePlacesSearched) {
     folder.Write("here.glsl", "\n#include \"deep\"\n");
     SourceNames names = {
         .shader = "s/p.glsl",
-        .texts = {{"Image", "s/p.glsl", "#include \"here.glsl\"\n#include \"dot.\"\n"},
+        .texts = {{"Image", "s/p.glsl", "#include \"here.glsl\"\n#include \"dot.\"\n/*"},
                   {"Common", "s/p.common.glsl",
                    "/*/\n\n#include \"n\"\n*/\n#include\"n\"\n#include N \"n\"\n#include \"n"},
                   {"Buffer A", "s/p.a.glsl",

@@ -60,6 +60,7 @@ TEST(ViewWindow, HandlesMouseKeysAndFullScreen) {
     SendMessageW(frame, WM_LBUTTONUP, 0, 0);
     SendMessageW(frame, WM_KEYDOWN, 'A', 1);
     SendMessageW(frame, WM_KEYUP, 'A', 1);
+    SendMessageW(frame, WM_SYSCOMMAND, SC_KEYMENU, 0);  // Alt: no wait in a menu
     view.ModuleWindow().SetHandler({});
     EXPECT_THAT(got, ElementsAre(WM_LBUTTONDOWN, MK_LBUTTON, 0, WM_MOUSEMOVE, MK_LBUTTON, MAKELPARAM(-10, -2),
                                  WM_LBUTTONUP, 0, 0, WM_KEYDOWN, 'A', 1, WM_KEYUP, 'A', 1));
