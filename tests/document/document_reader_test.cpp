@@ -55,7 +55,7 @@ ReadResult Read(const std::string& text) {
 /// Reads a text that must be valid.
 ReadResult ReadAll(const std::string& text) {
     ReadResult result = Read(text);
-    EXPECT_EQ(result.error, "") << text;
+    EXPECT_EQ(result.error, "") << text.substr(0, 1000);
     return result;
 }
 
@@ -229,15 +229,14 @@ TEST(DocumentFaults, AreReportedInOneLine) {
         {"1", "Shader: missing"},
         {SampleWith("0.1", ""), "Shader.ver: invalid stof argument"},
         {SampleWith("0.1", " ."), "Shader.ver: invalid stof argument"},
-        {SampleWith("0.1", "1e99"), "Shader.ver: stof argument out of range"},
-        {SampleWith("0.1", "-1e39"), "Shader.ver: stof argument out of range"},
-        {SampleWith("0.1", "1e-40"), "Shader.ver: stof argument out of range"},
-        {SampleWith("0.1", "1e-99"), "Shader.ver: stof argument out of range"},
         {SampleWith(R"("b")", "2"), "Shader.info.tags[1]: must be a string, not a number"},
         {SampleWith("[{\"inputs", "[null,{\"inputs"), "Shader.renderpass[0]: must be an object, not null"},
         {SampleWith("wrap", "w"), "Shader.renderpass[0].inputs[0].sampler.wrap: missing"}};
     for (const auto& [text, error] : cases) {
         EXPECT_EQ(Read(text).error, error) << text;
+    }
+    for (const char* version : {"1e99", "-1e39", "1e-40", "1e-99"}) {
+        EXPECT_EQ(Read(SampleWith("0.1", version)).error, "Shader.ver: stof argument out of range");
     }
 }
 
@@ -257,11 +256,9 @@ TEST(HostileText, HugeInputIsReadInLinearTime) {
     for (const std::string& tooMany : {"[" + wide + "," + wide + "]", "{" + members + "}"}) {
         EXPECT_EQ(Read(tooMany).error, "more than 1048576 JSON values");
     }
-    const ReadResult large = Read(SampleWith("void f(){}", std::string(50 * kMillion, 'x')));
-    EXPECT_EQ(large.error, "");
+    const ReadResult large = ReadAll(SampleWith("void f(){}", std::string(50 * kMillion, 'x')));
     EXPECT_EQ(std::strlen(large.Pass(PassKind::BufferA).code.get()), 50 * kMillion);
-    const ReadResult exact = Read(SampleWith("0.1", "0." + std::string(50 * kMillion, '1')));
-    EXPECT_EQ(exact.error, "");
+    const ReadResult exact = ReadAll(SampleWith("0.1", "0." + std::string(50 * kMillion, '1')));
     EXPECT_NEAR(exact.document->ver, 0.111, 0.001);
 }
 

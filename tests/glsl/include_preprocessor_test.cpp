@@ -18,7 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Files in the include folder, next to it, and in the current folder.
+/// Files in the include folder, next to it, and in the current folder. On Linux the backslash is an ordinary
+/// character in a file name.
 class Preprocessor : public testing::Test {
 protected:
     Preprocessor() {
@@ -30,10 +31,6 @@ protected:
     ~Preprocessor() override { fs::current_path(former_); }
 
     std::string Expand(const std::string& text) { return Expanded(*context_, text, false).first; }
-    /// On Linux the backslash is an ordinary character in a file name.
-    void WriteInFolder(const std::string& name, std::string_view text) {
-        root_.Write("folder\\" + name, text);
-    }
 
     const fs::path former_ = fs::current_path();
     const test::TempFolder root_;
@@ -68,14 +65,14 @@ TEST_F(Preprocessor, ReadsFilesAsWrittenThenInTheFolderUntrustedOnlyInTheFolder)
     root_.Write("current/both.glsl", "current");
     root_.Write("current/own.glsl", "one\r\ntwo\rthree\n\n\n#include \"own.glsl\"\n");
     root_.Write("outer.glsl", "outer");
-    for (const char* name : {"both.glsl", "lib.glsl", "known.glsl", "real.glsl."}) {
-        WriteInFolder(name, "library");
+    for (const std::string name : {"both.glsl", "lib.glsl", "known.glsl", "real.glsl."}) {
+        root_.Write("folder\\" + name, "library");
     }
-    WriteInFolder("empty.glsl", "");
-    WriteInFolder("zero.glsl", "\0\0\0"sv);
-    WriteInFolder("marked.glsl", "\xEF\xBB\xBFmarked");
-    WriteInFolder("little.glsl", "\xFF\xFE\x61\0\xE4\0\n\0"sv);
-    WriteInFolder("big.glsl", "\xFE\xFF\0a\0\n\0"sv);
+    root_.Write("folder\\empty.glsl", "");
+    root_.Write("folder\\zero.glsl", "\0\0\0"sv);
+    root_.Write("folder\\marked.glsl", "\xEF\xBB\xBFmarked");
+    root_.Write("folder\\little.glsl", "\xFF\xFE\x61\0\xE4\0\n\0"sv);
+    root_.Write("folder\\big.glsl", "\xFE\xFF\0a\0\n\0"sv);
     RegisterVirtualInclude(*context_, L"KNOWN.GLSL", ExactText("registered"));
     const std::tuple<std::string, const char*, const char*> cases[] = {
         {"both.glsl", "current\n", "library\n"},
@@ -110,8 +107,8 @@ TEST_F(Preprocessor, DoesNotLookForAFileAgainInTheSameRun) {
         return ResolveInclude(*context_, name, &length, &entry, &error) != nullptr;
     };
     EXPECT_FALSE(found(L"late.glsl"));
-    for (const char* name : {"late.glsl", "last.glsl", "next.glsl"}) {
-        WriteInFolder(name, "x");
+    for (const std::string name : {"late.glsl", "last.glsl", "next.glsl"}) {
+        root_.Write("folder\\" + name, "x");
     }
     EXPECT_FALSE(found(L"late.glsl"));
     for (std::size_t i = 1; i < 4095; ++i) {

@@ -126,17 +126,13 @@ TEST_F(HttpGetTest, BypassesCacheCookiesAndRedirectsAndClosesItsHandles) {
 }
 
 TEST_F(HttpGetTest, ReturnsEveryCompleteBodyWithItsStatus) {
-    const std::tuple<const wchar_t*, std::uint32_t, std::size_t> cases[] = {
-        {L"1.bin", 200, 1},
-        {L"nolength-4096.bin", 200, 4096},
-        {L"empty-9.bin", 200, 0},
-        {L"gzip-100000.bin", 200, 100000},
-        {L"gzip-3.bin", 200, 3},
-        {L"404-5000.bin", 404, 5000},
-        {L"redirect-5000.bin", 200, 5000},
-        {L"chunked-10000000.bin", 200, 10'000'000},
-        {L"nolength-10000000.bin", 200, 10'000'000},
-        {L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin", 200, 10}};
+    const std::wstring tenHops = L"hop-hop-hop-hop-hop-hop-hop-hop-hop-hop-10.bin";
+    const std::tuple<std::wstring, std::uint32_t, std::size_t> cases[] = {
+        {L"1.bin", 200, 1},           {L"nolength-4096.bin", 200, 4096},
+        {L"empty-9.bin", 200, 0},     {L"gzip-100000.bin", 200, 100000},
+        {L"gzip-3.bin", 200, 3},      {L"redirect-5000.bin", 200, 5000},
+        {tenHops, 200, 10},           {L"chunked-10000000.bin", 200, 10'000'000},
+        {L"404-5000.bin", 404, 5000}, {L"nolength-10000000.bin", 200, 10'000'000}};
     for (const auto& [name, status, size] : cases) {
         SCOPED_TRACE(testing::PrintToString(name));
         const HttpReply got = HttpGetReply(session_.get(), MediaUrl(name).c_str(), nullptr);
@@ -185,9 +181,6 @@ TEST_F(HttpGetTest, ABodyOfFewBytesFailsAfterAMinute) {
 
 class DiskFaultTest : public ServiceTest {
 protected:
-    static bool Store(const std::filesystem::path& path, std::string_view text) {
-        return StoreResponse(path.c_str(), BytesOf(text));
-    }
     static UniqueKernelHandle Open(const std::filesystem::path& path, DWORD access = GENERIC_READ) {
         return AdoptFileHandle(
             CreateFileW(path.c_str(), access, 0, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
@@ -206,7 +199,7 @@ TEST_F(DiskFaultTest, ReplacesAFileOnceItsSuccessorIsFlushed) {
             EXPECT_EQ(ReadCached("Assets/10.bin"), "old");
         };
         flushError = static_cast<DWORD>(error);
-        EXPECT_EQ(Store(file_, "newer"), stored) << error;
+        EXPECT_EQ(StoreResponse(file_.c_str(), BytesOf("newer")), stored) << error;
         EXPECT_EQ(written, 5u);
         EXPECT_EQ(ReadCached("Assets/10.bin"), stored ? "newer" : "old");
         EXPECT_THAT(CachedFiles(), ElementsAre("Assets/10.bin"));
@@ -216,7 +209,7 @@ TEST_F(DiskFaultTest, ReplacesAFileOnceItsSuccessorIsFlushed) {
 TEST_F(DiskFaultTest, AnotherProcessMayStoreTheSameFileFirst) {
     UniqueKernelHandle held;
     atFlush = [&](HANDLE) {
-        EXPECT_TRUE(Store(file_, "first"));
+        EXPECT_TRUE(StoreResponse(file_.c_str(), BytesOf("first")));
         held = Open(file_);
     };
     EXPECT_EQ(Fetch(MediaUrl(L"10.bin")), Pattern(10));

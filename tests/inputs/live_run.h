@@ -65,17 +65,10 @@ constexpr std::int32_t kWidth = 512;
 constexpr std::int32_t kHeight = 48;
 
 /// Loads the module, and unloads it on destruction. The image pass has one channel, of type `channel`.
-class LiveRun : preview::ModuleLibrary, public ModuleRun {
-public:
+struct LiveRun : preview::ModuleLibrary, ModuleRun {
     LiveRun(const char* channel, const char* body, preview::HostWindow* window = nullptr)
         : ModuleRun(ImageDocument(body, {{.ctype = channel}}),
                     {.width = kWidth, .height = kHeight, .window = window}, *this) {}
-
-    /// The instance lives until the module is unloaded.
-    void KeepInstance() {
-        auto& functions = const_cast<preview::ModuleFunctions&>(Functions());
-        functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
-    }
 
     /// Draws until `seen` returns true. A failed frame fails the test.
     template <class Condition>

@@ -34,8 +34,7 @@ namespace {
 using LiveSound = DeviceTest;
 
 /// Draws the 512 x 2 sound texture pixel by pixel; black if it has another size.
-class SoundRun : public LiveRun {
-public:
+struct SoundRun : LiveRun {
     SoundRun()
         : LiveRun("music",
                   "c = vec4(texelFetch(iChannel0, ivec2(p), 0).x);"
@@ -67,15 +66,10 @@ constexpr const char* kTone3k = "signal=sine;hertz=3000;";
 
 TEST_F(LiveSound, PictureShowsSpectrumAndWaveformOfEveryReadableFormat) {
     // Crossings of 1 kHz in 512 samples; 0 if the format is unreadable.
-    const std::pair<const char*, int> cases[] = {{"bits=32", 21},
-                                                 {"bits=16", 21},
-                                                 {"bits=16;channels=1;rate=44100", 23},
-                                                 {"channels=6", 21},
-                                                 {"bits=16;channels=2;block=7", 21},
-                                                 {"rate=22050", 46},
-                                                 {"bits=8", 0},
-                                                 {"bits=24", 0},
-                                                 {"block=4", 0}};
+    const std::pair<const char*, int> cases[] = {
+        {"bits=32", 21},    {"bits=16", 21},    {"bits=16;channels=1;rate=44100", 23},
+        {"channels=6", 21}, {"rate=22050", 46}, {"bits=16;block=7", 21},
+        {"bits=8", 0},      {"bits=24", 0},     {"block=4", 0}};
     for (const auto& [format, crossings] : cases) {
         SCOPED_TRACE(format);
         kSound.Set(std::string(kTone1k) + format);

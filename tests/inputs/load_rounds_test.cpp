@@ -36,12 +36,12 @@ TEST_F(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
     eightRounds();
     Sleep(500);
     const std::size_t handles = OpenHandles();
-    const std::size_t threads = ThreadIds().size();
+    const std::size_t threads = ThreadCount();
     const std::size_t bytes = WorkingSetBytes();
     for (int i = 0; i < 25; ++i) {
         eightRounds();
     }
-    EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; })) << "threads leaked";
+    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads; })) << "threads leaked";
     EXPECT_LE(OpenHandles(), handles + 5);
     EXPECT_LE(WorkingSetBytes(), bytes + (4U << 20));
 }
@@ -59,7 +59,8 @@ TEST_F(LoadRounds, AProcessWithoutFreeSlotsLoadsTheModule) {
 void UnloadLiveInstance(
     preview::HostWindow& window, bool draws, DWORD stay, void (*beforeUnload)(HWND) = [](HWND) {}) {
     LiveRun run("music", kWhite, &window);
-    run.KeepInstance();
+    auto& functions = const_cast<preview::ModuleFunctions&>(run.Functions());
+    functions.cleanUp = functions.destroyControlStructure = [](ModuleInstance*) { return 1; };
     if (draws) {
         EXPECT_EQ(run.Frame(), FrameResult::Drawn);
     }
@@ -78,9 +79,9 @@ TEST_F(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
             preview::HostWindow window(32, 24);
             const LONG_PTR procedure = GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC);
             UnloadLiveInstance(window, i % 2 == 1, stays[i / 2]);
-            const auto isUnloaded = [] { return !GetModuleHandleW(L"Pixelforge.dll"); };
-            EXPECT_TRUE(WaitUntil(isUnloaded) &&
-                        WaitUntil([&] { return kSound.Count("objects") == counts[0]; }))
+            EXPECT_TRUE(WaitUntil([] { return !GetModuleHandleW(L"Pixelforge.dll"); }))
+                << sound << ", row " << i;
+            EXPECT_TRUE(WaitUntil([&] { return kSound.Count("objects") == counts[0]; }))
                 << sound << ", row " << i << ": the capture thread was terminated";
             EXPECT_EQ(GetWindowLongPtrW(window.Handle(), GWLP_WNDPROC), procedure);
             SendMessageW(window.Handle(), WM_KEYDOWN, 'A', 0);
@@ -90,7 +91,7 @@ TEST_F(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
 
 /// What the capture thread does when an instance ends and the module is unloaded.
 TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
-    const std::size_t threads = ThreadIds().size();
+    const std::size_t threads = ThreadCount();
     for (const char* hang : {"stop", "nextpacket"}) {
         kSound.Set(std::string("hang=") + hang);
         const long calls = kSound.Count("nextpacket");
@@ -103,7 +104,7 @@ TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
             EXPECT_TRUE(WaitUntil([&] { return kSound.Count("objects") == counts[0]; }));
         }
         EXPECT_TRUE(WaitUntil([] { return !GetModuleHandleW(L"Pixelforge.dll"); }));
-        EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; }));
+        EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads; }));
     }
     counts = Counts();  // the terminated thread's objects are lost
     kSound.Set("signal=sine;hertz=1000");

@@ -8,7 +8,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <set>
 
 #include "base/win_handles.h"
 
@@ -24,18 +23,16 @@ inline std::size_t OpenHandles() {
     return count;
 }
 
-inline std::set<std::uint32_t> ThreadIds() {
+inline std::size_t ThreadCount() {
     const UniqueKernelHandle snapshot = AdoptFileHandle(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
     THREADENTRY32 entry = {};
     entry.dwSize = sizeof(entry);
-    std::set<std::uint32_t> ids;
+    std::size_t count = 0;
     for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
          more = Thread32Next(snapshot.Get(), &entry)) {
-        if (entry.th32OwnerProcessID == GetCurrentProcessId()) {
-            ids.insert(entry.th32ThreadID);
-        }
+        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
     }
-    return ids;
+    return count;
 }
 
 inline std::size_t WorkingSetBytes() {

@@ -32,13 +32,6 @@ double Music(double seconds) {
     return 0.7 * Sine(hertz, seconds) * std::exp(-8 * std::fmod(seconds, 0.25)) + 0.3 * Sine(55, seconds);
 }
 
-/// Writes one sample as an integer for 16 bits, otherwise the first bytes of a float.
-void WriteSample(double sample, unsigned bits, BYTE* place) {
-    const auto real = static_cast<float>(sample);
-    const auto integer = static_cast<std::int16_t>(sample * 32767);
-    std::memcpy(place, bits == 16 ? static_cast<const void*>(&integer) : &real, bits / 8);
-}
-
 /// The result of a call, subject to the settings "hang", "fail" and "gone".
 HRESULT Outcome(const std::string& call) {
     if (Fails(call)) {
@@ -116,16 +109,19 @@ private:
                (packets != "never" && packetFrames_ > 0 && delivered_ * 10 < GetTickCount64() - startTick_);
     }
 
-    /// Two seconds of sound, the period of all signals.
+    /// Two seconds of sound, the period of all signals: integers of 16 bits, or the first bytes of floats.
     std::vector<BYTE> MakeLoop() const {
         const bool sine = Setting("signal") == "sine";
         const double hertz = NumberSetting<double>("hertz", 1000);
         std::vector<BYTE> loop(kLoopPackets * packetFrames_ * format_.frameBytes + 64);
         for (std::size_t frame = 0; frame < kLoopPackets * packetFrames_; ++frame) {
             const double seconds = static_cast<double>(frame) / format_.rate;
-            const double sample = 0.5 * (sine ? Sine(hertz, seconds) : Music(seconds));
+            const auto real = static_cast<float>(0.5 * (sine ? Sine(hertz, seconds) : Music(seconds)));
+            const auto integer = static_cast<std::int16_t>(real * 32767);
             for (std::size_t c = 0; c < format_.channels; ++c) {
-                WriteSample(sample, format_.bits, &loop[frame * format_.frameBytes + c * (format_.bits / 8)]);
+                std::memcpy(&loop[frame * format_.frameBytes + c * (format_.bits / 8)],
+                            format_.bits == 16 ? static_cast<const void*>(&integer) : &real,
+                            format_.bits / 8);
             }
         }
         return loop;
