@@ -36,12 +36,12 @@ TEST_F(LoadRounds, TwoHundredRoundsLeakNoThreadsHandlesOrMemory) {
     eightRounds();
     Sleep(500);
     const std::size_t handles = OpenHandles();
-    const std::size_t threads = ThreadCount();
+    const std::size_t threads = ThreadIds().size();
     const std::size_t bytes = WorkingSetBytes();
     for (int i = 0; i < 25; ++i) {
         eightRounds();
     }
-    EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads; })) << "threads leaked";
+    EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; })) << "threads leaked";
     EXPECT_LE(OpenHandles(), handles + 5);
     EXPECT_LE(WorkingSetBytes(), bytes + (4U << 20));
 }
@@ -91,7 +91,7 @@ TEST_F(LoadRounds, UnloadingALiveInstanceHarmsNeitherWindowNorSound) {
 
 /// What the capture thread does when an instance ends and the module is unloaded.
 TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
-    const std::size_t threads = ThreadCount();
+    const std::size_t threads = ThreadIds().size();
     for (const char* hang : {"stop", "nextpacket"}) {
         kSound.Set(std::string("hang=") + hang);
         const long calls = kSound.Count("nextpacket");
@@ -104,7 +104,7 @@ TEST_F(LoadRounds, AHangingReadIsTerminatedAndALongClosingEndsByItself) {
             EXPECT_TRUE(WaitUntil([&] { return kSound.Count("objects") == counts[0]; }));
         }
         EXPECT_TRUE(WaitUntil([] { return !GetModuleHandleW(L"Pixelforge.dll"); }));
-        EXPECT_TRUE(WaitUntil([&] { return ThreadCount() <= threads; }));
+        EXPECT_TRUE(WaitUntil([&] { return ThreadIds().size() <= threads; }));
     }
     counts = Counts();  // the terminated thread's objects are lost
     kSound.Set("signal=sine;hertz=1000");

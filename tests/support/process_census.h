@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <set>
 
 #include "base/win_handles.h"
 
@@ -23,16 +24,18 @@ inline std::size_t OpenHandles() {
     return count;
 }
 
-inline std::size_t ThreadCount() {
+inline std::set<std::uint32_t> ThreadIds() {
     const UniqueKernelHandle snapshot = AdoptFileHandle(CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
     THREADENTRY32 entry = {};
     entry.dwSize = sizeof(entry);
-    std::size_t count = 0;
+    std::set<std::uint32_t> ids;
     for (BOOL more = Thread32First(snapshot.Get(), &entry); more;
          more = Thread32Next(snapshot.Get(), &entry)) {
-        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) {
+            ids.insert(entry.th32ThreadID);
+        }
     }
-    return count;
+    return ids;
 }
 
 inline std::size_t WorkingSetBytes() {
