@@ -244,7 +244,8 @@ TEST(HostModes, PreviewLoadsNoLibraryFromTheShadersFolder) {
     const fs::path mark = temp.Path() / "planted library ran";
     const fs::path library = temp.Path() / "wineoss.drv";
     fs::copy_file(kPrograms / "planted_library.dll", library);
-    const fs::path shader = temp.Write("a.glsl", "void mainImage(out vec4 c, vec2 p) { c = vec4(1); }");
+    const fs::path shader =
+        temp.Write("a.glsl", "//@ iChannel0 sound\nvoid mainImage(out vec4 c, vec2 p) {}");
     const fs::path preview = kPrograms / "preview.exe";
     EXPECT_FALSE(_wspawnl(_P_WAIT, preview.c_str(), Quoted(preview).c_str(), Quoted(shader).c_str(),
                           L"--size", L"64x36", static_cast<wchar_t*>(nullptr)));
