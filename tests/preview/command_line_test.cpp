@@ -56,6 +56,7 @@ protected:
         folder_.Write("once.glsl", "#include \"frame-00001.png\"\n");
         folder_.Write("keys", "1 key-down 0x10\n1 key-down 0x7B\n3 key-up 0x10\n5 key-down 0x7B\n");
         folder_.Write("list", "p.json\nunended");
+        folder_.Write("nn", "p.json\nbad.json\n");
         folder_.Write("n", "bad.json\nbad.json\nbad.json\nbad.json\n");
         std::filesystem::create_directories(File("s/lib"));
         folder_.Write("s/lib/i.glsl", "#define WHITE vec4(1)\n");
@@ -118,7 +119,7 @@ protected:
             {" \\([A-Z][^)]*\\)", " (why)"},
             {"((?:bad.glsl|Image):1:)[^\\\\\n]*|(once.glsl:1:).*\n.*", "$1$2 why"},
             {"(n:|\"line\": )[1-4]", "$1"},
-            {"(n:: .*\n(?:bad.*\ncannot.*\n)?)\\1\\1", "three times $1"},
+            {"(n+:: .*\n(?:bad.*\ncannot.*\n)?)\\1+", "repeatedly $1"},
             {"(version|renderer|vendor)\": \".+\"", "$1\": \"...\""},
             {"\n *([{}\\[\\]\"])", "$1"},
             {"\\{\"Shader\".*\"id\": \"(\\w+)\",\"date.*\"code\": \"(.{32}).*\\}", "document $1: $2..."},
@@ -258,7 +259,7 @@ TEST_F(CommandLine, EndsWithTheReaderOfItsVideo) {
     HANDLE writer = nullptr;
     ASSERT_TRUE(CreatePipe(&reader, &writer, &inherited_, 1024));
     SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
-    Start("a.glsl --frames 10000000 --size 64x64 --video -", writer);
+    Start("a.glsl --frames 1 --size 8x8 --video -", writer);
     CloseHandle(writer);
     CloseHandle(reader);
     EXPECT_EQ(End(), 1U);

@@ -80,9 +80,10 @@ inline HWND FindShown(bool owned = false) {
     return search.second;
 }
 
-/// For this thread; 0: none.
+/// For this thread; 0: none. Every other key is toggled, as Caps Lock may be.
 inline void HoldKey(std::size_t key, std::size_t other = 0) {
     std::array<BYTE, 256> keys = {};
+    keys.fill(1);
     keys[key] = keys[other] = 0x80;
     SetKeyboardState(keys.data());
 }
